@@ -1,0 +1,70 @@
+# How every target of the tree is compiled, and the checks that the build makes on the tree itself.
+
+add_library(tarn-flags INTERFACE)
+target_include_directories(tarn-flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(tarn-flags INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wundef -Wvla -Wcast-align -Woverloaded-virtual -Wimplicit-fallthrough
+  -fno-strict-aliasing)
+if(TARN_ASSERTS)
+  # CMake's optimised configurations define NDEBUG; the development build wants both speed and checks.
+  target_compile_options(tarn-flags INTERFACE -UNDEBUG)
+endif()
+if(TARN_SANITIZE)
+  target_compile_options(tarn-flags INTERFACE -fsanitize=${TARN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tarn-flags INTERFACE -fsanitize=${TARN_SANITIZE})
+endif()
+if(TARN_FUZZ)
+  target_compile_options(tarn-flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+set_property(GLOBAL PROPERTY TARN_TEST_SOURCES "")
+
+# tarn_test(NAME SOURCES file... LIBS target...): one GoogleTest program; every case is a ctest test.
+function(tarn_test name)
+  cmake_parse_arguments(A "QT" "" "SOURCES;LIBS;DEFS" ${ARGN})
+  add_executable(${name} ${A_SOURCES})
+  target_link_libraries(${name} PRIVATE tarn-flags ${A_LIBS} GTest::gtest)
+  if(A_QT)
+    target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/qt_main.cpp)
+    target_link_libraries(${name} PRIVATE Qt6::Widgets)
+  else()
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  target_compile_definitions(${name} PRIVATE ${A_DEFS})
+  include(GoogleTest)
+  # Before the first run there is nothing to discover at build time without a display, so ctest asks the program.
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TSAN_OPTIONS=ignore_noninstrumented_modules=1;ASAN_OPTIONS=detect_leaks=1;LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp")
+  foreach(s ${A_SOURCES})
+    get_filename_component(abs ${s} ABSOLUTE)
+    set_property(GLOBAL APPEND PROPERTY TARN_TEST_SOURCES ${abs})
+  endforeach()
+endfunction()
+
+# A test file that no program compiles would look alive and never run.
+function(tarn_check_all_tests_registered)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/*_test.cpp)
+  get_property(known GLOBAL PROPERTY TARN_TEST_SOURCES)
+  foreach(f ${found})
+    if(NOT f IN_LIST known)
+      message(FATAL_ERROR "test file is in no test program: ${f}")
+    endif()
+  endforeach()
+endfunction()
+
+# Each header is compiled as the only include of a unit of its own.
+function(tarn_check_headers_alone)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
+    ${CMAKE_SOURCE_DIR}/platform/*.h ${CMAKE_SOURCE_DIR}/kernel/*.h ${CMAKE_SOURCE_DIR}/controls/*.h
+    ${CMAKE_SOURCE_DIR}/plugin/*.h ${CMAKE_SOURCE_DIR}/console/*.h ${CMAKE_SOURCE_DIR}/host/*.h)
+  set(units)
+  foreach(h ${headers})
+    string(REPLACE "/" "_" unit ${h})
+    set(cpp ${CMAKE_BINARY_DIR}/header_alone/${unit}.cpp)
+    file(CONFIGURE OUTPUT ${cpp} CONTENT "#include \"${h}\"\n")
+    list(APPEND units ${cpp})
+  endforeach()
+  add_library(headers-alone OBJECT ${units})
+  target_link_libraries(headers-alone PRIVATE tarn-flags Qt6::Widgets Qt6::Svg tarn-host-libs)
+  target_compile_options(headers-alone PRIVATE -O0 -g0)
+endfunction()

@@ -1,0 +1,14 @@
+#include "platform/com.h"
+
+#include <cstdlib>
+
+extern "C" void* CoTaskMemAlloc(size_t bytes) { return std::calloc(1, bytes ? bytes : 1); }
+extern "C" void CoTaskMemFree(void* block) { std::free(block); }
+
+char16_t* CoTaskMemString(const char16_t* text) {
+    size_t n = 0;
+    while (text[n]) n++;
+    auto* copy = static_cast<char16_t*>(CoTaskMemAlloc((n + 1) * sizeof(char16_t)));
+    if (copy) std::memcpy(copy, text, n * sizeof(char16_t));
+    return copy;
+}

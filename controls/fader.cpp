@@ -188,7 +188,7 @@ void FaderInst_Init(tQMFADER* f, uint32_t style, const RECT* rect, ControlHost* 
 }
 
 void FaderInst_Deinit(tQMFADER* f) {
-    FaderEndDrag(*f);
+    if (f->dragPart != FADER_NOWHERE) FaderEndDrag(*f);
     if (f->state & FADERST_FOCUSED) FaderInst_Message(f, WM_KILLFOCUS, 0, 0);
 }
 
@@ -214,6 +214,8 @@ void FaderInst_SetThumbImageList(tQMFADER* f, const ImageList* images, const SIZ
 
 void FaderSetThumb(tQMFADER& f, const ImageList* images, const QPixmap* bitmap, SIZE size) {
     const bool drawn = !images && !bitmap;
+    const bool same = f.thumbImageSize.cx == size.cx && f.thumbImageSize.cy == size.cy;
+    if (!drawn && same && f.thumbImages == images && f.thumbBitmap == bitmap) return;
     f.thumbImages = images;
     f.thumbBitmap = bitmap;
     f.thumbImageSize = drawn ? SIZE{} : size;

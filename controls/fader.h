@@ -1,11 +1,11 @@
-// tQMFADER: the console's gain slider, with one thumb or a stereo pair, a decibel taper, a scale, and the
-// rules for mouse, wheel and keys. A plain record that its owner embeds, paints and sends messages to; it has
-// no window.
+// tQMFADER: the console's gain slider, with one thumb or a stereo pair, a decibel taper, a scale, and
+// the rules for mouse, wheel and keys. A plain record that its owner embeds, paints and sends
+// messages to; it has no window.
 //
-// Values are tenths of a decibel in a tapered fader, plain numbers otherwise. A value out of range that is
-// set by message is kept as given; only mouse, wheel and keys clamp. Rectangles are logical pixels of the
-// window. The fader asks its window to repaint what changed, only when a thumb's pixel moved. All on the
-// window's thread.
+// Values are tenths of a decibel in a tapered fader, plain numbers otherwise. A value out of range that
+// is set by message is kept as given; only mouse, wheel and keys clamp. Rectangles are logical pixels
+// of the window. The fader asks its window to repaint what changed, only when a thumb's pixel moved.
+// All on the window's thread.
 #pragma once
 
 #include "controls/fader_scale.h"

@@ -54,8 +54,8 @@ void DrawSlot(const tQMFADER& f, QPainter& p) {
     DrawSides(p, slot, SIDE_RIGHT | SIDE_BOTTOM, 0, Color(f, COLOR_3DLIGHT));
 }
 
-// A tick at both sides of the slot, reaching out from under the thumb; with a one-sided scale at the labels'
-// side only.
+// A tick at both sides of the slot, reaching out from under the thumb; with a one-sided
+// scale at the labels' side only.
 void DrawTick(const tQMFADER& f, QPainter& p, int32_t pixel, int32_t reach, COLORREF color) {
     const TrackLine track = Track(f);
     const int32_t outer = (track.high - track.low) / 2 + reach;
@@ -110,8 +110,8 @@ POINT ImageOrigin(const tQMFADER& f, uint32_t channel) {
     return IsVertical(f) ? POINT{f.track.left, thumb.top} : POINT{thumb.left, f.track.top};
 }
 
-// Light from above on a body with a dip at its middle, where the line is; the thumb images are lit the same
-// way.
+// Light from above on a body with a dip at its middle, where the line is; the thumb
+// images are lit the same way.
 QLinearGradient ThumbLight(const tQMFADER& f, const QRectF& r) {
     constexpr struct {
         double at;

@@ -17,8 +17,8 @@ struct FaderScale {
     int32_t Value(int32_t distance, int32_t travel) const;
 };
 
-/// Position on the tapered scale of a value in tenths of a decibel; the sign is kept, and values beyond 1000
-/// stay.
+/// Position on the tapered scale of a value in tenths of a decibel; the sign is kept,
+/// and values beyond 1000 stay.
 int32_t FaderTaper(int32_t value);
 /// The value at a position of the tapered scale.
 int32_t FaderTaperInverse(int32_t position);

@@ -35,8 +35,6 @@ void ForMeant(tQMFADER& f, Function change) {
             f.pos[c] = std::clamp(change(c), f.scale.min, std::max(f.scale.min, f.scale.max));
 }
 
-// --- caret ---
-
 RECT CaretArea(const tQMFADER& f) {
     const POINT centre = FaderThumbCentre(f, f.activeChannel);
     const RECT& thumb = f.thumbs[f.activeChannel].rect;
@@ -70,8 +68,6 @@ void LoseFocus(tQMFADER& f) {
     else
         FaderRepaint(f);
 }
-
-// --- mouse ---
 
 // The part under the mouse acts now and on every tick of the timer.
 void Repeat(tQMFADER& f) {
@@ -150,11 +146,11 @@ void DragTo(tQMFADER& f, int32_t pixel) {
 }
 
 void Drag(tQMFADER& f, POINT at, uint32_t keys) {
-    if (f.state & FADERST_WARPED) {
-        f.state &= ~FADERST_WARPED;
-        if (at.x == f.lastMouse.x && at.y == f.lastMouse.y) return;
-    }
-    if (FaderAlong(f, at) == FaderAlong(f, f.lastMouse)) {
+    const int32_t way = FaderAlong(f, at) - FaderAlong(f, f.lastMouse);
+    // The warp's own mouse move comes back up to a pixel off where the screen's scale is a fraction.
+    const bool own = f.state & FADERST_WARPED && std::abs(way) <= 1;
+    f.state &= ~FADERST_WARPED;
+    if (way == 0 || own) {
         f.lastMouse = at;
         return;
     }
@@ -187,8 +183,6 @@ intptr_t SetPointer(tQMFADER& f) {
     f.window->SetPointer(!one ? CURSOR_ARROW : hit.channelMask == 1 ? CURSOR_THUMB_LEFT : CURSOR_THUMB_RIGHT);
     return 1;
 }
-
-// --- wheel and keys ---
 
 intptr_t Wheel(tQMFADER& f, int32_t counts, bool control) {
     if (f.state & (FADERST_DISABLED | FADERST_TOO_SMALL)) return 0;

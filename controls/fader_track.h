@@ -10,8 +10,8 @@ intptr_t FaderTrack(tQMFADER& fader, uint32_t message, uintptr_t wparam, intptr_
 void FaderShowValues(tQMFADER& fader);
 void FaderRepaint(const tQMFADER& fader);
 
-/// The result of a scroll code on one value, within the range. A page of 0 is a tenth of the range, a line of
-/// 0 one.
+/// The result of a scroll code on one value, within the range. A page of 0 is a tenth of
+/// the range, a line of 0 one.
 int32_t FaderScrolled(const tQMFADER& fader, int32_t value, uint32_t code, int32_t line, int32_t page,
                       bool control);
 /// Moves the meant channels by a scroll code and shows them.

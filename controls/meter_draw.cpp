@@ -56,9 +56,6 @@ bool Prepare(tQMMETER& m, const MeterBars& bars) {
     return m.bitmaps;
 }
 
-// --- bars: all painting of them is this one function, so that a part of one looks as it does in the whole
-// ---
-
 void Blit(QPainter& p, const QImage& image, const MeterBars& bars, uint32_t channel, int32_t from,
           int32_t to) {
     if (to <= from) return;
@@ -70,8 +67,9 @@ void Blit(QPainter& p, const QImage& image, const MeterBars& bars, uint32_t chan
 
 int32_t MarkSize(const MeterBars& bars) { return 2 * (bars.step - bars.width); }
 
-// Paints pixels [from, to) of a bar as the channel's shown levels want them. The highest level is a mark of
-// lit pixels above the bar, the lowest one a mark of unlit pixels in it.
+// Paints pixels [from, to) of a bar as the channel's shown levels want them; all painting of bars is done
+// here, so that a part looks as it does in the whole. The highest level is a mark of lit pixels above the
+// bar, the lowest one a mark of unlit pixels in it.
 void PaintBar(const tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t channel, int32_t from,
               int32_t to) {
     const METERCHANNEL& c = m.channel[channel];
@@ -90,8 +88,8 @@ void TakePixels(const tQMMETER& m, const MeterBars& bars, METERCHANNEL& c) {
     c.shownLow = BarPixel(m, bars, c.lowPixel);
 }
 
-// Paints what differs between the shown levels and the new ones, and gives the pixels [*low, *high) that it
-// touched.
+// Paints what differs between the shown levels and the new ones, and gives the pixels
+// [*low, *high) that it touched.
 bool PaintBarChanges(tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t channel, int32_t* low,
                      int32_t* high) {
     METERCHANNEL& c = m.channel[channel];
@@ -123,8 +121,6 @@ bool PaintBarChanges(tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t c
     return *high > *low;
 }
 
-// --- readout, labels, names ---
-
 uint32_t StripCount(const tQMMETER& m) { return m.state & METERST_ONE_STRIP ? 1 : m.channels; }
 
 int32_t StripValue(const tQMMETER& m, uint32_t strip) {
@@ -149,8 +145,8 @@ void PaintStrip(const tQMMETER& m, QPainter& p, const RECT& strips, uint32_t str
     DrawText(p, r, text, font, readout.clipped ? m.clipText : m.text, centred ? TEXT_CENTER : TEXT_RIGHT);
 }
 
-// The column of labels along the bars: a tick at the side of the bars, and its number, kept inside the
-// column.
+// The column of labels along the bars: a tick at the side of the bars, and its
+// number, kept inside the column.
 void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, const MeterBars& bars,
                  qreal scale) {
     const bool vertical = bars.vertical, far = m.style & METERS_LABELS_OTHER_SIDE;
@@ -212,8 +208,8 @@ int32_t DeviceLine(const QPainter& p) {
 // The opaque part: bars and readouts, whole. False when there was no memory for the bitmaps.
 bool PaintWhole(tQMMETER& m, QPainter& p, const MeterLayout& layout, MeterBars* bars) {
     const int32_t line = DeviceLine(p);
-    // Under a clip the rest of the bars stays as it was painted before, so this part is painted as of then,
-    // too.
+    // Under a clip the rest of the bars stays as it was painted before, so this part
+    // is painted as of then, too.
     const bool covered = IsCovered(p, m.client);
     {
         const DevicePixels device(p);

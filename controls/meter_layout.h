@@ -1,5 +1,5 @@
-// Geometry of a meter: readouts, labels, names and bars in logical pixels, the bars of the channels in device
-// pixels.
+// Geometry of a meter: readouts, labels, names and bars in logical pixels, the bars of the
+// channels in device pixels.
 #pragma once
 
 #include "controls/meter.h"

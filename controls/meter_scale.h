@@ -32,7 +32,7 @@ struct MeterTick {
     int32_t pixel;     ///< of the scale
     bool labelled;
 };
-/// Ticks from the top down to the end of the bar. A label needs `labelPixels` of the bar; the topmost half of
-/// one is kept free.
+/// Ticks from the top down to the end of the bar. A label needs `labelPixels` of the bar; the
+/// topmost half of one is kept free.
 std::vector<MeterTick> MeterTicks(const MeterScale& scale, int32_t length, int32_t tickStep,
                                   int32_t labelPixels);

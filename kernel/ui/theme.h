@@ -16,8 +16,8 @@ struct ThemeRow {
 std::span<const ThemeRow> DarkTheme();
 void ApplyTheme(std::span<const ThemeRow> rows);
 
-/// Tones of icons and of thumbs in the colours that are set now. An image list keeps the ones it was made
-/// with.
+/// Tones of icons and of thumbs in the colours that are set now. An image list keeps
+/// the ones it was made with.
 ImageTheme IconTones();
 ImageTheme ThumbTones();
 

@@ -1,9 +1,9 @@
 // Colours by index, through one table that a theme changes at once for the whole module.
 //
 // Indices 0 to 30 shadow the window system's colours, indices 100 to 152 are the kernel's own palette. A
-// palette entry or an index may be a recipe instead of a colour, told by its top byte: UICOLOR_BLEND mixes
-// two system colours (bits 0-7 colour A, 8-15 colour B, 16-23 weight of A), UICOLOR_SYSTEM names one. All on
-// the UI thread.
+// palette entry or an index may be a recipe instead of a colour, told by its top byte: UICOLOR_BLEND
+// mixes two system colours (bits 0-7 colour A, 8-15 colour B, 16-23 weight of A), UICOLOR_SYSTEM names
+// one. All on the UI thread.
 #pragma once
 
 #include "platform/types.h"

@@ -18,13 +18,16 @@ QCursor ThumbCursor(std::string_view image) {
 }  // namespace
 
 const QCursor& QmGetUICursor(uint32_t id) {
-    static const QCursor arrow(Qt::ArrowCursor), columns(Qt::SplitHCursor), rows(Qt::SplitVCursor),
-        left = ThumbCursor("cursor_thumb_left"), right = ThumbCursor("cursor_thumb_right");
+    // Never destroyed: at the end of the process the window system is gone before statics are.
+    static const struct Cursors {
+        QCursor arrow{Qt::ArrowCursor}, columns{Qt::SplitHCursor}, rows{Qt::SplitVCursor};
+        QCursor left = ThumbCursor("cursor_thumb_left"), right = ThumbCursor("cursor_thumb_right");
+    }& cursors = *new Cursors;
     switch (id) {
-    case CURSOR_SPLIT_COLUMNS: return columns;
-    case CURSOR_SPLIT_ROWS: return rows;
-    case CURSOR_THUMB_LEFT: return left;
-    case CURSOR_THUMB_RIGHT: return right;
-    default: return arrow;
+    case CURSOR_SPLIT_COLUMNS: return cursors.columns;
+    case CURSOR_SPLIT_ROWS: return cursors.rows;
+    case CURSOR_THUMB_LEFT: return cursors.left;
+    case CURSOR_THUMB_RIGHT: return cursors.right;
+    default: return cursors.arrow;
     }
 }

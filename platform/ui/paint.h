@@ -1,8 +1,8 @@
 // Drawing on a QPainter in the console's terms: RECT, COLORREF, 16-bit text.
 //
-// All coordinates are logical pixels. Filled areas and lines are moved to whole device pixels first, so that
-// edges are crisp at every scale of the screen, two areas that share an edge leave no gap, and all lines of
-// one width look alike.
+// All coordinates are logical pixels. Filled areas and lines are moved to whole device pixels first, so
+// that edges are crisp at every scale of the screen, two areas that share an edge leave no gap, and all
+// lines of one width look alike.
 #pragma once
 
 #include "platform/types.h"

@@ -1,5 +1,5 @@
-// Precompiled for the units of the window system side: what nearly all of them include, and nothing of the
-// tree itself.
+// Precompiled for the units of the window system side: what nearly all of them include, and
+// nothing of the tree itself.
 #pragma once
 
 #include <QColor>

@@ -1,5 +1,5 @@
-// The two tips of a window: one that appears after a rest of the mouse, one that follows a value while it is
-// dragged.
+// The two tips of a window: one that appears after a rest of the mouse, one that follows a
+// value while it is dragged.
 #pragma once
 
 #include "platform/types.h"
@@ -14,8 +14,8 @@ class QHelpEvent;
 class QLabel;
 class QWidget;
 
-/// Where a tip of that size goes so that it stays on the screen: moved left or up, never past the left or top
-/// edge.
+/// Where a tip of that size goes so that it stays on the screen: moved left or up, never
+/// past the left or top edge.
 POINT PlaceTip(POINT wanted, SIZE size, const RECT& screen);
 
 class Tips {

@@ -1,12 +1,12 @@
 // MessageWindow: a window of the console, which receives everything as messages.
 //
-// Qt's events become calls of OnMessage in one place, with the numbers of messages.h; all on the window's
-// thread. Before a mouse message, unless the mouse is captured, comes WM_NCHITTEST and then WM_SETCURSOR.
-// What an override does not handle it passes to MessageWindow::OnMessage, which for keys means that they go
-// on to the parent.
+// Qt's events become calls of OnMessage in one place, with the numbers of messages.h; all on the
+// window's thread. Before a mouse message, unless the mouse is captured, comes WM_NCHITTEST and then
+// WM_SETCURSOR. What an override does not handle it passes to MessageWindow::OnMessage, which for keys
+// means that they go on to the parent.
 //
-// A derived class calls Create() when it is complete and Destroy() in its destructor: in between, and only
-// then, it gets messages.
+// A derived class calls Create() when it is complete and Destroy() in its destructor: in between, and
+// only then, it gets messages.
 #pragma once
 
 #include "platform/types.h"

@@ -128,7 +128,9 @@ TEST_P(MeterChanges, SurvivePaintsUnderAClip) {
         host.now += random() % 200;
         {
             QPainter painter(&changes);
-            if (step > 0) painter.setClipRect(0, static_cast<int>(random() % 150), 100, 40);
+            // The first paint may be such a part already; labels only come with a whole one.
+            if (step > 0 || !(look.style & METERS_LABELS))
+                painter.setClipRect(0, static_cast<int>(random() % 150), 100, 40);
             painter.fillRect(0, 0, 300, 300, Qt::darkGray);
             MeterInst_Draw(&a, &painter);
             painter.setClipping(false);

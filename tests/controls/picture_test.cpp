@@ -1,5 +1,5 @@
-// Pictures of the controls, kept in the build folder for the eye, and the few checks on them that a machine
-// can make.
+// Pictures of the controls, kept in the build folder for the eye, and the few checks on
+// them that a machine can make.
 #include "controls/fader.h"
 #include "controls/meter.h"
 #include "fake_host.h"

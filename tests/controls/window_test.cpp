@@ -1,68 +1,14 @@
-// The message window: events of the window system as messages, posts from other threads, timers, capture,
-// caret, tips.
-#include "platform/ui/window.h"
-
+// The message window: events of the window system as messages, timers, capture, painting, caret, tips.
 #include "controls/fader.h"
 #include "controls/fader_layout.h"
-#include "platform/ui/cursors.h"
-#include "platform/ui/keys.h"
-
-#include <gtest/gtest.h>
+#include "recorder_window.h"
 
 #include <QApplication>
-#include <QTest>
-#include <QTimer>
+#include <QHelpEvent>
+#include <QToolTip>
 #include <QWheelEvent>
 
-#include <atomic>
-#include <functional>
-#include <thread>
-
 namespace {
-struct Message {
-    uint32_t id;
-    uintptr_t wparam;
-    intptr_t lparam;
-};
-
-class Recorder : public MessageWindow {
-public:
-    explicit Recorder(QWidget* parent = nullptr) : MessageWindow(parent) {
-        resize(200, 100);
-        Create();
-    }
-    ~Recorder() override { Destroy(); }
-
-    std::vector<Message> got;
-    std::function<intptr_t(uint32_t, uintptr_t, intptr_t)> also;
-
-    intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) override {
-        got.push_back({message, wparam, lparam});
-        return also ? also(message, wparam, lparam) : MessageWindow::OnMessage(message, wparam, lparam);
-    }
-    std::vector<uint32_t> Take() {
-        std::vector<uint32_t> ids;
-        for (const Message& m : got) ids.push_back(m.id);
-        got.clear();
-        return ids;
-    }
-    Message Last(uint32_t id) const {
-        for (auto it = got.rbegin(); it != got.rend(); ++it)
-            if (it->id == id) return *it;
-        ADD_FAILURE() << "no message " << id;
-        return {};
-    }
-    size_t Count(uint32_t id) const {
-        return static_cast<size_t>(
-            std::count_if(got.begin(), got.end(), [id](const Message& m) { return m.id == id; }));
-    }
-    void Open() {
-        show();
-        QTest::qWaitForWindowExposed(this) ? void() : ADD_FAILURE() << "not exposed";
-        got.clear();
-    }
-};
-
 void SendWheel(QWidget& w, QPoint at, QPoint turn, Qt::KeyboardModifiers modifiers = {}) {
     QWheelEvent event(at, w.mapToGlobal(at), QPoint(), turn, Qt::NoButton, modifiers, Qt::NoScrollPhase,
                       false);
@@ -264,6 +210,17 @@ TEST(Window, CaretLiesOverThePaint) {
     EXPECT_FALSE(w.CaretService().IsShown());
 }
 
+TEST(Window, PointersByNumber) {
+    Recorder w;
+    EXPECT_EQ(w.cursor().shape(), Qt::ArrowCursor);
+    w.SetPointer(CURSOR_SPLIT_ROWS);
+    EXPECT_EQ(w.cursor().shape(), Qt::SplitVCursor);
+    w.SetPointer(CURSOR_THUMB_LEFT);
+    EXPECT_FALSE(w.cursor().pixmap().isNull());
+    w.SetPointer(4711);
+    EXPECT_EQ(w.cursor().shape(), Qt::ArrowCursor);
+}
+
 TEST(Window, EmbedsInAWindowOfThisProcess) {
     QWidget host;
     host.resize(300, 200);
@@ -274,7 +231,7 @@ TEST(Window, EmbedsInAWindowOfThisProcess) {
     EXPECT_EQ(w->parentWidget(), &host);
 }
 
-TEST(Tips, StayOnTheScreen) {
+TEST(Tips, StayOnTheScreenAndBelongToTheirElement) {
     constexpr RECT screen{0, 0, 1000, 500};
     struct Row {
         POINT wanted;
@@ -289,96 +246,22 @@ TEST(Tips, StayOnTheScreen) {
     }
     Recorder w;
     w.Open();
+    const auto rest = [&] {
+        QHelpEvent help(QEvent::ToolTip, {10, 10}, w.mapToGlobal(QPoint(10, 10)));
+        QApplication::sendEvent(&w, &help);
+        return QToolTip::text();
+    };
+    EXPECT_EQ(rest(), QString());
+    w.TipService().SetHover(u"Mute", {0, 0, 20, 20});
+    EXPECT_EQ(rest(), QString("Mute"));
+    w.TipService().SetHover(u"Solo", {20, 0, 40, 20});
+    EXPECT_NE(QToolTip::text(), QString("Mute")) << "it belonged to another element";
+    EXPECT_EQ(rest(), QString("Solo"));
+    w.TipService().HideHover();
     w.TipService().Track(u"-6.0 dB", {100, 100});
     EXPECT_TRUE(w.TipService().IsTracking());
     w.TipService().HideTracked();
     EXPECT_FALSE(w.TipService().IsTracking());
-}
-
-TEST(Posts, KeepTheirOrderInNestedEventLoopsToo) {
-    Recorder w;
-    std::vector<uintptr_t> order;
-    w.also = [&](uint32_t message, uintptr_t wparam, intptr_t) {
-        if (message != WM_APP) return intptr_t{0};
-        order.push_back(wparam);
-        if (wparam == 2) {
-            w.Post(WM_APP, 6);
-            QCoreApplication::processEvents();
-        }
-        return intptr_t{0};
-    };
-    for (uintptr_t i = 1; i <= 5; i++) w.Post(WM_APP, i);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(order, (std::vector<uintptr_t>{1, 2, 3, 4, 5, 6}));
-}
-
-TEST(Posts, AWindowMayDieInAMessage) {
-    auto* w = new Recorder;
-    const MessagePoster poster = w->Poster();
-    int delivered = 0;
-    w->also = [&](uint32_t message, uintptr_t, intptr_t) {
-        if (message == WM_APP && ++delivered == 2) w->Destroy();
-        return intptr_t{0};
-    };
-    for (int i = 0; i < 5; i++) EXPECT_TRUE(poster.Post(WM_APP));
-    QCoreApplication::processEvents();
-    EXPECT_EQ(delivered, 2);
-    EXPECT_FALSE(poster.Post(WM_APP));
-    delete w;
-    EXPECT_FALSE(poster.Post(WM_APP));
-    EXPECT_FALSE(MessagePoster().Post(WM_APP));
-}
-
-// Eight threads post to windows that open and close all the time. Half of the windows wait for some messages,
-// half close with messages on their way. What arrives arrives once and in the order of its thread; nothing
-// arrives at a closed window.
-TEST(Posts, FromEightThreadsWhileWindowsOpenAndClose) {
-    constexpr size_t kThreads = 8;
-    constexpr int kWindows = 1000;
-    std::mutex lock;
-    MessagePoster current;
-    std::atomic<bool> stop{false};
-    std::atomic<uint64_t> accepted{0}, refused{0};
-    std::vector<std::thread> threads;
-    for (uintptr_t t = 0; t < kThreads; t++)
-        threads.emplace_back([&, t] {
-            intptr_t number = 0;
-            while (!stop) {
-                MessagePoster poster;
-                {
-                    std::lock_guard guard(lock);
-                    poster = current;
-                }
-                for (int i = 0; i < 16; i++) ++(poster.Post(WM_APP + 1, t, ++number) ? accepted : refused);
-                std::this_thread::yield();
-            }
-        });
-    uint64_t delivered = 0;
-    bool ordered = true;
-    for (int i = 0; i < kWindows; i++) {
-        Recorder w;
-        size_t count = 0;
-        std::vector<intptr_t> last(kThreads, 0);
-        w.also = [&](uint32_t message, uintptr_t thread, intptr_t number) {
-            if (message != WM_APP + 1) return intptr_t{0};
-            count++;
-            ordered = ordered && number > last[thread];
-            last[thread] = number;
-            return intptr_t{0};
-        };
-        {
-            std::lock_guard guard(lock);
-            current = w.Poster();
-        }
-        while (i % 2 == 0 && count < 100) QCoreApplication::processEvents();
-        delivered += count;
-    }
-    stop = true;
-    for (std::thread& t : threads) t.join();
-    EXPECT_TRUE(ordered);
-    EXPECT_GE(delivered, 100u * kWindows / 2);
-    EXPECT_LE(delivered, accepted);
-    EXPECT_GT(refused, 0u);
 }
 
 // The whole way: a hand on the mouse, a window, a fader in it.

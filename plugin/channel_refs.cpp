@@ -75,11 +75,11 @@ HRESULT COPTControlPlugin::FetchChannels(uint32_t reset, uint32_t kindMask) {
     if (!host) return S_FALSE;
     if (reset) DestroyReferences();
     HRESULT hr = MakeRefList(&m_refs, reinterpret_cast<uintptr_t>(this));
-    if (Succeeded(hr)) hr = EnumerateReferences(*host.Get(), kindMask & ENUM_TRACKS);
-    if (Succeeded(hr)) hr = EnumerateReferences(*host.Get(), kindMask & ENUM_BUSSES);
+    if (Succeeded(hr)) hr = EnumerateReferences(*host, kindMask & ENUM_TRACKS);
+    if (Succeeded(hr)) hr = EnumerateReferences(*host, kindMask & ENUM_BUSSES);
     if (Failed(hr)) return hr;
     SetControlBits(CTRLSTATE_REFS_VALID);
-    for (MPCHANNELREF& row : QmList_Records<MPCHANNELREF>(m_refs)) LoadSubLists(*host.Get(), row);
+    for (MPCHANNELREF& row : QmList_Records<MPCHANNELREF>(m_refs)) LoadSubLists(*host, row);
     m_kindMask = kindMask;
     return S_OK;
 }
@@ -153,7 +153,7 @@ HRESULT COPTControlPlugin::LoadPortEntries(HQMLIST* list, uint32_t kind) {
     HRESULT hr = MakeRefList(list, 0);
     if (Failed(hr)) return hr;
     QmList_DeleteList(*list, 0, -1, 0);
-    return ForEachChannel(*host.Get(), {}, LEVEL_SUB_OBJECT, kind, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
+    return ForEachChannel(*host, {}, LEVEL_SUB_OBJECT, kind, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
         return QmList_InsertList(*list, -1, &ref, 1);
     });
 }
@@ -214,7 +214,7 @@ HRESULT COPTControlPlugin::ApplySubChange(const MPCTRLREC& rec) {
     const ComPtr<IMPCtrlChannels> host = CtrlChannels();
     if (at < 0 || !host) return S_FALSE;
     MPCHANNELREF& row = QmList_Records<MPCHANNELREF>(m_refs)[at];
-    if (!(rec.flags & CHANGE_REMOVED)) return LoadSubLists(*host.Get(), row);
+    if (!(rec.flags & CHANGE_REMOVED)) return LoadSubLists(*host, row);
     HQMLIST subs = static_cast<HQMLIST>(row.subList);
     const int32_t sub = subs ? QmList_FindItemRange(subs, 0, -1, &rec.object.sub, IsSubObject) : -1;
     if (sub < 0) return S_FALSE;

@@ -311,7 +311,7 @@ HRESULT COPTControlPlugin::LoadCatalogFamilies() {
         host = m_catalogHost;
     }
     if (!host) return S_FALSE;
-    return ForEachCatalogEntry(*host.Get(), 0, LEVEL_CHANNEL, [&](uint32_t id) {
+    return ForEachCatalogEntry(*host, 0, LEVEL_CHANNEL, [&](uint32_t id) {
         const CATALOGROW row{id, 0, nullptr};
         return QmList_InsertList(m_catalog, -1, &row, 1);
     });
@@ -328,7 +328,7 @@ HRESULT COPTControlPlugin::LoadCatalogItems(CATALOGROW* family) {
         const HRESULT hr = QmList_CreateExZ(&family->items, sizeof(uint32_t), -1, -1, QMLIST_ARRAY, 0, 0, 0);
         if (Failed(hr)) return hr;
     }
-    return ForEachCatalogEntry(*host.Get(), family->family, LEVEL_SUB_OBJECT,
+    return ForEachCatalogEntry(*host, family->family, LEVEL_SUB_OBJECT,
                                [&](uint32_t id) { return QmList_InsertList(family->items, -1, &id, 1); });
 }
 

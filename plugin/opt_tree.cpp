@@ -100,7 +100,7 @@ public:
         m_plugin.m_hostLockDepth--;
     }
     IMPProjectTree* operator->() const { return m_tree.Get(); }
-    IMPProjectTree& operator*() const { return *m_tree.Get(); }
+    IMPProjectTree& operator*() const { return *m_tree; }
     explicit operator bool() const { return static_cast<bool>(m_tree); }
 
 private:

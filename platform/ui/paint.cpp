@@ -38,15 +38,19 @@ void VLine(QPainter& painter, LONG x, LONG y1, LONG y2, COLORREF color) {
     painter.fillRect(area, ToColor(color));
 }
 
-void FrameRect(QPainter& painter, const RECT& rect, COLORREF color) {
+void DrawSides(QPainter& painter, const RECT& rect, uint32_t sides, COLORREF leftTop, COLORREF rightBottom) {
     if (rect.IsEmpty()) return;
-    const QRectF area = SnapRect(painter, QRectF(ToQRect(rect)));
+    const QRectF r = SnapRect(painter, QRectF(ToQRect(rect)));
     const qreal w = LineWidth(painter);
-    const QColor c = ToColor(color);
-    painter.fillRect(QRectF(area.left(), area.top(), area.width(), w), c);
-    painter.fillRect(QRectF(area.left(), area.bottom() - w, area.width(), w), c);
-    painter.fillRect(QRectF(area.left(), area.top(), w, area.height()), c);
-    painter.fillRect(QRectF(area.right() - w, area.top(), w, area.height()), c);
+    const QColor lit = ToColor(leftTop), dark = ToColor(rightBottom);
+    if (sides & SIDE_TOP) painter.fillRect(QRectF(r.left(), r.top(), r.width(), w), lit);
+    if (sides & SIDE_LEFT) painter.fillRect(QRectF(r.left(), r.top(), w, r.height()), lit);
+    if (sides & SIDE_BOTTOM) painter.fillRect(QRectF(r.left(), r.bottom() - w, r.width(), w), dark);
+    if (sides & SIDE_RIGHT) painter.fillRect(QRectF(r.right() - w, r.top(), w, r.height()), dark);
+}
+
+void FrameRect(QPainter& painter, const RECT& rect, COLORREF color) {
+    DrawSides(painter, rect, SIDE_ALL, color, color);
 }
 
 void DrawText(QPainter& painter, const RECT& rect, std::u16string_view text, const QFont& font,

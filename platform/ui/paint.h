@@ -49,6 +49,9 @@ void FillRect(QPainter& painter, const RECT& rect, COLORREF color);
 void HLine(QPainter& painter, LONG x1, LONG x2, LONG y, COLORREF color);
 /// Vertical line from y1 up to y2, lower end excluded.
 void VLine(QPainter& painter, LONG x, LONG y1, LONG y2, COLORREF color);
+inline constexpr uint32_t SIDE_LEFT = 1, SIDE_TOP = 2, SIDE_RIGHT = 4, SIDE_BOTTOM = 8, SIDE_ALL = 15;
+/// Lines along the inside of the chosen sides.
+void DrawSides(QPainter& painter, const RECT& rect, uint32_t sides, COLORREF leftTop, COLORREF rightBottom);
 /// Lines along the inside of the rectangle.
 void FrameRect(QPainter& painter, const RECT& rect, COLORREF color);
 

@@ -67,7 +67,7 @@ struct Channel {
     bool hidden = false;
     uint32_t colour = 0;  ///< index below kTrackColours
     ChannelId output =
-        kNoChannel;  ///< a bus or the master; kNoChannel for master and preview bus, which feed the device
+        kNoChannel;  ///< any bus or the master; kNoChannel for master and preview bus, which feed the device
     std::vector<Clip> clips{};  ///< of audio tracks, in any order; where clips overlap they are summed
 
     friend bool operator==(const Channel&, const Channel&) = default;

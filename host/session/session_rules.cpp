@@ -131,8 +131,7 @@ void CheckRouting(const std::vector<Channel>& channels) {
         const auto target = index.find(channel.output);
         if (target == index.end()) throw SessionError({}, place(i), "no such channel");
         const ChannelKind kind = channels[target->second].kind;
-        if (kind != ChannelKind::AudioBus && kind != ChannelKind::Master)
-            throw SessionError({}, place(i), "must be a bus or the master");
+        if (kind == ChannelKind::AudioTrack) throw SessionError({}, place(i), "a track takes no input");
     }
 
     enum : char { Unseen, OnPath, EndsAtDevice };

@@ -4,4 +4,4 @@ tarn_test(test-host
     session_save_test.cpp
     session_test.cpp
     test_session.cpp
-  LIBS tarn-host-session tarn-host-libs)
+  LIBS tarn-host-engine tarn-host-libs)

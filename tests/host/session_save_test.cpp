@@ -50,9 +50,9 @@ TEST(SessionSave, NamesTheFileThatCannotBeReadOrWritten) {
         return "accepted";
     };
     const auto missing = folder / "no/such.tarn";
-    EXPECT_EQ(refusal([&] { LoadSession(missing); }), missing.string() + ": No such file or directory");
-    EXPECT_EQ(refusal([&] { SaveSession(FullSession(), missing); }).rfind(missing.string(), 0), 0u);
-    EXPECT_EQ(refusal([&] { LoadSession(folder.Path()); }).rfind(folder.Path().string(), 0), 0u);
+    EXPECT_EQ(refusal([&] { LoadSession(missing); }), "cannot open " + missing.string() + ": No such file or directory");
+    EXPECT_NE(refusal([&] { SaveSession(FullSession(), missing); }).find((folder / "no").string()), std::string::npos);
+    EXPECT_NE(refusal([&] { LoadSession(folder.Path()); }).find(folder.Path().string()), std::string::npos);
     const auto bad = folder / "bad\nname.tarn";
     std::ofstream(bad) << "{";
     const std::string text = refusal([&] { LoadSession(bad); });

@@ -77,7 +77,6 @@ TEST(Session, RefusesWithThePlaceOfTheFault) {
         {R"({"op":"replace","path":"/channels/0/colour","value":52})", "/channels/0/colour"},
         {R"({"op":"replace","path":"/channels/0/output","value":77})", "/channels/0/output"},
         {R"({"op":"replace","path":"/channels/0/output","value":9})", "/channels/0/output"},
-        {R"({"op":"replace","path":"/channels/0/output","value":2})", "/channels/0/output"},
         {R"({"op":"remove","path":"/channels/0/output"})", "/channels/0/output"},
         {R"({"op":"replace","path":"/channels/1/output","value":4})", "/channels/1/output"},
         {R"({"op":"add","path":"/channels/2/output","value":4})", "/channels/2/output"},

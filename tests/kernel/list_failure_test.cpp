@@ -47,7 +47,7 @@ const Row kRows[] = {
          return hr;
      }},
     {"alloc and insert, private", QMLIST_HEAP | QMLIST_PRIVATE_HEAP,
-     [](HQMLIST l) { return QmList_AllocAndInsertItem(l, kItems, 30000, 0, nullptr); }},
+     [](HQMLIST l) { return QmList_AllocAndInsertItem(l, nullptr, 30000, 0, nullptr); }},
     {"alloc and insert, private and large", QMLIST_HEAP | QMLIST_PRIVATE_HEAP,
      [](HQMLIST l) { return QmList_AllocAndInsertItem(l, nullptr, 300000, 0, nullptr); }},
     {"resize", QMLIST_HEAP, [](HQMLIST l) { return QmList_ReAllocItem(l, 1, 50000); }},

@@ -30,7 +30,8 @@ void FillBlock(void* block, uint32_t id, size_t bytes) {
     std::memcpy(block, &id, sizeof(id));
 }
 
-uint32_t IdOf(const Kind& kind, HQMLIST list, int32_t index) {
+/// `deep` reads the whole of a block.
+uint32_t IdOf(const Kind& kind, HQMLIST list, int32_t index, bool deep) {
     if (kind.Array()) {
         const auto record = QmList_Records<Record>(list).data()[index];
         EXPECT_EQ(RecordOf(record[0]), record);
@@ -41,6 +42,7 @@ uint32_t IdOf(const Kind& kind, HQMLIST list, int32_t index) {
     if (!kind.Heap()) return static_cast<uint32_t>(static_cast<char*>(item) - g_pool);
     uint32_t id;
     std::memcpy(&id, item, sizeof(id));
+    if (!deep) return id;
     const auto* bytes = static_cast<const uint8_t*>(item);
     const size_t size = BlockBytes(id);
     EXPECT_GE(QmList_AllocSize(list, index), static_cast<intptr_t>(size));
@@ -64,11 +66,11 @@ public:
         (this->*kOperations[Below(std::size(kOperations))])();
     }
 
-    void Check() {
+    void Check(bool deep) {
         ASSERT_EQ(m_count, m_list->count);
         ASSERT_EQ(m_slots.size(), static_cast<size_t>(m_list->allocated));
         for (int32_t i = 0; i < m_list->allocated; i++)
-            ASSERT_EQ(m_slots[At(i)], IdOf(m_kind, m_list, i)) << i;
+            ASSERT_EQ(m_slots[At(i)], IdOf(m_kind, m_list, i, deep)) << i;
     }
 
 private:
@@ -210,7 +212,7 @@ TEST_P(ListModel, FollowsTheVector) {
         ModelRun run(GetParam(), seed);
         for (int i = 0; i < 1500; i++) {
             run.Step();
-            ASSERT_NO_FATAL_FAILURE(run.Check()) << "seed " << seed << ", step " << i;
+            ASSERT_NO_FATAL_FAILURE(run.Check(i % 50 == 49)) << "seed " << seed << ", step " << i;
         }
     }
 }

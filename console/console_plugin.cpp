@@ -57,7 +57,7 @@ void CConsoleControlPlugin::SetView(ConsoleView* view) {
 }
 
 bool CConsoleControlPlugin::IsChannelHidden(const ChannelEntry& entry) const {
-    return (entry.state & ENTRY_HIDDEN_BY_HOST) && Module().useHostHideState;
+    return (entry.state & ENTRY_HIDDEN_BY_HOST) && ThisModule().useHostHideState;
 }
 
 uint32_t CConsoleControlPlugin::TransportFlags() {
@@ -68,7 +68,7 @@ uint32_t CConsoleControlPlugin::TransportFlags() {
 HRESULT CConsoleControlPlugin::LoadPreferences() {
     const HRESULT hr = COPTControlPlugin::LoadPreferences();
     for (const NamedPreference& row : NAMED)
-        Module().*row.flag = ControlPreference(row.name, 0, row.defaultValue) != 0;
+        ThisModule().*row.flag = ControlPreference(row.name, 0, row.defaultValue) != 0;
     if (ControlPreference(nullptr, PREF_KEY_FORMAT, 0xFFFFFFFF) != PREF_FORMAT) return hr;
     m_vuScale = ControlPreference(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
     m_meterRange = ControlPreference(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
@@ -87,7 +87,7 @@ HRESULT CConsoleControlPlugin::SavePreferences() {
         pref.number = value;
         SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
     };
-    for (const NamedPreference& row : NAMED) save(row.name, PREF_NAMED, Module().*row.flag);
+    for (const NamedPreference& row : NAMED) save(row.name, PREF_NAMED, ThisModule().*row.flag);
     save(nullptr, PREF_KEY_FORMAT, PREF_FORMAT);
     save(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
     save(nullptr, PREF_KEY_METER_RANGE, m_meterRange);

@@ -40,8 +40,7 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     const POINT at = UnpackPoint(lparam);
 
     if (m_held && m_heldElement == ELEMENT_FADER) {
-        PressFader(*m_held, message, wparam, lparam);
-        if (m_held && m_held->Fader().dragPart == FADER_NOWHERE) m_held = nullptr;
+        SendToHeldFader(message, wparam, lparam);
         return 0;
     }
     if (message == WM_CANCELMODE || message == WM_CAPTURECHANGED) {
@@ -66,7 +65,7 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     RECT area{};
     const uint32_t element = strip->HitTest(at, tip, area);
     if (element == ELEMENT_FADER) {
-        PressFader(*strip, message, wparam, lparam);
+        OnFaderMouse(*strip, message, wparam, lparam);
     } else if (element == ELEMENT_METER) {
         MeterInst_Message(&strip->Meter(), message, wparam, lparam);
     } else if (message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK) {
@@ -75,21 +74,23 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     return 0;
 }
 
-void CMixerView::PressFader(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    const bool press = message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK;
-    if (press) {
-        SetFocus(&strip.Entry());
-        m_held = &strip;
-        m_heldElement = ELEMENT_FADER;
+void CMixerView::OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    if (message != WM_LBUTTONDOWN && message != WM_LBUTTONDBLCLK) {
+        FaderInst_Message(&strip.Fader(), message, wparam, lparam);
+        return;
     }
-    ChannelEntry* entry = &strip.Entry();
-    FaderInst_Message(&strip.Fader(), message, wparam, lparam);
-    // The calls of the host that a fader makes may come back as changes, but those wait for the message loop: the strip
-    // is still there.
-    if (press && strip.Fader().dragPart == FADER_NOWHERE) {
-        m_held = nullptr;
-        if (m_gesture.IsRunningOn(*entry)) m_gesture.End();  // a double-click ends with its press
-    }
+    SetFocus(&strip.Entry());
+    m_held = &strip;
+    m_heldElement = ELEMENT_FADER;
+    SendToHeldFader(message, wparam, lparam);
+    if (!m_held) m_gesture.End();  // a double-click is over with its press
+}
+
+/// Changes that come back from the host wait for the message loop, so the strip outlives the call; but the fader may let
+/// go of the mouse in it, and that comes back here as a message of its own.
+void CMixerView::SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    FaderInst_Message(&m_held->Fader(), message, wparam, lparam);
+    if (m_held && m_held->Fader().dragPart == FADER_NOWHERE) m_held = nullptr;
 }
 
 intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam) {
@@ -192,10 +193,9 @@ void CMixerView::SetFocus(ChannelEntry* channel) {
 bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     const auto key = static_cast<uint32_t>(wparam);
     MessageWindow& window = m_page.ThePageWindow();
-    const bool ctrl = window.IsKeyDown(VK_CONTROL), shift = window.IsKeyDown(VK_SHIFT);
+    const bool ctrl = window.IsKeyDown(VK_CONTROL);
     if (m_held && m_heldElement == ELEMENT_FADER) {
-        PressFader(*m_held, WM_KEYDOWN, wparam, lparam);  // Esc takes the drag back
-        if (m_held->Fader().dragPart == FADER_NOWHERE) m_held = nullptr;
+        SendToHeldFader(WM_KEYDOWN, wparam, lparam);  // Esc takes the drag back
         return true;
     }
     EnsureFocus();
@@ -263,8 +263,8 @@ bool CMixerView::MoveFocus(uint32_t key) {
 bool CMixerView::MoveFaders(uint32_t, uintptr_t wparam, intptr_t lparam) {
     Strip* strip = m_focus ? Strip::Of(*m_focus) : nullptr;
     if (!strip || strip->Rects().fader.IsEmpty()) return true;
-    const MessageWindow& window = m_page.ThePageWindow();
-    const bool ctrl = window.IsKeyDown(VK_CONTROL), shift = window.IsKeyDown(VK_SHIFT);
+    const MessageWindow& keys = m_page.ThePageWindow();
+    const bool ctrl = keys.IsKeyDown(VK_CONTROL), shift = keys.IsKeyDown(VK_SHIFT);
     const uintptr_t side = shift == ctrl ? 'S' : shift ? 'L' : 'R';
     FaderInst_Message(&strip->Fader(), WM_KEYDOWN, side, 1);
     FaderInst_Message(&strip->Fader(), WM_KEYDOWN, wparam, lparam);

@@ -27,7 +27,7 @@ ConsoleFontMeasures MeasureFonts() {
             TextWidth(SMALL, u"-138.0"),
             TextWidth(SMALL, ConsoleText(IDS_SILENCE).c_str()),
             TextWidth(SMALL, u"-72.0"),
-            Module().pluginTexts.Lcid() & LANG_PRIMARY_MASK};
+            ThisModule().pluginTexts.Lcid() & LANG_PRIMARY_MASK};
 }
 
 }  // namespace

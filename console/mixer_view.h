@@ -53,7 +53,8 @@ private:
     void InvalidateValues();
     void Press(Strip& strip, uint32_t element, uintptr_t keys, POINT at);
     void Release(POINT at);
-    void PressFader(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
+    void OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
+    void SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam);
     intptr_t OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam);
     void Select(ChannelEntry& channel, SelectMode mode);
     void SelectAll();

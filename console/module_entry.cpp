@@ -41,7 +41,7 @@ QM_API HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out) {
 QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags) {
     if (!classId || !name || !flags) return E_POINTER;
     return EntryPoint([&]() -> HRESULT {
-        if (Module().pluginTexts.LoadText(IDS_OBJECT_NAME, name, nameSize) == 0)
+        if (ThisModule().pluginTexts.LoadText(IDS_OBJECT_NAME, name, nameSize) == 0)
             CopyText(name, nameSize, u"Mixer Console");
         *classId = CLSID_ConsolePlugin;
         *flags = OPTOBJECT_INFO_FLAGS;

@@ -3,7 +3,9 @@
 #include "console/console_images.h"
 #include "console/console_plugin.h"
 #include "console/gain.h"
+#include "console/mixer_view.h"
 #include "console/texts.h"
+#include "controls/number_text.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/theme.h"
 
@@ -91,7 +93,9 @@ std::u16string Strip::KindWord() const {
 std::u16string Strip::ValueText(bool offBySolo) const {
     if (m_switches & SWITCH_MUTE) return ConsoleText(IDS_MUTED);
     if (offBySolo) return ConsoleText(IDS_OFF_SOLO);
-    return PositionText(Position());
+    return Position() <= POSITION_MIN && !m_entry.IsMidi() ? ConsoleText(IDS_SILENCE)
+           : m_entry.IsMidi()                                ? NumberText(Position(), u"$.0f")
+                                                             : NumberText(Position() / 10.0);
 }
 
 void Strip::Layout(const RECT& rect) {
@@ -163,7 +167,7 @@ void Strip::TickMeters(WindowPainter& painter) {
         std::copy(std::begin(levels), std::end(levels), m_levels);
         MeterInst_SetLevels(&m_meter, levels, 2);
     }
-    DrawMeterTick(painter);
+    (void)painter;
 }
 
 bool Strip::WriteSwitches(uint32_t set, uint32_t clear) {

@@ -8,6 +8,7 @@
 #include "controls/meter.h"
 #include "platform/ui/control_host.h"
 
+#include <span>
 #include <string>
 
 class CConsoleControlPlugin;

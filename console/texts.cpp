@@ -33,7 +33,7 @@ constexpr Text TEXTS[] = {
 
 std::u16string ConsoleText(uint32_t id) {
     char16_t text[256];
-    if (const uint32_t length = Module().pluginTexts.LoadText(id, text, 256)) return {text, length};
+    if (const uint32_t length = ThisModule().pluginTexts.LoadText(id, text, 256)) return {text, length};
     for (const Text& row : TEXTS)
         if (row.id == id) return row.english;
     return {};

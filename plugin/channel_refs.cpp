@@ -38,7 +38,7 @@ int32_t CompareReferences(uintptr_t criteria, const void* a, const void* b) {
         plugin->GetChannelRecord(id, &rec, MASK_IDENTITY);
         return ChannelKey::From(rec);
     };
-    const bool surround = Module().channelMode == CHANNEL_MODE_SURROUND;
+    const bool surround = ThisModule().channelMode == CHANNEL_MODE_SURROUND;
     return CompareChannels(read(a), read(b), surround ? ChannelOrder::ReferencesSurround : ChannelOrder::References);
 }
 

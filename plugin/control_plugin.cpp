@@ -48,7 +48,7 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
     HRESULT hr = COPTPlugin::Initialise(host, hostSite, flags, reserved, capabilities);
     if (Failed(hr)) return hr;
 
-    ModuleState& module = Module();
+    ModuleState& module = ThisModule();
     uint32_t mode = 0;
     GetHostProperty(MPPROP_CHANNEL_MODE, &mode, sizeof mode);
     module.channelMode = mode;
@@ -193,7 +193,7 @@ HRESULT COPTControlPlugin::GetProjectInfo() {
 
 HRESULT COPTControlPlugin::GetDriverString(char16_t* out, uint32_t size) {
     constexpr uint32_t IDS_DRIVER = 514;
-    Module().pluginTexts.LoadText(IDS_DRIVER, out, size);
+    ThisModule().pluginTexts.LoadText(IDS_DRIVER, out, size);
     return S_OK;
 }
 

@@ -2,15 +2,15 @@
 
 #include "platform/ui/layout_direction.h"
 
-ModuleState& Module() {
+ModuleState& ThisModule() {
     static ModuleState state;
     return state;
 }
 
 void ApplyModuleLcid(uint32_t lcid) {
     if (lcid == 0) lcid = LCID_ENGLISH_US;
-    Module().pluginTexts.SetLcid(lcid);
-    Module().kernelTexts.SetLcid(lcid);
+    ThisModule().pluginTexts.SetLcid(lcid);
+    ThisModule().kernelTexts.SetLcid(lcid);
 
     // Arabic, Hebrew, Urdu, Persian.
     constexpr uint64_t RIGHT_TO_LEFT_LANGUAGES = 0x20100002002;

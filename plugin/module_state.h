@@ -19,7 +19,7 @@ struct ModuleState {
     std::atomic<bool> useSendPanFaders{false};
 };
 
-ModuleState& Module();
+ModuleState& ThisModule();
 
 /// Changes the language of both tables and the direction in which the process lays out its windows; 0 means US
 /// English. [page-thread]

@@ -72,7 +72,7 @@ TEST_F(Page, AFaderGestureBeginsChangesAndEndsAtTheHost) {
     EXPECT_EQ(Position(1), 0) << "a press alone moves nothing";
     page->Move(thumb + QPoint(0, 40));
     const int32_t lower = Position(1);
-    EXPECT_LT(lower, -20);
+    EXPECT_LT(lower, -10);
     EXPECT_EQ(page->FaderDb(DRUMS), lower / 10.0);
     EXPECT_EQ(Position(2), 0) << "nothing else moves";
     page->Release(thumb + QPoint(0, 40));
@@ -262,7 +262,7 @@ TEST_F(Page, AMeterTickChangesTheMetersAloneOnTheScreen) {
     const QImage after = picture();
     for (int y = 0; y < after.height(); y++)
         for (int x = 0; x < after.width(); x++)
-            if (after.pixel(x, y) != before.pixel(x, y)) ASSERT_TRUE(meter.contains(x, y)) << x << ", " << y;
+            ASSERT_TRUE(after.pixel(x, y) == before.pixel(x, y) || meter.contains(x, y)) << x << ", " << y;
 }
 
 }  // namespace

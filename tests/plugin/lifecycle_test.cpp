@@ -77,7 +77,7 @@ TEST(Lifecycle, AnswersItsInterfacesAndNoOthers) {
 }
 
 TEST(Lifecycle, LanguageChangeDropsTextsAndSetsTheFlags) {
-    ModuleState& module = Module();
+    ModuleState& module = ThisModule();
     module.pluginTexts.CacheText(1, u"one");
     char16_t text[3];
     EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 2u) << "cut, with its terminator";

@@ -4,6 +4,7 @@
 
 #include "plugin/host_contract.h"
 
+#include <QEvent>
 #include <QWidget>
 
 extern "C" {

@@ -177,8 +177,8 @@ HRESULT CConsoleMixerPage::OnCreate() {
 }
 
 void CConsoleMixerPage::OnDestroy() {
+    m_mixerView.reset();  // takes the strips off the entries while they are still this thread's
     if (m_console) m_console->SetView(nullptr);
-    m_mixerView.reset();
     m_images.reset();
     m_hasFocus = false;
     m_tickWanted = 0;
@@ -232,6 +232,7 @@ void CConsoleMixerPage::OnFocusMoved() {
     const POINT at{strip.left + 2, strip.top + 2};
     if (!m_mixerView->Bounds().Contains(at)) return;
     ThePageWindow().CreateCaret(CARET);
+    ThePageWindow().CaretService().SetColor(QmGetUIColor(COLOR_HIGHLIGHT));
     ThePageWindow().MoveCaret(at);
     ThePageWindow().ShowCaret(true);
     if (m_accessible) m_accessible->FocusMoved(*focused);

@@ -71,7 +71,7 @@ void CMixerView::ReSize(RECT& rect) {
 }
 
 void CMixerView::PlaceStrip(Strip& strip, LONG x) {
-    strip.Layout({x, m_bounds.top, x + strip.Width(), m_bounds.bottom});
+    strip.Layout({x, m_bounds.top, x + strip.Width(), ScrollLane().top});
 }
 
 void CMixerView::LayoutStrips() {
@@ -121,22 +121,25 @@ void CMixerView::Paint(QPainter& painter, const RECT& area) {
     }
     if (right < m_bounds.right)
         FillRect(painter, {right, m_bounds.top, m_bounds.right, m_bounds.bottom}, m_images.background);
-    PaintScrollMark(painter);
+    PaintScrollLane(painter);
 }
 
-RECT CMixerView::ScrollMark() const {
-    const LONG total = TotalWidth(), width = m_bounds.Width();
-    if (total <= width || width <= 0) return {};
-    constexpr LONG HEIGHT = 4, SHORTEST = 24;
-    const LONG length = std::max<LONG>(SHORTEST, static_cast<LONG>(int64_t{width} * width / total));
-    const LONG left = m_bounds.left + static_cast<LONG>(int64_t{width - length} * m_offset / (total - width));
-    return {left, m_bounds.bottom - HEIGHT, left + length, m_bounds.bottom - 1};
+/// The lane along the bottom that tells where the strips on view lie among all of them; empty when all fit.
+RECT CMixerView::ScrollLane() const {
+    constexpr LONG HEIGHT = 7;
+    const bool fits = TotalWidth() <= m_bounds.Width();
+    return {m_bounds.left, m_bounds.bottom - (fits ? 0 : HEIGHT), m_bounds.right, m_bounds.bottom};
 }
 
-/// Where the strips on view lie among all of them.
-void CMixerView::PaintScrollMark(QPainter& painter) const {
-    const RECT mark = ScrollMark();
-    if (!mark.IsEmpty()) FillRect(painter, mark, QmGetUIColor(COLOR_HIGHLIGHT));
+void CMixerView::PaintScrollLane(QPainter& painter) const {
+    const RECT lane = ScrollLane();
+    if (lane.IsEmpty()) return;
+    constexpr LONG SHORTEST = 24;
+    const LONG total = TotalWidth(), width = lane.Width();
+    const LONG length = std::min(width, std::max<LONG>(SHORTEST, static_cast<LONG>(int64_t{width} * width / total)));
+    const LONG left = lane.left + static_cast<LONG>(int64_t{width - length} * m_offset / (total - width));
+    FillRect(painter, lane, m_images.background);
+    FillRect(painter, {left, lane.top + 2, left + length, lane.bottom - 2}, QmGetUIColor(UICOLOR_TICK));
 }
 
 void CMixerView::OnTick(bool meters) {
@@ -154,7 +157,6 @@ void CMixerView::OnTick(bool meters) {
     const ClipScope clip(*painter, m_bounds);
     for (Strip* strip : strips)
         if (strip->painted) strip->TickMeters(painter);
-    PaintScrollMark(*painter);
 }
 
 /// A solo changes what the labels of the other strips say.

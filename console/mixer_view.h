@@ -63,8 +63,8 @@ private:
     bool MoveFaders(uint32_t key, uintptr_t wparam, intptr_t lparam);
     void ToggleByKey(const StripSwitch& s);
     std::vector<Strip*> KeyTargets(bool alone) const;
-    void PaintScrollMark(QPainter& painter) const;
-    RECT ScrollMark() const;
+    RECT ScrollLane() const;
+    void PaintScrollLane(QPainter& painter) const;
     void ShowFaderTip(const Strip& strip);
 
     CConsoleControlPlugin& m_plugin;

@@ -23,6 +23,7 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
     host.OpenProject();
 
     std::atomic<bool> stop{false};
+    std::atomic<int> callbacks{0};
     std::vector<std::thread> threads;
     for (uint64_t t = 0; t < 8; t++)
         threads.emplace_back([&, t] {
@@ -42,12 +43,12 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
                 case 5: host.Notify(MPNOTIFY_PROJECT_RELOAD); break;
                 default: host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_VOLUME); break;
                 }
-                std::this_thread::yield();
+                callbacks++;
             }
         });
     {
         PageHarness page(object.Get(), QSize(500, 300));
-        for (int round = 0; round < 1000; round++) {
+        for (int round = 0; round < 1000 || callbacks < 20000; round++) {
             page.Close();
             ASSERT_EQ(page.Open(object.Get()), S_OK);
             if (round % 8 == 0) PageHarness::Settle();

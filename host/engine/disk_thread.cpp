@@ -36,6 +36,7 @@ void DiskThread::SetStreams(Streams streams) {
         const std::lock_guard lock(m_mutex);
         m_streams.swap(streams);
         m_news = true;
+        m_reading.store(true, std::memory_order_release);
     }
     m_wake.notify_one();
 }
@@ -48,6 +49,7 @@ void DiskThread::Request(const PlayRequest& request) {
         m_request = request;
         m_request->jump = jump;
         m_news = true;
+        m_reading.store(true, std::memory_order_release);
     }
     m_wake.notify_one();
 }
@@ -61,6 +63,7 @@ void DiskThread::Run() {
         {
             std::unique_lock lock(m_mutex);
             const auto news = [&] { return m_news; };
+            if (!m_news && !m_priming) m_reading.store(false, std::memory_order_release);
             if (busy)
                 m_wake.wait_for(lock, kPoll, news);
             else

@@ -4,6 +4,7 @@
 #include "host/engine/play_head.h"
 #include "host/engine/track_stream.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -34,6 +35,8 @@ public:
     /// Has the request played as soon as its beginning is read; of several that wait the last one counts.
     /// [any-thread but audio]
     void Request(const PlayRequest& request);
+    /// Whether something that was asked for is not read and offered yet. [any-thread]
+    bool Reading() const { return m_reading.load(std::memory_order_acquire); }
 
 private:
     void Run();
@@ -60,6 +63,7 @@ private:
     Streams m_streams;
     std::optional<PlayRequest> m_request;
     bool m_news = false;
+    std::atomic<bool> m_reading{false};
     bool m_quit = false;
     std::thread m_thread;
 };

@@ -34,6 +34,7 @@ struct Engine::Control {
     }
     bool Playing() const;
     int64_t Frame() const;
+    int64_t ReadAhead() const;
     void Jump(int64_t frame);
     void Stop();
     void TakeSession(const Session& session, const std::filesystem::path& folder);
@@ -52,6 +53,16 @@ struct Engine::Control {
     int64_t end = INT64_MAX;
     LoopRange loop;
 };
+
+int64_t Engine::Control::ReadAhead() const {
+    const PlayState state = rig->player.Head().State();
+    const int ring = rig->player.Head().Exchange().Settled().ring;
+    if (!state.playing) return 0;
+    int64_t least = INT64_MAX;
+    for (const auto& stream : rig->model.Streams())
+        if (stream->Serves(ring, state.serial)) least = std::min(least, stream->Ahead(ring));
+    return least == INT64_MAX ? 0 : std::max<int64_t>(0, least);
+}
 
 std::unique_ptr<AudioDevice> Engine::Control::OpenDevice(int rate) {
     deviceProblem.clear();
@@ -195,6 +206,8 @@ EngineStatus Engine::Status() const {
     status.load = c.rig->player.Load();
     status.diskUnderruns = c.rig->player.Underruns();
     status.lateBlocks = c.rig->device->LateBlocks();
+    status.reading = c.rig->disk.Reading();
+    status.readAhead = static_cast<double>(c.ReadAhead()) / c.rig->model.SampleRate();
     return status;
 }
 

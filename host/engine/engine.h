@@ -44,7 +44,10 @@ struct EngineStatus {
     size_t blockFrames = 0;
     double load = 0;             ///< share of real time that mixing takes
     uint64_t diskUnderruns = 0;  ///< blocks in which samples from the disk were missing
-    uint64_t lateBlocks = 0;     ///< blocks that reached the device too late
+    double readAhead =
+        0;  ///< seconds that lie ready of what plays, of the track with the least; 0 when none plays
+    bool reading = false;     ///< something asked for is not read from the disk yet
+    uint64_t lateBlocks = 0;  ///< blocks that reached the device too late
 };
 
 class Engine {

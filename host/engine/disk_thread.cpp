@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kFillFrames = 4096;
 constexpr double kPrimeSeconds = 0.15;  ///< read before a plan is offered
-constexpr double kLeadSeconds = 0.30;   ///< from the wish for a seamless change to the change
+constexpr double kLeadSeconds = 0.10;   ///< from the wish for a seamless change to the change
 constexpr auto kPoll = std::chrono::milliseconds(10);
 
 }  // namespace

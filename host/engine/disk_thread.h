@@ -18,8 +18,8 @@ namespace host {
 struct PlayRequest {
     uint64_t serial = 0;
     LoopFrames loop;
-    std::optional<int64_t>
-        jump;  ///< begin there; without it what plays goes on, with the new loop and without a seam
+    /// Begin there; without it what plays goes on, with the new loop and without a seam.
+    std::optional<int64_t> jump;
 };
 
 class DiskThread {

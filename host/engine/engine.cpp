@@ -34,7 +34,7 @@ struct Engine::Control {
     }
     bool Playing() const;
     int64_t Frame() const;
-    int64_t ReadAhead() const;
+    std::optional<double> ReadAhead() const;
     void Jump(int64_t frame);
     void Stop();
     void TakeSession(const Session& session, const std::filesystem::path& folder);
@@ -54,14 +54,15 @@ struct Engine::Control {
     LoopRange loop;
 };
 
-int64_t Engine::Control::ReadAhead() const {
+std::optional<double> Engine::Control::ReadAhead() const {
     const PlayState state = rig->player.Head().State();
     const int ring = rig->player.Head().Exchange().Settled().ring;
-    if (!state.playing) return 0;
+    if (!state.playing) return std::nullopt;
     int64_t least = INT64_MAX;
     for (const auto& stream : rig->model.Streams())
         if (stream->Serves(ring, state.serial)) least = std::min(least, stream->Ahead(ring));
-    return least == INT64_MAX ? 0 : std::max<int64_t>(0, least);
+    if (least == INT64_MAX) return std::nullopt;
+    return static_cast<double>(std::max<int64_t>(0, least)) / rig->model.SampleRate();
 }
 
 std::unique_ptr<AudioDevice> Engine::Control::OpenDevice(int rate) {
@@ -207,7 +208,7 @@ EngineStatus Engine::Status() const {
     status.diskUnderruns = c.rig->player.Underruns();
     status.lateBlocks = c.rig->device->LateBlocks();
     status.reading = c.rig->disk.Reading();
-    status.readAhead = static_cast<double>(c.ReadAhead()) / c.rig->model.SampleRate();
+    status.readAhead = c.ReadAhead();
     return status;
 }
 

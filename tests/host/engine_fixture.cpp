@@ -90,7 +90,7 @@ void HandEngine::WaitForData(size_t frames) {
     for (;;) {
         const EngineStatus status = m_engine->Status();
         const double needed = 2.0 * static_cast<double>(frames) / status.sampleRate;
-        if (status.readAhead == 0 || status.readAhead >= needed) return;
+        if (!status.readAhead || *status.readAhead >= needed) return;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

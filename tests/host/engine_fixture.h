@@ -72,10 +72,11 @@ public:
     void WaitForDisk();
     /// The next frames in blocks of this size.
     Stereo Pull(size_t frames, size_t block = 512);
+    /// Waits until twice as many frames lie ready, when something plays.
+    void WaitForData(size_t frames);
+    HandDevice* Device() const { return m_device; }
 
 private:
-    void WaitForData(size_t frames);
-
     HandDevice* m_device = nullptr;
     std::unique_ptr<Engine> m_engine;
 };

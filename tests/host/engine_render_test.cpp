@@ -42,8 +42,7 @@ TEST(Render, IsTheSameFileEveryTimeAndUnityIsBitExact) {
     session.channels[2].fader_db = -3;
     session.channels[2].pan = 0.1;
     for (size_t block : {1, 17, 4096})
-        RenderToFile(session, folder.Path(), folder / std::to_string(block),
-                     {.blockFrames = block, .progress = {}});
+        RenderToFile(session, folder.Path(), folder / std::to_string(block), {.blockFrames = block});
     EXPECT_EQ(Bytes(folder / "1"), Bytes(folder / "17"));
     EXPECT_EQ(Bytes(folder / "1"), Bytes(folder / "4096"));
 }
@@ -54,7 +53,7 @@ TEST(Render, TakesARangeAndLimitsWhatDoesNotFit) {
               [](int64_t i, int c) { return i == 24005 ? (c ? -2.0f : 1.0f) : Mark(i); });
     const Session session = TracksSession({10}, 1);
     const RenderResult result =
-        RenderToFile(session, folder.Path(), folder / "a.wav", {.start = 0.5, .end = 0.75, .progress = {}});
+        RenderToFile(session, folder.Path(), folder / "a.wav", {.start = 0.5, .end = 0.75});
     const Stereo out = ReadWave(folder / "a.wav");
     EXPECT_EQ(result.frames, 12000);
     EXPECT_EQ(out.size(), 12000u);
@@ -63,9 +62,8 @@ TEST(Render, TakesARangeAndLimitsWhatDoesNotFit) {
     EXPECT_EQ(out.right[5], -1.0f);
     EXPECT_EQ(result.clippedFrames, 1);
     EXPECT_EQ(result.peak, 2.0f);
-    for (RenderOptions bad :
-         {RenderOptions{.start = 1, .progress = {}}, RenderOptions{.start = -1, .progress = {}},
-          RenderOptions{.start = 2, .end = std::nan(""), .progress = {}}})
+    for (RenderOptions bad : {RenderOptions{.start = 1}, RenderOptions{.start = -1},
+                              RenderOptions{.start = 2, .end = std::nan("")}})
         EXPECT_THROW(RenderToFile(session, folder.Path(), folder / "b.wav", bad), RenderError);
     EXPECT_FALSE(std::filesystem::exists(folder / "b.wav"));
 }

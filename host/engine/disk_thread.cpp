@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kFillFrames = 4096;
 constexpr double kPrimeSeconds = 0.15;  ///< read before a plan is offered
-constexpr double kLeadSeconds = 0.30;   ///< from the wish for a seamless change to the change
+constexpr double kLeadSeconds = 0.10;   ///< from the wish for a seamless change to the change
 constexpr auto kPoll = std::chrono::milliseconds(10);
 
 }  // namespace
@@ -36,6 +36,7 @@ void DiskThread::SetStreams(Streams streams) {
         const std::lock_guard lock(m_mutex);
         m_streams.swap(streams);
         m_news = true;
+        m_reading.store(true, std::memory_order_release);
     }
     m_wake.notify_one();
 }
@@ -48,6 +49,7 @@ void DiskThread::Request(const PlayRequest& request) {
         m_request = request;
         m_request->jump = jump;
         m_news = true;
+        m_reading.store(true, std::memory_order_release);
     }
     m_wake.notify_one();
 }
@@ -61,6 +63,7 @@ void DiskThread::Run() {
         {
             std::unique_lock lock(m_mutex);
             const auto news = [&] { return m_news; };
+            if (!m_news && !m_priming) m_reading.store(false, std::memory_order_release);
             if (busy)
                 m_wake.wait_for(lock, kPoll, news);
             else

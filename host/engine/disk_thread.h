@@ -4,6 +4,7 @@
 #include "host/engine/play_head.h"
 #include "host/engine/track_stream.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -17,8 +18,8 @@ namespace host {
 struct PlayRequest {
     uint64_t serial = 0;
     LoopFrames loop;
-    std::optional<int64_t>
-        jump;  ///< begin there; without it what plays goes on, with the new loop and without a seam
+    /// Begin there; without it what plays goes on, with the new loop and without a seam.
+    std::optional<int64_t> jump;
 };
 
 class DiskThread {
@@ -34,6 +35,8 @@ public:
     /// Has the request played as soon as its beginning is read; of several that wait the last one counts.
     /// [any-thread but audio]
     void Request(const PlayRequest& request);
+    /// Whether something that was asked for is not read and offered yet. [any-thread]
+    bool Reading() const { return m_reading.load(std::memory_order_acquire); }
 
 private:
     void Run();
@@ -60,6 +63,7 @@ private:
     Streams m_streams;
     std::optional<PlayRequest> m_request;
     bool m_news = false;
+    std::atomic<bool> m_reading{false};
     bool m_quit = false;
     std::thread m_thread;
 };

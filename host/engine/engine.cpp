@@ -34,6 +34,7 @@ struct Engine::Control {
     }
     bool Playing() const;
     int64_t Frame() const;
+    std::optional<double> ReadAhead() const;
     void Jump(int64_t frame);
     void Stop();
     void TakeSession(const Session& session, const std::filesystem::path& folder);
@@ -52,6 +53,17 @@ struct Engine::Control {
     int64_t end = INT64_MAX;
     LoopRange loop;
 };
+
+std::optional<double> Engine::Control::ReadAhead() const {
+    const PlayState state = rig->player.Head().State();
+    const int ring = rig->player.Head().Exchange().Settled().ring;
+    if (!state.playing) return std::nullopt;
+    int64_t least = INT64_MAX;
+    for (const auto& stream : rig->model.Streams())
+        if (stream->Serves(ring, state.serial)) least = std::min(least, stream->Ahead(ring));
+    if (least == INT64_MAX) return std::nullopt;
+    return static_cast<double>(std::max<int64_t>(0, least)) / rig->model.SampleRate();
+}
 
 std::unique_ptr<AudioDevice> Engine::Control::OpenDevice(int rate) {
     deviceProblem.clear();
@@ -195,6 +207,8 @@ EngineStatus Engine::Status() const {
     status.load = c.rig->player.Load();
     status.diskUnderruns = c.rig->player.Underruns();
     status.lateBlocks = c.rig->device->LateBlocks();
+    status.reading = c.rig->disk.Reading();
+    status.readAhead = c.ReadAhead();
     return status;
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,10 +20,10 @@ struct AudioDevice;
 
 struct EngineOptions {
     bool systemDevice = true;  ///< false plays to the silent clock
-    std::string deviceName;    ///< part of its name; empty is the system's default
+    std::string deviceName{};  ///< part of its name; empty is the system's default
     size_t blockFrames = 512;
     /// Opens the device in place of the two above; never gives null.
-    std::function<std::unique_ptr<AudioDevice>(int sampleRate, size_t blockFrames)> openDevice;
+    std::function<std::unique_ptr<AudioDevice>(int sampleRate, size_t blockFrames)> openDevice{};
 };
 
 struct TransportState {
@@ -44,7 +45,10 @@ struct EngineStatus {
     size_t blockFrames = 0;
     double load = 0;             ///< share of real time that mixing takes
     uint64_t diskUnderruns = 0;  ///< blocks in which samples from the disk were missing
-    uint64_t lateBlocks = 0;     ///< blocks that reached the device too late
+    /// Seconds of what plays that lie ready, of the track with the least; empty where no track plays.
+    std::optional<double> readAhead;
+    bool reading = false;     ///< something asked for is not read from the disk yet
+    uint64_t lateBlocks = 0;  ///< blocks that reached the device too late
 };
 
 class Engine {
@@ -65,6 +69,7 @@ public:
     void Play();  ///< from the position; at the end of the session from its start
     void Stop();
     void Locate(double seconds);  ///< whether it plays or not; below 0 is 0
+    /// While it plays the change takes effect a tenth of a second later, without a seam.
     void SetLoop(const LoopRange& loop);
     TransportState Transport() const;
 

@@ -37,6 +37,7 @@ public:
     void SetEnd(int64_t frame) { m_end.store(frame, std::memory_order_relaxed); }
     PlayState State() const;
     PlanExchange& Exchange() { return m_exchange; }
+    const PlanExchange& Exchange() const { return m_exchange; }
 
     // Audio side.
 

@@ -17,7 +17,7 @@ struct RenderOptions {
     double end = 0;    ///< seconds; 0 is the end of the session
     size_t blockFrames = 4096;
     /// Called now and then with the share that is done, 0 to 1; false stops the render. May be empty.
-    std::function<bool(double done)> progress;
+    std::function<bool(double done)> progress{};
 };
 
 struct RenderResult {

@@ -66,8 +66,8 @@ struct Channel {
     bool selected = false;
     bool hidden = false;
     uint32_t colour = 0;  ///< index below kTrackColours
-    ChannelId output =
-        kNoChannel;  ///< any bus or the master; kNoChannel for master and preview bus, which feed the device
+    /// Any bus or the master; kNoChannel for master and preview bus, which feed the device.
+    ChannelId output = kNoChannel;
     std::vector<Clip> clips{};  ///< of audio tracks, in any order; where clips overlap they are summed
 
     friend bool operator==(const Channel&, const Channel&) = default;
@@ -106,8 +106,8 @@ struct Session {
 struct SessionError : std::runtime_error {
     SessionError(std::string_view file, std::string_view place, std::string_view reason);
 
-    std::string
-        place;  ///< JSON pointer ("/channels/3/pan"), or "byte N" where the text is not JSON; may be empty
+    /// JSON pointer ("/channels/3/pan"), or "byte N" where the text is not JSON; may be empty.
+    std::string place;
     std::string reason;
 };
 

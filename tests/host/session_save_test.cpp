@@ -50,8 +50,10 @@ TEST(SessionSave, NamesTheFileThatCannotBeReadOrWritten) {
         return "accepted";
     };
     const auto missing = folder / "no/such.tarn";
-    EXPECT_EQ(refusal([&] { LoadSession(missing); }), "cannot open " + missing.string() + ": No such file or directory");
-    EXPECT_NE(refusal([&] { SaveSession(FullSession(), missing); }).find((folder / "no").string()), std::string::npos);
+    EXPECT_EQ(refusal([&] { LoadSession(missing); }),
+              "cannot open " + missing.string() + ": No such file or directory");
+    EXPECT_NE(refusal([&] { SaveSession(FullSession(), missing); }).find((folder / "no").string()),
+              std::string::npos);
     EXPECT_NE(refusal([&] { LoadSession(folder.Path()); }).find(folder.Path().string()), std::string::npos);
     const auto bad = folder / "bad\nname.tarn";
     std::ofstream(bad) << "{";

@@ -101,111 +101,66 @@ intptr_t GetValues(tQMFADER& f, uintptr_t wparam, intptr_t lparam) {
     return f.pos[0];
 }
 
-using Handler = intptr_t (*)(tQMFADER&, uintptr_t, intptr_t);
-struct MessageRow {
-    uint32_t message;
-    Handler handler;
-};
-// W and L are the message's parameters.
-#define HANDLER [](tQMFADER & f, [[maybe_unused]] uintptr_t W, [[maybe_unused]] intptr_t L) -> intptr_t
-constexpr MessageRow kMessages[] = {{FADERM_GETPOS, HANDLER{return f.pos[0];
-}  // namespace
+intptr_t ReplaceTicks(tQMFADER& f, uint32_t count, const int32_t* list) {
+    const int32_t* previous = f.ticks;
+    f.ticks = list;
+    f.tickCount = list ? std::min(count, kFaderMaxTicks) : 0;
+    FaderRepaint(f);
+    return reinterpret_cast<intptr_t>(previous);
 }
-, {FADERM_GETMIN, HANDLER{return f.scale.min;
+
+intptr_t GetTicks(const tQMFADER& f, uint32_t* count) {
+    if (count) *count = f.tickCount;
+    return reinterpret_cast<intptr_t>(f.ticks);
 }
+
+intptr_t SetPosition(tQMFADER& f, int32_t value, bool redraw) {
+    SetValues(f, PackWords(redraw, 1), value);
+    return f.pos[0];
 }
-, {FADERM_GETMAX, HANDLER{return f.scale.max;
+
+intptr_t SetStereo(tQMFADER& f, bool on) {
+    ChangeStyle(f, on ? f.style | FADERS_STEREO : f.style & ~FADERS_STEREO);
+    return f.state;
 }
+
+intptr_t Control(tQMFADER& f, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    const auto value = static_cast<int32_t>(lparam);
+    const auto words = static_cast<uintptr_t>(lparam);
+    const auto bits = static_cast<uint32_t>(wparam);
+    switch (message) {
+    case FADERM_GETPOS: return f.pos[0];
+    case FADERM_GETMIN: return f.scale.min;
+    case FADERM_GETMAX: return f.scale.max;
+    case FADERM_SETRANGE: return SetRange(f, SignedLowWord(words), SignedHighWord(words), wparam), 0;
+    case FADERM_SETMIN: return SetRange(f, value, f.scale.max, wparam), 0;
+    case FADERM_SETMAX: return SetRange(f, f.scale.min, value, wparam), 0;
+    case FADERM_SETPOS: return SetPosition(f, value, wparam);
+    case FADERM_SETDEFAULT: return f.def = Clamped(f, value);
+    case FADERM_SETFOCUSRECT: return SetFlag(f, FADERST_FOCUS_RECT, lparam);
+    case FADERM_SETUSERDATA: return f.userData = words, 0;
+    case FADERM_GETUSERDATA: return static_cast<intptr_t>(f.userData);
+    case FADERM_SETUP: return Setup(f, *reinterpret_cast<const FADERSETUP*>(lparam)), 0;
+    case FADERM_SETCHANNELMASK: return SetMask(f, static_cast<uint32_t>(lparam)), 0;
+    case FADERM_SETVALUES: return SetValues(f, wparam, lparam), 0;
+    case FADERM_GETVALUES: return GetValues(f, wparam, lparam);
+    case FADERM_SETGANG: return SetFlag(f, FADERST_GANG_INVERTED, lparam);
+    case FADERM_GETGANG: return (f.state & FADERST_GANG_INVERTED) != 0;
+    case FADERM_SETNOHALFGANG: return SetFlag(f, FADERST_NO_HALF_GANG, lparam);
+    case FADERM_GETNOHALFGANG: return (f.state & FADERST_NO_HALF_GANG) != 0;
+    case FADERM_SETTHUMBIMAGES:
+        FaderInst_SetThumbImageList(&f, reinterpret_cast<const ImageList*>(wparam),
+                                    reinterpret_cast<const SIZE*>(lparam));
+        return 0;
+    case FADERM_GETSTYLE: return LowWord(f.style);
+    case FADERM_CHANGESTYLE: return ChangeStyle(f, lparam ? f.style | bits : f.style & ~bits);
+    case FADERM_SETTICKS: return ReplaceTicks(f, bits, reinterpret_cast<const int32_t*>(lparam));
+    case FADERM_GETTICKS: return GetTicks(f, reinterpret_cast<uint32_t*>(lparam));
+    case FADERM_REPLACESTYLE: return ChangeStyle(f, (f.style & ~static_cast<uint32_t>(lparam)) | bits);
+    case FADERM_SETSTEREO: return SetStereo(f, lparam);
+    default: return 0;
+    }
 }
-, {FADERM_SETRANGE, HANDLER{const auto words = static_cast<uintptr_t>(L);
-return SetRange(f, SignedLowWord(words), SignedHighWord(words), W), 0;
-}
-}
-, {FADERM_SETMIN, HANDLER{return SetRange(f, static_cast<int32_t>(L), f.scale.max, W), 0;
-}
-}
-, {FADERM_SETMAX, HANDLER{return SetRange(f, f.scale.min, static_cast<int32_t>(L), W), 0;
-}
-}
-, {FADERM_SETPOS, HANDLER{f.pos[0] = static_cast<int32_t>(L);
-if (W)
-    FaderShowValues(f);
-else
-    FaderPlaceThumbs(f);
-return f.pos[0];
-}
-}
-, {FADERM_SETDEFAULT, HANDLER{return f.def = Clamped(f, static_cast<int32_t>(L));
-}
-}
-, {FADERM_SETFOCUSRECT, HANDLER{return SetFlag(f, FADERST_FOCUS_RECT, L);
-}
-}
-, {FADERM_SETUSERDATA, HANDLER{return f.userData = static_cast<uintptr_t>(L), 0;
-}
-}
-, {FADERM_GETUSERDATA, HANDLER{return static_cast<intptr_t>(f.userData);
-}
-}
-, {FADERM_SETUP, HANDLER{return Setup(f, *reinterpret_cast<const FADERSETUP*>(L)), 0;
-}
-}
-, {FADERM_SETCHANNELMASK, HANDLER{return SetMask(f, static_cast<uint32_t>(L)), 0;
-}
-}
-, {FADERM_SETVALUES, HANDLER{return SetValues(f, W, L), 0;
-}
-}
-, {FADERM_GETVALUES, HANDLER{return GetValues(f, W, L);
-}
-}
-, {FADERM_SETGANG, HANDLER{return SetFlag(f, FADERST_GANG_INVERTED, L);
-}
-}
-, {FADERM_GETGANG, HANDLER{return (f.state & FADERST_GANG_INVERTED) != 0;
-}
-}
-, {FADERM_SETNOHALFGANG, HANDLER{return SetFlag(f, FADERST_NO_HALF_GANG, L);
-}
-}
-, {FADERM_GETNOHALFGANG, HANDLER{return (f.state & FADERST_NO_HALF_GANG) != 0;
-}
-}
-, {FADERM_SETTHUMBIMAGES, HANDLER{FaderInst_SetThumbImageList(&f, reinterpret_cast<const ImageList*>(W),
-                                                              reinterpret_cast<const SIZE*>(L));
-return 0;
-}
-}
-, {FADERM_GETSTYLE, HANDLER{return LowWord(f.style);
-}
-}
-, {FADERM_CHANGESTYLE, HANDLER{return ChangeStyle(f, L ? f.style | static_cast<uint32_t>(W)
-                                                       : f.style & ~static_cast<uint32_t>(W));
-}
-}
-, {FADERM_SETTICKS, HANDLER{const int32_t* previous = f.ticks;
-f.ticks = reinterpret_cast<const int32_t*>(L);
-f.tickCount = f.ticks ? std::min(static_cast<uint32_t>(W), kFaderMaxTicks) : 0;
-FaderRepaint(f);
-return reinterpret_cast<intptr_t>(previous);
-}
-}
-, {FADERM_GETTICKS, HANDLER{if (auto* count = reinterpret_cast<uint32_t*>(L))* count = f.tickCount;
-return reinterpret_cast<intptr_t>(f.ticks);
-}
-}
-, {FADERM_REPLACESTYLE,
-   HANDLER{return ChangeStyle(f, (f.style & ~static_cast<uint32_t>(L)) | static_cast<uint32_t>(W));
-}
-}
-, {FADERM_SETSTEREO, HANDLER{ChangeStyle(f, L ? f.style | FADERS_STEREO : f.style & ~FADERS_STEREO);
-return f.state;
-}
-}
-,
-}
-;
-#undef HANDLER
 }  // namespace
 
 uint32_t FaderInst_GetSize() { return sizeof(tQMFADER); }
@@ -276,7 +231,5 @@ int32_t FaderInst_DefScrollProc(tQMFADER* f, uint32_t code, int32_t line, int32_
 
 intptr_t FaderInst_Message(tQMFADER* f, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     if (message < WM_USER) return FaderTrack(*f, message, wparam, lparam);
-    for (const MessageRow& row : kMessages)
-        if (row.message == message) return row.handler(*f, wparam, lparam);
-    return 0;
+    return Control(*f, message, wparam, lparam);
 }

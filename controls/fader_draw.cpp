@@ -1,12 +1,15 @@
 #include "controls/fader_layout.h"
 #include "controls/fader_track.h"
 #include "controls/number_text.h"
+#include "kernel/ui/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/image_list.h"
 #include "platform/ui/paint.h"
 
 #include <QLinearGradient>
+
+#include <utility>
 
 namespace {
 constexpr int32_t kFont = 110;
@@ -63,27 +66,27 @@ void DrawTick(const tQMFADER& f, QPainter& p, int32_t pixel, int32_t reach, COLO
         LineAcross(f, p, pixel, track.centre + 4, std::min(track.centre + outer + 1, highest), color);
 }
 
-void DrawLabel(const tQMFADER& f, QPainter& p, const FaderTick& tick, COLORREF color) {
+void DrawLabel(const tQMFADER& f, QPainter& p, int32_t value, int32_t pixel, COLORREF color) {
     const SIZE size = FaderLabelSize();
     const int32_t side = Track(f).low - kTickReach - 3;
-    const std::u16string text = NumberText(tick.value / 10.0);
-    if (IsVertical(f))
-        DrawText(p, {side - size.cx, tick.pixel - size.cy / 2, side, tick.pixel - size.cy / 2 + size.cy},
-                 text, QmGetUIFont(kFont), color, TEXT_RIGHT);
-    else
-        DrawText(p, {tick.pixel - size.cx / 2, side - size.cy, tick.pixel - size.cx / 2 + size.cx, side},
-                 text, QmGetUIFont(kFont), color, TEXT_CENTER);
+    const RECT box = IsVertical(f)
+                         ? RECT{side - size.cx, pixel - size.cy / 2, side, pixel - size.cy / 2 + size.cy}
+                         : RECT{pixel - size.cx / 2, side - size.cy, pixel - size.cx / 2 + size.cx, side};
+    DrawText(p, box, NumberText(value / 10.0), QmGetUIFont(kFont), color,
+             IsVertical(f) ? TEXT_RIGHT : TEXT_CENTER);
 }
 
 void DrawDecibelScale(const tQMFADER& f, QPainter& p) {
     const COLORREF tickColor = Color(f, f.style & FADERS_UI_COLORS ? UICOLOR_TICK : COLOR_BTNSHADOW);
-    const std::vector<FaderTick> ticks = FaderTicks(f);
-    for (const FaderTick& tick : ticks) DrawTick(f, p, tick.pixel, kTickReach, tickColor);
-    if (FaderHasLabels(f))
-        for (const FaderTick& tick : ticks) DrawLabel(f, p, tick, Color(f, COLOR_GRAYTEXT));
+    const bool labels = FaderHasLabels(f);
+    for (const FaderTick& tick : FaderTicks(f)) {
+        DrawTick(f, p, tick.pixel, kTickReach, tickColor);
+        if (labels && tick.labelled) DrawLabel(f, p, tick.value, tick.pixel, Color(f, COLOR_GRAYTEXT));
+    }
     // Unity is where an engineer's eye goes first.
-    if (f.scale.min < 0 && f.scale.max > 0)
-        DrawTick(f, p, FaderPixel(f, 0), kTickReach + 1, Color(f, COLOR_HIGHLIGHT));
+    if (!FaderShowsUnity(f)) return;
+    DrawTick(f, p, FaderPixel(f, 0), kTickReach + 1, Color(f, COLOR_HIGHLIGHT));
+    if (labels) DrawLabel(f, p, 0, FaderPixel(f, 0), Color(f, COLOR_BTNTEXT));
 }
 
 void DrawLinearScale(const tQMFADER& f, QPainter& p) {
@@ -107,30 +110,39 @@ POINT ImageOrigin(const tQMFADER& f, uint32_t channel) {
     return IsVertical(f) ? POINT{f.track.left, thumb.top} : POINT{thumb.left, f.track.top};
 }
 
+// Light from above on a body with a dip at its middle, where the line is; the thumb images are lit the same
+// way.
+QLinearGradient ThumbLight(const tQMFADER& f, const QRectF& r) {
+    constexpr struct {
+        double at;
+        int white, black;
+    } stops[] = {{0, 96, 0}, {0.18, 40, 0}, {0.46, 0, 40}, {0.54, 36, 0}, {0.86, 0, 16}, {1, 0, 86}};
+    QLinearGradient light(r.topLeft(), IsVertical(f) ? r.bottomLeft() : r.topRight());
+    for (const auto& s : stops)
+        light.setColorAt(s.at, s.black ? QColor(0, 0, 0, s.black) : QColor(255, 255, 255, s.white));
+    return light;
+}
+
 void DrawThumbShape(const tQMFADER& f, QPainter& p, const RECT& r) {
     const bool disabled = f.state & FADERST_DISABLED;
-    const QColor face = ToColor(Color(f, COLOR_BTNFACE));
-    const QRectF outer = SnapRect(p, QRectF(ToQRect(r)));
-    const QRectF inner = outer.adjusted(1, 1, -1, -1);
-    QLinearGradient body(outer.topLeft(), IsVertical(f) ? outer.bottomLeft() : outer.topRight());
-    const int lift = disabled ? 125 : 260;
-    body.setColorAt(0, face.lighter(lift + 30));
-    body.setColorAt(0.47, face.lighter(lift - 60));
-    body.setColorAt(0.53, face.lighter(lift));
-    body.setColorAt(1, face.lighter(lift - 90));
+    const COLORREF dark = Color(f, COLOR_3DDKSHADOW), bright = Color(f, COLOR_BTNHIGHLIGHT);
+    const COLORREF body = QmSkin_BlendColor(Color(f, COLOR_BTNFACE), bright, disabled ? 28 : 92, 0);
+    const QRectF outer = SnapRect(p, QRectF(ToQRect(r))), inner = outer.adjusted(1, 1, -1, -1);
     p.save();
     p.setRenderHint(QPainter::Antialiasing);
     p.setPen(Qt::NoPen);
-    p.setBrush(ToColor(Color(f, COLOR_3DDKSHADOW)));
-    p.drawRoundedRect(outer, 2, 2);
-    p.setBrush(body);
-    p.drawRoundedRect(inner, 1.4, 1.4);
+    for (const auto& [shape, brush] :
+         {std::pair(outer, QBrush(ToColor(dark))), std::pair(inner, QBrush(ToColor(body))),
+          std::pair(inner, QBrush(ThumbLight(f, inner)))}) {
+        p.setBrush(brush);
+        p.drawRoundedRect(shape, shape == outer ? 2 : 1.4, shape == outer ? 2 : 1.4);
+    }
     p.restore();
 
     const int32_t middle = IsVertical(f) ? (r.top + r.bottom) / 2 : (r.left + r.right) / 2;
     const int32_t low = (IsVertical(f) ? r.left : r.top) + 1, high = (IsVertical(f) ? r.right : r.bottom) - 1;
-    FillRect(p, AxisRect(f, middle - 1, middle + 1, low, high), Color(f, COLOR_3DDKSHADOW));
-    LineAcross(f, p, middle, low, high, Color(f, disabled ? COLOR_GRAYTEXT : COLOR_BTNHIGHLIGHT));
+    FillRect(p, AxisRect(f, middle - 1, middle + 2, low, high), QmSkin_BlendColor(body, dark, 150, 0));
+    LineAcross(f, p, middle, low, high, disabled ? QmSkin_BlendColor(body, bright, 60, 0) : bright);
 }
 }  // namespace
 

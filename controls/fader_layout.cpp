@@ -7,6 +7,7 @@
 namespace {
 constexpr int32_t kDefaultTicks[] = {120, 60, 30, -30, -60, -90, -120, -150, -180, -240, -420, -600, -720};
 constexpr int32_t kTickDistance = 6;
+constexpr int32_t kLabelOverlap = 3;  // a line's height has air in it
 constexpr int32_t kDrawnThumbWidth = 24;
 constexpr int32_t kLabelGap = 8;  // between a label and the thumb: room for the tick
 
@@ -126,11 +127,22 @@ std::vector<FaderTick> FaderTicks(const tQMFADER& f) {
     if (!(f.state & FADERST_TAPER)) return ticks;
     const int32_t* list = f.ticks ? f.ticks : kDefaultTicks;
     const uint32_t count = f.ticks ? std::min(f.tickCount, kFaderMaxTicks) : std::size(kDefaultTicks);
+    const SIZE label = FaderLabelSize();
+    const int32_t room = IsVertical(f) ? label.cy - kLabelOverlap : label.cx;
+    std::vector<int32_t> taken;
+    if (FaderShowsUnity(f)) taken.push_back(FaderPixel(f, 0));
     for (uint32_t i = 0; i < count; i++) {
         if (list[i] <= f.scale.min || list[i] >= f.scale.max) continue;
         const int32_t pixel = FaderPixel(f, list[i]);
-        if (ticks.empty() || std::abs(pixel - ticks.back().pixel) > kTickDistance)
-            ticks.push_back({list[i], pixel});
+        if (!ticks.empty() && std::abs(pixel - ticks.back().pixel) <= kTickDistance) continue;
+        const bool free =
+            std::none_of(taken.begin(), taken.end(), [&](int32_t t) { return std::abs(t - pixel) < room; });
+        if (free) taken.push_back(pixel);
+        ticks.push_back({list[i], pixel, free});
     }
     return ticks;
+}
+
+bool FaderShowsUnity(const tQMFADER& f) {
+    return f.state & FADERST_TAPER && f.scale.min < 0 && f.scale.max > 0;
 }

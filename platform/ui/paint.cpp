@@ -65,6 +65,21 @@ void DrawText(QPainter& painter, const RECT& rect, std::u16string_view text, con
                      static_cast<int>(kAlign[flags & 3] | Qt::AlignVCenter) | Qt::TextSingleLine, shown);
 }
 
+DevicePixels::DevicePixels(QPainter& painter)
+    : m_painter(painter), m_before(painter.worldTransform()), m_toDevice(painter.deviceTransform()) {
+    painter.setWorldTransform(m_toDevice.inverted(), true);
+}
+
+QRect DevicePixels::Map(const RECT& rect) const {
+    const QRectF r = m_toDevice.mapRect(QRectF(ToQRect(rect)));
+    const QPoint low(qFloor(r.left() + 0.5), qFloor(r.top() + 0.5));
+    return QRect(low, QSize(qFloor(r.right() + 0.5) - low.x(), qFloor(r.bottom() + 0.5) - low.y()));
+}
+
+RECT DevicePixels::Unmap(const QRect& rect) const {
+    return FromQRect(m_toDevice.inverted().mapRect(QRectF(rect)).toAlignedRect());
+}
+
 ClipScope::ClipScope(QPainter& painter, const RECT& rect) : m_painter(painter) {
     painter.save();
     painter.setClipRect(SnapRect(painter, QRectF(ToQRect(rect))), Qt::IntersectClip);

@@ -12,6 +12,7 @@
 #include <QPainter>
 #include <QRect>
 #include <QString>
+#include <QTransform>
 
 #include <string_view>
 
@@ -62,6 +63,25 @@ inline constexpr uint32_t TEXT_ELIDE =
 /// One line of text, centred vertically in the rectangle and clipped to it.
 void DrawText(QPainter& painter, const RECT& rect, std::u16string_view text, const QFont& font,
               COLORREF color, uint32_t flags = TEXT_LEFT);
+
+/// While it lives, the painter's coordinates are device pixels.
+class DevicePixels {
+public:
+    explicit DevicePixels(QPainter& painter);
+    ~DevicePixels() { m_painter.setWorldTransform(m_before); }
+    DevicePixels(const DevicePixels&) = delete;
+    DevicePixels& operator=(const DevicePixels&) = delete;
+
+    /// Where a rectangle in the coordinates from before lies, its edges on whole pixels.
+    QRect Map(const RECT& rect) const;
+    /// The other way, outward to whole coordinates.
+    RECT Unmap(const QRect& rect) const;
+
+private:
+    QPainter& m_painter;
+    QTransform m_before;
+    QTransform m_toDevice;
+};
 
 /// While it lives, drawing is cut to the rectangle, within what it was cut to before.
 class ClipScope {

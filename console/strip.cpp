@@ -8,15 +8,20 @@
 #include "controls/number_text.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/theme.h"
+#include "platform/ui/window.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace {
 
 constexpr uint32_t FADER_STYLE = FADERS_VERTICAL | FADERS_NO_FOCUS | FADERS_TAPER | FADERS_UI_COLORS | FADERS_SELF_KEYS |
                                  FADERS_TICKS;
 static_assert(FADER_STYLE == (0x2889 | FADERS_TICKS));
+// The console's meter, with the readout and the marks of the highest recent levels.
+constexpr uint32_t METER_STYLE = METERS_VERTICAL | METERS_CLIP_CLICK | METERS_UI_COLORS | METERS_CLIP_SHOWN |
+                                 METERS_CLIP_ROOM | METERS_HOLD_HIGH;
 constexpr uint32_t CONTROL_ID_FADER = 4000;
 
 constexpr StripSwitch SWITCHES[] = {
@@ -55,7 +60,8 @@ Strip::Strip(ChannelEntry& entry, const StripSite& site) : m_entry(entry), m_sit
     FaderInst_Message(&m_fader, FADERM_SETUP, 0, reinterpret_cast<intptr_t>(&setup));
 
     const uint32_t meters = entry.IsMidi() ? 1 : 2;
-    MeterInst_Init(&m_meter, METERS_CONSOLE, &none, &site.window, id, reinterpret_cast<uintptr_t>(this), 0);
+    MeterInst_Init(&m_meter, METER_STYLE, &none, &site.window, id, reinterpret_cast<uintptr_t>(this),
+                   METERST_MAY_CUT | METERST_CENTRED);
     constexpr uintptr_t FLOAT_LEVELS = PackWords(0, 1);
     constexpr intptr_t AUDIO_RANGE = 0x800000, MIDI_RANGE = 128;
     MeterInst_Message(&m_meter, METERM_SETRANGE, FLOAT_LEVELS, entry.IsMidi() ? MIDI_RANGE : AUDIO_RANGE);
@@ -63,8 +69,8 @@ Strip::Strip(ChannelEntry& entry, const StripSite& site) : m_entry(entry), m_sit
     MeterInst_Message(&m_meter, METERM_SETCHANNELS, 0, meters);
     const MeterTones tones = DarkMeterTones();
     MeterInst_Message(&m_meter, METERM_SETCOLORS, tones.background, tones.text);
-    MeterInst_Message(&m_meter, METERM_SETCLIPTEXTCOLORS, tones.clipText, tones.clipTextBackground);
-    MeterInst_Message(&m_meter, METERM_SETCLIPCOLOR, tones.clipBackground, 0);
+    MeterInst_Message(&m_meter, METERM_SETCLIPCOLORS, tones.clipText, tones.clipTextBackground);
+    MeterInst_Message(&m_meter, METERM_SETCLIPBACKGROUND, tones.clipBackground, 0);
 }
 
 Strip::~Strip() {
@@ -165,9 +171,13 @@ void Strip::TickMeters(WindowPainter& painter) {
     }
     if (Differs(levels[0], m_levels[0]) || Differs(levels[1], m_levels[1])) {
         std::copy(std::begin(levels), std::end(levels), m_levels);
-        MeterInst_SetLevels(&m_meter, levels, 2);
+        int32_t bits[2];
+        std::memcpy(bits, levels, sizeof bits);
+        MeterInst_Message(&m_meter, METERM_SETLEVELS, PackWords(0, m_meter.channels), reinterpret_cast<intptr_t>(bits));
     }
-    (void)painter;
+    // Holds fall by time, so a meter may change without a new level.
+    RECT changed{};
+    if (MeterInst_DrawChanges(&m_meter, &*painter, &changed)) painter.Drawn(changed);
 }
 
 bool Strip::WriteSwitches(uint32_t set, uint32_t clear) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace host {
 namespace {
@@ -19,10 +20,11 @@ constexpr SwitchRow SWITCHES[] = {{SWITCH_MUTE, &Channel::mute},
                                   {SWITCH_PHASE, &Channel::phase},
                                   {SWITCH_HIDDEN, &Channel::hidden}};
 
-/// Index of a side's level by the speaker bits asked for, -1 for speakers that a stereo host does not have.
-int SideOf(uint32_t pairSelector) {
+/// The side whose level is asked for; none for speakers that a stereo host does not have.
+std::optional<Side> SideOf(uint32_t pairSelector) {
     if (pairSelector & SPEAKER_LEFT) return Left;
-    return pairSelector & SPEAKER_RIGHT ? Right : -1;
+    if (pairSelector & SPEAKER_RIGHT) return Right;
+    return std::nullopt;
 }
 
 /// Copies the asked groups of a channel into the record; inputs of the record are read first.
@@ -30,10 +32,10 @@ HRESULT Fill(const ProjectCore& core, const Session& session, const Channel& cha
     const uint32_t selector = rec.selector, pair = rec.pairSelector;
     const bool all = mask == MASK_ALL;
     if (mask & MASK_METERS) {
-        const int side = SideOf(pair);
+        const std::optional<Side> side = SideOf(pair);
         const ShownLevels levels = core.Levels(channel.id);
         const auto& values = selector == SELECT_METER_VU ? levels.vu : levels.peak;
-        rec.meter.level = side < 0 ? 0.0f : values[static_cast<size_t>(side)];
+        rec.meter.level = side ? values[*side] : 0.0f;
     }
     if (all || (mask & MASK_IDENTITY)) {
         rec.kind = KindWord(channel.kind);

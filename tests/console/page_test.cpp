@@ -253,6 +253,7 @@ TEST_F(Page, RefusesWhatTheContractRefuses) {
 
 TEST_F(Page, AMeterTickChangesTheMetersAloneOnTheScreen) {
     const auto picture = [&] { return page->top.grab().toImage(); };
+    page->Page().clearFocus();  // the caret blinks
     PageHarness::Settle();
     const QImage before = picture();
     Edit(1, [](FakeChannel& c) { c.level = 0.5f; });

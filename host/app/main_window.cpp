@@ -33,6 +33,7 @@ MainWindow::MainWindow(Project& project, const std::filesystem::path& consoleMod
     MakeMenus();
     MakeStatusLine();
 
+    setStyleSheet(QStringLiteral("QMainWindow::separator { width: 0; height: 0; }"));
     auto* dock = new QDockWidget(this);
     dock->setObjectName(QStringLiteral("console"));
     dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
@@ -83,6 +84,7 @@ void MainWindow::MakeStatusLine() {
     m_load = label(0);
     m_dropouts = label(0);
     statusBar()->setSizeGripEnabled(false);
+    statusBar()->setContentsMargins(8, 0, 8, 0);
 }
 
 void MainWindow::Refresh() {

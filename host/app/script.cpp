@@ -17,6 +17,7 @@ namespace host {
 namespace {
 
 constexpr double DEFAULT_SECONDS = 2;
+constexpr double SETTLE_SECONDS = 0.2;  ///< until what is on its way to the device has been heard
 
 void RunEvents(double seconds) {
     QEventLoop loop;
@@ -78,6 +79,7 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
         QString reason;
         if (!Perform(*page, gesture, &reason)) good = Complain(reason);
     }
+    RunEvents(SETTLE_SECONDS);
     project.ResetPeaks();  // what the gestures passed through is not the mix
     const int64_t begun = project.Transport().frame;
     RunEvents(options.seconds.value_or(DEFAULT_SECONDS));
@@ -86,7 +88,7 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     if (!options.screenshot.empty() && !window.grab().save(QString::fromStdString(options.screenshot), "PNG"))
         good = Complain(QStringLiteral("%1: the picture could not be written").arg(QString::fromStdString(options.screenshot)));
     project.Stop();
-    RunEvents(0.1);
+    RunEvents(SETTLE_SECONDS);
     if (!options.render.empty()) {
         try {
             frames = project.Render(options.render, options.seconds);

@@ -1,12 +1,11 @@
 #include "host/app/transport_bar.h"
 
+#include "host/app/icons.h"
 #include "host/contract/project.h"
 
 #include <QAction>
-#include <QFontDatabase>
 #include <QLabel>
 #include <QSlider>
-#include <QStyle>
 
 #include <algorithm>
 #include <cmath>
@@ -30,18 +29,20 @@ TransportBar::TransportBar(Project& project, QWidget* parent)
     : QToolBar(QStringLiteral("Transport"), parent), m_project(project) {
     setMovable(false);
     setToolButtonStyle(Qt::ToolButtonIconOnly);
-    const auto icon = [this](QStyle::StandardPixmap which) { return style()->standardIcon(which); };
+    const QColor ink = palette().color(QPalette::ButtonText);
+    m_playIcon = TransportIcon(TransportShape::Play, ink);
+    m_stopIcon = TransportIcon(TransportShape::Stop, ink);
 
-    QAction* start = addAction(icon(QStyle::SP_MediaSkipBackward), QStringLiteral("Go to start"));
+    QAction* start = addAction(TransportIcon(TransportShape::ToStart, ink), QStringLiteral("Go to start"));
     start->setShortcut(Qt::Key_Home | Qt::CTRL);
     connect(start, &QAction::triggered, this, [this] { m_project.Locate(0); });
 
-    m_play = addAction(icon(QStyle::SP_MediaPlay), QStringLiteral("Play"));
+    m_play = addAction(m_playIcon, QStringLiteral("Play"));
     m_play->setShortcut(Qt::Key_Space);
     m_play->setShortcutContext(Qt::ApplicationShortcut);
     connect(m_play, &QAction::triggered, this, &TransportBar::TogglePlay);
 
-    m_loop = addAction(icon(QStyle::SP_BrowserReload), QStringLiteral("Loop"));
+    m_loop = addAction(TransportIcon(TransportShape::Loop, ink), QStringLiteral("Loop"));
     m_loop->setCheckable(true);
     m_loop->setShortcut(Qt::CTRL | Qt::Key_L);
     connect(m_loop, &QAction::triggered, this, [this](bool on) {
@@ -83,7 +84,7 @@ void TransportBar::Seek(int step) { m_project.Locate(m_project.Snapshot().length
 void TransportBar::Refresh() {
     const TransportState state = m_project.Transport();
     const double length = m_project.Snapshot().length;
-    m_play->setIcon(style()->standardIcon(state.playing ? QStyle::SP_MediaStop : QStyle::SP_MediaPlay));
+    m_play->setIcon(state.playing ? m_stopIcon : m_playIcon);
     m_play->setText(state.playing ? QStringLiteral("Stop") : QStringLiteral("Play"));
     m_loop->setChecked(state.loop.on);
     m_time->setText(TimeText(state.seconds));

@@ -1,6 +1,7 @@
 // Play, stop, locate and loop of a project, with the position as time and as a slider.
 #pragma once
 
+#include <QIcon>
 #include <QToolBar>
 
 class QAction;
@@ -19,9 +20,10 @@ public:
     void TogglePlay();
 
 private:
-    void Seek(int permille);
+    void Seek(int step);
 
     Project& m_project;
+    QIcon m_playIcon, m_stopIcon;
     QAction* m_play;
     QAction* m_loop;
     QLabel* m_time;

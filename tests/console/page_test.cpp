@@ -104,9 +104,8 @@ TEST_F(Page, SelectedStripsMoveAlongWithTheirOffsets) {
     Edit(2, [](FakeChannel& c) { c.volume = PositionToGain(-100); });
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_VOLUME);
     ASSERT_TRUE(PageHarness::Until([&] { return page->FaderDb(BASS) == -10.0; }));
-    const auto title = [&](const QString& channel) { return page->Area(channel, MUTE).topLeft() - QPoint(-30, 12); };
-    page->Click(title(DRUMS));
-    page->Click(title(BASS), Qt::ControlModifier);
+    page->Click(page->Title(DRUMS));
+    page->Click(page->Title(BASS), Qt::ControlModifier);
     EXPECT_TRUE(Has(1, SWITCH_SELECTED) && Has(2, SWITCH_SELECTED) && !Has(3, SWITCH_SELECTED));
     EXPECT_TRUE(page->IsSelected(DRUMS) && page->IsSelected(BASS));
 
@@ -127,9 +126,9 @@ TEST_F(Page, SelectedStripsMoveAlongWithTheirOffsets) {
     page->Release(thumb + QPoint(0, 30));
     EXPECT_EQ(Position(1), drums) << "an unselected strip moves alone";
 
-    page->Click(title(KEYS), Qt::ShiftModifier);
+    page->Click(page->Title(KEYS), Qt::ShiftModifier);
     EXPECT_TRUE(Has(2, SWITCH_SELECTED) && Has(3, SWITCH_SELECTED)) << "from the anchor on";
-    page->Click(title(KEYS));
+    page->Click(page->Title(KEYS));
     EXPECT_TRUE(!Has(1, SWITCH_SELECTED) && !Has(2, SWITCH_SELECTED) && Has(3, SWITCH_SELECTED));
 }
 
@@ -154,7 +153,7 @@ TEST_F(Page, WheelAndKeysMoveFaders) {
     EXPECT_FALSE(Touched(1)) << "each notch is a gesture of its own";
 
     page->Page().setFocus();
-    page->Click(page->Area(DRUMS, MUTE).topLeft() - QPoint(-30, 12));
+    page->Click(page->Title(DRUMS));
     page->Key(Qt::Key_Down);
     EXPECT_EQ(Position(1), -9);
     page->Key(Qt::Key_Right);
@@ -200,9 +199,8 @@ TEST_F(Page, FollowsTheHostWhileItIsOpen) {
 }
 
 TEST_F(Page, AChannelRemovedUnderTheMouseEndsItsGesture) {
-    const auto title = [&](const QString& channel) { return page->Area(channel, MUTE).topLeft() - QPoint(-30, 12); };
-    page->Click(title(DRUMS));
-    page->Click(title(BASS), Qt::ControlModifier);
+    page->Click(page->Title(DRUMS));
+    page->Click(page->Title(BASS), Qt::ControlModifier);
     const QPoint thumb = page->Centre(DRUMS, VOLUME);
     page->Press(thumb);
     page->Move(thumb + QPoint(0, 20));

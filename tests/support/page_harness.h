@@ -3,9 +3,7 @@
 #pragma once
 
 #include "plugin/host_contract.h"
-
-#include <QEvent>
-#include <QWidget>
+#include "tests/support/page_driver.h"
 
 extern "C" {
 HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out);
@@ -27,49 +25,19 @@ public:
     int references = 0;
 };
 
-class PageHarness {
+class PageHarness final : public PageDriver {
 public:
     /// Makes the page of `plugin` in a window of that size and shows it.
     PageHarness(IUnknown* plugin, QSize size);
-    ~PageHarness() { Close(); }
+    ~PageHarness() override { Close(); }
 
     HRESULT Open(IUnknown* plugin);
     void Close();
-
-    QWidget& Page();
-    /// Handles events until the condition holds; false when it does not come to hold.
-    template <class F>
-    static bool Until(F condition) {
-        for (int i = 0; i < 10000 && !condition(); i++) Settle();
-        return condition();
-    }
-    /// Handles what waits, and gives other threads a moment.
-    static void Settle();
-
-    // The mouse, in pixels of the page.
-    void Press(QPoint at, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    void Move(QPoint at, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    void Release(QPoint at, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    void Click(QPoint at, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    void DoubleClick(QPoint at);
-    void Wheel(QPoint at, int turn, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-
-    /// Centre of a control by the names of its channel and itself ("Volume" gives the thumb), and the value or the state
-    /// that a screen reader would be told.
-    QPoint Centre(const QString& channel, const QString& control);
-    QRect Area(const QString& channel, const QString& control);
-    double FaderDb(const QString& channel);
-    bool IsChecked(const QString& channel, const QString& control);
-    bool IsSelected(const QString& channel);
-    QStringList Channels();
+    QWidget& Page() override;
 
     QWidget top;
 
 private:
-    void Mouse(QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons buttons,
-               Qt::KeyboardModifiers modifiers);
-
     PageSite m_site;
     ComPtr<IPropertyPage> m_page;
 };

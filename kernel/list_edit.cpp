@@ -65,7 +65,10 @@ HRESULT qmlist::Insert(tQMLIST* list, int32_t index, const void* slots, int64_t 
     const size_t bytes = static_cast<size_t>(number) * list->itemSize;
     uint8_t* at = Slot(list, index);
     if (index < count) std::memmove(at + bytes, at, static_cast<size_t>(count - index) * list->itemSize);
-    std::memcpy(at, slots, bytes);
+    if (bytes == sizeof(void*))
+        std::memcpy(at, slots, sizeof(void*));  // one pointer, by far the commonest: a store, not a call
+    else
+        std::memcpy(at, slots, bytes);
     SetCount(list, static_cast<int32_t>(count + number));
     list->pendingItem = nullptr;
     return S_OK;

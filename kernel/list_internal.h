@@ -41,8 +41,8 @@ private:
 inline bool IsArray(const tQMLIST* list) { return list->options & QMLIST_ARRAY; }
 inline bool IsHeap(const tQMLIST* list) { return list->options & QMLIST_HEAP; }
 
-inline uint8_t* Slot(const tQMLIST* list, int64_t index) {
-    return list->data + static_cast<size_t>(index) * list->itemSize;
+inline uint8_t* Slot(const tQMLIST* list, size_t index) {
+    return list->data + index * list->itemSize;
 }
 inline void*& Pointer(const tQMLIST* list, int64_t index) {
     return reinterpret_cast<void**>(list->data)[index];

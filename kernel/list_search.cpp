@@ -10,36 +10,47 @@ struct Found {
     bool equal;
 };
 
+/// a where the mask is all ones, b where it is 0; written out, as the compiler would branch.
+uintptr_t Choose(uintptr_t mask, uintptr_t a, uintptr_t b) { return b ^ ((a ^ b) & mask); }
+
 /// The probe is the middle, the lower one of two, of what is left. Which of several equal items is met
 /// depends on it.
+///
+/// The outcome of a comparison can't be predicted. So no branch depends on it, and both items that may come
+/// next are fetched while it is made; where one side is empty its index is that of some item that is there.
 template <class ItemAt>
 Found Probe(Range range, const void* key, uintptr_t criteria, QMLISTSORTPROC compare, ItemAt itemAt) {
-    int32_t low = range.start;
-    for (int32_t left = range.number; left > 0;) {
-        const int32_t below = (left - 1) / 2;
-        const int32_t order = compare(criteria, key, itemAt(low + below));
-        if (order == 0) return {low + below, true};
-        if (order < 0) {
-            left = below;
-        } else {
-            low += below + 1;
-            left /= 2;
-        }
+    if (range.number < 1) return {range.start, false};
+    size_t low = static_cast<size_t>(range.start), left = static_cast<size_t>(range.number);
+    const void* item = itemAt(low + (left - 1) / 2);
+    while (left > 0) {
+        const size_t below = (left - 1) / 2, above = left / 2, middle = low + below;
+        const void* nextBelow = itemAt(low + (below - (below != 0)) / 2);
+        const void* nextAbove = itemAt(middle + (above + 1) / 2);
+        __builtin_prefetch(nextBelow);
+        __builtin_prefetch(nextAbove);
+        const int32_t order = compare(criteria, key, item);
+        if (order == 0) return {static_cast<int32_t>(middle), true};
+        const auto before = static_cast<uintptr_t>(int64_t{order} >> 63);
+        item = reinterpret_cast<const void*>(
+            Choose(before, reinterpret_cast<uintptr_t>(nextBelow), reinterpret_cast<uintptr_t>(nextAbove)));
+        low = Choose(before, low, middle + 1);
+        left = Choose(before, below, above);
     }
-    return {low, false};
+    return {static_cast<int32_t>(low), false};
 }
 
 Found Probe(const tQMLIST* list, Range range, const void* key, QMLISTSORTPROC compare) {
     if (IsArray(list))
-        return Probe(range, key, list->sortCriteria, compare, [=](int32_t i) { return Slot(list, i); });
-    return Probe(range, key, list->sortCriteria, compare, [=](int32_t i) { return Pointer(list, i); });
+        return Probe(range, key, list->sortCriteria, compare, [=](size_t i) { return Slot(list, i); });
+    return Probe(range, key, list->sortCriteria, compare, [=](size_t i) { return Pointer(list, i); });
 }
 
 int32_t FindPointer(const tQMLIST* list, Range range, const void* item) {
-    const int32_t end = range.start + range.number;
-    for (int32_t i = range.start; i < end; i++)
-        if (Pointer(list, i) == item) return i;
-    return -1;
+    void* const* first = &Pointer(list, range.start);
+    void* const* last = first + range.number;
+    void* const* found = std::find(first, last, item);
+    return found == last ? -1 : range.start + static_cast<int32_t>(found - first);
 }
 
 int32_t FindRecord(const tQMLIST* list, Range range, const void* record) {

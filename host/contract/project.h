@@ -40,8 +40,8 @@ public:
     Project(const Project&) = delete;
     Project& operator=(const Project&) = delete;
 
-    /// Replaces what is open. Throws SessionError, and then the old project stands. Plug-ins are told to reload
-    /// (MPNOTIFY_PROJECT_RELOAD); plug-ins that a Plugin drives are closed and opened around it by the caller.
+    /// Replaces what is open; the transport stops at the start. Throws SessionError, and then the old project stands.
+    /// Plug-ins are told to reload.
     void Open(const std::filesystem::path& path);
     void New();
     void Save();  ///< where it was opened or saved last; throws SessionError
@@ -78,6 +78,8 @@ public:
     /// What plug-ins are given: IMPProjectTree, IMPPropertyStore, IMPTimeConverter, IMPPortList, IMPCtrlChannels,
     /// IConnectionPointContainer by QueryInterface.
     IUnknown* PluginHost();
+    /// Sends a control without an object to every plug-in: project open and close, activate, suspend, look.
+    void SendControl(const GUID& id, uint32_t flags);
 
 private:
     struct Impl;

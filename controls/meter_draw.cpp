@@ -1,0 +1,287 @@
+#include "controls/meter_bitmaps.h"
+#include "controls/meter_layout.h"
+#include "controls/meter_levels.h"
+#include "controls/number_text.h"
+#include "kernel/ui/color_math.h"
+#include "kernel/ui/ui_colors.h"
+#include "kernel/ui/ui_fonts.h"
+#include "platform/ui/control_host.h"
+#include "platform/ui/paint.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr int32_t kFont = 110;
+constexpr LONG kTickRoom = 5;
+constexpr COLORREF kNoBitmaps = 0xFF0000;
+constexpr uint32_t kUnlitWeight = 210;  // towards the background
+
+// Calm up to -12 dB, a warning up to -3 dB.
+struct DefaultBand {
+    int32_t threshold, color;
+};
+constexpr DefaultBand kDefaultBands[] = {
+    {-1440, UICOLOR_METER_LOW}, {-120, UICOLOR_METER_MID}, {-30, UICOLOR_METER_HIGH}};
+
+int32_t BarPixel(const tQMMETER& m, const MeterBars& bars, int32_t scalePixel) {
+    return std::clamp(scalePixel - (m.scalePixels - bars.length), 0, bars.length);
+}
+
+MeterLook LookOf(const tQMMETER& m, const MeterBars& bars) {
+    MeterLook look{bars.length, bars.width, bars.vertical, 0, {}};
+    const auto add = [&](int32_t threshold, COLORREF lit, COLORREF unlit) {
+        const int32_t from =
+            BarPixel(m, bars, m.scale.Pixel(std::pow(10.0, threshold / 200.0), m.scalePixels));
+        look.bands[look.bandCount] = {look.bandCount ? from : 0, lit, unlit};
+        look.bandCount++;
+    };
+    for (uint32_t i = 0; i < m.bandCount; i++) add(m.bands[i].threshold, m.bands[i].lit, m.bands[i].unlit);
+    if (m.bandCount) return look;
+    for (const DefaultBand& band : kDefaultBands) {
+        const COLORREF lit = QmGetUIColor(band.color);
+        add(band.threshold, lit, QmSkin_BlendColor(lit, m.background, kUnlitWeight, 0));
+    }
+    return look;
+}
+
+// The bitmaps and the pixels of the scale belong to a size of the bars: made when that is first seen.
+bool Prepare(tQMMETER& m, const MeterBars& bars) {
+    if (m.bitmaps && m.bitmaps->look.length == bars.length && m.bitmaps->look.width == bars.width)
+        return true;
+    ReleaseMeterBitmaps(m.bitmaps);
+    m.painted = {};
+    MeterRescale(m, m.scale.ScalePixels(bars.length));
+    m.bitmaps = AcquireMeterBitmaps(LookOf(m, bars));
+    return m.bitmaps;
+}
+
+// --- bars: all painting of them is this one function, so that a part of one looks as it does in the whole
+// ---
+
+void Blit(QPainter& p, const QImage& image, const MeterBars& bars, uint32_t channel, int32_t from,
+          int32_t to) {
+    if (to <= from) return;
+    const QRect target = bars.Part(channel, from, to - from);
+    const QRect source = bars.vertical ? QRect(0, bars.length - to, bars.width, to - from)
+                                       : QRect(from, 0, to - from, bars.width);
+    p.drawImage(target.topLeft(), image, source);
+}
+
+int32_t MarkSize(const MeterBars& bars) { return 2 * (bars.step - bars.width); }
+
+// Paints pixels [from, to) of a bar as the channel's shown levels want them. The highest level is a mark of
+// lit pixels above the bar, the lowest one a mark of unlit pixels in it.
+void PaintBar(const tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t channel, int32_t from,
+              int32_t to) {
+    const METERCHANNEL& c = m.channel[channel];
+    Blit(p, m.bitmaps->lit, bars, channel, from, std::min(to, c.shown));
+    Blit(p, m.bitmaps->unlit, bars, channel, std::max(from, c.shown), to);
+    const auto mark = [&](const QImage& image, int32_t at) {
+        Blit(p, image, bars, channel, std::max(from, at - MarkSize(bars)), std::min(to, at));
+    };
+    if (m.style & METERS_HOLD_HIGH && c.shownHigh > c.shown) mark(m.bitmaps->lit, c.shownHigh);
+    if (m.style & METERS_HOLD_LOW && c.shownLow < c.shown) mark(m.bitmaps->unlit, c.shownLow);
+}
+
+void TakePixels(const tQMMETER& m, const MeterBars& bars, METERCHANNEL& c) {
+    c.shown = BarPixel(m, bars, c.pixel);
+    c.shownHigh = BarPixel(m, bars, c.highPixel);
+    c.shownLow = BarPixel(m, bars, c.lowPixel);
+}
+
+// Paints what differs between the shown levels and the new ones, and gives the pixels [*low, *high) that it
+// touched.
+bool PaintBarChanges(tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t channel, int32_t* low,
+                     int32_t* high) {
+    METERCHANNEL& c = m.channel[channel];
+    const METERCHANNEL old = c;
+    TakePixels(m, bars, c);
+    *low = bars.length;
+    *high = 0;
+    const auto paint = [&](int32_t from, int32_t to) {
+        from = std::max(from, 0);
+        if (to <= from) return;
+        PaintBar(m, p, bars, channel, from, to);
+        *low = std::min(*low, from);
+        *high = std::max(*high, to);
+    };
+    const int32_t mark = MarkSize(bars);
+    const bool moved = c.shown != old.shown;
+    if (moved) paint(std::min(c.shown, old.shown), std::max(c.shown, old.shown));
+    // A mark also changes when the level passes it.
+    if (m.style & METERS_HOLD_HIGH &&
+        (c.shownHigh != old.shownHigh || (moved && c.shownHigh - mark < std::max(c.shown, old.shown)))) {
+        paint(old.shownHigh - mark, old.shownHigh);
+        paint(c.shownHigh - mark, c.shownHigh);
+    }
+    if (m.style & METERS_HOLD_LOW &&
+        (c.shownLow != old.shownLow || (moved && c.shownLow >= std::min(c.shown, old.shown)))) {
+        paint(old.shownLow - mark, old.shownLow);
+        paint(c.shownLow - mark, c.shownLow);
+    }
+    return *high > *low;
+}
+
+// --- readout, labels, names ---
+
+int32_t StripCount(const tQMMETER& m) {
+    return m.state & METERST_ONE_STRIP ? 1 : static_cast<int32_t>(m.channels);
+}
+
+int32_t StripValue(const tQMMETER& m, uint32_t strip) {
+    return m.state & METERST_ONE_STRIP ? MeterCommonClip(m) : m.channel[strip].clip;
+}
+
+void PaintStrip(const tQMMETER& m, QPainter& p, const RECT& strips, uint32_t strip) {
+    RECT r = MeterStripRect(m, strips, strip);
+    // Numbers side by side would run together.
+    (m.state & METERST_VERTICAL ? r.right : r.bottom) -= static_cast<int32_t>(strip) + 1 < StripCount(m);
+    const MeterReadout readout = MeterClipText(m, m.channel[strip].shownClip);
+    FillRect(p, r, readout.clipped ? m.clipTextBackground : m.background);
+    if (readout.clipped) FrameRect(p, r, m.clipBackground);
+    const QFont& font = QmGetUIFont(kFont);
+    std::u16string text = readout.text;
+    const auto width = [&] {
+        return QmGetTextExtent(font, text.data(), static_cast<int32_t>(text.size())).cx;
+    };
+    if (m.state & METERST_MAY_CUT && text.size() > 2 && width() > r.Width()) text.resize(text.size() - 2);
+    const bool centred = m.state & METERST_CENTRED || width() > r.Width() - 4;
+    r.right -= centred ? 0 : 2;
+    DrawText(p, r, text, font, readout.clipped ? m.clipText : m.text, centred ? TEXT_CENTER : TEXT_RIGHT);
+}
+
+// The column of labels along the bars: a tick at the side of the bars, and its number, kept inside the
+// column.
+void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, const MeterBars& bars,
+                 qreal scale) {
+    const bool vertical = bars.vertical, far = m.style & METERS_LABELS_OTHER_SIDE;
+    const SIZE size = MeterLabelSize(m);
+    const RECT& box = layout.labels;
+    const COLORREF tickColor = QmSkin_BlendColor(m.text, m.background, 120, 0);
+    const int32_t step = MeterTickStep(m.scale.Decibels(), static_cast<int32_t>(bars.length / scale));
+    const auto labelPixels = static_cast<int32_t>(((vertical ? size.cy : size.cx) + 2) * scale);
+    const auto line = [&](LONG at, LONG reach) {
+        if (vertical)
+            HLine(p, far ? box.left : box.right - reach, far ? box.left + reach : box.right, at, tickColor);
+        else
+            VLine(p, at, far ? box.top : box.bottom - reach, far ? box.top + reach : box.bottom, tickColor);
+    };
+    const auto textBox = [&](LONG at) -> RECT {
+        if (vertical) {
+            const LONG top = std::clamp(at - size.cy / 2, box.top, std::max(box.bottom - size.cy, box.top));
+            return {far ? box.left + kTickRoom : box.left, top, far ? box.right : box.right - kTickRoom,
+                    top + size.cy};
+        }
+        const LONG left = std::clamp(at - size.cx / 2, box.left, std::max(box.right - size.cx, box.left));
+        return {left, far ? box.top + kTickRoom : box.top, left + size.cx,
+                far ? box.bottom : box.bottom - kTickRoom};
+    };
+    for (const MeterTick& tick : MeterTicks(m.scale, bars.length, step, labelPixels)) {
+        const double pixel = (bars.Margin() + tick.pixel - (m.scalePixels - bars.length)) / scale;
+        const auto at =
+            static_cast<LONG>(std::lround(vertical ? layout.bars.bottom - pixel : layout.bars.left + pixel));
+        line(at, tick.labelled ? 4 : 2);
+        if (tick.labelled)
+            DrawText(p, textBox(at), NumberText(tick.decibels, m.labelFormat), QmGetUIFont(kFont), m.text,
+                     vertical ? TEXT_RIGHT : TEXT_CENTER);
+    }
+}
+
+// The first list's name where it fits, else the second's.
+void PaintNames(const tQMMETER& m, QPainter& p, const RECT& names) {
+    const QFont& font = QmGetUIFont(kFont);
+    for (uint32_t i = 0; i < m.channels; i++) {
+        const RECT r = MeterBarRect(m, names, i);
+        for (const size_t list : {size_t{0}, size_t{1}}) {
+            if (i >= m.nameCounts[list]) continue;
+            const char16_t* name = m.names[list][i];
+            if (list == 0 && m.nameCounts[1] > i && QmGetTextExtent(font, name, -1).cx > r.Width()) continue;
+            DrawText(p, r, name, font, m.text, TEXT_CENTER | TEXT_ELIDE);
+            break;
+        }
+    }
+}
+
+bool IsCovered(const QPainter& p, const RECT& area) {
+    return !p.hasClipping() || (QRegion(ToQRect(area)) - p.clipRegion()).isEmpty();
+}
+}  // namespace
+
+void MeterInst_Draw(tQMMETER* meter, QPainter* painter) {
+    tQMMETER& m = *meter;
+    if (m.client.IsEmpty()) return;
+    const MeterLayout layout = MeterLayoutOf(m);
+    const auto line =
+        static_cast<int32_t>(std::lround(LineWidth(*painter) * painter->deviceTransform().m22()));
+    // Under a clip the rest of the bars stays as it was painted before, so this part is painted as of then,
+    // too.
+    const bool covered = IsCovered(*painter, m.client);
+    MeterBars bars;
+    qreal scale;
+    {
+        const DevicePixels device(*painter);
+        const QRect well = device.Map(layout.bars);
+        scale = layout.bars.Height() > 0 ? well.height() / static_cast<qreal>(layout.bars.Height()) : 1;
+        bars = MeterBarsIn(m, well, line);
+        if (!Prepare(m, bars)) {
+            painter->fillRect(device.Map(m.client), ToColor(kNoBitmaps));
+            return;
+        }
+        if (covered || m.painted != FromQRect(well)) {
+            MeterAdvance(m, m.window->Now());
+            for (METERCHANNEL& c : m.channel) TakePixels(m, bars, c);
+            for (int32_t i = 0; i < StripCount(m); i++)
+                m.channel[i].shownClip = StripValue(m, static_cast<uint32_t>(i));
+            m.painted = covered ? FromQRect(well) : RECT{};
+        }
+        painter->fillRect(well, ToColor(m.background));
+        for (uint32_t i = 0; i < m.channels; i++) PaintBar(m, *painter, bars, i, 0, bars.length);
+    }
+    if (m.style & METERS_CLIP_SHOWN)
+        for (int32_t i = 0; i < StripCount(m); i++)
+            PaintStrip(m, *painter, layout.strip, static_cast<uint32_t>(i));
+    if (!layout.labels.IsEmpty()) PaintLabels(m, *painter, layout, bars, scale);
+    if (!layout.names.IsEmpty()) PaintNames(m, *painter, layout.names);
+}
+
+BOOL MeterInst_DrawChanges(tQMMETER* meter, QPainter* painter, RECT* changed) {
+    tQMMETER& m = *meter;
+    *changed = {};
+    if (m.client.IsEmpty()) return 0;
+    const MeterLayout layout = MeterLayoutOf(m);
+    const auto line =
+        static_cast<int32_t>(std::lround(LineWidth(*painter) * painter->deviceTransform().m22()));
+    QRect touched;
+    bool whole = false;
+    RECT area{};
+    {
+        const DevicePixels device(*painter);
+        const QRect well = device.Map(layout.bars);
+        const MeterBars bars = MeterBarsIn(m, well, line);
+        whole = !Prepare(m, bars) || m.painted != FromQRect(well);
+        if (!whole) {
+            MeterAdvance(m, m.window->Now());
+            for (uint32_t i = 0; i < m.channels; i++) {
+                int32_t low, high;
+                if (PaintBarChanges(m, *painter, bars, i, &low, &high))
+                    touched |= bars.Part(i, low, high - low);
+            }
+            if (!touched.isEmpty()) area = device.Unmap(touched);
+        }
+    }
+    if (whole) {
+        MeterInst_Draw(meter, painter);
+        *changed = m.client;
+        return 1;
+    }
+    for (int32_t i = 0; m.style & METERS_CLIP_SHOWN && i < StripCount(m); i++) {
+        const int32_t value = StripValue(m, static_cast<uint32_t>(i));
+        if (value == m.channel[i].shownClip) continue;
+        m.channel[i].shownClip = value;
+        PaintStrip(m, *painter, layout.strip, static_cast<uint32_t>(i));
+        area = FromQRect(ToQRect(area) | ToQRect(MeterStripRect(m, layout.strip, static_cast<uint32_t>(i))));
+    }
+    *changed = area;
+    return !area.IsEmpty();
+}

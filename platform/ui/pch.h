@@ -1,0 +1,22 @@
+// Precompiled for the units of the window system side: what nearly all of them include, and nothing of the
+// tree itself.
+#pragma once
+
+#include <QColor>
+#include <QEvent>
+#include <QFont>
+#include <QImage>
+#include <QPainter>
+#include <QPixmap>
+#include <QRegion>
+#include <QString>
+#include <QWidget>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>

@@ -1,0 +1,66 @@
+#include "platform/ui/tips.h"
+
+#include "platform/ui/paint.h"
+
+#include <QGuiApplication>
+#include <QHelpEvent>
+#include <QLabel>
+#include <QScreen>
+#include <QToolTip>
+#include <QWidget>
+
+#include <algorithm>
+
+namespace {
+constexpr int kHoverMilliseconds = 60000;
+constexpr LONG kTrackedMargin = 8;  // at each side of the text
+
+// Qt makes the window as wide as the text; margins are the tip's own.
+QLabel* MakeTracked(QWidget& window) {
+    auto* label = new QLabel(&window, Qt::ToolTip | Qt::BypassGraphicsProxyWidget);
+    label->setFont(QToolTip::font());
+    label->setPalette(QToolTip::palette());
+    label->setForegroundRole(QPalette::ToolTipText);
+    label->setBackgroundRole(QPalette::ToolTipBase);
+    label->setAlignment(Qt::AlignCenter);
+    label->setAttribute(Qt::WA_ShowWithoutActivating);
+    label->setAttribute(Qt::WA_TransparentForMouseEvents);
+    return label;
+}
+}  // namespace
+
+POINT PlaceTip(POINT wanted, SIZE size, const RECT& screen) {
+    return {std::max(std::min(wanted.x, screen.right - size.cx), screen.left),
+            std::max(std::min(wanted.y, screen.bottom - size.cy), screen.top)};
+}
+
+Tips::Tips(QWidget& window) : m_window(window) {}
+Tips::~Tips() { delete m_tracked.data(); }
+
+void Tips::SetHover(std::u16string_view text, const RECT& area) {
+    if (text == m_text && area == m_area) return;
+    if (!m_text.empty() && QToolTip::isVisible()) QToolTip::hideText();
+    m_text = text;
+    m_area = area;
+}
+
+void Tips::OnHelp(const QHelpEvent& event) {
+    if (m_text.empty()) return;
+    QToolTip::showText(event.globalPos(), ViewText(m_text), &m_window, ToQRect(m_area), kHoverMilliseconds);
+}
+
+void Tips::Track(std::u16string_view text, POINT at) {
+    if (text.empty()) {
+        if (m_tracked) m_tracked->hide();
+        return;
+    }
+    if (!m_tracked) m_tracked = MakeTracked(m_window);
+    m_tracked->setText(QString(ViewText(text).constData(), static_cast<qsizetype>(text.size())));
+    const QSize hint = m_tracked->sizeHint();
+    const SIZE size{hint.width() + 2 * kTrackedMargin, hint.height() + kTrackedMargin};
+    const POINT place = PlaceTip(at, size, FromQRect(m_window.screen()->virtualGeometry()));
+    m_tracked->setGeometry(place.x, place.y, size.cx, size.cy);
+    m_tracked->show();
+}
+
+bool Tips::IsTracking() const { return m_tracked && m_tracked->isVisible(); }

@@ -111,11 +111,11 @@ QM_API void MeterInst_Move(tQMMETER* meter, const RECT* rect);
 /// At most kMeterMaxBands, copied; none goes back to the theme's colours.
 QM_API void MeterInst_SetBands(tQMMETER* meter, const METERBAND* bands, uint32_t count);
 
-/// Paints all of the meter.
+/// Paints all of the meter, on a ground that the owner painted.
 QM_API void MeterInst_Draw(tQMMETER* meter, QPainter* painter);
-/// Paints the rows of the bars that changed since the last paint, and the readouts whose value changed, over
-/// what that paint left. *changed receives the area. 0 when nothing had changed. The pixels are the same as
-/// MeterInst_Draw's.
+/// Over what the last paint left, paints the rows of the bars that changed since then and the readouts whose
+/// value changed; the pixels become those of MeterInst_Draw. *changed receives the area. 0 when nothing had
+/// changed. Where the bars were not painted at this place before, they are painted whole, without the labels.
 QM_API BOOL MeterInst_DrawChanges(tQMMETER* meter, QPainter* painter, RECT* changed);
 
 /// The messages above, and clicks on the readout. WM_NCHITTEST takes a point of the window here.

@@ -125,9 +125,7 @@ bool PaintBarChanges(tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t c
 
 // --- readout, labels, names ---
 
-int32_t StripCount(const tQMMETER& m) {
-    return m.state & METERST_ONE_STRIP ? 1 : static_cast<int32_t>(m.channels);
-}
+uint32_t StripCount(const tQMMETER& m) { return m.state & METERST_ONE_STRIP ? 1 : m.channels; }
 
 int32_t StripValue(const tQMMETER& m, uint32_t strip) {
     return m.state & METERST_ONE_STRIP ? MeterCommonClip(m) : m.channel[strip].clip;
@@ -136,7 +134,7 @@ int32_t StripValue(const tQMMETER& m, uint32_t strip) {
 void PaintStrip(const tQMMETER& m, QPainter& p, const RECT& strips, uint32_t strip) {
     RECT r = MeterStripRect(m, strips, strip);
     // Numbers side by side would run together.
-    (m.state & METERST_VERTICAL ? r.right : r.bottom) -= static_cast<int32_t>(strip) + 1 < StripCount(m);
+    (m.state & METERST_VERTICAL ? r.right : r.bottom) -= strip + 1 < StripCount(m);
     const MeterReadout readout = MeterClipText(m, m.channel[strip].shownClip);
     FillRect(p, r, readout.clipped ? m.clipTextBackground : m.background);
     if (readout.clipped) FrameRect(p, r, m.clipBackground);
@@ -206,41 +204,58 @@ void PaintNames(const tQMMETER& m, QPainter& p, const RECT& names) {
 bool IsCovered(const QPainter& p, const RECT& area) {
     return !p.hasClipping() || (QRegion(ToQRect(area)) - p.clipRegion()).isEmpty();
 }
+
+int32_t DeviceLine(const QPainter& p) {
+    return static_cast<int32_t>(std::lround(LineWidth(p) * p.deviceTransform().m22()));
+}
+
+// The opaque part: bars and readouts, whole. False when there was no memory for the bitmaps.
+bool PaintWhole(tQMMETER& m, QPainter& p, const MeterLayout& layout, MeterBars* bars) {
+    const int32_t line = DeviceLine(p);
+    // Under a clip the rest of the bars stays as it was painted before, so this part is painted as of then,
+    // too.
+    const bool covered = IsCovered(p, m.client);
+    {
+        const DevicePixels device(p);
+        const QRect well = device.Map(layout.bars);
+        *bars = MeterBarsIn(m, well, line);
+        if (!Prepare(m, *bars)) {
+            p.fillRect(device.Map(m.client), ToColor(kNoBitmaps));
+            return false;
+        }
+        if (covered || m.painted != FromQRect(well)) {
+            MeterAdvance(m, m.window->Now());
+            for (METERCHANNEL& c : m.channel) TakePixels(m, *bars, c);
+            for (uint32_t i = 0; i < StripCount(m); i++) m.channel[i].shownClip = StripValue(m, i);
+            m.painted = covered ? FromQRect(well) : RECT{};
+        }
+        p.fillRect(well, ToColor(m.background));
+        for (uint32_t i = 0; i < m.channels; i++) PaintBar(m, p, *bars, i, 0, bars->length);
+    }
+    if (m.style & METERS_CLIP_SHOWN)
+        for (uint32_t i = 0; i < StripCount(m); i++) PaintStrip(m, p, layout.strip, i);
+    return true;
+}
+
+// The area of the bars that was touched, in logical pixels.
+RECT PaintBarsChanges(tQMMETER& m, QPainter& p, const MeterBars& bars, const DevicePixels& device) {
+    QRect touched;
+    for (uint32_t i = 0; i < m.channels; i++) {
+        int32_t low, high;
+        if (PaintBarChanges(m, p, bars, i, &low, &high)) touched |= bars.Part(i, low, high - low);
+    }
+    return touched.isEmpty() ? RECT{} : device.Unmap(touched);
+}
 }  // namespace
 
 void MeterInst_Draw(tQMMETER* meter, QPainter* painter) {
     tQMMETER& m = *meter;
     if (m.client.IsEmpty()) return;
     const MeterLayout layout = MeterLayoutOf(m);
-    const auto line =
-        static_cast<int32_t>(std::lround(LineWidth(*painter) * painter->deviceTransform().m22()));
-    // Under a clip the rest of the bars stays as it was painted before, so this part is painted as of then,
-    // too.
-    const bool covered = IsCovered(*painter, m.client);
     MeterBars bars;
-    qreal scale;
-    {
-        const DevicePixels device(*painter);
-        const QRect well = device.Map(layout.bars);
-        scale = layout.bars.Height() > 0 ? well.height() / static_cast<qreal>(layout.bars.Height()) : 1;
-        bars = MeterBarsIn(m, well, line);
-        if (!Prepare(m, bars)) {
-            painter->fillRect(device.Map(m.client), ToColor(kNoBitmaps));
-            return;
-        }
-        if (covered || m.painted != FromQRect(well)) {
-            MeterAdvance(m, m.window->Now());
-            for (METERCHANNEL& c : m.channel) TakePixels(m, bars, c);
-            for (int32_t i = 0; i < StripCount(m); i++)
-                m.channel[i].shownClip = StripValue(m, static_cast<uint32_t>(i));
-            m.painted = covered ? FromQRect(well) : RECT{};
-        }
-        painter->fillRect(well, ToColor(m.background));
-        for (uint32_t i = 0; i < m.channels; i++) PaintBar(m, *painter, bars, i, 0, bars.length);
-    }
-    if (m.style & METERS_CLIP_SHOWN)
-        for (int32_t i = 0; i < StripCount(m); i++)
-            PaintStrip(m, *painter, layout.strip, static_cast<uint32_t>(i));
+    if (!PaintWhole(m, *painter, layout, &bars)) return;
+    const qreal scale =
+        layout.bars.Height() > 0 ? bars.well.height() / static_cast<qreal>(layout.bars.Height()) : 1;
     if (!layout.labels.IsEmpty()) PaintLabels(m, *painter, layout, bars, scale);
     if (!layout.names.IsEmpty()) PaintNames(m, *painter, layout.names);
 }
@@ -250,38 +265,30 @@ BOOL MeterInst_DrawChanges(tQMMETER* meter, QPainter* painter, RECT* changed) {
     *changed = {};
     if (m.client.IsEmpty()) return 0;
     const MeterLayout layout = MeterLayoutOf(m);
-    const auto line =
-        static_cast<int32_t>(std::lround(LineWidth(*painter) * painter->deviceTransform().m22()));
-    QRect touched;
-    bool whole = false;
-    RECT area{};
+    const int32_t line = DeviceLine(*painter);
+    bool known;
     {
         const DevicePixels device(*painter);
-        const QRect well = device.Map(layout.bars);
-        const MeterBars bars = MeterBarsIn(m, well, line);
-        whole = !Prepare(m, bars) || m.painted != FromQRect(well);
-        if (!whole) {
+        MeterBars bars = MeterBarsIn(m, device.Map(layout.bars), line);
+        known = Prepare(m, bars) && m.painted == FromQRect(bars.well);
+        if (known) {
             MeterAdvance(m, m.window->Now());
-            for (uint32_t i = 0; i < m.channels; i++) {
-                int32_t low, high;
-                if (PaintBarChanges(m, *painter, bars, i, &low, &high))
-                    touched |= bars.Part(i, low, high - low);
-            }
-            if (!touched.isEmpty()) area = device.Unmap(touched);
+            *changed = PaintBarsChanges(m, *painter, bars, device);
         }
     }
-    if (whole) {
-        MeterInst_Draw(meter, painter);
+    if (!known) {
+        MeterBars bars;
+        PaintWhole(m, *painter, layout, &bars);
         *changed = m.client;
         return 1;
     }
-    for (int32_t i = 0; m.style & METERS_CLIP_SHOWN && i < StripCount(m); i++) {
-        const int32_t value = StripValue(m, static_cast<uint32_t>(i));
-        if (value == m.channel[i].shownClip) continue;
-        m.channel[i].shownClip = value;
-        PaintStrip(m, *painter, layout.strip, static_cast<uint32_t>(i));
-        area = FromQRect(ToQRect(area) | ToQRect(MeterStripRect(m, layout.strip, static_cast<uint32_t>(i))));
+    if (m.style & METERS_CLIP_SHOWN) {
+        for (uint32_t i = 0; i < StripCount(m); i++) {
+            if (StripValue(m, i) == m.channel[i].shownClip) continue;
+            m.channel[i].shownClip = StripValue(m, i);
+            PaintStrip(m, *painter, layout.strip, i);
+            *changed = FromQRect(ToQRect(*changed) | ToQRect(MeterStripRect(m, layout.strip, i)));
+        }
     }
-    *changed = area;
-    return !area.IsEmpty();
+    return !changed->IsEmpty();
 }

@@ -33,7 +33,7 @@ int32_t MeterScale::Pixel(double level, int32_t scalePixels) const {
     if (linear) return static_cast<int32_t>(level * scalePixels);
     if (level < unit) return 0;
     if (range == 1) return scalePixels;
-    if (!isFloat && std::lround(level * range) == 1) return 3;
+    if (!isFloat && level == unit) return 3;
     return std::max(scalePixels - static_cast<int32_t>(std::log10(level) / logUnit * scalePixels + kRounding),
                     2);
 }

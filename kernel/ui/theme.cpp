@@ -24,9 +24,9 @@ constexpr ThemeRow kDark[] = {
     {COLOR_HIGHLIGHTTEXT, Rgb(0x0c1418)},
     {COLOR_BTNFACE, Rgb(0x282b30)},  // ground of a strip
     {COLOR_BTNSHADOW, Rgb(0x17191c)},
-    {COLOR_GRAYTEXT, Rgb(0x9ca2ab)},
+    {COLOR_GRAYTEXT, Rgb(0xabb1ba)},
     {COLOR_BTNTEXT, Rgb(0xdcdfe4)},
-    {19, Rgb(0xa3a9b2)},                  // inactive caption text
+    {19, Rgb(0xabb1ba)},                  // inactive caption text
     {COLOR_BTNHIGHLIGHT, Rgb(0xf5f7fa)},  // text that stands out
     {COLOR_3DDKSHADOW, Rgb(0x0d0e10)},
     {COLOR_3DLIGHT, Rgb(0x393d44)},

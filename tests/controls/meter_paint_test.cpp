@@ -1,0 +1,190 @@
+// Painting of meters: what changed must look as if all had been painted.
+#include "controls/meter.h"
+#include "controls/meter_bitmaps.h"
+#include "fake_host.h"
+#include "kernel/ui/theme.h"
+#include "platform/ui/paint.h"
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+
+#include <cmath>
+#include <random>
+
+namespace {
+constexpr uint32_t kHolds = METERS_HOLD_HIGH | METERS_HOLD_LOW;
+
+struct Look {
+    uint32_t style, channels;
+    RECT rect;
+    double scale;
+    int32_t displayRange;
+};
+const Look kLooks[] = {
+    {METERS_VERTICAL | kHolds, 2, {3, 5, 17, 205}, 1.0, 0},
+    {METERS_VERTICAL | METERS_HOLD_HIGH, 2, {3, 5, 17, 206}, 1.25, 0},
+    {METERS_VERTICAL | METERS_HOLD_LOW, 1, {0, 0, 9, 100}, 1.5, 128},
+    {METERS_VERTICAL | kHolds | METERS_CLIP_SHOWN | METERS_STRIP_EACH, 6, {3, 5, 93, 205}, 2.0, 0},
+    {METERS_VERTICAL | kHolds | METERS_CLIP_SHOWN | METERS_LABELS, 2, {3, 5, 93, 205}, 1.25, 1024},
+    {kHolds | METERS_CLIP_SHOWN, 2, {3, 5, 203, 45}, 1.5, 0},
+    {METERS_VERTICAL | METERS_LINEAR | kHolds, 2, {3, 5, 20, 60}, 1.0, 0},
+};
+
+QImage Blank(double scale) {
+    QImage image((QSizeF(210, 220) * scale).toSize(), QImage::Format_RGB32);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::darkGray);
+    return image;
+}
+
+void Init(tQMMETER& m, const Look& look, FakeHost& host) {
+    MeterInst_Init(&m, look.style, &look.rect, &host, 1, 0, 0);
+    MeterInst_Message(&m, METERM_SETCHANNELS, 0, look.channels);
+    MeterInst_Message(&m, METERM_SETDISPLAYRANGE, 0, look.displayRange);
+}
+
+QRect DifferentPixels(const QImage& a, const QImage& b) {
+    QRect bounds;
+    for (int y = 0; y < a.height(); y++)
+        for (int x = 0; x < a.width(); x++)
+            if (a.pixel(x, y) != b.pixel(x, y)) bounds |= QRect(x, y, 1, 1);
+    return bounds;
+}
+}  // namespace
+
+class MeterChanges : public testing::TestWithParam<Look> {
+protected:
+    FakeHost host;
+    std::mt19937 random{12345};
+
+    void SetUp() override { ApplyTheme(DarkTheme()); }
+    // Levels that wander, rest, peak over full scale and fall silent.
+    void Feed(tQMMETER& a, tQMMETER& b) {
+        std::vector<int32_t> levels(a.channels);
+        for (int32_t& level : levels) {
+            const uint32_t what = random() % 16;
+            level = what == 0   ? 0
+                    : what == 1 ? 40000
+                    : what == 2 ? -1
+                                : static_cast<int32_t>(std::pow(2.0, random() % 1500 / 100.0));
+        }
+        if (random() % 3 == 0) return;
+        for (tQMMETER* m : {&a, &b})
+            MeterInst_Message(m, METERM_SETLEVELS, PackWords(0, a.channels),
+                              reinterpret_cast<intptr_t>(levels.data()));
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Looks, MeterChanges, testing::ValuesIn(kLooks));
+
+TEST_P(MeterChanges, EqualAFullPaint) {
+    const Look& look = GetParam();
+    tQMMETER a, b;
+    Init(a, look, host);
+    Init(b, look, host);
+    QImage changes = Blank(look.scale);
+    {
+        QPainter painter(&changes);
+        MeterInst_Draw(&a, &painter);
+    }
+    int painted = 0;
+    for (int step = 0; step < 400; step++) {
+        Feed(a, b);
+        host.now += random() % 200;
+        const QImage before = changes;
+        RECT area;
+        bool any;
+        {
+            QPainter painter(&changes);
+            any = MeterInst_DrawChanges(&a, &painter, &area);
+        }
+        painted += any;
+        QImage whole = Blank(look.scale);
+        {
+            QPainter painter(&whole);
+            MeterInst_Draw(&b, &painter);
+        }
+        ASSERT_EQ(changes, whole) << "step " << step;
+        const QRect touched = DifferentPixels(before, changes);
+        const QRectF told(area.left * look.scale, area.top * look.scale, area.Width() * look.scale,
+                          area.Height() * look.scale);
+        ASSERT_TRUE(touched.isEmpty() || told.toAlignedRect().contains(touched)) << "step " << step;
+        ASSERT_TRUE(any || touched.isEmpty());
+    }
+    EXPECT_GT(painted, 100);
+    MeterInst_Deinit(&a);
+    MeterInst_Deinit(&b);
+}
+
+// A strip is often painted in part only, under a clip; the rest of the bar must not be forgotten.
+TEST_P(MeterChanges, SurvivePaintsUnderAClip) {
+    const Look& look = GetParam();
+    tQMMETER a, b;
+    Init(a, look, host);
+    Init(b, look, host);
+    QImage changes = Blank(look.scale);
+    for (int step = 0; step < 200; step++) {
+        Feed(a, b);
+        host.now += random() % 200;
+        {
+            QPainter painter(&changes);
+            if (step > 0) painter.setClipRect(0, static_cast<int>(random() % 150), 100, 40);
+            painter.fillRect(0, 0, 300, 300, Qt::darkGray);
+            MeterInst_Draw(&a, &painter);
+            painter.setClipping(false);
+            RECT area;
+            MeterInst_DrawChanges(&a, &painter, &area);
+        }
+        QImage whole = Blank(look.scale);
+        QPainter painter(&whole);
+        MeterInst_Draw(&b, &painter);
+        painter.end();
+        ASSERT_EQ(changes, whole) << "step " << step;
+    }
+    MeterInst_Deinit(&a);
+    MeterInst_Deinit(&b);
+}
+
+TEST(MeterBitmaps, AreSharedByMetersThatLookAlike) {
+    FakeHost host;
+    const size_t before = CountMeterBitmaps();
+    std::vector<tQMMETER> meters(500);
+    QImage image(2000, 220, QImage::Format_RGB32);
+    QPainter painter(&image);
+    for (size_t i = 0; i < meters.size(); i++) {
+        const LONG x = static_cast<LONG>(i % 100) * 18;
+        Init(meters[i], {METERS_VERTICAL, 2, {x, 0, x + (i < 250 ? 14 : 12), 200}, 1.0, 0}, host);
+        MeterInst_Draw(&meters[i], &painter);
+    }
+    EXPECT_EQ(CountMeterBitmaps() - before, 2u);
+    MeterInst_Message(&meters[0], METERM_SETDISPLAYRANGE, 0, 16);
+    MeterInst_Draw(&meters[0], &painter);
+    EXPECT_EQ(CountMeterBitmaps() - before, 3u) << "its bands lie elsewhere";
+    for (tQMMETER& m : meters) MeterInst_Deinit(&m);
+    EXPECT_EQ(CountMeterBitmaps(), before);
+}
+
+TEST(MeterPaint, TheBarEndsWhereTheLevelSays) {
+    FakeHost host;
+    tQMMETER m;
+    Init(m, {METERS_VERTICAL, 1, {0, 0, 10, 302}, 1.0, 0}, host);
+    const METERBAND band{-1440, 0x00FF00, 0x0000FF};
+    MeterInst_SetBands(&m, &band, 1);
+    for (const int32_t level : {0, 1, 2, 100, 16384, 32767}) {
+        MeterInst_Message(&m, METERM_SETLEVELS, 0, level);
+        QImage image(20, 310, QImage::Format_RGB32);
+        image.fill(Qt::black);
+        QPainter painter(&image);
+        MeterInst_Draw(&m, &painter);
+        painter.end();
+        int lit = 0, unlit = 0;
+        for (int y = 0; y < 310; y++) {
+            const QColor c = image.pixelColor(5, y);
+            lit += c.green() > 100;
+            unlit += c.red() > 100;
+        }
+        EXPECT_EQ(lit, m.scale.Pixel(level / 32768.0, 300)) << level;
+        EXPECT_EQ(lit + unlit, 300) << "one pixel of the well at each end";
+    }
+    MeterInst_Deinit(&m);
+}

@@ -1,0 +1,434 @@
+// The message window: events of the window system as messages, posts from other threads, timers, capture,
+// caret, tips.
+#include "platform/ui/window.h"
+
+#include "controls/fader.h"
+#include "controls/fader_layout.h"
+#include "platform/ui/cursors.h"
+#include "platform/ui/keys.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QTest>
+#include <QTimer>
+#include <QWheelEvent>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+namespace {
+struct Message {
+    uint32_t id;
+    uintptr_t wparam;
+    intptr_t lparam;
+};
+
+class Recorder : public MessageWindow {
+public:
+    explicit Recorder(QWidget* parent = nullptr) : MessageWindow(parent) {
+        resize(200, 100);
+        Create();
+    }
+    ~Recorder() override { Destroy(); }
+
+    std::vector<Message> got;
+    std::function<intptr_t(uint32_t, uintptr_t, intptr_t)> also;
+
+    intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) override {
+        got.push_back({message, wparam, lparam});
+        return also ? also(message, wparam, lparam) : MessageWindow::OnMessage(message, wparam, lparam);
+    }
+    std::vector<uint32_t> Take() {
+        std::vector<uint32_t> ids;
+        for (const Message& m : got) ids.push_back(m.id);
+        got.clear();
+        return ids;
+    }
+    Message Last(uint32_t id) const {
+        for (auto it = got.rbegin(); it != got.rend(); ++it)
+            if (it->id == id) return *it;
+        ADD_FAILURE() << "no message " << id;
+        return {};
+    }
+    size_t Count(uint32_t id) const {
+        return static_cast<size_t>(
+            std::count_if(got.begin(), got.end(), [id](const Message& m) { return m.id == id; }));
+    }
+    void Open() {
+        show();
+        QTest::qWaitForWindowExposed(this) ? void() : ADD_FAILURE() << "not exposed";
+        got.clear();
+    }
+};
+
+void SendWheel(QWidget& w, QPoint at, QPoint turn, Qt::KeyboardModifiers modifiers = {}) {
+    QWheelEvent event(at, w.mapToGlobal(at), QPoint(), turn, Qt::NoButton, modifiers, Qt::NoScrollPhase,
+                      false);
+    QApplication::sendEvent(&w, &event);
+}
+using Ids = std::vector<uint32_t>;
+}  // namespace
+
+TEST(Window, LivesBetweenCreateAndDestroy) {
+    Recorder w;
+    EXPECT_EQ(w.Take(), Ids{WM_CREATE});
+    w.Destroy();
+    w.Destroy();
+    EXPECT_EQ(w.Take(), Ids{WM_DESTROY});
+    EXPECT_FALSE(w.Post(WM_APP));
+    QTest::mouseMove(&w, {5, 5});
+    QTest::keyClick(&w, Qt::Key_A);
+    EXPECT_EQ(w.Take(), Ids{});
+}
+
+TEST(Window, MouseEventsComeWithAHitTestAndTheKeys) {
+    Recorder w;
+    w.Open();
+    QTest::mousePress(&w, Qt::LeftButton, Qt::ShiftModifier, {20, 30});
+    EXPECT_EQ(w.Last(WM_LBUTTONDOWN).wparam, MK_LBUTTON | MK_SHIFT);
+    const POINT at = UnpackPoint(w.Last(WM_LBUTTONDOWN).lparam);
+    EXPECT_EQ(at.x, 20);
+    EXPECT_EQ(at.y, 30);
+    const POINT hit = w.ToClient(UnpackPoint(w.Last(WM_NCHITTEST).lparam));
+    EXPECT_EQ(hit.x, 20);
+    EXPECT_EQ(hit.y, 30);
+    EXPECT_EQ(w.Take(), (Ids{WM_NCHITTEST, WM_SETCURSOR, WM_LBUTTONDOWN}));
+    QTest::mouseRelease(&w, Qt::LeftButton, Qt::ControlModifier, {20, 30});
+    EXPECT_EQ(w.Last(WM_LBUTTONUP).wparam, MK_CONTROL);
+    w.Take();
+    QTest::mouseClick(&w, Qt::RightButton, {}, {20, 30});
+    QTest::mouseDClick(&w, Qt::RightButton, {}, {20, 30});
+    QTest::mouseRelease(&w, Qt::RightButton, {}, {20, 30});
+    EXPECT_EQ(w.Count(WM_RBUTTONDOWN), 1u);
+    EXPECT_EQ(w.Count(WM_RBUTTONDBLCLK), 1u);
+    EXPECT_EQ(w.Count(WM_CONTEXTMENU), 2u) << "what nobody takes of the right button asks for the menu";
+    EXPECT_EQ(w.ToClient(UnpackPoint(w.Last(WM_CONTEXTMENU).lparam)).x, 20);
+    w.Take();
+    QTest::mousePress(&w, Qt::ForwardButton, {}, {1, 1});
+    EXPECT_EQ(HighWord(w.Last(WM_XBUTTONDOWN).wparam), 2);
+    QTest::mouseRelease(&w, Qt::ForwardButton, {}, {1, 1});
+    w.Take();
+    QTest::mouseMove(&w, {199, 2});
+    EXPECT_EQ(w.Take(), (Ids{WM_NCHITTEST, WM_SETCURSOR, WM_MOUSEMOVE})) << "without a button, too";
+}
+
+TEST(Window, CaptureSilencesTheHitTestAndIsLostWithTheWindow) {
+    Recorder w;
+    w.Open();
+    QTest::mousePress(&w, Qt::LeftButton, {}, {20, 30});
+    w.SetCapture(true);
+    w.Take();
+    QTest::mouseMove(&w, {-40, 500});
+    EXPECT_EQ(w.Take(), Ids{WM_MOUSEMOVE});
+    w.SetCapture(false);
+    w.SetCapture(false);
+    EXPECT_EQ(w.Take(), Ids{WM_CAPTURECHANGED});
+    w.SetCapture(true);
+    w.hide();
+    EXPECT_EQ(w.Count(WM_CANCELMODE), 1u);
+    EXPECT_EQ(w.Count(WM_CAPTURECHANGED), 1u);
+    EXPECT_FALSE(w.HasCapture());
+    QTest::mouseRelease(&w, Qt::LeftButton, {}, {20, 30});
+}
+
+TEST(Window, Wheel) {
+    Recorder w;
+    w.Open();
+    SendWheel(w, {10, 10}, {0, -120}, Qt::ControlModifier);
+    EXPECT_EQ(SignedHighWord(w.Last(WM_MOUSEWHEEL).wparam), -120);
+    EXPECT_EQ(LowWord(w.Last(WM_MOUSEWHEEL).wparam), MK_CONTROL);
+    EXPECT_EQ(w.ToClient(UnpackPoint(w.Last(WM_MOUSEWHEEL).lparam)).x, 10);
+    SendWheel(w, {10, 10}, {15, 0});
+    EXPECT_EQ(SignedHighWord(w.Last(WM_MOUSEHWHEEL).wparam), -15);
+}
+
+TEST(Window, KeysAndWhatIsPassedOn) {
+    struct Parent : QWidget {
+        std::vector<int> keys;
+        void keyPressEvent(QKeyEvent* e) override { keys.push_back(e->key()); }
+    } parent;
+    auto* w = new Recorder(&parent);
+    parent.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&parent));
+    struct Row {
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        uint32_t vk;
+    };
+    for (const Row& row :
+         {Row{Qt::Key_A, {}, 'A'}, Row{Qt::Key_7, {}, '7'},
+          Row{Qt::Key_7, Qt::KeypadModifier, VK_NUMPAD0 + 7}, Row{Qt::Key_Home, {}, VK_HOME},
+          Row{Qt::Key_Tab, {}, VK_TAB}, Row{Qt::Key_Backtab, {}, VK_TAB}, Row{Qt::Key_F9, {}, VK_F9},
+          Row{Qt::Key_Escape, {}, VK_ESCAPE}, Row{Qt::Key_Plus, Qt::KeypadModifier, VK_ADD}}) {
+        QTest::keyPress(w, row.key, row.modifiers);
+        EXPECT_EQ(w->Last(WM_KEYDOWN).wparam, row.vk);
+        QTest::keyRelease(w, row.key, row.modifiers);
+        EXPECT_EQ(w->Last(WM_KEYUP).wparam, row.vk);
+    }
+    EXPECT_EQ(parent.keys.size(), 9u) << "the default hands keys on";
+    parent.keys.clear();
+    bool control = false;
+    w->also = [&](uint32_t message, uintptr_t, intptr_t) {
+        if (message == WM_KEYDOWN) control = w->IsKeyDown(VK_CONTROL) && !w->IsKeyDown(VK_SHIFT);
+        return intptr_t{0};
+    };
+    QTest::keyPress(w, Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_TRUE(parent.keys.empty()) << "a key that was used goes no further";
+    EXPECT_TRUE(control);
+    QTest::keyRelease(w, Qt::Key_Delete, Qt::ControlModifier);
+    w->also = nullptr;
+    QTest::keyClick(w, Qt::Key_Menu);
+    EXPECT_EQ(w->Last(WM_CONTEXTMENU).lparam, -1);
+    QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Up, {}, QString(), true);
+    QApplication::sendEvent(w, &repeat);
+    EXPECT_TRUE(w->Last(WM_KEYDOWN).lparam & KEY_REPEATED);
+}
+
+TEST(Window, FocusLeavesMenusAside) {
+    Recorder w;
+    w.Open();
+    QFocusEvent popup(QEvent::FocusOut, Qt::PopupFocusReason), other(QEvent::FocusOut, Qt::MouseFocusReason);
+    QApplication::sendEvent(&w, &popup);
+    EXPECT_EQ(w.Take(), Ids{});
+    QApplication::sendEvent(&w, &other);
+    EXPECT_EQ(w.Take(), Ids{WM_KILLFOCUS});
+}
+
+TEST(Window, Timers) {
+    Recorder w;
+    w.SetTimer(42, 5);
+    w.SetTimer(7, 5);
+    w.SetTimer(42, 1);
+    QTRY_VERIFY_WITH_TIMEOUT(w.Count(WM_TIMER) >= 6, 2000);
+    EXPECT_GE(std::count_if(w.got.begin(), w.got.end(), [](const Message& m) { return m.wparam == 42; }), 2);
+    w.KillTimer(42);
+    w.KillTimer(7);
+    w.KillTimer(7);
+    w.got.clear();
+    QTest::qWait(20);
+    EXPECT_EQ(w.Count(WM_TIMER), 0u);
+}
+
+TEST(Window, PaintsWhatIsInvalidAndKeepsTheRest) {
+    Recorder w;
+    std::vector<RECT> painted;
+    COLORREF color = 0x0000FF;
+    w.also = [&](uint32_t message, uintptr_t wparam, intptr_t) {
+        if (message != WM_PAINT) return intptr_t{0};
+        const auto& info = *reinterpret_cast<const PaintInfo*>(wparam);
+        painted.push_back(info.rect);
+        FillRect(info.painter, {-500, -500, 500, 500}, color);
+        return intptr_t{0};
+    };
+    w.Open();
+    QTRY_VERIFY(!painted.empty());
+    EXPECT_EQ(painted.front(), w.ClientRect());
+    painted.clear();
+    color = 0x00FF00;
+    w.Invalidate({10, 10, 20, 20});
+    QTRY_VERIFY(!painted.empty());
+    EXPECT_EQ(painted, (std::vector<RECT>{{10, 10, 20, 20}}));
+    {
+        WindowPainter direct(w);
+        ASSERT_TRUE(direct);
+        FillRect(*direct, {50, 50, 60, 60}, 0xFF0000);
+        direct.Drawn({50, 50, 60, 60});
+    }
+    QTest::qWait(30);
+    EXPECT_EQ(painted.size(), 1u) << "direct drawing needs no paint";
+    const QImage image = w.grab().toImage();
+    EXPECT_EQ(image.pixelColor(5, 5), QColor(255, 0, 0));
+    EXPECT_EQ(image.pixelColor(15, 15), QColor(0, 255, 0)) << "painted again";
+    EXPECT_EQ(image.pixelColor(55, 55), QColor(0, 0, 255)) << "drawn directly";
+    w.resize(100, 100);
+    EXPECT_FALSE(WindowPainter(w)) << "until the paint at the new size";
+}
+
+TEST(Window, CaretLiesOverThePaint) {
+    Recorder w;
+    w.Open();
+    w.CaretService().SetColor(0x00FFFF);
+    w.CreateCaret({4, 4});
+    w.MoveCaret({10, 10});
+    const auto yellow = [&] { return w.grab().toImage().pixelColor(11, 11) == QColor(255, 255, 0); };
+    EXPECT_FALSE(yellow()) << "made hidden";
+    w.ShowCaret(true);
+    EXPECT_TRUE(yellow());
+    QTRY_VERIFY_WITH_TIMEOUT(!yellow(), 3000);
+    QTRY_VERIFY_WITH_TIMEOUT(yellow(), 3000);
+    w.MoveCaret({100, 50});
+    EXPECT_FALSE(yellow());
+    w.DestroyCaret();
+    EXPECT_FALSE(w.CaretService().IsShown());
+}
+
+TEST(Window, EmbedsInAWindowOfThisProcess) {
+    QWidget host;
+    host.resize(300, 200);
+    host.show();
+    auto* w = new Recorder;
+    EXPECT_FALSE(w->EmbedIn(0));
+    ASSERT_TRUE(w->EmbedIn(static_cast<HWND>(host.winId())));
+    EXPECT_EQ(w->parentWidget(), &host);
+}
+
+TEST(Tips, StayOnTheScreen) {
+    constexpr RECT screen{0, 0, 1000, 500};
+    struct Row {
+        POINT wanted;
+        SIZE size;
+        POINT place;
+    };
+    for (const Row& row : {Row{{10, 10}, {50, 20}, {10, 10}}, Row{{990, 490}, {50, 20}, {950, 480}},
+                           Row{{-5, -5}, {50, 20}, {0, 0}}, Row{{10, 10}, {2000, 900}, {0, 0}}}) {
+        const POINT p = PlaceTip(row.wanted, row.size, screen);
+        EXPECT_EQ(p.x, row.place.x);
+        EXPECT_EQ(p.y, row.place.y);
+    }
+    Recorder w;
+    w.Open();
+    w.TipService().Track(u"-6.0 dB", {100, 100});
+    EXPECT_TRUE(w.TipService().IsTracking());
+    w.TipService().HideTracked();
+    EXPECT_FALSE(w.TipService().IsTracking());
+}
+
+TEST(Posts, KeepTheirOrderInNestedEventLoopsToo) {
+    Recorder w;
+    std::vector<uintptr_t> order;
+    w.also = [&](uint32_t message, uintptr_t wparam, intptr_t) {
+        if (message != WM_APP) return intptr_t{0};
+        order.push_back(wparam);
+        if (wparam == 2) {
+            w.Post(WM_APP, 6);
+            QCoreApplication::processEvents();
+        }
+        return intptr_t{0};
+    };
+    for (uintptr_t i = 1; i <= 5; i++) w.Post(WM_APP, i);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(order, (std::vector<uintptr_t>{1, 2, 3, 4, 5, 6}));
+}
+
+TEST(Posts, AWindowMayDieInAMessage) {
+    auto* w = new Recorder;
+    const MessagePoster poster = w->Poster();
+    int delivered = 0;
+    w->also = [&](uint32_t message, uintptr_t, intptr_t) {
+        if (message == WM_APP && ++delivered == 2) w->Destroy();
+        return intptr_t{0};
+    };
+    for (int i = 0; i < 5; i++) EXPECT_TRUE(poster.Post(WM_APP));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(delivered, 2);
+    EXPECT_FALSE(poster.Post(WM_APP));
+    delete w;
+    EXPECT_FALSE(poster.Post(WM_APP));
+    EXPECT_FALSE(MessagePoster().Post(WM_APP));
+}
+
+// Eight threads post to windows that open and close all the time. Half of the windows wait for some messages,
+// half close with messages on their way. What arrives arrives once and in the order of its thread; nothing
+// arrives at a closed window.
+TEST(Posts, FromEightThreadsWhileWindowsOpenAndClose) {
+    constexpr size_t kThreads = 8;
+    constexpr int kWindows = 1000;
+    std::mutex lock;
+    MessagePoster current;
+    std::atomic<bool> stop{false};
+    std::atomic<uint64_t> accepted{0}, refused{0};
+    std::vector<std::thread> threads;
+    for (uintptr_t t = 0; t < kThreads; t++)
+        threads.emplace_back([&, t] {
+            intptr_t number = 0;
+            while (!stop) {
+                MessagePoster poster;
+                {
+                    std::lock_guard guard(lock);
+                    poster = current;
+                }
+                for (int i = 0; i < 16; i++) ++(poster.Post(WM_APP + 1, t, ++number) ? accepted : refused);
+                std::this_thread::yield();
+            }
+        });
+    uint64_t delivered = 0;
+    bool ordered = true;
+    for (int i = 0; i < kWindows; i++) {
+        Recorder w;
+        size_t count = 0;
+        std::vector<intptr_t> last(kThreads, 0);
+        w.also = [&](uint32_t message, uintptr_t thread, intptr_t number) {
+            if (message != WM_APP + 1) return intptr_t{0};
+            count++;
+            ordered = ordered && number > last[thread];
+            last[thread] = number;
+            return intptr_t{0};
+        };
+        {
+            std::lock_guard guard(lock);
+            current = w.Poster();
+        }
+        while (i % 2 == 0 && count < 100) QCoreApplication::processEvents();
+        delivered += count;
+    }
+    stop = true;
+    for (std::thread& t : threads) t.join();
+    EXPECT_TRUE(ordered);
+    EXPECT_GE(delivered, 100u * kWindows / 2);
+    EXPECT_LE(delivered, accepted);
+    EXPECT_GT(refused, 0u);
+}
+
+// The whole way: a hand on the mouse, a window, a fader in it.
+TEST(Window, CarriesAFader) {
+    struct Page : Recorder {
+        tQMFADER fader{};
+        Page() {
+            resize(60, 320);
+            const RECT rect{10, 0, 50, 320};
+            FaderInst_Init(&fader, FADERS_VERTICAL | FADERS_TAPER | FADERS_SELF_KEYS, &rect, this, 1, nullptr,
+                           0, 1.0f);
+            FaderInst_Message(&fader, FADERM_SETRANGE, 0,
+                              static_cast<intptr_t>(PackWords(static_cast<uint32_t>(-720), 120)));
+            FaderInst_Message(&fader, FADERM_SETPOS, 0, 0);
+            also = [this](uint32_t message, uintptr_t w, intptr_t l) {
+                if (message == WM_PAINT) {
+                    const auto& info = *reinterpret_cast<const PaintInfo*>(w);
+                    FillRect(info.painter, info.rect, 0x202020);
+                    FaderInst_Draw(&fader, &info.painter);
+                }
+                return FaderInst_Message(&fader, message, w, l);
+            };
+        }
+        ~Page() override { FaderInst_Deinit(&fader); }
+        QPoint Thumb() const {
+            const POINT p = FaderThumbCentre(fader, 0);
+            return {p.x, p.y};
+        }
+    } page;
+    page.Open();
+    const QPoint from = page.Thumb();
+    QTest::mousePress(&page, Qt::LeftButton, {}, from);
+    QTest::mouseMove(&page, from - QPoint(0, 40));
+    EXPECT_NEAR(page.Thumb().y(), from.y() - 40, 3) << "a tenth of a decibel is up to 3 pixels here";
+    EXPECT_TRUE(page.HasCapture());
+    QTest::keyPress(&page, Qt::Key_Escape);
+    EXPECT_EQ(page.Thumb(), from);
+    EXPECT_FALSE(page.HasCapture());
+    QTest::mouseRelease(&page, Qt::LeftButton, {}, from);
+    QTest::keyClick(&page, Qt::Key_Up);
+    EXPECT_EQ(page.fader.pos[0], 1);
+    QTest::keyClick(&page, Qt::Key_Home, Qt::ControlModifier);
+    EXPECT_EQ(page.fader.pos[0], 120);
+    SendWheel(page, from, {0, -240}, Qt::ControlModifier);
+    EXPECT_EQ(page.fader.pos[0], 118);
+    QTest::mousePress(&page, Qt::LeftButton, Qt::ControlModifier, page.Thumb());
+    QMouseEvent fine(QEvent::MouseMove, page.Thumb() + QPoint(0, 8),
+                     page.mapToGlobal(page.Thumb() + QPoint(0, 8)), Qt::NoButton, Qt::LeftButton,
+                     Qt::ControlModifier);
+    QApplication::sendEvent(&page, &fine);
+    EXPECT_EQ(page.fader.pos[0], 114);
+    QTest::mouseRelease(&page, Qt::LeftButton, {}, page.Thumb());
+}

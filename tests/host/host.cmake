@@ -1,6 +1,7 @@
 # The host: session, engine, its side of the contract.
 tarn_test(test-host
   SOURCES
+    contract_test.cpp
     engine_fixture.cpp
     engine_file_test.cpp
     engine_mix_test.cpp
@@ -10,7 +11,7 @@ tarn_test(test-host
     session_save_test.cpp
     session_test.cpp
     test_session.cpp
-  LIBS tarn-host-engine tarn-host-libs)
+  LIBS tarn-host-contract tarn-host-engine tarn-host-libs)
 
 # Replaces the allocator, which the sanitizers do as well.
 if(NOT TARN_SANITIZE)

@@ -1,10 +1,11 @@
-// tQMLIST: the system's one growable table, behind a plain record. Three kinds, set at creation: a pointer list stores
-// pointers, a heap list owns the blocks that its pointers name, an array list holds fixed-size records inline.
+// tQMLIST: the system's one growable table, behind a plain record. Three kinds, set at creation: a pointer
+// list stores pointers, a heap list owns the blocks that its pointers name, an array list holds fixed-size
+// records inline.
 //
-// Every operation is a free function. Results are S_OK, E_FAIL for misuse, E_OUTOFMEMORY (the list is as it was), and
-// E_INVALIDARG where said; index operations give -1. A range is (start, number): start below 0 is 0, number below 0
-// is "to the end", and a number past the end is cut. A QMLIST_LOCKED list may be used from any thread; any other list
-// by one thread at a time. [any-thread]
+// Every operation is a free function. Results are S_OK, E_FAIL for misuse, E_OUTOFMEMORY (the list is as it
+// was), and E_INVALIDARG where said; index operations give -1. A range is (start, number): start below 0 is
+// 0, number below 0 is "to the end", and a number past the end is cut. A QMLIST_LOCKED list may be used from
+// any thread; any other list by one thread at a time. [any-thread]
 #pragma once
 
 #include "platform/types.h"
@@ -14,22 +15,23 @@
 extern "C" {
 
 struct tQMLIST {
-    int32_t count;        ///< items in the list; read directly by everyone, without the lock
-    size_t itemSize;      ///< bytes a slot
-    uint8_t* data;        ///< slot i lies at data + i * itemSize
-    void* lock;           ///< recursive lock, QMLIST_LOCKED lists only
-    uint32_t magic;       ///< QMLIST_MAGIC while the list lives
+    int32_t count;    ///< items in the list; read directly by everyone, without the lock (then atomically)
+    size_t itemSize;  ///< bytes a slot
+    uint8_t* data;    ///< slot i lies at data + i * itemSize
+    void* lock;       ///< recursive lock, QMLIST_LOCKED lists only
+    uint32_t magic;   ///< QMLIST_MAGIC while the list lives
     uint32_t options;
     uintptr_t userData;
     uintptr_t sortCriteria;
     uint32_t threadOwner;
-    int32_t allocated;    ///< slots in the table; those from count on read as zero
+    int32_t allocated;  ///< slots in the table; those from count on read as zero
     int32_t growBy;
-    void* heap;           ///< private heap, QMLIST_PRIVATE_HEAP lists only
+    void* heap;  ///< private heap, QMLIST_PRIVATE_HEAP lists only
     uint32_t heapAllocFlags;
     uint32_t heapFreeFlags;
-    void* pendingItem;    ///< from QmList_AllocItem, not in the table yet
+    void* pendingItem;  ///< from QmList_AllocItem, not in the table yet
 };
+static_assert(sizeof(tQMLIST) == 96 && offsetof(tQMLIST, count) == 0 && offsetof(tQMLIST, data) == 16);
 
 typedef tQMLIST* HQMLIST;
 
@@ -50,11 +52,13 @@ inline constexpr uint32_t QMLIST_LOCKED = 0x80000000;
 
 extern "C" {
 
-/// Creates a list. initialCount and growBy below 1 take the defaults (16). With QMLIST_IN_PLACE *out already names the
-/// caller's record. The last three words are reserved, 0.
-QM_API HRESULT QmList_CreateExZ(HQMLIST* out, uint32_t itemSize, int32_t initialCount, int32_t growBy, uint32_t options,
-                                uintptr_t reserved1, uintptr_t reserved2, uintptr_t reserved3);
-/// Frees the table, a heap list's blocks, and the record unless it is in place. Null is S_OK. A pending item stays.
+/// Creates a list. initialCount and growBy below 1 take the defaults (16). With QMLIST_IN_PLACE *out already
+/// names the caller's record. The last three words are reserved, 0.
+QM_API HRESULT QmList_CreateExZ(HQMLIST* out, uint32_t itemSize, int32_t initialCount, int32_t growBy,
+                                uint32_t options, uintptr_t reserved1, uintptr_t reserved2,
+                                uintptr_t reserved3);
+/// Frees the table, a heap list's blocks, and the record unless it is in place. Null is S_OK. A pending item
+/// stays.
 QM_API HRESULT QmList_Destroy(HQMLIST list);
 
 /// Whether the memory is readable and holds a living list; `size` must be the record's.
@@ -79,10 +83,13 @@ QM_API HRESULT QmList_GrowAllocated(HQMLIST list, int32_t slots);
 /// Gives back up to `slots` free slots, in whole grow steps; negative is all free ones.
 QM_API HRESULT QmList_ShrinkAllocated(HQMLIST list, int32_t slots);
 
-/// Inserts at index (negative or past the end appends): `number` items copied from source (pointer and array lists), or
-/// -number items when number is negative (all lists), or the pending item (null source, number -1).
+/// Inserts at index (negative or past the end appends): `number` items copied from source (pointer and array
+/// lists), or -number items when number is negative (all lists), or the pending item (null source, number
+/// -1). Pointers that enter a heap list are blocks of MemAlloc, which the list then owns. The source lies
+/// outside the list's table.
 QM_API HRESULT QmList_InsertList(HQMLIST list, int32_t index, const void* source, int32_t number);
-/// Deletes a range, freeing the blocks of a heap list. A negative index and number together free the pending item.
+/// Deletes a range, freeing the blocks of a heap list. A negative index and number together free the pending
+/// item.
 QM_API HRESULT QmList_DeleteList(HQMLIST list, int32_t index, int32_t number, BOOL shrink);
 /// Array lists: sets the count. Old records reappear when it is raised again.
 QM_API HRESULT QmList_ArrayForceItemCount(HQMLIST list, int32_t count, BOOL shrink);
@@ -101,8 +108,10 @@ QM_API intptr_t QmList_AllocSize(HQMLIST list, int32_t index);
 
 /// Linear: the stored pointer, or the record's bytes in an array list.
 QM_API int32_t QmList_FindSpecificItemRange(HQMLIST list, int32_t start, int32_t number, const void* item);
-QM_API int32_t QmList_FindItemRange(HQMLIST list, int32_t start, int32_t number, const void* key, QMLISTFINDPROC find);
-/// Binary, called with the list's sort criteria. Which of several equal items is found is fixed by the probing.
+QM_API int32_t QmList_FindItemRange(HQMLIST list, int32_t start, int32_t number, const void* key,
+                                    QMLISTFINDPROC find);
+/// Binary, called with the list's sort criteria. Which of several equal items is found is fixed by the
+/// probing.
 QM_API int32_t QmList_FindSortedItemRange(HQMLIST list, const void* key, int32_t start, int32_t number,
                                           QMLISTSORTPROC compare);
 /// Where the key belongs; in front of the equal item that the probing finds.
@@ -113,9 +122,11 @@ QM_API int32_t QmList_FindSortedInsertIndexRange(HQMLIST list, const void* key, 
 QM_API HRESULT QmList_Sort(HQMLIST list, uintptr_t criteria, QMLISTSORTPROC compare);
 /// Heap sort, ascending, in place; stores the criteria.
 QM_API HRESULT QmList_HeapSort(HQMLIST list, uintptr_t criteria, QMLISTSORTPROC compare);
-/// Inserts each item of the source at its sorted place in the target, which gets the criteria.
+/// Inserts each item of the source at its sorted place in the target, which gets the criteria. Only the
+/// source's lock is held throughout.
 QM_API HRESULT QmList_SortTo(HQMLIST target, HQMLIST source, uintptr_t criteria, QMLISTSORTPROC compare);
-/// Moves blocks between heap lists without copying them. Two such moves in opposite directions at once may deadlock.
+/// Moves blocks between heap lists without copying them; not for private heaps, which keep their blocks. Two
+/// such moves in opposite directions at once may deadlock.
 QM_API HRESULT QmList_MoveItemsBetweenHeapLists(HQMLIST target, int32_t targetIndex, HQMLIST source,
                                                 int32_t sourceIndex, int32_t number);
 /// Moves the record into the caller's storage and sets *list to null.
@@ -126,7 +137,8 @@ QM_API HRESULT QmList_ConvertToInPlace(HQMLIST* list, tQMLIST* record);
 /// Typed view of an array list's records; valid until the list changes.
 template <class T>
 std::span<T> QmList_Records(HQMLIST list) {
-    return list ? std::span<T>(reinterpret_cast<T*>(list->data), static_cast<size_t>(list->count)) : std::span<T>();
+    return list ? std::span<T>(reinterpret_cast<T*>(list->data), static_cast<size_t>(list->count))
+                : std::span<T>();
 }
 
 /// Typed view of a pointer or heap list's pointers; valid until the list changes.

@@ -1,9 +1,9 @@
 #include "platform/com.h"
 
-#include <cstdlib>
+#include "platform/memory.h"
 
-extern "C" void* CoTaskMemAlloc(size_t bytes) { return std::calloc(1, bytes ? bytes : 1); }
-extern "C" void CoTaskMemFree(void* block) { std::free(block); }
+extern "C" void* CoTaskMemAlloc(size_t bytes) { return MemAlloc(bytes); }
+extern "C" void CoTaskMemFree(void* block) { MemFree(block); }
 
 char16_t* CoTaskMemString(const char16_t* text) {
     size_t n = 0;

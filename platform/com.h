@@ -98,6 +98,7 @@ public:
     T* Detach() { return std::exchange(m_p, nullptr); }
     T* Get() const { return m_p; }
     T* operator->() const { return m_p; }
+    T& operator*() const { return *m_p; }
     explicit operator bool() const { return m_p != nullptr; }
 
 private:

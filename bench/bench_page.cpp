@@ -1,0 +1,98 @@
+// The whole page with 100 and 500 strips: one meter tick from the host's notification to the pixels, and one full paint.
+// With the name of a PNG as the argument it saves what was painted, to be looked at.
+#include "tests/support/fake_host.h"
+#include "tests/support/page_harness.h"
+
+#include <QApplication>
+#include <QPixmap>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+/// Levels that wander as those of music do: every strip changes at every tick.
+class Scene {
+public:
+    Scene(int strips, QSize size) {
+        for (int i = 0; i < strips; i++)
+            host.channels.push_back({static_cast<uint64_t>(i + 1), KIND_AUDIO_TRACK, i, u"Track " + Number(i + 1)});
+        host.transport = TRANSPORT_PLAYING;
+        QmOPTPlug_CreateOPTObject(object.Out());
+        ComPtr<IMPInitialise> init;
+        object->QueryInterface(IID_IMPInitialise, init.OutVoid());
+        uint32_t capabilities = 0;
+        init->Initialise(host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities);
+        host.OpenProject();
+        page = std::make_unique<PageHarness>(object.Get(), size);
+        window = &page->Page();
+    }
+    ~Scene() {
+        page.reset();
+        ComPtr<IMPInitialise> init;
+        object->QueryInterface(IID_IMPInitialise, init.OutVoid());
+        host.CloseProject();
+        init->Terminate();
+    }
+    void Step() {
+        for (FakeChannel& channel : host.channels) {
+            m_random = m_random * 1664525 + 1013904223;
+            const float change = static_cast<float>(m_random >> 8) / (1 << 24) - 0.5f;
+            channel.level = std::clamp(channel.level + change * 0.2f, 0.0f, 1.0f);
+        }
+    }
+    /// The page's own message for one round of values and meters, as it is posted from another thread.
+    void Tick() {
+        host.Control(MPCTRL_METERS);
+        QApplication::processEvents();
+    }
+
+    FakeHost host;
+    ComPtr<IUnknown> object;
+    std::unique_ptr<PageHarness> page;
+    QWidget* window = nullptr;
+
+private:
+    static std::u16string Number(int n) {
+        const std::string text = std::to_string(n);
+        return {text.begin(), text.end()};
+    }
+    uint32_t m_random = 1;
+};
+
+/// 100 strips fill the width that a very wide screen has; of 500 the same hundred are on view.
+const QSize SIZE_100(8600, 600);
+
+void MeterTick(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), SIZE_100);
+    for (auto _ : state) {
+        scene.Step();
+        scene.Tick();
+    }
+}
+
+void FullPaint(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), SIZE_100);
+    for (auto _ : state) scene.window->repaint();
+}
+
+BENCHMARK(MeterTick)->Arg(100)->Arg(500)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+BENCHMARK(FullPaint)->Arg(100)->Arg(500)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (argc > 1) {
+        Scene scene(16, QSize(1280, 520));
+        for (int i = 0; i < 20; i++) {
+            scene.Step();
+            scene.Tick();
+            PageHarness::Settle();
+        }
+        return scene.page->top.grab().save(QString::fromLocal8Bit(argv[1])) ? 0 : 1;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,210 @@
+// The list of channel entries: built from the references, and kept in step with single changes of the host.
+#include "console/console_plugin.h"
+#include "plugin/channel_order.h"
+
+#include <memory>
+#include <new>
+
+namespace {
+
+constexpr uint32_t SURROUND_HEAD = KIND_MASTER | KIND_SURROUND;
+
+/// Companion slot of a pair selector, -1 for none: front, rear, centre, LFE.
+int CompanionSlot(uint32_t pairSelector) {
+    if ((pairSelector & SPEAKER_FRONT) == SPEAKER_FRONT) return 0;
+    if ((pairSelector & SPEAKER_REAR) == SPEAKER_REAR) return 1;
+    if (pairSelector & SPEAKER_CENTER) return 2;
+    return pairSelector & SPEAKER_LFE ? 3 : -1;
+}
+
+ChannelKey KeyOf(const ChannelEntry& entry) { return {entry.kind, entry.order, entry.countClass, entry.pairSelector}; }
+
+/// With a plug-in as the criteria the index is what the host says now; the entry's own may be older.
+int32_t CompareEntries(uintptr_t criteria, const void* a, const void* b) {
+    auto* plugin = reinterpret_cast<COPTControlPlugin*>(criteria);
+    const auto& entryA = *static_cast<const ChannelEntry*>(a);
+    const auto& entryB = *static_cast<const ChannelEntry*>(b);
+    const bool mainA = entryA.state & ENTRY_MAIN_OUTPUT, mainB = entryB.state & ENTRY_MAIN_OUTPUT;
+    if (mainA != mainB) return mainA ? -1 : 1;
+    const auto key = [plugin](const ChannelEntry& entry) {
+        ChannelKey k = KeyOf(entry);
+        MPCHANNELREC rec{};
+        if (plugin && plugin->GetChannelRecord(entry.id, &rec, MASK_IDENTITY) == S_OK) k.order = rec.order;
+        return k;
+    };
+    return CompareChannels(key(entryA), key(entryB), ChannelOrder::Entries);
+}
+
+}  // namespace
+
+ChannelEntry* CConsoleControlPlugin::FindEntry(const void* pointer) const {
+    for (ChannelEntry* entry : Entries())
+        if (entry == pointer) return entry;
+    return nullptr;
+}
+
+ChannelEntry* CConsoleControlPlugin::EntryById(uint64_t channel) const {
+    for (ChannelEntry* entry : Entries())
+        if (entry->id.channel == channel) return entry;
+    return nullptr;
+}
+
+void CConsoleControlPlugin::RequestRebuild() {
+    CriticalSectionLock lock(MainLock());
+    m_pendingChanges.clear();
+    m_rebuildPending = true;
+    if (m_view)
+        m_view->PostPendingChanges();
+    else
+        ApplyPendingChanges();
+}
+
+HRESULT CConsoleControlPlugin::RebuildChannels() {
+    if (m_view) m_view->OnEntryGoing(nullptr);
+    for (ChannelEntry* entry : Entries()) delete entry;
+    QmList_DeleteList(m_entries, 0, -1, 0);
+    QmList_Sort(m_entries, reinterpret_cast<uintptr_t>(static_cast<COPTControlPlugin*>(this)), nullptr);
+    m_channelCounter = 0;
+    for (MPCHANNELID& id : m_companions) id = {};
+    if (!(ControlState() & CTRLSTATE_PROJECT_OPEN)) return S_OK;
+
+    int32_t count = 0;
+    HRESULT hr = GetChannelCount(&count);
+    for (int32_t i = 0; i < count && Succeeded(hr); i++) {
+        MPCHANNELID id{};
+        hr = GetChannelId(i, &id);
+        if (Succeeded(hr)) hr = AddEntry(id);
+    }
+    return hr;
+}
+
+void CConsoleControlPlugin::ReadEntry(ChannelEntry& entry) {
+    MPCHANNELREC rec{};
+    GetChannelRecord(entry.id, &rec, MASK_IDENTITY);
+    const uint32_t suppressed = entry.kind & KIND_NO_STRIP;
+    entry.kind = rec.kind | suppressed;
+    entry.order = rec.order;
+    entry.pairSelector = rec.pairSelector;
+    entry.countClass = rec.countClass;
+    entry.lookColour = rec.lookColour;
+    entry.lookWidth = rec.lookWidth;
+    entry.lookFlags = rec.lookFlags;
+    entry.state &= ~(ENTRY_MAIN_OUTPUT | ENTRY_SECOND_OUTPUT | ENTRY_HIDDEN_BY_HOST);
+    if (rec.kind & KIND_SPECIAL) {
+        if (rec.order == ORDER_MAIN_OUTPUT) entry.state |= ENTRY_MAIN_OUTPUT;
+        if (rec.order == ORDER_PREVIEW_OUTPUT) entry.state |= ENTRY_SECOND_OUTPUT;
+        return;
+    }
+    if ((rec.kind & KIND_GROUP_HEAD_MASK) >= KIND_GROUP_HEAD_MASK) {
+        entry.hasCompanions = 1;
+        entry.kind &= ~KIND_NO_STRIP;
+        for (int slot = 0; slot < 4; slot++) entry.companions[slot] = MPCHANNELREC_Companion(rec, slot);
+    }
+    MPCHANNELREC switches{};
+    if (GetChannelRecord(entry.id, &switches, MASK_SWITCHES) == S_OK && (switches.switches & SWITCH_HIDDEN))
+        entry.state |= ENTRY_HIDDEN_BY_HOST;
+}
+
+void CConsoleControlPlugin::ReadNames(ChannelEntry& entry) {
+    GetChannelName(entry.id, SELECT_SHORT_NAME, entry.shortName, CHANNEL_NAME_SIZE);
+    GetChannelName(entry.id, SELECT_LONG_NAME, entry.longName, CHANNEL_NAME_SIZE);
+}
+
+/// A side channel of the surround master disappears behind the group's head.
+void CConsoleControlPlugin::NoteCompanion(ChannelEntry& entry) {
+    if ((entry.kind & KIND_MASTER) != KIND_MASTER || (entry.kind & KIND_SURROUND)) return;
+    const int slot = CompanionSlot(entry.pairSelector);
+    if (slot >= 0) m_companions[slot] = entry.id;
+    for (ChannelEntry* head : Entries())
+        if (head->kind == SURROUND_HEAD) {
+            std::copy(std::begin(m_companions), std::end(m_companions), head->companions);
+            entry.kind |= KIND_NO_STRIP;
+        }
+}
+
+void CConsoleControlPlugin::NoteGroupHead(ChannelEntry& entry) {
+    for (ChannelEntry* other : Entries())
+        for (const MPCHANNELID& id : entry.companions)
+            if (id.channel && other->id == id) other->kind |= KIND_NO_STRIP;
+}
+
+HRESULT CConsoleControlPlugin::AddEntry(const MPCHANNELID& id) {
+    std::unique_ptr<ChannelEntry> entry(new (std::nothrow) ChannelEntry);
+    if (!entry) return E_OUTOFMEMORY;
+    entry->id = id;
+    ReadEntry(*entry);
+    ReadNames(*entry);
+    if (entry->hasCompanions)
+        NoteGroupHead(*entry);
+    else if (!(entry->kind & KIND_SPECIAL))
+        NoteCompanion(*entry);
+    entry->position = m_channelCounter++;
+    const HRESULT hr = PlaceEntry(entry.get());
+    if (Succeeded(hr)) entry.release();
+    return hr;
+}
+
+HRESULT CConsoleControlPlugin::PlaceEntry(ChannelEntry* entry) {
+    const int32_t at = QmList_FindSortedInsertIndexRange(m_entries, entry, 0, -1, CompareEntries);
+    return QmList_InsertList(m_entries, at, &entry, 1);
+}
+
+void CConsoleControlPlugin::RemoveEntry(ChannelEntry* entry) {
+    if (m_view) m_view->OnEntryGoing(entry);
+    QmList_DeleteList(m_entries, QmList_FindSpecificItemRange(m_entries, 0, -1, entry), 1, 0);
+    delete entry;
+}
+
+HRESULT CConsoleControlPlugin::UpdateEntry(const MPCTRLREC& rec) {
+    if (rec.level < LEVEL_CHANNEL || rec.level > LEVEL_PARAMETER) return S_FALSE;
+    const bool placesChange =
+        rec.level == LEVEL_CHANNEL && ((rec.flags & (CHANGE_ADDED | CHANGE_REMOVED | CHANGE_CTRL_REPLACED)) ||
+                                       (rec.kindMask & (MASK_IDENTITY | MASK_NAME | MASK_SWITCHES)));
+    if (placesChange) {
+        m_pendingChanges.push_back(rec);
+        if (m_view)
+            m_view->PostPendingChanges();
+        else
+            ApplyPendingChanges();
+        return S_OK;
+    }
+    ChannelEntry* entry = EntryById(rec.object.channel);
+    if (!entry) return S_FALSE;
+    if (m_view) m_view->NotifyChannel(entry, rec.kindMask ? rec.kindMask : DIRTY_ALL);
+    return S_OK;
+}
+
+bool CConsoleControlPlugin::ApplyPendingChanges() {
+    CriticalSectionLock lock(MainLock());
+    bool changed = std::exchange(m_rebuildPending, false);
+    if (changed) RebuildChannels();
+    for (const MPCTRLREC& rec : std::exchange(m_pendingChanges, {})) changed |= ApplyChange(rec);
+    return changed;
+}
+
+/// True when entries came, went or changed places.
+bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec) {
+    if (rec.id == MPCTRL_LOOK) {
+        if (m_view) m_view->OnLookChanged(rec.kindMask);
+        return false;
+    }
+    ChannelEntry* entry = EntryById(rec.object.channel);
+    if (rec.flags & CHANGE_REMOVED) {
+        if (entry) RemoveEntry(entry);
+        return entry != nullptr;
+    }
+    if (rec.flags & CHANGE_ADDED) return !entry && rec.object.channel && Succeeded(AddEntry(rec.object));
+    if (!entry) return false;
+    if (rec.flags & CHANGE_CTRL_REPLACED) entry->id = rec.second;
+    const bool hadStrip = entry->HasStrip();
+    const uint32_t hadKind = entry->kind;
+    const int32_t hadOrder = entry->order;
+    ReadEntry(*entry);
+    ReadNames(*entry);
+    if (m_view) m_view->NotifyChannel(entry, DIRTY_ALL);
+    if (entry->kind == hadKind && entry->order == hadOrder) return entry->HasStrip() != hadStrip;
+    QmList_DeleteList(m_entries, QmList_FindSpecificItemRange(m_entries, 0, -1, entry), 1, 0);
+    PlaceEntry(entry);
+    QmList_Sort(m_entries, reinterpret_cast<uintptr_t>(static_cast<COPTControlPlugin*>(this)), CompareEntries);
+    return true;
+}

@@ -1,0 +1,46 @@
+#include "console/console_images.h"
+
+#include "kernel/ui/color_math.h"
+#include "kernel/ui/theme.h"
+#include "plugin/host_contract.h"
+
+#include <string_view>
+
+namespace {
+
+struct KindRow {
+    uint32_t mask, value;
+    int32_t image;
+};
+/// The first row that fits a kind word names its image.
+constexpr KindRow KINDS[] = {
+    {KIND_SPECIAL, KIND_SPECIAL, -1},    {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, 0}, {KIND_MIDI_TRACK, KIND_MIDI_TRACK, 5},
+    {KIND_MASTER, KIND_MASTER, 2},       {KIND_AUDIO_BUS, KIND_AUDIO_BUS, 1},     {KIND_FX, KIND_FX, 3},
+    {KIND_SYNTH, KIND_SYNTH, 4},         {KIND_INPUT_BUS, KIND_INPUT_BUS, 6},
+};
+constexpr std::string_view KIND_IMAGES[] = {"kind_audio", "kind_bus",  "kind_master", "kind_fx",
+                                            "kind_synth", "kind_midi", "kind_input"};
+constexpr std::string_view THUMB[] = {"thumb_fader"};
+constexpr std::string_view PAIR_THUMB[] = {"thumb_fader_pair"};
+constexpr std::string_view SMALL_THUMB[] = {"thumb_small"};
+
+}  // namespace
+
+ConsoleImages::ConsoleImages()
+    : kinds(KIND_IMAGES, {16, 16}, IconTones()), thumbs(THUMB, {13, 19}, ThumbTones()),
+      pairThumbs(PAIR_THUMB, {13, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {9, 15}, ThumbTones()),
+      background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
+      selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)) {}
+
+int32_t ConsoleImages::KindIcon(uint32_t kind) {
+    for (const KindRow& row : KINDS)
+        if ((kind & row.mask) == row.value) return row.image;
+    return -1;
+}
+
+COLORREF ChannelColour(uint32_t lookColour) {
+    // Hues far apart for neighbours in the table, all of one calm saturation and lightness.
+    constexpr uint32_t HUES = 240, STEP = 91, SATURATION = 105, LIGHTNESS = 118;
+    const uint32_t hue = (150 + lookColour % HUES * STEP) % HUES;
+    return QmHSLtoRGB(hue | SATURATION << 8 | LIGHTNESS << 16);
+}

@@ -1,0 +1,24 @@
+// The console's image lists and colours, made when the page is and remade when the look changes.
+#pragma once
+
+#include "platform/ui/image_list.h"
+
+#include <cstdint>
+
+class ConsoleImages {
+public:
+    ConsoleImages();
+
+    /// Row of a channel kind in the kind icons, -1 for a kind without an icon.
+    static int32_t KindIcon(uint32_t kind);
+
+    ImageList kinds;
+    ImageList thumbs;       ///< for one channel
+    ImageList pairThumbs;   ///< for more
+    ImageList smallThumbs;  ///< in narrow strips
+    COLORREF background;
+    COLORREF selection;
+};
+
+/// Colour of a channel by its number in the host's table of track colours.
+COLORREF ChannelColour(uint32_t lookColour);

@@ -1,0 +1,158 @@
+#include "console/console_plugin.h"
+
+#include "platform/text.h"
+#include "plugin/module_state.h"
+
+namespace {
+
+constexpr uint32_t CONSOLE_KINDS = 0x203F;
+
+struct NamedPreference {
+    const char16_t* name;
+    uint32_t defaultValue;
+    std::atomic<bool> ModuleState::*flag;
+};
+constexpr NamedPreference NAMED[] = {{u"ShowGroups", 0, &ModuleState::showGroups},
+                                     {u"UseHostHideState", 1, &ModuleState::useHostHideState},
+                                     {u"UseSendPanFaders", 0, &ModuleState::useSendPanFaders}};
+
+constexpr uint32_t PREF_KEY_FORMAT = 100, PREF_FORMAT = 1015;
+constexpr uint32_t PREF_KEY_VU_SCALE = 201, PREF_KEY_METER_RANGE = 202;
+
+}  // namespace
+
+CConsoleControlPlugin::CConsoleControlPlugin(IUnknown* owner) : COPTControlPlugin(owner) {
+    // No MIDI side: no ports, and no capability that would open the event filter.
+    ClearControlBits(CTRLSTATE_USE_INPUTS | CTRLSTATE_USE_OUTPUTS);
+    m_capabilities = 0;
+    m_kindMask = CONSOLE_KINDS;
+}
+
+CConsoleControlPlugin::~CConsoleControlPlugin() {
+    for (ChannelEntry* entry : Entries()) delete entry;
+    QmList_Destroy(m_entries);
+}
+
+HRESULT CConsoleControlPlugin::FinalConstruct() {
+    CopyText(m_name, OPT_NAME_SIZE, u"Mixer Console");
+    const HRESULT hr = COPTControlPlugin::FinalConstruct();
+    if (Failed(hr)) return hr;
+    return QmList_CreateExZ(&m_entries, 0, -1, -1, 0, 0, 0, 0);
+}
+
+HRESULT CConsoleControlPlugin::GetPages(CAUUID* pages) {
+    constexpr GUID PAGES[] = {CLSID_ConsoleCfgPage, CLSID_ConsoleMixerPage};
+    pages->count = 0;
+    pages->ids = static_cast<GUID*>(CoTaskMemAlloc(sizeof PAGES));
+    if (!pages->ids) return E_OUTOFMEMORY;
+    std::memcpy(pages->ids, PAGES, sizeof PAGES);
+    pages->count = static_cast<uint32_t>(std::size(PAGES));
+    return S_OK;
+}
+
+void CConsoleControlPlugin::SetView(ConsoleView* view) {
+    CriticalSectionLock lock(MainLock());
+    ApplyPendingChanges();
+    m_view = view;
+}
+
+bool CConsoleControlPlugin::IsChannelHidden(const ChannelEntry& entry) const {
+    return (entry.state & ENTRY_HIDDEN_BY_HOST) && ThisModule().useHostHideState;
+}
+
+uint32_t CConsoleControlPlugin::TransportFlags() {
+    uint32_t flags = 0;
+    return GetHostProperty(MPPROP_TRANSPORT, &flags, sizeof flags) == S_OK ? flags : 0;
+}
+
+HRESULT CConsoleControlPlugin::LoadPreferences() {
+    const HRESULT hr = COPTControlPlugin::LoadPreferences();
+    for (const NamedPreference& row : NAMED)
+        ThisModule().*row.flag = ControlPreference(row.name, 0, row.defaultValue) != 0;
+    if (ControlPreference(nullptr, PREF_KEY_FORMAT, 0xFFFFFFFF) != PREF_FORMAT) return hr;
+    m_vuScale = ControlPreference(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
+    m_meterRange = ControlPreference(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
+    return hr;
+}
+
+HRESULT CConsoleControlPlugin::SavePreferences() {
+    const auto save = [this](const char16_t* name, uint32_t key, uint32_t value) {
+        MPPREFREC pref{};
+        pref.size = sizeof pref;
+        pref.type = PREF_UINT;
+        pref.set = 1;
+        pref.section = Name();
+        pref.keyName = name;
+        pref.numericKey = key;
+        pref.number = value;
+        SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    };
+    for (const NamedPreference& row : NAMED) save(row.name, PREF_NAMED, ThisModule().*row.flag);
+    save(nullptr, PREF_KEY_FORMAT, PREF_FORMAT);
+    save(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
+    save(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
+    return COPTControlPlugin::SavePreferences();
+}
+
+HRESULT CConsoleControlPlugin::FetchChannels(uint32_t reset, uint32_t kindMask) {
+    return COPTControlPlugin::FetchChannels(reset, kindMask | KIND_SPECIAL);
+}
+
+HRESULT CConsoleControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
+    const HRESULT hr = COPTControlPlugin::OnProjectOpen(rec);
+    RequestRebuild();
+    return hr;
+}
+
+HRESULT CConsoleControlPlugin::OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) {
+    if (post) return COPTControlPlugin::OnProjectReload(rec, post);
+    CriticalSectionLock lock(MainLock());
+    if (ControlState() & CTRLSTATE_PROJECT_OPEN) {
+        FetchChannels(1, m_kindMask);
+        RequestRebuild();
+    }
+    return S_OK;
+}
+
+HRESULT CConsoleControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {
+    const HRESULT hr = COPTControlPlugin::OnDisplayChange(rec, post);
+    constexpr uint32_t NEW_LAYOUT = 0x1;
+    CriticalSectionLock lock(MainLock());
+    if ((!post || !(ControlState() & CTRLSTATE_LAZY_IDLE)) && (rec->kindMask & NEW_LAYOUT) && m_view)
+        m_view->PostPendingChanges();
+    return hr;
+}
+
+HRESULT CConsoleControlPlugin::OnTimeTick(uint64_t, uint64_t, uint64_t) {
+    CriticalSectionLock lock(MainLock());
+    if (m_view) m_view->PostTick(false);
+    return S_OK;
+}
+
+HRESULT CConsoleControlPlugin::OnMeterTick(const MPCTRLREC* rec, uint32_t post) {
+    if (post) return OnControlDeferred(rec);
+    if (!m_view) return S_FALSE;
+    m_view->PostTick(true);
+    return S_OK;
+}
+
+HRESULT CConsoleControlPlugin::OnLook(const MPCTRLREC* rec, uint32_t post) {
+    if (post) return OnControlDeferred(rec);
+    if (!m_view) return S_FALSE;
+    m_pendingChanges.push_back(*rec);
+    m_view->PostPendingChanges();
+    return S_OK;
+}
+
+HRESULT CConsoleControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t post) {
+    const HRESULT hr = COPTControlPlugin::OnSuspend(rec, post);
+    if (!IsPaintingOff() && m_view) m_view->InvalidateAll();
+    return hr;
+}
+
+HRESULT CConsoleControlPlugin::OnTransportFlags(const MPCTRLREC* rec, uint32_t post) {
+    if (post) return OnControlDeferred(rec);
+    if (!m_view) return S_FALSE;
+    m_view->PostTick(true);  // the last values after a stop
+    return S_OK;
+}

@@ -1,0 +1,78 @@
+// CConsoleControlPlugin: the object that the host creates. It keeps the sorted list of channel entries in step with the
+// host and tells the page what changed.
+//
+// Entries belong to the page's thread while a page is attached: other threads record what happened and the page applies
+// it, so that nothing that the page is looking at goes away under it. Without a page changes apply at once, under the
+// main lock.
+#pragma once
+
+#include "console/console_view.h"
+#include "plugin/control_plugin.h"
+
+class CConsoleControlPlugin final : public COPTControlPlugin {
+public:
+    explicit CConsoleControlPlugin(IUnknown* owner);
+    ~CConsoleControlPlugin() override;
+
+    HRESULT FinalConstruct() override;
+    HRESULT GetPages(CAUUID* pages) override;
+    HRESULT OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) override;
+    HRESULT OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) override;
+    HRESULT OnTimeTick(uint64_t a, uint64_t b, uint64_t c) override;
+    HRESULT SavePreferences() override;
+    HRESULT LoadPreferences() override;
+    HRESULT OnProjectOpen(const MPCTRLREC* rec) override;
+    HRESULT OnLook(const MPCTRLREC* rec, uint32_t post) override;
+    HRESULT OnMeterTick(const MPCTRLREC* rec, uint32_t post) override;
+    HRESULT OnSuspend(const MPCTRLREC* rec, uint32_t post) override;
+    HRESULT OnTransportFlags(const MPCTRLREC* rec, uint32_t post) override;
+    HRESULT FetchChannels(uint32_t reset, uint32_t kindMask) override;
+
+    /// The page begins or ends its use of the entries; null ends it. Pending changes are applied first. [page-thread]
+    void SetView(ConsoleView* view);
+
+    /// The entries in the console's order; valid until ApplyPendingChanges. [page-thread]
+    std::span<ChannelEntry*> Entries() const { return QmList_Pointers<ChannelEntry>(m_entries); }
+    /// Null when the entry is not in the list; the pointer is only compared. [page-thread]
+    ChannelEntry* FindEntry(const void* pointer) const;
+
+    /// Brings the entries in step with what the host's threads recorded. True when entries came, went or moved.
+    /// [page-thread]
+    bool ApplyPendingChanges();
+
+    /// Whether display work is suspended by the host. [any-thread]
+    bool IsPaintingOff() const { return ControlState() & CTRLSTATE_SUSPENDED; }
+    bool IsChannelHidden(const ChannelEntry& entry) const;
+    uint32_t TransportFlags();
+
+    /// Display range of the peak meters, and scale of the VU meters: preferences 202 and 201.
+    uint32_t MeterRange() const { return m_meterRange; }
+    uint32_t VuScale() const { return m_vuScale; }
+
+protected:
+    HRESULT UpdateEntry(const MPCTRLREC& rec) override;
+
+private:
+    void RequestRebuild();
+    HRESULT RebuildChannels();
+    HRESULT AddEntry(const MPCHANNELID& id);
+    void RemoveEntry(ChannelEntry* entry);
+    void ReadEntry(ChannelEntry& entry);
+    void ReadNames(ChannelEntry& entry);
+    HRESULT PlaceEntry(ChannelEntry* entry);
+    void NoteCompanion(ChannelEntry& entry);
+    void NoteGroupHead(ChannelEntry& entry);
+    ChannelEntry* EntryById(uint64_t channel) const;
+    bool ApplyChange(const MPCTRLREC& rec);
+
+    HQMLIST m_entries = nullptr;
+    uint32_t m_channelCounter = 0;
+    MPCHANNELID m_companions[4] = {};
+    uint32_t m_vuScale = 1800;
+    uint32_t m_meterRange = 32768;
+
+    // Under the main lock.
+    ConsoleView* m_view = nullptr;
+    bool m_rebuildPending = false;
+    std::vector<MPCTRLREC> m_pendingChanges;
+};

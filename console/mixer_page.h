@@ -1,0 +1,80 @@
+// CConsoleMixerPage: the console's main page. It owns the one window that everything of the console is drawn in, routes
+// its messages to the regions, and takes the requests by which other threads ask for repaints.
+#pragma once
+
+#include "console/accessible.h"
+#include "console/console_images.h"
+#include "console/console_plugin.h"
+#include "console/mixer_view.h"
+#include "plugin/base_list_page.h"
+
+#include <thread>
+
+/// Bits of PAGEMSG_REFRESH's wparam, tested in this order.
+inline constexpr uintptr_t REFRESH_CHANNEL = 1;   ///< lparam: channel or 0; also brings pending changes
+inline constexpr uintptr_t REFRESH_REGION = 8;    ///< lparam: region
+inline constexpr uintptr_t REFRESH_REDRAW = 4;    ///< lparam: region; at once
+inline constexpr uintptr_t REFRESH_ALL = 2;       ///< lparam: -1
+inline constexpr uintptr_t REFRESH_IMAGES = 16;   ///< lparam: reload mask
+inline constexpr uint32_t PAGEMSG_TICK = 32771;   ///< values and meters of a running host
+
+class CConsoleMixerPage final : public CBaseListPage, public ConsoleView {
+public:
+    explicit CConsoleMixerPage(IUnknown* owner) : CBaseListPage(owner) {}
+    ~CConsoleMixerPage() override;
+
+    HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
+    HRESULT Deactivate() override;
+    HRESULT GetPageInfo(PROPPAGEINFO* info) override;
+    HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
+
+    // ConsoleView
+    void NotifyChannel(ChannelEntry* channel, uint32_t dirty) override;
+    void InvalidateAll() override;
+    void PostPendingChanges() override;
+    void PostTick(bool meters) override;
+    void OnEntryGoing(ChannelEntry* channel) override;
+    void OnEntriesChanged() override;
+    void OnLookChanged(uint32_t bits) override;
+
+    // For the regions, on the page's thread.
+
+    MessageWindow& ThePageWindow() const { return *Window(); }
+    CMixerView* MixerView() const { return m_mixerView.get(); }
+    bool HasKeyboardFocus() const { return m_hasFocus; }
+    /// The focused strip or its place changed: the caret follows.
+    void OnFocusMoved();
+    /// Strips have new places: what is told to screen readers is out of date.
+    void OnStripsMoved();
+
+    void SetAccessible(AccessiblePage* accessible) { m_accessible = accessible; }
+
+    /// Ideal size of the console, cut to the work area of the screen that it is on.
+    SIZE IdealSize() const;
+
+private:
+    class PageWindow;
+
+    intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam);
+    HRESULT OnCreate();
+    void OnDestroy();
+    void ReSize();
+    void Paint(QPainter& painter, const RECT& area);
+    intptr_t HitTest(POINT screen);
+    bool SetCursor(intptr_t lparam);
+    intptr_t RouteMouse(uint32_t message, uintptr_t wparam, intptr_t lparam);
+    void OnRefresh(uintptr_t wparam, intptr_t lparam);
+    void OnTick();
+    bool IsPageThread() const { return std::this_thread::get_id() == m_uiThread; }
+
+    ComPtr<CConsoleControlPlugin> m_console;
+    std::unique_ptr<ConsoleImages> m_images;
+    std::unique_ptr<CMixerView> m_mixerView;
+    std::atomic<std::thread::id> m_uiThread{};
+    std::atomic<uint32_t> m_tickWanted{0};
+    std::atomic<bool> m_pendingPosted{false};
+    AccessiblePage* m_accessible = nullptr;
+    bool m_hasFocus = false;
+    uint32_t m_lastHit = 0;
+    POINT m_lastPoint{-100, -100};
+};

@@ -1,0 +1,51 @@
+// The reference host's window: transport above, the console's page docked below it, and a status line.
+#pragma once
+
+#include "host/contract/plugin.h"
+#include "host/contract/project.h"
+
+#include <QMainWindow>
+
+#include <memory>
+
+class QLabel;
+
+namespace host {
+
+class PageHost;
+class TransportBar;
+
+class MainWindow final : public QMainWindow {
+public:
+    /// Loads the console onto the project. Throws std::runtime_error when it cannot be had.
+    MainWindow(Project& project, const std::filesystem::path& consoleModule);
+    ~MainWindow() override;
+
+    /// The console's own window.
+    QWidget* ConsolePage() const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void MakeMenus();
+    void MakeStatusLine();
+    void OpenSession();
+    bool Save();
+    bool SaveAs();
+    void RenderMix();
+    bool MayDiscard();
+    void Refresh();
+    void ShowProblem(const QString& title, const QString& text);
+
+    Project& m_project;
+    std::unique_ptr<Plugin> m_console;
+    TransportBar* m_transport;
+    PageHost* m_pageHost;
+    QLabel* m_device;
+    QLabel* m_load;
+    QLabel* m_dropouts;
+    QLabel* m_problems;
+};
+
+}  // namespace host

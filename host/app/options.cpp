@@ -1,0 +1,52 @@
+#include "host/app/options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace host {
+
+std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
+    CLI::App app{"Opens a session on the mixing console, plays, mixes and renders it.", "mixhost"};
+    std::vector<std::string> gestures;
+    std::string size;
+    app.add_option("session", options->session, "session file (.tarn); without one a new session is opened");
+    app.add_flag("--headless", options->headless, "no window: run by script, then end");
+    app.add_option("--seconds", options->seconds, "play for that long, and render that much of the project")
+        ->check(CLI::Range(0.0, 86400.0));
+    app.add_option("--screenshot", options->screenshot, "save a picture of the window as PNG");
+    app.add_option("--render", options->render, "render the mix to a 24-bit stereo wave file");
+    app.add_option("--report", options->report, "write what was seen as JSON");
+    app.add_option("--gesture", gestures, "NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off, with the mouse")
+        ->take_all();
+    app.add_option("--device", options->device, "audio device, by a part of its name");
+    app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
+    app.add_option("--size", size, "window size, WIDTHxHEIGHT");
+    app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e);
+    }
+    for (const std::string& text : gestures) {
+        Gesture gesture;
+        QString reason;
+        if (!Gesture::Parse(QString::fromStdString(text), &gesture, &reason)) {
+            std::fprintf(stderr, "mixhost: %s\n", qPrintable(reason));
+            return 1;
+        }
+        options->gestures.push_back(gesture);
+    }
+    if (!size.empty()) {
+        int width = 0, height = 0, end = 0;
+        if (std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) != 2 || size[static_cast<size_t>(end)] ||
+            width < 100 || height < 100 || width > 16384 || height > 16384) {
+            std::fprintf(stderr, "mixhost: --size takes WIDTHxHEIGHT, 100 to 16384 each\n");
+            return 1;
+        }
+        options->size = QSize(width, height);
+    }
+    return std::nullopt;
+}
+
+}  // namespace host

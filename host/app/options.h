@@ -1,0 +1,35 @@
+// The command line of the reference host.
+#pragma once
+
+#include "host/app/gesture.h"
+
+#include <QSize>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Options {
+    std::string session;  ///< empty: a new one
+    bool headless = false;
+    std::optional<double> seconds;  ///< how long a scripted run plays, and how much of the project it renders
+    std::string screenshot, render, report;
+    std::vector<Gesture> gestures;
+    std::string device;  ///< part of its name
+    bool nullDevice = false;
+    QSize size{1280, 660};
+    double scale = 0;  ///< device pixels a logical pixel; 0 leaves it to the screen
+
+    /// Whether the run ends by itself instead of waiting for a person.
+    bool IsScripted() const {
+        return headless || seconds || !screenshot.empty() || !render.empty() || !report.empty() || !gestures.empty();
+    }
+};
+
+/// Reads the command line. Returns the exit code when the run is over: after --help, and for a bad line with the reason on
+/// stderr.
+std::optional<int> ParseOptions(int argc, char** argv, Options* options);
+
+}  // namespace host

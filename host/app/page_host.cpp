@@ -1,0 +1,103 @@
+#include "host/app/page_host.h"
+
+namespace host {
+namespace {
+
+QString TakeText(char16_t* text) {
+    const QString taken = text ? QString::fromUtf16(text) : QString();
+    CoTaskMemFree(text);
+    return taken;
+}
+
+}  // namespace
+
+/// A page has to have a site; this one has nothing to say.
+class PageHost::Site final : public IPropertyPageSite {
+public:
+    virtual ~Site() = default;
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (iid != IID_IUnknown && iid != IID_IPropertyPageSite) return E_NOINTERFACE;
+        *out = static_cast<IPropertyPageSite*>(this);
+        AddRef();
+        return S_OK;
+    }
+    uint32_t AddRef() override { return m_refs.Increment(); }
+    uint32_t Release() override {
+        const uint32_t left = m_refs.Decrement();
+        if (left == 0) delete this;
+        return left;
+    }
+    HRESULT OnStatusChange(uint32_t) override { return S_OK; }
+    HRESULT GetLocaleID(uint32_t* lcid) override {
+        if (!lcid) return E_POINTER;
+        constexpr uint32_t ENGLISH_US = 1033;
+        *lcid = ENGLISH_US;
+        return S_OK;
+    }
+    HRESULT GetPageContainer(IUnknown** out) override {
+        if (out) *out = nullptr;
+        return E_NOTIMPL;
+    }
+    HRESULT TranslateAccelerator(MSG*) override { return S_FALSE; }
+
+private:
+    RefCount m_refs;
+};
+
+PageHost::PageHost(QWidget* parent) : QWidget(parent), m_site(new Site) {
+    setFocusPolicy(Qt::StrongFocus);
+    setMinimumSize(160, 160);
+}
+
+PageHost::~PageHost() { Close(); }
+
+bool PageHost::Open(ComPtr<IPropertyPage> page, IUnknown* plugin) {
+    Close();
+    const RECT area = Area();
+    if (!page || page->SetPageSite(m_site.Get()) != S_OK || page->SetObjects(1, &plugin) != S_OK) return false;
+    if (page->Activate(static_cast<HWND>(winId()), &area, 0) != S_OK) {
+        page->SetObjects(0, nullptr);
+        page->SetPageSite(nullptr);
+        return false;
+    }
+    m_page = std::move(page);
+    m_page->Show(SW_SHOW);
+    setFocusProxy(PageWindow());
+    return true;
+}
+
+void PageHost::Close() {
+    if (!m_page) return;
+    setFocusProxy(nullptr);
+    m_page->Deactivate();
+    m_page->SetObjects(0, nullptr);
+    m_page->SetPageSite(nullptr);
+    m_page.Reset();
+}
+
+PageHost::Info PageHost::GetInfo() const {
+    PROPPAGEINFOEX record{};
+    record.base.size = sizeof record;
+    if (!m_page || m_page->GetPageInfo(&record.base) != S_OK) return {};
+    Info info{TakeText(record.base.title), record.base.pageSize, record.window};
+    TakeText(record.base.docString);
+    TakeText(record.base.helpFile);
+    TakeText(record.menuName);
+    return info;
+}
+
+QString PageHost::Title() const { return GetInfo().title; }
+QWidget* PageHost::PageWindow() const { return QWidget::find(static_cast<WId>(GetInfo().window)); }
+
+void PageHost::resizeEvent(QResizeEvent*) {
+    const RECT area = Area();
+    if (m_page) m_page->Move(&area);
+}
+
+void PageHost::focusInEvent(QFocusEvent*) {
+    if (QWidget* page = PageWindow()) page->setFocus();
+}
+
+}  // namespace host

@@ -1,0 +1,43 @@
+// The place in the window where a plug-in's page lives: gives the page its parent by native window id, and keeps it as large
+// as itself.
+#pragma once
+
+#include "plugin/host_contract.h"
+
+#include <QWidget>
+
+namespace host {
+
+class PageHost final : public QWidget {
+public:
+    explicit PageHost(QWidget* parent = nullptr);
+    ~PageHost() override;
+
+    /// Makes the page of `plugin` live here; false when it refuses. Another page goes first.
+    bool Open(ComPtr<IPropertyPage> page, IUnknown* plugin);
+    void Close();
+    /// The page's title; empty without a page.
+    QString Title() const;
+    /// The page's own window, null without one.
+    QWidget* PageWindow() const;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+
+private:
+    class Site;
+    /// The page's description with its texts taken over.
+    struct Info {
+        QString title;
+        SIZE size{};
+        HWND window = 0;
+    };
+    Info GetInfo() const;
+    RECT Area() const { return {0, 0, width(), height()}; }
+
+    ComPtr<IPropertyPage> m_page;
+    ComPtr<IPropertyPageSite> m_site;
+};
+
+}  // namespace host

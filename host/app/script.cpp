@@ -1,0 +1,103 @@
+#include "host/app/script.h"
+
+#include "host/app/main_window.h"
+#include "host/app/options.h"
+
+#include "platform/file.h"
+
+#include <QEventLoop>
+#include <QPixmap>
+#include <QTimer>
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+
+namespace host {
+namespace {
+
+constexpr double DEFAULT_SECONDS = 2;
+constexpr double SETTLE_SECONDS = 0.2;  ///< until what is on its way to the device has been heard
+
+void RunEvents(double seconds) {
+    QEventLoop loop;
+    QTimer::singleShot(static_cast<int>(seconds * 1000), &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+bool Complain(const QString& what) {
+    std::fprintf(stderr, "mixhost: %s\n", qPrintable(what));
+    return false;
+}
+
+const char* KindText(ChannelKind kind) {
+    switch (kind) {
+    case ChannelKind::AudioTrack: return "audio";
+    case ChannelKind::AudioBus: return "bus";
+    case ChannelKind::Master: return "master";
+    case ChannelKind::PreviewBus: return "preview";
+    }
+    return "";
+}
+
+bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::string& path) {
+    const ProjectStatus status = project.Status();
+    nlohmann::ordered_json report;
+    report["sample_rate"] = status.engine.sampleRate;
+    report["frames"] = frames;
+    report["meter_ticks"] = status.meterTicks;
+    report["dropouts"] = status.engine.diskUnderruns + status.engine.lateBlocks;
+    report["channels"] = nlohmann::json::array();
+    for (const ChannelReport& channel : project.Report()) {
+        // Where the strip stands, not where the engine is: the two are compared by whoever reads the report.
+        const double shown = ShownFaderDb(page, QString::fromStdString(channel.name));
+        nlohmann::ordered_json row;
+        row["name"] = channel.name;
+        row["kind"] = KindText(channel.kind);
+        row["fader_db"] = shown;
+        row["engine_db"] = channel.faderDb;
+        row["mute"] = channel.mute;
+        row["solo"] = channel.solo;
+        row["peak_db"] = {channel.peakDb[0], channel.peakDb[1]};
+        report["channels"].push_back(row);
+    }
+    report["problems"] = status.problems;
+    std::string error;
+    return ReplaceFile(path, report.dump(2) + "\n", error) || Complain(QString::fromStdString(error));
+}
+
+}  // namespace
+
+int RunScript(MainWindow& window, Project& project, const Options& options) {
+    bool good = true;
+    RunEvents(0);
+    QWidget* page = window.ConsolePage();
+    if (!page) return Complain(QStringLiteral("the console has no page")), 1;
+
+    project.Play();
+    for (const Gesture& gesture : options.gestures) {
+        QString reason;
+        if (!Perform(*page, gesture, &reason)) good = Complain(reason);
+    }
+    RunEvents(SETTLE_SECONDS);
+    project.ResetPeaks();  // what the gestures passed through is not the mix
+    const int64_t begun = project.Transport().frame;
+    RunEvents(options.seconds.value_or(DEFAULT_SECONDS));
+    int64_t frames = project.Transport().frame - begun;
+
+    if (!options.screenshot.empty() && !window.grab().save(QString::fromStdString(options.screenshot), "PNG"))
+        good = Complain(QStringLiteral("%1: the picture could not be written").arg(QString::fromStdString(options.screenshot)));
+    project.Stop();
+    RunEvents(SETTLE_SECONDS);
+    if (!options.render.empty()) {
+        try {
+            frames = project.Render(options.render, options.seconds);
+        } catch (const std::exception& e) {
+            good = Complain(QString::fromUtf8(e.what()));
+        }
+    }
+    if (!options.report.empty()) good &= WriteReport(project, *page, frames, options.report);
+    return good ? 0 : 1;
+}
+
+}  // namespace host

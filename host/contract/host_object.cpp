@@ -1,0 +1,56 @@
+#include "host/contract/host_object.h"
+
+namespace host {
+
+HostObject::HostObject(std::shared_ptr<ProjectCore> core)
+    : m_core(std::move(core)), m_tree(*this), m_store(*this), m_times(*this), m_ports(*this), m_channels(*this),
+      m_connections(*this), m_points{ConnectionPointPart(*this, m_core->notificationSinks),
+                                     ConnectionPointPart(*this, m_core->timeSinks),
+                                     ConnectionPointPart(*this, m_core->controlSinks)} {}
+
+HRESULT HostObject::QueryInterface(const GUID& iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (iid == IID_IUnknown) *out = Unknown();
+    if (iid == IID_IMPProjectTree) *out = static_cast<IMPProjectTree*>(&m_tree);
+    if (iid == IID_IMPPropertyStore) *out = static_cast<IMPPropertyStore*>(&m_store);
+    if (iid == IID_IMPTimeConverter) *out = static_cast<IMPTimeConverter*>(&m_times);
+    if (iid == IID_IMPPortList) *out = static_cast<IMPPortList*>(&m_ports);
+    if (iid == IID_IMPCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
+    if (iid == IID_IConnectionPointContainer) *out = static_cast<IConnectionPointContainer*>(&m_connections);
+    if (!*out) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+}
+
+ConnectionPointPart* HostObject::Point(const GUID& iid) {
+    for (ConnectionPointPart& point : m_points)
+        if (point.Iid() == iid) return &point;
+    return nullptr;
+}
+
+HRESULT ConnectionsPart::FindConnectionPoint(const GUID& iid, IConnectionPoint** out) {
+    if (!out) return E_POINTER;
+    *out = m_host.Point(iid);
+    if (!*out) return E_NOINTERFACE;
+    m_host.AddRef();
+    return S_OK;
+}
+
+HRESULT ConnectionPointPart::GetConnectionInterface(GUID* iid) {
+    if (!iid) return E_POINTER;
+    *iid = Iid();
+    return S_OK;
+}
+
+HRESULT ConnectionPointPart::GetConnectionPointContainer(IConnectionPointContainer** out) {
+    return out ? m_host.QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(out)) : E_POINTER;
+}
+
+HRESULT PortListPart::GetPorts(uint32_t, MPPORTARRAY* out) {
+    if (!out) return E_POINTER;
+    *out = {};  // a host without MIDI
+    return S_OK;
+}
+
+}  // namespace host

@@ -1,0 +1,44 @@
+// A plug-in module in use: loaded, its object made and connected to a project, driven through its life in the order that
+// the contract asks for. [ui-thread]
+#pragma once
+
+#include "platform/module.h"
+#include "plugin/host_contract.h"
+
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+class Project;
+
+class Plugin {
+public:
+    /// Loads the module, makes its object and initialises it on the project. Throws std::runtime_error with the module's
+    /// name and the reason.
+    Plugin(const std::filesystem::path& module, Project& project);
+    /// Terminates and releases the object. Its project is closed and its pages are gone by then.
+    ~Plugin();
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+
+    void ProjectOpened();   ///< project open, then activate
+    void ProjectClosing();  ///< deactivate, then project close
+
+    const std::u16string& Name() const { return m_name; }
+    IUnknown* Object() { return m_object.Get(); }
+    /// A page of the plug-in, or null.
+    ComPtr<IPropertyPage> MakePage(const GUID& pageId);
+
+private:
+    void Send(const GUID& id, uint32_t flags);
+
+    Module m_module;
+    QmOPTPlug_CreateOPTPropertyPageProc m_createPage = nullptr;
+    Project& m_project;
+    std::u16string m_name;
+    ComPtr<IUnknown> m_object;
+    ComPtr<IMPInitialise> m_initialise;
+};
+
+}  // namespace host

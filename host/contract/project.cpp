@@ -1,0 +1,183 @@
+#include "host/contract/project.h"
+
+#include "host/contract/host_object.h"
+#include "host/contract/project_core.h"
+#include "host/contract/time.h"
+#include "host/engine/gain.h"
+#include "host/engine/render.h"
+
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <thread>
+
+namespace host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto TICK = std::chrono::microseconds(1'000'000 / 30);
+
+/// Sends the meter ticks, and the time ticks while the project plays, from a thread of its own.
+class Ticker {
+public:
+    explicit Ticker(ProjectCore& core) : m_core(core), m_thread([this] { Run(); }) {}
+    ~Ticker() {
+        {
+            std::lock_guard lock(m_lock);
+            m_stop = true;
+        }
+        m_wake.notify_all();
+        m_thread.join();
+    }
+
+private:
+    void Run() {
+        auto last = Clock::now();
+        std::unique_lock lock(m_lock);
+        while (!m_wake.wait_until(lock, last + TICK, [this] { return m_stop; })) {
+            lock.unlock();
+            const auto now = Clock::now();
+            const bool showing = m_core.UpdateLevels(std::chrono::duration<double>(now - last).count());
+            last = now;
+            const TransportState transport = m_core.engine.Transport();
+            // The end of the session stops the transport by itself.
+            if (transport.playing != m_played) m_core.SendControl(MPCTRL_TRANSPORT);
+            m_played = transport.playing;
+            if (showing || transport.playing) {
+                m_core.meterTicks++;
+                m_core.SendControl(MPCTRL_METERS);
+            }
+            if (transport.playing)
+                m_core.timeSinks.Send<IMPTimeSink>([&](IMPTimeSink& sink) {
+                    sink.OnTime(static_cast<uint64_t>(NanoFromSeconds(transport.seconds)), TIMEFORMAT_NANO, 0);
+                });
+            lock.lock();
+        }
+    }
+
+    ProjectCore& m_core;
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    bool m_stop = false;
+    bool m_played = false;
+    std::thread m_thread;
+};
+
+double DbOf(float level) { return level > 0 ? std::max(kSilenceDb, 20.0 * std::log10(static_cast<double>(level))) : kSilenceDb; }
+
+}  // namespace
+
+struct Project::Impl {
+    explicit Impl(EngineOptions options)
+        : core(std::make_shared<ProjectCore>(std::move(options))), object(new HostObject(core)), unknown(object->Unknown()) {
+        core->Replace(NewSession(), {});
+        ticker = std::make_unique<Ticker>(*core);
+    }
+
+    std::shared_ptr<ProjectCore> core;
+    HostObject* object;
+    ComPtr<IUnknown> unknown;
+    std::unique_ptr<Ticker> ticker;
+};
+
+Project::Project(EngineOptions options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
+Project::~Project() = default;
+
+void Project::Open(const std::filesystem::path& path) {
+    m_impl->core->Replace(LoadSession(path), path);
+    m_impl->core->SendNotify(MPNOTIFY_PROJECT_RELOAD);
+}
+
+void Project::New() {
+    m_impl->core->Replace(NewSession(), {});
+    m_impl->core->SendNotify(MPNOTIFY_PROJECT_RELOAD);
+}
+
+void Project::Save() { SaveAs(Path()); }
+
+void Project::SaveAs(const std::filesystem::path& path) {
+    SaveSession(Snapshot(), path);
+    m_impl->core->MarkSaved(path);
+}
+
+std::filesystem::path Project::Path() const { return m_impl->core->Path(); }
+bool Project::IsModified() const { return m_impl->core->IsModified(); }
+
+void Project::Play() {
+    m_impl->core->ChangeTransport([](Engine& engine) { engine.Play(); });
+}
+void Project::Stop() {
+    m_impl->core->ChangeTransport([](Engine& engine) { engine.Stop(); });
+}
+void Project::Locate(double seconds) {
+    m_impl->core->ChangeTransport([seconds](Engine& engine) { engine.Locate(seconds); });
+}
+void Project::SetLoop(const LoopRange& loop) {
+    m_impl->core->ChangeTransport([&loop](Engine& engine) { engine.SetLoop(loop); });
+}
+TransportState Project::Transport() const { return m_impl->core->engine.Transport(); }
+
+Session Project::Snapshot() const {
+    return m_impl->core->Read([](const Session& session) { return session; });
+}
+
+ChannelId Project::AddChannel(ChannelKind kind, const std::string& name) {
+    return m_impl->core->AddChannel(kind, name, SIZE_MAX);
+}
+bool Project::RemoveChannel(ChannelId id) { return m_impl->core->RemoveChannel(id) == S_OK; }
+bool Project::RenameChannel(ChannelId id, const std::string& name) {
+    return m_impl->core->EditChannel(id, [&](Channel& channel) {
+        channel.name = name;
+        return MASK_NAME;
+    }) == S_OK;
+}
+bool Project::MoveChannel(ChannelId id, size_t index) { return m_impl->core->MoveChannel(id, index); }
+
+bool Project::EditChannel(ChannelId id, const std::function<void(Channel&)>& edit) {
+    return m_impl->core->EditChannel(id, [&](Channel& channel) {
+        const Channel before = channel;
+        edit(channel);
+        channel.id = before.id;
+        channel.kind = before.kind;
+        uint32_t changed = 0;
+        if (channel.fader_db != before.fader_db) changed |= MASK_VOLUME;
+        if (channel.pan != before.pan) changed |= MASK_PAN;
+        if (channel.name != before.name) changed |= MASK_NAME;
+        if (channel.colour != before.colour) changed |= MASK_IDENTITY;
+        if (channel.output != before.output || channel.clips != before.clips) changed |= MASK_OUTPUT_ROUTE;
+        if (channel.mute != before.mute || channel.solo != before.solo || channel.phase != before.phase ||
+            channel.selected != before.selected || channel.hidden != before.hidden)
+            changed |= MASK_SWITCHES;
+        return changed;
+    }) == S_OK;
+}
+
+int64_t Project::Render(const std::filesystem::path& path, std::optional<double> seconds,
+                        const std::function<bool(double)>& progress) {
+    RenderOptions options;
+    options.end = seconds.value_or(0);
+    options.progress = progress;
+    const RenderResult result = RenderToFile(Snapshot(), Path().parent_path(), path, options);
+    if (!result.finished) throw RenderError(path.string() + ": cancelled");
+    return result.frames;
+}
+
+ProjectStatus Project::Status() const {
+    return {m_impl->core->engine.Status(), m_impl->core->meterTicks, m_impl->core->engine.Problems()};
+}
+
+std::vector<ChannelReport> Project::Report() const {
+    std::vector<ChannelReport> rows;
+    for (const Channel& channel : Snapshot().channels) {
+        const ShownLevels levels = m_impl->core->Levels(channel.id);
+        rows.push_back({channel.id, channel.name, channel.kind, channel.fader_db, channel.mute, channel.solo,
+                        {DbOf(levels.highest[Left]), DbOf(levels.highest[Right])}});
+    }
+    return rows;
+}
+
+void Project::ResetPeaks() { m_impl->core->ResetPeaks(); }
+void Project::SendControl(const GUID& id, uint32_t flags) { m_impl->core->SendControl(id, flags); }
+IUnknown* Project::PluginHost() { return m_impl->unknown.Get(); }
+
+}  // namespace host

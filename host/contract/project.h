@@ -1,0 +1,89 @@
+// Project: an open session with the engine that plays it and the face that plug-ins see of both. The application and the
+// tests work on this; plug-ins work on PluginHost().
+//
+// Operations are [any-thread] unless told otherwise. Every change is visible before plug-ins hear of it, and no lock is
+// held while they do.
+#pragma once
+
+#include "host/engine/engine.h"
+#include "host/session/session.h"
+#include "plugin/host_contract.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct ProjectStatus {
+    EngineStatus engine;
+    uint64_t meterTicks = 0;            ///< sent to plug-ins since the project was opened
+    std::vector<std::string> problems;  ///< missing files and the like, one line each
+};
+
+struct ChannelReport {
+    ChannelId id;
+    std::string name;
+    ChannelKind kind;
+    double faderDb;
+    bool mute, solo;
+    double peakDb[2];  ///< highest since the project was opened or ResetPeaks, left and right; kSilenceDb at least
+};
+
+class Project {
+public:
+    explicit Project(EngineOptions options = {});
+    ~Project();
+    Project(const Project&) = delete;
+    Project& operator=(const Project&) = delete;
+
+    /// Replaces what is open; the transport stops at the start. Throws SessionError, and then the old project stands.
+    /// Plug-ins are told to reload.
+    void Open(const std::filesystem::path& path);
+    void New();
+    void Save();  ///< where it was opened or saved last; throws SessionError
+    void SaveAs(const std::filesystem::path& path);
+    std::filesystem::path Path() const;
+    bool IsModified() const;  ///< since it was opened or saved
+
+    void Play();
+    void Stop();
+    void Locate(double seconds);
+    void SetLoop(const LoopRange& loop);
+    TransportState Transport() const;
+
+    Session Snapshot() const;
+    /// A new channel of that kind at the end of its row; busses and tracks go to the master.
+    ChannelId AddChannel(ChannelKind kind, const std::string& name);
+    bool RemoveChannel(ChannelId id);  ///< what fed it goes to the master; false for master and preview bus
+    bool RenameChannel(ChannelId id, const std::string& name);
+    bool MoveChannel(ChannelId id, size_t index);  ///< place in its row, of tracks or of busses
+    /// Changes levels, switches, pan or routing of one channel under the lock; false when it is gone or the result is
+    /// refused, and then nothing has changed.
+    bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
+
+    /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave, written aside and
+    /// renamed. `progress` is called with 0..1 and ends the work by false. Returns frames written; throws
+    /// std::runtime_error with file and reason, and on cancel.
+    int64_t Render(const std::filesystem::path& path, std::optional<double> seconds,
+                   const std::function<bool(double)>& progress = {});
+
+    ProjectStatus Status() const;
+    std::vector<ChannelReport> Report() const;
+    void ResetPeaks();
+
+    /// What plug-ins are given: IMPProjectTree, IMPPropertyStore, IMPTimeConverter, IMPPortList, IMPCtrlChannels,
+    /// IConnectionPointContainer by QueryInterface.
+    IUnknown* PluginHost();
+    /// Sends a control without an object to every plug-in: project open and close, activate, suspend, look.
+    void SendControl(const GUID& id, uint32_t flags);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace host

@@ -1,0 +1,66 @@
+// Connections of plug-ins to the host: who listens on which point, and the safe sending to them.
+#pragma once
+
+#include "plugin/host_contract.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace host {
+
+/// The listeners of one connection point. No lock is held while a listener is called, so that it may call back into the
+/// host, connect and disconnect; and after Remove has returned, the listener is not called any more. [any-thread]
+class SinkList {
+public:
+    explicit SinkList(const GUID& iid) : m_iid(iid) {}
+
+    const GUID& Iid() const { return m_iid; }
+    /// Keeps a reference to the listener's interface `iid`; E_NOINTERFACE when it has none. *cookie is never 0.
+    HRESULT Add(IUnknown* listener, uint32_t* cookie);
+    /// Waits for calls that other threads are making; a listener may remove itself in a call.
+    HRESULT Remove(uint32_t cookie);
+
+    /// Calls send(listener) for everyone connected at the start.
+    template <class Interface, class Call>
+    void Send(Call send) {
+        for (const std::shared_ptr<Connection>& connection : Current()) {
+            const InCall call(*this, *connection);
+            if (call.IsAllowed()) send(*static_cast<Interface*>(connection->listener.Get()));
+        }
+    }
+
+private:
+    struct Connection {
+        uint32_t cookie;
+        ComPtr<IUnknown> listener;  ///< holds the pointer of the point's own interface
+        bool alive = true;
+        std::vector<std::thread::id> callers;
+    };
+    /// A call in progress, which Remove waits for.
+    class InCall {
+    public:
+        InCall(SinkList& list, Connection& connection);
+        ~InCall();
+        InCall(const InCall&) = delete;
+        InCall& operator=(const InCall&) = delete;
+        bool IsAllowed() const { return m_allowed; }
+
+    private:
+        SinkList& m_list;
+        Connection& m_connection;
+        bool m_allowed;
+    };
+    std::vector<std::shared_ptr<Connection>> Current();
+
+    const GUID m_iid;
+    std::mutex m_lock;
+    std::condition_variable m_left;
+    uint32_t m_nextCookie = 1;
+    std::vector<std::shared_ptr<Connection>> m_connections;
+};
+
+}  // namespace host

@@ -1,0 +1,101 @@
+#include "host/engine/clip_player.h"
+
+#include "host/engine/gain.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace host {
+
+namespace {
+
+// Files that a track keeps open, so that a session of many clips stays within the process's limit.
+constexpr ptrdiff_t kOpenFiles = 8;
+
+}  // namespace
+
+int64_t FrameAt(double seconds, int sampleRate) { return std::llround(seconds * sampleRate); }
+
+ClipPlayer::ClipPlayer(const std::vector<Clip>& clips, const std::filesystem::path& folder, int sampleRate,
+                       ProblemLog& problems)
+    : m_sampleRate(sampleRate), m_problems(problems) {
+    std::map<std::string, size_t> sources;
+    for (size_t i = 0; i < clips.size(); i++) {
+        const Clip& clip = clips[i];
+        const auto [source, isNew] = sources.try_emplace(clip.file, m_sources.size());
+        if (isNew) m_sources.push_back({.name = clip.file, .path = folder / clip.file, .open = nullptr});
+        m_clips.push_back({.start = FrameAt(clip.start, sampleRate),
+                           .end = FrameAt(clip.start + clip.length, sampleRate),
+                           .offset = FrameAt(clip.offset, sampleRate),
+                           .gain = GainFromDb(clip.gain_db),
+                           .file = source->second,
+                           .order = i,
+                           .endSoFar = 0});
+    }
+    std::stable_sort(m_clips.begin(), m_clips.end(),
+                     [](const Placed& a, const Placed& b) { return a.start < b.start; });
+    int64_t end = 0;
+    for (Placed& clip : m_clips) clip.endSoFar = end = std::max(end, clip.end);
+    for (Source& source : m_sources) Open(source);
+}
+
+ClipPlayer::~ClipPlayer() = default;
+
+FileAtRate* ClipPlayer::Open(Source& source) {
+    source.used = ++m_uses;
+    if (source.open || source.broken) return source.open.get();
+    const auto isOpen = [](const Source& s) { return s.open != nullptr; };
+    if (std::count_if(m_sources.begin(), m_sources.end(), isOpen) >= kOpenFiles) {
+        Source* oldest = &source;
+        for (Source& s : m_sources)
+            if (s.open && s.used < oldest->used) oldest = &s;
+        oldest->open.reset();
+    }
+    try {
+        source.open = std::make_unique<FileAtRate>(source.path, m_sampleRate);
+        if (source.open->Channels() > 2)
+            m_problems.Report(source.name + ": has " + std::to_string(source.open->Channels()) +
+                              " channels, the first two are played");
+    } catch (const AudioFileError& e) {
+        source.broken = true;
+        m_problems.Report(source.name + ": " + e.what());
+    }
+    return source.open.get();
+}
+
+void ClipPlayer::Produce(int64_t frame, size_t n, float* left, float* right) {
+    std::fill(left, left + n, 0.0f);
+    std::fill(right, right + n, 0.0f);
+    const int64_t end = frame + static_cast<int64_t>(n);
+    m_found.clear();
+    auto after = std::lower_bound(m_clips.begin(), m_clips.end(), end,
+                                  [](const Placed& clip, int64_t at) { return clip.start < at; });
+    while (after != m_clips.begin() && (--after)->endSoFar > frame)
+        if (after->end > frame) m_found.push_back(&*after);
+    std::sort(m_found.begin(), m_found.end(),
+              [](const Placed* a, const Placed* b) { return a->order < b->order; });
+    for (const Placed* clip : m_found) {
+        const int64_t from = std::max(frame, clip->start), to = std::min(end, clip->end);
+        const int64_t skip = from - frame;
+        Add(*clip, from, static_cast<size_t>(to - from), left + skip, right + skip);
+    }
+}
+
+void ClipPlayer::Add(const Placed& clip, int64_t frame, size_t n, float* left, float* right) {
+    Source& source = m_sources[clip.file];
+    FileAtRate* file = Open(source);
+    if (!file) return;
+    if (m_left.size() < n) {
+        m_left.resize(n);
+        m_right.resize(n);
+    }
+    file->Read(clip.offset + (frame - clip.start), n, m_left.data(), m_right.data());
+    for (size_t i = 0; i < n; i++) {
+        left[i] += m_left[i] * clip.gain;
+        right[i] += m_right[i] * clip.gain;
+    }
+    if (!file->Fault().empty()) m_problems.Report(source.name + ": " + file->Fault());
+}
+
+}  // namespace host

@@ -1,0 +1,217 @@
+#include "host/engine/engine.h"
+
+#include "host/engine/device.h"
+#include "host/engine/disk_thread.h"
+#include "host/engine/mix_model.h"
+#include "host/engine/player.h"
+#include "host/engine/problem_log.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+
+namespace host {
+
+// What depends on the sample rate. The device goes first, so that nobody renders while the rest goes.
+struct Engine::Rig {
+    Rig(int rate, ProblemLog& problems, std::unique_ptr<AudioDevice> output)
+        : model(rate, problems), player(rate), disk(player.Head(), rate), device(std::move(output)) {}
+    ~Rig() { device->Stop(); }
+
+    MixModel model;
+    Player player;
+    DiskThread disk;
+    std::unique_ptr<AudioDevice> device;
+};
+
+struct Engine::Control {
+    explicit Control(EngineOptions o) : options(std::move(o)) {}
+
+    std::unique_ptr<AudioDevice> OpenDevice(int rate);
+    LoopFrames LoopAt(int rate) const;
+    bool Jumping() const {
+        return rig && rig->player.Head().State().serial < jumpSerial && jumpSerial > stopSerial;
+    }
+    bool Playing() const;
+    int64_t Frame() const;
+    std::optional<double> ReadAhead() const;
+    void Jump(int64_t frame);
+    void Stop();
+    void TakeSession(const Session& session, const std::filesystem::path& folder);
+    void ApplyLoop(const LoopRange& range);
+
+    const EngineOptions options;
+    mutable std::mutex mutex;
+    ProblemLog problems;
+    std::string deviceProblem;
+    std::unique_ptr<Rig> rig;
+
+    // Serial numbers of the last request of all, the last that jumps, and the last that Stop ended.
+    uint64_t serial = 0, jumpSerial = 0, stopSerial = 0;
+    int64_t jumpFrame = 0;
+    std::optional<int64_t> cued;  ///< where Play begins, when not where playing stopped
+    int64_t end = INT64_MAX;
+    LoopRange loop;
+};
+
+std::optional<double> Engine::Control::ReadAhead() const {
+    const PlayState state = rig->player.Head().State();
+    const int ring = rig->player.Head().Exchange().Settled().ring;
+    if (!state.playing) return std::nullopt;
+    int64_t least = INT64_MAX;
+    for (const auto& stream : rig->model.Streams())
+        if (stream->Serves(ring, state.serial)) least = std::min(least, stream->Ahead(ring));
+    if (least == INT64_MAX) return std::nullopt;
+    return static_cast<double>(std::max<int64_t>(0, least)) / rig->model.SampleRate();
+}
+
+std::unique_ptr<AudioDevice> Engine::Control::OpenDevice(int rate) {
+    deviceProblem.clear();
+    if (options.openDevice) return options.openDevice(rate, options.blockFrames);
+    if (options.systemDevice) {
+        if (auto device = OpenSystemDevice(options.deviceName, rate, options.blockFrames, &deviceProblem)) {
+            deviceProblem.clear();
+            return device;
+        }
+    }
+    return OpenNullDevice(rate, options.blockFrames);
+}
+
+LoopFrames Engine::Control::LoopAt(int rate) const {
+    if (!loop.on) return {};
+    return {FrameAt(loop.start, rate), FrameAt(loop.end, rate)};
+}
+
+bool Engine::Control::Playing() const {
+    if (!rig || serial <= stopSerial) return false;
+    return Jumping() || rig->player.Head().State().playing;
+}
+
+int64_t Engine::Control::Frame() const {
+    if (Jumping()) return jumpFrame;
+    if (cued) return *cued;
+    return rig ? rig->player.Head().State().frame : 0;
+}
+
+void Engine::Control::Jump(int64_t frame) {
+    jumpFrame = frame;
+    jumpSerial = ++serial;
+    cued.reset();
+    rig->disk.Request({serial, LoopAt(rig->model.SampleRate()), frame});
+}
+
+void Engine::Control::Stop() {
+    if (!rig || serial <= stopSerial) return;
+    if (Jumping()) cued = jumpFrame;
+    stopSerial = serial;
+    rig->player.Head().Stop(serial);
+}
+
+void Engine::Control::ApplyLoop(const LoopRange& range) {
+    if (range == loop) return;
+    loop = range;
+    if (Playing()) rig->disk.Request({++serial, LoopAt(rig->model.SampleRate()), std::nullopt});
+}
+
+void Engine::Control::TakeSession(const Session& session, const std::filesystem::path& folder) {
+    const int rate = session.sample_rate;
+    const bool fresh = !rig || rig->model.SampleRate() != rate;
+    if (fresh) {
+        const double seconds = rig ? static_cast<double>(Frame()) / rig->model.SampleRate() : 0;
+        Stop();
+        rig.reset();
+        serial = jumpSerial = stopSerial = 0;
+        cued = FrameAt(seconds, rate);
+        rig = std::make_unique<Rig>(rate, problems, OpenDevice(rate));
+    }
+    rig->player.SetGraph(rig->model.Build(session, folder, true));
+    rig->disk.SetStreams(rig->model.Streams());
+    end = session.length > 0 ? FrameAt(session.length, rate) : INT64_MAX;
+    rig->player.Head().SetEnd(end);
+    ApplyLoop(session.loop);
+    if (fresh) rig->device->Start(rig->player);
+}
+
+Engine::Engine(EngineOptions options) : m_control(std::make_unique<Control>(std::move(options))) {}
+
+Engine::~Engine() = default;
+
+void Engine::SetSession(const Session& session, const std::filesystem::path& folder) {
+    CheckSession(session);
+    const std::lock_guard lock(m_control->mutex);
+    m_control->TakeSession(session, folder);
+}
+
+void Engine::SetLevels(const std::vector<Channel>& channels) {
+    const std::lock_guard lock(m_control->mutex);
+    if (m_control->rig) m_control->rig->model.SetLevels(channels);
+}
+
+void Engine::Play() {
+    Control& c = *m_control;
+    const std::lock_guard lock(c.mutex);
+    if (!c.rig || c.Playing()) return;
+    const int64_t frame = c.Frame();
+    c.Jump(frame >= c.end ? 0 : frame);
+}
+
+void Engine::Stop() {
+    const std::lock_guard lock(m_control->mutex);
+    m_control->Stop();
+}
+
+void Engine::Locate(double seconds) {
+    Control& c = *m_control;
+    const std::lock_guard lock(c.mutex);
+    if (!c.rig) return;
+    const int64_t frame = FrameAt(std::clamp(seconds, 0.0, kMaxSeconds), c.rig->model.SampleRate());
+    if (c.Playing())
+        c.Jump(frame);
+    else
+        c.cued = frame;
+}
+
+void Engine::SetLoop(const LoopRange& loop) {
+    const std::lock_guard lock(m_control->mutex);
+    m_control->ApplyLoop(loop);
+}
+
+TransportState Engine::Transport() const {
+    const Control& c = *m_control;
+    const std::lock_guard lock(c.mutex);
+    if (!c.rig) return {.playing = false, .frame = 0, .seconds = 0, .loop = c.loop};
+    const int64_t frame = c.Frame();
+    return {c.Playing(), frame, static_cast<double>(frame) / c.rig->model.SampleRate(), c.loop};
+}
+
+std::vector<ChannelMeter> Engine::TakeMeters() {
+    std::vector<MixModel::Named> strips;
+    {
+        const std::lock_guard lock(m_control->mutex);
+        if (m_control->rig) strips = m_control->rig->model.Strips();
+    }
+    std::vector<ChannelMeter> meters;
+    for (const auto& [id, strip] : strips) meters.push_back({id, strip->TakeMeter()});
+    return meters;
+}
+
+EngineStatus Engine::Status() const {
+    const Control& c = *m_control;
+    const std::lock_guard lock(c.mutex);
+    EngineStatus status;
+    status.deviceProblem = c.deviceProblem;
+    if (!c.rig) return status;
+    status.device = c.rig->device->Name();
+    status.sampleRate = c.rig->device->SampleRate();
+    status.blockFrames = c.rig->device->BlockFrames();
+    status.load = c.rig->player.Load();
+    status.diskUnderruns = c.rig->player.Underruns();
+    status.lateBlocks = c.rig->device->LateBlocks();
+    status.reading = c.rig->disk.Reading();
+    status.readAhead = c.ReadAhead();
+    return status;
+}
+
+std::vector<std::string> Engine::Problems() const { return m_control->problems.Lines(); }
+
+}  // namespace host

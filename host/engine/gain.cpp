@@ -1,0 +1,30 @@
+#include "host/engine/gain.h"
+
+#include "host/session/session.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace host {
+
+float GainFromDb(double db) {
+    if (!(db > kSilenceDb)) return 0.0f;
+    return static_cast<float>(std::pow(10.0, db / 20.0));
+}
+
+double DbFromGain(float gain) {
+    if (!(gain > 0.0f)) return kSilenceDb;
+    return std::clamp(20.0 * std::log10(static_cast<double>(gain)), kSilenceDb, kMaxGainDb);
+}
+
+StereoGain PanGains(double pan) {
+    constexpr auto side = static_cast<float>(std::numbers::sqrt2);
+    if (pan <= -1) return {side, 0.0f};
+    if (pan >= 1) return {0.0f, side};
+    const double angle = (pan + 1) * std::numbers::pi / 4;
+    return {static_cast<float>(std::numbers::sqrt2 * std::cos(angle)),
+            static_cast<float>(std::numbers::sqrt2 * std::sin(angle))};
+}
+
+}  // namespace host

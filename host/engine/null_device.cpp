@@ -1,0 +1,77 @@
+#include "host/engine/device.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+class NullDevice final : public AudioDevice {
+public:
+    NullDevice(int sampleRate, size_t blockFrames)
+        : m_sampleRate(sampleRate), m_left(blockFrames), m_right(blockFrames) {}
+    ~NullDevice() override { NullDevice::Stop(); }
+
+    void Start(DeviceClient& client) override {
+        Stop();
+        m_stopping = false;
+        m_thread = std::thread([this, &client] { Run(client); });
+    }
+
+    void Stop() override {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_stopping = true;
+        }
+        m_wake.notify_all();
+        if (m_thread.joinable()) m_thread.join();
+    }
+
+    std::string Name() const override { return "No device (silent clock)"; }
+    int SampleRate() const override { return m_sampleRate; }
+    size_t BlockFrames() const override { return m_left.size(); }
+    uint64_t LateBlocks() const override { return m_late.load(std::memory_order_relaxed); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Run(DeviceClient& client) {
+        const auto block = std::chrono::duration_cast<Clock::duration>(
+            std::chrono::duration<double>(static_cast<double>(m_left.size()) / m_sampleRate));
+        auto due = Clock::now();
+        for (;;) {
+            client.Render(m_left.data(), m_right.data(), m_left.size());
+            due += block;
+            const auto now = Clock::now();
+            if (now > due) {
+                // A block that is not done when the next begins is a gap on a real device. The lost time is
+                // not made up for in a burst.
+                m_late.fetch_add(1, std::memory_order_relaxed);
+                due = now;
+            }
+            std::unique_lock lock(m_mutex);
+            if (m_wake.wait_until(lock, due, [&] { return m_stopping; })) return;
+        }
+    }
+
+    const int m_sampleRate;
+    std::vector<float> m_left, m_right;
+    std::atomic<uint64_t> m_late{0};
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_stopping = false;
+    std::thread m_thread;
+};
+
+}  // namespace
+
+std::unique_ptr<AudioDevice> OpenNullDevice(int sampleRate, size_t blockFrames) {
+    return std::make_unique<NullDevice>(sampleRate, blockFrames);
+}
+
+}  // namespace host

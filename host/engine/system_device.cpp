@@ -1,0 +1,109 @@
+#include "host/engine/device.h"
+
+#include <RtAudio.h>
+
+#include <atomic>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+class SystemDevice final : public AudioDevice {
+public:
+    SystemDevice(std::unique_ptr<RtAudio> api, std::string name)
+        : m_api(std::move(api)), m_name(std::move(name)) {}
+    ~SystemDevice() override {
+        SystemDevice::Stop();
+        if (m_api->isStreamOpen()) m_api->closeStream();
+    }
+
+    // Throws RtAudioError, like all that is called here.
+    void Open(unsigned device, int sampleRate, size_t blockFrames) {
+        RtAudio::StreamParameters output;
+        output.deviceId = device;
+        output.nChannels = 2;
+        RtAudio::StreamOptions options;
+        options.flags = RTAUDIO_NONINTERLEAVED | RTAUDIO_SCHEDULE_REALTIME;
+        options.streamName = "Tarn";
+        auto frames = static_cast<unsigned>(blockFrames);
+        m_api->openStream(&output, nullptr, RTAUDIO_FLOAT32, static_cast<unsigned>(sampleRate), &frames,
+                          &OnBlock, this, &options);
+        m_blockFrames = frames;
+        m_sampleRate = static_cast<int>(m_api->getStreamSampleRate());
+    }
+
+    void Start(DeviceClient& client) override {
+        Stop();
+        m_client = &client;
+        try {
+            m_api->startStream();
+        } catch (const RtAudioError&) {
+            m_late.fetch_add(1, std::memory_order_relaxed);  // seen as a device that plays nothing
+        }
+    }
+
+    void Stop() override {
+        try {
+            if (m_api->isStreamRunning()) m_api->abortStream();
+        } catch (const RtAudioError&) {
+            // It is gone, and with it the thread that would call the client.
+        }
+    }
+
+    std::string Name() const override { return m_name; }
+    int SampleRate() const override { return m_sampleRate; }
+    size_t BlockFrames() const override { return m_blockFrames; }
+    uint64_t LateBlocks() const override { return m_late.load(std::memory_order_relaxed); }
+
+private:
+    static int OnBlock(void* output, void*, unsigned frames, double, RtAudioStreamStatus status, void* self) {
+        auto& device = *static_cast<SystemDevice*>(self);
+        if (status & RTAUDIO_OUTPUT_UNDERFLOW) device.m_late.fetch_add(1, std::memory_order_relaxed);
+        auto* samples = static_cast<float*>(output);
+        device.m_client->Render(samples, samples + frames, frames);
+        return 0;
+    }
+
+    const std::unique_ptr<RtAudio> m_api;
+    const std::string m_name;
+    DeviceClient* m_client = nullptr;
+    size_t m_blockFrames = 0;
+    int m_sampleRate = 0;
+    std::atomic<uint64_t> m_late{0};
+};
+
+bool Suits(const RtAudio::DeviceInfo& info, const std::string& wanted) {
+    if (!info.probed || info.outputChannels < 2) return false;
+    return wanted.empty() ? info.isDefaultOutput : info.name.find(wanted) != std::string::npos;
+}
+
+}  // namespace
+
+std::unique_ptr<AudioDevice> OpenSystemDevice(const std::string& wanted, int sampleRate, size_t blockFrames,
+                                              std::string* why) {
+    *why = wanted.empty() ? "no audio device" : "no audio device is called " + wanted;
+    std::vector<RtAudio::Api> apis;
+    RtAudio::getCompiledApi(apis);
+    for (RtAudio::Api which : apis) {
+        if (which == RtAudio::RTAUDIO_DUMMY) continue;
+        try {
+            auto api = std::make_unique<RtAudio>(which);
+            api->showWarnings(false);
+            for (unsigned i = 0, count = api->getDeviceCount(); i < count; i++) {
+                const RtAudio::DeviceInfo info = api->getDeviceInfo(i);
+                if (!Suits(info, wanted)) continue;
+                auto device = std::make_unique<SystemDevice>(std::move(api), info.name);
+                device->Open(i, sampleRate, blockFrames);
+                if (device->SampleRate() == sampleRate) return device;
+                *why = info.name + ": plays at " + std::to_string(device->SampleRate()) + " Hz alone";
+                break;
+            }
+        } catch (const RtAudioError& e) {
+            *why = e.getMessage();
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace host

@@ -1,0 +1,137 @@
+// The document of the host: what a session file holds, as plain records, and how it is read and written.
+//
+// A session is JSON in UTF-8 ("format": "tarn-session", "version": 1). Reading is strict: a member that is
+// missing, unknown, doubled, of another type or out of range refuses the whole file, so that a typing error
+// never becomes a silent default and saving never drops what it did not understand. What Load accepts Save
+// accepts, and the other way round. Channels stand in the order that the mixer shows them in, tracks and
+// busses each in their own row.
+//
+// Everything here is plain data without a lock of its own; the functions are [any-thread] on distinct
+// records.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace host {
+
+/// Never 0 for an existing channel, and unique within the session.
+using ChannelId = uint64_t;
+inline constexpr ChannelId kNoChannel = 0;
+inline constexpr ChannelId kMaxChannelId = (uint64_t{1} << 53) - 1;  ///< what a JSON number holds exactly
+
+inline constexpr double kSilenceDb = -144.0;  ///< a fader or clip gain here is silence, not a small level
+inline constexpr double kMaxGainDb = 24.0;
+inline constexpr double kMaxSeconds = 360000.0;
+inline constexpr int kMinSampleRate = 8000, kMaxSampleRate = 384000;
+inline constexpr double kMinTempo = 1.0, kMaxTempo = 1000.0;
+inline constexpr uint32_t kTrackColours = 52;
+inline constexpr size_t kMaxChannels = 4096;
+inline constexpr size_t kMaxClips = 65536;            ///< of one channel
+inline constexpr size_t kMaxTextBytes = 1024;         ///< of a name or key
+inline constexpr size_t kMaxPreferenceBytes = 65536;  ///< of one value
+inline constexpr size_t kMaxPreferences = 65536;
+inline constexpr size_t kMaxSessionBytes = size_t{64} << 20;
+
+enum class ChannelKind : uint8_t { AudioTrack, AudioBus, Master, PreviewBus };
+
+/// A stretch of an audio file on a track.
+struct Clip {
+    std::string file{};  ///< UTF-8, relative to the folder of the session
+    double start = 0;    ///< seconds, in the project
+    double offset = 0;   ///< seconds, into the file
+    double length = 0;   ///< seconds, above 0; where the file ends earlier the rest is silence
+    double gain_db = 0;  ///< kSilenceDb..kMaxGainDb
+
+    friend bool operator==(const Clip&, const Clip&) = default;
+};
+
+struct Channel {
+    ChannelId id = kNoChannel;
+    ChannelKind kind = ChannelKind::AudioTrack;
+    std::string name{};   ///< UTF-8, may be empty
+    double fader_db = 0;  ///< kSilenceDb..kMaxGainDb
+    double pan = 0;       ///< -1 left .. 1 right
+    bool mute = false;
+    bool solo = false;
+    bool phase = false;  ///< polarity inverted
+    bool selected = false;
+    bool hidden = false;
+    uint32_t colour = 0;  ///< index below kTrackColours
+    /// Any bus or the master; kNoChannel for master and preview bus, which feed the device.
+    ChannelId output = kNoChannel;
+    std::vector<Clip> clips{};  ///< of audio tracks, in any order; where clips overlap they are summed
+
+    friend bool operator==(const Channel&, const Channel&) = default;
+};
+
+struct LoopRange {
+    double start = 0;  ///< seconds
+    double end = 0;    ///< seconds, above start where the loop is on
+    bool on = false;
+
+    friend bool operator==(const LoopRange&, const LoopRange&) = default;
+};
+
+/// A value that a plug-in left with the host: signed, unsigned, text in UTF-8, bytes.
+using PreferenceValue = std::variant<int32_t, uint32_t, std::string, std::vector<uint8_t>>;
+
+struct PreferenceKey {
+    std::string section;                      ///< UTF-8, the plug-in's name
+    std::variant<std::string, uint32_t> key;  ///< by name or by number
+
+    friend auto operator<=>(const PreferenceKey&, const PreferenceKey&) = default;
+};
+
+struct Session {
+    int sample_rate = 48000;  ///< Hz
+    double length = 0;        ///< seconds; playing and rendering end here
+    LoopRange loop;
+    std::optional<double> tempo;  ///< beats a minute
+    std::vector<Channel> channels;
+    std::map<PreferenceKey, PreferenceValue> preferences;
+
+    friend bool operator==(const Session&, const Session&) = default;
+};
+
+/// Why a session was refused or could not be read or written; what() is one line: file, place, reason.
+struct SessionError : std::runtime_error {
+    SessionError(std::string_view file, std::string_view place, std::string_view reason);
+
+    /// JSON pointer ("/channels/3/pan"), or "byte N" where the text is not JSON; may be empty.
+    std::string place;
+    std::string reason;
+};
+
+/// The smallest session: one master and one preview bus.
+Session NewSession();
+
+/// The record with this id, or null.
+const Channel* FindChannel(const Session& session, ChannelId id);
+Channel* FindChannel(Session& session, ChannelId id);
+
+/// Reads a session file. Throws SessionError. Whether the clips' files exist is not looked at.
+Session LoadSession(const std::filesystem::path& path);
+
+/// Replaces the session file: the new one is written aside, flushed to the disk and renamed, so that whatever
+/// happens the path holds the old session or the new one, whole. Throws SessionError, and then the old file
+/// stands.
+void SaveSession(const Session& session, const std::filesystem::path& path);
+
+/// The same without a file. Both throw SessionError; formatting gives the same text for equal sessions.
+Session ParseSession(std::string_view json);
+std::string FormatSession(const Session& session);
+
+/// Throws SessionError unless the session obeys every rule of the format: ranges, unique ids, one master and
+/// at most one preview bus, outputs that exist and make no circle, clips on tracks only.
+void CheckSession(const Session& session);
+
+}  // namespace host

@@ -1,0 +1,165 @@
+// Controls and notifications of a control plug-in: which handler they reach, on which pass, and the queue between.
+#include "plugin/control_plugin.h"
+
+namespace {
+
+using Handler = HRESULT (COPTControlPlugin::*)(const MPCTRLREC*, uint32_t);
+
+struct Dispatch {
+    GUID id;
+    Handler handler;
+};
+
+/// Handled only while the plug-in is active in an open project.
+constexpr Dispatch DISPATCH[] = {
+    {MPCTRL_CHANNEL, &COPTControlPlugin::OnChannelChange},
+    {MPCTRL_METERS, &COPTControlPlugin::OnMeterTick},
+    {MPCTRL_MAP, &COPTControlPlugin::OnMapChange},
+    {MPCTRL_DISPLAY, &COPTControlPlugin::OnDisplaySettings},
+    {MPCTRL_LOOK, &COPTControlPlugin::OnLook},
+    {MPCTRL_TRANSPORT, &COPTControlPlugin::OnTransportFlags},
+    {MPCTRL_BLOCK, &COPTControlPlugin::OnBlockChange},
+    {MPCTRL_JOG, &COPTControlPlugin::OnJogChange},
+    {MPCTRL_SUSPEND, &COPTControlPlugin::OnSuspend},
+    {MPCTRL_BUSY, &COPTControlPlugin::OnBusyState},
+    {MPCTRL_NONE, &COPTControlPlugin::OnOther},
+};
+
+/// Whether the second of two neighbours in the queue makes the first one needless.
+bool Supersedes(const MPCTRLREC& earlier, const MPCTRLREC& later) {
+    if (earlier.id != later.id) return false;
+    if (later.id == MPCTRL_METERS) return true;
+    if (later.id == MPCTRL_PROJECT) return earlier.flags == later.flags;
+    if (later.id == MPCTRL_CHANNEL)
+        return earlier.flags == later.flags && earlier.kindMask == later.kindMask && earlier.level == later.level &&
+               earlier.object == later.object && earlier.second == later.second;
+    return false;
+}
+
+}  // namespace
+
+HRESULT COPTControlPlugin::OnControl(const MPCTRLREC* rec, uint32_t post) {
+    CriticalSectionLock lock(m_mainLock);
+    HRESULT hr = S_FALSE;
+    constexpr uint32_t WORKING = CTRLSTATE_ACTIVE | CTRLSTATE_PROJECT_OPEN;
+    if (rec->id == MPCTRL_ACTIVATE)
+        hr = OnActivate(rec);
+    else if (rec->id == MPCTRL_PROJECT)
+        hr = OnProjectOpen(rec);
+    else if ((ControlState() & WORKING) == WORKING)
+        for (const Dispatch& row : DISPATCH)
+            if (row.id == rec->id) {
+                hr = (this->*row.handler)(rec, post);
+                break;
+            }
+    SignalIfWanted();
+    return hr;
+}
+
+HRESULT COPTControlPlugin::QueueControl(const MPCTRLREC* rec) {
+    CriticalSectionLock lock(m_mainLock);
+    if (!m_controls) {
+        const HRESULT hr = QmList_CreateExZ(&m_controls, sizeof(MPCTRLREC), -1, 8, QMLIST_ARRAY, 0, 0, 0);
+        if (Failed(hr)) return hr;
+    }
+    const HRESULT hr = QmList_InsertList(m_controls, -1, rec, 1);
+    SetControlBits(CTRLSTATE_WAKE);
+    return hr;
+}
+
+HRESULT COPTControlPlugin::OnControlDeferred(const MPCTRLREC* rec) {
+    return ControlState() & CTRLSTATE_INITIALISED ? QueueControl(rec) : S_FALSE;
+}
+
+HRESULT COPTControlPlugin::QueueNotification(const MPNOTIFYREC* rec) {
+    const HRESULT hr = COPTPlugin::QueueNotification(rec);
+    SetControlBits(CTRLSTATE_WAKE);  // the worker replays it
+    return hr;
+}
+
+HRESULT COPTControlPlugin::DrainNotifications(uint32_t discard) {
+    const HRESULT hr = COPTPlugin::DrainNotifications(discard);
+    CriticalSectionLock lock(m_mainLock);
+    HQMLIST queue = nullptr;
+    std::swap(queue, m_controls);
+    if (!queue) return hr;
+    const std::span<MPCTRLREC> rows = QmList_Records<MPCTRLREC>(queue);
+    if (!discard)
+        for (size_t i = 0; i < rows.size(); i++)
+            if (i + 1 == rows.size() || !Supersedes(rows[i], rows[i + 1])) OnControl(&rows[i], 0);
+    QmList_Destroy(queue);
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::OnNotify(const MPNOTIFYREC* rec, uint32_t post) {
+    if (!(ControlState() & CTRLSTATE_INITIALISED)) return S_FALSE;
+    const HRESULT hr = COPTPlugin::OnNotify(rec, post);
+    SignalIfWanted();
+    return hr;
+}
+
+HRESULT COPTControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {
+    return post && (ControlState() & CTRLSTATE_LAZY_IDLE) ? QueueNotification(rec) : S_OK;
+}
+
+HRESULT COPTControlPlugin::OnActivate(const MPCTRLREC* rec) {
+    const bool on = rec->flags & ACTIVATE_ON;
+    if (on == static_cast<bool>(ControlState() & CTRLSTATE_ACTIVE)) return S_OK;
+    if (!on) OnActivateReset();
+    PutControlBits(CTRLSTATE_ACTIVE, on);
+    return on ? OnActivateStart(rec) : S_OK;
+}
+
+HRESULT COPTControlPlugin::OnActivateStart(const MPCTRLREC*) { return S_OK; }
+HRESULT COPTControlPlugin::OnActivateReset() { return S_OK; }
+
+HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
+    const bool open = rec->flags & PROJECT_OPEN;
+    PutControlBits(CTRLSTATE_PROJECT_OPEN, open);
+    if (!open) {
+        for (HQMLIST* list : {&m_inputs, &m_midiPorts, &m_outputs}) {
+            QmList_Destroy(*list);
+            *list = nullptr;
+        }
+        DestroyReferences();
+        return S_OK;
+    }
+    const HRESULT hr = FetchChannels(1, m_kindMask);
+    if (m_kindMask & (KIND_AUDIO_TRACK | KIND_BUS | KIND_FAMILY_4)) {
+        LoadPortEntries(&m_inputs, KIND_INPUT_BUS);
+        LoadPortEntries(&m_outputs, KIND_OUTPUT_ENTRY);
+    }
+    if (m_kindMask & KIND_FAMILY_40) LoadPortEntries(&m_midiPorts, KIND_MIDI_PORT_ENTRY);
+    return hr;
+}
+
+HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
+    PutControlBits(CTRLSTATE_SUSPENDED, rec->flags & SUSPEND_ON);
+    return S_OK;
+}
+
+// What follows goes to the control map; a plug-in without one defers it like the others, and the replay finds no taker.
+HRESULT COPTControlPlugin::OnMapChange(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+HRESULT COPTControlPlugin::OnDisplaySettings(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+HRESULT COPTControlPlugin::OnTransportFlags(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+HRESULT COPTControlPlugin::OnBlockChange(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+HRESULT COPTControlPlugin::OnJogChange(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+
+HRESULT COPTControlPlugin::OnLook(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+HRESULT COPTControlPlugin::OnMeterTick(const MPCTRLREC* rec, uint32_t post) {
+    return post ? OnControlDeferred(rec) : S_FALSE;
+}
+HRESULT COPTControlPlugin::OnBusyState(const MPCTRLREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTControlPlugin::OnOther(const MPCTRLREC*, uint32_t) { return S_FALSE; }

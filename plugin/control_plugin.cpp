@@ -1,0 +1,340 @@
+#include "plugin/control_plugin.h"
+
+#include "platform/user_folders.h"
+#include "plugin/control_sinks.h"
+#include "plugin/list_page.h"
+#include "plugin/module_state.h"
+#include "plugin/sinks.h"
+
+#include <new>
+
+COPTControlPlugin::COPTControlPlugin(IUnknown* owner)
+    : COPTPlugin(owner), m_control(CTRLSTATE_WANT_WORKER | CTRLSTATE_USE_INPUTS | CTRLSTATE_USE_OUTPUTS |
+                                   CTRLSTATE_CONSTRUCTED) {
+    m_capabilities |= CAPABILITY_CONTROL;
+    m_filterState = 1;
+}
+
+COPTControlPlugin::~COPTControlPlugin() {
+    if (m_controlSink) m_controlSink->Orphan();
+    if (m_driver) m_driver->Orphan();
+    DestroyReferences();
+    FreeCatalog();
+    for (HQMLIST list : {m_refs, m_controls, m_inputs, m_midiPorts, m_outputs}) QmList_Destroy(list);
+}
+
+HRESULT COPTControlPlugin::FinalConstruct() {
+    const HRESULT hr = COPTPlugin::FinalConstruct();
+    if (Failed(hr)) return hr;
+    m_filter = ComPtr<COPTFilter>(new (std::nothrow) COPTFilter(this));
+    m_persist = ComPtr<COPTPluginPersit>(new (std::nothrow) COPTPluginPersit(this));
+    m_driver = ComPtr<CMPControlSurfaceDriver>(new (std::nothrow) CMPControlSurfaceDriver(this));
+    m_controlSink = ComPtr<CIMPCtrlChannelSink>(new (std::nothrow) CIMPCtrlChannelSink(this));
+    return m_filter && m_persist && m_driver && m_controlSink ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT COPTControlPlugin::QueryInterface(const GUID& iid, void** out) {
+    const HRESULT hr = COPTPlugin::QueryInterface(iid, out);
+    if (Failed(hr) && iid == IID_IMPControlSurfaceDriver && m_driver) return m_driver->QueryInterface(iid, out);
+    return hr;
+}
+
+HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32_t flags, uint32_t reserved,
+                                      uint32_t* capabilities) {
+    if (!(flags & INITFLAG_CONTROL)) {
+        Terminate();
+        return E_FAIL;
+    }
+    HRESULT hr = COPTPlugin::Initialise(host, hostSite, flags, reserved, capabilities);
+    if (Failed(hr)) return hr;
+
+    ModuleState& module = ThisModule();
+    uint32_t mode = 0;
+    GetHostProperty(MPPROP_CHANNEL_MODE, &mode, sizeof mode);
+    module.channelMode = mode;
+    module.channelModeEx = {};
+    GetHostProperty(MPPROP_CHANNEL_MODE_EX, &module.channelModeEx, sizeof module.channelModeEx);
+
+    ComPtr<IMPCtrlChannels> channels;
+    ComPtr<IMPPlugInCatalog> catalog;
+    hr = host->QueryInterface(IID_IMPCtrlChannels, channels.OutVoid());
+    if (Succeeded(hr)) hr = Advise(IID_IMPCtrlChannelSink, m_controlSink.Get(), &m_controlCookie);
+    if (Failed(hr)) {
+        Terminate();
+        return hr;
+    }
+    host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional
+    {
+        std::lock_guard lock(m_ctrlLock);
+        m_ctrlChannels = std::move(channels);
+        m_catalogHost = std::move(catalog);
+    }
+    if (ComPtr<IMPTimeConverter> times = TimeConverter()) times->GetRate(TIMEFORMAT_NANO, &m_hostTimeRate);
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) LoadPorts(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) LoadPorts(PORTS_INPUT);
+    PostInitialise();
+
+    m_wake.Reset();
+    m_workerWait = ManualResetEvent::INFINITE_WAIT;
+    SetControlBits(CTRLSTATE_INITIALISED);
+    if (ControlState() & CTRLSTATE_WANT_WORKER) {
+        try {
+            m_worker = std::thread([this] { RunWorker(); });
+        } catch (const std::system_error&) {
+            // Without a worker nothing is replayed until Terminate; the page still works on its own changes.
+        }
+    }
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::Terminate() {
+    ClearControlBits(CTRLSTATE_INITIALISED);
+    m_wake.Set();
+    if (m_worker.joinable()) m_worker.join();
+    Unadvise(IID_IMPCtrlChannelSink, &m_controlCookie);
+    ComPtr<IMPCtrlChannels> channels;
+    ComPtr<IMPPlugInCatalog> catalog;
+    {
+        std::lock_guard lock(m_ctrlLock);
+        catalog = std::move(m_catalogHost);
+    }
+    catalog.Reset();
+    if (Host()) PreTerminate();
+    {
+        std::lock_guard lock(m_ctrlLock);
+        channels = std::move(m_ctrlChannels);
+    }
+    channels.Reset();
+    {
+        // A later Initialise starts from a closed project, whether or not the host has closed this one.
+        CriticalSectionLock lock(m_mainLock);
+        DestroyReferences();
+        ClearControlBits(CTRLSTATE_ACTIVE | CTRLSTATE_PROJECT_OPEN | CTRLSTATE_SUSPENDED | CTRLSTATE_WAKE);
+    }
+    return COPTPlugin::Terminate();
+}
+
+HRESULT COPTControlPlugin::PostInitialise() {
+    if (ComPtr<IMPPropertyStore> store = PropertyStore()) {
+        char16_t* folder = nullptr;
+        if (Succeeded(store->GetHostInfo(&folder, &m_hostVersion)) && folder) m_hostFolder = folder;
+        CoTaskMemFree(folder);
+    }
+    m_userDataPath = UserDataFolder();
+    if (!m_userDataPath.empty() && !m_hostFolder.empty()) {
+        m_userDataPath /= std::filesystem::path(m_hostFolder).filename();
+        m_userDataPath /= std::to_string(m_hostVersion) + ".0";
+        std::error_code ignored;  // a read-only home leaves the plug-in without a folder, not without a console
+        std::filesystem::create_directories(m_userDataPath, ignored);
+    }
+    GetProjectInfo();
+    LoadCatalog(1);
+    return LoadPreferences();
+}
+
+HRESULT COPTControlPlugin::PreTerminate() {
+    RequestPorts(1, 0);
+    SavePreferences();
+    FreeCatalog();
+    return S_OK;
+}
+
+ComPtr<IMPCtrlChannels> COPTControlPlugin::CtrlChannels() const {
+    std::lock_guard lock(m_ctrlLock);
+    return m_ctrlChannels;
+}
+
+void COPTControlPlugin::RunWorker() {
+    while (ControlState() & CTRLSTATE_INITIALISED) {
+        m_wake.Wait(m_workerWait);
+        if (!(ControlState() & CTRLSTATE_INITIALISED)) break;
+        {
+            CriticalSectionLock lock(m_mainLock);
+            m_workerWait = ManualResetEvent::INFINITE_WAIT;  // nothing idles without a control map
+            DrainNotifications(0);
+        }
+        m_wake.Reset();
+        // What was queued between the round and the reset has signalled an event that is gone by now.
+        CriticalSectionLock lock(m_mainLock);
+        if (m_controls || HasQueuedNotifications()) m_wake.Set();
+    }
+    DrainNotifications(1);
+}
+
+void COPTControlPlugin::SignalIfWanted() {
+    if (m_control.fetch_and(~CTRLSTATE_WAKE) & CTRLSTATE_WAKE) m_wake.Set();
+}
+
+HRESULT COPTControlPlugin::RequestPorts(uint32_t ending, uint32_t mode) {
+    const GUID& id = ending ? MPPROP_PORTS_END : MPPROP_PORTS_BEGIN;
+    const auto send = [&](uint32_t isOutput, uint32_t kind, uint32_t portMode) {
+        MPPORTREQUEST request{};
+        request.kind = kind;
+        request.port = GetPort(isOutput);
+        request.mode = portMode;
+        request.pluginName = Name();
+        if (request.port) SetHostProperty(id, &request, sizeof request, MPPROP_TABLE);
+    };
+    send(PORTS_INPUT, PORTREQUEST_INPUT, mode);
+    send(PORTS_OUTPUT, PORTREQUEST_OUTPUT, PORTMODE_OUTPUT);
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::GetProjectInfo() {
+    MPPROJECTINFO info{};
+    info.size = sizeof info;
+    info.words[0] = 1;
+    info.words[1] = 0xFFFFFFFF;
+    const HRESULT hr = GetHostProperty(MPPROP_PROJECT_INFO, &info, sizeof info);
+    CriticalSectionLock lock(m_mainLock);
+    if (hr == S_OK) m_projectInfo = info;
+    return hr;
+}
+
+HRESULT COPTControlPlugin::GetDriverString(char16_t* out, uint32_t size) {
+    constexpr uint32_t IDS_DRIVER = 514;
+    ThisModule().pluginTexts.LoadText(IDS_DRIVER, out, size);
+    return S_OK;
+}
+
+uint32_t COPTControlPlugin::ControlPreference(const char16_t* name, uint32_t numericKey, uint32_t defaultValue) {
+    MPPREFREC pref{};
+    pref.size = sizeof pref;
+    pref.type = PREF_UINT;
+    pref.section = Name();
+    pref.keyName = name;
+    pref.numericKey = name ? PREF_NAMED : numericKey;
+    pref.number = defaultValue;
+    // The record carries its default, so that a failure or a missing key leaves the right answer.
+    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK) return defaultValue;
+    return static_cast<uint32_t>(pref.number);
+}
+
+HRESULT COPTControlPlugin::LoadPreferences() {
+    struct NamedBit {
+        const char16_t* name;
+        uint32_t bit;
+    };
+    constexpr NamedBit BITS[] = {{u"DelayDataDeletes", CTRLSTATE_DELAY_DELETES},
+                                 {u"DelayDataInserts", CTRLSTATE_DELAY_INSERTS},
+                                 {u"DelayDataReloads", CTRLSTATE_DELAY_RELOADS},
+                                 {u"LazyIdle", CTRLSTATE_LAZY_IDLE}};
+    for (const NamedBit& row : BITS) PutControlBits(row.bit, ControlPreference(row.name, 0, 0) != 0);
+    FetchChannels(0, m_kindMask);
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::SavePreferences() { return S_OK; }
+
+// The event filter -------------------------------------------------------------------------------------------------
+
+HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERINFO* info) {
+    if (!(m_capabilities & info->capabilities)) {
+        stream->SetFilter(nullptr, 0);
+        return S_OK;
+    }
+    const MPFILTERKEY key{static_cast<uint32_t>(m_portFilter.size()), m_portFilter.data()};
+    stream->SetFilter(m_portFilter.empty() ? nullptr : &key, 0);
+
+    bool seen = false;
+    MPEVENTREC event{};
+    uint32_t cookie = 0, more = 0;
+    HRESULT hr = stream->First(&event, &cookie, &more, m_filterTypes);
+    while (hr == S_OK) {
+        seen = true;
+        if (ControlState() & CTRLSTATE_CAPTURE)
+            OnCaptureEvent(&event);
+        else if (ComPtr<CListPage> page = Page(); page && !(ControlState() & CTRLSTATE_SUSPENDED))
+            page->OnEvent(&event);
+        if ((event.type & MPOWNED_DATA_TYPES) && event.dataSize) CoTaskMemFree(event.data);
+        if (!more) break;
+        event = {};
+        hr = stream->Next(&event, &cookie, &more, m_filterTypes);
+    }
+    if (seen) m_wake.Set();
+    stream->SetFilter(nullptr, 0);
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::GetFilterState(uint32_t* a, uint32_t* state, uint32_t* b) {
+    *a = 2;
+    *state = m_filterState;
+    *b = 2;
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::SetFilterState(uint32_t state) {
+    m_filterState = state;
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::OnCaptureEvent(const MPEVENTREC*) { return S_OK; }
+
+// The catalog of effects -------------------------------------------------------------------------------------------
+
+HRESULT COPTControlPlugin::LoadCatalog(uint32_t reset) {
+    CriticalSectionLock lock(m_mainLock);
+    if (reset) FreeCatalog();
+    if (m_catalog) return S_OK;
+    HRESULT hr = QmList_CreateExZ(&m_catalog, sizeof(CATALOGROW), -1, -1, QMLIST_ARRAY, 0, 0, 0);
+    if (Succeeded(hr)) hr = LoadCatalogFamilies();
+    for (CATALOGROW& row : QmList_Records<CATALOGROW>(m_catalog))
+        if (Succeeded(hr)) hr = LoadCatalogItems(&row);
+    return hr;
+}
+
+namespace {
+
+/// Calls each(id) for the entries of one level of the catalog, below `parent` for items.
+template <class F>
+HRESULT ForEachCatalogEntry(IMPPlugInCatalog& host, uint32_t parent, uint32_t level, F each) {
+    uint32_t id = parent, more = 0;
+    MPCATALOGREC rec{};
+    HRESULT hr = host.First(&id, level, &rec, &more, 0);
+    while (hr == S_OK) {
+        CoTaskMemFree(rec.name);
+        const HRESULT kept = each(rec.id);
+        if (Failed(kept)) return kept;
+        if (!more) break;
+        rec = {};
+        hr = host.Next(&id, level, &rec, &more, 0);
+    }
+    return Failed(hr) ? hr : S_OK;
+}
+
+}  // namespace
+
+HRESULT COPTControlPlugin::LoadCatalogFamilies() {
+    ComPtr<IMPPlugInCatalog> host;
+    {
+        std::lock_guard lock(m_ctrlLock);
+        host = m_catalogHost;
+    }
+    if (!host) return S_FALSE;
+    return ForEachCatalogEntry(*host, 0, LEVEL_CHANNEL, [&](uint32_t id) {
+        const CATALOGROW row{id, 0, nullptr};
+        return QmList_InsertList(m_catalog, -1, &row, 1);
+    });
+}
+
+HRESULT COPTControlPlugin::LoadCatalogItems(CATALOGROW* family) {
+    ComPtr<IMPPlugInCatalog> host;
+    {
+        std::lock_guard lock(m_ctrlLock);
+        host = m_catalogHost;
+    }
+    if (!host) return S_FALSE;
+    if (!family->items) {
+        const HRESULT hr = QmList_CreateExZ(&family->items, sizeof(uint32_t), -1, -1, QMLIST_ARRAY, 0, 0, 0);
+        if (Failed(hr)) return hr;
+    }
+    return ForEachCatalogEntry(*host, family->family, LEVEL_SUB_OBJECT,
+                               [&](uint32_t id) { return QmList_InsertList(family->items, -1, &id, 1); });
+}
+
+void COPTControlPlugin::FreeCatalog() {
+    CriticalSectionLock lock(m_mainLock);
+    for (CATALOGROW& row : QmList_Records<CATALOGROW>(m_catalog)) QmList_Destroy(row.items);
+    QmList_Destroy(m_catalog);
+    m_catalog = nullptr;
+}

@@ -1,0 +1,167 @@
+// COPTControlPlugin: the base of plug-ins that work on the host's channels. It adds the connection to IMPCtrlChannels,
+// the list of channel references, and the worker thread that replays what the host's threads queued.
+//
+// Locks, outer to inner: the main lock, a list's own lock. The main lock guards the reference list, the control queue and
+// the worker's round; host calls are made inside it, so a host must not call a sink while it holds a lock of its own
+// that those calls need.
+#pragma once
+
+#include "plugin/opt_plugin.h"
+
+#include <filesystem>
+#include <thread>
+
+class CIMPCtrlChannelSink;
+class CMPControlSurfaceDriver;
+
+/// State bits of COPTControlPlugin.
+inline constexpr uint32_t CTRLSTATE_WANT_WORKER = 0x1;
+inline constexpr uint32_t CTRLSTATE_USE_INPUTS = 0x2;
+inline constexpr uint32_t CTRLSTATE_USE_OUTPUTS = 0x4;
+inline constexpr uint32_t CTRLSTATE_ACTIVE = 0x8;
+inline constexpr uint32_t CTRLSTATE_SUSPENDED = 0x10;
+inline constexpr uint32_t CTRLSTATE_PROJECT_OPEN = 0x20;
+inline constexpr uint32_t CTRLSTATE_INITIALISED = 0x40;
+inline constexpr uint32_t CTRLSTATE_WAKE = 0x80;
+inline constexpr uint32_t CTRLSTATE_REFS_VALID = 0x100;
+inline constexpr uint32_t CTRLSTATE_CAPTURE = 0x200;
+inline constexpr uint32_t CTRLSTATE_DELAY_DELETES = 0x800;
+inline constexpr uint32_t CTRLSTATE_DELAY_INSERTS = 0x1000;
+inline constexpr uint32_t CTRLSTATE_DELAY_RELOADS = 0x2000;
+inline constexpr uint32_t CTRLSTATE_LAZY_IDLE = 0x4000;
+inline constexpr uint32_t CTRLSTATE_CONSTRUCTED = 0x10000;
+
+inline constexpr uint32_t CAPABILITY_CONTROL = 0x40;
+
+struct CATALOGROW {
+    uint32_t family;
+    uint32_t reserved;
+    HQMLIST items;  ///< array list of u32 ids
+};
+static_assert(sizeof(CATALOGROW) == 16);
+
+class COPTControlPlugin : public COPTPlugin {
+public:
+    explicit COPTControlPlugin(IUnknown* owner);
+    ~COPTControlPlugin() override;
+
+    HRESULT QueryInterface(const GUID& iid, void** out) override;
+    HRESULT Initialise(IUnknown* host, IUnknown* hostSite, uint32_t flags, uint32_t reserved,
+                       uint32_t* capabilities) override;
+    HRESULT Terminate() override;
+    HRESULT FinalConstruct() override;
+    HRESULT FilterEvents(IMPEventStream* stream, const MPFILTERINFO* info) override;
+    HRESULT GetFilterState(uint32_t* a, uint32_t* state, uint32_t* b) override;
+    HRESULT SetFilterState(uint32_t state) override;
+    HRESULT OnNotify(const MPNOTIFYREC* rec, uint32_t post) override;
+    HRESULT OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) override;
+    HRESULT DrainNotifications(uint32_t discard) override;
+    HRESULT QueueNotification(const MPNOTIFYREC* rec) override;
+    HRESULT SavePreferences() override;
+    HRESULT LoadPreferences() override;
+
+    virtual HRESULT GetDriverString(char16_t* out, uint32_t size);
+    /// Queues a copy for the worker. [any-thread]
+    virtual HRESULT QueueControl(const MPCTRLREC* rec);
+    virtual HRESULT OnControl(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnProjectOpen(const MPCTRLREC* rec);
+    virtual HRESULT OnActivateStart(const MPCTRLREC* rec);
+    virtual HRESULT OnActivateReset();
+    /// Tells the host that the use of the selected ports ends or begins.
+    virtual HRESULT RequestPorts(uint32_t ending, uint32_t mode);
+    virtual HRESULT OnActivate(const MPCTRLREC* rec);
+    virtual HRESULT OnChannelChange(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnMapChange(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnDisplaySettings(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnTransportFlags(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnBlockChange(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnJogChange(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnSuspend(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnBusyState(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnLook(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnOther(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnMeterTick(const MPCTRLREC* rec, uint32_t post);
+    virtual HRESULT OnCaptureEvent(const MPEVENTREC* event);
+    virtual HRESULT LoadCatalog(uint32_t reset);
+    virtual HRESULT LoadCatalogFamilies();
+    virtual HRESULT LoadCatalogItems(CATALOGROW* family);
+    /// Fills the reference list from the host, in the references' order.
+    virtual HRESULT FetchChannels(uint32_t reset, uint32_t kindMask);
+    virtual HRESULT GetProjectInfo();
+    virtual HRESULT PostInitialise();
+    virtual HRESULT PreTerminate();
+
+    uint32_t ControlState() const { return m_control; }
+    ComPtr<IMPCtrlChannels> CtrlChannels() const;
+
+    // Readers of the reference list. All answer 1 without IMPCtrlChannels, for an index out of range and for a zero id;
+    // a stale list is fetched first and its error passed on. [any-thread]
+    HRESULT GetChannelCount(int32_t* count);
+    HRESULT GetChannelId(int32_t index, MPCHANNELID* id);
+    HRESULT FindChannel(uint64_t channel, int32_t* index);
+    HRESULT GetSubCount(int32_t index, int32_t* count);
+    /// Host's Get and Set of one level 1 channel.
+    HRESULT GetChannelRecord(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask);
+    HRESULT SetChannelRecord(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask);
+    /// The channel's name cut to `capacity`; SELECT_SHORT_NAME or SELECT_LONG_NAME.
+    HRESULT GetChannelName(const MPCHANNELID& id, uint32_t which, char16_t* out, uint32_t capacity);
+
+    CriticalSection& MainLock() const { return m_mainLock; }
+
+protected:
+    /// The console's part of a channel change, under the main lock.
+    virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;
+
+    uint32_t ControlPreference(const char16_t* name, uint32_t numericKey, uint32_t defaultValue);
+    /// Queues on the host's thread for the replay; the common body of handlers without more to do there.
+    HRESULT OnControlDeferred(const MPCTRLREC* rec);
+    HQMLIST References() const { return m_refs; }
+    void SetControlBits(uint32_t bits) { m_control |= bits; }
+    void ClearControlBits(uint32_t bits) { m_control &= ~bits; }
+    /// Sets or clears the bits.
+    void PutControlBits(uint32_t bits, bool on) { on ? SetControlBits(bits) : ClearControlBits(bits); }
+
+    uint32_t m_kindMask = 255;
+
+private:
+    void RunWorker();
+    void SignalIfWanted();
+    void DestroyReferences();
+    HRESULT RequireReferences();
+    HRESULT EnumerateReferences(IMPCtrlChannels& host, uint32_t kindMask);
+    HRESULT InsertReference(uint64_t channel);
+    HRESULT DeleteReference(uint64_t channel);
+    HRESULT ReplaceReference(uint64_t channel, uint64_t with);
+    void ResortReference(uint64_t channel);
+    int32_t FindReference(uint64_t channel) const;
+    HRESULT LoadSubLists(IMPCtrlChannels& host, MPCHANNELREF& row);
+    HRESULT LoadPortEntries(HQMLIST* list, uint32_t kind);
+    HRESULT ApplyChannelChange(const MPCTRLREC& rec);
+    HRESULT ApplySubChange(const MPCTRLREC& rec);
+    HRESULT ReplaceOnHostThread(const MPCTRLREC& rec);
+    void FreeCatalog();
+
+    ComPtr<CMPControlSurfaceDriver> m_driver;
+    mutable CriticalSection m_mainLock;
+    MPPROJECTINFO m_projectInfo{};
+    ManualResetEvent m_wake;
+    std::thread m_worker;
+    uint32_t m_workerWait = ManualResetEvent::INFINITE_WAIT;
+    std::atomic<uint32_t> m_control;
+    HQMLIST m_refs = nullptr;
+    HQMLIST m_controls = nullptr;
+    HQMLIST m_inputs = nullptr, m_midiPorts = nullptr, m_outputs = nullptr;
+    std::vector<uint64_t> m_portFilter;
+    uint32_t m_filterTypes = 4095;
+    HQMLIST m_catalog = nullptr;
+
+    mutable std::mutex m_ctrlLock;  ///< guards the two pointers below; never held across a call
+    ComPtr<IMPCtrlChannels> m_ctrlChannels;
+    ComPtr<IMPPlugInCatalog> m_catalogHost;
+    ComPtr<CIMPCtrlChannelSink> m_controlSink;
+    uint32_t m_controlCookie = 0;
+
+    std::filesystem::path m_userDataPath;
+    std::u16string m_hostFolder;
+    uint32_t m_hostVersion = 0;
+};

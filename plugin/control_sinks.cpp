@@ -1,0 +1,31 @@
+#include "plugin/control_sinks.h"
+
+#include "platform/text.h"
+
+HRESULT CIMPCtrlChannelSink::OnControl(const MPCTRLREC* rec) {
+    COPTControlPlugin* plugin = ThePlugin();
+    if (!plugin) return E_UNEXPECTED;
+    if (!rec) return E_POINTER;
+    try {
+        return plugin->OnControl(rec, 1);
+    } catch (...) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT CMPControlSurfaceDriver::GetDeviceName(char16_t* out) {
+    COPTControlPlugin* plugin = ThePlugin();
+    if (!plugin || !out) return S_FALSE;
+    CopyText(out, OPT_NAME_SIZE, plugin->Name());
+    return S_OK;
+}
+
+HRESULT CMPControlSurfaceDriver::GetMapName(char16_t* out) {
+    if (out) out[0] = 0;
+    return S_FALSE;  // no map is current
+}
+
+HRESULT CMPControlSurfaceDriver::GetString(char16_t* out, uint32_t size) {
+    COPTControlPlugin* plugin = ThePlugin();
+    return plugin && out ? plugin->GetDriverString(out, size) : S_FALSE;
+}

@@ -1,0 +1,115 @@
+// Notifications of the host: dispatch, the deferred queue and its replay.
+#include "plugin/list_page.h"
+#include "plugin/opt_plugin.h"
+
+namespace {
+
+using Handler = HRESULT (COPTPlugin::*)(const MPNOTIFYREC*, uint32_t);
+
+struct Dispatch {
+    GUID id;
+    Handler handler;
+};
+
+constexpr Dispatch DISPATCH[] = {
+    {MPNOTIFY_OBJECT, &COPTPlugin::OnObjectChange},
+    {MPNOTIFY_E4, &COPTPlugin::OnNotifyE4},
+    {MPNOTIFY_E5, &COPTPlugin::OnNotifyE5},
+    {MPNOTIFY_E3, &COPTPlugin::OnNotifyE3},
+    {MPNOTIFY_PORTS, &COPTPlugin::OnPortsChange},
+    {MPNOTIFY_E7, &COPTPlugin::OnNotifyE7},
+    {MPNOTIFY_EE, &COPTPlugin::OnNotifyEE},
+    {MPNOTIFY_E8, &COPTPlugin::OnNotifyE8},
+    {MPNOTIFY_DISPLAY, &COPTPlugin::OnDisplayChange},
+    {MPNOTIFY_EA, &COPTPlugin::OnNotifyEA},
+    {MPNOTIFY_EB, &COPTPlugin::OnNotifyEB},
+    {MPNOTIFY_EC, &COPTPlugin::OnNotifyEC},
+    {MPNOTIFY_PROJECT_RELOAD, &COPTPlugin::OnProjectReload},
+};
+
+Handler HandlerFor(const GUID& id) {
+    for (const Dispatch& row : DISPATCH)
+        if (row.id == id) return row.handler;
+    return &COPTPlugin::OnNotifyOther;
+}
+
+}  // namespace
+
+HRESULT COPTPlugin::OnNotify(const MPNOTIFYREC* rec, uint32_t post) {
+    const uint32_t flags = rec->flags;
+    const HRESULT hr = (this->*HandlerFor(rec->id))(rec, post);
+    if (hr == S_OK && post && ((State() & OPTSTATE_REFRESH_DUE) || (flags & NOTIFY_URGENT)))
+        if (ComPtr<CListPage> page = Page()) page->RequestRefresh(rec);
+    return hr;
+}
+
+HRESULT COPTPlugin::OnNotifyE4(const MPNOTIFYREC* rec, uint32_t post) {
+    return post ? QueueNotification(rec) : S_FALSE;
+}
+HRESULT COPTPlugin::OnNotifyEE(const MPNOTIFYREC* rec, uint32_t post) {
+    return post ? QueueNotification(rec) : S_FALSE;
+}
+HRESULT COPTPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {
+    return post ? QueueNotification(rec) : S_OK;
+}
+HRESULT COPTPlugin::OnNotifyEA(const MPNOTIFYREC* rec, uint32_t post) { return post ? QueueNotification(rec) : S_OK; }
+HRESULT COPTPlugin::OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) {
+    if (post) QueueNotification(rec);
+    return S_OK;
+}
+HRESULT COPTPlugin::OnNotifyE5(const MPNOTIFYREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTPlugin::OnNotifyE3(const MPNOTIFYREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTPlugin::OnNotifyE7(const MPNOTIFYREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTPlugin::OnNotifyE8(const MPNOTIFYREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTPlugin::OnNotifyEB(const MPNOTIFYREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTPlugin::OnNotifyOther(const MPNOTIFYREC*, uint32_t) { return S_FALSE; }
+HRESULT COPTPlugin::OnNotifyEC(const MPNOTIFYREC*, uint32_t) {
+    SetStateBits(OPTSTATE_REFRESH_DUE);
+    return S_OK;
+}
+
+HRESULT COPTPlugin::OnPortsChange(const MPNOTIFYREC*, uint32_t) {
+    LoadPorts(PORTS_OUTPUT);
+    LoadPorts(PORTS_INPUT);
+    SetStateBits(OPTSTATE_REFRESH_DUE);
+    return S_OK;
+}
+
+HRESULT COPTPlugin::QueueNotification(const MPNOTIFYREC* rec) {
+    CriticalSectionLock lock(m_deferredLock);
+    if (!m_deferred) {
+        const HRESULT hr =
+            QmList_CreateExZ(&m_deferred, sizeof(MPNOTIFYREC), -1, 8, QMLIST_ARRAY | QMLIST_ANY_THREAD, 0, 0, 0);
+        if (Failed(hr)) return hr;
+    }
+    const HRESULT hr = QmList_InsertList(m_deferred, -1, rec, 1);
+    if (Succeeded(hr)) SetStateBits(OPTSTATE_REFRESH_DUE);
+    return hr;
+}
+
+bool COPTPlugin::HasQueuedNotifications() {
+    CriticalSectionLock lock(m_deferredLock);
+    return m_deferred != nullptr;
+}
+
+HRESULT COPTPlugin::DrainNotifications(uint32_t discard) {
+    HQMLIST rows = nullptr;
+    {
+        CriticalSectionLock lock(m_deferredLock);
+        std::swap(rows, m_deferred);
+    }
+    HRESULT hr = S_FALSE;
+    if (rows) {
+        if (rows->count > 0) hr = S_OK;
+        if (!discard)
+            for (const MPNOTIFYREC& row : QmList_Records<MPNOTIFYREC>(rows)) OnNotify(&row, 0);
+        QmList_Destroy(rows);
+    }
+    ClearStateBits(OPTSTATE_REFRESH_POSTED);
+    return hr;
+}
+
+HRESULT COPTPlugin::OnTimeTick(uint64_t, uint64_t, uint64_t) {
+    if (ComPtr<CListPage> page = Page()) page->RequestUpdate();
+    return S_OK;
+}

@@ -1,0 +1,267 @@
+// The page as a user works it: real mouse and key events on the offscreen window, and a host that shows what came of it.
+#include "console/console_plugin.h"
+#include "console/gain.h"
+#include "tests/support/fake_host.h"
+#include "tests/support/page_harness.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Page : public ::testing::Test {
+protected:
+    void SetUp() override {
+        host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},
+                         {2, KIND_AUDIO_TRACK, 1, u"Bass"},
+                         {3, KIND_AUDIO_TRACK, 2, u"Keys"},
+                         {4, KIND_AUDIO_BUS, 0, u"Rhythm"},
+                         {5, KIND_MASTER, 1, u"Master"},
+                         {6, KIND_BUS | KIND_SPECIAL, -2, u"Preview"}};
+        host.transport = TRANSPORT_PLAYING;
+        ASSERT_EQ(QmOPTPlug_CreateOPTObject(object.Out()), S_OK);
+        ComPtr<IMPInitialise> init;
+        ASSERT_EQ(object->QueryInterface(IID_IMPInitialise, init.OutVoid()), S_OK);
+        uint32_t capabilities = 0;
+        ASSERT_EQ(init->Initialise(host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities), S_OK);
+        host.OpenProject();
+        page = std::make_unique<PageHarness>(object.Get(), QSize(700, 500));
+    }
+    void TearDown() override {
+        page.reset();
+        ComPtr<IMPInitialise> init;
+        object->QueryInterface(IID_IMPInitialise, init.OutVoid());
+        host.CloseProject();
+        init->Terminate();
+        init.Reset();
+        object.Reset();
+        EXPECT_EQ(host.References(), 0);
+    }
+    int32_t Position(uint64_t id) {
+        std::lock_guard guard(host.lock);
+        return GainToPosition(host.Find(id)->volume);
+    }
+    bool Touched(uint64_t id) {
+        std::lock_guard guard(host.lock);
+        return host.Find(id)->touched;
+    }
+    bool Has(uint64_t id, uint32_t bit) {
+        std::lock_guard guard(host.lock);
+        return host.Find(id)->switches & bit;
+    }
+    void Edit(uint64_t id, auto change) {
+        std::lock_guard guard(host.lock);
+        change(*host.Find(id));
+    }
+
+    FakeHost host;
+    ComPtr<IUnknown> object;
+    std::unique_ptr<PageHarness> page;
+};
+
+const QString VOLUME = QStringLiteral("Volume"), MUTE = QStringLiteral("Mute"), SOLO = QStringLiteral("Solo");
+const QString DRUMS = QStringLiteral("Drums"), BASS = QStringLiteral("Bass"), KEYS = QStringLiteral("Keys");
+
+TEST_F(Page, ShowsTheChannelsInTheConsolesOrder) {
+    EXPECT_EQ(page->Channels(), (QStringList{"Drums", "Bass", "Keys", "Preview", "Rhythm", "Master"}));
+}
+
+TEST_F(Page, AFaderGestureBeginsChangesAndEndsAtTheHost) {
+    const QPoint thumb = page->Centre(DRUMS, VOLUME);
+    page->Press(thumb);
+    EXPECT_TRUE(Touched(1));
+    EXPECT_EQ(Position(1), 0) << "a press alone moves nothing";
+    page->Move(thumb + QPoint(0, 40));
+    const int32_t lower = Position(1);
+    EXPECT_LT(lower, -10);
+    EXPECT_EQ(page->FaderDb(DRUMS), lower / 10.0);
+    EXPECT_EQ(Position(2), 0) << "nothing else moves";
+    page->Release(thumb + QPoint(0, 40));
+    EXPECT_FALSE(Touched(1));
+    ASSERT_GE(host.sets.size(), 3u);
+    for (const FakeHost::SetCall& call : host.sets) {
+        EXPECT_EQ(call.mask, MASK_AUTOMATION | MASK_VOLUME);
+        EXPECT_EQ(call.rec.selector, SELECT_CONSOLE_WRITE);
+        EXPECT_EQ(call.rec.pairSelector, SPEAKER_FRONT);
+    }
+    page->DoubleClick(page->Centre(DRUMS, VOLUME));
+    EXPECT_EQ(Position(1), 0) << "a double-click restores unity";
+    EXPECT_FALSE(Touched(1));
+}
+
+TEST_F(Page, EscTakesADragBack) {
+    const QPoint thumb = page->Centre(BASS, VOLUME);
+    page->Press(thumb);
+    page->Move(thumb + QPoint(0, 60));
+    EXPECT_LT(Position(2), 0);
+    page->Key(Qt::Key_Escape);
+    EXPECT_EQ(Position(2), 0);
+    EXPECT_FALSE(Touched(2));
+    page->Release(thumb + QPoint(0, 60));
+    EXPECT_EQ(Position(2), 0);
+}
+
+TEST_F(Page, SelectedStripsMoveAlongWithTheirOffsets) {
+    Edit(2, [](FakeChannel& c) { c.volume = PositionToGain(-100); });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_VOLUME);
+    ASSERT_TRUE(PageHarness::Until([&] { return page->FaderDb(BASS) == -10.0; }));
+    page->Click(page->Title(DRUMS));
+    page->Click(page->Title(BASS), Qt::ControlModifier);
+    EXPECT_TRUE(Has(1, SWITCH_SELECTED) && Has(2, SWITCH_SELECTED) && !Has(3, SWITCH_SELECTED));
+    EXPECT_TRUE(page->IsSelected(DRUMS) && page->IsSelected(BASS));
+
+    QPoint thumb = page->Centre(DRUMS, VOLUME);
+    page->Press(thumb);
+    page->Move(thumb + QPoint(0, 30));
+    const int32_t drums = Position(1);
+    EXPECT_LT(drums, 0);
+    EXPECT_EQ(Position(2), drums - 100);
+    EXPECT_TRUE(Touched(1) && Touched(2));
+    EXPECT_FALSE(Touched(3));
+    page->Release(thumb + QPoint(0, 30));
+    EXPECT_FALSE(Touched(1) || Touched(2));
+
+    thumb = page->Centre(KEYS, VOLUME);
+    page->Press(thumb);
+    page->Move(thumb + QPoint(0, 30));
+    page->Release(thumb + QPoint(0, 30));
+    EXPECT_EQ(Position(1), drums) << "an unselected strip moves alone";
+
+    page->Click(page->Title(KEYS), Qt::ShiftModifier);
+    EXPECT_TRUE(Has(2, SWITCH_SELECTED) && Has(3, SWITCH_SELECTED)) << "from the anchor on";
+    page->Click(page->Title(KEYS));
+    EXPECT_TRUE(!Has(1, SWITCH_SELECTED) && !Has(2, SWITCH_SELECTED) && Has(3, SWITCH_SELECTED));
+}
+
+TEST_F(Page, SwitchesActOnReleaseInside) {
+    page->Click(page->Centre(DRUMS, MUTE));
+    EXPECT_TRUE(Has(1, SWITCH_MUTE));
+    EXPECT_TRUE(page->IsChecked(DRUMS, MUTE));
+    page->Press(page->Centre(DRUMS, SOLO));
+    page->Move(page->Centre(BASS, SOLO));
+    page->Release(page->Centre(BASS, SOLO));
+    EXPECT_FALSE(Has(1, SWITCH_SOLO) || Has(2, SWITCH_SOLO)) << "let go elsewhere";
+    page->Click(page->Centre(DRUMS, MUTE));
+    EXPECT_FALSE(Has(1, SWITCH_MUTE));
+}
+
+TEST_F(Page, WheelAndKeysMoveFaders) {
+    const QPoint slot = page->Centre(DRUMS, VOLUME) + QPoint(0, 60);
+    page->Wheel(slot, -120);
+    EXPECT_EQ(Position(1), -10);
+    page->Wheel(slot, 240, Qt::ControlModifier);
+    EXPECT_EQ(Position(1), -8);
+    EXPECT_FALSE(Touched(1)) << "each notch is a gesture of its own";
+
+    page->Page().setFocus();
+    page->Click(page->Title(DRUMS));
+    page->Key(Qt::Key_Down);
+    EXPECT_EQ(Position(1), -9);
+    page->Key(Qt::Key_Right);
+    EXPECT_TRUE(page->IsSelected(BASS) && !page->IsSelected(DRUMS));
+    page->Key(Qt::Key_Up);
+    EXPECT_EQ(Position(2), 1);
+    page->Key(Qt::Key_Z);
+    EXPECT_TRUE(Has(2, SWITCH_MUTE));
+    page->Key(Qt::Key_X);
+    EXPECT_TRUE(Has(2, SWITCH_SOLO));
+    page->Key(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_TRUE(Has(1, SWITCH_SELECTED) && Has(5, SWITCH_SELECTED));
+    EXPECT_FALSE(Has(6, SWITCH_SELECTED)) << "the preview bus takes no selection";
+    page->Key(Qt::Key_Down);
+    EXPECT_EQ(Position(1), -10);
+    EXPECT_EQ(Position(3), -1) << "keys move the selection too";
+    EXPECT_FALSE(Touched(1) || Touched(2) || Touched(3));
+}
+
+TEST_F(Page, FollowsTheHostWhileItIsOpen) {
+    Edit(1, [](FakeChannel& c) { c.switches |= SWITCH_MUTE; });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1, MASK_SWITCHES);
+    EXPECT_TRUE(PageHarness::Until([&] { return page->IsChecked(DRUMS, MUTE); }));
+
+    Edit(2, [](FakeChannel& c) { c.name = u"Low"; });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_NAME);
+    EXPECT_TRUE(PageHarness::Until([&] { return page->Channels().contains(QStringLiteral("Low")); }));
+
+    {
+        std::lock_guard guard(host.lock);
+        host.channels.push_back({9, KIND_AUDIO_TRACK, 3, u"New"});
+    }
+    host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 9, KIND_AUDIO_TRACK);
+    EXPECT_TRUE(PageHarness::Until([&] { return page->Channels().value(3) == QStringLiteral("New"); }));
+
+    Edit(9, [](FakeChannel& c) { c.order = -7; });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 9, MASK_IDENTITY);
+    EXPECT_TRUE(PageHarness::Until([&] { return page->Channels().value(0) == QStringLiteral("New"); }));
+
+    Edit(3, [](FakeChannel& c) { c.switches |= SWITCH_HIDDEN; });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 3, MASK_SWITCHES);
+    EXPECT_TRUE(PageHarness::Until([&] { return !page->Channels().contains(KEYS); }));
+}
+
+TEST_F(Page, AChannelRemovedUnderTheMouseEndsItsGesture) {
+    page->Click(page->Title(DRUMS));
+    page->Click(page->Title(BASS), Qt::ControlModifier);
+    const QPoint thumb = page->Centre(DRUMS, VOLUME);
+    page->Press(thumb);
+    page->Move(thumb + QPoint(0, 20));
+    {
+        std::lock_guard guard(host.lock);
+        std::erase_if(host.channels, [](auto& c) { return c.id == 1; });
+    }
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 1, KIND_AUDIO_TRACK);
+    EXPECT_TRUE(PageHarness::Until([&] { return !page->Channels().contains(DRUMS); }));
+    page->Move(thumb + QPoint(0, 60));
+    page->Release(thumb + QPoint(0, 60));
+    EXPECT_FALSE(Touched(2)) << "those that moved along are let go";
+}
+
+TEST_F(Page, ClosesAndOpensWhileChangesArrive) {
+    for (int round = 0; round < 5; round++) {
+        page->Close();
+        {
+            std::lock_guard guard(host.lock);
+            host.channels.push_back({100u + static_cast<uint64_t>(round), KIND_AUDIO_TRACK, 10 + round, u"More"});
+        }
+        host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 100u + static_cast<uint64_t>(round), KIND_AUDIO_TRACK);
+        host.Control(MPCTRL_METERS);
+        ASSERT_EQ(page->Open(object.Get()), S_OK);
+        EXPECT_EQ(page->Channels().size(), 7 + round);
+    }
+    host.Control(MPCTRL_PROJECT, 0);
+    EXPECT_TRUE(PageHarness::Until([&] { return page->Channels().isEmpty(); }));
+    host.OpenProject();
+    EXPECT_TRUE(PageHarness::Until([&] { return page->Channels().size() == 11; }));
+}
+
+TEST_F(Page, RefusesWhatTheContractRefuses) {
+    ComPtr<IPropertyPage> other;
+    EXPECT_EQ(QmOPTPlug_CreateOPTPropertyPage(&IID_IUnknown, other.Out()), E_NOINTERFACE);
+    ASSERT_EQ(QmOPTPlug_CreateOPTPropertyPage(&CLSID_ConsoleMixerPage, other.Out()), S_OK);
+    const RECT rect{0, 0, 10, 10};
+    EXPECT_EQ(other->Activate(0, nullptr, 0), E_POINTER);
+    EXPECT_EQ(other->Activate(0, &rect, 0), E_UNEXPECTED) << "no site";
+    EXPECT_EQ(other->Deactivate(), E_UNEXPECTED);
+    EXPECT_EQ(other->GetPageInfo(nullptr), E_POINTER);
+    IUnknown* two[] = {object.Get(), object.Get()};
+    EXPECT_EQ(other->SetObjects(2, two), E_UNEXPECTED);
+    IUnknown* foreign = host.Unknown();
+    EXPECT_NE(other->SetObjects(1, &foreign), S_OK) << "not our plug-in";
+    EXPECT_EQ(other->SetObjects(0, nullptr), S_OK);
+}
+
+TEST_F(Page, AMeterTickChangesTheMetersAloneOnTheScreen) {
+    const auto picture = [&] { return page->top.grab().toImage(); };
+    page->Page().clearFocus();  // the caret blinks
+    PageHarness::Settle();
+    const QImage before = picture();
+    Edit(1, [](FakeChannel& c) { c.level = 0.5f; });
+    host.Control(MPCTRL_METERS);
+    const QRect meter = page->Area(DRUMS, QStringLiteral("Level"));
+    ASSERT_TRUE(PageHarness::Until([&] { return picture() != before; }));
+    const QImage after = picture();
+    for (int y = 0; y < after.height(); y++)
+        for (int x = 0; x < after.width(); x++)
+            ASSERT_TRUE(after.pixel(x, y) == before.pixel(x, y) || meter.contains(x, y)) << x << ", " << y;
+}
+
+}  // namespace

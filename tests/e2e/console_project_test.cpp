@@ -1,0 +1,238 @@
+// The console on a real project: the module loaded as a host loads it, the engine playing behind the contract.
+#include "host/app/gesture.h"
+#include "host/app/page_host.h"
+#include "host/contract/plugin.h"
+#include "host/contract/project.h"
+#include "tests/support/page_driver.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+namespace {
+
+using namespace host;
+
+constexpr int RATE = 48000;
+constexpr double SECONDS = 4;
+
+void WriteSine(const std::filesystem::path& path, double hertz) {
+    SF_INFO info{};
+    info.samplerate = RATE;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_TRUE(file);
+    std::vector<float> samples(static_cast<size_t>(RATE * SECONDS) * 2);
+    for (size_t i = 0; i < samples.size(); i++)
+        samples[i] = static_cast<float>(0.25 * std::sin(2 * M_PI * hertz * static_cast<double>(i / 2) / RATE));
+    sf_writef_float(file, samples.data(), static_cast<sf_count_t>(samples.size() / 2));
+    sf_close(file);
+}
+
+double RmsDb(const std::filesystem::path& path) {
+    SF_INFO info{};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    EXPECT_TRUE(file) << path;
+    if (!file) return 0;
+    EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_24);
+    EXPECT_EQ(info.channels, 2);
+    std::vector<float> samples(static_cast<size_t>(info.frames) * 2);
+    sf_readf_float(file, samples.data(), info.frames);
+    sf_close(file);
+    double sum = 0;
+    for (float s : samples) sum += static_cast<double>(s) * s;
+    return sum > 0 ? 10 * std::log10(sum / static_cast<double>(samples.size())) : -200;
+}
+
+class ConsoleProject : public ::testing::Test, public PageDriver {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(folder.isValid());
+        const std::filesystem::path path = Folder();
+        Session session = NewSession();
+        session.length = SECONDS;
+        ChannelId master = kNoChannel;
+        for (const Channel& channel : session.channels)
+            if (channel.kind == ChannelKind::Master) master = channel.id;
+        const char* names[] = {"Drums", "Bass", "Keys"};
+        for (int i = 0; i < 3; i++) {
+            const std::string file = std::string(names[i]) + ".wav";
+            WriteSine(path / file, 110.0 * (i + 1));
+            Channel track;
+            track.id = 100 + static_cast<ChannelId>(i);
+            track.name = names[i];
+            track.output = master;
+            track.clips.push_back({file, 0, 0, SECONDS, 0});
+            session.channels.insert(session.channels.begin() + i, track);
+        }
+        SaveSession(session, path / "test.tarn");
+        project.Open(path / "test.tarn");
+        plugin = std::make_unique<Plugin>(TARN_CONSOLE_MODULE, project);
+        plugin->ProjectOpened();
+        place.resize(760, 480);
+        place.show();
+        ASSERT_TRUE(OpenPage());
+    }
+    void TearDown() override {
+        place.Close();
+        if (plugin) plugin->ProjectClosing();
+        plugin.reset();
+    }
+    bool OpenPage() { return place.Open(plugin->MakePage(CLSID_ConsoleMixerPage), plugin->Object()); }
+    QWidget& Page() override { return *place.PageWindow(); }
+    std::filesystem::path Folder() const { return folder.path().toStdString(); }
+    Channel Find(const std::string& name) {
+        for (const Channel& channel : project.Snapshot().channels)
+            if (channel.name == name) return channel;
+        return {};
+    }
+    void Do(const char* gesture) {
+        Gesture parsed;
+        QString reason;
+        ASSERT_TRUE(Gesture::Parse(QString::fromLatin1(gesture), &parsed, &reason)) << reason.toStdString();
+        ASSERT_TRUE(Perform(Page(), parsed, &reason)) << reason.toStdString();
+    }
+    double RenderDb(const char* name) {
+        project.Render(Folder() / name, std::nullopt);
+        return RmsDb(Folder() / name);
+    }
+
+    QTemporaryDir folder;
+    Project project{EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}}};
+    std::unique_ptr<Plugin> plugin;
+    PageHost place;
+};
+
+TEST_F(ConsoleProject, AFaderMovesTheStripTheEngineAndTheRender) {
+    Do("Bass:mute=on");
+    Do("Keys:mute=on");
+    const double before = RenderDb("before.wav");
+    Do("Drums:fader=-12.0");
+    EXPECT_NEAR(FaderDb("Drums"), -12.0, 0.05);
+    EXPECT_NEAR(Find("Drums").fader_db, -12.0, 0.001);
+    EXPECT_NEAR(RenderDb("after.wav"), before - 12.0, 0.01);
+    Do("Drums:mute=on");
+    EXPECT_TRUE(Find("Drums").mute);
+    EXPECT_LT(RenderDb("muted.wav"), -150);
+    Do("Drums:mute=off");
+    Do("Drums:fader=-100");
+    EXPECT_EQ(Find("Drums").fader_db, kSilenceDb) << "the lowest position is silence";
+}
+
+TEST_F(ConsoleProject, SoloIsHeardAloneAndEverySwitchReachesTheSession) {
+    const double all = RenderDb("all.wav");
+    Do("Keys:solo=on");
+    EXPECT_TRUE(Find("Keys").solo);
+    EXPECT_NEAR(RenderDb("solo.wav"), all - 10 * std::log10(3.0), 0.05) << "one of three equal tones";
+    Do("Keys:solo=off");
+    Click(Centre("Drums", "Invert Phase"));
+    EXPECT_TRUE(Find("Drums").phase);
+}
+
+TEST_F(ConsoleProject, SelectedStripsKeepTheirOffsets) {
+    project.EditChannel(Find("Bass").id, [](Channel& c) { c.fader_db = -6; });
+    ASSERT_TRUE(Until([&] { return FaderDb("Bass") == -6.0; })) << "the host's change reaches the strip";
+    Click(Title("Drums"));
+    Click(Title("Bass"), Qt::ControlModifier);
+    EXPECT_TRUE(Find("Drums").selected && Find("Bass").selected && !Find("Keys").selected);
+    Do("Drums:fader=-9.5");
+    EXPECT_NEAR(Find("Bass").fader_db, -15.5, 0.001);
+    EXPECT_NEAR(Find("Keys").fader_db, 0, 0.001);
+    ASSERT_TRUE(Until([&] { return FaderDb("Bass") == -15.5; }));
+}
+
+TEST_F(ConsoleProject, FollowsChannelsThatComeGoMoveAndAreRenamed) {
+    EXPECT_EQ(Channels().mid(0, 3), (QStringList{"Drums", "Bass", "Keys"}));
+    const ChannelId bus = project.AddChannel(ChannelKind::AudioBus, "Room");
+    const ChannelId track = project.AddChannel(ChannelKind::AudioTrack, "Guitar");
+    ASSERT_TRUE(Until([&] { return Channels().contains("Room") && Channels().value(3) == "Guitar"; }));
+    EXPECT_TRUE(project.MoveChannel(track, 0));
+    ASSERT_TRUE(Until([&] { return Channels().mid(0, 4) == QStringList{"Guitar", "Drums", "Bass", "Keys"}; }));
+    EXPECT_TRUE(project.RenameChannel(track, "Gitarre"));
+    ASSERT_TRUE(Until([&] { return Channels().value(0) == "Gitarre"; }));
+    Do("Gitarre:fader=-3.0");
+    EXPECT_TRUE(project.RemoveChannel(track));
+    EXPECT_TRUE(project.RemoveChannel(bus));
+    ASSERT_TRUE(Until([&] { return Channels().value(0) == "Drums" && !Channels().contains("Room"); }));
+}
+
+TEST_F(ConsoleProject, ThePageClosesAndOpensWhileAudioRuns) {
+    project.Play();
+    const auto frame = [&] { return project.Transport().frame; };
+    for (int round = 0; round < 3; round++) {
+        const int64_t before = frame();
+        place.Close();
+        ASSERT_TRUE(Until([&] { return frame() > before + 2000; })) << "audio goes on without the page";
+        ASSERT_TRUE(OpenPage());
+        place.PageWindow()->clearFocus();
+        Settle();
+        const QImage still = place.grab().toImage();
+        ASSERT_TRUE(Until([&] { return place.grab().toImage() != still; })) << "the meters move again";
+    }
+    project.Stop();
+}
+
+TEST_F(ConsoleProject, AnotherSessionOpensUnderTheOpenPage) {
+    Session other = NewSession();
+    Channel track;
+    track.id = 7;
+    track.name = "Only";
+    for (const Channel& channel : other.channels)
+        if (channel.kind == ChannelKind::Master) track.output = channel.id;
+    other.length = 1;
+    other.channels.insert(other.channels.begin(), track);
+    SaveSession(other, Folder() / "other.tarn");
+    plugin->ProjectClosing();
+    project.Open(Folder() / "other.tarn");
+    plugin->ProjectOpened();
+    EXPECT_TRUE(Until([&] { return Channels().value(0) == "Only"; }));
+    EXPECT_THROW(project.Open(Folder() / "missing.tarn"), SessionError);
+    EXPECT_EQ(Find("Only").id, 7u) << "the open project stands";
+}
+
+TEST_F(ConsoleProject, FourThreadsOfHostChangesWhileThePageIsWorked) {
+    project.Play();
+    const ChannelId ids[] = {Find("Drums").id, Find("Bass").id, Find("Keys").id};
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; t++)
+        threads.emplace_back([&, t] {
+            for (int i = 0; !stop; i++) {
+                const ChannelId id = ids[i % 3];
+                if (t == 0) project.EditChannel(id, [i](Channel& c) { c.fader_db = -(i % 60); });
+                if (t == 1) project.EditChannel(id, [i](Channel& c) { c.mute = i & 4; });
+                if (t == 2) project.RenameChannel(id, "N" + std::to_string(i % 10));
+                if (t == 3) {
+                    const ChannelId made = project.AddChannel(ChannelKind::AudioTrack, "T");
+                    project.MoveChannel(made, 0);
+                    project.RemoveChannel(made);
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+    for (int i = 0; i < 150; i++) {
+        const QPoint at(30 + i * 37 % 700, 120 + i * 13 % 300);
+        Press(at);
+        Move(at + QPoint(0, i % 50 - 25));
+        Release(at + QPoint(0, i % 50 - 25));
+        Wheel(at, i & 1 ? 120 : -120);
+        Settle();
+    }
+    stop = true;
+    for (std::thread& thread : threads) thread.join();
+    for (size_t i = 0; i < 3; i++) project.RenameChannel(ids[i], "Final" + std::to_string(i));
+    EXPECT_TRUE(Until([&] {
+        QStringList tracks = Channels().mid(0, 3);
+        tracks.sort();
+        return tracks == QStringList{"Final0", "Final1", "Final2"};
+    })) << "in the end the page shows what the host has: "
+        << Channels().join(' ').toStdString();
+}
+
+}  // namespace

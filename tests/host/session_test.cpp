@@ -1,0 +1,165 @@
+#include "tests/host/test_session.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+
+namespace host {
+namespace {
+
+using nlohmann::json;
+using test::FullSession;
+
+std::string RefusalOf(std::string_view text) {
+    try {
+        ParseSession(text);
+    } catch (const SessionError& e) {
+        EXPECT_EQ(std::string(e.what()).find('\n'), std::string::npos) << "not one line: " << e.what();
+        return e.what();
+    }
+    return "accepted";
+}
+
+TEST(Session, ComesBackFromTextAsItWas) {
+    const Session full = FullSession();
+    const std::string text = FormatSession(full);
+    EXPECT_EQ(ParseSession(text), full);
+    EXPECT_EQ(FormatSession(ParseSession(text)), text);
+    EXPECT_EQ(ParseSession(FormatSession(NewSession())), NewSession());
+}
+
+TEST(Session, OptionalMembersHaveDefaults) {
+    const Session s =
+        ParseSession(R"({"format":"tarn-session","version":1,"sample_rate":48000,"length":1,"channels":[
+        {"id":1,"kind":"master","name":"M"},
+        {"id":2,"kind":"track","name":"T","output":1,"clips":[{"file":"a.wav","start":0,"length":1}]}]})");
+    Session expected;
+    expected.length = 1;
+    expected.channels = {{.id = 1, .kind = ChannelKind::Master, .name = "M"},
+                         {.id = 2, .name = "T", .output = 1, .clips = {{"a.wav", 0, 0, 1, 0}}}};
+    EXPECT_EQ(s, expected);
+}
+
+// Each row breaks the full session in one place by a JSON patch; the refusal begins with that place.
+TEST(Session, RefusesWithThePlaceOfTheFault) {
+    struct Row {
+        const char* patch;
+        const char* place;
+    };
+    const Row rows[] = {
+        {R"({"op":"replace","path":"/format","value":"tarn"})", "/format"},
+        {R"({"op":"replace","path":"/version","value":2})", "/version"},
+        {R"({"op":"replace","path":"/version","value":1.0})", "/version"},
+        {R"({"op":"remove","path":"/channels"})", "/: lacks \"channels\""},
+        {R"({"op":"add","path":"/colour","value":1})", "/colour"},
+        {R"({"op":"add","path":"/channels/0/a~1b\n","value":1})", "/channels/0/a~1b?"},
+        {R"({"op":"replace","path":"/sample_rate","value":48000.5})", "/sample_rate"},
+        {R"({"op":"replace","path":"/sample_rate","value":7999})", "/sample_rate"},
+        {R"({"op":"replace","path":"/length","value":-1})", "/length"},
+        {R"({"op":"replace","path":"/length","value":1e300})", "/length"},
+        {R"({"op":"replace","path":"/length","value":"1"})", "/length"},
+        {R"({"op":"replace","path":"/loop/end","value":0.1})", "/loop/end"},
+        {R"({"op":"replace","path":"/loop/end","value":0.3333333333333333})", "/loop/end"},
+        {R"({"op":"replace","path":"/loop/on","value":1})", "/loop/on"},
+        {R"({"op":"replace","path":"/tempo","value":0})", "/tempo"},
+        {R"({"op":"replace","path":"/channels/0/id","value":0})", "/channels/0/id"},
+        {R"({"op":"replace","path":"/channels/0/id","value":9007199254740992})", "/channels/0/id"},
+        {R"({"op":"replace","path":"/channels/0/id","value":18446744073709551615})", "/channels/0/id"},
+        {R"({"op":"replace","path":"/channels/1/id","value":9})", "/channels/1/id"},
+        {R"({"op":"replace","path":"/channels/0/kind","value":"Track"})", "/channels/0/kind"},
+        {R"({"op":"replace","path":"/channels/0/kind","value":"bus"})", "/channels/0/clips"},
+        {R"({"op":"replace","path":"/channels/1/kind","value":"master"})", "/channels"},
+        {R"({"op":"replace","path":"/channels/2/kind","value":"preview"})", "/channels"},
+        {R"({"op":"replace","path":"/channels/0/fader_db","value":24.1})", "/channels/0/fader_db"},
+        {R"({"op":"replace","path":"/channels/0/pan","value":-1.01})", "/channels/0/pan"},
+        {R"({"op":"replace","path":"/channels/0/mute","value":null})", "/channels/0/mute"},
+        {R"({"op":"replace","path":"/channels/0/colour","value":52})", "/channels/0/colour"},
+        {R"({"op":"replace","path":"/channels/0/output","value":77})", "/channels/0/output"},
+        {R"({"op":"replace","path":"/channels/0/output","value":9})", "/channels/0/output"},
+        {R"({"op":"remove","path":"/channels/0/output"})", "/channels/0/output"},
+        {R"({"op":"replace","path":"/channels/1/output","value":4})", "/channels/1/output"},
+        {R"({"op":"add","path":"/channels/2/output","value":4})", "/channels/2/output"},
+        {R"({"op":"replace","path":"/channels/0/clips/1/file","value":""})", "/channels/0/clips/1/file"},
+        {R"({"op":"replace","path":"/channels/0/clips/1/file","value":"/etc/x"})",
+         "/channels/0/clips/1/file"},
+        {R"({"op":"replace","path":"/channels/0/clips/1/file","value":"a\u0000b"})",
+         "/channels/0/clips/1/file"},
+        {R"({"op":"replace","path":"/channels/0/clips/1/length","value":0})", "/channels/0/clips/1/length"},
+        {R"({"op":"replace","path":"/channels/0/clips/1/offset","value":-0.1})",
+         "/channels/0/clips/1/offset"},
+        {R"({"op":"replace","path":"/preferences/0/key","value":4294967296})", "/preferences/0/key"},
+        {R"({"op":"remove","path":"/preferences/0/uint"})", "/preferences/0"},
+        {R"({"op":"add","path":"/preferences/0/int","value":1})", "/preferences/0"},
+        {R"({"op":"add","path":"/preferences/-","value":{"section":"Other","key":100,"int":1}})",
+         "/preferences/4/key"},
+        {R"({"op":"replace","path":"/preferences/3/hex","value":"0g"})", "/preferences/3/hex"},
+        {R"({"op":"replace","path":"/preferences/3/hex","value":"000"})", "/preferences/3/hex"},
+    };
+    const json full = json::parse(FormatSession(FullSession()));
+    ASSERT_EQ(full["preferences"][0]["key"], "ShowGroups");
+    for (const Row& row : rows) {
+        const std::string refusal = RefusalOf(full.patch(json::array({json::parse(row.patch)})).dump());
+        EXPECT_EQ(refusal.rfind(row.place, 0), 0u) << row.patch << " gave: " << refusal;
+    }
+}
+
+TEST(Session, RefusesRoutingInACircle) {
+    Session s = FullSession();
+    s.channels.push_back({.id = 20, .kind = ChannelKind::AudioBus, .name = "A", .output = 21});
+    s.channels.push_back({.id = 21, .kind = ChannelKind::AudioBus, .name = "B", .output = 22});
+    s.channels.push_back({.id = 22, .kind = ChannelKind::AudioBus, .name = "C", .output = 20});
+    EXPECT_THROW(CheckSession(s), SessionError);
+    s.channels.back().output = 1;
+    EXPECT_NO_THROW(CheckSession(s));
+}
+
+TEST(Session, RefusesWhatIsNotJson) {
+    const std::string text = FormatSession(FullSession());
+    for (size_t n = 0; n + 1 < text.size(); n++)  // the last byte is a line end
+        EXPECT_EQ(RefusalOf(text.substr(0, n)).rfind("byte ", 0), 0u) << "first " << n << " bytes";
+    EXPECT_EQ(RefusalOf(text + "x").rfind("byte ", 0), 0u);
+    EXPECT_EQ(RefusalOf("[]"), "/: must be an object");
+    EXPECT_EQ(RefusalOf(R"({"format":"tarn-session","loop":{"on":true,"on":false}})"),
+              "/loop/on: this member is given twice");
+    EXPECT_EQ(RefusalOf(R"({"channels":[1,[],{"a":1},{"id":1,"id":1}]})"),
+              "/channels/3/id: this member is given twice");
+    EXPECT_NE(RefusalOf(R"({"format":"tarn-session","version":1,"length":1e999})"), "accepted");
+    EXPECT_NE(RefusalOf("{\"format\":\"\xff\"}"), "accepted");
+    EXPECT_NE(RefusalOf(std::string(1 << 20, '[')), "accepted");
+}
+
+// What Load would refuse must not reach the disk, and a name that is not UTF-8 is such a thing.
+TEST(Session, RefusesToWriteWhatItWouldNotRead) {
+    struct Row {
+        const char* place;
+        void (*spoil)(Session&);
+    };
+    const Row rows[] = {
+        {"/channels/0/name", [](Session& s) { s.channels[0].name = "\xc3"; }},
+        {"/channels/0/name", [](Session& s) { s.channels[0].name = "\xed\xa0\x80"; }},
+        {"/channels/0/name", [](Session& s) { s.channels[0].name = "\xc0\x80"; }},
+        {"/channels/0/name", [](Session& s) { s.channels[0].name = std::string("a\0b", 3); }},
+        {"/channels/0/pan", [](Session& s) { s.channels[0].pan = std::nan(""); }},
+        {"/channels/0/clips/0/start", [](Session& s) { s.channels[0].clips[0].start = INFINITY; }},
+        {"/tempo", [](Session& s) { s.tempo = -INFINITY; }},
+        {"/channels", [](Session& s) { s.channels.erase(s.channels.begin() + 2); }},
+        {"/preferences/2/text",
+         [](Session& s) {
+             s.preferences[{"Mixer Console", uint32_t{2010}}] = "\xff";
+         }},
+    };
+    for (const Row& row : rows) {
+        Session s = FullSession();
+        row.spoil(s);
+        try {
+            FormatSession(s);
+            ADD_FAILURE() << row.place << " was written";
+        } catch (const SessionError& e) {
+            EXPECT_EQ(e.place, row.place);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace host

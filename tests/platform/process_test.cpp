@@ -1,0 +1,28 @@
+#include "platform/process.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+TEST(Process, TellsHowAProgramEnded) {
+    struct Row {
+        std::vector<std::string> arguments;
+        bool done;
+        const char* error;
+    };
+    std::string error;
+    for (const Row& r :
+         {Row{{"true"}, true, ""}, Row{{"false"}, false, "false ended with status 1"},
+          Row{{"sh", "-c", "kill -KILL $$"}, false, "sh was ended by signal 9"},
+          Row{{"sh", "-c", "echo a; printf 'why it failed\\n\\n' >&2; exit 7"},
+              false,
+              "sh ended with status 7: why it failed"},
+          Row{{"no-such-program"}, false, "cannot run no-such-program: No such file or directory"},
+          Row{{"sh", "-c", "[ $# = 1 ] && [ \"$1\" = 'a b;*' ]", "sh", "a b;*"}, true, ""},
+          Row{{"sh", "-c", "read line; [ -z \"$line\" ]"}, true, ""},
+          Row{{"sh", "-c", "head -c 1000000 /dev/zero; echo last; exit 1"}, false, "last"}}) {
+        error.clear();
+        EXPECT_EQ(r.done, RunProgram(r.arguments, error)) << r.arguments[0] << ' ' << error;
+        EXPECT_NE(std::string::npos, error.find(r.error)) << error;
+    }
+}
+}  // namespace

@@ -1,0 +1,250 @@
+// Life of the console's object: identity, connection, the worker's replay, failures of the host at every call.
+#include "console/console_plugin.h"
+#include "plugin/module_state.h"
+#include "tests/support/fake_host.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+void AddChannels(FakeHost& host) {
+    host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},   {2, KIND_AUDIO_TRACK, 1, u"Bass"},
+                     {3, KIND_AUDIO_BUS, 0, u"Rhythm"},    {4, KIND_MASTER, 1, u"Master"},
+                     {5, KIND_BUS | KIND_SPECIAL, -2, u"Preview"}};
+}
+
+ComPtr<CConsoleControlPlugin> MakePlugin() {
+    ComPtr<CConsoleControlPlugin> plugin(new CConsoleControlPlugin(nullptr));
+    EXPECT_EQ(plugin->FinalConstruct(), S_OK);
+    return plugin;
+}
+
+HRESULT Initialise(CConsoleControlPlugin& plugin, FakeHost& host) {
+    uint32_t capabilities = 0xFFFFFFFF;
+    const HRESULT hr = plugin.Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities);
+    EXPECT_TRUE(Failed(hr) || capabilities == 0) << "the console uses no MIDI";
+    return hr;
+}
+
+std::vector<uint64_t> Ids(const CConsoleControlPlugin& plugin) {
+    CriticalSectionLock lock(plugin.MainLock());
+    std::vector<uint64_t> ids;
+    for (const ChannelEntry* entry : plugin.Entries()) ids.push_back(entry->id.channel);
+    return ids;
+}
+
+/// Waits for the worker; the limit is only there so that a fault ends the test.
+template <class F>
+bool Eventually(F condition) {
+    for (int i = 0; i < 5000 && !condition(); i++) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return condition();
+}
+
+TEST(Lifecycle, AnswersItsInterfacesAndNoOthers) {
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    for (const GUID& iid : {IID_IUnknown, IID_IMPInitialise, IID_IQmTranslationInfo, IID_IMPEventFilter,
+                            IID_IPersistStream, IID_IPersist, IID_ISpecifyPropertyPages, IID_IMPControlSurfaceDriver}) {
+        ComPtr<IUnknown> got;
+        EXPECT_EQ(plugin->QueryInterface(iid, got.OutVoid()), S_OK) << iid.Data1;
+        EXPECT_TRUE(got);
+    }
+    ComPtr<IUnknown> none;
+    EXPECT_EQ(plugin->QueryInterface(IID_IPropertyPage, none.OutVoid()), E_NOINTERFACE);
+    EXPECT_FALSE(none);
+
+    ComPtr<IPersistStream> persist;
+    plugin->QueryInterface(IID_IPersistStream, persist.OutVoid());
+    GUID id = CLSID_ConsolePlugin;
+    EXPECT_EQ(persist->GetClassID(&id), S_OK);
+    EXPECT_EQ(id, GUID{}) << "the persistent class id reads as zeros";
+    EXPECT_EQ(persist->Load(nullptr), E_NOTIMPL);
+    EXPECT_EQ(persist->IsDirty(), S_FALSE);
+
+    ComPtr<IMPControlSurfaceDriver> driver;
+    plugin->QueryInterface(IID_IMPControlSurfaceDriver, driver.OutVoid());
+    char16_t text[260];
+    EXPECT_EQ(driver->GetDeviceName(text), S_OK);
+    EXPECT_EQ(std::u16string(text), u"Mixer Console");
+    EXPECT_EQ(driver->GetMapName(text), S_FALSE);
+
+    CAUUID pages{};
+    EXPECT_EQ(plugin->GetPages(&pages), S_OK);
+    EXPECT_EQ(pages.count, 2u);
+    CoTaskMemFree(pages.ids);
+}
+
+TEST(Lifecycle, LanguageChangeDropsTextsAndSetsTheFlags) {
+    ModuleState& module = ThisModule();
+    module.pluginTexts.CacheText(1, u"one");
+    char16_t text[3];
+    EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 2u) << "cut, with its terminator";
+    EXPECT_EQ(std::u16string(text), u"on");
+    ApplyModuleLcid(0);
+    EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 2u) << "0 is US English, which it was";
+    ApplyModuleLcid(1031);
+    EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 0u);
+    EXPECT_TRUE(module.kernelTexts.IsNotEnglish());
+    ApplyModuleLcid(2057);
+    EXPECT_FALSE(module.kernelTexts.IsNotEnglish());
+    ApplyModuleLcid(0);
+}
+
+TEST(Lifecycle, OpensAProjectAndBalancesEveryReference) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    uint32_t capabilities = 0;
+    EXPECT_EQ(plugin->Initialise(host.Unknown(), nullptr, 0, 0, &capabilities), E_FAIL) << "needs the control flag";
+    EXPECT_EQ(host.Calls(), 0);
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    EXPECT_EQ(host.Connections(), 3);
+    EXPECT_TRUE(Ids(*plugin).empty());
+    host.OpenProject();
+    EXPECT_EQ(Ids(*plugin), (std::vector<uint64_t>{1, 2, 5, 3, 4}));
+    host.CloseProject();
+    EXPECT_TRUE(Ids(*plugin).empty());
+    EXPECT_EQ(plugin->Terminate(), S_OK);
+    EXPECT_EQ(plugin->Terminate(), S_OK) << "twice is harmless";
+    EXPECT_EQ(host.Connections(), 0);
+    EXPECT_EQ(host.References(), 0);
+}
+
+TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    const auto edit = [&](auto change) {
+        std::lock_guard guard(host.lock);
+        change();
+    };
+
+    edit([&] { host.channels.push_back({9, KIND_AUDIO_TRACK, 2, u"Keys"}); });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 9, KIND_AUDIO_TRACK);
+    EXPECT_EQ(Ids(*plugin), (std::vector<uint64_t>{1, 2, 9, 5, 3, 4}));
+    host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 9, KIND_AUDIO_TRACK);
+    EXPECT_EQ(Ids(*plugin).size(), 6u) << "told twice, there once";
+
+    edit([&] { host.Find(9)->order = -5; });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 9, MASK_IDENTITY);
+    EXPECT_TRUE(Eventually([&] { return Ids(*plugin) == std::vector<uint64_t>{9, 1, 2, 5, 3, 4}; }));
+
+    edit([&] { host.Find(2)->name = u"Sub"; });
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_NAME);
+    EXPECT_TRUE(Eventually([&] {
+        CriticalSectionLock lock(plugin->MainLock());
+        return std::u16string(plugin->Entries()[2]->Name()) == u"Sub";
+    }));
+
+    edit([&] { std::erase_if(host.channels, [](auto& c) { return c.id == 1; }); });
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 1, KIND_AUDIO_TRACK);
+    EXPECT_EQ(Ids(*plugin), (std::vector<uint64_t>{9, 2, 5, 3, 4}));
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 77, KIND_AUDIO_TRACK);
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, 0, 2, KIND_AUDIO_TRACK);
+    EXPECT_EQ(Ids(*plugin).size(), 5u) << "an unknown id and a level of 0 change nothing";
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, DelayedDeletesAreDoneByTheWorker) {
+    FakeHost host;
+    AddChannels(host);
+    host.preferences[u"DelayDataDeletes"] = 1;
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    {
+        CriticalSectionLock round(plugin->MainLock());  // the worker waits for it
+        host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 2, KIND_AUDIO_TRACK);
+        int32_t index = -1;
+        EXPECT_EQ(plugin->FindChannel(2, &index), S_OK) << "still there on the host's thread";
+    }
+    EXPECT_TRUE(Eventually([&] {
+        int32_t index = -1;
+        return plugin->FindChannel(2, &index) == S_FALSE;
+    }));
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, SurroundCompanionsHideBehindTheirHead) {
+    for (bool headFirst : {true, false}) {
+        FakeHost host;
+        const FakeChannel head{10, KIND_SURROUND_MASTER, headFirst ? 0 : 9, u"Surround"};
+        FakeChannel rear{11, KIND_MASTER, 5, u"Rear"};
+        rear.pairSelector = SPEAKER_REAR;
+        host.channels = {head, rear, {1, KIND_AUDIO_TRACK, 0, u"A"}};
+        ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+        ASSERT_EQ(Initialise(*plugin, host), S_OK);
+        host.OpenProject();
+        ASSERT_EQ(plugin->Entries().size(), 3u);
+        for (const ChannelEntry* entry : plugin->Entries())
+            EXPECT_EQ(entry->HasStrip(), entry->id.channel != 11) << entry->id.channel << headFirst;
+        plugin->Terminate();
+    }
+}
+
+TEST(Lifecycle, AnyFailingCallLeavesAPluginThatWorksTheNextTime) {
+    for (int n = 1;; n++) {
+        SCOPED_TRACE(n);
+        FakeHost host;
+        AddChannels(host);
+        ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+        host.FailCall(n);
+        if (Initialise(*plugin, host) == S_OK) {
+            host.OpenProject();
+            host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_VOLUME);
+            host.CloseProject();
+        }
+        plugin->Terminate();
+        const bool done = host.Calls() < n;
+        ASSERT_EQ(host.References(), 0);
+        ASSERT_LE(host.Connections(), 1) << "only a failing way to Unadvise may leave one";
+
+        host.FailCall(0);
+        ASSERT_EQ(Initialise(*plugin, host), S_OK);
+        host.OpenProject();
+        ASSERT_EQ(Ids(*plugin), (std::vector<uint64_t>{1, 2, 5, 3, 4}));
+        host.CloseProject();
+        plugin->Terminate();
+        plugin.Reset();
+        ASSERT_EQ(host.References(), 0);
+        host.OpenProject();  // a connection that is left over finds nobody
+        if (done) {
+            EXPECT_GT(n, 20);
+            return;
+        }
+    }
+}
+
+TEST(Lifecycle, NotificationsFromManyThreadsWhileItTerminates) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    for (int round = 0; round < 20; round++) {
+        ASSERT_EQ(Initialise(*plugin, host), S_OK);
+        host.OpenProject();
+        std::atomic<bool> stop{false};
+        std::vector<std::thread> threads;
+        for (uint64_t t = 0; t < 4; t++)
+            threads.emplace_back([&, t] {
+                while (!stop) {
+                    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1 + t, MASK_VOLUME | MASK_IDENTITY);
+                    host.Control(MPCTRL_METERS);
+                    host.Notify(MPNOTIFY_DISPLAY);
+                    host.Notify(MPNOTIFY_PROJECT_RELOAD);
+                    host.Tick();
+                }
+            });
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        plugin->Terminate();
+        stop = true;
+        for (std::thread& thread : threads) thread.join();
+    }
+    plugin.Reset();
+    EXPECT_EQ(host.References(), 0);
+}
+
+}  // namespace

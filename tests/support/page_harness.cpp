@@ -1,0 +1,40 @@
+#include "tests/support/page_harness.h"
+
+#include <gtest/gtest.h>
+
+PageHarness::PageHarness(IUnknown* plugin, QSize size) {
+    top.resize(size);
+    top.show();
+    EXPECT_EQ(Open(plugin), S_OK);
+    Settle();
+}
+
+HRESULT PageHarness::Open(IUnknown* plugin) {
+    HRESULT hr = QmOPTPlug_CreateOPTPropertyPage(&CLSID_ConsoleMixerPage, m_page.Out());
+    if (hr == S_OK) hr = m_page->SetPageSite(&m_site);
+    if (hr == S_OK) hr = m_page->SetObjects(1, &plugin);
+    const RECT rect{0, 0, top.width(), top.height()};
+    if (hr == S_OK) hr = m_page->Activate(static_cast<HWND>(top.winId()), &rect, 0);
+    if (hr == S_OK) hr = m_page->Show(SW_SHOW);
+    return hr;
+}
+
+void PageHarness::Close() {
+    if (!m_page) return;
+    m_page->Deactivate();
+    m_page->SetObjects(0, nullptr);
+    m_page->SetPageSite(nullptr);
+    m_page.Reset();
+    EXPECT_EQ(m_site.references, 0);
+}
+
+QWidget& PageHarness::Page() {
+    PROPPAGEINFOEX info{};
+    info.base.size = sizeof info;
+    EXPECT_EQ(m_page->GetPageInfo(&info.base), S_OK);
+    CoTaskMemFree(info.base.title);
+    CoTaskMemFree(info.menuName);
+    QWidget* page = QWidget::find(static_cast<WId>(info.window));
+    EXPECT_TRUE(page);
+    return *page;
+}

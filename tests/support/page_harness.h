@@ -1,0 +1,43 @@
+// A console page in a window of the test: made through the module's entry points, embedded by its window id, as a host
+// does it.
+#pragma once
+
+#include "plugin/host_contract.h"
+#include "tests/support/page_driver.h"
+
+extern "C" {
+HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out);
+HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags);
+HRESULT QmOPTPlug_CreateOPTPropertyPage(const GUID* pageId, IPropertyPage** out);
+HRESULT QmOPTPlug_UpdateKernelLCID(uint32_t lcid);
+}
+
+class PageSite final : public IPropertyPageSite {
+public:
+    HRESULT QueryInterface(const GUID&, void**) override { return E_NOINTERFACE; }
+    uint32_t AddRef() override { return static_cast<uint32_t>(++references); }
+    uint32_t Release() override { return static_cast<uint32_t>(--references); }
+    HRESULT OnStatusChange(uint32_t) override { return S_OK; }
+    HRESULT GetLocaleID(uint32_t* lcid) override { return *lcid = 1033, S_OK; }
+    HRESULT GetPageContainer(IUnknown**) override { return E_NOTIMPL; }
+    HRESULT TranslateAccelerator(MSG*) override { return S_FALSE; }
+
+    int references = 0;
+};
+
+class PageHarness final : public PageDriver {
+public:
+    /// Makes the page of `plugin` in a window of that size and shows it.
+    PageHarness(IUnknown* plugin, QSize size);
+    ~PageHarness() override { Close(); }
+
+    HRESULT Open(IUnknown* plugin);
+    void Close();
+    QWidget& Page() override;
+
+    QWidget top;
+
+private:
+    PageSite m_site;
+    ComPtr<IPropertyPage> m_page;
+};

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs what packages.txt lists and the machine lacks; does nothing, and needs no network, when all is there.
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+mapfile -t wanted < <(sed -e 's/#.*//' "$top/packages.txt" | awk 'NF { print $1 }')
+missing=()
+for package in "${wanted[@]}"; do
+  [ "$(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null)" = "ii " ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+echo "installing: ${missing[*]}"
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then as_root=(sudo); fi
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"

@@ -5,6 +5,10 @@ target_include_directories(tarn-flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(tarn-flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wundef -Wvla -Wcast-align -Woverloaded-virtual -Wimplicit-fallthrough
   -fno-strict-aliasing)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  # Functions of one signature have C linkage for the sake of their names; they may still return C++ references.
+  target_compile_options(tarn-flags INTERFACE -Wno-return-type-c-linkage)
+endif()
 if(TARN_ASSERTS)
   # CMake's optimised configurations define NDEBUG; the development build wants both speed and checks.
   target_compile_options(tarn-flags INTERFACE -UNDEBUG)

@@ -140,7 +140,7 @@ HRESULT CConsoleControlPlugin::AddEntry(const MPCHANNELID& id) {
         NoteCompanion(*entry);
     entry->position = m_channelCounter++;
     const HRESULT hr = PlaceEntry(entry.get());
-    if (Succeeded(hr)) entry.release();
+    if (Succeeded(hr)) (void)entry.release();  // the list's now
     return hr;
 }
 

@@ -265,7 +265,7 @@ bool CMixerView::MoveFaders(uint32_t, uintptr_t wparam, intptr_t lparam) {
     if (!strip || strip->Rects().fader.IsEmpty()) return true;
     const MessageWindow& keys = m_page.ThePageWindow();
     const bool ctrl = keys.IsKeyDown(VK_CONTROL), shift = keys.IsKeyDown(VK_SHIFT);
-    const uintptr_t side = shift == ctrl ? 'S' : shift ? 'L' : 'R';
+    const uintptr_t side = shift == ctrl ? u'S' : shift ? u'L' : u'R';
     FaderInst_Message(&strip->Fader(), WM_KEYDOWN, side, 1);
     FaderInst_Message(&strip->Fader(), WM_KEYDOWN, wparam, lparam);
     return true;

@@ -4,7 +4,7 @@ namespace host {
 namespace {
 
 QString TakeText(char16_t* text) {
-    const QString taken = text ? QString::fromUtf16(text) : QString();
+    QString taken = text ? QString::fromUtf16(text) : QString();
     CoTaskMemFree(text);
     return taken;
 }

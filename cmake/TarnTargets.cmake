@@ -36,9 +36,8 @@ function(tarn_test name)
   endif()
   target_compile_definitions(${name} PRIVATE ${A_DEFS})
   include(GoogleTest)
-  # Before the first run there is nothing to discover at build time without a display, so ctest asks the program.
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp;ASAN_OPTIONS=detect_leaks=1;LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp")
+  # ctest asks the program for its cases, with the environment that the test preset gives both.
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   foreach(s ${A_SOURCES})
     get_filename_component(abs ${s} ABSOLUTE)
     set_property(GLOBAL APPEND PROPERTY TARN_TEST_SOURCES ${abs})

@@ -7,7 +7,6 @@
 #include "host/engine/render.h"
 
 #include <chrono>
-#include <cmath>
 #include <condition_variable>
 #include <thread>
 
@@ -63,8 +62,6 @@ private:
     std::thread m_thread;
 };
 
-double DbOf(float level) { return level > 0 ? std::max(kSilenceDb, 20.0 * std::log10(static_cast<double>(level))) : kSilenceDb; }
-
 }  // namespace
 
 struct Project::Impl {
@@ -95,10 +92,7 @@ void Project::New() {
 
 void Project::Save() { SaveAs(Path()); }
 
-void Project::SaveAs(const std::filesystem::path& path) {
-    SaveSession(Snapshot(), path);
-    m_impl->core->MarkSaved(path);
-}
+void Project::SaveAs(const std::filesystem::path& path) { m_impl->core->SaveAs(path); }
 
 std::filesystem::path Project::Path() const { return m_impl->core->Path(); }
 bool Project::IsModified() const { return m_impl->core->IsModified(); }
@@ -171,7 +165,7 @@ std::vector<ChannelReport> Project::Report() const {
     for (const Channel& channel : Snapshot().channels) {
         const ShownLevels levels = m_impl->core->Levels(channel.id);
         rows.push_back({channel.id, channel.name, channel.kind, channel.fader_db, channel.mute, channel.solo,
-                        {DbOf(levels.highest[Left]), DbOf(levels.highest[Right])}});
+                        {DbFromLevel(levels.highest[Left]), DbFromLevel(levels.highest[Right])}});
     }
     return rows;
 }

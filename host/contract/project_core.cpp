@@ -75,10 +75,19 @@ std::filesystem::path ProjectCore::Path() const {
     return m_path;
 }
 
-void ProjectCore::MarkSaved(const std::filesystem::path& path) {
+void ProjectCore::SaveAs(const std::filesystem::path& path) {
     std::lock_guard lock(m_lock);
+    Session session = m_session;
+    const std::filesystem::path from = m_path.parent_path(), to = path.parent_path();
+    if (from != to)
+        for (Channel& channel : session.channels)
+            for (Clip& clip : channel.clips)
+                clip.file = std::filesystem::proximate(from / clip.file, to.empty() ? "." : to).generic_string();
+    SaveSession(session, path);
+    m_session = std::move(session);
     m_path = path;
     m_modified = false;
+    ApplyToEngine();
 }
 
 HRESULT ProjectCore::EditChannel(ChannelId id, const Edit& edit) {

@@ -53,7 +53,8 @@ public:
 
     std::filesystem::path Path() const;
     bool IsModified() const { return m_modified; }
-    void MarkSaved(const std::filesystem::path& path);
+    /// Saves under that path, where the project is from now on; clips stay the files that they are. Throws SessionError.
+    void SaveAs(const std::filesystem::path& path);
 
     ShownLevels Levels(ChannelId id) const;
     void ResetPeaks();

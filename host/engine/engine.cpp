@@ -108,8 +108,11 @@ void Engine::Control::Stop() {
 }
 
 void Engine::Control::ApplyLoop(const LoopRange& range) {
-    if (range == loop) return;
-    loop = range;
+    LoopRange sane = range;
+    if (!(range.start >= 0 && range.end >= range.start && range.end <= kMaxSeconds)) sane = {};
+    sane.on = sane.on && sane.end > sane.start;
+    if (sane == loop) return;
+    loop = sane;
     if (Playing()) rig->disk.Request({++serial, LoopAt(rig->model.SampleRate()), std::nullopt});
 }
 

@@ -69,7 +69,8 @@ public:
     void Play();  ///< from the position; at the end of the session from its start
     void Stop();
     void Locate(double seconds);  ///< whether it plays or not; below 0 is 0
-    /// While it plays the change takes effect a tenth of a second later, without a seam.
+    /// A range that is none turns the loop off. While it plays the change takes effect a tenth of a second
+    /// later, without a seam.
     void SetLoop(const LoopRange& loop);
     TransportState Transport() const;
 

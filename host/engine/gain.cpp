@@ -13,10 +13,12 @@ float GainFromDb(double db) {
     return static_cast<float>(std::pow(10.0, db / 20.0));
 }
 
-double DbFromGain(float gain) {
-    if (!(gain > 0.0f)) return kSilenceDb;
-    return std::clamp(20.0 * std::log10(static_cast<double>(gain)), kSilenceDb, kMaxGainDb);
+double DbFromLevel(float level) {
+    if (!(level > 0.0f)) return kSilenceDb;
+    return std::max(kSilenceDb, 20.0 * std::log10(static_cast<double>(level)));
 }
+
+double DbFromGain(float gain) { return std::min(kMaxGainDb, DbFromLevel(gain)); }
 
 StereoGain PanGains(double pan) {
     constexpr auto side = static_cast<float>(std::numbers::sqrt2);

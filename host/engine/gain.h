@@ -18,6 +18,9 @@ float GainFromDb(double db);
 /// gives the same float. [any-thread]
 double DbFromGain(float gain);
 
+/// The same for a level, which may be above any fader's range; kSilenceDb at least. [any-thread]
+double DbFromLevel(float level);
+
 /// Pan law: constant power with the centre at unity, so that an untouched channel passes its samples
 /// unchanged. pan: -1 left .. 1 right, clamped. At an end the near side is at +3.01 dB and the far side
 /// exactly silent; for a mono signal the sum of the two powers is the same everywhere. A stereo signal is

@@ -13,9 +13,10 @@ std::unique_ptr<MixGraph> MixModel::Build(const Session& session, const std::fil
         Entry& entry = entries[channel.id];
         if (const auto known = m_entries.find(channel.id); known != m_entries.end()) entry = known->second;
         if (!entry.part.strip) entry.part.strip = std::make_shared<ChannelStrip>(m_sampleRate);
-        if (entry.clips != channel.clips || entry.folder != folder) {
-            entry.clips = channel.clips;
-            entry.folder = folder;
+        std::vector<Clip> clips = channel.clips;
+        for (Clip& clip : clips) clip.file = (folder / clip.file).lexically_normal().string();
+        if (entry.clips != clips) {
+            entry.clips = std::move(clips);
             entry.part.stream.reset();
             if (!channel.clips.empty())
                 entry.part.stream = std::make_shared<TrackStream>(

@@ -38,8 +38,7 @@ public:
 private:
     struct Entry {
         MixGraph::Part part;
-        std::vector<Clip> clips;
-        std::filesystem::path folder;
+        std::vector<Clip> clips;  ///< with the files' whole paths
     };
 
     const int m_sampleRate;

@@ -196,6 +196,15 @@ TEST_F(ConsoleProject, AnotherSessionOpensUnderTheOpenPage) {
     EXPECT_EQ(Find("Only").id, 7u) << "the open project stands";
 }
 
+TEST_F(ConsoleProject, SavedElsewhereItStillFindsItsFiles) {
+    const double before = RenderDb("before.wav");
+    std::filesystem::create_directory(Folder() / "other");
+    project.SaveAs(Folder() / "other" / "moved.tarn");
+    EXPECT_FALSE(project.IsModified());
+    project.Open(Folder() / "other" / "moved.tarn");
+    EXPECT_NEAR(RenderDb("after.wav"), before, 0.001);
+}
+
 TEST_F(ConsoleProject, FourThreadsOfHostChangesWhileThePageIsWorked) {
     project.Play();
     const ChannelId ids[] = {Find("Drums").id, Find("Bass").id, Find("Keys").id};

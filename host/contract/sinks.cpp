@@ -19,15 +19,15 @@ HRESULT SinkList::Add(IUnknown* listener, uint32_t* cookie) {
 }
 
 HRESULT SinkList::Remove(uint32_t cookie) {
-    std::shared_ptr<Connection> gone;  // its listener is released without the lock
+    ComPtr<IUnknown> listener;  // released without the lock
     {
         std::unique_lock lock(m_lock);
         const auto at = std::find_if(m_connections.begin(), m_connections.end(),
                                      [cookie](const auto& c) { return c->cookie == cookie; });
         if (at == m_connections.end()) return E_INVALIDARG;
-        gone = *at;
+        const std::shared_ptr<Connection> gone = *at;
         m_connections.erase(at);
-        gone->alive = false;
+        listener = std::move(gone->listener);
         const std::thread::id self = std::this_thread::get_id();
         m_left.wait(lock, [&] {
             return std::all_of(gone->callers.begin(), gone->callers.end(), [&](auto id) { return id == self; });
@@ -43,12 +43,13 @@ std::vector<std::shared_ptr<SinkList::Connection>> SinkList::Current() {
 
 SinkList::InCall::InCall(SinkList& list, Connection& connection) : m_list(list), m_connection(connection) {
     std::lock_guard lock(m_list.m_lock);
-    m_allowed = m_connection.alive;
-    if (m_allowed) m_connection.callers.push_back(std::this_thread::get_id());
+    m_listener = m_connection.listener;
+    if (m_listener) m_connection.callers.push_back(std::this_thread::get_id());
 }
 
 SinkList::InCall::~InCall() {
-    if (!m_allowed) return;
+    if (!m_listener) return;
+    m_listener.Reset();  // before Remove may go on
     {
         std::lock_guard lock(m_list.m_lock);
         auto& callers = m_connection.callers;

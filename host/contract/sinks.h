@@ -13,7 +13,8 @@
 namespace host {
 
 /// The listeners of one connection point. No lock is held while a listener is called, so that it may call back into the
-/// host, connect and disconnect; and after Remove has returned, the listener is not called any more. [any-thread]
+/// host, connect and disconnect; and after Remove has returned, the listener is neither called nor
+/// referenced any more. [any-thread]
 class SinkList {
 public:
     explicit SinkList(const GUID& iid) : m_iid(iid) {}
@@ -29,15 +30,14 @@ public:
     void Send(Call send) {
         for (const std::shared_ptr<Connection>& connection : Current()) {
             const InCall call(*this, *connection);
-            if (call.IsAllowed()) send(*static_cast<Interface*>(connection->listener.Get()));
+            if (IUnknown* listener = call.Listener()) send(*static_cast<Interface*>(listener));
         }
     }
 
 private:
     struct Connection {
         uint32_t cookie;
-        ComPtr<IUnknown> listener;  ///< holds the pointer of the point's own interface
-        bool alive = true;
+        ComPtr<IUnknown> listener;  ///< the pointer of the point's own interface; null once it is removed
         std::vector<std::thread::id> callers;
     };
     /// A call in progress, which Remove waits for.
@@ -47,12 +47,12 @@ private:
         ~InCall();
         InCall(const InCall&) = delete;
         InCall& operator=(const InCall&) = delete;
-        bool IsAllowed() const { return m_allowed; }
+        IUnknown* Listener() const { return m_listener.Get(); }  ///< null when it is gone
 
     private:
         SinkList& m_list;
         Connection& m_connection;
-        bool m_allowed;
+        ComPtr<IUnknown> m_listener;
     };
     std::vector<std::shared_ptr<Connection>> Current();
 

@@ -1,6 +1,6 @@
 // The list of channel entries: built from the references, and kept in step with single changes of the host.
 #include "console/console_plugin.h"
-#include "plugin/channel_order.h"
+#include "plugin/sort_scope.h"
 
 #include <memory>
 #include <new>
@@ -19,17 +19,16 @@ int CompanionSlot(uint32_t pairSelector) {
 
 ChannelKey KeyOf(const ChannelEntry& entry) { return {entry.kind, entry.order, entry.countClass, entry.pairSelector}; }
 
-/// With a plug-in as the criteria the index is what the host says now; the entry's own may be older.
+/// The index is what the host says now; the entry's own may be older.
 int32_t CompareEntries(uintptr_t criteria, const void* a, const void* b) {
-    auto* plugin = reinterpret_cast<COPTControlPlugin*>(criteria);
+    auto& keys = *reinterpret_cast<ChannelKeys*>(criteria);
     const auto& entryA = *static_cast<const ChannelEntry*>(a);
     const auto& entryB = *static_cast<const ChannelEntry*>(b);
     const bool mainA = entryA.state & ENTRY_MAIN_OUTPUT, mainB = entryB.state & ENTRY_MAIN_OUTPUT;
     if (mainA != mainB) return mainA ? -1 : 1;
-    const auto key = [plugin](const ChannelEntry& entry) {
+    const auto key = [&keys](const ChannelEntry& entry) {
         ChannelKey k = KeyOf(entry);
-        MPCHANNELREC rec{};
-        if (plugin && plugin->GetChannelRecord(entry.id, &rec, MASK_IDENTITY) == S_OK) k.order = rec.order;
+        k.order = keys.Of(entry.id).order;
         return k;
     };
     return CompareChannels(key(entryA), key(entryB), ChannelOrder::Entries);
@@ -63,7 +62,6 @@ HRESULT CConsoleControlPlugin::RebuildChannels() {
     if (m_view) m_view->OnEntryGoing(nullptr);
     for (ChannelEntry* entry : Entries()) delete entry;
     QmList_DeleteList(m_entries, 0, -1, 0);
-    QmList_Sort(m_entries, reinterpret_cast<uintptr_t>(static_cast<COPTControlPlugin*>(this)), nullptr);
     m_channelCounter = 0;
     for (MPCHANNELID& id : m_companions) id = {};
     if (!(ControlState() & CTRLSTATE_PROJECT_OPEN)) return S_OK;
@@ -144,6 +142,7 @@ HRESULT CConsoleControlPlugin::AddEntry(const MPCHANNELID& id) {
     return hr;
 }
 
+/// Within a SortScope of the list.
 HRESULT CConsoleControlPlugin::PlaceEntry(ChannelEntry* entry) {
     const int32_t at = QmList_FindSortedInsertIndexRange(m_entries, entry, 0, -1, CompareEntries);
     return QmList_InsertList(m_entries, at, &entry, 1);
@@ -176,9 +175,12 @@ HRESULT CConsoleControlPlugin::UpdateEntry(const MPCTRLREC& rec) {
 
 bool CConsoleControlPlugin::ApplyPendingChanges() {
     CriticalSectionLock lock(MainLock());
+    if (!m_rebuildPending && m_pendingChanges.empty()) return false;
+    SortScope scope(m_entries, *this);
     bool changed = std::exchange(m_rebuildPending, false);
     if (changed) RebuildChannels();
     for (const MPCTRLREC& rec : std::exchange(m_pendingChanges, {})) changed |= ApplyChange(rec);
+    if (changed) scope.Sort(CompareEntries);
     return changed;
 }
 
@@ -205,6 +207,5 @@ bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec) {
     if (entry->kind == hadKind && entry->order == hadOrder) return entry->HasStrip() != hadStrip;
     QmList_DeleteList(m_entries, QmList_FindSpecificItemRange(m_entries, 0, -1, entry), 1, 0);
     PlaceEntry(entry);
-    QmList_Sort(m_entries, reinterpret_cast<uintptr_t>(static_cast<COPTControlPlugin*>(this)), CompareEntries);
     return true;
 }

@@ -1,8 +1,8 @@
 // The reference list: the plug-in's mirror of which channels the host has, in the references' order, each row with the
 // rows of its sends and effects, and those with the rows of their parameters.
-#include "plugin/channel_order.h"
 #include "plugin/control_plugin.h"
 #include "plugin/module_state.h"
+#include "plugin/sort_scope.h"
 
 #include "platform/text.h"
 
@@ -31,15 +31,10 @@ int32_t IsSubObject(const void* key, const void* item) {
 }
 
 int32_t CompareReferences(uintptr_t criteria, const void* a, const void* b) {
-    auto* plugin = reinterpret_cast<COPTControlPlugin*>(criteria);
-    const auto read = [&](const void* row) {
-        MPCHANNELREC rec{};
-        const MPCHANNELID id{static_cast<const MPCHANNELREF*>(row)->channel, 0, 0};
-        plugin->GetChannelRecord(id, &rec, MASK_IDENTITY);
-        return ChannelKey::From(rec);
-    };
+    auto& keys = *reinterpret_cast<ChannelKeys*>(criteria);
+    const auto key = [&keys](const void* row) { return keys.Of({static_cast<const MPCHANNELREF*>(row)->channel, 0, 0}); };
     const bool surround = ThisModule().channelMode == CHANNEL_MODE_SURROUND;
-    return CompareChannels(read(a), read(b), surround ? ChannelOrder::ReferencesSurround : ChannelOrder::References);
+    return CompareChannels(key(a), key(b), surround ? ChannelOrder::ReferencesSurround : ChannelOrder::References);
 }
 
 /// Calls each(ref, record) for the host's objects of one level; `start` names the parent. A failure of `each` ends it.
@@ -75,7 +70,9 @@ HRESULT COPTControlPlugin::FetchChannels(uint32_t reset, uint32_t kindMask) {
     if (!host) return S_FALSE;
     if (reset) DestroyReferences();
     HRESULT hr = MakeRefList(&m_refs, reinterpret_cast<uintptr_t>(this));
-    if (Succeeded(hr)) hr = EnumerateReferences(*host, kindMask & ENUM_TRACKS);
+    if (Failed(hr)) return hr;
+    const SortScope scope(m_refs, *this);
+    hr = EnumerateReferences(*host, kindMask & ENUM_TRACKS);
     if (Succeeded(hr)) hr = EnumerateReferences(*host, kindMask & ENUM_BUSSES);
     if (Failed(hr)) return hr;
     SetControlBits(CTRLSTATE_REFS_VALID);
@@ -87,7 +84,7 @@ HRESULT COPTControlPlugin::FetchChannels(uint32_t reset, uint32_t kindMask) {
 HRESULT COPTControlPlugin::EnumerateReferences(IMPCtrlChannels& host, uint32_t kindMask) {
     if (!kindMask) return S_OK;
     return ForEachChannel(host, {}, LEVEL_CHANNEL, kindMask, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
-        return ref.channel ? InsertReference(ref.channel) : S_OK;
+        return ref.channel && FindReference(ref.channel) < 0 ? PlaceReference({ref.channel, nullptr, 0, nullptr}) : S_OK;
     });
 }
 
@@ -97,7 +94,12 @@ int32_t COPTControlPlugin::FindReference(uint64_t channel) const {
 
 HRESULT COPTControlPlugin::InsertReference(uint64_t channel) {
     if (FindReference(channel) >= 0) return S_FALSE;
-    const MPCHANNELREF row{channel, nullptr, 0, nullptr};
+    const SortScope scope(m_refs, *this);
+    return PlaceReference({channel, nullptr, 0, nullptr});
+}
+
+/// Within a SortScope of the list.
+HRESULT COPTControlPlugin::PlaceReference(const MPCHANNELREF& row) {
     const int32_t at = QmList_FindSortedInsertIndexRange(m_refs, &row, 0, -1, CompareReferences);
     return QmList_InsertList(m_refs, at, &row, 1);
 }
@@ -116,14 +118,10 @@ HRESULT COPTControlPlugin::ReplaceReference(uint64_t channel, uint64_t with) {
     return S_OK;
 }
 
-void COPTControlPlugin::ResortReference(uint64_t channel) {
-    const int32_t at = FindReference(channel);
-    if (at < 0) return;
-    const MPCHANNELREF row = QmList_Records<MPCHANNELREF>(m_refs)[at];
-    QmList_DeleteList(m_refs, at, 1, 0);
-    const int32_t place = QmList_FindSortedInsertIndexRange(m_refs, &row, 0, -1, CompareReferences);
-    QmList_InsertList(m_refs, place, &row, 1);
-    QmList_Sort(m_refs, reinterpret_cast<uintptr_t>(this), CompareReferences);
+/// One sort for all channels that moved in a round: a host that inserts a track moves every one behind it.
+void COPTControlPlugin::ResortReferences() {
+    if (!std::exchange(m_resortWanted, false) || !m_refs) return;
+    SortScope(m_refs, *this).Sort(CompareReferences);
 }
 
 HRESULT COPTControlPlugin::LoadSubLists(IMPCtrlChannels& host, MPCHANNELREF& row) {
@@ -202,7 +200,7 @@ HRESULT COPTControlPlugin::ApplyChannelChange(const MPCTRLREC& rec) {
         if ((rec.flags & CHANGE_REMOVED) && delayedKind) DeleteReference(rec.object.channel);
         if ((rec.flags & CHANGE_ADDED) && delayedKind) InsertReference(rec.object.channel);
         if (rec.flags & CHANGE_CTRL_REPLACED) ReplaceReference(rec.object.channel, rec.second.channel);
-        if ((rec.flags & CHANGE_ATTRIBUTES) && (rec.kindMask & MASK_IDENTITY)) ResortReference(rec.object.channel);
+        if ((rec.flags & CHANGE_ATTRIBUTES) && (rec.kindMask & MASK_IDENTITY)) m_resortWanted = true;
     } else if (rec.level == LEVEL_SUB_OBJECT) {
         ApplySubChange(rec);
     }

@@ -88,6 +88,7 @@ HRESULT COPTControlPlugin::DrainNotifications(uint32_t discard) {
         for (size_t i = 0; i < rows.size(); i++)
             if (i + 1 == rows.size() || !Supersedes(rows[i], rows[i + 1])) OnControl(&rows[i], 0);
     QmList_Destroy(queue);
+    ResortReferences();
     return S_OK;
 }
 

@@ -132,7 +132,8 @@ private:
     HRESULT InsertReference(uint64_t channel);
     HRESULT DeleteReference(uint64_t channel);
     HRESULT ReplaceReference(uint64_t channel, uint64_t with);
-    void ResortReference(uint64_t channel);
+    HRESULT PlaceReference(const MPCHANNELREF& row);
+    void ResortReferences();
     int32_t FindReference(uint64_t channel) const;
     HRESULT LoadSubLists(IMPCtrlChannels& host, MPCHANNELREF& row);
     HRESULT LoadPortEntries(HQMLIST* list, uint32_t kind);
@@ -149,6 +150,7 @@ private:
     uint32_t m_workerWait = ManualResetEvent::INFINITE_WAIT;
     std::atomic<uint32_t> m_control;
     HQMLIST m_refs = nullptr;
+    bool m_resortWanted = false;  ///< a channel's place has changed in this round
     HQMLIST m_controls = nullptr;
     HQMLIST m_inputs = nullptr, m_midiPorts = nullptr, m_outputs = nullptr;
     std::vector<uint64_t> m_portFilter;

@@ -234,7 +234,7 @@ inline constexpr uint32_t TREE_FIXED = 2;
 inline constexpr uint32_t TREE_FIXED_UNLOCKED = 0x10000002;
 inline constexpr uint32_t TREE_NOTIFY_RESEND = 2;
 
-inline constexpr uint32_t TIMEFORMAT_NANO = 2;
+inline constexpr uint32_t TIMEFORMAT_NANO = 2;  ///< nano positions, counts of 100 ns
 
 inline constexpr uint32_t PORTS_INPUT = 0, PORTS_OUTPUT = 1;
 inline constexpr uint32_t PORTMODE_OUTPUT = 5;
@@ -392,8 +392,8 @@ MP_OFFSET(MPNOTIFYREC, second, 72);
 struct MPCTRLREC {
     GUID id;
     uint32_t reserved16[5];
-    uint32_t flags;
-    uint32_t kindMask;
+    uint32_t flags;     ///< CHANGE_, and the bits of each id
+    uint32_t kindMask;  ///< KIND_; with CHANGE_ATTRIBUTES the MASK_ groups that changed
     uint32_t level;
     MPCHANNELID object;
     uint64_t reserved72;
@@ -606,8 +606,8 @@ struct IMPControlSurfaceDriver : IUnknown {
 // Interfaces that the host implements, all [any-thread]
 
 struct IMPProjectTree : IUnknown {
-    /// Starts an enumeration. *key holds the parent's path and receives the path of the object found; *more is set
-    /// while more follow.
+    /// Starts an enumeration. *key holds the parent's path and receives the path of the object found; *more tells that
+    /// another follows this one.
     virtual HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) = 0;
     virtual HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) = 0;
     virtual HRESULT Find(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) = 0;
@@ -643,6 +643,7 @@ struct IMPPortList : IUnknown {
 };
 
 struct IMPCtrlChannels : IUnknown {
+    /// Enumerates as IMPProjectTree does. The record receives the fields of MASK_IDENTITY.
     virtual HRESULT First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kindMask,
                           uint32_t reserved) = 0;
     virtual HRESULT Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kindMask,

@@ -7,6 +7,7 @@
 #include <QApplication>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -44,10 +45,14 @@ int main(int argc, char** argv) {
         return EXIT_SESSION;
     }
     try {
-        host::MainWindow window(project, ConsoleModule());
-        window.resize(options.size);
-        window.show();
-        return options.IsScripted() ? host::RunScript(window, project, options) : QApplication::exec();
+        auto window = std::make_unique<host::MainWindow>(project, ConsoleModule());
+        window->resize(options.size);
+        window->show();
+        if (options.IsScripted()) return host::RunScript(*window, project, options);
+        const int code = QApplication::exec();
+        window.reset();  // a plug-in leaves its preferences when it goes
+        project.SavePreferences();
+        return code;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "mixhost: %s\n", e.what());
         return 1;

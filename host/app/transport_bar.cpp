@@ -48,7 +48,7 @@ TransportBar::TransportBar(Project& project, QWidget* parent)
     connect(m_loop, &QAction::triggered, this, [this](bool on) {
         LoopRange loop = m_project.Transport().loop;
         loop.on = on;
-        if (loop.end <= loop.start) loop.start = 0, loop.end = std::max(1.0, m_project.Snapshot().length);
+        if (loop.end <= loop.start) loop.start = 0, loop.end = std::max(1.0, m_project.Length());
         m_project.SetLoop(loop);
     });
 
@@ -79,11 +79,11 @@ void TransportBar::TogglePlay() {
     Refresh();
 }
 
-void TransportBar::Seek(int step) { m_project.Locate(m_project.Snapshot().length * step / SLIDER_STEPS); }
+void TransportBar::Seek(int step) { m_project.Locate(m_project.Length() * step / SLIDER_STEPS); }
 
 void TransportBar::Refresh() {
     const TransportState state = m_project.Transport();
-    const double length = m_project.Snapshot().length;
+    const double length = m_project.Length();
     m_play->setIcon(state.playing ? m_stopIcon : m_playIcon);
     m_play->setText(state.playing ? QStringLiteral("Stop") : QStringLiteral("Play"));
     m_loop->setChecked(state.loop.on);

@@ -94,6 +94,15 @@ void Project::Save() { SaveAs(Path()); }
 
 void Project::SaveAs(const std::filesystem::path& path) { m_impl->core->SaveAs(path); }
 
+void Project::SavePreferences() {
+    if (Path().empty()) return;
+    Session saved = LoadSession(Path());
+    auto preferences = Snapshot().preferences;
+    if (saved.preferences == preferences) return;
+    saved.preferences = std::move(preferences);
+    SaveSession(saved, Path());
+}
+
 std::filesystem::path Project::Path() const { return m_impl->core->Path(); }
 bool Project::IsModified() const { return m_impl->core->IsModified(); }
 
@@ -113,6 +122,10 @@ TransportState Project::Transport() const { return m_impl->core->engine.Transpor
 
 Session Project::Snapshot() const {
     return m_impl->core->Read([](const Session& session) { return session; });
+}
+
+double Project::Length() const {
+    return m_impl->core->Read([](const Session& session) { return session.length; });
 }
 
 ChannelId Project::AddChannel(ChannelKind kind, const std::string& name) {

@@ -46,6 +46,9 @@ public:
     void New();
     void Save();  ///< where it was opened or saved last; throws SessionError
     void SaveAs(const std::filesystem::path& path);
+    /// Puts what plug-ins have left as preferences into the saved session, and nothing else of what has changed since.
+    /// Without a file it does nothing. Throws SessionError.
+    void SavePreferences();
     std::filesystem::path Path() const;
     bool IsModified() const;  ///< since it was opened or saved
 
@@ -56,6 +59,7 @@ public:
     TransportState Transport() const;
 
     Session Snapshot() const;
+    double Length() const;  ///< seconds
     /// A new channel of that kind at the end of its row; busses and tracks go to the master.
     ChannelId AddChannel(ChannelKind kind, const std::string& name);
     bool RemoveChannel(ChannelId id);  ///< what fed it goes to the master; false for master and preview bus

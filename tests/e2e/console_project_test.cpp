@@ -205,6 +205,17 @@ TEST_F(ConsoleProject, SavedElsewhereItStillFindsItsFiles) {
     EXPECT_NEAR(RenderDb("after.wav"), before, 0.001);
 }
 
+TEST_F(ConsoleProject, PreferencesAreKeptAndTheMixThatWasNotSavedIsNot) {
+    Do("Drums:fader=-12.0");
+    place.Close();
+    plugin->ProjectClosing();
+    plugin.reset();
+    project.SavePreferences();
+    const Session saved = LoadSession(Folder() / "test.tarn");
+    EXPECT_EQ(FindChannel(saved, Find("Drums").id)->fader_db, 0);
+    EXPECT_EQ(std::get<uint32_t>(saved.preferences.at({"Mixer Console", 100u})), 1015u);
+}
+
 TEST_F(ConsoleProject, FourThreadsOfHostChangesWhileThePageIsWorked) {
     project.Play();
     const ChannelId ids[] = {Find("Drums").id, Find("Bass").id, Find("Keys").id};

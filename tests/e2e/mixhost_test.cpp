@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QProcessEnvironment>
+#include <QSet>
 #include <QTemporaryDir>
 
 namespace {
@@ -16,15 +18,19 @@ struct RunResult {
     QByteArray errors;
 };
 
-RunResult Mixhost(const QStringList& arguments) {
+RunResult Execute(const QString& program, const QStringList& arguments,
+                  const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
     QProcess process;
-    process.start(QStringLiteral(TARN_MIXHOST), arguments);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
     EXPECT_TRUE(process.waitForFinished(120000));
     QByteArray errors;
     for (const QByteArray& line : process.readAllStandardError().split('\n'))
         if (line.startsWith("mixhost: ")) errors += line + '\n';  // Qt's platform has remarks of its own
     return {process.exitCode(), errors};
 }
+
+RunResult Mixhost(const QStringList& arguments) { return Execute(QStringLiteral(TARN_MIXHOST), arguments); }
 
 void Write(const QString& path, const QByteArray& bytes) {
     QFile file(path);
@@ -44,6 +50,29 @@ TEST(Mixhost, ASessionThatCannotBeReadEndsWithOneLineAndCode2) {
         EXPECT_TRUE(run.errors.contains("bad.tarn")) << run.errors.toStdString();
     }
     EXPECT_EQ(Mixhost({folder.filePath(QStringLiteral("none.tarn")), QStringLiteral("--headless")}).code, 2);
+}
+
+TEST(Mixhost, WorksInARealWindowSystem) {
+    QTemporaryDir folder;
+    const std::string path = folder.filePath(QStringLiteral("x.tarn")).toStdString();
+    host::SaveSession(host::NewSession(), path);
+    const QString png = folder.filePath(QStringLiteral("x.png"));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    // The page is a native child of the host's window here, which the offscreen platform knows nothing of.
+    const RunResult run =
+        Execute(QStringLiteral("xvfb-run"),
+                {QStringLiteral("-a"), QStringLiteral(TARN_MIXHOST), QString::fromStdString(path), "--null-device",
+                 "--seconds", "0.2", "--screenshot", png, "--gesture", "Master:fader=-3.0"},
+                environment);
+    EXPECT_EQ(run.code, 0) << run.errors.toStdString();
+    const QImage picture(png);
+    ASSERT_FALSE(picture.isNull());
+    const QImage strips = picture.copy(0, 120, 160, 300);
+    QSet<QRgb> colours;
+    for (int y = 0; y < strips.height(); y++)
+        for (int x = 0; x < strips.width(); x++) colours.insert(strips.pixel(x, y));
+    EXPECT_GT(colours.size(), 20) << "strips are painted";
 }
 
 TEST(Mixhost, AScriptedRunLeavesPictureRenderAndReport) {

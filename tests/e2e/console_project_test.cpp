@@ -163,17 +163,14 @@ TEST_F(ConsoleProject, FollowsChannelsThatComeGoMoveAndAreRenamed) {
 }
 
 TEST_F(ConsoleProject, ThePageClosesAndOpensWhileAudioRuns) {
+    project.SetLoop({0, SECONDS, true});  // however slow the machine is, it does not come to the end
     project.Play();
-    const auto frame = [&] { return project.Transport().frame; };
     for (int round = 0; round < 3; round++) {
-        const int64_t before = frame();
+        ASSERT_TRUE(Until([&] { return LevelDb("Drums") > -30; })) << "the meters of a new page move";
         place.Close();
-        ASSERT_TRUE(Until([&] { return frame() > before + 2000; })) << "audio goes on without the page";
+        const int64_t before = project.Transport().frame;
+        ASSERT_TRUE(Until([&] { return project.Transport().frame != before; })) << "audio goes on without the page";
         ASSERT_TRUE(OpenPage());
-        place.PageWindow()->clearFocus();
-        Settle();
-        const QImage still = place.grab().toImage();
-        ASSERT_TRUE(Until([&] { return place.grab().toImage() != still; })) << "the meters move again";
     }
     project.Stop();
 }

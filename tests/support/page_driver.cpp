@@ -87,6 +87,11 @@ double PageDriver::FaderDb(const QString& channel) {
     return found ? found->valueInterface()->currentValue().toDouble() : -1000;
 }
 
+double PageDriver::LevelDb(const QString& channel) {
+    QAccessibleInterface* found = Control(Page(), channel, QStringLiteral("Level"));
+    return found ? found->valueInterface()->currentValue().toDouble() : -1000;
+}
+
 bool PageDriver::IsChecked(const QString& channel, const QString& control) {
     QAccessibleInterface* found = Control(Page(), channel, control);
     return found && found->state().checked;

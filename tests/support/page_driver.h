@@ -34,6 +34,7 @@ public:
     /// A point of the strip's title row, where a click selects.
     QPoint Title(const QString& channel);
     double FaderDb(const QString& channel);
+    double LevelDb(const QString& channel);
     bool IsChecked(const QString& channel, const QString& control);
     bool IsSelected(const QString& channel);
     QStringList Channels();

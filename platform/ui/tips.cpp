@@ -5,7 +5,6 @@
 #include <QGuiApplication>
 #include <QHelpEvent>
 #include <QLabel>
-#include <QScreen>
 #include <QToolTip>
 #include <QWidget>
 
@@ -15,23 +14,23 @@ namespace {
 constexpr int kHoverMilliseconds = 60000;
 constexpr LONG kTrackedMargin = 8;  // at each side of the text
 
-// Qt makes the window as wide as the text; margins are the tip's own.
+// A child of the window, not a window of its own, since it moves with every step of a drag.
 QLabel* MakeTracked(QWidget& window) {
-    auto* label = new QLabel(&window, Qt::ToolTip | Qt::BypassGraphicsProxyWidget);
+    auto* label = new QLabel(&window);
     label->setFont(QToolTip::font());
-    label->setPalette(QToolTip::palette());
+    label->setPalette(QGuiApplication::palette());
+    label->setAutoFillBackground(true);
     label->setForegroundRole(QPalette::ToolTipText);
     label->setBackgroundRole(QPalette::ToolTipBase);
     label->setAlignment(Qt::AlignCenter);
-    label->setAttribute(Qt::WA_ShowWithoutActivating);
     label->setAttribute(Qt::WA_TransparentForMouseEvents);
     return label;
 }
 }  // namespace
 
-POINT PlaceTip(POINT wanted, SIZE size, const RECT& screen) {
-    return {std::max(std::min(wanted.x, screen.right - size.cx), screen.left),
-            std::max(std::min(wanted.y, screen.bottom - size.cy), screen.top)};
+POINT PlaceTip(POINT wanted, SIZE size, const RECT& area) {
+    return {std::max(std::min(wanted.x, area.right - size.cx), area.left),
+            std::max(std::min(wanted.y, area.bottom - size.cy), area.top)};
 }
 
 Tips::Tips(QWidget& window) : m_window(window) {}
@@ -58,8 +57,10 @@ void Tips::Track(std::u16string_view text, POINT at) {
     m_tracked->setText(QString(ViewText(text).constData(), static_cast<qsizetype>(text.size())));
     const QSize hint = m_tracked->sizeHint();
     const SIZE size{hint.width() + 2 * kTrackedMargin, hint.height() + kTrackedMargin};
-    const POINT place = PlaceTip(at, size, FromQRect(m_window.screen()->virtualGeometry()));
+    const QPoint local = m_window.mapFromGlobal(QPoint(at.x, at.y));
+    const POINT place = PlaceTip({local.x(), local.y()}, size, FromQRect(m_window.rect()));
     m_tracked->setGeometry(place.x, place.y, size.cx, size.cy);
+    m_tracked->raise();
     m_tracked->show();
 }
 

@@ -14,9 +14,9 @@ class QHelpEvent;
 class QLabel;
 class QWidget;
 
-/// Where a tip of that size goes so that it stays on the screen: moved left or up, never
+/// Where a tip of that size goes so that it stays within an area: moved left or up, never
 /// past the left or top edge.
-POINT PlaceTip(POINT wanted, SIZE size, const RECT& screen);
+POINT PlaceTip(POINT wanted, SIZE size, const RECT& area);
 
 class Tips {
 public:

@@ -1,5 +1,5 @@
-// 64 stereo tracks from disk, each with fader and pan off centre, into two busses and the master. The counter `load` is
-// the share of real time on one core; `realtime` how many times faster than real time.
+// 64 stereo tracks from disk, each with fader and pan off centre, into two busses and the master. The counter
+// `load` is the share of real time on one core; `realtime` how many times faster than real time.
 #include "host/engine/offline_mix.h"
 #include "host/engine/problem_log.h"
 #include "host/engine/render.h"
@@ -94,13 +94,15 @@ void Mix(benchmark::State& state) {
         frames += static_cast<int64_t>(block);
     }
     const double seconds = static_cast<double>(frames) / RATE;
-    state.counters["load"] = benchmark::Counter(seconds, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["load"] =
+        benchmark::Counter(seconds, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void Render(benchmark::State& state) {
-    for (auto _ : state) RenderToFile(TheProject().session, TheProject().folder, TheProject().folder / "mix.wav");
-    state.counters["realtime"] =
-        benchmark::Counter(static_cast<double>(SECONDS) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    for (auto _ : state)
+        RenderToFile(TheProject().session, TheProject().folder, TheProject().folder / "mix.wav");
+    state.counters["realtime"] = benchmark::Counter(
+        static_cast<double>(SECONDS) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
 BENCHMARK(Mix)->Arg(64)->Arg(512)->Arg(4096)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime();

@@ -1,5 +1,5 @@
-// The whole page with 100 and 500 strips: one meter tick from the host's notification to the pixels, and one full paint.
-// With the name of a PNG as the argument it saves what was painted, to be looked at.
+// The whole page with 100 and 500 strips: one meter tick from the host's notification to the pixels, and one
+// full paint. With the name of a PNG as the argument it saves what was painted, to be looked at.
 #include "tests/support/fake_host.h"
 #include "tests/support/page_harness.h"
 
@@ -15,7 +15,8 @@ class Scene {
 public:
     Scene(int strips, QSize size) {
         for (int i = 0; i < strips; i++)
-            host.channels.push_back({static_cast<uint64_t>(i + 1), KIND_AUDIO_TRACK, i, u"Track " + Number(i + 1)});
+            host.channels.push_back(
+                {static_cast<uint64_t>(i + 1), KIND_AUDIO_TRACK, i, u"Track " + Number(i + 1)});
         host.transport = TRANSPORT_PLAYING;
         QmOPTPlug_CreateOPTObject(object.Out());
         ComPtr<IMPInitialise> init;

@@ -42,7 +42,8 @@ class PartAccessible final : public QAccessibleInterface,
                              public QAccessibleValueInterface,
                              public QAccessibleActionInterface {
 public:
-    PartAccessible(PageAccessible& page, ChannelEntry& entry, PartId id) : m_page(page), m_entry(entry), m_id(id) {}
+    PartAccessible(PageAccessible& page, ChannelEntry& entry, PartId id)
+        : m_page(page), m_entry(entry), m_id(id) {}
 
     bool isValid() const override { return m_entry.view != nullptr; }
     QObject* object() const override { return nullptr; }
@@ -61,7 +62,9 @@ public:
 
     QVariant currentValue() const override;
     void setCurrentValue(const QVariant&) override {}  // a gesture of the user moves faders
-    QVariant maximumValue() const override { return m_id.part == Part::Fader ? TheStrip().Fader().scale.max / 10.0 : 0.0; }
+    QVariant maximumValue() const override {
+        return m_id.part == Part::Fader ? TheStrip().Fader().scale.max / 10.0 : 0.0;
+    }
     QVariant minimumValue() const override;
     QVariant minimumStepSize() const override { return 0.1; }
 
@@ -159,7 +162,8 @@ std::vector<PartId> PartAccessible::Children() const {
 
 QAccessibleInterface* PartAccessible::child(int index) const {
     const std::vector<PartId> parts = Children();
-    return index >= 0 && index < std::ssize(parts) ? m_page.Of(m_entry, parts[static_cast<size_t>(index)]) : nullptr;
+    return index >= 0 && index < std::ssize(parts) ? m_page.Of(m_entry, parts[static_cast<size_t>(index)])
+                                                   : nullptr;
 }
 
 int PartAccessible::indexOfChild(const QAccessibleInterface* which) const {
@@ -199,8 +203,10 @@ QAccessible::Role PartAccessible::role() const {
 }
 
 QString PartAccessible::text(QAccessible::Text which) const {
-    if (which == QAccessible::Value && m_id.part == Part::Fader) return ToQString(TheStrip().ValueText(false)) + " dB";
-    if (which == QAccessible::Description && m_id.part == Part::Group) return ToQString(TheStrip().KindWord());
+    if (which == QAccessible::Value && m_id.part == Part::Fader)
+        return ToQString(TheStrip().ValueText(false)) + " dB";
+    if (which == QAccessible::Description && m_id.part == Part::Group)
+        return ToQString(TheStrip().KindWord());
     if (which != QAccessible::Name) return {};
     switch (m_id.part) {
     case Part::Group: return QString::fromUtf16(m_entry.Name());
@@ -253,7 +259,8 @@ void PartAccessible::doAction(const QString& action) {
 QStringList PartAccessible::keyBindingsForAction(const QString&) const {
     constexpr std::array KEYS = {"Z", "X"};
     const auto index = static_cast<size_t>(m_id.index);
-    return m_id.part == Part::Switch && index < KEYS.size() ? QStringList(QString::fromLatin1(KEYS[index])) : QStringList();
+    return m_id.part == Part::Switch && index < KEYS.size() ? QStringList(QString::fromLatin1(KEYS[index]))
+                                                            : QStringList();
 }
 
 QAccessibleInterface* MakeAccessible(const QString&, QObject* object) {

@@ -1,5 +1,5 @@
-// What a screen reader, or a script, finds on the page: a pane, in it one group a strip, in that the strip's controls with
-// name, role, value and range. All on the page's thread.
+// What a screen reader, or a script, finds on the page: a pane, in it one group a strip, in that the strip's
+// controls with name, role, value and range. All on the page's thread.
 #pragma once
 
 #include "console/channel_entry.h"

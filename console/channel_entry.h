@@ -1,5 +1,5 @@
-// The channel entry: the console's record of one channel, one a strip. The plug-in object owns the entries; the page's
-// thread reads and changes them, and other threads touch nothing of an entry but its pending word.
+// The channel entry: the console's record of one channel, one a strip. The plug-in object owns the entries;
+// the page's thread reads and changes them, and other threads touch nothing of an entry but its pending word.
 #pragma once
 
 #include "plugin/host_contract.h"
@@ -32,8 +32,8 @@ struct ChannelEntry {
     char16_t longName[CHANNEL_NAME_SIZE] = {};
     uint32_t hasCompanions = 0;
     MPCHANNELID companions[4] = {};
-    uint32_t state = 0;     ///< ENTRY_
-    uint32_t position = 0;  ///< the channel counter at creation
+    uint32_t state = 0;                ///< ENTRY_
+    uint32_t position = 0;             ///< the channel counter at creation
     std::atomic<uint32_t> pending{0};  ///< dirty bits for the page; [any-thread]
     std::unique_ptr<EntryView> view;
 

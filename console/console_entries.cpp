@@ -17,7 +17,9 @@ int CompanionSlot(uint32_t pairSelector) {
     return pairSelector & SPEAKER_LFE ? 3 : -1;
 }
 
-ChannelKey KeyOf(const ChannelEntry& entry) { return {entry.kind, entry.order, entry.countClass, entry.pairSelector}; }
+ChannelKey KeyOf(const ChannelEntry& entry) {
+    return {entry.kind, entry.order, entry.countClass, entry.pairSelector};
+}
 
 /// The index is what the host says now; the entry's own may be older.
 int32_t CompareEntries(uintptr_t criteria, const void* a, const void* b) {

@@ -14,9 +14,10 @@ struct KindRow {
 };
 /// The first row that fits a kind word names its image.
 constexpr KindRow KINDS[] = {
-    {KIND_SPECIAL, KIND_SPECIAL, -1},    {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, 0}, {KIND_MIDI_TRACK, KIND_MIDI_TRACK, 5},
-    {KIND_MASTER, KIND_MASTER, 2},       {KIND_AUDIO_BUS, KIND_AUDIO_BUS, 1},     {KIND_FX, KIND_FX, 3},
-    {KIND_SYNTH, KIND_SYNTH, 4},         {KIND_INPUT_BUS, KIND_INPUT_BUS, 6},
+    {KIND_SPECIAL, KIND_SPECIAL, -1},      {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, 0},
+    {KIND_MIDI_TRACK, KIND_MIDI_TRACK, 5}, {KIND_MASTER, KIND_MASTER, 2},
+    {KIND_AUDIO_BUS, KIND_AUDIO_BUS, 1},   {KIND_FX, KIND_FX, 3},
+    {KIND_SYNTH, KIND_SYNTH, 4},           {KIND_INPUT_BUS, KIND_INPUT_BUS, 6},
 };
 constexpr std::string_view KIND_IMAGES[] = {"kind_audio", "kind_bus",  "kind_master", "kind_fx",
                                             "kind_synth", "kind_midi", "kind_input"};

@@ -1,9 +1,9 @@
-// CConsoleControlPlugin: the object that the host creates. It keeps the sorted list of channel entries in step with the
-// host and tells the page what changed.
+// CConsoleControlPlugin: the object that the host creates. It keeps the sorted list of channel entries in
+// step with the host and tells the page what changed.
 //
-// Entries belong to the page's thread while a page is attached: other threads record what happened and the page applies
-// it, so that nothing that the page is looking at goes away under it. Without a page changes apply at once, under the
-// main lock.
+// Entries belong to the page's thread while a page is attached: other threads record what happened and the
+// page applies it, so that nothing that the page is looking at goes away under it. Without a page changes
+// apply at once, under the main lock.
 #pragma once
 
 #include "console/console_view.h"
@@ -28,7 +28,8 @@ public:
     HRESULT OnTransportFlags(const MPCTRLREC* rec, uint32_t post) override;
     HRESULT FetchChannels(uint32_t reset, uint32_t kindMask) override;
 
-    /// The page begins or ends its use of the entries; null ends it. Pending changes are applied first. [page-thread]
+    /// The page begins or ends its use of the entries; null ends it. Pending changes are applied first.
+    /// [page-thread]
     void SetView(ConsoleView* view);
 
     /// The entries in the console's order; valid until ApplyPendingChanges. [page-thread]
@@ -36,8 +37,8 @@ public:
     /// Null when the entry is not in the list; the pointer is only compared. [page-thread]
     ChannelEntry* FindEntry(const void* pointer) const;
 
-    /// Brings the entries in step with what the host's threads recorded. True when entries came, went or moved.
-    /// [page-thread]
+    /// Brings the entries in step with what the host's threads recorded. True when entries came, went or
+    /// moved. [page-thread]
     bool ApplyPendingChanges();
 
     /// Whether display work is suspended by the host. [any-thread]

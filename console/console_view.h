@@ -7,7 +7,8 @@ class ConsoleView {
 public:
     // From any thread.
 
-    /// Shows the channel's new state; null is every channel. From another thread the bits wait in the pending word.
+    /// Shows the channel's new state; null is every channel. From another thread the bits wait in the pending
+    /// word.
     virtual void NotifyChannel(ChannelEntry* channel, uint32_t dirty) = 0;
     virtual void InvalidateAll() = 0;
     /// Asks the page's thread to call ApplyPendingChanges.

@@ -53,7 +53,8 @@ void FaderGesture::Begin(ChannelEntry& source, bool selected) {
         MPCHANNELREC rec{};
         if (m_plugin.GetChannelRecord(entry->id, &rec, MASK_SWITCHES) != S_OK) continue;
         Member member{entry, 0};
-        if ((rec.switches & SWITCH_SELECTED) && SetTouch(*entry, true, &member.start)) m_others.push_back(member);
+        if ((rec.switches & SWITCH_SELECTED) && SetTouch(*entry, true, &member.start))
+            m_others.push_back(member);
     }
 }
 

@@ -1,5 +1,5 @@
-// One movement of a fader from press to release, as the host hears of it: begin, changes, end. The other selected
-// channels move along, each keeping its offset to the fader that is moved.
+// One movement of a fader from press to release, as the host hears of it: begin, changes, end. The other
+// selected channels move along, each keeping its offset to the fader that is moved.
 #pragma once
 
 #include "console/channel_entry.h"
@@ -15,13 +15,14 @@ public:
     bool IsRunning() const { return m_source.entry != nullptr; }
     bool IsRunningOn(const ChannelEntry& entry) const { return m_source.entry == &entry; }
 
-    /// Starts a gesture of `source`; with `selected` the other selected channels of its sort join. Another gesture that
-    /// still runs ends first.
+    /// Starts a gesture of `source`; with `selected` the other selected channels of its sort join. Another
+    /// gesture that still runs ends first.
     void Begin(ChannelEntry& source, bool selected);
     /// Moves the source to `position`, the others by as much.
     void Change(int32_t position);
     void End();
-    /// The entry is going away; null is all of them. Nothing more is sent for it, and without its source a gesture ends.
+    /// The entry is going away; null is all of them. Nothing more is sent for it, and without its source a
+    /// gesture ends.
     void Forget(const ChannelEntry* entry);
 
 private:
@@ -30,7 +31,8 @@ private:
         int32_t start = 0;
     };
 
-    /// Begins or ends the touch of a channel and leaves its value as the host has it; its position in *position.
+    /// Begins or ends the touch of a channel and leaves its value as the host has it; its position in
+    /// *position.
     bool SetTouch(ChannelEntry& entry, bool on, int32_t* position);
     void Move(ChannelEntry& entry, int32_t position);
     void EndOthers();

@@ -1,16 +1,17 @@
-// tConsoleMetrics: the pixel metrics of the console, one record for the process, computed from the console's two fonts.
+// tConsoleMetrics: the pixel metrics of the console, one record for the process, computed from the console's
+// two fonts.
 #pragma once
 
 #include "platform/types.h"
 
 /// What the metrics need to know of fonts 100 (control) and 110 (small control), in pixels.
 struct ConsoleFontMeasures {
-    SIZE control;          ///< average character of font 100
-    SIZE small;            ///< average character of font 110
-    LONG peakText;         ///< "138.0" in font 110
-    LONG lowestText;       ///< "-138.0" in font 110
-    LONG silenceText;      ///< "-Inf." in font 110
-    LONG surroundText;     ///< "-72.0" in font 110
+    SIZE control;              ///< average character of font 100
+    SIZE small;                ///< average character of font 110
+    LONG peakText;             ///< "138.0" in font 110
+    LONG lowestText;           ///< "-138.0" in font 110
+    LONG silenceText;          ///< "-Inf." in font 110
+    LONG surroundText;         ///< "-72.0" in font 110
     uint32_t primaryLanguage;  ///< of the user interface
 };
 

@@ -10,7 +10,8 @@ namespace {
 constexpr uint32_t NOT_SELECTABLE = KIND_NO_STRIP | KIND_SPECIAL;
 
 bool IsSelectElement(uint32_t element) {
-    return element == ELEMENT_TITLE || element == ELEMENT_NAME || element == ELEMENT_REST || element == ELEMENT_VALUE;
+    return element == ELEMENT_TITLE || element == ELEMENT_NAME || element == ELEMENT_REST ||
+           element == ELEMENT_VALUE;
 }
 
 const StripSwitch* SwitchOf(uint32_t element) {
@@ -52,7 +53,8 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     if (message == WM_MOUSEMOVE && m_held) {
         const StripSwitch* s = SwitchOf(m_heldElement);
         const uint32_t pressed = s && (m_held->Rects().*s->rect).Contains(at) ? m_heldElement : ELEMENT_NONE;
-        if (std::exchange(m_pressed, pressed) != pressed) m_page.ThePageWindow().Invalidate(m_held->Rects().strip);
+        if (std::exchange(m_pressed, pressed) != pressed)
+            m_page.ThePageWindow().Invalidate(m_held->Rects().strip);
         return 0;
     }
     if (message == WM_LBUTTONUP) {
@@ -86,8 +88,8 @@ void CMixerView::OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, 
     if (!m_held) m_gesture.End();  // a double-click is over with its press
 }
 
-/// Changes that come back from the host wait for the message loop, so the strip outlives the call; but the fader may let
-/// go of the mouse in it, and that comes back here as a message of its own.
+/// Changes that come back from the host wait for the message loop, so the strip outlives the call; but the
+/// fader may let go of the mouse in it, and that comes back here as a message of its own.
 void CMixerView::SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam) {
     FaderInst_Message(&m_held->Fader(), message, wparam, lparam);
     if (m_held && m_held->Fader().dragPart == FADER_NOWHERE) m_held = nullptr;
@@ -97,7 +99,8 @@ intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam
     const POINT at = m_page.ThePageWindow().ToClient(UnpackPoint(lparam));
     const int32_t turn = SignedHighWord(wparam);
     Strip* strip = m_bounds.Contains(at) ? StripAt(at.x) : nullptr;
-    if (message == WM_MOUSEWHEEL && !(LowWord(wparam) & MK_SHIFT) && strip && strip->Rects().fader.Contains(at)) {
+    if (message == WM_MOUSEWHEEL && !(LowWord(wparam) & MK_SHIFT) && strip &&
+        strip->Rects().fader.Contains(at)) {
         FaderInst_Message(&strip->Fader(), message, wparam, lparam);
         if (!m_held) m_gesture.End();  // each notch is a movement of its own
         return FADER_WHEEL_USED;
@@ -135,12 +138,14 @@ void CMixerView::Release(POINT at) {
     }
 }
 
-// Selection and focus ----------------------------------------------------------------------------------------------
+// Selection and focus
+// ----------------------------------------------------------------------------------------------
 
 void CMixerView::Select(ChannelEntry& channel, SelectMode mode) {
     const std::vector<Strip*> strips = VisibleStrips();
     const auto indexOf = [&](const ChannelEntry* entry) {
-        const auto at = std::find_if(strips.begin(), strips.end(), [&](Strip* s) { return &s->Entry() == entry; });
+        const auto at =
+            std::find_if(strips.begin(), strips.end(), [&](Strip* s) { return &s->Entry() == entry; });
         return at - strips.begin();
     };
     const auto target = indexOf(&channel);
@@ -170,7 +175,8 @@ void CMixerView::EnsureFocus() {
     if (m_focus && Strip::Of(*m_focus)) return;
     const std::vector<Strip*> strips = VisibleStrips();
     if (strips.empty()) return;
-    const auto selected = std::find_if(strips.begin(), strips.end(), [](Strip* s) { return s->IsSelected(); });
+    const auto selected =
+        std::find_if(strips.begin(), strips.end(), [](Strip* s) { return s->IsSelected(); });
     SetFocus(&(selected != strips.end() ? *selected : strips.front())->Entry());
 }
 
@@ -188,7 +194,8 @@ void CMixerView::SetFocus(ChannelEntry* channel) {
     m_page.OnFocusMoved();
 }
 
-// Keys -------------------------------------------------------------------------------------------------------------
+// Keys
+// -------------------------------------------------------------------------------------------------------------
 
 bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     const auto key = static_cast<uint32_t>(wparam);
@@ -241,7 +248,8 @@ bool CMixerView::MoveFocus(uint32_t key) {
     if (strips.empty() || !m_focus) return true;
     const MessageWindow& window = m_page.ThePageWindow();
     const bool ctrl = window.IsKeyDown(VK_CONTROL), shift = window.IsKeyDown(VK_SHIFT);
-    const auto at = std::find_if(strips.begin(), strips.end(), [this](Strip* s) { return &s->Entry() == m_focus; });
+    const auto at =
+        std::find_if(strips.begin(), strips.end(), [this](Strip* s) { return &s->Entry() == m_focus; });
     const auto last = std::ssize(strips) - 1;
     auto index = at - strips.begin();
     const bool back = key == VK_LEFT || (key == VK_TAB && shift);

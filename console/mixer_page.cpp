@@ -57,7 +57,8 @@ CConsoleMixerPage::~CConsoleMixerPage() {
     if (m_console) m_console->SetView(nullptr);
 }
 
-// IPropertyPage ----------------------------------------------------------------------------------------------------
+// IPropertyPage
+// ----------------------------------------------------------------------------------------------------
 
 HRESULT CConsoleMixerPage::SetObjects(uint32_t count, IUnknown** objects) {
     const HRESULT hr = CBaseListPage::SetObjects(count, objects);
@@ -119,7 +120,8 @@ SIZE CConsoleMixerPage::IdealSize() const {
     return ideal;
 }
 
-// Window -----------------------------------------------------------------------------------------------------------
+// Window
+// -----------------------------------------------------------------------------------------------------------
 
 intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) {
     auto& window = static_cast<PageWindow&>(*Window());
@@ -202,7 +204,8 @@ intptr_t CConsoleMixerPage::HitTest(POINT screen) {
     constexpr LONG STILL_BEFORE = -2, STILL_AFTER = 3;  // the mouse has not moved far enough to ask again
     const POINT at = ThePageWindow().ToClient(screen);
     const LONG dx = at.x - m_lastPoint.x, dy = at.y - m_lastPoint.y;
-    if (m_lastHit && dx >= STILL_BEFORE && dx < STILL_AFTER && dy >= STILL_BEFORE && dy < STILL_AFTER) return HTCLIENT;
+    if (m_lastHit && dx >= STILL_BEFORE && dx < STILL_AFTER && dy >= STILL_BEFORE && dy < STILL_AFTER)
+        return HTCLIENT;
     m_lastPoint = at;
     std::u16string tip;
     RECT area{};
@@ -242,7 +245,8 @@ void CConsoleMixerPage::OnStripsMoved() {
     if (m_hasFocus) OnFocusMoved();
 }
 
-// Requests of other threads ----------------------------------------------------------------------------------------
+// Requests of other threads
+// ----------------------------------------------------------------------------------------
 
 void CConsoleMixerPage::NotifyChannel(ChannelEntry* channel, uint32_t dirty) {
     if (IsPageThread()) {
@@ -262,11 +266,13 @@ void CConsoleMixerPage::InvalidateAll() {
 }
 
 void CConsoleMixerPage::PostPendingChanges() {
-    if (!m_pendingPosted.exchange(true) && !Poster().Post(PAGEMSG_REFRESH, REFRESH_CHANNEL, 0)) m_pendingPosted = false;
+    if (!m_pendingPosted.exchange(true) && !Poster().Post(PAGEMSG_REFRESH, REFRESH_CHANNEL, 0))
+        m_pendingPosted = false;
 }
 
 void CConsoleMixerPage::PostTick(bool meters) {
-    if (m_tickWanted.fetch_or(meters ? TICK_METERS : TICK_VALUES) == 0 && !Poster().Post(PAGEMSG_TICK)) m_tickWanted = 0;
+    if (m_tickWanted.fetch_or(meters ? TICK_METERS : TICK_VALUES) == 0 && !Poster().Post(PAGEMSG_TICK))
+        m_tickWanted = 0;
 }
 
 void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
@@ -282,7 +288,8 @@ void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
             NotifyChannel(channel, dirty);
         }
     }
-    if ((wparam & (REFRESH_REGION | REFRESH_REDRAW)) && m_mixerView) ThePageWindow().Invalidate(m_mixerView->Bounds());
+    if ((wparam & (REFRESH_REGION | REFRESH_REDRAW)) && m_mixerView)
+        ThePageWindow().Invalidate(m_mixerView->Bounds());
     if (wparam & REFRESH_ALL) InvalidateAll();
     if (wparam & REFRESH_IMAGES) OnLookChanged(static_cast<uint32_t>(lparam));
 }

@@ -1,5 +1,5 @@
-// CConsoleMixerPage: the console's main page. It owns the one window that everything of the console is drawn in, routes
-// its messages to the regions, and takes the requests by which other threads ask for repaints.
+// CConsoleMixerPage: the console's main page. It owns the one window that everything of the console is drawn
+// in, routes its messages to the regions, and takes the requests by which other threads ask for repaints.
 #pragma once
 
 #include "console/accessible.h"
@@ -11,12 +11,12 @@
 #include <thread>
 
 /// Bits of PAGEMSG_REFRESH's wparam, tested in this order.
-inline constexpr uintptr_t REFRESH_CHANNEL = 1;   ///< lparam: channel or 0; also brings pending changes
-inline constexpr uintptr_t REFRESH_REGION = 8;    ///< lparam: region
-inline constexpr uintptr_t REFRESH_REDRAW = 4;    ///< lparam: region; at once
-inline constexpr uintptr_t REFRESH_ALL = 2;       ///< lparam: -1
-inline constexpr uintptr_t REFRESH_IMAGES = 16;   ///< lparam: reload mask
-inline constexpr uint32_t PAGEMSG_TICK = 32771;   ///< values and meters of a running host
+inline constexpr uintptr_t REFRESH_CHANNEL = 1;  ///< lparam: channel or 0; also brings pending changes
+inline constexpr uintptr_t REFRESH_REGION = 8;   ///< lparam: region
+inline constexpr uintptr_t REFRESH_REDRAW = 4;   ///< lparam: region; at once
+inline constexpr uintptr_t REFRESH_ALL = 2;      ///< lparam: -1
+inline constexpr uintptr_t REFRESH_IMAGES = 16;  ///< lparam: reload mask
+inline constexpr uint32_t PAGEMSG_TICK = 32771;  ///< values and meters of a running host
 
 class CConsoleMixerPage final : public CBaseListPage, public ConsoleView {
 public:

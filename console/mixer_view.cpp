@@ -23,7 +23,8 @@ HRESULT CMixerView::Create() {
     return S_OK;
 }
 
-// Strips and their places ------------------------------------------------------------------------------------------
+// Strips and their places
+// ------------------------------------------------------------------------------------------
 
 std::vector<Strip*> CMixerView::VisibleStrips() const {
     std::vector<Strip*> strips;
@@ -99,7 +100,8 @@ Strip* CMixerView::StripAt(LONG x) const {
     return nullptr;
 }
 
-// Painting ---------------------------------------------------------------------------------------------------------
+// Painting
+// ---------------------------------------------------------------------------------------------------------
 
 bool CMixerView::IsOffBySolo(const Strip& strip) const {
     auto& entry = const_cast<Strip&>(strip).Entry();
@@ -136,7 +138,8 @@ void CMixerView::PaintScrollLane(QPainter& painter) const {
     if (lane.IsEmpty()) return;
     constexpr LONG SHORTEST = 24;
     const LONG total = TotalWidth(), width = lane.Width();
-    const LONG length = std::min(width, std::max<LONG>(SHORTEST, static_cast<LONG>(int64_t{width} * width / total)));
+    const LONG length =
+        std::min(width, std::max<LONG>(SHORTEST, static_cast<LONG>(int64_t{width} * width / total)));
     const LONG left = lane.left + static_cast<LONG>(int64_t{width - length} * m_offset / (total - width));
     FillRect(painter, lane, m_images.background);
     FillRect(painter, {left, lane.top + 2, left + length, lane.bottom - 2}, QmGetUIColor(UICOLOR_TICK));
@@ -177,7 +180,8 @@ void CMixerView::OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) {
         Strip* strip = Strip::Of(*entry);
         if (!strip) continue;
         strip->ReadBack();
-        if (dirty & (DIRTY_ALL | DIRTY_CONTROLS | DIRTY_NAME)) m_page.ThePageWindow().Invalidate(strip->Rects().strip);
+        if (dirty & (DIRTY_ALL | DIRTY_CONTROLS | DIRTY_NAME))
+            m_page.ThePageWindow().Invalidate(strip->Rects().strip);
     }
     InvalidateValues();
 }
@@ -188,9 +192,11 @@ void CMixerView::OnTimer(uint32_t id) {
     if (m_held && m_heldElement == ELEMENT_FADER) SendToHeldFader(WM_TIMER, id, 0);
 }
 
-// Faders -----------------------------------------------------------------------------------------------------------
+// Faders
+// -----------------------------------------------------------------------------------------------------------
 
-void CMixerView::OnFader(tQMFADER*, uint32_t, uintptr_t userData, uint32_t code, const int32_t* values, uint32_t) {
+void CMixerView::OnFader(tQMFADER*, uint32_t, uintptr_t userData, uint32_t code, const int32_t* values,
+                         uint32_t) {
     auto& strip = *reinterpret_cast<Strip*>(userData);
     strip.View().HandleFader(strip, code, values[0]);
 }

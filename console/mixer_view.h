@@ -1,5 +1,6 @@
-// CMixerView: the strips of all visible channels side by side, in the console's order, scrolled when they do not fit.
-// It paints them, gives them the mouse and the keys, and turns selection and fader movements into calls of the host.
+// CMixerView: the strips of all visible channels side by side, in the console's order, scrolled when they do
+// not fit. It paints them, gives them the mouse and the keys, and turns selection and fader movements into
+// calls of the host.
 #pragma once
 
 #include "console/fader_gesture.h"
@@ -43,8 +44,8 @@ public:
 private:
     enum class SelectMode { Alone, Toggle, Extend };
 
-    static void OnFader(tQMFADER* fader, uint32_t id, uintptr_t userData, uint32_t code, const int32_t* values,
-                        uint32_t channelMask);
+    static void OnFader(tQMFADER* fader, uint32_t id, uintptr_t userData, uint32_t code,
+                        const int32_t* values, uint32_t channelMask);
     void HandleFader(Strip& strip, uint32_t code, int32_t position);
     Strip* StripAt(LONG x) const;
     void LayoutStrips();

@@ -37,7 +37,8 @@ QM_API HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out) {
     });
 }
 
-/// Tells who the module is, before any object exists. `name` is cut to nameSize characters with its terminator.
+/// Tells who the module is, before any object exists. `name` is cut to nameSize characters with its
+/// terminator.
 QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags) {
     if (!classId || !name || !flags) return E_POINTER;
     return EntryPoint([&]() -> HRESULT {
@@ -49,7 +50,8 @@ QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_
     });
 }
 
-/// Makes a page by its class id; E_NOINTERFACE for one that the module does not have, and when it can't be made.
+/// Makes a page by its class id; E_NOINTERFACE for one that the module does not have, and when it can't be
+/// made.
 QM_API HRESULT QmOPTPlug_CreateOPTPropertyPage(const GUID* pageId, IPropertyPage** out) {
     if (!pageId || !out) return E_POINTER;
     *out = nullptr;

@@ -6,8 +6,8 @@
 #include "console/mixer_view.h"
 #include "console/texts.h"
 #include "controls/number_text.h"
-#include "kernel/ui/ui_colors.h"
 #include "kernel/ui/theme.h"
+#include "kernel/ui/ui_colors.h"
 #include "platform/ui/window.h"
 
 #include <algorithm>
@@ -16,8 +16,8 @@
 
 namespace {
 
-constexpr uint32_t FADER_STYLE = FADERS_VERTICAL | FADERS_NO_FOCUS | FADERS_TAPER | FADERS_UI_COLORS | FADERS_SELF_KEYS |
-                                 FADERS_TICKS;
+constexpr uint32_t FADER_STYLE =
+    FADERS_VERTICAL | FADERS_NO_FOCUS | FADERS_TAPER | FADERS_UI_COLORS | FADERS_SELF_KEYS | FADERS_TICKS;
 static_assert(FADER_STYLE == (0x2889 | FADERS_TICKS));
 // The console's meter, with the readout and the marks of the highest recent levels.
 constexpr uint32_t METER_STYLE = METERS_VERTICAL | METERS_CLIP_CLICK | METERS_UI_COLORS | METERS_CLIP_SHOWN |
@@ -34,9 +34,12 @@ struct KindWordRow {
     uint32_t mask, value, textId;
 };
 constexpr KindWordRow KIND_WORDS[] = {
-    {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, IDS_KIND_AUDIO}, {KIND_MIDI_TRACK, KIND_MIDI_TRACK, IDS_KIND_MIDI},
-    {KIND_MASTER, KIND_MASTER, IDS_KIND_MASTER},          {KIND_INPUT_BUS, KIND_INPUT_BUS, IDS_KIND_INPUT},
-    {KIND_AUDIO_BUS, KIND_AUDIO_BUS, IDS_KIND_BUS},       {KIND_FX, KIND_FX, IDS_KIND_FX},
+    {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, IDS_KIND_AUDIO},
+    {KIND_MIDI_TRACK, KIND_MIDI_TRACK, IDS_KIND_MIDI},
+    {KIND_MASTER, KIND_MASTER, IDS_KIND_MASTER},
+    {KIND_INPUT_BUS, KIND_INPUT_BUS, IDS_KIND_INPUT},
+    {KIND_AUDIO_BUS, KIND_AUDIO_BUS, IDS_KIND_BUS},
+    {KIND_FX, KIND_FX, IDS_KIND_FX},
     {KIND_SYNTH, KIND_SYNTH, IDS_KIND_SYNTH},
 };
 
@@ -79,7 +82,8 @@ Strip::~Strip() {
 }
 
 LONG Strip::Width() const {
-    return m_entry.kind & KIND_SURROUND ? ConsoleMetrics().cxSurroundCurrent : ConsoleMetrics().cxChannelCurrent;
+    return m_entry.kind & KIND_SURROUND ? ConsoleMetrics().cxSurroundCurrent
+                                        : ConsoleMetrics().cxChannelCurrent;
 }
 
 int32_t Strip::Position() const { return m_fader.pos[0]; }
@@ -100,8 +104,8 @@ std::u16string Strip::ValueText(bool offBySolo) const {
     if (m_switches & SWITCH_MUTE) return ConsoleText(IDS_MUTED);
     if (offBySolo) return ConsoleText(IDS_OFF_SOLO);
     return Position() <= POSITION_MIN && !m_entry.IsMidi() ? ConsoleText(IDS_SILENCE)
-           : m_entry.IsMidi()                                ? NumberText(Position(), u"$.0f")
-                                                             : NumberText(Position() / 10.0);
+           : m_entry.IsMidi()                              ? NumberText(Position(), u"$.0f")
+                                                           : NumberText(Position() / 10.0);
 }
 
 void Strip::Layout(const RECT& rect) {
@@ -131,9 +135,11 @@ uint32_t Strip::HitTest(POINT at, std::u16string& tip, RECT& area) const {
         if ((m_rects.*s.rect).Contains(at)) return hit(m_rects.*s.rect, s.element, ConsoleText(s.textId));
     if (m_rects.fader.Contains(at)) return hit(m_rects.fader, ELEMENT_FADER, ConsoleText(IDS_FADER));
     if (m_rects.meter.Contains(at)) return hit(m_rects.meter, ELEMENT_METER, {});
-    if (m_rects.valueLabel.Contains(at)) return hit(m_rects.valueLabel, ELEMENT_VALUE, ConsoleText(IDS_FADER));
+    if (m_rects.valueLabel.Contains(at))
+        return hit(m_rects.valueLabel, ELEMENT_VALUE, ConsoleText(IDS_FADER));
     if (m_rects.namePlate.Contains(at))
-        return hit(m_rects.namePlate, ELEMENT_NAME, m_entry.Name()[0] ? m_entry.Name() : ConsoleText(IDS_TRACK_NAME));
+        return hit(m_rects.namePlate, ELEMENT_NAME,
+                   m_entry.Name()[0] ? m_entry.Name() : ConsoleText(IDS_TRACK_NAME));
     if (m_rects.title.Contains(at)) return hit(m_rects.title, ELEMENT_TITLE, {});
     return hit(m_rects.strip, ELEMENT_REST, {});
 }
@@ -143,7 +149,8 @@ bool Strip::ReadBack() {
     rec.pairSelector = SPEAKER_FRONT;
     if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_VOLUME) == S_OK &&
         m_fader.dragPart == FADER_NOWHERE) {  // a thumb under the mouse is ahead of the host
-        const int32_t position = m_entry.IsMidi() ? MidiValueToPosition(rec.volume) : GainToPosition(rec.volume);
+        const int32_t position =
+            m_entry.IsMidi() ? MidiValueToPosition(rec.volume) : GainToPosition(rec.volume);
         if (position != Position()) {
             FaderInst_Message(&m_fader, FADERM_SETPOS, 1, position);
             m_site.window.Invalidate(m_rects.valueLabel);
@@ -173,7 +180,8 @@ void Strip::TickMeters(WindowPainter& painter) {
         std::copy(std::begin(levels), std::end(levels), m_levels);
         int32_t bits[2];
         std::memcpy(bits, levels, sizeof bits);
-        MeterInst_Message(&m_meter, METERM_SETLEVELS, PackWords(0, m_meter.channels), reinterpret_cast<intptr_t>(bits));
+        MeterInst_Message(&m_meter, METERM_SETLEVELS, PackWords(0, m_meter.channels),
+                          reinterpret_cast<intptr_t>(bits));
     }
     // Holds fall by time, so a meter may change without a new level.
     RECT changed{};
@@ -186,7 +194,8 @@ bool Strip::WriteSwitches(uint32_t set, uint32_t clear) {
     const uint32_t before = rec.switches;
     rec.switches = (before & ~clear) | set;
     rec.selector = SELECT_CONSOLE_WRITE;
-    return rec.switches == before || Succeeded(m_site.plugin.SetChannelRecord(m_entry.id, &rec, MASK_SWITCHES));
+    return rec.switches == before ||
+           Succeeded(m_site.plugin.SetChannelRecord(m_entry.id, &rec, MASK_SWITCHES));
 }
 
 void Strip::Toggle(const StripSwitch& s) {

@@ -1,5 +1,5 @@
-// Strip: the drawn form of one channel entry. It embeds the channel's controls, shows the host's values on them, and is
-// laid out, painted and hit-tested by the mixer view. All on the page's thread.
+// Strip: the drawn form of one channel entry. It embeds the channel's controls, shows the host's values on
+// them, and is laid out, painted and hit-tested by the mixer view. All on the page's thread.
 #pragma once
 
 #include "console/channel_entry.h"

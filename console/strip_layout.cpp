@@ -17,7 +17,9 @@ RECT TakeBottom(RECT& rect, LONG height) {
     return taken;
 }
 
-RECT Inset(const RECT& rect, LONG x, LONG y) { return {rect.left + x, rect.top + y, rect.right - x, rect.bottom - y}; }
+RECT Inset(const RECT& rect, LONG x, LONG y) {
+    return {rect.left + x, rect.top + y, rect.right - x, rect.bottom - y};
+}
 
 void LayoutTitle(StripRects& out, RECT& rest, const tConsoleMetrics& m, const StripTraits& traits) {
     const LONG g = m.nGap, r = m.nRowHeight;

@@ -29,7 +29,8 @@ void Strip::Paint(QPainter& painter, const RECT& area, bool focused, uint32_t pr
     const RECT& strip = m_rects.strip;
     const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
     const RECT body{strip.left, strip.top, strip.right - 1, strip.bottom};
-    FillRect(painter, body, IsSelected() ? QmSkin_BlendColor(face, QmGetUIColor(COLOR_HIGHLIGHT), 30, 0) : face);
+    FillRect(painter, body,
+             IsSelected() ? QmSkin_BlendColor(face, QmGetUIColor(COLOR_HIGHLIGHT), 30, 0) : face);
     VLine(painter, strip.left, strip.top, strip.bottom, QmGetUIColor(COLOR_3DLIGHT));
     VLine(painter, strip.right - 1, strip.top, strip.bottom, QmGetUIColor(COLOR_3DDKSHADOW));
 
@@ -41,7 +42,8 @@ void Strip::Paint(QPainter& painter, const RECT& area, bool focused, uint32_t pr
     if (m_rects.meter.Intersects(area)) MeterInst_Draw(&m_meter, &painter);
     if (m_rects.valueLabel.Intersects(area)) {
         const bool silent = IsOn(StripSwitches()[0]) || offBySolo;
-        FillRounded(painter, m_rects.valueLabel, 2, QmGetUIColor(COLOR_3DDKSHADOW), QmGetUIColor(COLOR_BTNSHADOW));
+        FillRounded(painter, m_rects.valueLabel, 2, QmGetUIColor(COLOR_3DDKSHADOW),
+                    QmGetUIColor(COLOR_BTNSHADOW));
         DrawText(painter, m_rects.valueLabel, ValueText(offBySolo), QmGetUIFont(FONT_SMALL),
                  QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
     }
@@ -54,18 +56,23 @@ void Strip::PaintTitle(QPainter& painter) const {
     const SIZE size = images.Size();
     images.Draw(painter, ConsoleImages::KindIcon(m_entry.kind),
                 {icon.left + (icon.Width() - size.cx) / 2, icon.top + (icon.Height() - size.cy) / 2});
-    DrawText(painter, m_rects.kindWord, KindWord(), QmGetUIFont(FONT_SMALL), QmGetUIColor(COLOR_GRAYTEXT), TEXT_ELIDE);
+    DrawText(painter, m_rects.kindWord, KindWord(), QmGetUIFont(FONT_SMALL), QmGetUIColor(COLOR_GRAYTEXT),
+             TEXT_ELIDE);
 }
 
 void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
     const RECT& plate = m_rects.namePlate;
     const COLORREF accent = QmGetUIColor(COLOR_HIGHLIGHT);
     FillRect(painter, {plate.left + 1, plate.top, plate.right - 1, plate.bottom},
-             IsSelected() ? QmSkin_BlendColor(QmGetUIColor(COLOR_WINDOW), accent, 96, 0) : QmGetUIColor(COLOR_WINDOW));
+             IsSelected() ? QmSkin_BlendColor(QmGetUIColor(COLOR_WINDOW), accent, 96, 0)
+                          : QmGetUIColor(COLOR_WINDOW));
     constexpr LONG BAND = 3;
-    FillRect(painter, {plate.left + 1, plate.top, plate.right - 1, plate.top + BAND}, ChannelColour(m_entry.lookColour));
-    if (focused) FrameRect(painter, {plate.left + 1, plate.top + BAND, plate.right - 1, plate.bottom}, accent);
-    const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3, m_rects.name.bottom + 1};
+    FillRect(painter, {plate.left + 1, plate.top, plate.right - 1, plate.top + BAND},
+             ChannelColour(m_entry.lookColour));
+    if (focused)
+        FrameRect(painter, {plate.left + 1, plate.top + BAND, plate.right - 1, plate.bottom}, accent);
+    const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3,
+                    m_rects.name.bottom + 1};
     DrawText(painter, text, m_entry.Name(), QmGetUIFont(FONT_TEXT),
              QmGetUIColor(IsSelected() ? COLOR_BTNHIGHLIGHT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }

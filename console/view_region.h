@@ -1,5 +1,5 @@
-// CViewRegion: the base of the console's panes. A region is no window: it owns a rectangle of the page's window and is
-// given that window's messages. All operations on the page's thread.
+// CViewRegion: the base of the console's panes. A region is no window: it owns a rectangle of the page's
+// window and is given that window's messages. All operations on the page's thread.
 #pragma once
 
 #include "console/channel_entry.h"

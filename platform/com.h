@@ -1,7 +1,8 @@
-// COM-style objects: GUIDs, the root interface, memory that changes owner across a boundary, a counted pointer.
+// COM-style objects: GUIDs, the root interface, memory that changes owner across a boundary, a counted
+// pointer.
 //
-// An interface is an abstract class without a virtual destructor, so that its table holds exactly the slots of the
-// contract. No exception leaves an interface operation; out of memory becomes E_OUTOFMEMORY.
+// An interface is an abstract class without a virtual destructor, so that its table holds exactly the slots
+// of the contract. No exception leaves an interface operation; out of memory becomes E_OUTOFMEMORY.
 #pragma once
 
 #include "platform/types.h"
@@ -66,7 +67,8 @@ QM_API void* CoTaskMemAlloc(size_t bytes);
 QM_API void CoTaskMemFree(void* block);
 }
 
-/// Copies a terminated text into a CoTaskMem block that the receiver frees; null when out of memory. [any-thread]
+/// Copies a terminated text into a CoTaskMem block that the receiver frees; null when out of memory.
+/// [any-thread]
 QM_API char16_t* CoTaskMemString(const char16_t* text);
 
 /// Holds one counted reference.

@@ -50,7 +50,8 @@ struct IPersistStream : IPersist {
     virtual HRESULT GetSizeMax(uint64_t* size) = 0;
 };
 
-/// Page description; `size` is the number of bytes the caller provides. Texts are CoTaskMem, the caller frees them.
+/// Page description; `size` is the number of bytes the caller provides. Texts are CoTaskMem, the caller frees
+/// them.
 struct PROPPAGEINFO {
     uint32_t size;
     char16_t* title;

@@ -1,4 +1,5 @@
-// Fixed-width names of the plain types that cross the module's boundaries, status codes, and the export macro.
+// Fixed-width names of the plain types that cross the module's boundaries, status codes, and the export
+// macro.
 #pragma once
 
 #include <cstddef>

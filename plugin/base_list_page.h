@@ -1,5 +1,5 @@
-// CBaseListPage: the base of the console's pages. It holds the site, the plug-in and the window, and posts the two
-// messages by which other threads ask the page to look again.
+// CBaseListPage: the base of the console's pages. It holds the site, the plug-in and the window, and posts
+// the two messages by which other threads ask the page to look again.
 #pragma once
 
 #include "platform/thread_check.h"

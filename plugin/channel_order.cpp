@@ -58,7 +58,8 @@ int32_t CompareChannels(const ChannelKey& a, const ChannelKey& b, ChannelOrder o
         if (a.kind & family) return (b.kind & family) && (a.kind & KIND_RESTRICTED) ? -1 : 1;
     if (a.kind & KIND_RESTRICTED) return 1;
     if (b.kind & KIND_RESTRICTED) return -1;
-    if ((entries || order == ChannelOrder::ReferencesSurround) && (both & KIND_BUS)) return CompareSurround(a, b);
+    if ((entries || order == ChannelOrder::ReferencesSurround) && (both & KIND_BUS))
+        return CompareSurround(a, b);
     if (a.kind & KIND_MASTER_BIT) return !entries && (b.kind & KIND_FAMILY_80) ? -1 : 1;
     if (b.kind & KIND_MASTER_BIT) return !entries && (a.kind & KIND_FAMILY_80) ? 1 : -1;
     if (!(a.kind & KIND_BUS)) return (a.kind | b.kind) & KIND_FAMILY_80 ? 1 : 0;

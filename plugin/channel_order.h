@@ -10,7 +10,9 @@ struct ChannelKey {
     uint32_t countClass;
     uint32_t pairSelector;
 
-    static ChannelKey From(const MPCHANNELREC& rec) { return {rec.kind, rec.order, rec.countClass, rec.pairSelector}; }
+    static ChannelKey From(const MPCHANNELREC& rec) {
+        return {rec.kind, rec.order, rec.countClass, rec.pairSelector};
+    }
     bool IsMainOutput() const { return (kind & KIND_SPECIAL) && order == ORDER_MAIN_OUTPUT; }
 };
 

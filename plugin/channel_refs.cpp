@@ -1,5 +1,5 @@
-// The reference list: the plug-in's mirror of which channels the host has, in the references' order, each row with the
-// rows of its sends and effects, and those with the rows of their parameters.
+// The reference list: the plug-in's mirror of which channels the host has, in the references' order, each row
+// with the rows of its sends and effects, and those with the rows of their parameters.
 #include "plugin/control_plugin.h"
 #include "plugin/module_state.h"
 #include "plugin/sort_scope.h"
@@ -32,14 +32,19 @@ int32_t IsSubObject(const void* key, const void* item) {
 
 int32_t CompareReferences(uintptr_t criteria, const void* a, const void* b) {
     auto& keys = *reinterpret_cast<ChannelKeys*>(criteria);
-    const auto key = [&keys](const void* row) { return keys.Of({static_cast<const MPCHANNELREF*>(row)->channel, 0, 0}); };
+    const auto key = [&keys](const void* row) {
+        return keys.Of({static_cast<const MPCHANNELREF*>(row)->channel, 0, 0});
+    };
     const bool surround = ThisModule().channelMode == CHANNEL_MODE_SURROUND;
-    return CompareChannels(key(a), key(b), surround ? ChannelOrder::ReferencesSurround : ChannelOrder::References);
+    return CompareChannels(key(a), key(b),
+                           surround ? ChannelOrder::ReferencesSurround : ChannelOrder::References);
 }
 
-/// Calls each(ref, record) for the host's objects of one level; `start` names the parent. A failure of `each` ends it.
+/// Calls each(ref, record) for the host's objects of one level; `start` names the parent. A failure of `each`
+/// ends it.
 template <class F>
-HRESULT ForEachChannel(IMPCtrlChannels& host, const MPCHANNELREF& start, uint32_t level, uint32_t kindMask, F each) {
+HRESULT ForEachChannel(IMPCtrlChannels& host, const MPCHANNELREF& start, uint32_t level, uint32_t kindMask,
+                       F each) {
     MPCHANNELREF ref = start;
     MPCHANNELREC rec{};
     uint32_t more = 0;
@@ -83,9 +88,12 @@ HRESULT COPTControlPlugin::FetchChannels(uint32_t reset, uint32_t kindMask) {
 
 HRESULT COPTControlPlugin::EnumerateReferences(IMPCtrlChannels& host, uint32_t kindMask) {
     if (!kindMask) return S_OK;
-    return ForEachChannel(host, {}, LEVEL_CHANNEL, kindMask, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
-        return ref.channel && FindReference(ref.channel) < 0 ? PlaceReference({ref.channel, nullptr, 0, nullptr}) : S_OK;
-    });
+    return ForEachChannel(host, {}, LEVEL_CHANNEL, kindMask,
+                          [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
+                              return ref.channel && FindReference(ref.channel) < 0
+                                         ? PlaceReference({ref.channel, nullptr, 0, nullptr})
+                                         : S_OK;
+                          });
 }
 
 int32_t COPTControlPlugin::FindReference(uint64_t channel) const {
@@ -136,10 +144,11 @@ HRESULT COPTControlPlugin::LoadSubLists(IMPCtrlChannels& host, MPCHANNELREF& row
         if (Failed(hr) || (rec.switches & NO_PARAMETERS)) return hr;
         HQMLIST parameters = nullptr;
         const MPCHANNELREF subParent{row.channel, nullptr, sub.sub, nullptr};
-        hr = ForEachChannel(host, subParent, LEVEL_PARAMETER, 0, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
-            const HRESULT made = MakeRefList(&parameters, 0);
-            return Succeeded(made) ? QmList_InsertList(parameters, -1, &ref, 1) : made;
-        });
+        hr = ForEachChannel(host, subParent, LEVEL_PARAMETER, 0,
+                            [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
+                                const HRESULT made = MakeRefList(&parameters, 0);
+                                return Succeeded(made) ? QmList_InsertList(parameters, -1, &ref, 1) : made;
+                            });
         QmList_Records<MPCHANNELREF>(subs).back().subSubList = parameters;
         return hr;
     });
@@ -151,12 +160,13 @@ HRESULT COPTControlPlugin::LoadPortEntries(HQMLIST* list, uint32_t kind) {
     HRESULT hr = MakeRefList(list, 0);
     if (Failed(hr)) return hr;
     QmList_DeleteList(*list, 0, -1, 0);
-    return ForEachChannel(*host, {}, LEVEL_SUB_OBJECT, kind, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
-        return QmList_InsertList(*list, -1, &ref, 1);
-    });
+    return ForEachChannel(
+        *host, {}, LEVEL_SUB_OBJECT, kind,
+        [&](const MPCHANNELREF& ref, const MPCHANNELREC&) { return QmList_InsertList(*list, -1, &ref, 1); });
 }
 
-// Changes of the host ----------------------------------------------------------------------------------------------
+// Changes of the host
+// ----------------------------------------------------------------------------------------------
 
 HRESULT COPTControlPlugin::OnChannelChange(const MPCTRLREC* rec, uint32_t post) {
     if (!(ControlState() & CTRLSTATE_INITIALISED) || !m_refs) return S_FALSE;
@@ -174,7 +184,8 @@ HRESULT COPTControlPlugin::OnChannelChange(const MPCTRLREC* rec, uint32_t post) 
         const HRESULT hr = InsertReference(rec->object.channel);
         return Failed(hr) ? hr : UpdateEntry(*rec);
     }
-    if (flags & CHANGE_CTRL_REPLACED && !(ControlState() & CTRLSTATE_DELAY_RELOADS)) return ReplaceOnHostThread(*rec);
+    if (flags & CHANGE_CTRL_REPLACED && !(ControlState() & CTRLSTATE_DELAY_RELOADS))
+        return ReplaceOnHostThread(*rec);
     return QueueControl(rec);
 }
 
@@ -220,7 +231,8 @@ HRESULT COPTControlPlugin::ApplySubChange(const MPCTRLREC& rec) {
     return QmList_DeleteList(subs, sub, 1, 0);
 }
 
-// Readers ----------------------------------------------------------------------------------------------------------
+// Readers
+// ----------------------------------------------------------------------------------------------------------
 
 HRESULT COPTControlPlugin::RequireReferences() {
     if (!CtrlChannels()) return S_FALSE;
@@ -257,7 +269,8 @@ HRESULT COPTControlPlugin::GetSubCount(int32_t index, int32_t* count) {
     const HRESULT hr = RequireReferences();
     if (hr != S_OK) return hr;
     if (!QmList_IsValidIndexSlow(m_refs, index)) return S_FALSE;
-    if (auto* subs = static_cast<HQMLIST>(QmList_Records<MPCHANNELREF>(m_refs)[index].subList)) *count = subs->count;
+    if (auto* subs = static_cast<HQMLIST>(QmList_Records<MPCHANNELREF>(m_refs)[index].subList))
+        *count = subs->count;
     return S_OK;
 }
 
@@ -271,7 +284,8 @@ HRESULT COPTControlPlugin::SetChannelRecord(const MPCHANNELID& id, MPCHANNELREC*
     return host && id.channel ? host->Set(&id, LEVEL_CHANNEL, rec, mask) : S_FALSE;
 }
 
-HRESULT COPTControlPlugin::GetChannelName(const MPCHANNELID& id, uint32_t which, char16_t* out, uint32_t capacity) {
+HRESULT COPTControlPlugin::GetChannelName(const MPCHANNELID& id, uint32_t which, char16_t* out,
+                                          uint32_t capacity) {
     if (capacity) out[0] = 0;
     MPCHANNELREC rec{};
     rec.selector = which;

@@ -1,4 +1,5 @@
-// Controls and notifications of a control plug-in: which handler they reach, on which pass, and the queue between.
+// Controls and notifications of a control plug-in: which handler they reach, on which pass, and the queue
+// between.
 #include "plugin/control_plugin.h"
 
 namespace {
@@ -31,8 +32,9 @@ bool Supersedes(const MPCTRLREC& earlier, const MPCTRLREC& later) {
     if (later.id == MPCTRL_METERS) return true;
     if (later.id == MPCTRL_PROJECT) return earlier.flags == later.flags;
     if (later.id == MPCTRL_CHANNEL)
-        return earlier.flags == later.flags && earlier.kindMask == later.kindMask && earlier.level == later.level &&
-               earlier.object == later.object && earlier.second == later.second;
+        return earlier.flags == later.flags && earlier.kindMask == later.kindMask &&
+               earlier.level == later.level && earlier.object == later.object &&
+               earlier.second == later.second;
     return false;
 }
 
@@ -139,7 +141,8 @@ HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
     return S_OK;
 }
 
-// What follows goes to the control map; a plug-in without one defers it like the others, and the replay finds no taker.
+// What follows goes to the control map; a plug-in without one defers it like the others, and the replay finds
+// no taker.
 HRESULT COPTControlPlugin::OnMapChange(const MPCTRLREC* rec, uint32_t post) {
     return post ? OnControlDeferred(rec) : S_FALSE;
 }

@@ -35,7 +35,8 @@ HRESULT COPTControlPlugin::FinalConstruct() {
 
 HRESULT COPTControlPlugin::QueryInterface(const GUID& iid, void** out) {
     const HRESULT hr = COPTPlugin::QueryInterface(iid, out);
-    if (Failed(hr) && iid == IID_IMPControlSurfaceDriver && m_driver) return m_driver->QueryInterface(iid, out);
+    if (Failed(hr) && iid == IID_IMPControlSurfaceDriver && m_driver)
+        return m_driver->QueryInterface(iid, out);
     return hr;
 }
 
@@ -124,7 +125,8 @@ HRESULT COPTControlPlugin::PostInitialise() {
     if (!m_userDataPath.empty() && !m_hostFolder.empty()) {
         m_userDataPath /= std::filesystem::path(m_hostFolder).filename();
         m_userDataPath /= std::to_string(m_hostVersion) + ".0";
-        std::error_code ignored;  // a read-only home leaves the plug-in without a folder, not without a console
+        std::error_code
+            ignored;  // a read-only home leaves the plug-in without a folder, not without a console
         std::filesystem::create_directories(m_userDataPath, ignored);
     }
     GetProjectInfo();
@@ -197,7 +199,8 @@ HRESULT COPTControlPlugin::GetDriverString(char16_t* out, uint32_t size) {
     return S_OK;
 }
 
-uint32_t COPTControlPlugin::ControlPreference(const char16_t* name, uint32_t numericKey, uint32_t defaultValue) {
+uint32_t COPTControlPlugin::ControlPreference(const char16_t* name, uint32_t numericKey,
+                                              uint32_t defaultValue) {
     MPPREFREC pref{};
     pref.size = sizeof pref;
     pref.type = PREF_UINT;
@@ -226,7 +229,8 @@ HRESULT COPTControlPlugin::LoadPreferences() {
 
 HRESULT COPTControlPlugin::SavePreferences() { return S_OK; }
 
-// The event filter -------------------------------------------------------------------------------------------------
+// The event filter
+// -------------------------------------------------------------------------------------------------
 
 HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERINFO* info) {
     if (!(m_capabilities & info->capabilities)) {
@@ -270,7 +274,8 @@ HRESULT COPTControlPlugin::SetFilterState(uint32_t state) {
 
 HRESULT COPTControlPlugin::OnCaptureEvent(const MPEVENTREC*) { return S_OK; }
 
-// The catalog of effects -------------------------------------------------------------------------------------------
+// The catalog of effects
+// -------------------------------------------------------------------------------------------
 
 HRESULT COPTControlPlugin::LoadCatalog(uint32_t reset) {
     CriticalSectionLock lock(m_mainLock);

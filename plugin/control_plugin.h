@@ -1,9 +1,10 @@
-// COPTControlPlugin: the base of plug-ins that work on the host's channels. It adds the connection to IMPCtrlChannels,
-// the list of channel references, and the worker thread that replays what the host's threads queued.
+// COPTControlPlugin: the base of plug-ins that work on the host's channels. It adds the connection to
+// IMPCtrlChannels, the list of channel references, and the worker thread that replays what the host's threads
+// queued.
 //
-// Locks, outer to inner: the main lock, a list's own lock. The main lock guards the reference list, the control queue and
-// the worker's round; host calls are made inside it, so a host must not call a sink while it holds a lock of its own
-// that those calls need.
+// Locks, outer to inner: the main lock, a list's own lock. The main lock guards the reference list, the
+// control queue and the worker's round; host calls are made inside it, so a host must not call a sink while
+// it holds a lock of its own that those calls need.
 #pragma once
 
 #include "plugin/opt_plugin.h"
@@ -94,8 +95,8 @@ public:
     uint32_t ControlState() const { return m_control; }
     ComPtr<IMPCtrlChannels> CtrlChannels() const;
 
-    // Readers of the reference list. All answer 1 without IMPCtrlChannels, for an index out of range and for a zero id;
-    // a stale list is fetched first and its error passed on. [any-thread]
+    // Readers of the reference list. All answer 1 without IMPCtrlChannels, for an index out of range and for
+    // a zero id; a stale list is fetched first and its error passed on. [any-thread]
     HRESULT GetChannelCount(int32_t* count);
     HRESULT GetChannelId(int32_t index, MPCHANNELID* id);
     HRESULT FindChannel(uint64_t channel, int32_t* index);

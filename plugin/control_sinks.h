@@ -1,4 +1,5 @@
-// The small objects that a control plug-in adds: its control sink and its face in the host's surface preferences.
+// The small objects that a control plug-in adds: its control sink and its face in the host's surface
+// preferences.
 #pragma once
 
 #include "plugin/control_plugin.h"
@@ -7,7 +8,9 @@
 class CIMPCtrlChannelSink final : public SmallObject<IMPCtrlChannelSink, COPTControlPlugin> {
 public:
     using SmallObject::SmallObject;
-    HRESULT QueryInterface(const GUID& iid, void** out) override { return QueryOwn(IID_IMPCtrlChannelSink, iid, out); }
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        return QueryOwn(IID_IMPCtrlChannelSink, iid, out);
+    }
     HRESULT OnControl(const MPCTRLREC* rec) override;
 };
 

@@ -1,13 +1,13 @@
-// Everything that the plug-in and its host agree on: interfaces with their slots in order, records byte by byte, ids,
-// masks and bits. A host needs this header and no other of the plug-in.
+// Everything that the plug-in and its host agree on: interfaces with their slots in order, records byte by
+// byte, ids, masks and bits. A host needs this header and no other of the plug-in.
 //
-// Results are HRESULTs: negative drops the single operation, 1 means "no such object" or "not handled". Texts that the
-// host hands over are CoTaskMem blocks which the plug-in frees. The host's interfaces are free-threaded; the plug-in's
-// sinks may be called on any thread of the host. Records are little-endian.
+// Results are HRESULTs: negative drops the single operation, 1 means "no such object" or "not handled". Texts
+// that the host hands over are CoTaskMem blocks which the plug-in frees. The host's interfaces are
+// free-threaded; the plug-in's sinks may be called on any thread of the host. Records are little-endian.
 //
-// The host's side of the life of a plug-in: CreateOPTObject, IMPInitialise::Initialise with INITFLAG_CONTROL, OnControl
-// "project" (open), OnControl "activate", any notifications, pages through CreateOPTPropertyPage and SetObjects,
-// OnControl deactivate and close, Terminate, the final Release.
+// The host's side of the life of a plug-in: CreateOPTObject, IMPInitialise::Initialise with INITFLAG_CONTROL,
+// OnControl "project" (open), OnControl "activate", any notifications, pages through CreateOPTPropertyPage
+// and SetObjects, OnControl deactivate and close, Terminate, the final Release.
 #pragma once
 
 #include "platform/ole.h"
@@ -57,44 +57,58 @@ inline constexpr GUID MPNOTIFY_EB = "{9DD48DEB-9F3F-4E80-BCB5-4482A5B5240A}"_gui
 inline constexpr GUID MPNOTIFY_EC = "{9DD48DEC-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
 inline constexpr GUID MPNOTIFY_EE = "{9DD48DEE-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
 
-inline constexpr GUID MPCTRL_ACTIVATE = "{C4237101-5EBD-47EA-B820-CBF3EB2BFB02}"_guid;    ///< flags bit 0: on
-inline constexpr GUID MPCTRL_PROJECT = "{F7C25659-D15C-41B0-8B32-570A2A2490B0}"_guid;     ///< flags bit 1: open
-inline constexpr GUID MPCTRL_CHANNEL = "{A73ECD19-2435-46CF-85C1-CF73E2B14607}"_guid;     ///< a channel changed
-inline constexpr GUID MPCTRL_MAP = "{6C221A8D-E758-4202-AFEE-12E3705D8C69}"_guid;         ///< to the map, no data
-inline constexpr GUID MPCTRL_DISPLAY = "{2B4739CF-847B-4003-A081-FF54C0AED967}"_guid;     ///< MPPROP_DISPLAY changed
-inline constexpr GUID MPCTRL_LOOK = "{9810AD2D-048F-40D6-BCF7-82A92049DF5B}"_guid;        ///< kindMask 7: rebuild; 16: colours
-inline constexpr GUID MPCTRL_TRANSPORT = "{817FE573-8986-4B83-91E7-6841BFB0D6AC}"_guid;   ///< MPPROP_TRANSPORT changed
-inline constexpr GUID MPCTRL_BLOCK = "{BC611924-3D4D-463B-BFDE-D73E86BFE5AD}"_guid;       ///< MPPROP_BLOCK changed
-inline constexpr GUID MPCTRL_JOG = "{DA8C0DC5-6572-4137-8BA5-EB193F3F48ED}"_guid;         ///< MPPROP_JOG changed
-inline constexpr GUID MPCTRL_METERS = "{BD5843D9-D7AD-4093-9B70-3EDFA0E5E195}"_guid;      ///< new meter values
-inline constexpr GUID MPCTRL_SUSPEND = "{48431309-153E-4C38-98BB-25BACAAB0F6E}"_guid;     ///< flags bit 0: suspend display work
-inline constexpr GUID MPCTRL_BUSY = "{645B4740-EEDD-488A-A252-ADF4E215A073}"_guid;        ///< flags bits 0, 1: page state
-inline constexpr GUID MPCTRL_NONE = "{8B87C4F0-1BEC-4803-87AC-36E75AD6D278}"_guid;        ///< no action
+inline constexpr GUID MPCTRL_ACTIVATE = "{C4237101-5EBD-47EA-B820-CBF3EB2BFB02}"_guid;  ///< flags bit 0: on
+inline constexpr GUID MPCTRL_PROJECT = "{F7C25659-D15C-41B0-8B32-570A2A2490B0}"_guid;   ///< flags bit 1: open
+inline constexpr GUID MPCTRL_CHANNEL = "{A73ECD19-2435-46CF-85C1-CF73E2B14607}"_guid;   ///< a channel changed
+inline constexpr GUID MPCTRL_MAP = "{6C221A8D-E758-4202-AFEE-12E3705D8C69}"_guid;  ///< to the map, no data
+inline constexpr GUID MPCTRL_DISPLAY =
+    "{2B4739CF-847B-4003-A081-FF54C0AED967}"_guid;  ///< MPPROP_DISPLAY changed
+inline constexpr GUID MPCTRL_LOOK =
+    "{9810AD2D-048F-40D6-BCF7-82A92049DF5B}"_guid;  ///< kindMask 7: rebuild; 16: colours
+inline constexpr GUID MPCTRL_TRANSPORT =
+    "{817FE573-8986-4B83-91E7-6841BFB0D6AC}"_guid;  ///< MPPROP_TRANSPORT changed
+inline constexpr GUID MPCTRL_BLOCK = "{BC611924-3D4D-463B-BFDE-D73E86BFE5AD}"_guid;  ///< MPPROP_BLOCK changed
+inline constexpr GUID MPCTRL_JOG = "{DA8C0DC5-6572-4137-8BA5-EB193F3F48ED}"_guid;    ///< MPPROP_JOG changed
+inline constexpr GUID MPCTRL_METERS = "{BD5843D9-D7AD-4093-9B70-3EDFA0E5E195}"_guid;  ///< new meter values
+inline constexpr GUID MPCTRL_SUSPEND =
+    "{48431309-153E-4C38-98BB-25BACAAB0F6E}"_guid;  ///< flags bit 0: suspend display work
+inline constexpr GUID MPCTRL_BUSY =
+    "{645B4740-EEDD-488A-A252-ADF4E215A073}"_guid;  ///< flags bits 0, 1: page state
+inline constexpr GUID MPCTRL_NONE = "{8B87C4F0-1BEC-4803-87AC-36E75AD6D278}"_guid;  ///< no action
 
 // ---------------------------------------------------------------------------------------------------------------
 // Ids of properties and the sizes of their records
 
-inline constexpr GUID MPPROP_TRANSPORT = "{9DD48DD7-9F3F-4E80-BCB5-4482A5B5240A}"_guid;     ///< 4, TRANSPORT_ bits
-inline constexpr GUID MPPROP_RANGE = "{9DD48DD5-9F3F-4E80-BCB5-4482A5B5240A}"_guid;         ///< 24, MPTIMERANGE
-inline constexpr GUID MPPROP_TIME16 = "{9DD48DD6-9F3F-4E80-BCB5-4482A5B5240A}"_guid;        ///< 16, MPTIME
-inline constexpr GUID MPPROP_TIME12 = "{9DD48DD1-9F3F-4E80-BCB5-4482A5B5240A}"_guid;        ///< 12, a time with format
-inline constexpr GUID MPPROP_CHANNEL_MODE = "{B397A098-47B9-460A-BB5F-4AD8A2BBCD7F}"_guid;  ///< 4; 1 is surround
+inline constexpr GUID MPPROP_TRANSPORT =
+    "{9DD48DD7-9F3F-4E80-BCB5-4482A5B5240A}"_guid;                                    ///< 4, TRANSPORT_ bits
+inline constexpr GUID MPPROP_RANGE = "{9DD48DD5-9F3F-4E80-BCB5-4482A5B5240A}"_guid;   ///< 24, MPTIMERANGE
+inline constexpr GUID MPPROP_TIME16 = "{9DD48DD6-9F3F-4E80-BCB5-4482A5B5240A}"_guid;  ///< 16, MPTIME
+inline constexpr GUID MPPROP_TIME12 =
+    "{9DD48DD1-9F3F-4E80-BCB5-4482A5B5240A}"_guid;  ///< 12, a time with format
+inline constexpr GUID MPPROP_CHANNEL_MODE =
+    "{B397A098-47B9-460A-BB5F-4AD8A2BBCD7F}"_guid;  ///< 4; 1 is surround
 inline constexpr GUID MPPROP_CHANNEL_MODE_EX = "{94BB6707-BEB3-4070-BD8F-31F24BA82338}"_guid;  ///< 12
-inline constexpr GUID MPPROP_TOOLBAR = "{C56B3756-E654-49C9-8891-3016ABE801E0}"_guid;       ///< 12
-inline constexpr GUID MPPROP_COMMANDS = "{9E987136-B74F-4208-9B2A-1E154F1E29FC}"_guid;      ///< 72, MPCOMMANDREG
-inline constexpr GUID MPPROP_DISPLAY = "{95E55783-99B2-4748-8598-ACB51B00467F}"_guid;       ///< 32
-inline constexpr GUID MPPROP_AUDIO_FORMAT = "{B025F079-C14D-4FDF-95E9-DFC59EEE3974}"_guid;  ///< 76, MPAUDIOFORMAT
-inline constexpr GUID MPPROP_PREFERENCE = "{20BDE4A3-FE53-428E-9A2E-D71BB0EA4C83}"_guid;    ///< 56, MPPREFREC
-inline constexpr GUID MPPROP_PROJECT_INFO = "{2EFDEB4F-D6E4-48A9-8646-EC5DFD253213}"_guid;  ///< 56, size first
-inline constexpr GUID MPPROP_AUTOMATION = "{D5C5607D-F2F8-4894-B5BD-53C26B6F8951}"_guid;    ///< 8
-inline constexpr GUID MPPROP_JOG = "{946E6C4A-3B72-412D-90D9-0F8071700BA0}"_guid;           ///< 104
-inline constexpr GUID MPPROP_SHUTTLE = "{D417EA4B-2EEB-4B10-A486-4027991941E8}"_guid;       ///< 24
-inline constexpr GUID MPPROP_BLOCK = "{C398314E-D0B4-4FA8-8F42-1BD17FF4D2D3}"_guid;         ///< 32
-inline constexpr GUID MPPROP_HOST_KIND = "{F0EB4892-4965-4407-809E-3A29D3751823}"_guid;     ///< 4; 1 is the full editor
-inline constexpr GUID MPPROP_HOST_FEATURES = "{5507CCFE-32BE-4E0C-B98F-F20BF948F87C}"_guid; ///< 12, MPHOSTFEATURES
-inline constexpr GUID MPPROP_PAGE_START = "{033336BA-E836-4E96-8EB5-8E0EBA0D9612}"_guid;    ///< varies
-inline constexpr GUID MPPROP_PORTS_END = "{6BE89E31-4E12-4E7F-B88E-B2914C5AC37B}"_guid;     ///< 32, MPPORTREQUEST
-inline constexpr GUID MPPROP_PORTS_BEGIN = "{FCC31668-7C9B-4318-899E-CA0524D57A6A}"_guid;   ///< 32, MPPORTREQUEST
+inline constexpr GUID MPPROP_TOOLBAR = "{C56B3756-E654-49C9-8891-3016ABE801E0}"_guid;          ///< 12
+inline constexpr GUID MPPROP_COMMANDS = "{9E987136-B74F-4208-9B2A-1E154F1E29FC}"_guid;  ///< 72, MPCOMMANDREG
+inline constexpr GUID MPPROP_DISPLAY = "{95E55783-99B2-4748-8598-ACB51B00467F}"_guid;   ///< 32
+inline constexpr GUID MPPROP_AUDIO_FORMAT =
+    "{B025F079-C14D-4FDF-95E9-DFC59EEE3974}"_guid;  ///< 76, MPAUDIOFORMAT
+inline constexpr GUID MPPROP_PREFERENCE = "{20BDE4A3-FE53-428E-9A2E-D71BB0EA4C83}"_guid;  ///< 56, MPPREFREC
+inline constexpr GUID MPPROP_PROJECT_INFO =
+    "{2EFDEB4F-D6E4-48A9-8646-EC5DFD253213}"_guid;                                        ///< 56, size first
+inline constexpr GUID MPPROP_AUTOMATION = "{D5C5607D-F2F8-4894-B5BD-53C26B6F8951}"_guid;  ///< 8
+inline constexpr GUID MPPROP_JOG = "{946E6C4A-3B72-412D-90D9-0F8071700BA0}"_guid;         ///< 104
+inline constexpr GUID MPPROP_SHUTTLE = "{D417EA4B-2EEB-4B10-A486-4027991941E8}"_guid;     ///< 24
+inline constexpr GUID MPPROP_BLOCK = "{C398314E-D0B4-4FA8-8F42-1BD17FF4D2D3}"_guid;       ///< 32
+inline constexpr GUID MPPROP_HOST_KIND =
+    "{F0EB4892-4965-4407-809E-3A29D3751823}"_guid;  ///< 4; 1 is the full editor
+inline constexpr GUID MPPROP_HOST_FEATURES =
+    "{5507CCFE-32BE-4E0C-B98F-F20BF948F87C}"_guid;  ///< 12, MPHOSTFEATURES
+inline constexpr GUID MPPROP_PAGE_START = "{033336BA-E836-4E96-8EB5-8E0EBA0D9612}"_guid;  ///< varies
+inline constexpr GUID MPPROP_PORTS_END =
+    "{6BE89E31-4E12-4E7F-B88E-B2914C5AC37B}"_guid;  ///< 32, MPPORTREQUEST
+inline constexpr GUID MPPROP_PORTS_BEGIN =
+    "{FCC31668-7C9B-4318-899E-CA0524D57A6A}"_guid;  ///< 32, MPPORTREQUEST
 
 inline constexpr uint32_t MPPROP_TABLE = 0xFFFFFFFF;  ///< property index of a whole table
 
@@ -155,7 +169,7 @@ inline constexpr uint32_t SWITCH_STRIP_80 = 0x80;
 inline constexpr uint32_t SWITCH_ARM = 0x100;
 inline constexpr uint32_t SWITCH_STRIP_10000 = 0x10000;
 inline constexpr uint32_t SWITCH_STRIP_40000 = 0x40000;
-inline constexpr uint32_t SWITCH_SURFACE = 0x20000000;    ///< written alone by a surface function
+inline constexpr uint32_t SWITCH_SURFACE = 0x20000000;        ///< written alone by a surface function
 inline constexpr uint32_t SWITCH_METER_REQUEST = 0x40000000;  ///< input of a MASK_METERS get
 
 /// MPCHANNELREC::automation
@@ -193,25 +207,25 @@ inline constexpr uint32_t MASK_INSERT = 0x40;
 inline constexpr uint32_t MASK_AUX = 0x80;
 inline constexpr uint32_t MASK_INPUT_ROUTE = 0x100;
 inline constexpr uint32_t MASK_OUTPUT_ROUTE = 0x200;
-inline constexpr uint32_t MASK_METERS = 0x400;      ///< get only
-inline constexpr uint32_t MASK_INPUT_SIDE = 0x800;  ///< added: the FX input fader and pan
-inline constexpr uint32_t MASK_PORT_ENTRY = 0x1000; ///< added: the object is an I/O port entry
-inline constexpr uint32_t MASK_TARGET = 0x2000;     ///< added in sets: the switch word, or a route's target
+inline constexpr uint32_t MASK_METERS = 0x400;       ///< get only
+inline constexpr uint32_t MASK_INPUT_SIDE = 0x800;   ///< added: the FX input fader and pan
+inline constexpr uint32_t MASK_PORT_ENTRY = 0x1000;  ///< added: the object is an I/O port entry
+inline constexpr uint32_t MASK_TARGET = 0x2000;      ///< added in sets: the switch word, or a route's target
 inline constexpr uint32_t MASK_NAME = 0x4000;
-inline constexpr uint32_t MASK_FIXED = 0x8000;            ///< level 2: fixed data only
-inline constexpr uint32_t MASK_CHAIN = 0x10000;           ///< get chain data; set inserts an effect
-inline constexpr uint32_t MASK_EFFECT_STATE = 0x20000;    ///< level 2
-inline constexpr uint32_t MASK_EFFECT_POSITION = 0x40000; ///< level 2
+inline constexpr uint32_t MASK_FIXED = 0x8000;             ///< level 2: fixed data only
+inline constexpr uint32_t MASK_CHAIN = 0x10000;            ///< get chain data; set inserts an effect
+inline constexpr uint32_t MASK_EFFECT_STATE = 0x20000;     ///< level 2
+inline constexpr uint32_t MASK_EFFECT_POSITION = 0x40000;  ///< level 2
 inline constexpr uint32_t MASK_LONG_NAME = 0x100000;
 inline constexpr uint32_t MASK_SHORT_NAME = 0x200000;
-inline constexpr uint32_t MASK_PARAM_NAME = 0x400000;     ///< level 2
+inline constexpr uint32_t MASK_PARAM_NAME = 0x400000;  ///< level 2
 
 /// MPNOTIFYREC::flags and MPCTRLREC::flags
 inline constexpr uint32_t CHANGE_ATTRIBUTES = 0x10000;
 inline constexpr uint32_t CHANGE_ADDED = 0x20000;
 inline constexpr uint32_t CHANGE_REMOVED = 0x40000;
-inline constexpr uint32_t CHANGE_MOVED = 0x80000;       ///< notifications
-inline constexpr uint32_t CHANGE_REPLACED = 0x100000;   ///< notifications
+inline constexpr uint32_t CHANGE_MOVED = 0x80000;           ///< notifications
+inline constexpr uint32_t CHANGE_REPLACED = 0x100000;       ///< notifications
 inline constexpr uint32_t CHANGE_CTRL_REPLACED = 0x200000;  ///< controls
 inline constexpr uint32_t NOTIFY_URGENT = 0x80000000;
 inline constexpr uint32_t ACTIVATE_ON = 0x1;
@@ -263,7 +277,8 @@ inline constexpr uint32_t MPOWNED_DATA_TYPES = 0x1F0000;  ///< types whose long 
 
 #define MP_OFFSET(record, field, at) static_assert(offsetof(record, field) == (at))
 
-/// Path of a host object: channel, sub-object (send, effect), parameter; 0 where absent. The ids are the host's own.
+/// Path of a host object: channel, sub-object (send, effect), parameter; 0 where absent. The ids are the
+/// host's own.
 struct MPCHANNELID {
     uint64_t channel;
     uint64_t sub;
@@ -293,23 +308,23 @@ struct MPCHANNELREC {
     uint32_t switches;    ///< SWITCH_, MASK_SWITCHES
     uint32_t automation;  ///< mode bits and AUTOMATION_TOUCH
     uint32_t reserved12[3];
-    uint32_t selector;    ///< input, SELECT_
+    uint32_t selector;  ///< input, SELECT_
     int32_t order;
-    float volume;         ///< gain, MASK_VOLUME
+    float volume;  ///< gain, MASK_VOLUME
     uint32_t reserved36;
-    uint32_t countClass;  ///< output channel count class, 1 is ordinary
+    uint32_t countClass;    ///< output channel count class, 1 is ordinary
     uint32_t pairSelector;  ///< SPEAKER_; on input chooses which pan, volume or level is meant
     uint32_t reserved48;
     int32_t outputIndex;  ///< MASK_OUTPUT_ROUTE
     float aux;            ///< gain of the FX input fader, MASK_AUX
     uint32_t reserved60;
-    float linkedVolume;   ///< gain of the other half of a pair, MASK_VOLUME
+    float linkedVolume;  ///< gain of the other half of a pair, MASK_VOLUME
     uint32_t reserved68[3];
     uint32_t effectState;  ///< level 2, MASK_EFFECT_STATE
     uint32_t effectParam;  ///< level 2: parameter count, or with MASK_PARAM_NAME the index asked
     char16_t* paramName;   ///< level 2, MASK_PARAM_NAME
     uint32_t reserved96[6];
-    float pan;             ///< -1 left .. 1 right, MASK_PAN
+    float pan;  ///< -1 left .. 1 right, MASK_PAN
     uint32_t reserved124;
     char16_t* effectLongName;  ///< level 2, MASK_LONG_NAME
     union {
@@ -318,8 +333,8 @@ struct MPCHANNELREC {
     };
     uint64_t effectTarget;  ///< level 2: chain position or target id
     uint32_t reserved152[18];
-    uint64_t inputTarget;   ///< channel id, MASK_INPUT_ROUTE
-    uint32_t lookColour;    ///< MASK_IDENTITY: index into the host's track colours
+    uint64_t inputTarget;  ///< channel id, MASK_INPUT_ROUTE
+    uint32_t lookColour;   ///< MASK_IDENTITY: index into the host's track colours
     uint32_t reserved236;
     uint64_t outputTarget;  ///< channel id, MASK_OUTPUT_ROUTE
     uint32_t lookWidth;     ///< MASK_IDENTITY
@@ -328,12 +343,12 @@ struct MPCHANNELREC {
     uint32_t sendSwitches;
     uint32_t sendSelector;  ///< 1 main, 8 pan
     uint32_t reserved268;
-    uint64_t sendTarget;    ///< channel id, MASK_SEND
-    float sendLevel;        ///< gain, MASK_SEND
+    uint64_t sendTarget;  ///< channel id, MASK_SEND
+    float sendLevel;      ///< gain, MASK_SEND
     uint32_t reserved284[21];
-    char16_t* name;         ///< MASK_NAME, by `selector`
+    char16_t* name;  ///< MASK_NAME, by `selector`
     uint32_t reserved376[4];
-    GUID effectClass;       ///< class of the effect to insert
+    GUID effectClass;  ///< class of the effect to insert
     uint32_t reserved408[4];
 };
 static_assert(sizeof(MPCHANNELREC) == 424);
@@ -410,7 +425,8 @@ MP_OFFSET(MPCTRLREC, second, 80);
 inline constexpr uint32_t PREF_BINARY = 1, PREF_INT = 2, PREF_UINT = 3, PREF_STRING = 4;
 inline constexpr uint32_t PREF_NAMED = 0xFFFFFFFF;  ///< numericKey when the key is a name
 
-/// A preference of the plug-in that the host keeps. A get holds the default on entry; a missing key leaves it.
+/// A preference of the plug-in that the host keeps. A get holds the default on entry; a missing key leaves
+/// it.
 struct MPPREFREC {
     uint32_t size;  ///< 56
     uint32_t type;  ///< PREF_
@@ -606,11 +622,14 @@ struct IMPControlSurfaceDriver : IUnknown {
 // Interfaces that the host implements, all [any-thread]
 
 struct IMPProjectTree : IUnknown {
-    /// Starts an enumeration. *key holds the parent's path and receives the path of the object found; *more tells that
-    /// another follows this one.
-    virtual HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) = 0;
-    virtual HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) = 0;
-    virtual HRESULT Find(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) = 0;
+    /// Starts an enumeration. *key holds the parent's path and receives the path of the object found; *more
+    /// tells that another follows this one.
+    virtual HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                          uint32_t kindMask) = 0;
+    virtual HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                         uint32_t kindMask) = 0;
+    virtual HRESULT Find(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                         uint32_t kindMask) = 0;
     virtual HRESULT Get(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t mask) = 0;
     virtual HRESULT Set(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t mask) = 0;
     virtual HRESULT Reserved6() = 0;
@@ -620,19 +639,21 @@ struct IMPProjectTree : IUnknown {
     virtual HRESULT Lock(uint32_t, uint32_t) = 0;  ///< read lock, counted
     virtual HRESULT Unlock(uint32_t) = 0;
     /// Asks the host to send its data again.
-    virtual HRESULT Notify(uint32_t op, uint32_t, uint32_t kindMask, uint32_t, uint32_t, uint32_t, uint32_t) = 0;
+    virtual HRESULT Notify(uint32_t op, uint32_t, uint32_t kindMask, uint32_t, uint32_t, uint32_t,
+                           uint32_t) = 0;
 };
 
 struct IMPPropertyStore : IUnknown {
     virtual HRESULT GetHostInfo(char16_t** name, uint32_t* version) = 0;
     virtual HRESULT Reserved2() = 0;
-    virtual HRESULT GetProperty(const GUID* id, uint32_t index, uint32_t reserved, uint32_t size, void* buffer) = 0;
+    virtual HRESULT GetProperty(const GUID* id, uint32_t index, uint32_t reserved, uint32_t size,
+                                void* buffer) = 0;
     virtual HRESULT SetProperty(const GUID* id, uint32_t index, uint32_t size, const void* buffer) = 0;
 };
 
 struct IMPTimeConverter : IUnknown {
-    virtual HRESULT Convert(int64_t time, uint32_t fromFormat, uint32_t fromRate, int64_t* out, uint32_t toFormat,
-                            uint32_t toRate) = 0;
+    virtual HRESULT Convert(int64_t time, uint32_t fromFormat, uint32_t fromRate, int64_t* out,
+                            uint32_t toFormat, uint32_t toRate) = 0;
     virtual HRESULT Reserved2() = 0;
     virtual HRESULT Reserved3() = 0;
     virtual HRESULT GetRate(uint32_t format, uint32_t* out) = 0;
@@ -644,24 +665,27 @@ struct IMPPortList : IUnknown {
 
 struct IMPCtrlChannels : IUnknown {
     /// Enumerates as IMPProjectTree does. The record receives the fields of MASK_IDENTITY.
-    virtual HRESULT First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kindMask,
-                          uint32_t reserved) = 0;
-    virtual HRESULT Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kindMask,
-                         uint32_t reserved) = 0;
+    virtual HRESULT First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more,
+                          uint32_t kindMask, uint32_t reserved) = 0;
+    virtual HRESULT Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more,
+                         uint32_t kindMask, uint32_t reserved) = 0;
     /// Fills the ref with the object that answers the input.
-    virtual HRESULT Find(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* found, uint32_t kindMask,
-                         uint32_t reserved) = 0;
+    virtual HRESULT Find(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* found,
+                         uint32_t kindMask, uint32_t reserved) = 0;
     virtual HRESULT Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t kindFilter,
                         uint32_t mask) = 0;
     virtual HRESULT Set(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t mask) = 0;
-    /// A new channel of the record's kind at its order index, or a new effect on a channel; *id receives its path.
+    /// A new channel of the record's kind at its order index, or a new effect on a channel; *id receives its
+    /// path.
     virtual HRESULT Insert(MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec) = 0;
     virtual HRESULT Remove(uint32_t level, const MPCHANNELID* id) = 0;
 };
 
 struct IMPPlugInCatalog : IUnknown {
-    virtual HRESULT First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t reserved) = 0;
-    virtual HRESULT Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t reserved) = 0;
+    virtual HRESULT First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more,
+                          uint32_t reserved) = 0;
+    virtual HRESULT Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more,
+                         uint32_t reserved) = 0;
     virtual HRESULT Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t flags) = 0;
     virtual HRESULT GetItemData(uint32_t* id, void* out) = 0;
 };
@@ -678,7 +702,8 @@ struct IMPEventStream : IUnknown {
 
 extern "C" {
 typedef HRESULT (*QmOPTPlug_CreateOPTObjectProc)(IUnknown** out);
-typedef HRESULT (*QmOPTPlug_GetOPTObjectInfoProc)(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags);
+typedef HRESULT (*QmOPTPlug_GetOPTObjectInfoProc)(GUID* classId, char16_t* name, uint32_t nameSize,
+                                                  uint32_t* flags);
 typedef HRESULT (*QmOPTPlug_CreateOPTPropertyPageProc)(const GUID* pageId, IPropertyPage** out);
 typedef HRESULT (*QmOPTPlug_UpdateKernelLCIDProc)(uint32_t lcid);
 }

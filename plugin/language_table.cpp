@@ -20,7 +20,8 @@ int32_t HasId(const void* key, const void* item) {
 
 LanguageTable::LanguageTable() {
     HQMLIST texts = &m_texts;
-    // A list that could not be made has no count and answers every call with a failure: the table reads as empty.
+    // A list that could not be made has no count and answers every call with a failure: the table reads as
+    // empty.
     if (Failed(QmList_CreateExZ(&texts, 0, -1, -1, QMLIST_HEAP | QMLIST_IN_PLACE, 0, 0, 0))) m_texts = {};
 }
 

@@ -25,8 +25,8 @@ public:
     /// Keeps a text read from a language resource until the language changes. [any-thread]
     HRESULT CacheText(uint32_t id, const char16_t* text);
 
-    /// Copies the text of `id`, cut to `capacity` characters with its terminator; returns its length, 0 when the
-    /// table has no such text. [any-thread]
+    /// Copies the text of `id`, cut to `capacity` characters with its terminator; returns its length, 0 when
+    /// the table has no such text. [any-thread]
     uint32_t LoadText(uint32_t id, char16_t* out, uint32_t capacity);
 
 private:

@@ -1,5 +1,5 @@
-// What all plug-in objects of the process share: the two language tables, the project channel mode, and the switches
-// that preferences set for the whole module.
+// What all plug-in objects of the process share: the two language tables, the project channel mode, and the
+// switches that preferences set for the whole module.
 #pragma once
 
 #include "plugin/host_contract.h"
@@ -21,6 +21,6 @@ struct ModuleState {
 
 ModuleState& ThisModule();
 
-/// Changes the language of both tables and the direction in which the process lays out its windows; 0 means US
-/// English. [page-thread]
+/// Changes the language of both tables and the direction in which the process lays out its windows; 0 means
+/// US English. [page-thread]
 void ApplyModuleLcid(uint32_t lcid);

@@ -52,7 +52,9 @@ HRESULT COPTPlugin::OnNotifyEE(const MPNOTIFYREC* rec, uint32_t post) {
 HRESULT COPTPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {
     return post ? QueueNotification(rec) : S_OK;
 }
-HRESULT COPTPlugin::OnNotifyEA(const MPNOTIFYREC* rec, uint32_t post) { return post ? QueueNotification(rec) : S_OK; }
+HRESULT COPTPlugin::OnNotifyEA(const MPNOTIFYREC* rec, uint32_t post) {
+    return post ? QueueNotification(rec) : S_OK;
+}
 HRESULT COPTPlugin::OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) {
     if (post) QueueNotification(rec);
     return S_OK;
@@ -78,8 +80,8 @@ HRESULT COPTPlugin::OnPortsChange(const MPNOTIFYREC*, uint32_t) {
 HRESULT COPTPlugin::QueueNotification(const MPNOTIFYREC* rec) {
     CriticalSectionLock lock(m_deferredLock);
     if (!m_deferred) {
-        const HRESULT hr =
-            QmList_CreateExZ(&m_deferred, sizeof(MPNOTIFYREC), -1, 8, QMLIST_ARRAY | QMLIST_ANY_THREAD, 0, 0, 0);
+        const HRESULT hr = QmList_CreateExZ(&m_deferred, sizeof(MPNOTIFYREC), -1, 8,
+                                            QMLIST_ARRAY | QMLIST_ANY_THREAD, 0, 0, 0);
         if (Failed(hr)) return hr;
     }
     const HRESULT hr = QmList_InsertList(m_deferred, -1, rec, 1);

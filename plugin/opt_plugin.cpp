@@ -49,7 +49,8 @@ HRESULT COPTPlugin::QueryInterface(const GUID& iid, void** out) {
     }
     // The delegates pass unknown ids back here, so only their own ids may reach them.
     if (iid == IID_IMPEventFilter && m_filter) return m_filter->QueryInterface(iid, out);
-    if ((iid == IID_IPersistStream || iid == IID_IPersist) && m_persist) return m_persist->QueryInterface(iid, out);
+    if ((iid == IID_IPersistStream || iid == IID_IPersist) && m_persist)
+        return m_persist->QueryInterface(iid, out);
     return m_pages ? m_pages->QueryInterface(iid, out) : E_NOINTERFACE;
 }
 
@@ -61,7 +62,8 @@ uint32_t COPTPlugin::Release() {
     return left;
 }
 
-HRESULT COPTPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32_t, uint32_t, uint32_t* capabilities) {
+HRESULT COPTPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32_t, uint32_t,
+                               uint32_t* capabilities) {
     if (!host || !capabilities) return E_POINTER;
     *capabilities &= m_capabilities;
     {

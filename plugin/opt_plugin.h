@@ -1,8 +1,10 @@
-// COPTPlugin: the base of every plug-in object. Identity, construction in two phases, the connection to the host, the
-// notification dispatch with its deferred replay, and the lists that mirror the host's project tree.
+// COPTPlugin: the base of every plug-in object. Identity, construction in two phases, the connection to the
+// host, the notification dispatch with its deferred replay, and the lists that mirror the host's project
+// tree.
 //
-// Notifications arrive on the host's threads. A handler runs once there with `post` 1, where it may only queue, and again
-// with `post` 0 when DrainNotifications replays the queue. Tree lists are read on the page's thread.
+// Notifications arrive on the host's threads. A handler runs once there with `post` 1, where it may only
+// queue, and again with `post` 0 when DrainNotifications replays the queue. Tree lists are read on the page's
+// thread.
 #pragma once
 
 #include "kernel/list.h"
@@ -117,14 +119,15 @@ public:
     HQMLIST FilteredEvents() const { return m_filtered; }
     uint32_t State() const { return m_state; }
 
-    /// One bit per page message in flight; RequestRefresh and RequestUpdate of the page use them. [any-thread]
+    /// One bit per page message in flight; RequestRefresh and RequestUpdate of the page use them.
+    /// [any-thread]
     void SetStateBits(uint32_t bits) { m_state |= bits; }
     void ClearStateBits(uint32_t bits) { m_state &= ~bits; }
     /// Sets the bits and tells whether all of them were clear before.
     bool ClaimStateBits(uint32_t bits) { return (m_state.fetch_or(bits) & bits) == 0; }
 
-    // The host's interfaces, null outside Initialise..Terminate. A copy stays valid while Terminate runs on another
-    // thread.
+    // The host's interfaces, null outside Initialise..Terminate. A copy stays valid while Terminate runs on
+    // another thread.
     ComPtr<IMPProjectTree> ProjectTree() const;
     ComPtr<IMPPropertyStore> PropertyStore() const;
     ComPtr<IMPTimeConverter> TimeConverter() const;

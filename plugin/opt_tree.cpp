@@ -91,7 +91,8 @@ HRESULT ForEachObject(IMPProjectTree& tree, MPCHANNELID parent, uint32_t level, 
 /// Holds the host's read lock for one loop, and counts it.
 class COPTPlugin::TreeLock {
 public:
-    explicit TreeLock(COPTPlugin& plugin) : m_guard(plugin.m_treeLock), m_plugin(plugin), m_tree(plugin.ProjectTree()) {
+    explicit TreeLock(COPTPlugin& plugin)
+        : m_guard(plugin.m_treeLock), m_plugin(plugin), m_tree(plugin.ProjectTree()) {
         if (m_tree && Succeeded(m_tree->Lock(0, 0))) m_plugin.m_hostLockDepth++;
     }
     ~TreeLock() {
@@ -177,9 +178,9 @@ HRESULT COPTPlugin::LoadTracks() {
 HRESULT COPTPlugin::LoadEvents(HQMLIST list, uint64_t track) {
     TreeLock tree(*this);
     if (!tree) return E_UNEXPECTED;
-    return ForEachObject(*tree, {track, 0, 0}, LEVEL_EVENT, ALL_KINDS, [&](const MPCHANNELID& path, OwnedEvent&) {
-        return QmList_InsertList(list, -1, &path.sub, 1);
-    });
+    return ForEachObject(
+        *tree, {track, 0, 0}, LEVEL_EVENT, ALL_KINDS,
+        [&](const MPCHANNELID& path, OwnedEvent&) { return QmList_InsertList(list, -1, &path.sub, 1); });
 }
 
 HRESULT COPTPlugin::LoadTakes(HQMLIST list, uint64_t track, uint64_t event) {
@@ -214,7 +215,8 @@ HRESULT COPTPlugin::ApplyEventFilter(int32_t trackIndex, int32_t eventIndex) {
         if (trackIndex < 0 || index == trackIndex) {
             int32_t event = 0;
             for (uint64_t id : QmList_Records<uint64_t>(row.events)) {
-                if ((eventIndex < 0 || event == eventIndex) && Succeeded(hr)) hr = LoadTakes(m_filtered, row.track, id);
+                if ((eventIndex < 0 || event == eventIndex) && Succeeded(hr))
+                    hr = LoadTakes(m_filtered, row.track, id);
                 event++;
             }
         }

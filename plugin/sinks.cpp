@@ -4,8 +4,8 @@
 
 namespace {
 
-/// Runs one operation of the plug-in behind an interface: a null record and a dead plug-in are answered here, and no
-/// exception gets out.
+/// Runs one operation of the plug-in behind an interface: a null record and a dead plug-in are answered here,
+/// and no exception gets out.
 template <class F>
 HRESULT Guarded(COPTPlugin* plugin, const void* argument, F&& call) {
     if (!plugin) return E_UNEXPECTED;

@@ -1,5 +1,5 @@
-// The small objects through which a host reaches a plug-in: its sinks, and the interfaces that the plug-in answers by
-// delegation. Each forwards to a virtual operation of the plug-in with the arguments unchanged.
+// The small objects through which a host reaches a plug-in: its sinks, and the interfaces that the plug-in
+// answers by delegation. Each forwards to a virtual operation of the plug-in with the arguments unchanged.
 #pragma once
 
 #include "plugin/opt_plugin.h"
@@ -8,14 +8,18 @@
 class CMPNotificationSink final : public SmallObject<IMPNotificationSink, COPTPlugin> {
 public:
     using SmallObject::SmallObject;
-    HRESULT QueryInterface(const GUID& iid, void** out) override { return QueryOwn(IID_IMPNotificationSink, iid, out); }
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        return QueryOwn(IID_IMPNotificationSink, iid, out);
+    }
     HRESULT OnNotify(const MPNOTIFYREC* rec) override;
 };
 
 class CMPTimeSink final : public SmallObject<IMPTimeSink, COPTPlugin> {
 public:
     using SmallObject::SmallObject;
-    HRESULT QueryInterface(const GUID& iid, void** out) override { return QueryOwn(IID_IMPTimeSink, iid, out); }
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        return QueryOwn(IID_IMPTimeSink, iid, out);
+    }
     HRESULT OnTime(uint64_t a, uint64_t b, uint64_t c) override;
 };
 

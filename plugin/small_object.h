@@ -1,4 +1,5 @@
-// Base of the plug-in's small objects: one interface, a reference count, and a plain pointer back to the plug-in.
+// Base of the plug-in's small objects: one interface, a reference count, and a plain pointer back to the
+// plug-in.
 #pragma once
 
 #include "platform/com.h"

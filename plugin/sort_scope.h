@@ -37,7 +37,9 @@ public:
     SortScope(const SortScope&) = delete;
     SortScope& operator=(const SortScope&) = delete;
 
-    HRESULT Sort(QMLISTSORTPROC compare) { return QmList_Sort(m_list, reinterpret_cast<uintptr_t>(&m_keys), compare); }
+    HRESULT Sort(QMLISTSORTPROC compare) {
+        return QmList_Sort(m_list, reinterpret_cast<uintptr_t>(&m_keys), compare);
+    }
 
 private:
     HQMLIST m_list;

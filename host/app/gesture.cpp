@@ -14,7 +14,8 @@ namespace {
 
 QAccessibleInterface* ChildNamed(QAccessibleInterface* parent, const QString& name) {
     for (int i = 0; parent && i < parent->childCount(); i++)
-        if (QAccessibleInterface* child = parent->child(i); child && child->text(QAccessible::Name) == name) return child;
+        if (QAccessibleInterface* child = parent->child(i); child && child->text(QAccessible::Name) == name)
+            return child;
     return nullptr;
 }
 
@@ -70,8 +71,8 @@ void ScrollIntoView(QWidget& page, const QString& channel) {
         if (rect.left() >= view.left() && rect.right() <= view.right()) return;
         const int delta = rect.right() > view.right() ? -120 : 120;
         const QPoint at = view.topLeft() + QPoint(view.width() / 2, 4);
-        QWheelEvent event(QPointF(page.mapFromGlobal(at)), QPointF(at), QPoint(), QPoint(0, delta), Qt::NoButton,
-                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QWheelEvent event(QPointF(page.mapFromGlobal(at)), QPointF(at), QPoint(), QPoint(0, delta),
+                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(&page, &event);
         QApplication::processEvents();
         if (QAccessibleInterface* moved = Channel(page, channel); moved && moved->rect() == rect) return;
@@ -102,7 +103,8 @@ bool SetFader(QWidget& page, const Gesture& gesture, QString* error) {
         mouse.MoveTo(mouse.At() + QPoint(0, up));
         if (before * distance() < 0) break;
     }
-    // Fine: Ctrl moves by the smallest step. The cursor may be warped to the thumb, so each move starts there.
+    // Fine: Ctrl moves by the smallest step. The cursor may be warped to the thumb, so each move starts
+    // there.
     for (int i = 0; i < 400 && std::abs(distance()) > step / 2; i++) {
         const QPoint from = thumb->rect().center();
         mouse.MoveTo(from + QPoint(0, distance() > 0 ? -1 : 1), Qt::ControlModifier);
@@ -117,7 +119,8 @@ bool SetFader(QWidget& page, const Gesture& gesture, QString* error) {
 }
 
 bool SetSwitch(QWidget& page, const Gesture& gesture, QString* error) {
-    const QString name = gesture.kind == Gesture::Kind::Mute ? QStringLiteral("Mute") : QStringLiteral("Solo");
+    const QString name =
+        gesture.kind == Gesture::Kind::Mute ? QStringLiteral("Mute") : QStringLiteral("Solo");
     const auto find = [&] { return ChildNamed(Channel(page, gesture.channel), name); };
     QAccessibleInterface* button = find();
     if (!button || !button->state().checkable) {
@@ -156,7 +159,9 @@ bool Gesture::Parse(const QString& text, Gesture* out, QString* error) {
         }
     }
     if (!good)
-        *error = QStringLiteral("gesture \"%1\" is not NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off").arg(text);
+        *error =
+            QStringLiteral("gesture \"%1\" is not NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off")
+                .arg(text);
     return good;
 }
 
@@ -166,7 +171,8 @@ bool Perform(QWidget& page, const Gesture& gesture, QString* error) {
         return false;
     }
     ScrollIntoView(page, gesture.channel);
-    return gesture.kind == Gesture::Kind::Fader ? SetFader(page, gesture, error) : SetSwitch(page, gesture, error);
+    return gesture.kind == Gesture::Kind::Fader ? SetFader(page, gesture, error)
+                                                : SetSwitch(page, gesture, error);
 }
 
 double ShownFaderDb(QWidget& page, const QString& channel) {

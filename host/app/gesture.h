@@ -1,5 +1,5 @@
-// Gestures on a plug-in's page, done as a person would: with mouse events on the control, found by its name through the
-// page's accessibility tree. The host knows nothing else of how a page looks.
+// Gestures on a plug-in's page, done as a person would: with mouse events on the control, found by its name
+// through the page's accessibility tree. The host knows nothing else of how a page looks.
 #pragma once
 
 #include <QString>
@@ -20,8 +20,8 @@ struct Gesture {
     static bool Parse(const QString& text, Gesture* out, QString* error);
 };
 
-/// Performs it on the page and handles the events that follow; false with a reason when the channel or its control is not
-/// there, or the control did not come to the wanted value. [ui-thread]
+/// Performs it on the page and handles the events that follow; false with a reason when the channel or its
+/// control is not there, or the control did not come to the wanted value. [ui-thread]
 bool Perform(QWidget& page, const Gesture& gesture, QString* error);
 
 /// The value that a channel's fader shows, in decibels; NaN when there is none. [ui-thread]

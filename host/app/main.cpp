@@ -13,7 +13,9 @@ namespace {
 
 constexpr int EXIT_SESSION = 2;  ///< the session cannot be read
 
-bool HasDisplay() { return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY"); }
+bool HasDisplay() {
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
 
 std::filesystem::path ConsoleModule() {
     return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "mixconsole.so";

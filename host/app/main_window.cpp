@@ -102,7 +102,8 @@ void MainWindow::Refresh() {
     if (!status.problems.empty()) {
         QStringList lines;
         for (const std::string& problem : status.problems) lines += QString::fromStdString(problem);
-        m_problems->setText(lines.size() == 1 ? lines.front() : QStringLiteral("%1 problems").arg(lines.size()));
+        m_problems->setText(lines.size() == 1 ? lines.front()
+                                              : QStringLiteral("%1 problems").arg(lines.size()));
         m_problems->setToolTip(lines.join(QLatin1Char('\n')));
     }
     const std::filesystem::path path = m_project.Path();
@@ -111,12 +112,14 @@ void MainWindow::Refresh() {
     setWindowModified(m_project.IsModified());
 }
 
-void MainWindow::ShowProblem(const QString& title, const QString& text) { QMessageBox::warning(this, title, text); }
+void MainWindow::ShowProblem(const QString& title, const QString& text) {
+    QMessageBox::warning(this, title, text);
+}
 
 void MainWindow::OpenSession() {
     if (!MayDiscard()) return;
-    const QString chosen = QFileDialog::getOpenFileName(this, QStringLiteral("Open Session"),
-                                                        FromPath(m_project.Path().parent_path()), SESSION_FILTER);
+    const QString chosen = QFileDialog::getOpenFileName(
+        this, QStringLiteral("Open Session"), FromPath(m_project.Path().parent_path()), SESSION_FILTER);
     if (chosen.isEmpty()) return;
     m_console->ProjectClosing();
     try {
@@ -139,8 +142,8 @@ bool MainWindow::Save() {
 }
 
 bool MainWindow::SaveAs() {
-    const QString chosen =
-        QFileDialog::getSaveFileName(this, QStringLiteral("Save Session"), FromPath(m_project.Path()), SESSION_FILTER);
+    const QString chosen = QFileDialog::getSaveFileName(this, QStringLiteral("Save Session"),
+                                                        FromPath(m_project.Path()), SESSION_FILTER);
     if (chosen.isEmpty()) return false;
     try {
         m_project.SaveAs(ToPath(chosen));
@@ -152,11 +155,12 @@ bool MainWindow::SaveAs() {
 }
 
 void MainWindow::RenderMix() {
-    const QString chosen = QFileDialog::getSaveFileName(this, QStringLiteral("Render Mix"), QStringLiteral("mix.wav"),
-                                                        QStringLiteral("Wave files (*.wav)"));
+    const QString chosen = QFileDialog::getSaveFileName(
+        this, QStringLiteral("Render Mix"), QStringLiteral("mix.wav"), QStringLiteral("Wave files (*.wav)"));
     if (chosen.isEmpty()) return;
     constexpr int STEPS = 1000;
-    QProgressDialog progress(QStringLiteral("Rendering %1").arg(chosen), QStringLiteral("Cancel"), 0, STEPS, this);
+    QProgressDialog progress(QStringLiteral("Rendering %1").arg(chosen), QStringLiteral("Cancel"), 0, STEPS,
+                             this);
     progress.setWindowModality(Qt::WindowModal);
     try {
         m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
@@ -170,9 +174,9 @@ void MainWindow::RenderMix() {
 
 bool MainWindow::MayDiscard() {
     if (!m_project.IsModified()) return true;
-    const auto answer =
-        QMessageBox::question(this, QStringLiteral("Session"), QStringLiteral("Save the changes to this session?"),
-                              QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
+    const auto answer = QMessageBox::question(this, QStringLiteral("Session"),
+                                              QStringLiteral("Save the changes to this session?"),
+                                              QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
     if (answer == QMessageBox::Save) return Save();
     return answer == QMessageBox::Discard;
 }

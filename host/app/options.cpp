@@ -17,7 +17,8 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--screenshot", options->screenshot, "save a picture of the window as PNG");
     app.add_option("--render", options->render, "render the mix to a 24-bit stereo wave file");
     app.add_option("--report", options->report, "write what was seen as JSON");
-    app.add_option("--gesture", gestures, "NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off, with the mouse")
+    app.add_option("--gesture", gestures,
+                   "NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off, with the mouse")
         ->take_all();
     app.add_option("--device", options->device, "audio device, by a part of its name");
     app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
@@ -39,8 +40,9 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     }
     if (!size.empty()) {
         int width = 0, height = 0, end = 0;
-        if (std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) != 2 || size[static_cast<size_t>(end)] ||
-            width < 100 || height < 100 || width > 16384 || height > 16384) {
+        if (std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) != 2 ||
+            size[static_cast<size_t>(end)] || width < 100 || height < 100 || width > 16384 ||
+            height > 16384) {
             std::fprintf(stderr, "mixhost: --size takes WIDTHxHEIGHT, 100 to 16384 each\n");
             return 1;
         }

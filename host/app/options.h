@@ -24,12 +24,13 @@ struct Options {
 
     /// Whether the run ends by itself instead of waiting for a person.
     bool IsScripted() const {
-        return headless || seconds || !screenshot.empty() || !render.empty() || !report.empty() || !gestures.empty();
+        return headless || seconds || !screenshot.empty() || !render.empty() || !report.empty() ||
+               !gestures.empty();
     }
 };
 
-/// Reads the command line. Returns the exit code when the run is over: after --help, and for a bad line with the reason on
-/// stderr.
+/// Reads the command line. Returns the exit code when the run is over: after --help, and for a bad line with
+/// the reason on stderr.
 std::optional<int> ParseOptions(int argc, char** argv, Options* options);
 
 }  // namespace host

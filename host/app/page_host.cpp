@@ -56,7 +56,8 @@ PageHost::~PageHost() { Close(); }
 bool PageHost::Open(ComPtr<IPropertyPage> page, IUnknown* plugin) {
     Close();
     const RECT area = Area();
-    if (!page || page->SetPageSite(m_site.Get()) != S_OK || page->SetObjects(1, &plugin) != S_OK) return false;
+    if (!page || page->SetPageSite(m_site.Get()) != S_OK || page->SetObjects(1, &plugin) != S_OK)
+        return false;
     if (page->Activate(static_cast<HWND>(winId()), &area, 0) != S_OK) {
         page->SetObjects(0, nullptr);
         page->SetPageSite(nullptr);

@@ -1,5 +1,5 @@
-// The place in the window where a plug-in's page lives: gives the page its parent by native window id, and keeps it as large
-// as itself.
+// The place in the window where a plug-in's page lives: gives the page its parent by native window id, and
+// keeps it as large as itself.
 #pragma once
 
 #include "plugin/host_contract.h"

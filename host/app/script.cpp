@@ -86,7 +86,8 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     int64_t frames = project.Transport().frame - begun;
 
     if (!options.screenshot.empty() && !window.grab().save(QString::fromStdString(options.screenshot), "PNG"))
-        good = Complain(QStringLiteral("%1: the picture could not be written").arg(QString::fromStdString(options.screenshot)));
+        good = Complain(QStringLiteral("%1: the picture could not be written")
+                            .arg(QString::fromStdString(options.screenshot)));
     project.Stop();
     RunEvents(SETTLE_SECONDS);
     if (!options.render.empty()) {

@@ -28,7 +28,8 @@ std::optional<Side> SideOf(uint32_t pairSelector) {
 }
 
 /// Copies the asked groups of a channel into the record; inputs of the record are read first.
-HRESULT Fill(const ProjectCore& core, const Session& session, const Channel& channel, MPCHANNELREC& rec, uint32_t mask) {
+HRESULT Fill(const ProjectCore& core, const Session& session, const Channel& channel, MPCHANNELREC& rec,
+             uint32_t mask) {
     const uint32_t selector = rec.selector, pair = rec.pairSelector;
     const bool all = mask == MASK_ALL;
     if (mask & MASK_METERS) {
@@ -60,7 +61,8 @@ HRESULT Fill(const ProjectCore& core, const Session& session, const Channel& cha
     return S_OK;
 }
 
-/// The channel after `after` in session order that is of the asked kinds, or null; *more tells of a further one.
+/// The channel after `after` in session order that is of the asked kinds, or null; *more tells of a further
+/// one.
 const Channel* NextOf(const Session& session, ChannelId after, uint32_t kindMask, uint32_t* more) {
     bool passed = after == kNoChannel;
     const Channel* found = nullptr;
@@ -82,15 +84,15 @@ bool IsGain(float value) { return std::isfinite(value) && value >= 0.0f; }
 
 }  // namespace
 
-HRESULT CtrlChannelsPart::First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kindMask,
-                                uint32_t reserved) {
+HRESULT CtrlChannelsPart::First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more,
+                                uint32_t kindMask, uint32_t reserved) {
     if (!ref) return E_POINTER;
     if (level == LEVEL_CHANNEL) ref->channel = kNoChannel;
     return Next(ref, level, rec, more, kindMask, reserved);
 }
 
-HRESULT CtrlChannelsPart::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kindMask,
-                               uint32_t) {
+HRESULT CtrlChannelsPart::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more,
+                               uint32_t kindMask, uint32_t) {
     if (!ref || !more) return E_POINTER;
     *more = 0;
     if (level != LEVEL_CHANNEL) return S_FALSE;  // no sends, effects or port entries yet
@@ -104,8 +106,8 @@ HRESULT CtrlChannelsPart::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* 
     });
 }
 
-HRESULT CtrlChannelsPart::Find(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* found, uint32_t kindMask,
-                               uint32_t) {
+HRESULT CtrlChannelsPart::Find(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* found,
+                               uint32_t kindMask, uint32_t) {
     if (!ref || !found) return E_POINTER;
     *found = 0;
     if (level != LEVEL_CHANNEL) return S_FALSE;
@@ -163,7 +165,8 @@ HRESULT CtrlChannelsPart::Insert(MPCHANNELID* id, uint32_t level, MPCHANNELREC* 
     return Guarded([&] {
         const std::string name = rec->name ? Utf8FromUtf16(rec->name) : std::string(track ? "Audio" : "Bus");
         const size_t index = rec->order < 0 ? SIZE_MAX : static_cast<size_t>(rec->order);
-        const ChannelId made = Core().AddChannel(track ? ChannelKind::AudioTrack : ChannelKind::AudioBus, name, index);
+        const ChannelId made =
+            Core().AddChannel(track ? ChannelKind::AudioTrack : ChannelKind::AudioBus, name, index);
         *id = {made, 0, 0};
         return made == kNoChannel ? E_FAIL : S_OK;
     });

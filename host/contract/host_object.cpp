@@ -3,10 +3,10 @@
 namespace host {
 
 HostObject::HostObject(std::shared_ptr<ProjectCore> core)
-    : m_core(std::move(core)), m_tree(*this), m_store(*this), m_times(*this), m_ports(*this), m_channels(*this),
-      m_connections(*this), m_points{ConnectionPointPart(*this, m_core->notificationSinks),
-                                     ConnectionPointPart(*this, m_core->timeSinks),
-                                     ConnectionPointPart(*this, m_core->controlSinks)} {}
+    : m_core(std::move(core)), m_tree(*this), m_store(*this), m_times(*this), m_ports(*this),
+      m_channels(*this), m_connections(*this), m_points{ConnectionPointPart(*this, m_core->notificationSinks),
+                                                        ConnectionPointPart(*this, m_core->timeSinks),
+                                                        ConnectionPointPart(*this, m_core->controlSinks)} {}
 
 HRESULT HostObject::QueryInterface(const GUID& iid, void** out) {
     if (!out) return E_POINTER;
@@ -44,7 +44,8 @@ HRESULT ConnectionPointPart::GetConnectionInterface(GUID* iid) {
 }
 
 HRESULT ConnectionPointPart::GetConnectionPointContainer(IConnectionPointContainer** out) {
-    return out ? m_host.QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(out)) : E_POINTER;
+    return out ? m_host.QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(out))
+               : E_POINTER;
 }
 
 HRESULT PortListPart::GetPorts(uint32_t, MPPORTARRAY* out) {

@@ -1,5 +1,5 @@
-// The object that plug-ins know the host by, and its small parts, one an interface. All share one reference count and keep
-// the project's core alive. Free-threaded.
+// The object that plug-ins know the host by, and its small parts, one an interface. All share one reference
+// count and keep the project's core alive. Free-threaded.
 #pragma once
 
 #include "host/contract/project_core.h"
@@ -27,9 +27,12 @@ protected:
 class ProjectTreePart final : public HostPart<IMPProjectTree> {
 public:
     using HostPart::HostPart;
-    HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) override;
-    HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) override;
-    HRESULT Find(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kindMask) override;
+    HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                  uint32_t kindMask) override;
+    HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                 uint32_t kindMask) override;
+    HRESULT Find(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                 uint32_t kindMask) override;
     HRESULT Get(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t mask) override;
     HRESULT Set(MPCHANNELID*, uint32_t, MPEVENTREC*, uint32_t) override { return E_NOTIMPL; }
     HRESULT Reserved6() override { return E_NOTIMPL; }
@@ -47,14 +50,16 @@ public:
     using HostPart::HostPart;
     HRESULT GetHostInfo(char16_t** name, uint32_t* version) override;
     HRESULT Reserved2() override { return E_NOTIMPL; }
-    HRESULT GetProperty(const GUID* id, uint32_t index, uint32_t reserved, uint32_t size, void* buffer) override;
+    HRESULT GetProperty(const GUID* id, uint32_t index, uint32_t reserved, uint32_t size,
+                        void* buffer) override;
     HRESULT SetProperty(const GUID* id, uint32_t index, uint32_t size, const void* buffer) override;
 };
 
 class TimeConverterPart final : public HostPart<IMPTimeConverter> {
 public:
     using HostPart::HostPart;
-    /// Between nano positions (100 ns, TIMEFORMAT_NANO) and sample positions (format 1); a rate of 0 is the format's own.
+    /// Between nano positions (100 ns, TIMEFORMAT_NANO) and sample positions (format 1); a rate of 0 is the
+    /// format's own.
     HRESULT Convert(int64_t time, uint32_t fromFormat, uint32_t fromRate, int64_t* out, uint32_t toFormat,
                     uint32_t toRate) override;
     HRESULT Reserved2() override { return E_NOTIMPL; }
@@ -77,7 +82,8 @@ public:
                  uint32_t reserved) override;
     HRESULT Find(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* found, uint32_t kindMask,
                  uint32_t reserved) override;
-    HRESULT Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t kindFilter, uint32_t mask) override;
+    HRESULT Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t kindFilter,
+                uint32_t mask) override;
     HRESULT Set(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t mask) override;
     HRESULT Insert(MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec) override;
     HRESULT Remove(uint32_t level, const MPCHANNELID* id) override;

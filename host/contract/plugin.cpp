@@ -40,10 +40,11 @@ Plugin::Plugin(const std::filesystem::path& path, Project& project) : m_project(
     name[std::size(name) - 1] = 0;
     m_name = name;
     Check(create(m_object.Out()), path, "making its object");
-    Check(m_object->QueryInterface(IID_IMPInitialise, m_initialise.OutVoid()), path, "asking for IMPInitialise");
+    Check(m_object->QueryInterface(IID_IMPInitialise, m_initialise.OutVoid()), path,
+          "asking for IMPInitialise");
     uint32_t capabilities = 0xFFFFFFFF;
-    const HRESULT hr =
-        m_initialise->Initialise(project.PluginHost(), project.PluginHost(), INITFLAG_CONTROL, 0, &capabilities);
+    const HRESULT hr = m_initialise->Initialise(project.PluginHost(), project.PluginHost(), INITFLAG_CONTROL,
+                                                0, &capabilities);
     Check(hr, path, "its initialisation");
 }
 

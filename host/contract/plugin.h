@@ -1,5 +1,5 @@
-// A plug-in module in use: loaded, its object made and connected to a project, driven through its life in the order that
-// the contract asks for. [ui-thread]
+// A plug-in module in use: loaded, its object made and connected to a project, driven through its life in the
+// order that the contract asks for. [ui-thread]
 #pragma once
 
 #include "platform/module.h"
@@ -14,8 +14,8 @@ class Project;
 
 class Plugin {
 public:
-    /// Loads the module, makes its object and initialises it on the project. Throws std::runtime_error with the module's
-    /// name and the reason.
+    /// Loads the module, makes its object and initialises it on the project. Throws std::runtime_error with
+    /// the module's name and the reason.
     Plugin(const std::filesystem::path& module, Project& project);
     /// Terminates and releases the object. Its project is closed and its pages are gone by then.
     ~Plugin();

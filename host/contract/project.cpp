@@ -48,7 +48,8 @@ private:
             }
             if (transport.playing)
                 m_core.timeSinks.Send<IMPTimeSink>([&](IMPTimeSink& sink) {
-                    sink.OnTime(static_cast<uint64_t>(NanoFromSeconds(transport.seconds)), TIMEFORMAT_NANO, 0);
+                    sink.OnTime(static_cast<uint64_t>(NanoFromSeconds(transport.seconds)), TIMEFORMAT_NANO,
+                                0);
                 });
             lock.lock();
         }
@@ -66,7 +67,8 @@ private:
 
 struct Project::Impl {
     explicit Impl(EngineOptions options)
-        : core(std::make_shared<ProjectCore>(std::move(options))), object(new HostObject(core)), unknown(object->Unknown()) {
+        : core(std::make_shared<ProjectCore>(std::move(options))), object(new HostObject(core)),
+          unknown(object->Unknown()) {
         core->Replace(NewSession(), {});
         ticker = std::make_unique<Ticker>(*core);
     }
@@ -177,7 +179,12 @@ std::vector<ChannelReport> Project::Report() const {
     std::vector<ChannelReport> rows;
     for (const Channel& channel : Snapshot().channels) {
         const ShownLevels levels = m_impl->core->Levels(channel.id);
-        rows.push_back({channel.id, channel.name, channel.kind, channel.fader_db, channel.mute, channel.solo,
+        rows.push_back({channel.id,
+                        channel.name,
+                        channel.kind,
+                        channel.fader_db,
+                        channel.mute,
+                        channel.solo,
                         {DbFromLevel(levels.highest[Left]), DbFromLevel(levels.highest[Right])}});
     }
     return rows;

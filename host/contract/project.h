@@ -1,8 +1,8 @@
-// Project: an open session with the engine that plays it and the face that plug-ins see of both. The application and the
-// tests work on this; plug-ins work on PluginHost().
+// Project: an open session with the engine that plays it and the face that plug-ins see of both. The
+// application and the tests work on this; plug-ins work on PluginHost().
 //
-// Operations are [any-thread] unless told otherwise. Every change is visible before plug-ins hear of it, and no lock is
-// held while they do.
+// Operations are [any-thread] unless told otherwise. Every change is visible before plug-ins hear of it, and
+// no lock is held while they do.
 #pragma once
 
 #include "host/engine/engine.h"
@@ -30,7 +30,8 @@ struct ChannelReport {
     ChannelKind kind;
     double faderDb;
     bool mute, solo;
-    double peakDb[2];  ///< highest since the project was opened or ResetPeaks, left and right; kSilenceDb at least
+    double peakDb[2];  ///< highest since the project was opened or ResetPeaks, left and right; kSilenceDb at
+                       ///< least
 };
 
 class Project {
@@ -40,14 +41,14 @@ public:
     Project(const Project&) = delete;
     Project& operator=(const Project&) = delete;
 
-    /// Replaces what is open; the transport stops at the start. Throws SessionError, and then the old project stands.
-    /// Plug-ins are told to reload.
+    /// Replaces what is open; the transport stops at the start. Throws SessionError, and then the old project
+    /// stands. Plug-ins are told to reload.
     void Open(const std::filesystem::path& path);
     void New();
     void Save();  ///< where it was opened or saved last; throws SessionError
     void SaveAs(const std::filesystem::path& path);
-    /// Puts what plug-ins have left as preferences into the saved session, and nothing else of what has changed since.
-    /// Without a file it does nothing. Throws SessionError.
+    /// Puts what plug-ins have left as preferences into the saved session, and nothing else of what has
+    /// changed since. Without a file it does nothing. Throws SessionError.
     void SavePreferences();
     std::filesystem::path Path() const;
     bool IsModified() const;  ///< since it was opened or saved
@@ -65,13 +66,13 @@ public:
     bool RemoveChannel(ChannelId id);  ///< what fed it goes to the master; false for master and preview bus
     bool RenameChannel(ChannelId id, const std::string& name);
     bool MoveChannel(ChannelId id, size_t index);  ///< place in its row, of tracks or of busses
-    /// Changes levels, switches, pan or routing of one channel under the lock; false when it is gone or the result is
-    /// refused, and then nothing has changed.
+    /// Changes levels, switches, pan or routing of one channel under the lock; false when it is gone or the
+    /// result is refused, and then nothing has changed.
     bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
 
-    /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave, written aside and
-    /// renamed. `progress` is called with 0..1 and ends the work by false. Returns frames written; throws
-    /// std::runtime_error with file and reason, and on cancel.
+    /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave,
+    /// written aside and renamed. `progress` is called with 0..1 and ends the work by false. Returns frames
+    /// written; throws std::runtime_error with file and reason, and on cancel.
     int64_t Render(const std::filesystem::path& path, std::optional<double> seconds,
                    const std::function<bool(double)>& progress = {});
 
@@ -79,8 +80,8 @@ public:
     std::vector<ChannelReport> Report() const;
     void ResetPeaks();
 
-    /// What plug-ins are given: IMPProjectTree, IMPPropertyStore, IMPTimeConverter, IMPPortList, IMPCtrlChannels,
-    /// IConnectionPointContainer by QueryInterface.
+    /// What plug-ins are given: IMPProjectTree, IMPPropertyStore, IMPTimeConverter, IMPPortList,
+    /// IMPCtrlChannels, IConnectionPointContainer by QueryInterface.
     IUnknown* PluginHost();
     /// Sends a control without an object to every plug-in: project open and close, activate, suspend, look.
     void SendControl(const GUID& id, uint32_t flags);

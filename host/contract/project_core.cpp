@@ -82,7 +82,8 @@ void ProjectCore::SaveAs(const std::filesystem::path& path) {
     if (from != to)
         for (Channel& channel : session.channels)
             for (Clip& clip : channel.clips)
-                clip.file = std::filesystem::proximate(from / clip.file, to.empty() ? "." : to).generic_string();
+                clip.file =
+                    std::filesystem::proximate(from / clip.file, to.empty() ? "." : to).generic_string();
     SaveSession(session, path);
     m_session = std::move(session);
     m_path = path;
@@ -204,12 +205,14 @@ bool ProjectCore::MoveChannel(ChannelId id, size_t index) {
     {
         std::lock_guard lock(m_lock);
         Channel* channel = FindChannel(m_session, id);
-        if (!channel || channel->kind == ChannelKind::Master || channel->kind == ChannelKind::PreviewBus) return false;
+        if (!channel || channel->kind == ChannelKind::Master || channel->kind == ChannelKind::PreviewBus)
+            return false;
         before = Places();
         Channel moved = *channel;
         std::erase_if(m_session.channels, [id](const Channel& c) { return c.id == id; });
         const size_t at = PlaceInRow(m_session.channels, moved.kind, index);
-        m_session.channels.insert(m_session.channels.begin() + static_cast<std::ptrdiff_t>(at), std::move(moved));
+        m_session.channels.insert(m_session.channels.begin() + static_cast<std::ptrdiff_t>(at),
+                                  std::move(moved));
         ApplyToEngine();
         m_modified = true;
     }
@@ -245,7 +248,8 @@ bool ProjectCore::UpdateLevels(double elapsed) {
     bool showing = false;
     std::lock_guard lock(m_levelLock);
     std::erase_if(m_levels, [&](const auto& row) {
-        return std::none_of(meters.begin(), meters.end(), [&](const ChannelMeter& m) { return m.id == row.first; });
+        return std::none_of(meters.begin(), meters.end(),
+                            [&](const ChannelMeter& m) { return m.id == row.first; });
     });
     for (const ChannelMeter& meter : meters) {
         ShownLevels& shown = m_levels[meter.id];
@@ -262,7 +266,8 @@ bool ProjectCore::UpdateLevels(double elapsed) {
     return showing;
 }
 
-void ProjectCore::SendControl(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel, uint32_t kindMask) {
+void ProjectCore::SendControl(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel,
+                              uint32_t kindMask) {
     MPCTRLREC rec{};
     rec.id = id;
     rec.flags = flags;
@@ -272,7 +277,8 @@ void ProjectCore::SendControl(const GUID& id, uint32_t flags, uint32_t level, Ch
     controlSinks.Send<IMPCtrlChannelSink>([&](IMPCtrlChannelSink& sink) { sink.OnControl(&rec); });
 }
 
-void ProjectCore::SendNotify(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel, uint32_t kindMask) {
+void ProjectCore::SendNotify(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel,
+                             uint32_t kindMask) {
     MPNOTIFYREC rec{};
     rec.id = id;
     rec.flags = flags;

@@ -1,5 +1,5 @@
-// What a project's parts share: the session under its lock, the engine, the levels on show, and the listeners. Changes go
-// through here, so that engine and plug-ins hear of every one of them.
+// What a project's parts share: the session under its lock, the engine, the levels on show, and the
+// listeners. Changes go through here, so that engine and plug-ins hear of every one of them.
 #pragma once
 
 #include "host/contract/project.h"
@@ -26,8 +26,9 @@ public:
     /// What one edit changed, as MASK_ groups of the contract; 0 for nothing.
     using Edit = std::function<uint32_t(Channel&)>;
 
-    /// Runs `edit` on a copy of the channel and takes the copy over when it is valid. Plug-ins are told which groups
-    /// changed. S_FALSE when there is no such channel, E_INVALIDARG when the result is refused. [any-thread]
+    /// Runs `edit` on a copy of the channel and takes the copy over when it is valid. Plug-ins are told which
+    /// groups changed. S_FALSE when there is no such channel, E_INVALIDARG when the result is refused.
+    /// [any-thread]
     HRESULT EditChannel(ChannelId id, const Edit& edit);
     ChannelId AddChannel(ChannelKind kind, const std::string& name, size_t index);
     HRESULT RemoveChannel(ChannelId id);
@@ -53,7 +54,8 @@ public:
 
     std::filesystem::path Path() const;
     bool IsModified() const { return m_modified; }
-    /// Saves under that path, where the project is from now on; clips stay the files that they are. Throws SessionError.
+    /// Saves under that path, where the project is from now on; clips stay the files that they are. Throws
+    /// SessionError.
     void SaveAs(const std::filesystem::path& path);
 
     ShownLevels Levels(ChannelId id) const;
@@ -93,7 +95,8 @@ private:
 
 /// The contract's kind word of a channel.
 uint32_t KindWord(ChannelKind kind);
-/// Order index of a channel: tracks and busses each from 0, the master behind the busses, -2 for the preview bus.
+/// Order index of a channel: tracks and busses each from 0, the master behind the busses, -2 for the preview
+/// bus.
 int32_t OrderIndex(const Session& session, ChannelId id);
 
 }  // namespace host

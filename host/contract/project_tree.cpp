@@ -91,7 +91,9 @@ HRESULT ProjectTreePart::Find(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec,
 HRESULT ProjectTreePart::Get(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t) {
     if (!key || !rec) return E_POINTER;
     if (!IsLevel(level)) return S_FALSE;
-    return Guarded([&] { return Core().Read([&](const Session& session) { return Fill(session, *key, level, *rec); }); });
+    return Guarded([&] {
+        return Core().Read([&](const Session& session) { return Fill(session, *key, level, *rec); });
+    });
 }
 
 HRESULT ProjectTreePart::Notify(uint32_t op, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
@@ -105,8 +107,8 @@ HRESULT TimeConverterPart::GetRate(uint32_t format, uint32_t* out) {
     return *out ? S_OK : E_INVALIDARG;
 }
 
-HRESULT TimeConverterPart::Convert(int64_t time, uint32_t fromFormat, uint32_t fromRate, int64_t* out, uint32_t toFormat,
-                                   uint32_t toRate) {
+HRESULT TimeConverterPart::Convert(int64_t time, uint32_t fromFormat, uint32_t fromRate, int64_t* out,
+                                   uint32_t toFormat, uint32_t toRate) {
     if (!out) return E_POINTER;
     const uint32_t from = fromRate ? fromRate : OwnRate(Core(), fromFormat);
     const uint32_t to = toRate ? toRate : OwnRate(Core(), toFormat);

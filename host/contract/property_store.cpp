@@ -1,5 +1,5 @@
-// IMPPropertyStore: what the host tells of itself and the project, and the preferences that it keeps for plug-ins in the
-// session.
+// IMPPropertyStore: what the host tells of itself and the project, and the preferences that it keeps for
+// plug-ins in the session.
 #include "host/contract/host_object.h"
 #include "host/contract/time.h"
 #include "platform/text.h"
@@ -35,14 +35,17 @@ PreferenceKey KeyOf(const MPPREFREC& pref) {
 
 /// Gives the stored value when it is of the asked type; else the default stays in the record.
 HRESULT GetPreference(ProjectCore& core, MPPREFREC& pref) {
-    const std::optional<PreferenceValue> value = core.Read([&](const Session& session) -> std::optional<PreferenceValue> {
-        const auto at = session.preferences.find(KeyOf(pref));
-        if (at == session.preferences.end()) return std::nullopt;
-        return at->second;
-    });
+    const std::optional<PreferenceValue> value =
+        core.Read([&](const Session& session) -> std::optional<PreferenceValue> {
+            const auto at = session.preferences.find(KeyOf(pref));
+            if (at == session.preferences.end()) return std::nullopt;
+            return at->second;
+        });
     if (!value) return S_OK;
-    if (pref.type == PREF_INT && std::holds_alternative<int32_t>(*value)) pref.number = std::get<int32_t>(*value);
-    if (pref.type == PREF_UINT && std::holds_alternative<uint32_t>(*value)) pref.number = std::get<uint32_t>(*value);
+    if (pref.type == PREF_INT && std::holds_alternative<int32_t>(*value))
+        pref.number = std::get<int32_t>(*value);
+    if (pref.type == PREF_UINT && std::holds_alternative<uint32_t>(*value))
+        pref.number = std::get<uint32_t>(*value);
     if (pref.type == PREF_STRING && std::holds_alternative<std::string>(*value)) {
         pref.data = CoTaskMemString(Utf16FromUtf8(std::get<std::string>(*value)).c_str());
         return pref.data ? S_OK : E_OUTOFMEMORY;
@@ -94,7 +97,8 @@ HRESULT GetTransport(ProjectCore& core, void* buffer) { return Give(TransportBit
 
 HRESULT GetRange(ProjectCore& core, void* buffer) {
     const LoopRange loop = core.engine.Transport().loop;
-    return Give(MPTIMERANGE{NanoFromSeconds(loop.start), NanoFromSeconds(loop.end), TIMEFORMAT_NANO, 0}, buffer);
+    return Give(MPTIMERANGE{NanoFromSeconds(loop.start), NanoFromSeconds(loop.end), TIMEFORMAT_NANO, 0},
+                buffer);
 }
 
 HRESULT GetPosition(ProjectCore& core, void* buffer) {

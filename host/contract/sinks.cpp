@@ -30,7 +30,8 @@ HRESULT SinkList::Remove(uint32_t cookie) {
         listener = std::move(gone->listener);
         const std::thread::id self = std::this_thread::get_id();
         m_left.wait(lock, [&] {
-            return std::all_of(gone->callers.begin(), gone->callers.end(), [&](auto id) { return id == self; });
+            return std::all_of(gone->callers.begin(), gone->callers.end(),
+                               [&](auto id) { return id == self; });
         });
     }
     return S_OK;

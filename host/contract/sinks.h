@@ -12,15 +12,16 @@
 
 namespace host {
 
-/// The listeners of one connection point. No lock is held while a listener is called, so that it may call back into the
-/// host, connect and disconnect; and after Remove has returned, the listener is neither called nor
-/// referenced any more. [any-thread]
+/// The listeners of one connection point. No lock is held while a listener is called, so that it may call
+/// back into the host, connect and disconnect; and after Remove has returned, the listener is neither called
+/// nor referenced any more. [any-thread]
 class SinkList {
 public:
     explicit SinkList(const GUID& iid) : m_iid(iid) {}
 
     const GUID& Iid() const { return m_iid; }
-    /// Keeps a reference to the listener's interface `iid`; E_NOINTERFACE when it has none. *cookie is never 0.
+    /// Keeps a reference to the listener's interface `iid`; E_NOINTERFACE when it has none. *cookie is never
+    /// 0.
     HRESULT Add(IUnknown* listener, uint32_t* cookie);
     /// Waits for calls that other threads are making; a listener may remove itself in a call.
     HRESULT Remove(uint32_t cookie);

@@ -9,7 +9,11 @@ namespace host {
 inline constexpr int64_t kNanoRate = 10'000'000;  ///< nano positions a second
 
 /// seconds within +-1e11, beyond which a nano position cannot count.
-inline int64_t NanoFromSeconds(double seconds) { return std::llround(seconds * static_cast<double>(kNanoRate)); }
-inline double SecondsFromNano(int64_t nano) { return static_cast<double>(nano) / static_cast<double>(kNanoRate); }
+inline int64_t NanoFromSeconds(double seconds) {
+    return std::llround(seconds * static_cast<double>(kNanoRate));
+}
+inline double SecondsFromNano(int64_t nano) {
+    return static_cast<double>(nano) / static_cast<double>(kNanoRate);
+}
 
 }  // namespace host

@@ -46,7 +46,8 @@ TEST(StripLayout, PartsLieInsideAndApartAtEverySize) {
                 const RECT strip{100, 10, 100 + width, 10 + height};
                 const StripRects r = LayoutStrip(strip, m, {17, {13, 19}, m.nLabelColumnWidth, true, phase});
                 SCOPED_TRACE(testing::Message() << width << " x " << height);
-                const std::vector<RECT> parts = {r.title, r.namePlate, r.mute, r.solo, r.phase, r.fader, r.meter, r.valueLabel};
+                const std::vector<RECT> parts = {r.title, r.namePlate, r.mute,  r.solo,
+                                                 r.phase, r.fader,     r.meter, r.valueLabel};
                 for (size_t i = 0; i < parts.size(); i++) {
                     if (parts[i].IsEmpty()) continue;
                     EXPECT_GE(parts[i].left, strip.left);
@@ -54,7 +55,8 @@ TEST(StripLayout, PartsLieInsideAndApartAtEverySize) {
                     EXPECT_LE(parts[i].right, strip.right);
                     EXPECT_LE(parts[i].bottom, strip.bottom);
                     for (size_t j = i + 1; j < parts.size(); j++)
-                        EXPECT_FALSE(!parts[j].IsEmpty() && parts[i].Intersects(parts[j])) << i << " meets " << j;
+                        EXPECT_FALSE(!parts[j].IsEmpty() && parts[i].Intersects(parts[j]))
+                            << i << " meets " << j;
                 }
                 EXPECT_TRUE(height < 300 || !(r.fader.IsEmpty() || r.meter.IsEmpty()));
                 EXPECT_TRUE(height >= 100 || r.faders.IsEmpty());

@@ -1,5 +1,5 @@
-// A host whose N-th call fails, for every N from opening over playing to closing: the console drops the one operation, and
-// works on the next try.
+// A host whose N-th call fails, for every N from opening over playing to closing: the console drops the one
+// operation, and works on the next try.
 #include "tests/support/fake_host.h"
 #include "tests/support/page_harness.h"
 
@@ -19,11 +19,13 @@ public:
     }
     bool Open() {
         uint32_t capabilities = 0;
-        if (m_init->Initialise(m_host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities) != S_OK) return false;
+        if (m_init->Initialise(m_host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities) != S_OK)
+            return false;
         m_host.OpenProject();
         return true;
     }
-    /// A user's minute: look, play, drag, switch, select, and the host's changes in between. Nothing of it is asked after.
+    /// A user's minute: look, play, drag, switch, select, and the host's changes in between. Nothing of it is
+    /// asked after.
     void Work(PageHarness& page) {
         m_host.Control(MPCTRL_METERS);
         PageHarness::Settle();
@@ -53,13 +55,16 @@ private:
 };
 
 TEST(PageFailures, EveryFailingCallLeavesAConsoleThatWorksOnTheNextTry) {
-    // The worker's calls come among the page's in no fixed order, so the count of a clean run is only about right.
+    // The worker's calls come among the page's in no fixed order, so the count of a clean run is only about
+    // right.
     int calls = 0;
     for (int n = 1; n <= std::max(calls, 1); n++) {
         SCOPED_TRACE(n);
         FakeHost host;
         host.transport = TRANSPORT_PLAYING;
-        host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"}, {2, KIND_AUDIO_TRACK, 1, u"Bass"}, {3, KIND_MASTER, 0, u"Master"}};
+        host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},
+                         {2, KIND_AUDIO_TRACK, 1, u"Bass"},
+                         {3, KIND_MASTER, 0, u"Master"}};
         {
             Session session(host);
             host.FailCall(n == 1 ? 0 : n - 1);
@@ -75,7 +80,9 @@ TEST(PageFailures, EveryFailingCallLeavesAConsoleThatWorksOnTheNextTry) {
             ASSERT_TRUE(session.Open());
             {
                 PageHarness page(session.Object(), QSize(400, 400));
-                ASSERT_TRUE(PageHarness::Until([&] { return page.Channels() == QStringList{"Drums", "Bass", "Master"}; }));
+                ASSERT_TRUE(PageHarness::Until([&] {
+                    return page.Channels() == QStringList{"Drums", "Bass", "Master"};
+                }));
                 const QPoint thumb = page.Centre(QStringLiteral("Bass"), QStringLiteral("Volume"));
                 page.Press(thumb);
                 page.Move(thumb + QPoint(0, 30));

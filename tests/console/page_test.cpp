@@ -1,4 +1,5 @@
-// The page as a user works it: real mouse and key events on the offscreen window, and a host that shows what came of it.
+// The page as a user works it: real mouse and key events on the offscreen window, and a host that shows what
+// came of it.
 #include "console/console_plugin.h"
 #include "console/gain.h"
 #include "tests/support/fake_host.h"
@@ -11,12 +12,9 @@ namespace {
 class Page : public ::testing::Test {
 protected:
     void SetUp() override {
-        host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},
-                         {2, KIND_AUDIO_TRACK, 1, u"Bass"},
-                         {3, KIND_AUDIO_TRACK, 2, u"Keys"},
-                         {4, KIND_AUDIO_BUS, 0, u"Rhythm"},
-                         {5, KIND_MASTER, 1, u"Master"},
-                         {6, KIND_BUS | KIND_SPECIAL, -2, u"Preview"}};
+        host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"}, {2, KIND_AUDIO_TRACK, 1, u"Bass"},
+                         {3, KIND_AUDIO_TRACK, 2, u"Keys"},  {4, KIND_AUDIO_BUS, 0, u"Rhythm"},
+                         {5, KIND_MASTER, 1, u"Master"},     {6, KIND_BUS | KIND_SPECIAL, -2, u"Preview"}};
         host.transport = TRANSPORT_PLAYING;
         ASSERT_EQ(QmOPTPlug_CreateOPTObject(object.Out()), S_OK);
         ComPtr<IMPInitialise> init;
@@ -220,9 +218,11 @@ TEST_F(Page, ClosesAndOpensWhileChangesArrive) {
         page->Close();
         {
             std::lock_guard guard(host.lock);
-            host.channels.push_back({100u + static_cast<uint64_t>(round), KIND_AUDIO_TRACK, 10 + round, u"More"});
+            host.channels.push_back(
+                {100u + static_cast<uint64_t>(round), KIND_AUDIO_TRACK, 10 + round, u"More"});
         }
-        host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 100u + static_cast<uint64_t>(round), KIND_AUDIO_TRACK);
+        host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 100u + static_cast<uint64_t>(round),
+                     KIND_AUDIO_TRACK);
         host.Control(MPCTRL_METERS);
         ASSERT_EQ(page->Open(object.Get()), S_OK);
         EXPECT_EQ(page->Channels().size(), 7 + round);

@@ -12,7 +12,8 @@ namespace {
 TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
     FakeHost host;
     for (uint64_t i = 1; i <= 12; i++)
-        host.channels.push_back({i, i < 10 ? KIND_AUDIO_TRACK : KIND_AUDIO_BUS, static_cast<int32_t>(i), u"Channel"});
+        host.channels.push_back(
+            {i, i < 10 ? KIND_AUDIO_TRACK : KIND_AUDIO_BUS, static_cast<int32_t>(i), u"Channel"});
     host.transport = TRANSPORT_PLAYING;
     ComPtr<IUnknown> object;
     ASSERT_EQ(QmOPTPlug_CreateOPTObject(object.Out()), S_OK);
@@ -36,12 +37,16 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
                     host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, id, KIND_AUDIO_TRACK);
                     host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, id, KIND_AUDIO_TRACK);
                     break;
-                case 1: host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_IDENTITY); break;
+                case 1:
+                    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_IDENTITY);
+                    break;
                 case 2: host.Notify(MPNOTIFY_DISPLAY, NOTIFY_URGENT, 0, {}, 1); break;
                 case 3: host.Control(MPCTRL_METERS); break;
                 case 4: host.Tick(); break;
                 case 5: host.Notify(MPNOTIFY_PROJECT_RELOAD); break;
-                default: host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_VOLUME); break;
+                default:
+                    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_VOLUME);
+                    break;
                 }
                 callbacks++;
             }

@@ -1,4 +1,5 @@
-// The console on a real project: the module loaded as a host loads it, the engine playing behind the contract.
+// The console on a real project: the module loaded as a host loads it, the engine playing behind the
+// contract.
 #include "host/app/gesture.h"
 #include "host/app/page_host.h"
 #include "host/contract/plugin.h"
@@ -30,7 +31,8 @@ void WriteSine(const std::filesystem::path& path, double hertz) {
     ASSERT_TRUE(file);
     std::vector<float> samples(static_cast<size_t>(RATE * SECONDS) * 2);
     for (size_t i = 0; i < samples.size(); i++)
-        samples[i] = static_cast<float>(0.25 * std::sin(2 * M_PI * hertz * static_cast<double>(i / 2) / RATE));
+        samples[i] =
+            static_cast<float>(0.25 * std::sin(2 * M_PI * hertz * static_cast<double>(i / 2) / RATE));
     sf_writef_float(file, samples.data(), static_cast<sf_count_t>(samples.size() / 2));
     sf_close(file);
 }
@@ -104,7 +106,8 @@ protected:
     }
 
     QTemporaryDir folder;
-    Project project{EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}}};
+    Project project{
+        EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}}};
     std::unique_ptr<Plugin> plugin;
     PageHost place;
 };
@@ -153,7 +156,9 @@ TEST_F(ConsoleProject, FollowsChannelsThatComeGoMoveAndAreRenamed) {
     const ChannelId track = project.AddChannel(ChannelKind::AudioTrack, "Guitar");
     ASSERT_TRUE(Until([&] { return Channels().contains("Room") && Channels().value(3) == "Guitar"; }));
     EXPECT_TRUE(project.MoveChannel(track, 0));
-    ASSERT_TRUE(Until([&] { return Channels().mid(0, 4) == QStringList{"Guitar", "Drums", "Bass", "Keys"}; }));
+    ASSERT_TRUE(Until([&] {
+        return Channels().mid(0, 4) == QStringList{"Guitar", "Drums", "Bass", "Keys"};
+    }));
     EXPECT_TRUE(project.RenameChannel(track, "Gitarre"));
     ASSERT_TRUE(Until([&] { return Channels().value(0) == "Gitarre"; }));
     Do("Gitarre:fader=-3.0");
@@ -169,7 +174,8 @@ TEST_F(ConsoleProject, ThePageClosesAndOpensWhileAudioRuns) {
         ASSERT_TRUE(Until([&] { return LevelDb("Drums") > -30; })) << "the meters of a new page move";
         place.Close();
         const int64_t before = project.Transport().frame;
-        ASSERT_TRUE(Until([&] { return project.Transport().frame != before; })) << "audio goes on without the page";
+        ASSERT_TRUE(Until([&] { return project.Transport().frame != before; }))
+            << "audio goes on without the page";
         ASSERT_TRUE(OpenPage());
     }
     project.Stop();

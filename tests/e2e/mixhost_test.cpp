@@ -41,10 +41,12 @@ void Write(const QString& path, const QByteArray& bytes) {
 TEST(Mixhost, ASessionThatCannotBeReadEndsWithOneLineAndCode2) {
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("bad.tarn"));
-    for (const QByteArray& bytes : {QByteArray("{"), QByteArray("{\"format\": \"tarn-session\", \"version\": 2}"),
-                                    QByteArray("\0\xff", 2), QByteArray()}) {
+    for (const QByteArray& bytes :
+         {QByteArray("{"), QByteArray("{\"format\": \"tarn-session\", \"version\": 2}"),
+          QByteArray("\0\xff", 2), QByteArray()}) {
         Write(path, bytes);
-        const RunResult run = Mixhost({path, QStringLiteral("--headless"), QStringLiteral("--seconds"), QStringLiteral("0")});
+        const RunResult run =
+            Mixhost({path, QStringLiteral("--headless"), QStringLiteral("--seconds"), QStringLiteral("0")});
         EXPECT_EQ(run.code, 2);
         EXPECT_EQ(run.errors.count('\n'), 1) << run.errors.toStdString();
         EXPECT_TRUE(run.errors.contains("bad.tarn")) << run.errors.toStdString();
@@ -62,8 +64,8 @@ TEST(Mixhost, WorksInARealWindowSystem) {
     // The page is a native child of the host's window here, which the offscreen platform knows nothing of.
     const RunResult run =
         Execute(QStringLiteral("xvfb-run"),
-                {QStringLiteral("-a"), QStringLiteral(TARN_MIXHOST), QString::fromStdString(path), "--null-device",
-                 "--seconds", "0.2", "--screenshot", png, "--gesture", "Master:fader=-3.0"},
+                {QStringLiteral("-a"), QStringLiteral(TARN_MIXHOST), QString::fromStdString(path),
+                 "--null-device", "--seconds", "0.2", "--screenshot", png, "--gesture", "Master:fader=-3.0"},
                 environment);
     EXPECT_EQ(run.code, 0) << run.errors.toStdString();
     const QImage picture(png);
@@ -81,12 +83,14 @@ TEST(Mixhost, AScriptedRunLeavesPictureRenderAndReport) {
     session.length = 1;
     const std::string path = folder.filePath(QStringLiteral("small.tarn")).toStdString();
     host::SaveSession(session, path);
-    const QString png = folder.filePath(QStringLiteral("a.png")), wav = folder.filePath(QStringLiteral("a.wav")),
+    const QString png = folder.filePath(QStringLiteral("a.png")),
+                  wav = folder.filePath(QStringLiteral("a.wav")),
                   json = folder.filePath(QStringLiteral("a.json"));
-    const QStringList common = {QString::fromStdString(path), QStringLiteral("--headless"), QStringLiteral("--seconds"),
-                                QStringLiteral("0.2")};
-    const RunResult good = Mixhost(common + QStringList{"--screenshot", png, "--render", wav, "--report", json, "--gesture",
-                                                  "Master:fader=-6.0", "--gesture", "Master:mute=on"});
+    const QStringList common = {QString::fromStdString(path), QStringLiteral("--headless"),
+                                QStringLiteral("--seconds"), QStringLiteral("0.2")};
+    const RunResult good =
+        Mixhost(common + QStringList{"--screenshot", png, "--render", wav, "--report", json, "--gesture",
+                                     "Master:fader=-6.0", "--gesture", "Master:mute=on"});
     EXPECT_EQ(good.code, 0) << good.errors.toStdString();
     EXPECT_GT(QImage(png).width(), 600);
     QFile file(json);

@@ -1,4 +1,5 @@
-// The host's side of the contract, through the interfaces alone and with a listener that writes down what it hears.
+// The host's side of the contract, through the interfaces alone and with a listener that writes down what it
+// hears.
 #include "host/contract/project.h"
 #include "host/contract/time.h"
 
@@ -73,7 +74,8 @@ protected:
     }
 
     Listener listener;
-    Project project{EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}}};
+    Project project{
+        EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}}};
     ChannelId drums = 0, bass = 0, bus = 0;
     ComPtr<IMPCtrlChannels> channels;
     ComPtr<IMPPropertyStore> store;
@@ -127,9 +129,10 @@ TEST_F(Contract, SetsAreSeenHeardAndCheckedFirst) {
         HRESULT result;
     };
     const float nan = std::nanf(""), inf = std::numeric_limits<float>::infinity();
-    for (const Row& row : {Row{MASK_VOLUME, nan, E_INVALIDARG}, Row{MASK_VOLUME, -1, E_INVALIDARG},
-                           Row{MASK_VOLUME, inf, E_INVALIDARG}, Row{MASK_PAN, nan, E_INVALIDARG}, Row{MASK_PAN, 9, S_OK},
-                           Row{MASK_NAME, 0, E_INVALIDARG}, Row{MASK_SEND, 0, E_NOTIMPL}, Row{0, 0, E_NOTIMPL}}) {
+    for (const Row& row :
+         {Row{MASK_VOLUME, nan, E_INVALIDARG}, Row{MASK_VOLUME, -1, E_INVALIDARG},
+          Row{MASK_VOLUME, inf, E_INVALIDARG}, Row{MASK_PAN, nan, E_INVALIDARG}, Row{MASK_PAN, 9, S_OK},
+          Row{MASK_NAME, 0, E_INVALIDARG}, Row{MASK_SEND, 0, E_NOTIMPL}, Row{0, 0, E_NOTIMPL}}) {
         MPCHANNELREC bad{};
         bad.volume = bad.pan = row.value;
         EXPECT_EQ(Set(drums, row.mask, bad), row.result) << row.mask << " " << row.value;
@@ -194,7 +197,8 @@ TEST_F(Contract, NullsZerosWrongLevelsAndWrongSizesAreAnswered) {
     uint8_t buffer[128] = {};
     EXPECT_EQ(store->GetProperty(&IID_IUnknown, 0, 0, 4, buffer), E_FAIL);
     EXPECT_EQ(store->GetProperty(nullptr, 0, 0, 4, buffer), E_POINTER);
-    for (const GUID& id : {MPPROP_TRANSPORT, MPPROP_RANGE, MPPROP_AUDIO_FORMAT, MPPROP_PREFERENCE, MPPROP_PROJECT_INFO})
+    for (const GUID& id :
+         {MPPROP_TRANSPORT, MPPROP_RANGE, MPPROP_AUDIO_FORMAT, MPPROP_PREFERENCE, MPPROP_PROJECT_INFO})
         EXPECT_EQ(store->GetProperty(&id, 0, 0, 3, buffer), E_INVALIDARG);
     EXPECT_EQ(store->SetProperty(&MPPROP_CHANNEL_MODE, 0, 4, buffer), E_FAIL) << "read only";
 }

@@ -7,7 +7,8 @@
 
 namespace {
 
-constexpr ChannelKey Key(uint32_t kind, int32_t order, uint32_t countClass = 1, uint32_t pair = SPEAKER_FRONT) {
+constexpr ChannelKey Key(uint32_t kind, int32_t order, uint32_t countClass = 1,
+                         uint32_t pair = SPEAKER_FRONT) {
     return {kind, order, countClass, pair};
 }
 
@@ -29,11 +30,15 @@ TEST(ChannelOrder, RulesForPairs) {
         {"master before family 80", Key(KIND_MASTER, 0), Key(KIND_FAMILY_80, 0), -1, -1, 1},
         {"families: synth, FX, bus", Key(KIND_SYNTH, 9), Key(KIND_FX, 1), -1, 1, 1},
         {"families: FX, bus", Key(KIND_AUDIO_BUS, 1), Key(KIND_FX, 9), 1, -1, -1},
-        {"preview by its index in the entries", Key(KIND_BUS | KIND_SPECIAL, -2), Key(KIND_AUDIO_BUS, 0), 0, -1, -1},
-        {"head before companion", Key(KIND_SURROUND_MASTER, 5), Key(KIND_MASTER | KIND_NO_STRIP, 0), 1, -1, -1},
+        {"preview by its index in the entries", Key(KIND_BUS | KIND_SPECIAL, -2), Key(KIND_AUDIO_BUS, 0), 0,
+         -1, -1},
+        {"head before companion", Key(KIND_SURROUND_MASTER, 5), Key(KIND_MASTER | KIND_NO_STRIP, 0), 1, -1,
+         -1},
         {"restricted: larger class first", Key(RESTRICTED_4, 9, 6), Key(RESTRICTED_4, 0, 2), -1, -1, -1},
-        {"restricted pairs: left before right", Key(RESTRICTED_4, 9, 1, 1), Key(RESTRICTED_4, 0, 1, 2), 1, 1, -1},
-        {"restricted pairs: right after left", Key(RESTRICTED_4, 0, 1, 2), Key(RESTRICTED_4, 9, 1, 1), -1, -1, 1},
+        {"restricted pairs: left before right", Key(RESTRICTED_4, 9, 1, 1), Key(RESTRICTED_4, 0, 1, 2), 1, 1,
+         -1},
+        {"restricted pairs: right after left", Key(RESTRICTED_4, 0, 1, 2), Key(RESTRICTED_4, 9, 1, 1), -1, -1,
+         1},
         {"restricted behind", Key(KIND_RESTRICTED, 0), Key(KIND_AUDIO_BUS, 5), 1, 1, 1},
     };
     for (const Row& row : rows) {
@@ -62,7 +67,8 @@ TEST(ChannelOrder, EntriesOfAStereoProjectStandAsOneExpects) {
         for (const ChannelKey& key : keys)
             sorted.insert(std::upper_bound(sorted.begin(), sorted.end(), key, less), key);
         for (size_t i = 0; i < sorted.size(); i++) ASSERT_EQ(id(sorted[i]), id(expected[i]));
-    } while (std::next_permutation(keys.begin(), keys.end(), [&](auto& a, auto& b) { return id(a) < id(b); }));
+    } while (
+        std::next_permutation(keys.begin(), keys.end(), [&](auto& a, auto& b) { return id(a) < id(b); }));
 }
 
 }  // namespace

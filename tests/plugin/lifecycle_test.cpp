@@ -1,4 +1,5 @@
-// Life of the console's object: identity, connection, the worker's replay, failures of the host at every call.
+// Life of the console's object: identity, connection, the worker's replay, failures of the host at every
+// call.
 #include "console/console_plugin.h"
 #include "plugin/module_state.h"
 #include "tests/support/fake_host.h"
@@ -11,8 +12,10 @@
 namespace {
 
 void AddChannels(FakeHost& host) {
-    host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},   {2, KIND_AUDIO_TRACK, 1, u"Bass"},
-                     {3, KIND_AUDIO_BUS, 0, u"Rhythm"},    {4, KIND_MASTER, 1, u"Master"},
+    host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},
+                     {2, KIND_AUDIO_TRACK, 1, u"Bass"},
+                     {3, KIND_AUDIO_BUS, 0, u"Rhythm"},
+                     {4, KIND_MASTER, 1, u"Master"},
                      {5, KIND_BUS | KIND_SPECIAL, -2, u"Preview"}};
 }
 
@@ -45,8 +48,9 @@ bool Eventually(F condition) {
 
 TEST(Lifecycle, AnswersItsInterfacesAndNoOthers) {
     ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
-    for (const GUID& iid : {IID_IUnknown, IID_IMPInitialise, IID_IQmTranslationInfo, IID_IMPEventFilter,
-                            IID_IPersistStream, IID_IPersist, IID_ISpecifyPropertyPages, IID_IMPControlSurfaceDriver}) {
+    for (const GUID& iid :
+         {IID_IUnknown, IID_IMPInitialise, IID_IQmTranslationInfo, IID_IMPEventFilter, IID_IPersistStream,
+          IID_IPersist, IID_ISpecifyPropertyPages, IID_IMPControlSurfaceDriver}) {
         ComPtr<IUnknown> got;
         EXPECT_EQ(plugin->QueryInterface(iid, got.OutVoid()), S_OK) << iid.Data1;
         EXPECT_TRUE(got);
@@ -97,7 +101,8 @@ TEST(Lifecycle, OpensAProjectAndBalancesEveryReference) {
     AddChannels(host);
     ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
     uint32_t capabilities = 0;
-    EXPECT_EQ(plugin->Initialise(host.Unknown(), nullptr, 0, 0, &capabilities), E_FAIL) << "needs the control flag";
+    EXPECT_EQ(plugin->Initialise(host.Unknown(), nullptr, 0, 0, &capabilities), E_FAIL)
+        << "needs the control flag";
     EXPECT_EQ(host.Calls(), 0);
     ASSERT_EQ(Initialise(*plugin, host), S_OK);
     EXPECT_EQ(host.Connections(), 3);
@@ -231,7 +236,8 @@ TEST(Lifecycle, NotificationsFromManyThreadsWhileItTerminates) {
         for (uint64_t t = 0; t < 4; t++)
             threads.emplace_back([&, t] {
                 while (!stop) {
-                    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1 + t, MASK_VOLUME | MASK_IDENTITY);
+                    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1 + t,
+                                 MASK_VOLUME | MASK_IDENTITY);
                     host.Control(MPCTRL_METERS);
                     host.Notify(MPNOTIFY_DISPLAY);
                     host.Notify(MPNOTIFY_PROJECT_RELOAD);

@@ -1,4 +1,5 @@
-// The notification dispatch of the base object: what runs when, what waits for the replay, what the page hears.
+// The notification dispatch of the base object: what runs when, what waits for the replay, what the page
+// hears.
 #include "plugin/list_page.h"
 #include "plugin/opt_plugin.h"
 #include "tests/support/fake_host.h"
@@ -52,7 +53,8 @@ protected:
         plugin.Reset();
         EXPECT_EQ(host.References(), 0);
     }
-    HRESULT Send(const GUID& id, uint32_t post, uint32_t flags = 0, uint32_t level = 0, MPCHANNELID path = {}) {
+    HRESULT Send(const GUID& id, uint32_t post, uint32_t flags = 0, uint32_t level = 0,
+                 MPCHANNELID path = {}) {
         MPNOTIFYREC rec{};
         rec.id = id;
         rec.flags = flags;
@@ -71,12 +73,18 @@ TEST_F(Notify, EachIdAnswersAndQueuesByItsRule) {
         bool queues, refreshes;
     };
     const Row rows[] = {
-        {MPNOTIFY_E4, S_OK, S_FALSE, true, true},      {MPNOTIFY_EE, S_OK, S_FALSE, true, true},
-        {MPNOTIFY_DISPLAY, S_OK, S_OK, true, true},    {MPNOTIFY_EA, S_OK, S_OK, true, true},
-        {MPNOTIFY_PROJECT_RELOAD, S_OK, S_OK, true, true}, {MPNOTIFY_PORTS, S_OK, S_OK, false, true},
-        {MPNOTIFY_EC, S_OK, S_OK, false, true},        {MPNOTIFY_E3, S_FALSE, S_FALSE, false, false},
-        {MPNOTIFY_E5, S_FALSE, S_FALSE, false, false}, {MPNOTIFY_E7, S_FALSE, S_FALSE, false, false},
-        {MPNOTIFY_E8, S_FALSE, S_FALSE, false, false}, {MPNOTIFY_EB, S_FALSE, S_FALSE, false, false},
+        {MPNOTIFY_E4, S_OK, S_FALSE, true, true},
+        {MPNOTIFY_EE, S_OK, S_FALSE, true, true},
+        {MPNOTIFY_DISPLAY, S_OK, S_OK, true, true},
+        {MPNOTIFY_EA, S_OK, S_OK, true, true},
+        {MPNOTIFY_PROJECT_RELOAD, S_OK, S_OK, true, true},
+        {MPNOTIFY_PORTS, S_OK, S_OK, false, true},
+        {MPNOTIFY_EC, S_OK, S_OK, false, true},
+        {MPNOTIFY_E3, S_FALSE, S_FALSE, false, false},
+        {MPNOTIFY_E5, S_FALSE, S_FALSE, false, false},
+        {MPNOTIFY_E7, S_FALSE, S_FALSE, false, false},
+        {MPNOTIFY_E8, S_FALSE, S_FALSE, false, false},
+        {MPNOTIFY_EB, S_FALSE, S_FALSE, false, false},
         {IID_IUnknown, S_FALSE, S_FALSE, false, false},
     };
     PageProbe page;
@@ -129,12 +137,8 @@ TEST_F(Notify, ReplayKeepsTheOrderAndDiscardDropsIt) {
 
 TEST_F(Notify, TreeListsFollowTheProject) {
     // Two tracks; the second event's takes come unordered from the host.
-    host.takes = {{1, 10, 100, 0, 0, 3},
-                  {2, 20, 200, 5, 0, 1},
-                  {2, 20, 201, 2, 1, 4},
-                  {2, 20, 202, 2, 0, 4},
-                  {2, 20, 203, 2, 0, 0xFFFFFFFF},
-                  {2, 21, 210, 1, 0, 0}};
+    host.takes = {{1, 10, 100, 0, 0, 3}, {2, 20, 200, 5, 0, 1},          {2, 20, 201, 2, 1, 4},
+                  {2, 20, 202, 2, 0, 4}, {2, 20, 203, 2, 0, 0xFFFFFFFF}, {2, 21, 210, 1, 0, 0}};
     ASSERT_EQ(plugin->ReloadProjectTree(1), S_OK);
     ASSERT_EQ(plugin->Tracks()->count, 2);
     EXPECT_EQ(QmList_Records<TRACKROW>(plugin->Tracks())[1].events->count, 2);

@@ -61,7 +61,8 @@ bool FakeHost::Notify(const GUID& id, uint32_t flags, uint32_t level, MPCHANNELI
     rec.level = level;
     rec.path = path;
     rec.kindMask = kindMask;
-    return Send<IMPNotificationSink>(IID_IMPNotificationSink, [&](IMPNotificationSink& s) { s.OnNotify(&rec); });
+    return Send<IMPNotificationSink>(IID_IMPNotificationSink,
+                                     [&](IMPNotificationSink& s) { s.OnNotify(&rec); });
 }
 
 bool FakeHost::Control(const GUID& id, uint32_t flags, uint32_t level, uint64_t channel, uint32_t kindMask,
@@ -73,7 +74,8 @@ bool FakeHost::Control(const GUID& id, uint32_t flags, uint32_t level, uint64_t 
     rec.object.channel = channel;
     rec.kindMask = kindMask;
     rec.second.channel = second;
-    return Send<IMPCtrlChannelSink>(IID_IMPCtrlChannelSink, [&](IMPCtrlChannelSink& s) { s.OnControl(&rec); });
+    return Send<IMPCtrlChannelSink>(IID_IMPCtrlChannelSink,
+                                    [&](IMPCtrlChannelSink& s) { s.OnControl(&rec); });
 }
 
 bool FakeHost::Tick() {
@@ -121,7 +123,8 @@ std::vector<MPCHANNELID> FakeHost::Tree::Children(MPCHANNELID parent, uint32_t l
     for (const FakeTake& take : host->takes) {
         if (level > LEVEL_TRACK && take.track != parent.channel) continue;
         if (level > LEVEL_EVENT && take.event != parent.sub) continue;
-        const MPCHANNELID id{take.track, level > LEVEL_TRACK ? take.event : 0, level > LEVEL_EVENT ? take.take : 0};
+        const MPCHANNELID id{take.track, level > LEVEL_TRACK ? take.event : 0,
+                             level > LEVEL_EVENT ? take.take : 0};
         if (std::find(found.begin(), found.end(), id) == found.end()) found.push_back(id);
     }
     return found;
@@ -183,7 +186,8 @@ HRESULT FakeHost::Store::GetProperty(const GUID* id, uint32_t, uint32_t, uint32_
     if (*id == MPPROP_CHANNEL_MODE && size == 4) return std::memcpy(buffer, &host->channelMode, 4), S_OK;
     if (*id == MPPROP_PREFERENCE && size == sizeof(MPPREFREC)) {
         auto* pref = static_cast<MPPREFREC*>(buffer);
-        const auto at = host->preferences.find(pref->keyName ? pref->keyName : std::u16string(1, char16_t(pref->numericKey)));
+        const auto at = host->preferences.find(pref->keyName ? pref->keyName
+                                                             : std::u16string(1, char16_t(pref->numericKey)));
         if (at != host->preferences.end()) pref->number = at->second;
         return S_OK;
     }
@@ -195,7 +199,8 @@ HRESULT FakeHost::Store::SetProperty(const GUID* id, uint32_t, uint32_t size, co
     if (*id != MPPROP_PREFERENCE || size != sizeof(MPPREFREC)) return E_FAIL;
     std::lock_guard guard(host->lock);
     const auto* pref = static_cast<const MPPREFREC*>(buffer);
-    host->preferences[pref->keyName ? pref->keyName : std::u16string(1, char16_t(pref->numericKey))] = pref->number;
+    host->preferences[pref->keyName ? pref->keyName : std::u16string(1, char16_t(pref->numericKey))] =
+        pref->number;
     return S_OK;
 }
 
@@ -219,15 +224,15 @@ HRESULT FakeHost::Ports::GetPorts(uint32_t, MPPORTARRAY* out) {
     return S_OK;
 }
 
-HRESULT FakeHost::Channels::First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kinds,
-                                  uint32_t reserved) {
+HRESULT FakeHost::Channels::First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more,
+                                  uint32_t kinds, uint32_t reserved) {
     if (level != LEVEL_CHANNEL) return S_FALSE;
     ref->channel = 0;
     return Next(ref, level, rec, more, kinds, reserved);
 }
 
-HRESULT FakeHost::Channels::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC*, uint32_t* more, uint32_t kinds,
-                                 uint32_t) {
+HRESULT FakeHost::Channels::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC*, uint32_t* more,
+                                 uint32_t kinds, uint32_t) {
     if (host->Fails()) return E_FAIL;
     if (level != LEVEL_CHANNEL) return S_FALSE;
     std::lock_guard guard(host->lock);
@@ -243,7 +248,8 @@ HRESULT FakeHost::Channels::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC
     return S_OK;
 }
 
-HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t, uint32_t mask) {
+HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t,
+                                uint32_t mask) {
     if (host->Fails()) return E_FAIL;
     std::lock_guard guard(host->lock);
     const FakeChannel* channel = level == LEVEL_CHANNEL ? host->Find(id->channel) : nullptr;

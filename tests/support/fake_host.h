@@ -1,5 +1,5 @@
-// A host made of plain data, for tests of the plug-in alone: it counts references and calls, can fail its N-th call, and
-// sends whatever the test wants.
+// A host made of plain data, for tests of the plug-in alone: it counts references and calls, can fail its
+// N-th call, and sends whatever the test wants.
 #pragma once
 
 #include "plugin/host_contract.h"
@@ -64,9 +64,10 @@ public:
     FakeChannel* Find(uint64_t id);
 
     // What the host sends; false when nobody listens.
-    bool Notify(const GUID& id, uint32_t flags = 0, uint32_t level = 0, MPCHANNELID path = {}, uint32_t kindMask = 0);
-    bool Control(const GUID& id, uint32_t flags = 0, uint32_t level = 0, uint64_t channel = 0, uint32_t kindMask = 0,
-                 uint64_t second = 0);
+    bool Notify(const GUID& id, uint32_t flags = 0, uint32_t level = 0, MPCHANNELID path = {},
+                uint32_t kindMask = 0);
+    bool Control(const GUID& id, uint32_t flags = 0, uint32_t level = 0, uint64_t channel = 0,
+                 uint32_t kindMask = 0, uint64_t second = 0);
     bool Tick();
     /// The usual beginning and end of a plug-in's work with a project.
     void OpenProject();
@@ -95,8 +96,10 @@ private:
         HRESULT FindConnectionPoint(const GUID& iid, IConnectionPoint** out) override;
     };
     struct Tree : Object<IMPProjectTree> {
-        HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kinds) override;
-        HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t kinds) override;
+        HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                      uint32_t kinds) override;
+        HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                     uint32_t kinds) override;
         HRESULT Find(MPCHANNELID*, uint32_t, MPEVENTREC*, uint32_t*, uint32_t) override { return E_NOTIMPL; }
         HRESULT Get(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t mask) override;
         HRESULT Set(MPCHANNELID*, uint32_t, MPEVENTREC*, uint32_t) override { return E_NOTIMPL; }
@@ -106,13 +109,16 @@ private:
         HRESULT Reserved9() override { return E_NOTIMPL; }
         HRESULT Lock(uint32_t, uint32_t) override;
         HRESULT Unlock(uint32_t) override;
-        HRESULT Notify(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) override { return S_OK; }
+        HRESULT Notify(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) override {
+            return S_OK;
+        }
         std::vector<MPCHANNELID> Children(MPCHANNELID parent, uint32_t level);
     };
     struct Store : Object<IMPPropertyStore> {
         HRESULT GetHostInfo(char16_t** name, uint32_t* version) override;
         HRESULT Reserved2() override { return E_NOTIMPL; }
-        HRESULT GetProperty(const GUID* id, uint32_t index, uint32_t reserved, uint32_t size, void* buffer) override;
+        HRESULT GetProperty(const GUID* id, uint32_t index, uint32_t reserved, uint32_t size,
+                            void* buffer) override;
         HRESULT SetProperty(const GUID* id, uint32_t index, uint32_t size, const void* buffer) override;
     };
     struct Times : Object<IMPTimeConverter> {
@@ -132,7 +138,8 @@ private:
         HRESULT Find(MPCHANNELREF*, uint32_t, MPCHANNELREC*, uint32_t*, uint32_t, uint32_t) override {
             return E_NOTIMPL;
         }
-        HRESULT Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t, uint32_t mask) override;
+        HRESULT Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t,
+                    uint32_t mask) override;
         HRESULT Set(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t mask) override;
         HRESULT Insert(MPCHANNELID*, uint32_t, MPCHANNELREC*) override { return E_NOTIMPL; }
         HRESULT Remove(uint32_t, const MPCHANNELID*) override { return E_NOTIMPL; }

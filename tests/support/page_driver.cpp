@@ -30,7 +30,7 @@ void PageDriver::Settle() {
 }
 
 void PageDriver::Mouse(QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons buttons,
-                        Qt::KeyboardModifiers modifiers) {
+                       Qt::KeyboardModifiers modifiers) {
     QWidget& page = Page();
     QMouseEvent event(type, QPointF(at), QPointF(page.mapToGlobal(at)), button, buttons, modifiers);
     QApplication::sendEvent(&page, &event);
@@ -59,8 +59,8 @@ void PageDriver::DoubleClick(QPoint at) {
 
 void PageDriver::Wheel(QPoint at, int turn, Qt::KeyboardModifiers modifiers) {
     QWidget& page = Page();
-    QWheelEvent event(QPointF(at), QPointF(page.mapToGlobal(at)), QPoint(), QPoint(0, turn), Qt::NoButton, modifiers,
-                      Qt::NoScrollPhase, false);
+    QWheelEvent event(QPointF(at), QPointF(page.mapToGlobal(at)), QPoint(), QPoint(0, turn), Qt::NoButton,
+                      modifiers, Qt::NoScrollPhase, false);
     QApplication::sendEvent(&page, &event);
     QApplication::processEvents();
 }
@@ -80,7 +80,9 @@ QRect PageDriver::Area(const QString& channel, const QString& control) {
     return found ? QRect(Page().mapFromGlobal(found->rect().topLeft()), found->rect().size()) : QRect();
 }
 
-QPoint PageDriver::Centre(const QString& channel, const QString& control) { return Area(channel, control).center(); }
+QPoint PageDriver::Centre(const QString& channel, const QString& control) {
+    return Area(channel, control).center();
+}
 
 double PageDriver::FaderDb(const QString& channel) {
     QAccessibleInterface* found = Control(Page(), channel, QStringLiteral("Volume"));

@@ -4,7 +4,8 @@
 #include <QEvent>
 #include <QWidget>
 
-/// Works a page as a person would: with the mouse and the keys, finding controls by the names that a screen reader is told.
+/// Works a page as a person would: with the mouse and the keys, finding controls by the names that a screen
+/// reader is told.
 class PageDriver {
 public:
     virtual ~PageDriver() = default;

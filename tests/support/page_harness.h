@@ -1,5 +1,5 @@
-// A console page in a window of the test: made through the module's entry points, embedded by its window id, as a host
-// does it.
+// A console page in a window of the test: made through the module's entry points, embedded by its window id,
+// as a host does it.
 #pragma once
 
 #include "plugin/host_contract.h"

@@ -1,4 +1,5 @@
-// Entry point of the test programs that show windows: one application for all cases, offscreen unless told otherwise.
+// Entry point of the test programs that show windows: one application for all cases, offscreen unless told
+// otherwise.
 #include <gtest/gtest.h>
 
 #include <QApplication>

@@ -22,15 +22,13 @@ constexpr KindRow KINDS[] = {
 constexpr std::string_view KIND_IMAGES[] = {"kind_audio", "kind_bus",  "kind_master", "kind_fx",
                                             "kind_synth", "kind_midi", "kind_input"};
 constexpr std::string_view THUMB[] = {"thumb_fader"};
-constexpr std::string_view PAIR_THUMB[] = {"thumb_fader_pair"};
 constexpr std::string_view SMALL_THUMB[] = {"thumb_small"};
 
 }  // namespace
 
 ConsoleImages::ConsoleImages()
     : kinds(KIND_IMAGES, {16, 16}, IconTones()), thumbs(THUMB, {13, 19}, ThumbTones()),
-      pairThumbs(PAIR_THUMB, {13, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {9, 15}, ThumbTones()),
-      background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
+      smallThumbs(SMALL_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
       selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)) {}
 
 int32_t ConsoleImages::KindIcon(uint32_t kind) {

@@ -14,7 +14,6 @@ public:
 
     ImageList kinds;
     ImageList thumbs;       ///< for one channel
-    ImageList pairThumbs;   ///< for more
     ImageList smallThumbs;  ///< in narrow strips
     COLORREF background;
     COLORREF selection;

@@ -71,7 +71,7 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     } else if (element == ELEMENT_METER) {
         MeterInst_Message(&strip->Meter(), message, wparam, lparam);
     } else if (message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK) {
-        Press(*strip, element, wparam, at);
+        Press(*strip, element, wparam);
     }
     return 0;
 }
@@ -111,7 +111,7 @@ intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam
     return 0;
 }
 
-void CMixerView::Press(Strip& strip, uint32_t element, uintptr_t keys, POINT) {
+void CMixerView::Press(Strip& strip, uint32_t element, uintptr_t keys) {
     if (SwitchOf(element)) {
         m_held = &strip;
         m_heldElement = m_pressed = element;

@@ -2,7 +2,6 @@
 
 #include "console/texts.h"
 #include "kernel/ui/theme.h"
-#include "kernel/ui/ui_edge.h"
 #include "kernel/ui/ui_fonts.h"
 #include "plugin/module_state.h"
 

@@ -52,7 +52,7 @@ private:
     void PlaceStrip(Strip& strip, LONG x);
     bool IsOffBySolo(const Strip& strip) const;
     void InvalidateValues();
-    void Press(Strip& strip, uint32_t element, uintptr_t keys, POINT at);
+    void Press(Strip& strip, uint32_t element, uintptr_t keys);
     void Release(POINT at);
     void OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
     void SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam);

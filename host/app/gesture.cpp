@@ -104,10 +104,14 @@ bool SetFader(QWidget& page, const Gesture& gesture, QString* error) {
         if (before * distance() < 0) break;
     }
     // Fine: Ctrl moves by the smallest step. The cursor may be warped to the thumb, so each move starts
-    // there.
-    for (int i = 0; i < 400 && std::abs(distance()) > step / 2; i++) {
+    // there; where the thumb was taken off its centre the first pixel only makes up for that, and the hand
+    // goes on a little further.
+    constexpr int FURTHEST = 4;
+    for (int i = 0, way = 1; i < 400 && way <= FURTHEST && std::abs(distance()) > step / 2; i++) {
+        const double before = distance();
         const QPoint from = thumb->rect().center();
-        mouse.MoveTo(from + QPoint(0, distance() > 0 ? -1 : 1), Qt::ControlModifier);
+        mouse.MoveTo(from + QPoint(0, before > 0 ? -way : way), Qt::ControlModifier);
+        way = distance() == before ? way + 1 : 1;
     }
     mouse.Release();
     if (std::abs(distance()) <= step / 2) return true;

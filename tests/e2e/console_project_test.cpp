@@ -128,6 +128,18 @@ TEST_F(ConsoleProject, AFaderMovesTheStripTheEngineAndTheRender) {
     EXPECT_EQ(Find("Drums").fader_db, kSilenceDb) << "the lowest position is silence";
 }
 
+TEST_F(ConsoleProject, AGestureReachesItsValueAtEveryHeightOfTheWindow) {
+    for (int height = 300; height < 700; height += 23) {
+        place.resize(760, height);
+        Settle();
+        for (const char* gesture :
+             {"Drums:fader=-12.0", "Drums:fader=-0.3", "Drums:fader=-33.3", "Drums:fader=6.0"}) {
+            SCOPED_TRACE(testing::Message() << gesture << " at " << height);
+            Do(gesture);
+        }
+    }
+}
+
 TEST_F(ConsoleProject, SoloIsHeardAloneAndEverySwitchReachesTheSession) {
     const double all = RenderDb("all.wav");
     Do("Keys:solo=on");

@@ -1,9 +1,10 @@
 # How every target of the tree is compiled, and the checks that the build makes on the tree itself.
 
 add_library(tarn-flags INTERFACE)
-target_include_directories(tarn-flags INTERFACE ${CMAKE_SOURCE_DIR})
+# The second folder has the headers that the build makes.
+target_include_directories(tarn-flags INTERFACE ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/strings)
 target_compile_options(tarn-flags INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wundef -Wvla -Wcast-align -Woverloaded-virtual -Wimplicit-fallthrough
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wundef -Wvla -Wcast-align $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual> -Wimplicit-fallthrough
   -fno-strict-aliasing)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   # Functions of one signature have C linkage for the sake of their names; they may still return C++ references.

@@ -1,0 +1,45 @@
+// The string resources of modules: texts by number, in up to 18 languages, built from resources/strings.
+//
+// A module is named by an address that every module has of its own. Its tables are constants of the module;
+// they come and go with it. [any-thread]
+#pragma once
+
+#include "kernel/lang/lang.h"
+
+#include <span>
+
+/// The runtime's own name for the module that a piece of code was linked into.
+extern "C" __attribute__((visibility("hidden"))) void* __dso_handle;
+
+/// The module of the caller.
+static inline HINSTANCE ThisInstance() { return &__dso_handle; }
+
+struct StringRow {
+    uint32_t id;
+    const char16_t* text;  ///< never empty
+};
+
+/// The texts of one language, ascending by id.
+struct StringTable {
+    uint32_t slot;  ///< 1 to QMLANG_SLOTS
+    std::span<const StringRow> rows;
+};
+
+/// Makes tables known for as long as the object lives; a module may have several.
+class ModuleStrings {
+public:
+    QM_API ModuleStrings(HINSTANCE module, std::span<const StringTable> tables);
+    QM_API ~ModuleStrings();
+    ModuleStrings(const ModuleStrings&) = delete;
+    ModuleStrings& operator=(const ModuleStrings&) = delete;
+
+private:
+    friend const char16_t* FindStringResource(HINSTANCE, uint32_t, uint32_t);
+
+    HINSTANCE m_module;
+    std::span<const StringTable> m_tables;
+    ModuleStrings* m_next;
+};
+
+/// The text of `id` in that language alone, null when there is none. The text lives as long as its module.
+const char16_t* FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id);

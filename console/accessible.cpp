@@ -207,12 +207,14 @@ QString PartAccessible::text(QAccessible::Text which) const {
         return ToQString(TheStrip().ValueText(false)) + " dB";
     if (which == QAccessible::Description && m_id.part == Part::Group)
         return ToQString(TheStrip().KindWord());
+    if (which == QAccessible::UserText && m_id.part == Part::Switch)
+        return QString::fromLatin1(TheSwitch().identifier);
     if (which != QAccessible::Name) return {};
     switch (m_id.part) {
     case Part::Group: return QString::fromUtf16(m_entry.Name());
     case Part::Fader: return ToQString(ConsoleText(IDS_FADER));
-    case Part::Thumb: return QStringLiteral("Thumb");
-    case Part::Meter: return QStringLiteral("Level");
+    case Part::Thumb: return ToQString(ConsoleText(IDS_THUMB));
+    case Part::Meter: return ToQString(ConsoleText(IDS_LEVEL));
     case Part::Switch: return ToQString(ConsoleText(TheSwitch().textId));
     }
     return {};

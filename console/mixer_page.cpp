@@ -24,9 +24,9 @@ ConsoleFontMeasures MeasureFonts() {
             QmGetUIFontSize(SMALL),
             TextWidth(SMALL, u"138.0"),
             TextWidth(SMALL, u"-138.0"),
-            TextWidth(SMALL, ConsoleText(IDS_SILENCE).c_str()),
+            TextWidth(SMALL, ConsoleText(IDS_SILENCE)),
             TextWidth(SMALL, u"-72.0"),
-            ThisModule().pluginTexts.Lcid() & LANG_PRIMARY_MASK};
+            QmLang_GetLCID(ThisModule().texts) & LANG_PRIMARY_MASK};
 }
 
 }  // namespace
@@ -90,7 +90,7 @@ HRESULT CConsoleMixerPage::GetPageInfo(PROPPAGEINFO* info) {
     if (!info) return E_POINTER;
     const uint32_t size = info->size;
     const SIZE ideal = IdealSize();
-    info->title = CoTaskMemString(ConsoleText(IDS_MIXING_CONSOLE).c_str());
+    info->title = CoTaskMemString(ConsoleText(IDS_MIXING_CONSOLE));
     info->pageSize = {std::max(ideal.cx, SMALLEST_PAGE.cx), std::max(ideal.cy, SMALLEST_PAGE.cy)};
     info->docString = info->helpFile = nullptr;
     info->helpContext = 0;
@@ -99,7 +99,7 @@ HRESULT CConsoleMixerPage::GetPageInfo(PROPPAGEINFO* info) {
         auto* extended = reinterpret_cast<PROPPAGEINFOEX*>(info);
         extended->style = STYLE_WHOLE_AREA;
         extended->window = Window() ? Window()->Handle() : 0;
-        extended->menuName = CoTaskMemString(ConsoleText(IDS_MENU_NAME).c_str());
+        extended->menuName = CoTaskMemString(ConsoleText(IDS_MENU_NAME));
     }
     return info->title ? S_OK : E_OUTOFMEMORY;
 }

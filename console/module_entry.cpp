@@ -1,14 +1,13 @@
 // The module's four entry points.
 #include "console/console_plugin.h"
 #include "console/mixer_page.h"
+#include "console/text_ids.h"
 #include "platform/text.h"
 #include "plugin/module_state.h"
 
 #include <new>
 
 namespace {
-
-constexpr uint32_t IDS_OBJECT_NAME = 1020;
 
 /// Runs an entry point so that no exception leaves the module.
 template <class F>
@@ -42,7 +41,7 @@ QM_API HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out) {
 QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags) {
     if (!classId || !name || !flags) return E_POINTER;
     return EntryPoint([&]() -> HRESULT {
-        if (ThisModule().pluginTexts.LoadText(IDS_OBJECT_NAME, name, nameSize) == 0)
+        if (QmLoadString(ThisModule().texts, QmTextId(IDS_MIXING_CONSOLE), name, nameSize) == 0)
             CopyText(name, nameSize, u"Mixer Console");
         *classId = CLSID_ConsolePlugin;
         *flags = OPTOBJECT_INFO_FLAGS;

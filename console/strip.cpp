@@ -25,13 +25,14 @@ constexpr uint32_t METER_STYLE = METERS_VERTICAL | METERS_CLIP_CLICK | METERS_UI
 constexpr uint32_t CONTROL_ID_FADER = 4000;
 
 constexpr StripSwitch SWITCHES[] = {
-    {ELEMENT_MUTE, SWITCH_MUTE, u"M", IDS_MUTE, &StripRects::mute, UICOLOR_METER_HIGH},
-    {ELEMENT_SOLO, SWITCH_SOLO, u"S", IDS_SOLO, &StripRects::solo, UICOLOR_METER_MID},
-    {ELEMENT_PHASE, SWITCH_PHASE, u"\u00D8", IDS_PHASE, &StripRects::phase, COLOR_HIGHLIGHT},
+    {ELEMENT_MUTE, SWITCH_MUTE, u"M", "mute", IDS_MUTE, &StripRects::mute, UICOLOR_METER_HIGH},
+    {ELEMENT_SOLO, SWITCH_SOLO, u"S", "solo", IDS_SOLO, &StripRects::solo, UICOLOR_METER_MID},
+    {ELEMENT_PHASE, SWITCH_PHASE, u"\u00D8", "phase", IDS_PHASE, &StripRects::phase, COLOR_HIGHLIGHT},
 };
 
 struct KindWordRow {
-    uint32_t mask, value, textId;
+    uint32_t mask, value;
+    ConsoleTextId textId;
 };
 constexpr KindWordRow KIND_WORDS[] = {
     {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, IDS_KIND_AUDIO},

@@ -4,6 +4,7 @@
 
 #include "console/channel_entry.h"
 #include "console/strip_layout.h"
+#include "console/text_ids.h"
 #include "controls/fader.h"
 #include "controls/meter.h"
 #include "platform/ui/control_host.h"
@@ -35,7 +36,8 @@ struct StripSwitch {
     uint32_t element;
     uint32_t bit;
     const char16_t* letter;
-    uint32_t textId;
+    const char* identifier;  ///< for scripts: the same in every language
+    ConsoleTextId textId;
     RECT StripRects::*rect;
     int32_t litColour;  ///< UI colour index
 };

@@ -5,6 +5,7 @@
 #include "plugin/list_page.h"
 #include "plugin/module_state.h"
 #include "plugin/sinks.h"
+#include "plugin/text_ids.h"
 
 #include <new>
 
@@ -194,8 +195,7 @@ HRESULT COPTControlPlugin::GetProjectInfo() {
 }
 
 HRESULT COPTControlPlugin::GetDriverString(char16_t* out, uint32_t size) {
-    constexpr uint32_t IDS_DRIVER = 514;
-    ThisModule().pluginTexts.LoadText(IDS_DRIVER, out, size);
+    QmLoadString(ThisModule().texts, QmTextId(IDS_DRIVER), out, size);
     return S_OK;
 }
 

@@ -1,19 +1,24 @@
 #include "plugin/module_state.h"
 
-#include "platform/ui/layout_direction.h"
+#include "kernel/lang/string_resources.h"
+#include "platform/user_language.h"
+
+namespace {
+
+struct OpenedState : ModuleState {
+    OpenedState() { QmLang_Open(&texts, ThisInstance(), UserLanguageLcid(), 0); }
+    ~OpenedState() { QmLang_Close(texts); }
+};
+
+}  // namespace
 
 ModuleState& ThisModule() {
-    static ModuleState state;
+    static OpenedState state;
     return state;
 }
 
-void ApplyModuleLcid(uint32_t lcid) {
-    if (lcid == 0) lcid = LCID_ENGLISH_US;
-    ThisModule().pluginTexts.SetLcid(lcid);
-    ThisModule().kernelTexts.SetLcid(lcid);
-
-    // Arabic, Hebrew, Urdu, Persian.
-    constexpr uint64_t RIGHT_TO_LEFT_LANGUAGES = 0x20100002002;
-    const uint32_t primary = lcid & LANG_PRIMARY_MASK;
-    SetProcessDefaultLayout(primary < 42 && (RIGHT_TO_LEFT_LANGUAGES >> primary & 1));
+HRESULT ApplyModuleLcid(uint32_t lcid) {
+    if (!ThisModule().texts || !KernelLang()) return E_FAIL;
+    QmLang_UpdateKernelLCID(ThisModule().texts, lcid);
+    return S_OK;
 }

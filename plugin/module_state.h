@@ -1,15 +1,14 @@
-// What all plug-in objects of the process share: the two language tables, the project channel mode, and the
+// What all plug-in objects of the process share: the module's texts, the project channel mode, and the
 // switches that preferences set for the whole module.
 #pragma once
 
+#include "kernel/lang/lang.h"
 #include "plugin/host_contract.h"
-#include "plugin/language_table.h"
 
 inline constexpr uint32_t CHANNEL_MODE_SURROUND = 1;
 
 struct ModuleState {
-    LanguageTable pluginTexts;
-    LanguageTable kernelTexts;
+    HQMLANG texts = nullptr;  ///< in the user's language until the host tells one; null when out of memory
 
     std::atomic<uint32_t> channelMode{0};
     MPCHANNELMODEEX channelModeEx{};  ///< written by Initialise, before any other thread of the plug-in runs
@@ -21,6 +20,6 @@ struct ModuleState {
 
 ModuleState& ThisModule();
 
-/// Changes the language of both tables and the direction in which the process lays out its windows; 0 means
-/// US English. [page-thread]
-void ApplyModuleLcid(uint32_t lcid);
+/// Changes the language of the module's and the kernel's texts and the direction in which the process lays
+/// out its windows; 0 means US English. E_FAIL without texts. [page-thread]
+HRESULT ApplyModuleLcid(uint32_t lcid);

@@ -209,7 +209,4 @@ HRESULT COPTPlugin::GetSizeMax(uint64_t*) { return E_NOTIMPL; }
 HRESULT COPTPlugin::SavePreferences() { return S_OK; }
 HRESULT COPTPlugin::LoadPreferences() { return S_OK; }
 
-HRESULT COPTPlugin::SetLCID(uint32_t, uint32_t lcid) {
-    ApplyModuleLcid(lcid);
-    return S_OK;
-}
+HRESULT COPTPlugin::SetLCID(uint32_t, uint32_t lcid) { return ApplyModuleLcid(lcid); }

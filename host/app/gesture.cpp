@@ -12,10 +12,10 @@
 namespace host {
 namespace {
 
-QAccessibleInterface* ChildNamed(QAccessibleInterface* parent, const QString& name) {
+QAccessibleInterface* ChildWithText(QAccessibleInterface* parent, QAccessible::Text which,
+                                    const QString& text) {
     for (int i = 0; parent && i < parent->childCount(); i++)
-        if (QAccessibleInterface* child = parent->child(i); child && child->text(QAccessible::Name) == name)
-            return child;
+        if (QAccessibleInterface* child = parent->child(i); child && child->text(which) == text) return child;
     return nullptr;
 }
 
@@ -26,7 +26,7 @@ QAccessibleInterface* ChildOfRole(QAccessibleInterface* parent, QAccessible::Rol
 }
 
 QAccessibleInterface* Channel(QWidget& page, const QString& name) {
-    return ChildNamed(QAccessible::queryAccessibleInterface(&page), name);
+    return ChildWithText(QAccessible::queryAccessibleInterface(&page), QAccessible::Name, name);
 }
 
 /// A mouse with its buttons, as the window system would deliver it.
@@ -123,9 +123,12 @@ bool SetFader(QWidget& page, const Gesture& gesture, QString* error) {
 }
 
 bool SetSwitch(QWidget& page, const Gesture& gesture, QString* error) {
+    // The console's own word, which unlike the switch's name is the same in every language.
     const QString name =
-        gesture.kind == Gesture::Kind::Mute ? QStringLiteral("Mute") : QStringLiteral("Solo");
-    const auto find = [&] { return ChildNamed(Channel(page, gesture.channel), name); };
+        gesture.kind == Gesture::Kind::Mute ? QStringLiteral("mute") : QStringLiteral("solo");
+    const auto find = [&] {
+        return ChildWithText(Channel(page, gesture.channel), QAccessible::UserText, name);
+    };
     QAccessibleInterface* button = find();
     if (!button || !button->state().checkable) {
         *error = QStringLiteral("channel \"%1\" has no switch \"%2\" on the page").arg(gesture.channel, name);

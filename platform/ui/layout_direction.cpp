@@ -1,7 +1,14 @@
-#include "platform/ui/layout_direction.h"
+// The window system's side of platform/layout_direction.h.
+#include "platform/layout_direction.h"
 
 #include <QGuiApplication>
 
-void SetProcessDefaultLayout(bool rightToLeft) {
+namespace {
+
+void Apply(bool rightToLeft) {
     if (qApp) QGuiApplication::setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
 }
+
+[[maybe_unused]] const bool connected = (SetLayoutDirectionHandler(Apply), true);
+
+}  // namespace

@@ -80,20 +80,23 @@ TEST(Lifecycle, AnswersItsInterfacesAndNoOthers) {
     CoTaskMemFree(pages.ids);
 }
 
-TEST(Lifecycle, LanguageChangeDropsTextsAndSetsTheFlags) {
-    ModuleState& module = ThisModule();
-    module.pluginTexts.CacheText(1, u"one");
-    char16_t text[3];
-    EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 2u) << "cut, with its terminator";
-    EXPECT_EQ(std::u16string(text), u"on");
-    ApplyModuleLcid(0);
-    EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 2u) << "0 is US English, which it was";
-    ApplyModuleLcid(1031);
-    EXPECT_EQ(module.pluginTexts.LoadText(1, text, 3), 0u);
-    EXPECT_TRUE(module.kernelTexts.IsNotEnglish());
-    ApplyModuleLcid(2057);
-    EXPECT_FALSE(module.kernelTexts.IsNotEnglish());
-    ApplyModuleLcid(0);
+TEST(Lifecycle, TheHostsLanguageReachesTheTextsOfModuleAndKernel) {
+    FakeHost host;
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    const auto driver = [&] {
+        char16_t text[64];
+        EXPECT_EQ(plugin->GetDriverString(text, 64), S_OK);
+        return std::u16string(text);
+    };
+    EXPECT_EQ(plugin->SetLCID(0, 0x407), S_OK);
+    EXPECT_EQ(driver(), u"Bedienoberfläche");
+    EXPECT_EQ(QmLang_GetLCID(KernelLang()), 0x407u);
+    char16_t cut[3];
+    EXPECT_EQ(plugin->GetDriverString(cut, 3), S_OK);
+    EXPECT_EQ(std::u16string(cut), u"Be");
+    EXPECT_EQ(plugin->SetLCID(0, 0), S_OK);
+    EXPECT_EQ(driver(), u"Control surface");
+    EXPECT_EQ(QmLang_GetLCID(KernelLang()), LCID_ENGLISH_US);
 }
 
 TEST(Lifecycle, OpensAProjectAndBalancesEveryReference) {

@@ -3,6 +3,7 @@
 #include "kernel/lang/languages.h"
 #include "kernel/lang/string_resources.h"
 #include "kernel/list.h"
+#include "kernel/print/inat.h"
 #include "platform/event.h"
 #include "platform/layout_direction.h"
 #include "platform/memory.h"
@@ -163,6 +164,7 @@ HRESULT QmLang_Open(HQMLANG* out, HINSTANCE module, uint32_t lcid, uint32_t ring
         QmLang_Close(lang);
         return E_OUTOFMEMORY;
     }
+    QmLang_GetInternationals(lang);
     *out = lang;
     return S_OK;
 }
@@ -201,6 +203,7 @@ void QmLang_UpdateKernelLCID(HQMLANG lang, uint32_t lcid) {
     if (lcid == 0) lcid = LCID_ENGLISH_US;
     ChangeLanguage(lang, lcid);
     if (lang != KernelLang()) ChangeLanguage(KernelLang(), lcid);
+    QmLang_GetInternationals(lang ? lang : KernelLang());
     ApplyLayoutDirection(QmLang_UseRTL(KernelLang()));
 }
 

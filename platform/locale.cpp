@@ -3,6 +3,7 @@
 #include <unicode/decimfmt.h>
 #include <unicode/dtptngen.h>
 #include <unicode/locid.h>
+#include <unicode/numberformatter.h>
 #include <unicode/region.h>
 #include <unicode/ulocdata.h>
 
@@ -43,6 +44,20 @@ std::u16string Wide(const UnicodeString& text) {
     return {text.getBuffer(), static_cast<size_t>(text.length())};
 }
 
+/// The locale's own rule is not told, but it shows: Spanish writes 1234 and 12.345.
+uint32_t LeastGrouped(const icu::Locale& locale, uint32_t primaryGroup) {
+    const auto format = icu::number::NumberFormatter::withLocale(locale);
+    constexpr uint32_t MOST = 4;
+    int64_t value = 1;
+    for (uint32_t digit = 0; digit < primaryGroup; digit++) value *= 10;
+    for (uint32_t least = 1; least < MOST; least++, value *= 10) {
+        UErrorCode status = U_ZERO_ERROR;
+        const UnicodeString text = format.formatInt(value, status).toString(status);
+        if (static_cast<uint32_t>(text.length()) > primaryGroup + least) return least;
+    }
+    return MOST;
+}
+
 void ReadNumbers(const icu::Locale& locale, LocaleFacts& facts) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::NumberFormat> format(icu::NumberFormat::createInstance(locale, status));
@@ -59,7 +74,7 @@ void ReadNumbers(const icu::Locale& locale, LocaleFacts& facts) {
         facts.primaryGroup = static_cast<uint32_t>(decimal->getGroupingSize());
         facts.secondaryGroup = static_cast<uint32_t>(decimal->getSecondaryGroupingSize());
         if (facts.secondaryGroup == 0) facts.secondaryGroup = facts.primaryGroup;
-        facts.leastGrouped = static_cast<uint32_t>(std::max(1, decimal->getMinimumGroupingDigits()));
+        facts.leastGrouped = LeastGrouped(locale, facts.primaryGroup);
     }
     facts.decimals = static_cast<uint32_t>(decimal->getMaximumFractionDigits());
     facts.leadingZero = decimal->getMinimumIntegerDigits() > 0;

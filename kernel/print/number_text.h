@@ -28,8 +28,8 @@ QM_API int32_t QmDWordToTextN(uint32_t value, char16_t* out, BOOL group, uint32_
 QM_API int32_t QmDWordLongToText(uint64_t value, char16_t* out, BOOL group);
 QM_API int32_t QmDWordLongToTextN(uint64_t value, char16_t* out, BOOL group, uint32_t capacity);
 
-/// At most 9 decimals, rounded half away from zero; a value that rounds to zero has no sign. With `group` in
-/// the user's separators, else with '.'. 350 characters hold any value.
+/// At most 9 decimals, rounded by adding half a unit of the last one; a value that rounds to zero has no
+/// sign. With `group` in the user's separators, else with '.'. 350 characters hold any value.
 QM_API int32_t QmDoubleToText(char16_t* out, double value, int32_t decimals, BOOL group);
 QM_API int32_t QmDoubleToTextN(char16_t* out, double value, int32_t decimals, BOOL group, uint32_t capacity);
 

@@ -1,31 +1,44 @@
 #include "tools/strings/directives.h"
 
+#include "kernel/print/directive.h"
+
 #include <algorithm>
 #include <cctype>
 
 namespace {
 
-constexpr std::string_view CONVERSIONS = "!&*,:EGXcdefgiosuxz";
-
 /// Empty for the conversions that write a separator of the user's and read nothing.
-std::string ArgumentOf(char conversion, std::string_view flags) {
-    if (std::string_view("diuxXo").find(conversion) != std::string_view::npos)
-        return flags.find("I64") != std::string_view::npos ? "64-bit whole number" : "32-bit whole number";
-    if (std::string_view("fgeEG").find(conversion) != std::string_view::npos) return "floating-point number";
-    if (conversion == 's') return "text";
-    if (conversion == 'c') return "character";
-    if (conversion == 'z') return "fixed-point number";
-    return {};
+std::string ArgumentOf(const Directive& d) {
+    switch (d.conversion) {
+    case 'd':
+    case 'i':
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'o': return d.size == ArgumentSize::Int64 ? "64-bit whole number" : "32-bit whole number";
+    case 'f':
+    case 'e':
+    case 'E':
+    case 'g':
+    case 'G': return "floating-point number";
+    case 's': return "text";
+    case 'c': return "character";
+    case 'z': return "fixed-point number";
+    default: return {};
+    }
 }
 
 }  // namespace
 
 std::vector<std::string> DirectivesOf(std::string_view format) {
     std::vector<std::string> arguments, tokens;
-    for (size_t at = 0; at < format.size(); at++) {
-        const char prefix = format[at];
+    for (size_t at = 0; at < format.size();) {
+        const char prefix = format[at++];
         if (prefix != '$' && prefix != '%') continue;
-        if (++at < format.size() && format[at] == prefix) continue;
+        if (at < format.size() && format[at] == prefix) {
+            at++;
+            continue;
+        }
         if (prefix == '$' && at < format.size() && format[at] == '(') {
             const size_t end = format.find(')', at);
             if (end == format.npos) continue;
@@ -33,14 +46,15 @@ std::vector<std::string> DirectivesOf(std::string_view format) {
             const bool isNumber = !name.empty() && (std::isdigit(static_cast<unsigned char>(name[0])) ||
                                                     name[0] == '-' || name[0] == '.');
             if (!isNumber) tokens.push_back("$(" + name + ")");
-            at = end;
+            at = end + 1;
             continue;
         }
-        const size_t end = format.find_first_of(CONVERSIONS, at);
-        if (end == format.npos) break;
-        const std::string argument = ArgumentOf(format[end], format.substr(at, end - at));
-        if (!argument.empty()) arguments.push_back(argument);
-        at = end;
+        Directive directive;
+        const size_t length = ParseDirective(format.substr(at), directive);
+        at += length;
+        if (length == 0) continue;
+        if (std::string argument = ArgumentOf(directive); !argument.empty())
+            arguments.push_back(std::move(argument));
     }
     std::ranges::sort(tokens);
     arguments.insert(arguments.end(), tokens.begin(), tokens.end());

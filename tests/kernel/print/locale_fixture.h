@@ -1,0 +1,19 @@
+// Numbers as a given locale writes them.
+#pragma once
+
+#include "kernel/print/inat.h"
+#include "kernel/print/print_text.h"
+#include "platform/locale.h"
+
+#include <gtest/gtest.h>
+
+class LocaleTest : public testing::Test {
+protected:
+    LocaleTest() { Use("en_US"); }
+    ~LocaleTest() override { Use(""); }
+
+    static void Use(const char* locale) {
+        SetUserLocale(locale);
+        QmLang_GetInternationals(KernelLang());
+    }
+};

@@ -2,10 +2,15 @@
 
 #include <cstdlib>
 
-std::filesystem::path UserDataFolder() {
-    // A relative XDG_DATA_HOME is invalid by the XDG base directory rules and is ignored.
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && data[0] == '/') return data;
+namespace {
+std::filesystem::path Folder(const char* variable, const char* belowHome) {
+    // A relative path there is invalid by the XDG base directory rules and is ignored.
+    if (const char* folder = std::getenv(variable); folder && folder[0] == '/') return folder;
     if (const char* home = std::getenv("HOME"); home && home[0] == '/')
-        return std::filesystem::path(home) / ".local" / "share";
+        return std::filesystem::path(home) / belowHome;
     return {};
 }
+}  // namespace
+
+std::filesystem::path UserDataFolder() { return Folder("XDG_DATA_HOME", ".local/share"); }
+std::filesystem::path UserConfigFolder() { return Folder("XDG_CONFIG_HOME", ".config"); }

@@ -1,4 +1,4 @@
-// Where a user's data belongs.
+// Where a user's data and settings belong.
 #pragma once
 
 #include "platform/types.h"
@@ -7,3 +7,5 @@
 
 /// $XDG_DATA_HOME, else ~/.local/share; empty when neither is known. [any-thread]
 QM_API std::filesystem::path UserDataFolder();
+/// $XDG_CONFIG_HOME, else ~/.config; empty when neither is known. [any-thread]
+QM_API std::filesystem::path UserConfigFolder();

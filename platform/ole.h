@@ -12,7 +12,7 @@ inline constexpr GUID IID_IPropertyPage = "{B196B28D-BAB4-101A-B69C-00AA00341D07
 inline constexpr GUID IID_IPersistStream = "{00000109-0000-0000-C000-000000000046}"_guid;
 inline constexpr GUID IID_IPersist = "{0000010C-0000-0000-C000-000000000046}"_guid;
 
-struct IStream;  // only passed through
+struct IStream;  // platform/stream.h
 
 struct IConnectionPoint : IUnknown {
     virtual HRESULT GetConnectionInterface(GUID* iid) = 0;

@@ -1,16 +1,18 @@
-// The user's settings: typed values by name under keys by path, in one file a user
-// ($XDG_CONFIG_HOME/Tarn/settings.db, else ~/.config).
+// The user's settings: typed values by name under keys by path, in one SQLite file
+// ($XDG_CONFIG_HOME/Tarn/settings.db, else ~/.config), and those that an administrator gives all users
+// ($XDG_CONFIG_DIRS, else /etc/xdg), which are only read.
 //
 // Paths are parted by backslashes; paths and names are the same whatever the case of their ASCII letters. A
-// value is its type and its bytes, kept as they are: a text's bytes are its UTF-16 characters with whatever
-// terminator the writer counted in. What these functions return is a status, never an exception:
-//   S_OK, E_OUTOFMEMORY, E_INVALIDARG, or STORE_... below.
+// key exists as long as it has values. A value is its type and its bytes, kept as they are: a text's bytes
+// are its UTF-16 characters with whatever terminator the writer counted in.
 //
-// Several processes and threads may use the file at once; a call waits at most about a second for another's
-// write. A write is whole or not at all, also when the process is killed in the middle; after a loss of power
-// the last ones may be gone, but never a part of one. Where the folder can't be written, what is there can
-// still be read. A damaged file is set aside as settings.db.damaged-N with one line on stderr, and an empty
-// one takes its place. [any-thread]
+// Several processes and threads may use the file at once; a call waits at most a second for another's write.
+// A write is whole or not at all, also when the process is killed in the middle; after a loss of power the
+// last ones may be gone, but never a part of one. Where the folder can't be written, what is there can still
+// be read. A damaged file is set aside as settings.db.damaged-N with one line on stderr, and an empty one
+// takes its place.
+//
+// Functions return S_OK, E_OUTOFMEMORY, E_INVALIDARG or STORE_..., never an exception. [any-thread]
 #pragma once
 
 #include "platform/types.h"
@@ -32,8 +34,9 @@ inline constexpr HRESULT STORE_IO_ERROR = StatusCode(0x8007001D);
 inline constexpr HRESULT STORE_FULL = StatusCode(0x80070070);
 inline constexpr HRESULT STORE_BUSY = StatusCode(0x800700AA);  ///< another process kept the file too long
 inline constexpr HRESULT STORE_MORE_DATA = StatusCode(0x800700EA);  ///< the buffer is too small
-inline constexpr HRESULT STORE_KEY_GONE = StatusCode(0x800703FA);   ///< deleted since the key was opened
 inline constexpr HRESULT STORE_DAMAGED = StatusCode(0x80070570);
+
+enum class StoreScope { User, Machine };
 
 struct StoreKey;
 struct StoreKeyCloser {
@@ -41,9 +44,9 @@ struct StoreKeyCloser {
 };
 using StoreKeyPtr = std::unique_ptr<StoreKey, StoreKeyCloser>;
 
-/// Opens a key, making it where it is absent if `create` is set. `out` is empty on failure.
-[[nodiscard]] QM_API HRESULT StoreOpenKey(std::u16string_view path, bool create, StoreKeyPtr& out);
-/// Deletes a key with its values and all keys below it.
+/// Opens a key, whether it has values or not; nothing is read or written yet. STORE_NO_ACCESS without a home.
+[[nodiscard]] QM_API HRESULT StoreOpenKey(StoreScope scope, std::u16string_view path, StoreKeyPtr& out);
+/// Deletes all values of a key of the user and of the keys below it.
 [[nodiscard]] QM_API HRESULT StoreDeleteKey(std::u16string_view path);
 
 /// Copies a value of at most `capacity` bytes. `type` and `size` tell what is stored, also with
@@ -61,8 +64,8 @@ struct StoreEntry {
     uint32_t type;
     std::string bytes;
 };
-/// All values of a key and of those below it, of all keys for an empty path, by path and name.
+/// All values of a key of the user and of those below it, of all keys for an empty path, by path and name.
 [[nodiscard]] QM_API HRESULT StoreList(std::u16string_view path, std::vector<StoreEntry>& out);
 
 /// Where the file is or would be; empty without a home.
-QM_API std::filesystem::path StorePath();
+QM_API std::filesystem::path StorePath(StoreScope scope);

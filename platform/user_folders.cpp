@@ -1,6 +1,7 @@
 #include "platform/user_folders.h"
 
 #include <cstdlib>
+#include <string>
 
 namespace {
 std::filesystem::path Folder(const char* variable, const char* belowHome) {
@@ -14,3 +15,10 @@ std::filesystem::path Folder(const char* variable, const char* belowHome) {
 
 std::filesystem::path UserDataFolder() { return Folder("XDG_DATA_HOME", ".local/share"); }
 std::filesystem::path UserConfigFolder() { return Folder("XDG_CONFIG_HOME", ".config"); }
+
+std::filesystem::path MachineConfigFolder() {
+    const char* folders = std::getenv("XDG_CONFIG_DIRS");
+    const std::string first = folders ? folders : "";
+    const std::string folder = first.substr(0, first.find(':'));
+    return !folder.empty() && folder[0] == '/' ? folder : "/etc/xdg";
+}

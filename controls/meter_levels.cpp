@@ -1,6 +1,7 @@
 #include "controls/meter_levels.h"
 
 #include "controls/number_text.h"
+#include "kernel/lang/kernel_strings.h"
 
 #include <algorithm>
 #include <bit>
@@ -79,13 +80,15 @@ void MeterRescale(tQMMETER& m, int32_t scalePixels) {
 MeterReadout MeterClipText(const tQMMETER& m, int32_t value) {
     const double x = MeterShare(m, value), decibels = 20 * std::log10(x);
     if (Lowest(m)) {
-        if (!(x >= m.scale.unit) || !std::isfinite(x)) return {u"-Inf.", false};
+        if (!(x >= m.scale.unit) || !std::isfinite(x)) return {KernelText(KS_Value_MinusInfinity), false};
         const double tenths = decibels * 10;
         return {NumberText((tenths < 0 ? std::floor(tenths) : std::ceil(tenths)) / 10), false};
     }
     if (Number(m, value) > Number(m, MeterMaxLevel(m))) {
-        if (!m.scale.isFloat || m.state & METERST_PLAIN_CLIP) return {u"Clip", true};
-        return {std::isfinite(decibels) ? NumberText(decibels, m.labelFormat) : u"+Inf.", true};
+        if (!m.scale.isFloat || m.state & METERST_PLAIN_CLIP) return {KernelText(KS_Meter_Clip), true};
+        return {std::isfinite(decibels) ? NumberText(decibels, m.labelFormat)
+                                        : KernelText(KS_Value_PlusInfinity),
+                true};
     }
     if (!(x >= m.scale.unit)) return {{}, false};
     return {NumberText(decibels, m.labelFormat), false};

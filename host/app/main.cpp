@@ -2,6 +2,7 @@
 #include "host/app/main_window.h"
 #include "host/app/options.h"
 #include "host/app/script.h"
+#include "host/app/settings.h"
 #include "host/app/theme.h"
 
 #include <QApplication>
@@ -47,8 +48,11 @@ int main(int argc, char** argv) {
         return EXIT_SESSION;
     }
     try {
-        auto window = std::make_unique<host::MainWindow>(project, ConsoleModule());
-        window->resize(options.size);
+        host::Settings settings(!options.IsScripted());
+        const uint32_t lcid = options.lcid ? options.lcid : settings.Language();
+        auto window = std::make_unique<host::MainWindow>(project, settings, ConsoleModule(), lcid);
+        if (options.size || !window->restoreGeometry(settings.Geometry()))
+            window->resize(options.size.value_or(host::DEFAULT_WINDOW_SIZE));
         window->show();
         if (options.IsScripted()) return host::RunScript(*window, project, options);
         const int code = QApplication::exec();

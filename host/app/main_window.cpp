@@ -1,12 +1,20 @@
 #include "host/app/main_window.h"
 
 #include "host/app/page_host.h"
+#include "host/app/settings.h"
+#include "host/app/texts.h"
 #include "host/app/transport_bar.h"
 
+#include "kernel/lang/languages.h"
+#include "kernel/time/position.h"
+#include "platform/text.h"
+
+#include <QActionGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -18,18 +26,41 @@ namespace host {
 namespace {
 
 constexpr int REFRESH_MILLISECONDS = 50;
-const QString SESSION_FILTER = QStringLiteral("Tarn sessions (*.tarn)");
+
+struct TimeFormatRow {
+    PositionFormat format;
+    HostTextId text;
+};
+/// Those that need no tempo and no film.
+constexpr TimeFormatRow TIME_FORMATS[] = {
+    {POSITION_TIME, IDS_TIME},
+    {POSITION_SECONDS, IDS_SECONDS},
+    {POSITION_SAMPLES, IDS_SAMPLES},
+    {POSITION_SMPTE_DROP, IDS_SMPTE_DROP},
+    {POSITION_SMPTE_29_97, IDS_SMPTE_NON_DROP},
+    {POSITION_SMPTE_30, IDS_SMPTE_30},
+    {POSITION_SMPTE_EBU, IDS_SMPTE_EBU},
+    {POSITION_SMPTE_FILM, IDS_SMPTE_FILM},
+    {POSITION_SMPTE_23_976, IDS_SMPTE_23_976},
+    {POSITION_CD, IDS_CD},
+};
 
 QString FromPath(const std::filesystem::path& path) { return QString::fromStdString(path.string()); }
 std::filesystem::path ToPath(const QString& path) { return path.toStdString(); }
 
 }  // namespace
 
-MainWindow::MainWindow(Project& project, const std::filesystem::path& consoleModule)
-    : m_project(project), m_console(std::make_unique<Plugin>(consoleModule, project)),
+MainWindow::MainWindow(Project& project, Settings& settings, const std::filesystem::path& consoleModule,
+                       uint32_t lcid)
+    : m_project(project), m_settings(settings), m_lcid(lcid),
+      m_console(std::make_unique<Plugin>(consoleModule, project)),
       m_transport(new TransportBar(project, this)), m_pageHost(new PageHost) {
+    SetHostLanguage(lcid);
+    m_console->SetLanguage(lcid);
     m_console->ProjectOpened();
+    m_transport->SetTimeFormat(settings.TimeFormat());
     addToolBar(m_transport);
+    m_transport->ShowTexts();
     MakeMenus();
     MakeStatusLine();
 
@@ -40,8 +71,7 @@ MainWindow::MainWindow(Project& project, const std::filesystem::path& consoleMod
     dock->setTitleBarWidget(new QWidget(dock));  // one page only: its name stands in the window's title
     dock->setWidget(m_pageHost);
     addDockWidget(Qt::TopDockWidgetArea, dock);
-    if (!m_pageHost->Open(m_console->MakePage(CLSID_ConsoleMixerPage), m_console->Object()))
-        throw std::runtime_error("the console's page could not be opened");
+    OpenPage();
 
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &MainWindow::Refresh);
@@ -55,22 +85,86 @@ MainWindow::~MainWindow() {
     m_console->ProjectClosing();
 }
 
+void MainWindow::OpenPage() {
+    if (!m_pageHost->Open(m_console->MakePage(CLSID_ConsoleMixerPage), m_console->Object()))
+        throw std::runtime_error("the console's page could not be opened");
+}
+
 QWidget* MainWindow::ConsolePage() const { return m_pageHost->PageWindow(); }
 
 void MainWindow::MakeMenus() {
-    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
-    const auto add = [&](const char* text, const QKeySequence& keys, auto slot) {
-        QAction* action = file->addAction(QString::fromLatin1(text));
+    menuBar()->clear();
+    const auto add = [&](QMenu* menu, HostTextId text, const QKeySequence& keys, auto slot) {
+        QAction* action = menu->addAction(Text(text));
         action->setShortcut(keys);
         connect(action, &QAction::triggered, this, slot);
     };
-    add("&Open Session...", QKeySequence::Open, [this] { OpenSession(); });
-    add("&Save", QKeySequence::Save, [this] { Save(); });
-    add("Save &As...", QKeySequence::SaveAs, [this] { SaveAs(); });
+    QMenu* file = menuBar()->addMenu(Text(IDS_MENU_FILE));
+    add(file, IDS_OPEN, QKeySequence::Open, [this] { OpenSession(); });
+    add(file, IDS_SAVE, QKeySequence::Save, [this] { Save(); });
+    add(file, IDS_SAVE_AS, QKeySequence::SaveAs, [this] { SaveAs(); });
     file->addSeparator();
-    add("&Render Mix...", Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
+    add(file, IDS_RENDER, Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
     file->addSeparator();
-    add("&Quit", QKeySequence::Quit, [this] { close(); });
+    add(file, IDS_QUIT, QKeySequence::Quit, [this] { close(); });
+    QMenu* transport = menuBar()->addMenu(Text(IDS_MENU_TRANSPORT));
+    add(transport, IDS_LOCATE_TO, Qt::CTRL | Qt::Key_G, [this] { LocateTo(); });
+    MakeViewMenu();
+}
+
+void MainWindow::MakeViewMenu() {
+    QMenu* view = menuBar()->addMenu(Text(IDS_MENU_VIEW));
+    const auto addChoice = [](QMenu* menu, QActionGroup* group, const QString& text, bool chosen) {
+        QAction* action = menu->addAction(text);
+        action->setCheckable(true);
+        action->setChecked(chosen);
+        group->addAction(action);
+        return action;
+    };
+    QMenu* formats = view->addMenu(Text(IDS_MENU_TIME_FORMAT));
+    auto* formatGroup = new QActionGroup(formats);
+    for (const TimeFormatRow& row : TIME_FORMATS) {
+        const bool chosen = m_transport->TimeFormat() == row.format;
+        connect(addChoice(formats, formatGroup, Text(row.text), chosen), &QAction::triggered, this,
+                [this, row] {
+                    m_transport->SetTimeFormat(row.format);
+                    m_settings.SetTimeFormat(row.format);
+                });
+    }
+    QMenu* languages = view->addMenu(Text(IDS_MENU_LANGUAGE));
+    auto* languageGroup = new QActionGroup(languages);
+    const uint32_t translated = HostLanguages();
+    for (size_t slot = 0; slot < Languages().size(); slot++) {
+        if (!(translated >> slot & 1)) continue;
+        const LanguageInfo& language = Languages()[slot];
+        QAction* action =
+            addChoice(languages, languageGroup, QString::fromUtf16(language.name), language.lcid == m_lcid);
+        // The menu is made anew, and must not go while it is at work.
+        connect(
+            action, &QAction::triggered, this, [this, lcid = language.lcid] { ChangeLanguage(lcid); },
+            Qt::QueuedConnection);
+    }
+}
+
+void MainWindow::ChangeLanguage(uint32_t lcid) {
+    m_lcid = lcid;
+    m_settings.SetLanguage(lcid);
+    m_pageHost->Close();  // its texts go with the old language
+    SetHostLanguage(lcid);
+    m_console->SetLanguage(lcid);
+    OpenPage();
+    MakeMenus();
+    m_transport->ShowTexts();
+    Refresh();
+}
+
+void MainWindow::LocateTo() {
+    const QString shown = m_transport->PositionText();
+    bool chosen = false;
+    const QString typed = QInputDialog::getText(this, Text(IDS_TITLE_LOCATE), Text(IDS_POSITION),
+                                                QLineEdit::Normal, shown, &chosen);
+    if (chosen && !m_transport->LocateTo(typed))
+        ShowProblem(Text(IDS_TITLE_LOCATE), Format(IDS_NO_TIME, typed.toStdU16String().c_str()));
 }
 
 void MainWindow::MakeStatusLine() {
@@ -91,23 +185,22 @@ void MainWindow::Refresh() {
     m_transport->Refresh();
     const ProjectStatus status = m_project.Status();
     const EngineStatus& engine = status.engine;
-    m_device->setText(QStringLiteral("%1, %2 Hz, %3 frames")
-                          .arg(QString::fromStdString(engine.device))
-                          .arg(engine.sampleRate)
-                          .arg(engine.blockFrames));
+    m_device->setText(Format(IDS_DEVICE, Utf16FromUtf8(engine.device).c_str(),
+                             static_cast<int32_t>(engine.sampleRate),
+                             static_cast<int32_t>(engine.blockFrames)));
     m_device->setToolTip(QString::fromStdString(engine.deviceProblem));
-    m_load->setText(QStringLiteral("Load %1 %").arg(engine.load * 100.0, 0, 'f', 1));
-    m_dropouts->setText(QStringLiteral("Dropouts %1").arg(engine.diskUnderruns + engine.lateBlocks));
+    m_load->setText(Format(IDS_LOAD, double{engine.load} * 100));
+    m_dropouts->setText(Format(IDS_DROPOUTS, static_cast<int64_t>(engine.diskUnderruns + engine.lateBlocks)));
     m_problems->setVisible(!status.problems.empty());
     if (!status.problems.empty()) {
         QStringList lines;
         for (const std::string& problem : status.problems) lines += QString::fromStdString(problem);
         m_problems->setText(lines.size() == 1 ? lines.front()
-                                              : QStringLiteral("%1 problems").arg(lines.size()));
+                                              : Format(IDS_PROBLEMS, static_cast<int32_t>(lines.size())));
         m_problems->setToolTip(lines.join(QLatin1Char('\n')));
     }
     const std::filesystem::path path = m_project.Path();
-    const QString name = path.empty() ? QStringLiteral("New session") : FromPath(path.stem());
+    const QString name = path.empty() ? Text(IDS_NEW_SESSION) : FromPath(path.stem());
     setWindowTitle(QStringLiteral("%1[*] - %2").arg(name, m_pageHost->Title()));
     setWindowModified(m_project.IsModified());
 }
@@ -116,16 +209,21 @@ void MainWindow::ShowProblem(const QString& title, const QString& text) {
     QMessageBox::warning(this, title, text);
 }
 
+QString MainWindow::StartFolder() const {
+    return FromPath(m_project.Path().empty() ? m_settings.SessionFolder() : m_project.Path().parent_path());
+}
+
 void MainWindow::OpenSession() {
     if (!MayDiscard()) return;
-    const QString chosen = QFileDialog::getOpenFileName(
-        this, QStringLiteral("Open Session"), FromPath(m_project.Path().parent_path()), SESSION_FILTER);
+    const QString chosen =
+        QFileDialog::getOpenFileName(this, Text(IDS_TITLE_OPEN), StartFolder(), Text(IDS_FILTER_SESSIONS));
     if (chosen.isEmpty()) return;
     m_console->ProjectClosing();
     try {
         m_project.Open(ToPath(chosen));
+        m_settings.SetSessionFolder(ToPath(chosen).parent_path());
     } catch (const SessionError& e) {
-        ShowProblem(QStringLiteral("Open Session"), QString::fromUtf8(e.what()));
+        ShowProblem(Text(IDS_TITLE_OPEN), QString::fromUtf8(e.what()));
     }
     m_console->ProjectOpened();
 }
@@ -136,31 +234,33 @@ bool MainWindow::Save() {
         m_project.Save();
         return true;
     } catch (const SessionError& e) {
-        ShowProblem(QStringLiteral("Save"), QString::fromUtf8(e.what()));
+        ShowProblem(Text(IDS_TITLE_SAVE), QString::fromUtf8(e.what()));
         return false;
     }
 }
 
 bool MainWindow::SaveAs() {
-    const QString chosen = QFileDialog::getSaveFileName(this, QStringLiteral("Save Session"),
-                                                        FromPath(m_project.Path()), SESSION_FILTER);
+    const QString start = m_project.Path().empty() ? StartFolder() : FromPath(m_project.Path());
+    const QString chosen =
+        QFileDialog::getSaveFileName(this, Text(IDS_TITLE_SAVE), start, Text(IDS_FILTER_SESSIONS));
     if (chosen.isEmpty()) return false;
     try {
         m_project.SaveAs(ToPath(chosen));
+        m_settings.SetSessionFolder(ToPath(chosen).parent_path());
         return true;
     } catch (const SessionError& e) {
-        ShowProblem(QStringLiteral("Save"), QString::fromUtf8(e.what()));
+        ShowProblem(Text(IDS_TITLE_SAVE), QString::fromUtf8(e.what()));
         return false;
     }
 }
 
 void MainWindow::RenderMix() {
-    const QString chosen = QFileDialog::getSaveFileName(
-        this, QStringLiteral("Render Mix"), QStringLiteral("mix.wav"), QStringLiteral("Wave files (*.wav)"));
+    const QString chosen = QFileDialog::getSaveFileName(this, Text(IDS_TITLE_RENDER),
+                                                        QStringLiteral("mix.wav"), Text(IDS_FILTER_WAVE));
     if (chosen.isEmpty()) return;
     constexpr int STEPS = 1000;
-    QProgressDialog progress(QStringLiteral("Rendering %1").arg(chosen), QStringLiteral("Cancel"), 0, STEPS,
-                             this);
+    QProgressDialog progress(Format(IDS_RENDERING, chosen.toStdU16String().c_str()), Text(IDS_CANCEL), 0,
+                             STEPS, this);
     progress.setWindowModality(Qt::WindowModal);
     try {
         m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
@@ -168,24 +268,22 @@ void MainWindow::RenderMix() {
             return !progress.wasCanceled();
         });
     } catch (const std::exception& e) {
-        if (!progress.wasCanceled()) ShowProblem(QStringLiteral("Render Mix"), QString::fromUtf8(e.what()));
+        if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
     }
 }
 
 bool MainWindow::MayDiscard() {
     if (!m_project.IsModified()) return true;
-    const auto answer = QMessageBox::question(this, QStringLiteral("Session"),
-                                              QStringLiteral("Save the changes to this session?"),
+    const auto answer = QMessageBox::question(this, Text(IDS_SESSION), Text(IDS_ASK_SAVE),
                                               QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
     if (answer == QMessageBox::Save) return Save();
     return answer == QMessageBox::Discard;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    if (MayDiscard())
-        event->accept();
-    else
-        event->ignore();
+    if (!MayDiscard()) return event->ignore();
+    m_settings.SetGeometry(saveGeometry());
+    event->accept();
 }
 
 }  // namespace host

@@ -13,12 +13,14 @@ class QLabel;
 namespace host {
 
 class PageHost;
+class Settings;
 class TransportBar;
 
 class MainWindow final : public QMainWindow {
 public:
-    /// Loads the console onto the project. Throws std::runtime_error when it cannot be had.
-    MainWindow(Project& project, const std::filesystem::path& consoleModule);
+    /// Loads the console onto the project, in the language. Throws std::runtime_error when it cannot be had.
+    MainWindow(Project& project, Settings& settings, const std::filesystem::path& consoleModule,
+               uint32_t lcid);
     ~MainWindow() override;
 
     /// The console's own window.
@@ -29,6 +31,11 @@ protected:
 
 private:
     void MakeMenus();
+    void MakeViewMenu();
+    void OpenPage();
+    void ChangeLanguage(uint32_t lcid);
+    void LocateTo();
+    QString StartFolder() const;
     void MakeStatusLine();
     void OpenSession();
     bool Save();
@@ -39,6 +46,8 @@ private:
     void ShowProblem(const QString& title, const QString& text);
 
     Project& m_project;
+    Settings& m_settings;
+    uint32_t m_lcid;
     std::unique_ptr<Plugin> m_console;
     TransportBar* m_transport;
     PageHost* m_pageHost;

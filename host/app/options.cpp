@@ -1,6 +1,10 @@
 #include "host/app/options.h"
 
+#include "kernel/lang/languages.h"
+
 #include <CLI/CLI.hpp>
+
+#include <algorithm>
 
 #include <cstdio>
 
@@ -9,7 +13,7 @@ namespace host {
 std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     CLI::App app{"Opens a session on the mixing console, plays, mixes and renders it.", "mixhost"};
     std::vector<std::string> gestures;
-    std::string size;
+    std::string size, language;
     app.add_option("session", options->session, "session file (.tarn); without one a new session is opened");
     app.add_flag("--headless", options->headless, "no window: run by script, then end");
     app.add_option("--seconds", options->seconds, "play for that long, and render that much of the project")
@@ -22,6 +26,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
         ->take_all();
     app.add_option("--device", options->device, "audio device, by a part of its name");
     app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
+    app.add_option("--language", language, "language of the texts by its code, like en or de");
     app.add_option("--size", size, "window size, WIDTHxHEIGHT");
     app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));
     try {
@@ -37,6 +42,15 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
             return 1;
         }
         options->gestures.push_back(gesture);
+    }
+    if (!language.empty()) {
+        const auto found =
+            std::ranges::find_if(Languages(), [&](const LanguageInfo& l) { return language == l.code; });
+        if (found == Languages().end()) {
+            std::fprintf(stderr, "mixhost: --language: there are no texts in '%s'\n", language.c_str());
+            return 1;
+        }
+        options->lcid = found->lcid;
     }
     if (!size.empty()) {
         int width = 0, height = 0, end = 0;

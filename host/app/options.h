@@ -11,6 +11,8 @@
 
 namespace host {
 
+inline constexpr QSize DEFAULT_WINDOW_SIZE{1280, 660};
+
 struct Options {
     std::string session;  ///< empty: a new one
     bool headless = false;
@@ -19,8 +21,9 @@ struct Options {
     std::vector<Gesture> gestures;
     std::string device;  ///< part of its name
     bool nullDevice = false;
-    QSize size{1280, 660};
-    double scale = 0;  ///< device pixels a logical pixel; 0 leaves it to the screen
+    uint32_t lcid = 0;          ///< of the language; 0 leaves it to the settings
+    std::optional<QSize> size;  ///< of the window
+    double scale = 0;           ///< device pixels a logical pixel; 0 leaves it to the screen
 
     /// Whether the run ends by itself instead of waiting for a person.
     bool IsScripted() const {

@@ -1,7 +1,11 @@
 #include "host/app/transport_bar.h"
 
 #include "host/app/icons.h"
+#include "host/app/texts.h"
 #include "host/contract/project.h"
+
+#include "kernel/time/time_parse.h"
+#include "kernel/time/time_text.h"
 
 #include <QAction>
 #include <QLabel>
@@ -15,34 +19,30 @@ namespace {
 
 constexpr int SLIDER_STEPS = 10000;
 
-QString TimeText(double seconds) {
-    const auto milliseconds = static_cast<qint64>(std::floor(std::max(0.0, seconds) * 1000.0));
-    return QStringLiteral("%1:%2.%3")
-        .arg(milliseconds / 60000, 2, 10, QLatin1Char('0'))
-        .arg(milliseconds / 1000 % 60, 2, 10, QLatin1Char('0'))
-        .arg(milliseconds % 1000, 3, 10, QLatin1Char('0'));
+int64_t NanosOf(double seconds) {
+    return static_cast<int64_t>(std::floor(std::clamp(seconds, 0.0, 1e9) * NANO_TIME_PER_SECOND));
 }
 
 }  // namespace
 
 TransportBar::TransportBar(Project& project, QWidget* parent)
-    : QToolBar(QStringLiteral("Transport"), parent), m_project(project) {
+    : QToolBar(parent), m_project(project), m_timeFormat(POSITION_TIME) {
     setMovable(false);
     setToolButtonStyle(Qt::ToolButtonIconOnly);
     const QColor ink = palette().color(QPalette::ButtonText);
     m_playIcon = TransportIcon(TransportShape::Play, ink);
     m_stopIcon = TransportIcon(TransportShape::Stop, ink);
 
-    QAction* start = addAction(TransportIcon(TransportShape::ToStart, ink), QStringLiteral("Go to start"));
-    start->setShortcut(Qt::Key_Home | Qt::CTRL);
-    connect(start, &QAction::triggered, this, [this] { m_project.Locate(0); });
+    m_start = addAction(TransportIcon(TransportShape::ToStart, ink), QString());
+    m_start->setShortcut(Qt::Key_Home | Qt::CTRL);
+    connect(m_start, &QAction::triggered, this, [this] { m_project.Locate(0); });
 
-    m_play = addAction(m_playIcon, QStringLiteral("Play"));
+    m_play = addAction(m_playIcon, QString());
     m_play->setShortcut(Qt::Key_Space);
     m_play->setShortcutContext(Qt::ApplicationShortcut);
     connect(m_play, &QAction::triggered, this, &TransportBar::TogglePlay);
 
-    m_loop = addAction(TransportIcon(TransportShape::Loop, ink), QStringLiteral("Loop"));
+    m_loop = addAction(TransportIcon(TransportShape::Loop, ink), QString());
     m_loop->setCheckable(true);
     m_loop->setShortcut(Qt::CTRL | Qt::Key_L);
     connect(m_loop, &QAction::triggered, this, [this](bool on) {
@@ -52,23 +52,66 @@ TransportBar::TransportBar(Project& project, QWidget* parent)
         m_project.SetLoop(loop);
     });
 
-    m_time = new QLabel(TimeText(0), this);
+    m_time = new QLabel(this);
     QFont digits = font();
     digits.setPixelSize(20);
     digits.setWeight(QFont::DemiBold);
     digits.setStyleHint(QFont::Monospace);
     m_time->setFont(digits);
-    m_time->setMinimumWidth(m_time->fontMetrics().horizontalAdvance(QStringLiteral("00:00.000")) + 24);
     m_time->setAlignment(Qt::AlignCenter);
-    m_time->setAccessibleName(QStringLiteral("Position"));
     addWidget(m_time);
 
     m_position = new QSlider(Qt::Horizontal, this);
     m_position->setRange(0, SLIDER_STEPS);
-    m_position->setAccessibleName(QStringLiteral("Locate"));
     connect(m_position, &QSlider::sliderMoved, this, &TransportBar::Seek);
     connect(m_position, &QSlider::actionTriggered, this, [this] { Seek(m_position->sliderPosition()); });
     addWidget(m_position);
+    SetTimeFormat(m_timeFormat);
+    ShowTexts();
+}
+
+void TransportBar::ShowTexts() {
+    setWindowTitle(Text(IDS_TRANSPORT));
+    m_start->setText(Text(IDS_TO_START));
+    m_loop->setText(Text(IDS_LOOP));
+    m_time->setAccessibleName(Text(IDS_POSITION));
+    m_position->setAccessibleName(Text(IDS_LOCATE));
+    Refresh();
+}
+
+_qmposfmt TransportBar::Notation() const {
+    _qmposfmt format{};
+    format.format = m_timeFormat;
+    format.rate = static_cast<uint32_t>(m_project.Status().engine.sampleRate);
+    return format;
+}
+
+QString TransportBar::TimeText(double seconds) const {
+    const _qmposfmt format = Notation();
+    char16_t text[64];
+    const int32_t length = QmNanoTimeToText(text, &format, NanosOf(seconds), 0);
+    return QString(reinterpret_cast<const QChar*>(text), length);
+}
+
+void TransportBar::SetTimeFormat(uint32_t format) {
+    m_timeFormat = format;
+    // As wide as the longest session shows, so that nothing moves while it plays.
+    constexpr double LONG_SESSION = 24 * 3600 - 1;
+    m_time->setFixedWidth(m_time->fontMetrics().horizontalAdvance(TimeText(LONG_SESSION)) + 24);
+    Refresh();
+}
+
+QString TransportBar::PositionText() const { return TimeText(m_project.Transport().seconds); }
+
+bool TransportBar::LocateTo(const QString& position) {
+    const _qmposfmt format = Notation();
+    const std::u16string text = position.toStdU16String();
+    const char16_t* end = nullptr;
+    const int64_t nanos = QmTextToNanoTimeTokenEx(-1, text.c_str(), &format, 0, INT64_MAX, &end);
+    if (nanos < 0 || !QString::fromUtf16(end).trimmed().isEmpty()) return false;
+    m_project.Locate(std::min(static_cast<double>(nanos) / NANO_TIME_PER_SECOND, m_project.Length()));
+    Refresh();
+    return true;
 }
 
 void TransportBar::TogglePlay() {
@@ -85,7 +128,7 @@ void TransportBar::Refresh() {
     const TransportState state = m_project.Transport();
     const double length = m_project.Length();
     m_play->setIcon(state.playing ? m_stopIcon : m_playIcon);
-    m_play->setText(state.playing ? QStringLiteral("Stop") : QStringLiteral("Play"));
+    m_play->setText(Text(state.playing ? IDS_STOP : IDS_PLAY));
     m_loop->setChecked(state.loop.on);
     m_time->setText(TimeText(state.seconds));
     if (!m_position->isSliderDown() && length > 0)

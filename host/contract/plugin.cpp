@@ -31,6 +31,7 @@ Plugin::Plugin(const std::filesystem::path& path, Project& project) : m_project(
     if (!m_module) throw std::runtime_error(error);
     const auto info = Entry<QmOPTPlug_GetOPTObjectInfoProc>(m_module, "QmOPTPlug_GetOPTObjectInfo");
     const auto create = Entry<QmOPTPlug_CreateOPTObjectProc>(m_module, "QmOPTPlug_CreateOPTObject");
+    m_updateLcid = Entry<QmOPTPlug_UpdateKernelLCIDProc>(m_module, "QmOPTPlug_UpdateKernelLCID");
     m_createPage = Entry<QmOPTPlug_CreateOPTPropertyPageProc>(m_module, "QmOPTPlug_CreateOPTPropertyPage");
 
     GUID classId{};

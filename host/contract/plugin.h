@@ -25,6 +25,9 @@ public:
     void ProjectOpened();   ///< project open, then activate
     void ProjectClosing();  ///< deactivate, then project close
 
+    /// The language of its texts; 0 is US English. Its pages are closed.
+    void SetLanguage(uint32_t lcid) { m_updateLcid(lcid); }
+
     const std::u16string& Name() const { return m_name; }
     IUnknown* Object() { return m_object.Get(); }
     /// A page of the plug-in, or null.
@@ -35,6 +38,7 @@ private:
 
     Module m_module;
     QmOPTPlug_CreateOPTPropertyPageProc m_createPage = nullptr;
+    QmOPTPlug_UpdateKernelLCIDProc m_updateLcid = nullptr;
     Project& m_project;
     std::u16string m_name;
     ComPtr<IUnknown> m_object;

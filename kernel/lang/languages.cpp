@@ -1,5 +1,6 @@
 #include "kernel/lang/languages.h"
 
+#include "kernel/lang/string_resources.h"
 #include "platform/text.h"
 
 #include <unicode/uloc.h>
@@ -13,15 +14,16 @@ namespace {
 constexpr uint32_t PRIMARY_CHINESE = 4, PRIMARY_PORTUGUESE = 22;
 constexpr uint32_t LCID_JAPANESE = 1041;
 
-struct Language {
-    uint32_t lcid;
-    const char16_t* abbreviation;
-};
-
-constexpr Language LANGUAGES[QMLANG_SLOTS] = {
-    {0x409, u"ENU"}, {0x411, u"JPN"}, {0x407, u"DEU"}, {0x40A, u"ESP"}, {0x40C, u"FRA"}, {0x804, u"CHS"},
-    {0x404, u"CHT"}, {0x406, u"DAN"}, {0x40B, u"FIN"}, {0x410, u"ITA"}, {0x412, u"KOR"}, {0x413, u"NLD"},
-    {0x414, u"NOR"}, {0x416, u"PTB"}, {0x816, u"PTG"}, {0x419, u"RUS"}, {0x41D, u"SVE"}, {0x415, u"PLK"},
+constexpr LanguageInfo LANGUAGES[QMLANG_SLOTS] = {
+    {0x409, "en", u"ENU", u"English"},      {0x411, "ja", u"JPN", u"日本語"},
+    {0x407, "de", u"DEU", u"Deutsch"},      {0x40A, "es", u"ESP", u"Español"},
+    {0x40C, "fr", u"FRA", u"Français"},     {0x804, "zh-CN", u"CHS", u"简体中文"},
+    {0x404, "zh-TW", u"CHT", u"繁體中文"},  {0x406, "da", u"DAN", u"Dansk"},
+    {0x40B, "fi", u"FIN", u"Suomi"},        {0x410, "it", u"ITA", u"Italiano"},
+    {0x412, "ko", u"KOR", u"한국어"},       {0x413, "nl", u"NLD", u"Nederlands"},
+    {0x414, "nb", u"NOR", u"Norsk"},        {0x416, "pt-BR", u"PTB", u"Português (Brasil)"},
+    {0x816, "pt-PT", u"PTG", u"Português"}, {0x419, "ru", u"RUS", u"Русский"},
+    {0x41D, "sv", u"SVE", u"Svenska"},      {0x415, "pl", u"PLK", u"Polski"},
 };
 
 struct CountryForm {
@@ -52,10 +54,19 @@ std::u16string Iso3Name(uint32_t lcid) {
 
 }  // namespace
 
+std::span<const LanguageInfo, QMLANG_SLOTS> Languages() { return LANGUAGES; }
+
+uint32_t TranslatedLanguages(HINSTANCE module) {
+    uint32_t languages = 0;
+    for (uint32_t slot = 1; slot <= QMLANG_SLOTS; slot++)
+        if (HasStringResources(module, slot)) languages |= 1u << (slot - 1);
+    return languages;
+}
+
 uint32_t SlotOfLcid(uint32_t lcid) {
     const uint32_t wanted = QmLang_GetConditionedLCID(lcid);
-    const auto matches = [&](const Language& l) { return QmLang_GetConditionedLCID(l.lcid) == wanted; };
-    const Language* at = std::find_if(std::begin(LANGUAGES), std::end(LANGUAGES), matches);
+    const auto matches = [&](const LanguageInfo& l) { return QmLang_GetConditionedLCID(l.lcid) == wanted; };
+    const LanguageInfo* at = std::find_if(std::begin(LANGUAGES), std::end(LANGUAGES), matches);
     return at == std::end(LANGUAGES) ? SLOT_ENGLISH : static_cast<uint32_t>(at - LANGUAGES) + 1;
 }
 
@@ -78,7 +89,7 @@ BOOL QmLang_IsNameOrderReversed(HQMLANG lang) { return QmLang_GetLCID(lang) == L
 
 BOOL QmLang_GetLangAbbrev(HQMLANG lang, char16_t* out, uint32_t capacity) try {
     const uint32_t lcid = QmLang_GetLCID(lang);
-    const Language* at = std::ranges::find(LANGUAGES, lcid, &Language::lcid);
+    const LanguageInfo* at = std::ranges::find(LANGUAGES, lcid, &LanguageInfo::lcid);
     const std::u16string name = at != std::end(LANGUAGES) ? at->abbreviation : Iso3Name(lcid);
     CopyText(out, capacity, name.c_str());
     return !name.empty();

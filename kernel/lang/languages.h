@@ -4,6 +4,20 @@
 
 #include "kernel/lang/lang.h"
 
+#include <span>
+
+struct LanguageInfo {
+    uint32_t lcid;
+    const char* code;              ///< BCP 47, "pt-BR"
+    const char16_t* abbreviation;  ///< Windows' three letters, "PTB"
+    const char16_t* name;          ///< in the language itself
+};
+
+/// By slot - 1.
+QM_API std::span<const LanguageInfo, QMLANG_SLOTS> Languages();
+/// Bit slot - 1 for each language that the module has texts in.
+QM_API uint32_t TranslatedLanguages(HINSTANCE module);
+
 inline constexpr uint32_t SLOT_ENGLISH = 1;
 
 /// The slot, 1 to QMLANG_SLOTS, whose language has the same main form as `lcid`; English without one.

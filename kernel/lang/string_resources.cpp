@@ -41,3 +41,11 @@ const char16_t* FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id)
     }
     return nullptr;
 }
+
+bool HasStringResources(HINSTANCE module, uint32_t slot) {
+    const std::shared_lock lock(guard);
+    for (const ModuleStrings* strings = first; strings; strings = strings->m_next)
+        if (strings->m_module == module && std::ranges::count(strings->m_tables, slot, &StringTable::slot))
+            return true;
+    return false;
+}

@@ -35,6 +35,7 @@ public:
 
 private:
     friend const char16_t* FindStringResource(HINSTANCE, uint32_t, uint32_t);
+    friend bool HasStringResources(HINSTANCE, uint32_t);
 
     HINSTANCE m_module;
     std::span<const StringTable> m_tables;
@@ -43,3 +44,5 @@ private:
 
 /// The text of `id` in that language alone, null when there is none. The text lives as long as its module.
 const char16_t* FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id);
+/// Whether the module has any text in that language.
+bool HasStringResources(HINSTANCE module, uint32_t slot);

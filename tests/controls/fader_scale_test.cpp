@@ -72,13 +72,10 @@ TEST(FaderScale, DegenerateRangesAndTravels) {
     EXPECT_NEAR(widest.Distance(0, 600), 300, 1);
 }
 
-TEST(NumberText, Formats) {
+TEST(NumberText, AValueThatRoundsToZeroHasNoSign) {
     EXPECT_EQ(NumberText(-72.0), u"-72.0");
     EXPECT_EQ(NumberText(-0.04), u"0.0");
     EXPECT_EQ(NumberText(-0.06), u"-0.1");
-    EXPECT_EQ(NumberText(6.25, u"$.0f dB"), u"6 dB");
-    EXPECT_EQ(NumberText(1.0 / 3, u"<$.3f>"), u"<0.333>");
-    EXPECT_EQ(NumberText(1, u"plain $.f"), u"plain $.f");
-    EXPECT_EQ(NumberText(std::numeric_limits<double>::infinity()), u"$.1f");
-    EXPECT_EQ(NumberText(std::numeric_limits<double>::max()).size(), 311u);
+    EXPECT_EQ(NumberText(-0.4, u"$.0f dB"), u"0 dB");
+    EXPECT_EQ(NumberText(-std::numeric_limits<double>::infinity()), u"-inf");
 }

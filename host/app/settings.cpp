@@ -1,0 +1,77 @@
+#include "host/app/settings.h"
+
+#include "kernel/lang/lang.h"
+#include "kernel/lang/user_lcid.h"
+#include "kernel/time/position.h"
+#include "platform/text.h"
+
+namespace host {
+namespace {
+
+constexpr char16_t APPLICATION[] = u"Mixhost";
+constexpr uint32_t VERSION = 0;
+
+/// Numbers of the metrics; they are in users' files and never change their meaning.
+enum Metric : int32_t {
+    METRIC_GEOMETRY = 1,
+    METRIC_TIME_FORMAT = 2,
+    METRIC_SESSION_FOLDER = 3,
+};
+
+constexpr uint32_t GEOMETRY_LIMIT = 1024, FOLDER_LIMIT = 4096;
+
+}  // namespace
+
+Settings::Settings(bool used) : m_used(used) {
+    if (!used) return;
+    QmMetric_Open(&m_metrics, APPLICATION, VERSION, nullptr);
+    QmMetric_SetDefault(m_metrics);
+}
+
+Settings::~Settings() {
+    if (!m_used) return;
+    QmMetric_SetDefault(nullptr);
+    QmMetric_Close(m_metrics);
+}
+
+uint32_t Settings::Language() const {
+    uint32_t lcid = LCID_ENGLISH_US;
+    if (m_used) QmLang_LoadUserLCIDMetric(APPLICATION, VERSION, &lcid, 1);
+    return lcid;
+}
+
+void Settings::SetLanguage(uint32_t lcid) {
+    if (m_used) QmLang_SaveUserLCIDMetric(APPLICATION, VERSION, lcid, 0);
+}
+
+uint32_t Settings::TimeFormat() const {
+    return static_cast<uint32_t>(
+        QmGetMetricEx(m_metrics, METRIC_TIME_FORMAT, 0, POSITION_FORMATS - 1, POSITION_TIME));
+}
+
+void Settings::SetTimeFormat(uint32_t format) { QmSetMetric(m_metrics, METRIC_TIME_FORMAT, format); }
+
+QByteArray Settings::Geometry() const {
+    QByteArray geometry(GEOMETRY_LIMIT, 0);
+    geometry.resize(static_cast<qsizetype>(
+        QmGetMetricBinary(m_metrics, METRIC_GEOMETRY, geometry.data(), GEOMETRY_LIMIT)));
+    return geometry;
+}
+
+void Settings::SetGeometry(const QByteArray& geometry) {
+    QmSetMetricBinary(m_metrics, METRIC_GEOMETRY, geometry.constData(),
+                      static_cast<uint32_t>(geometry.size()));
+}
+
+std::filesystem::path Settings::SessionFolder() const {
+    char16_t folder[FOLDER_LIMIT];
+    const uint32_t length =
+        QmGetMetricStringEx(m_metrics, METRIC_SESSION_FOLDER, folder, FOLDER_LIMIT, nullptr, 0);
+    return Utf8FromUtf16({folder, length});
+}
+
+void Settings::SetSessionFolder(const std::filesystem::path& folder) {
+    QmSetMetricString(m_metrics, METRIC_SESSION_FOLDER, Utf16FromUtf8(folder.string()).c_str());
+}
+
+}  // namespace host

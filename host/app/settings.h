@@ -1,0 +1,41 @@
+// What the host keeps of its user, and in which language and time format it shows itself.
+#pragma once
+
+#include "kernel/metrics/metrics.h"
+
+#include <QByteArray>
+
+#include <filesystem>
+
+namespace host {
+
+/// The user's settings, read and written at once; without a home there are the defaults. [ui-thread]
+class Settings {
+public:
+    /// A run by script neither reads nor leaves settings.
+    explicit Settings(bool used);
+    ~Settings();
+    Settings(const Settings&) = delete;
+    Settings& operator=(const Settings&) = delete;
+
+    /// The language chosen here, else the user's. English for scripts.
+    uint32_t Language() const;
+    void SetLanguage(uint32_t lcid);
+
+    uint32_t TimeFormat() const;  ///< PositionFormat, of kernel/time/position.h
+    void SetTimeFormat(uint32_t format);
+
+    /// Size and place of the window, as Qt has them; empty at first.
+    QByteArray Geometry() const;
+    void SetGeometry(const QByteArray& geometry);
+
+    /// Where the last session was opened or saved; empty at first.
+    std::filesystem::path SessionFolder() const;
+    void SetSessionFolder(const std::filesystem::path& folder);
+
+private:
+    const bool m_used;
+    HQMMETRIC m_metrics = nullptr;
+};
+
+}  // namespace host

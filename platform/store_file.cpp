@@ -32,8 +32,8 @@ constexpr const char* TEXTS[StoreFile::STATEMENTS] = {
     "INSERT OR REPLACE INTO settings(path, name, type, data) VALUES(?1, ?2, ?3, ?4)",
     "DELETE FROM settings WHERE path = ?1 AND name = ?2",
     "DELETE FROM settings WHERE path = ?1 OR (path >= ?1 || '\\' AND path < ?1 || ']')",
-    "SELECT path, name, type, data FROM settings WHERE ?1 = '' OR path = ?1 OR"
-    " (path >= ?1 || '\\' AND path < ?1 || ']') ORDER BY path, name",
+    ("SELECT path, name, type, data FROM settings WHERE ?1 = '' OR path = ?1 OR"
+     " (path >= ?1 || '\\' AND path < ?1 || ']') ORDER BY path, name"),
 };
 
 bool Writes(StoreFile::Statement which) { return which == StoreFile::WRITE; }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 
 namespace {
 
@@ -63,18 +64,16 @@ void WriteResources(const Catalog& catalog, const std::string& type, std::ofstre
     std::vector<TextEntry> sorted = catalog.entries;
     std::ranges::sort(sorted, {}, &TextEntry::id);
     source << "// Made from resources/strings.\n#include \"kernel/lang/string_resources.h\"\n\nnamespace {\n";
-    std::string tables;
+    std::ostringstream tables;
     for (size_t slot = 0; slot < SLOTS; slot++) {
-        std::string rows;
+        std::ostringstream rows;
         for (const TextEntry& e : sorted)
-            if (e.texts[slot])
-                rows += "    {" + std::to_string(e.id) + ", " + Utf16Literal(*e.texts[slot]) + "},\n";
-        if (rows.empty()) continue;
-        const std::string name = "SLOT_" + std::to_string(slot + 1);
-        source << "constexpr StringRow " << name << "[] = {\n" << rows << "};\n";
-        tables += "{" + std::to_string(slot + 1) + ", " + name + "}, ";
+            if (e.texts[slot]) rows << "    {" << e.id << ", " << Utf16Literal(*e.texts[slot]) << "},\n";
+        if (rows.view().empty()) continue;
+        source << "constexpr StringRow SLOT_" << slot + 1 << "[] = {\n" << rows.view() << "};\n";
+        tables << "{" << slot + 1 << ", SLOT_" << slot + 1 << "}, ";
     }
-    source << "constexpr StringTable TABLES[] = {" << tables << "};\n"
+    source << "constexpr StringTable TABLES[] = {" << tables.view() << "};\n"
            << "const ModuleStrings strings(ThisInstance(), TABLES);\n}  // namespace\n";
 }
 

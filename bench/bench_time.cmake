@@ -1,0 +1,7 @@
+pkg_check_modules(LTC QUIET IMPORTED_TARGET ltc)
+add_executable(bench-time bench_time.cpp)
+target_link_libraries(bench-time PRIVATE tarn-flags tarn-kernel benchmark::benchmark_main)
+if(LTC_FOUND)
+  target_link_libraries(bench-time PRIVATE PkgConfig::LTC)
+  target_compile_definitions(bench-time PRIVATE TARN_BENCH_LTC)
+endif()

@@ -27,11 +27,8 @@ int32_t WholeToText(Number value, char16_t* out, BOOL group, size_t capacity) {
     return writer.Finish();
 }
 
-constexpr int32_t MOST_DECIMALS = 9;
-constexpr double HALF_UNITS[MOST_DECIMALS + 1] = {0.5,  0.05, 0.005, 0.0005, 0.00005,
-                                                  5e-6, 5e-7, 5e-8,  5e-9,   5e-10};
-constexpr uint64_t SCALES[MOST_DECIMALS + 1] = {1,      10,      100,      1000,      10000,
-                                                100000, 1000000, 10000000, 100000000, 1000000000};
+constexpr double HALF_UNITS[digits::FIXED_DECIMALS + 1] = {0.5,  0.05, 0.005, 0.0005, 0.00005,
+                                                           5e-6, 5e-7, 5e-8,  5e-9,   5e-10};
 
 /// The text with '.', not terminated; returns its length. 350 characters hold it.
 size_t DoubleDigits(double value, int32_t decimals, char16_t* out) {
@@ -46,13 +43,13 @@ size_t DoubleDigits(double value, int32_t decimals, char16_t* out) {
     }
     const auto whole = static_cast<uint64_t>(magnitude);
     const auto scaled = static_cast<uint64_t>((magnitude - static_cast<double>(whole)) *
-                                              static_cast<double>(SCALES[decimals]));
-    const uint64_t fraction = std::min(scaled, SCALES[decimals] - 1);
+                                              static_cast<double>(digits::POWERS_OF_TEN[decimals]));
+    const uint64_t fraction = std::min(scaled, digits::POWERS_OF_TEN[decimals] - 1);
     char16_t text[2 * digits::MOST];
     char16_t* const end = text + std::size(text);
     char16_t* at = end;
     if (decimals > 0) {
-        at = digits::WriteBackward(end, SCALES[decimals] + fraction);
+        at = digits::WriteBackward(end, digits::POWERS_OF_TEN[decimals] + fraction);
         *at = u'.';  // in the place of the leading 1, which keeps the zeros behind it
     }
     at = digits::WriteBackward(at, whole);
@@ -62,7 +59,7 @@ size_t DoubleDigits(double value, int32_t decimals, char16_t* out) {
 }
 
 int32_t DoubleToText(char16_t* out, double value, int32_t decimals, BOOL group, size_t capacity) {
-    decimals = std::clamp(decimals, 0, MOST_DECIMALS);
+    decimals = std::clamp(decimals, 0, digits::FIXED_DECIMALS);
     char16_t text[350];
     const std::u16string_view number(text, DoubleDigits(value, decimals, text));
     TextWriter writer(out, capacity);

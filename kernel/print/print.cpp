@@ -113,6 +113,15 @@ size_t FloatDigits(const Directive& d, double magnitude, char* text, char* end) 
 }
 
 void PutFloat(TextWriter& out, const Directive& d, double value) {
+    const std::string_view lead = std::signbit(value) ? "-" : d.plus ? "+" : d.space ? " " : "";
+    uint64_t scaled = 0;
+    const int precision = d.precision < 0 ? 6 : d.precision;
+    if (d.conversion == 'f' && !d.alternate && digits::FixedPoint(std::fabs(value), precision, scaled)) {
+        char16_t number[digits::MOST + 2];
+        char16_t* const end = number + std::size(number);
+        const char16_t* const begin = digits::WriteFixedBackward(end, scaled, precision);
+        return PutField(out, d, lead, 0, {begin, static_cast<size_t>(end - begin)}, d.zero);
+    }
     char text[900];
     const bool finite = std::isfinite(value);
     Directive plain = d;
@@ -120,7 +129,6 @@ void PutFloat(TextWriter& out, const Directive& d, double value) {
     const size_t length = FloatDigits(plain, std::fabs(value), text, text + sizeof text);
     char16_t wide[sizeof text];
     std::copy(text, text + length, wide);
-    const std::string_view lead = std::signbit(value) ? "-" : d.plus ? "+" : d.space ? " " : "";
     PutField(out, d, lead, 0, {wide, length}, d.zero && finite);
 }
 
@@ -254,7 +262,17 @@ void PutPlainWhole(TextWriter& out, bool isNegative, uint64_t magnitude, bool gr
     out.Put(std::u16string_view(at, static_cast<size_t>(end - at)));
 }
 
-/// Returns the directive's length when it was a bare d, u, s or I64d; else 0, and nothing was read.
+/// The fields of clocks and labels: at least so many digits.
+void PutPaddedWhole(TextWriter& out, uint32_t value, size_t width) {
+    char16_t text[digits::MOST];
+    char16_t* const end = text + std::size(text);
+    char16_t* at = digits::WriteBackward(end, value);
+    while (static_cast<size_t>(end - at) < width) *--at = u'0';
+    out.Put(std::u16string_view(at, static_cast<size_t>(end - at)));
+}
+
+/// Returns the directive's length when it was a bare d, u, s or I64d, or 01u to 09u; else 0, and nothing was
+/// read.
 size_t PutFast(TextWriter& out, const char16_t* text, Values& values, bool local) {
     switch (text[0]) {
     case u'd': {
@@ -268,6 +286,10 @@ size_t PutFast(TextWriter& out, const char16_t* text, Values& values, bool local
         PutText(out, plain, values);
         return 1;
     }
+    case u'0':
+        if (local || text[1] < u'1' || text[1] > u'9' || text[2] != u'u') return 0;
+        PutPaddedWhole(out, va_arg(values.list, uint32_t), static_cast<size_t>(text[1] - u'0'));
+        return 3;
     case u'I':
         if (text[1] == u'6' && text[2] == u'4' && text[3] == u'd') {
             const int64_t value = va_arg(values.list, int64_t);

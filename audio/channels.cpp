@@ -1,0 +1,174 @@
+#include "audio/channels.h"
+
+#include "audio/audio_copy.h"
+#include "audio/cells.h"
+#include "audio/fill.h"
+
+#include <cstring>
+
+namespace {
+
+bool IsLittleEndianKind(QMSAMPLETYPE type) { return type >= QMSAMPLE_PCM8 && type <= QMSAMPLE_FLOAT64; }
+
+uint32_t WidthOf(QMSAMPLETYPE type) { return QmAudio_BytesFromSampleType(type); }
+/// 0 for what is served by little-endian kinds only.
+uint32_t LittleEndianWidthOf(QMSAMPLETYPE type) { return IsLittleEndianKind(type) ? WidthOf(type) : 0; }
+
+/// Every `dstStep`-th cell from every `srcStep`-th. Steps of one and two are known to the compiler.
+template <int64_t DST_STEP, int64_t SRC_STEP, class Cell>
+void MoveKnown(Cell* dst, const Cell* src, int64_t frames) {
+    for (int64_t i = 0; i < frames; i++) dst[i * DST_STEP] = src[i * SRC_STEP];
+}
+template <class Cell>
+void Move(Cell* dst, int64_t dstStep, const Cell* src, int64_t srcStep, int64_t frames) {
+    if (dstStep == 1 && srcStep == 2) return MoveKnown<1, 2>(dst, src, frames);
+    if (dstStep == 2 && srcStep == 1) return MoveKnown<2, 1>(dst, src, frames);
+    for (int64_t i = 0; i < frames; i++) dst[i * dstStep] = src[i * srcStep];
+}
+
+/// One channel of each frame on all channels of another; backwards where the destination grows over its
+/// source.
+template <class Cell>
+void Spread(Cell* dst, int64_t dstChannels, const Cell* src, int64_t srcChannels, int64_t frames) {
+    const auto one = [&](int64_t i) {
+        const Cell cell = src[i * srcChannels];
+        for (int64_t c = dstChannels - 1; c >= 0; c--) dst[i * dstChannels + c] = cell;
+    };
+    if (dstChannels > srcChannels)
+        for (int64_t i = frames - 1; i >= 0; i--) one(i);
+    else
+        for (int64_t i = 0; i < frames; i++) one(i);
+}
+
+HRESULT SpreadChannel(void* dst, uint32_t dstChannels, const void* src, uint32_t srcChannels,
+                      uint32_t channel, int64_t frames, uint32_t width) {
+    if (channel >= srcChannels) return E_FAIL;
+    return WithCell(width, [&](auto cell) {
+        using C = decltype(cell);
+        Spread(static_cast<C*>(dst), dstChannels, static_cast<const C*>(src) + channel, srcChannels, frames);
+    });
+}
+
+}  // namespace
+
+extern "C" {
+
+HRESULT QmAudio_ExtractChannel(void* dst, uint32_t channel, const void* src, QMSAMPLETYPE type,
+                               uint32_t channels, int64_t frames) {
+    if (WidthOf(type) == 0 || channel >= channels) return E_FAIL;
+    if (frames <= 0) return S_OK;
+    return WithCell(WidthOf(type), [&](auto cell) {
+        using C = decltype(cell);
+        if (channels == 1)
+            std::memmove(dst, src, static_cast<size_t>(frames) * sizeof cell);
+        else
+            Move(static_cast<C*>(dst), 1, static_cast<const C*>(src) + channel, channels, frames);
+    });
+}
+
+HRESULT QmAudio_ExtractChannelPair(void* dst, uint32_t firstChannel, const void* src,
+                                   const WAVEFORMATEX* format, int64_t frames) {
+    const uint32_t channels = format->nChannels, width = LittleEndianWidthOf(QmAudio_GetSampleType(format));
+    if (width == 0 || channels < 2 || firstChannel > channels - 2) return E_FAIL;
+    return WithCell(width, [&](auto cell) {
+        using C = decltype(cell);
+        auto* to = static_cast<C*>(dst);
+        const auto* from = static_cast<const C*>(src) + firstChannel;
+        for (int64_t i = 0; i < frames; i++) {
+            const C left = from[i * channels], right = from[i * channels + 1];
+            to[2 * i] = left;
+            to[2 * i + 1] = right;
+        }
+    });
+}
+
+HRESULT QmAudio_InsertChannel(void* dst, QMSAMPLETYPE type, uint32_t channels, uint32_t channel,
+                              const void* src, int64_t frames) {
+    if (channel >= channels) return E_FAIL;
+    return WithCell(WidthOf(type), [&](auto cell) {
+        using C = decltype(cell);
+        Move(static_cast<C*>(dst) + channel, channels, static_cast<const C*>(src), 1, frames);
+    });
+}
+
+HRESULT QmAudio_CopyChannelToChannel(void* buffer, const WAVEFORMATEX* format, uint32_t fromChannel,
+                                     uint32_t toChannel, int64_t frames) {
+    const uint32_t channels = format->nChannels, width = LittleEndianWidthOf(QmAudio_GetSampleType(format));
+    if (width == 0) return E_FAIL;
+    if (channels == 1) return S_OK;
+    if (fromChannel >= channels || toChannel >= channels) return E_FAIL;
+    return WithCell(width, [&](auto cell) {
+        auto* at = static_cast<decltype(cell)*>(buffer);
+        Move(at + toChannel, channels, at + fromChannel, channels, frames);
+    });
+}
+
+HRESULT QmAudio_CopyChannelToAll(void* dst, const void* src, const WAVEFORMATEX* dstFormat,
+                                 const WAVEFORMATEX* srcFormat, uint32_t channel, int64_t frames) {
+    const QMSAMPLETYPE type = QmAudio_GetSampleType(srcFormat);
+    if (QmAudio_GetSampleType(dstFormat) != type) return E_NOTIMPL;
+    return SpreadChannel(dst, dstFormat->nChannels, src, srcFormat->nChannels, channel, frames,
+                         WidthOf(type));
+}
+
+HRESULT QmAudio_CopyChannelToMultiMono2(void* dst, uint32_t dstChannels, const void* src,
+                                        uint32_t srcChannels, uint32_t channel, int64_t frames,
+                                        QMSAMPLETYPE type) {
+    if (type > QMSAMPLE_BE32) return E_INVALIDARG;
+    return SpreadChannel(dst, dstChannels, src, srcChannels, channel, frames, WidthOf(type));
+}
+
+HRESULT QmAudio_CopyChannelToMultiMono(void* dst, uint32_t dstChannels, const void* src,
+                                       const WAVEFORMATEX* srcFormat, uint32_t channel, int64_t frames) {
+    return QmAudio_CopyChannelToMultiMono2(dst, dstChannels, src, srcFormat->nChannels, channel, frames,
+                                           QmAudio_GetSampleType(srcFormat));
+}
+
+HRESULT QmAudio_SwapStereoChannels(void* buffer, const WAVEFORMATEX* format, int64_t frames) {
+    const uint32_t width = LittleEndianWidthOf(QmAudio_GetSampleType(format));
+    if (width == 0) return E_FAIL;
+    if (format->nChannels < 2) return S_OK;
+    return QmAudio_CopySwapStereoChannels(buffer, buffer, format, frames);
+}
+
+HRESULT QmAudio_CopySwapStereoChannels(void* dst, const void* src, const WAVEFORMATEX* format,
+                                       int64_t frames) {
+    const int64_t channels = format->nChannels;
+    return WithCell(LittleEndianWidthOf(QmAudio_GetSampleType(format)), [&](auto cell) {
+        using C = decltype(cell);
+        auto* to = static_cast<C*>(dst);
+        const auto* from = static_cast<const C*>(src);
+        const auto swap = [&](int64_t step) {
+            for (int64_t i = 0; i < frames; i++, to += step, from += step) {
+                const C first = from[0], second = from[1];
+                to[0] = second;
+                to[1] = first;
+                for (int64_t c = 2; c < step; c++) to[c] = from[c];
+            }
+        };
+        if (channels == 2)
+            swap(2);
+        else if (channels > 2)
+            swap(channels);
+        else if (frames > 0)
+            std::memmove(dst, src, static_cast<size_t>(frames * channels) * sizeof cell);
+    });
+}
+
+}  // extern "C"
+
+HRESULT QmAudio_MuteChannel(void* buffer, QMSAMPLETYPE type, uint32_t channels, uint32_t channel,
+                            int64_t frames) {
+    if (channel >= channels) return E_FAIL;
+    return WithCell(WidthOf(type), [&](auto cell) {
+        std::memset(&cell, type == QMSAMPLE_PCM8 ? 0x80 : 0, sizeof cell);
+        auto* at = static_cast<decltype(cell)*>(buffer) + channel;
+        for (int64_t i = 0; i < frames; i++) at[i * channels] = cell;
+    });
+}
+HRESULT QmAudio_MuteChannel(void* buffer, const WAVEFORMATEX* format, uint32_t channel, int64_t frames) {
+    return QmAudio_MuteChannel(buffer, QmAudio_GetSampleType(format), format->nChannels, channel, frames);
+}
+HRESULT QmAudio_MuteChannel(void* buffer, const _qmwaveformat* format, uint32_t channel, int64_t frames) {
+    return QmAudio_MuteChannel(buffer, format->sampleType, format->channels, channel, frames);
+}

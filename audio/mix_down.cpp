@@ -1,0 +1,120 @@
+// Channels summed and averaged.
+#include "audio/audio_copy.h"
+#include "audio/cells.h"
+#include "audio/channels.h"
+#include "audio/copy/samples.h"
+
+namespace {
+
+enum class Mix { Sum, Average };
+
+template <QMSAMPLETYPE TYPE, Mix MIX>
+void MixFrame(uint8_t* d, const uint8_t* s, int64_t channels) {
+    constexpr int BYTES = Sample<TYPE>::BYTES;
+    if constexpr (TYPE == QMSAMPLE_PCM8 && MIX == Mix::Average) {
+        int64_t sum = 0;
+        for (int64_t c = 0; c < channels; c++) sum += LoadWhole<TYPE>(s + c) * 256;
+        StoreValue<TYPE>(d, static_cast<double>(sum / channels) / 32768);
+    } else {
+        double sum = 0;
+        for (int64_t c = 0; c < channels; c++) sum += ScaledValue<TYPE>(s + c * BYTES, 1.0f);
+        StoreValue<TYPE>(d, MIX == Mix::Average ? sum / static_cast<double>(channels) : sum);
+    }
+}
+
+template <QMSAMPLETYPE TYPE, Mix MIX>
+void MixDown(void* dst, const void* src, int64_t channels, int64_t frames) {
+    auto* d = static_cast<uint8_t*>(dst);
+    const auto* s = static_cast<const uint8_t*>(src);
+    constexpr int BYTES = Sample<TYPE>::BYTES;
+    if (channels == 2)  // known to the compiler
+        for (int64_t i = 0; i < frames; i++) MixFrame<TYPE, MIX>(d + i * BYTES, s + i * 2 * BYTES, 2);
+    else
+        for (int64_t i = 0; i < frames; i++)
+            MixFrame<TYPE, MIX>(d + i * BYTES, s + i * channels * BYTES, channels);
+}
+
+template <QMSAMPLETYPE TYPE>
+void MonoFrames(void* dst, const void* src, int64_t channels, int64_t frames) {
+    auto* d = static_cast<uint8_t*>(dst);
+    const auto* s = static_cast<const uint8_t*>(src);
+    constexpr int BYTES = Sample<TYPE>::BYTES;
+    for (int64_t i = 0; i < frames; i++, d += channels * BYTES, s += channels * BYTES) {
+        uint8_t average[BYTES];
+        if constexpr (Sample<TYPE>::IS_FLOAT) {
+            MixFrame<TYPE, Mix::Average>(average, s, channels);
+        } else {
+            uint32_t sum = 0;  // wraps where 32 bits do not hold it
+            for (int64_t c = 0; c < channels; c++)
+                sum += TYPE == QMSAMPLE_PCM8 ? s[c] : static_cast<uint32_t>(LoadWhole<TYPE>(s + c * BYTES));
+            const int32_t value = static_cast<int32_t>(sum) / static_cast<int32_t>(channels);
+            if constexpr (TYPE == QMSAMPLE_PCM8)
+                average[0] = static_cast<uint8_t>(value);
+            else
+                StoreWhole<TYPE>(average, value);
+        }
+        for (int64_t c = 0; c < channels; c++) std::memcpy(d + c * BYTES, average, BYTES);
+    }
+}
+
+using MixFunction = void (*)(void* dst, const void* src, int64_t channels, int64_t frames);
+
+struct Row {
+    QMSAMPLETYPE type;
+    MixFunction sum, average, mono;  ///< null where the type is not served
+};
+
+template <QMSAMPLETYPE TYPE>
+constexpr Row RowOf() {
+    return {TYPE, MixDown<TYPE, Mix::Sum>, MixDown<TYPE, Mix::Average>,
+            TYPE <= QMSAMPLE_FLOAT64 ? MonoFrames<TYPE> : nullptr};
+}
+constexpr Row ROWS[] = {
+    RowOf<QMSAMPLE_PCM8>(),    RowOf<QMSAMPLE_PCM16>(),   RowOf<QMSAMPLE_PCM24>(),   RowOf<QMSAMPLE_PCM32>(),
+    RowOf<QMSAMPLE_FLOAT32>(), RowOf<QMSAMPLE_FLOAT64>(), RowOf<QMSAMPLE_SIGNED8>(), RowOf<QMSAMPLE_BE16>(),
+    RowOf<QMSAMPLE_BE24>(),    RowOf<QMSAMPLE_BE32>(),
+};
+
+MixFunction Find(QMSAMPLETYPE type, MixFunction Row::*which) {
+    for (const Row& row : ROWS)
+        if (row.type == type) return row.*which;
+    return nullptr;
+}
+
+HRESULT ChangeChannels(void* dst, uint32_t dstChannels, const void* src, const WAVEFORMATEX* srcFormat,
+                       int64_t frames, MixFunction Row::*which) {
+    const uint32_t channels = srcFormat->nChannels;
+    if (dstChannels == channels) return QmAudio_Copy(srcFormat, dst, srcFormat, src, frames, 1.0f);
+    const QMSAMPLETYPE type = QmAudio_GetSampleType(srcFormat);
+    if (channels < dstChannels)
+        return channels == 1 ? QmAudio_CopyChannelToMultiMono2(dst, dstChannels, src, 1, 0, frames, type)
+                             : E_FAIL;
+    const MixFunction mix = dstChannels == 1 ? Find(type, which) : nullptr;
+    if (!mix) return E_FAIL;
+    mix(dst, src, channels, frames);
+    return S_OK;
+}
+
+}  // namespace
+
+extern "C" {
+
+HRESULT QmAudio_ChannelChange(void* dst, uint32_t dstChannels, const void* src, const WAVEFORMATEX* srcFormat,
+                              int64_t frames) {
+    return ChangeChannels(dst, dstChannels, src, srcFormat, frames, &Row::sum);
+}
+
+HRESULT QmAudio_ChannelChangeAvg(void* dst, uint32_t dstChannels, const void* src,
+                                 const WAVEFORMATEX* srcFormat, int64_t frames) {
+    return ChangeChannels(dst, dstChannels, src, srcFormat, frames, &Row::average);
+}
+
+HRESULT QmAudio_MonoChannel(void* dst, const void* src, const WAVEFORMATEX* format, int64_t frames) {
+    if (format->nChannels == 1) return QmAudio_Copy(format, dst, format, src, frames, 1.0f);
+    const MixFunction mono = Find(QmAudio_GetSampleType(format), &Row::mono);
+    if (!mono || format->nChannels == 0) return E_FAIL;
+    mono(dst, src, format->nChannels, frames);
+    return S_OK;
+}
+
+}  // extern "C"

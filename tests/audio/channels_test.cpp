@@ -1,0 +1,185 @@
+#include "audio/channels.h"
+
+#include "audio/fill.h"
+#include "tests/audio/audio_support.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+WAVEFORMATEX Format(QMSAMPLETYPE type, uint32_t channels) {
+    WAVEFORMATEX wfx;
+    QmAudio_InitWfx(&wfx, 48000, type, channels);
+    return wfx;
+}
+
+using Bytes = std::vector<uint8_t>;
+
+/// The bytes of one sample of interleaved frames.
+Bytes At(const Bytes& buffer, size_t width, size_t channels, size_t frame, size_t channel) {
+    const auto at = buffer.begin() + static_cast<ptrdiff_t>((frame * channels + channel) * width);
+    return {at, at + static_cast<ptrdiff_t>(width)};
+}
+
+constexpr size_t FRAMES = 37;
+
+TEST(Channels, MoveSamplesOfEveryType) {
+    std::mt19937_64 random(4);
+    for (const QMSAMPLETYPE type : ALL_TYPES)
+        for (const uint32_t channels : {1u, 2u, 3u, 6u}) {
+            const size_t width = QmAudio_BytesFromSampleType(type);
+            const WAVEFORMATEX format = Format(type, channels);
+            const Bytes source = RandomSamples(type, FRAMES * channels, random);
+            const Bytes mono = RandomSamples(type, FRAMES, random);
+            for (uint32_t channel = 0; channel < channels; channel++) {
+                Bytes out(FRAMES * width), in = source, all(FRAMES * 4 * width), muted = source;
+                ASSERT_EQ(QmAudio_ExtractChannel(out.data(), channel, source.data(), type, channels, FRAMES),
+                          S_OK);
+                ASSERT_EQ(QmAudio_InsertChannel(in.data(), type, channels, channel, mono.data(), FRAMES),
+                          S_OK);
+                ASSERT_EQ(QmAudio_CopyChannelToMultiMono2(all.data(), 4, source.data(), channels, channel,
+                                                          FRAMES, type),
+                          S_OK);
+                ASSERT_EQ(QmAudio_MuteChannel(muted.data(), &format, channel, FRAMES), S_OK);
+                const Bytes silence(width, type == QMSAMPLE_PCM8 ? 0x80 : 0);
+                for (size_t f = 0; f < FRAMES; f++) {
+                    const Bytes sample = At(source, width, channels, f, channel);
+                    ASSERT_EQ(At(out, width, 1, f, 0), sample);
+                    for (size_t c = 0; c < channels; c++) {
+                        ASSERT_EQ(At(in, width, channels, f, c), c == channel
+                                                                     ? At(mono, width, 1, f, 0)
+                                                                     : At(source, width, channels, f, c));
+                        ASSERT_EQ(At(muted, width, channels, f, c),
+                                  c == channel ? silence : At(source, width, channels, f, c));
+                    }
+                    for (size_t c = 0; c < 4; c++) ASSERT_EQ(At(all, width, 4, f, c), sample);
+                }
+            }
+            EXPECT_EQ(QmAudio_ExtractChannel(nullptr, channels, nullptr, type, channels, FRAMES), E_FAIL);
+        }
+    EXPECT_EQ(QmAudio_CopyChannelToMultiMono2(nullptr, 2, nullptr, 1, 0, 1, QMSAMPLE_RA16), E_INVALIDARG);
+    EXPECT_EQ(QmAudio_ExtractChannel(nullptr, 0, nullptr, QMSAMPLE_RA16, 2, FRAMES), E_FAIL);
+}
+
+TEST(Channels, SwapPairsAndNeighbours) {
+    const WAVEFORMATEX six = Format(QMSAMPLE_PCM16, 6), big = Format(QMSAMPLE_BE16, 2),
+                       mono = Format(QMSAMPLE_PCM16, 1);
+    int16_t frames[12] = {1, 2, 3, 4, 5, 6, 11, 12, 13, 14, 15, 16}, pair[4], swapped[12];
+    ASSERT_EQ(QmAudio_ExtractChannelPair(pair, 4, frames, &six, 2), S_OK);
+    EXPECT_EQ((std::vector<int16_t>(pair, pair + 4)), (std::vector<int16_t>{5, 6, 15, 16}));
+    EXPECT_EQ(QmAudio_ExtractChannelPair(pair, 5, frames, &six, 2), E_FAIL);
+    ASSERT_EQ(QmAudio_CopySwapStereoChannels(swapped, frames, &six, 2), S_OK);
+    ASSERT_EQ(QmAudio_SwapStereoChannels(frames, &six, 2), S_OK);
+    EXPECT_EQ(std::memcmp(frames, swapped, sizeof frames), 0);
+    EXPECT_EQ((std::vector<int16_t>(frames, frames + 8)), (std::vector<int16_t>{2, 1, 3, 4, 5, 6, 12, 11}));
+    EXPECT_EQ(QmAudio_SwapStereoChannels(frames, &big, 2), E_FAIL);
+    EXPECT_EQ(QmAudio_SwapStereoChannels(frames, &mono, 2), S_OK);
+    EXPECT_EQ(frames[0], 2);
+    ASSERT_EQ(QmAudio_CopyChannelToChannel(frames, &six, 2, 5, 2), S_OK);
+    EXPECT_EQ(frames[5], 3);
+    EXPECT_EQ(frames[11], 13);
+    EXPECT_EQ(QmAudio_CopyChannelToAll(frames, frames, &six, &big, 0, 1), E_NOTIMPL);
+}
+
+TEST(Channels, ToMono) {
+    const WAVEFORMATEX stereo = Format(QMSAMPLE_FLOAT32, 2), words = Format(QMSAMPLE_PCM16, 2);
+    const float hot[4] = {0.75f, 0.75f, -0.25f, 0.5f};
+    float out[2];
+    ASSERT_EQ(QmAudio_ChannelChange(out, 1, hot, &stereo, 2), S_OK);
+    EXPECT_EQ(out[0], 1.5f);
+    EXPECT_EQ(out[1], 0.25f);
+    ASSERT_EQ(QmAudio_ChannelChangeAvg(out, 1, hot, &stereo, 2), S_OK);
+    EXPECT_EQ(out[0], 0.75f);
+    // The sum of two halves of the largest float is no infinity.
+    const float largest[2] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
+    ASSERT_EQ(QmAudio_ChannelChangeAvg(out, 1, largest, &stereo, 1), S_OK);
+    EXPECT_EQ(out[0], largest[0]);
+    int16_t buffer[4] = {24576, 24576, 3, 2};
+    ASSERT_EQ(QmAudio_ChannelChange(buffer, 1, buffer, &words, 2), S_OK) << "in place";
+    EXPECT_EQ(buffer[0], 32767) << "a hot sum clips";
+    EXPECT_EQ(buffer[1], 5);
+    const int16_t odd[4] = {3, 2, 5, 2};
+    int16_t average[2];
+    ASSERT_EQ(QmAudio_ChannelChangeAvg(average, 1, odd, &words, 2), S_OK);
+    EXPECT_EQ(average[0], 2) << "2.5 to even";
+    EXPECT_EQ(average[1], 4) << "3.5 to even";
+    // Unsigned bytes divide before they round: (1 - 2) * 256 / 2 = -128, half a step, to even.
+    const WAVEFORMATEX octets = Format(QMSAMPLE_PCM8, 2);
+    const uint8_t small[4] = {0x81, 0x7E, 0x83, 0x80};
+    uint8_t bytes[2];
+    ASSERT_EQ(QmAudio_ChannelChangeAvg(bytes, 1, small, &octets, 2), S_OK);
+    EXPECT_EQ(bytes[0], 0x80);
+    EXPECT_EQ(bytes[1], 0x82);
+}
+
+TEST(Channels, CountsThatAreServed) {
+    const WAVEFORMATEX stereo = Format(QMSAMPLE_PCM24, 2), mono = Format(QMSAMPLE_PCM24, 1),
+                       unpacked = Format(QMSAMPLE_PCM24IN32, 2);
+    uint8_t buffer[18 * 2] = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(QmAudio_ChannelChange(buffer, 6, buffer, &stereo, 1), E_FAIL);
+    EXPECT_EQ(QmAudio_ChannelChange(buffer, 1, buffer, &unpacked, 1), E_FAIL);
+    ASSERT_EQ(QmAudio_ChannelChange(buffer, 6, buffer, &mono, 2), S_OK);
+    for (size_t i = 0; i < 36; i++) EXPECT_EQ(buffer[i], i / 18 * 3 + i % 3 + 1) << i;
+    uint8_t copy[6] = {};
+    ASSERT_EQ(QmAudio_ChannelChange(copy, 2, buffer, &stereo, 1), S_OK);
+    EXPECT_EQ(std::memcmp(copy, buffer, 6), 0);
+}
+
+TEST(Channels, AverageOnEveryChannel) {
+    const WAVEFORMATEX format = Format(QMSAMPLE_PCM32, 2), octets = Format(QMSAMPLE_PCM8, 2),
+                       big = Format(QMSAMPLE_BE32, 2);
+    int32_t words[4] = {-3, 0, INT32_MAX, 1};
+    ASSERT_EQ(QmAudio_MonoChannel(words, words, &format, 2), S_OK);
+    EXPECT_EQ(words[0], -1) << "truncates toward zero";
+    EXPECT_EQ(words[1], -1);
+    EXPECT_EQ(words[2], INT32_MIN / 2) << "the sum wraps";
+    uint8_t bytes[2] = {0xFF, 0xFE};
+    ASSERT_EQ(QmAudio_MonoChannel(bytes, bytes, &octets, 1), S_OK);
+    EXPECT_EQ(bytes[1], 0xFE);
+    EXPECT_EQ(QmAudio_MonoChannel(words, words, &big, 1), E_FAIL);
+}
+
+TEST(Fill, Silence) {
+    const struct {
+        uint32_t tag, bits;
+        HRESULT result;
+        uint8_t zero;
+    } rows[] = {{1, 8, S_OK, 0x80},         {0xFE02, 8, S_OK, 0x80}, {0xFE01, 8, S_OK, 0},
+                {1, 16, S_OK, 0},           {3, 32, S_OK, 0},        {0xFE00, 32, S_OK, 0},
+                {0xFE03, 16, E_FAIL, 0xEE}, {0x55, 16, E_FAIL, 0xEE}};
+    for (const auto& row : rows) {
+        WAVEFORMATEX format;
+        QmAudio_InitWfxFlex(&format, row.tag, 48000, row.bits, 2, 0, sizeof format);
+        uint8_t buffer[9];
+        std::memset(buffer, 0xEE, sizeof buffer);
+        EXPECT_EQ(QmAudio_FillSilence(&format, buffer, 1), row.result) << row.tag;
+        EXPECT_EQ(buffer[0], row.zero);
+        EXPECT_EQ(buffer[format.nBlockAlign], 0xEE);
+        std::memset(buffer, 0xEE, sizeof buffer);
+        EXPECT_EQ(QmAudio_FillSilenceChannel(&format, buffer, 1, 1), row.result) << row.tag;
+        EXPECT_EQ(buffer[0], 0xEE);
+        // On a channel unsigned silence is told by the tag alone.
+        EXPECT_EQ(buffer[row.bits / 8], row.zero);
+        EXPECT_EQ(QmAudio_FillSilenceChannel(&format, buffer, 2, 1), E_FAIL);
+    }
+    WAVEFORMATEXTENSIBLE ext;
+    QmAudio_InitWfxFlex(&ext.Format, 0x55, 48000, 16, 2, 0xC, sizeof ext);
+    uint8_t untouched[4] = {1, 1, 1, 1};
+    EXPECT_EQ(QmAudio_FillSilence(&ext.Format, untouched, 1), S_OK);
+    EXPECT_EQ(untouched[0], 1);
+}
+
+TEST(Fill, OneSampleEverywhere) {
+    const WAVEFORMATEX floats = Format(QMSAMPLE_FLOAT32, 1), words = Format(QMSAMPLE_BE24, 2),
+                       none = Format(QMSAMPLE_BE32, 1);
+    const float half = 0.5f;
+    uint8_t buffer[13];
+    std::memset(buffer, 0xEE, sizeof buffer);
+    ASSERT_EQ(QmAudio_FillWithSample(&words, buffer, &floats, &half, 2), S_OK);
+    for (size_t i = 0; i < 12; i++) EXPECT_EQ(buffer[i], i % 3 == 0 ? 0x40 : 0);
+    EXPECT_EQ(buffer[12], 0xEE);
+    EXPECT_EQ(QmAudio_FillWithSample(&words, buffer, &none, &half, 2), E_NOTIMPL);
+    EXPECT_EQ(QmAudio_FillWithSample(&words, buffer, &none, &half, 0), S_OK);
+}
+
+}  // namespace

@@ -44,10 +44,17 @@ struct Vector {
         if constexpr (SWAP) packed = Swapped16(packed);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), packed);
     }
-    // Four samples, twelve bytes, in each half of the vector. The second half is loaded with the four bytes
-    // before its own, so that nothing is read behind the samples.
+    static void Swap16(uint8_t* d, const uint8_t* s) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d),
+                         Swapped16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s))));
+    }
+    static void Flip8(uint8_t* d, const uint8_t* s) {
+        Stored<uint64_t>(d, Loaded<uint64_t>(s) ^ 0x8080808080808080u);
+    }
+    // Four samples, twelve bytes, in each half of the vector, in the upper three bytes of each word. The
+    // second half is loaded with the four bytes before its own, so that nothing is read behind the samples.
     template <bool SWAP>
-    static Whole Load24(const uint8_t* p) {
+    static Whole LoadTop24(const uint8_t* p) {
         const __m256i order =
             SWAP ? _mm256_set_epi8(13, 14, 15, -1, 10, 11, 12, -1, 7, 8, 9, -1, 4, 5, 6, -1,  //
                                    9, 10, 11, -1, 6, 7, 8, -1, 3, 4, 5, -1, 0, 1, 2, -1)
@@ -55,7 +62,11 @@ struct Vector {
                                    11, 10, 9, -1, 8, 7, 6, -1, 5, 4, 3, -1, 2, 1, 0, -1);
         const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
         const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 8));
-        return _mm256_srai_epi32(_mm256_shuffle_epi8(_mm256_set_m128i(high, low), order), 8);
+        return _mm256_shuffle_epi8(_mm256_set_m128i(high, low), order);
+    }
+    template <bool SWAP>
+    static Whole Load24(const uint8_t* p) {
+        return _mm256_srai_epi32(LoadTop24<SWAP>(p), 8);
     }
     template <bool SWAP>
     static void Store24(uint8_t* p, Whole x) {
@@ -110,24 +121,53 @@ struct Vector {
         return {_mm256_mul_pd(x.low, f), _mm256_mul_pd(x.high, f)};
     }
 
-    static Whole Rounded(Float x, float low, float high) {
-        x = _mm256_and_ps(x, _mm256_cmp_ps(x, x, _CMP_ORD_Q));
-        return _mm256_cvtps_epi32(_mm256_max_ps(_mm256_min_ps(x, _mm256_set1_ps(high)), _mm256_set1_ps(low)));
+    static Whole Rounded(Float x, float factor) {
+        return _mm256_cvtps_epi32(_mm256_mul_ps(x, _mm256_set1_ps(factor)));
     }
-    // What is too low, and what is no number, converts to the lowest value by itself.
+    // The product, 0 for what is no number.
+    static Float Product(Float x, float factor) {
+        x = _mm256_mul_ps(x, _mm256_set1_ps(factor));
+        return _mm256_and_ps(x, _mm256_cmp_ps(x, x, _CMP_ORD_Q));
+    }
+    static __m256d Product(__m256d x, double factor) {
+        x = _mm256_mul_pd(x, _mm256_set1_pd(factor));
+        return _mm256_and_pd(x, _mm256_cmp_pd(x, x, _CMP_ORD_Q));
+    }
+    static Whole RoundedBelow(Float x, float factor, float high) {
+        return _mm256_cvtps_epi32(_mm256_min_ps(Product(x, factor), _mm256_set1_ps(high)));
+    }
+    static Whole RoundedWithin(Float x, float factor, float low, float high) {
+        return _mm256_cvtps_epi32(
+            _mm256_max_ps(_mm256_min_ps(Product(x, factor), _mm256_set1_ps(high)), _mm256_set1_ps(low)));
+    }
+    // Full scale of 32 bits. What is too low converts to the lowest value by itself.
     static Whole Rounded32(Float x) {
-        const __m256 valid = _mm256_cmp_ps(x, x, _CMP_ORD_Q);
+        x = Product(x, 2147483648.0f);
         const __m256 high = _mm256_cmp_ps(x, _mm256_set1_ps(2147483648.0f), _CMP_GE_OQ);
-        const __m256i converted = _mm256_xor_si256(_mm256_cvtps_epi32(x), _mm256_castps_si256(high));
-        return _mm256_and_si256(converted, _mm256_castps_si256(valid));
+        return _mm256_xor_si256(_mm256_cvtps_epi32(x), _mm256_castps_si256(high));
     }
-    static __m128i Rounded(__m256d x, double low, double high) {
-        x = _mm256_and_pd(x, _mm256_cmp_pd(x, x, _CMP_ORD_Q));
-        return _mm256_cvtpd_epi32(_mm256_max_pd(_mm256_min_pd(x, _mm256_set1_pd(high)), _mm256_set1_pd(low)));
+    static Whole Joined(__m256d low, __m256d high) {
+        return _mm256_set_m128i(_mm256_cvtpd_epi32(high), _mm256_cvtpd_epi32(low));
     }
-    static Whole Rounded(Double x, double low, double high) {
-        return _mm256_set_m128i(Rounded(x.high, low, high), Rounded(x.low, low, high));
+    static Whole RoundedBelow(Double x, double factor, double high) {
+        const __m256d most = _mm256_set1_pd(high);
+        return Joined(_mm256_min_pd(Product(x.low, factor), most),
+                      _mm256_min_pd(Product(x.high, factor), most));
     }
+    static Whole RoundedWithin(Double x, double factor, double low, double high) {
+        const __m256d most = _mm256_set1_pd(high), least = _mm256_set1_pd(low);
+        return Joined(_mm256_max_pd(_mm256_min_pd(Product(x.low, factor), most), least),
+                      _mm256_max_pd(_mm256_min_pd(Product(x.high, factor), most), least));
+    }
+
+    /// Past the caches; both ends are aligned to lines and the size is of whole lines.
+    static void Stream(uint8_t* to, const uint8_t* from, size_t bytes) {
+        for (size_t i = 0; i < bytes; i += sizeof(__m256i)) {
+            const __m256i x = _mm256_load_si256(reinterpret_cast<const __m256i*>(from + i));
+            _mm256_stream_si256(reinterpret_cast<__m256i*>(to + i), x);
+        }
+    }
+    static void EndStream() { _mm_sfence(); }
 
     template <int BITS>
     static Whole ShiftLeft(Whole x) {

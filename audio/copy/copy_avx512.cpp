@@ -21,7 +21,7 @@ struct Vector {
     }
     template <bool UNSIGNED>
     static void Store8(uint8_t* p, Whole x) {
-        __m128i packed = _mm512_cvtepi32_epi8(x);
+        __m128i packed = _mm512_cvtsepi32_epi8(x);
         if constexpr (UNSIGNED) packed = _mm_xor_si128(packed, _mm_set1_epi8(-128));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), packed);
     }
@@ -37,18 +37,30 @@ struct Vector {
     }
     template <bool SWAP>
     static void Store16(uint8_t* p, Whole x) {
-        __m256i packed = _mm512_cvtepi32_epi16(x);
+        __m256i packed = _mm512_cvtsepi32_epi16(x);
         if constexpr (SWAP) packed = Swapped16(packed);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), packed);
     }
-    // Four samples, twelve bytes, in each quarter of the vector.
+    static void Swap16(uint8_t* d, const uint8_t* s) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d),
+                            Swapped16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s))));
+    }
+    static void Flip8(uint8_t* d, const uint8_t* s) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_xor_si128(x, _mm_set1_epi8(-128)));
+    }
+    // Four samples, twelve bytes, in each quarter of the vector. In the upper three bytes of each word.
     template <bool SWAP>
-    static Whole Load24(const uint8_t* p) {
+    static Whole LoadTop24(const uint8_t* p) {
         const __m512i spread = _mm512_set_epi32(0, 11, 10, 9, 0, 8, 7, 6, 0, 5, 4, 3, 0, 2, 1, 0);
         const __m128i order = SWAP ? _mm_set_epi8(9, 10, 11, -1, 6, 7, 8, -1, 3, 4, 5, -1, 0, 1, 2, -1)
                                    : _mm_set_epi8(11, 10, 9, -1, 8, 7, 6, -1, 5, 4, 3, -1, 2, 1, 0, -1);
         const __m512i x = _mm512_permutexvar_epi32(spread, _mm512_maskz_loadu_epi32(0xFFF, p));
-        return _mm512_srai_epi32(_mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(order)), 8);
+        return _mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(order));
+    }
+    template <bool SWAP>
+    static Whole Load24(const uint8_t* p) {
+        return _mm512_srai_epi32(LoadTop24<SWAP>(p), 8);
     }
     template <bool SWAP>
     static void Store24(uint8_t* p, Whole x) {
@@ -98,24 +110,52 @@ struct Vector {
         return {_mm512_mul_pd(x.low, f), _mm512_mul_pd(x.high, f)};
     }
 
-    static Whole Rounded(Float x, float low, float high) {
-        x = _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(x, x, _CMP_ORD_Q), x);
-        return _mm512_cvtps_epi32(_mm512_max_ps(_mm512_min_ps(x, _mm512_set1_ps(high)), _mm512_set1_ps(low)));
+    static Whole Rounded(Float x, float factor) {
+        return _mm512_cvtps_epi32(_mm512_mul_ps(x, _mm512_set1_ps(factor)));
     }
-    // What is too low, and what is no number, converts to the lowest value by itself.
+    // The lesser of the product and the limit, 0 for what is no number.
+    static Float Below(Float x, float factor, float high) {
+        x = _mm512_mul_ps(x, _mm512_set1_ps(factor));
+        return _mm512_maskz_min_ps(_mm512_cmp_ps_mask(x, x, _CMP_ORD_Q), x, _mm512_set1_ps(high));
+    }
+    static __m512d Below(__m512d x, double factor, double high) {
+        x = _mm512_mul_pd(x, _mm512_set1_pd(factor));
+        return _mm512_maskz_min_pd(_mm512_cmp_pd_mask(x, x, _CMP_ORD_Q), x, _mm512_set1_pd(high));
+    }
+    static Whole RoundedBelow(Float x, float factor, float high) {
+        return _mm512_cvtps_epi32(Below(x, factor, high));
+    }
+    static Whole RoundedWithin(Float x, float factor, float low, float high) {
+        return _mm512_cvtps_epi32(_mm512_max_ps(Below(x, factor, high), _mm512_set1_ps(low)));
+    }
+    // Full scale of 32 bits. What is too low converts to the lowest value by itself.
     static Whole Rounded32(Float x) {
-        const __m512i converted = _mm512_maskz_cvtps_epi32(_mm512_cmp_ps_mask(x, x, _CMP_ORD_Q), x);
+        x = _mm512_mul_ps(x, _mm512_set1_ps(2147483648.0f));
+        const __m512i whole = _mm512_maskz_cvtps_epi32(_mm512_cmp_ps_mask(x, x, _CMP_ORD_Q), x);
         const __mmask16 high = _mm512_cmp_ps_mask(x, _mm512_set1_ps(2147483648.0f), _CMP_GE_OQ);
-        return _mm512_mask_mov_epi32(converted, high, _mm512_set1_epi32(INT32_MAX));
+        return _mm512_mask_mov_epi32(whole, high, _mm512_set1_epi32(INT32_MAX));
     }
-    static __m256i Rounded(__m512d x, double low, double high) {
-        x = _mm512_maskz_mov_pd(_mm512_cmp_pd_mask(x, x, _CMP_ORD_Q), x);
-        return _mm512_cvtpd_epi32(_mm512_max_pd(_mm512_min_pd(x, _mm512_set1_pd(high)), _mm512_set1_pd(low)));
+    static Whole Joined(__m512d low, __m512d high) {
+        return _mm512_inserti32x8(_mm512_castsi256_si512(_mm512_cvtpd_epi32(low)), _mm512_cvtpd_epi32(high),
+                                  1);
     }
-    static Whole Rounded(Double x, double low, double high) {
-        return _mm512_inserti32x8(_mm512_castsi256_si512(Rounded(x.low, low, high)),
-                                  Rounded(x.high, low, high), 1);
+    static Whole RoundedBelow(Double x, double factor, double high) {
+        return Joined(Below(x.low, factor, high), Below(x.high, factor, high));
     }
+    static Whole RoundedWithin(Double x, double factor, double low, double high) {
+        const __m512d least = _mm512_set1_pd(low);
+        return Joined(_mm512_max_pd(Below(x.low, factor, high), least),
+                      _mm512_max_pd(Below(x.high, factor, high), least));
+    }
+
+    /// Past the caches; both ends are aligned to lines and the size is of whole lines.
+    static void Stream(uint8_t* to, const uint8_t* from, size_t bytes) {
+        for (size_t i = 0; i < bytes; i += sizeof(__m512i)) {
+            const __m512i x = _mm512_load_si512(from + i);
+            _mm512_stream_si512(reinterpret_cast<__m512i*>(to + i), x);
+        }
+    }
+    static void EndStream() { _mm_sfence(); }
 
     template <int BITS>
     static Whole ShiftLeft(Whole x) {
@@ -123,9 +163,9 @@ struct Vector {
     }
     template <int BITS>
     static Whole RoundedDown(Whole x) {
-        const Whole odd = _mm512_and_si512(_mm512_srli_epi32(x, BITS), _mm512_set1_epi32(1));
+        const __mmask16 odd = _mm512_test_epi32_mask(x, _mm512_set1_epi32(1 << BITS));
         const Whole sum = _mm512_add_epi32(x, _mm512_set1_epi32((1 << (BITS - 1)) - 1));
-        return _mm512_srai_epi32(_mm512_add_epi32(sum, odd), BITS);
+        return _mm512_srai_epi32(_mm512_mask_add_epi32(sum, odd, sum, _mm512_set1_epi32(1)), BITS);
     }
     static Whole Least(Whole x, int32_t high) { return _mm512_min_epi32(x, _mm512_set1_epi32(high)); }
     static Whole Clamped(Whole x, int32_t low, int32_t high) {

@@ -39,6 +39,13 @@ struct Vector {
         x = _mm_packs_epi32(x, x);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), SWAP ? Swapped16(x) : x);
     }
+    static void Swap16(uint8_t* d, const uint8_t* s) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(d),
+                         Swapped16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s))));
+    }
+    static void Flip8(uint8_t* d, const uint8_t* s) {
+        Stored<uint32_t>(d, Loaded<uint32_t>(s) ^ 0x80808080u);
+    }
     static Whole Swapped32(Whole x) {
         x = Swapped16(x);
         return _mm_or_si128(_mm_slli_epi32(x, 16), _mm_srli_epi32(x, 16));
@@ -48,6 +55,10 @@ struct Vector {
         constexpr QMSAMPLETYPE TYPE = SWAP ? QMSAMPLE_BE24 : QMSAMPLE_PCM24;
         return _mm_set_epi32(LoadWhole<TYPE>(p + 9), LoadWhole<TYPE>(p + 6), LoadWhole<TYPE>(p + 3),
                              LoadWhole<TYPE>(p));
+    }
+    template <bool SWAP>
+    static Whole LoadTop24(const uint8_t* p) {
+        return _mm_slli_epi32(Load24<SWAP>(p), 8);
     }
     // Four times three bytes are three words.
     template <bool SWAP>
@@ -94,23 +105,52 @@ struct Vector {
         return {_mm_mul_pd(x.low, f), _mm_mul_pd(x.high, f)};
     }
 
-    static Whole Rounded(Float x, float low, float high) {
-        x = _mm_and_ps(x, _mm_cmpord_ps(x, x));
-        return _mm_cvtps_epi32(_mm_max_ps(_mm_min_ps(x, _mm_set1_ps(high)), _mm_set1_ps(low)));
+    static Whole Rounded(Float x, float factor) {
+        return _mm_cvtps_epi32(_mm_mul_ps(x, _mm_set1_ps(factor)));
     }
-    // What is too low, and what is no number, converts to the lowest value by itself.
+    // The product, 0 for what is no number.
+    static Float Product(Float x, float factor) {
+        x = _mm_mul_ps(x, _mm_set1_ps(factor));
+        return _mm_and_ps(x, _mm_cmpord_ps(x, x));
+    }
+    static __m128d Product(__m128d x, double factor) {
+        x = _mm_mul_pd(x, _mm_set1_pd(factor));
+        return _mm_and_pd(x, _mm_cmpord_pd(x, x));
+    }
+    static Whole RoundedBelow(Float x, float factor, float high) {
+        return _mm_cvtps_epi32(_mm_min_ps(Product(x, factor), _mm_set1_ps(high)));
+    }
+    static Whole RoundedWithin(Float x, float factor, float low, float high) {
+        return _mm_cvtps_epi32(
+            _mm_max_ps(_mm_min_ps(Product(x, factor), _mm_set1_ps(high)), _mm_set1_ps(low)));
+    }
+    // Full scale of 32 bits. What is too low converts to the lowest value by itself.
     static Whole Rounded32(Float x) {
-        const __m128 valid = _mm_cmpord_ps(x, x), high = _mm_cmpge_ps(x, _mm_set1_ps(2147483648.0f));
-        const __m128i converted = _mm_xor_si128(_mm_cvtps_epi32(x), _mm_castps_si128(high));
-        return _mm_and_si128(converted, _mm_castps_si128(valid));
+        x = Product(x, 2147483648.0f);
+        const __m128 high = _mm_cmpge_ps(x, _mm_set1_ps(2147483648.0f));
+        return _mm_xor_si128(_mm_cvtps_epi32(x), _mm_castps_si128(high));
     }
-    static __m128i Rounded(__m128d x, double low, double high) {
-        x = _mm_and_pd(x, _mm_cmpord_pd(x, x));
-        return _mm_cvtpd_epi32(_mm_max_pd(_mm_min_pd(x, _mm_set1_pd(high)), _mm_set1_pd(low)));
+    static Whole Joined(__m128d low, __m128d high) {
+        return _mm_unpacklo_epi64(_mm_cvtpd_epi32(low), _mm_cvtpd_epi32(high));
     }
-    static Whole Rounded(Double x, double low, double high) {
-        return _mm_unpacklo_epi64(Rounded(x.low, low, high), Rounded(x.high, low, high));
+    static Whole RoundedBelow(Double x, double factor, double high) {
+        const __m128d most = _mm_set1_pd(high);
+        return Joined(_mm_min_pd(Product(x.low, factor), most), _mm_min_pd(Product(x.high, factor), most));
     }
+    static Whole RoundedWithin(Double x, double factor, double low, double high) {
+        const __m128d most = _mm_set1_pd(high), least = _mm_set1_pd(low);
+        return Joined(_mm_max_pd(_mm_min_pd(Product(x.low, factor), most), least),
+                      _mm_max_pd(_mm_min_pd(Product(x.high, factor), most), least));
+    }
+
+    /// Past the caches; both ends are aligned to lines and the size is of whole lines.
+    static void Stream(uint8_t* to, const uint8_t* from, size_t bytes) {
+        for (size_t i = 0; i < bytes; i += sizeof(__m128i)) {
+            const __m128i x = _mm_load_si128(reinterpret_cast<const __m128i*>(from + i));
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), x);
+        }
+    }
+    static void EndStream() { _mm_sfence(); }
 
     template <int BITS>
     static Whole ShiftLeft(Whole x) {

@@ -30,15 +30,28 @@ inline void StoreWholes(uint8_t* p, typename V::Whole value) {
 
 /// Whole numbers of one width as those of another, at a scale of 1.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC>
-inline typename V::Whole Shifted(typename V::Whole x) {
+inline typename V::Whole Shifted(const uint8_t* s) {
     using D = Sample<DST>;
     using S = Sample<SRC>;
     constexpr int SHIFT = D::BITS - S::BITS;
-    if constexpr (SHIFT > 0) return V::template ShiftLeft<SHIFT>(x);
-    if constexpr (SHIFT == 0 && !(S::MAY_EXCEED && !D::MAY_EXCEED)) return x;
-    if constexpr (SHIFT == 0)
-        return V::Clamped(x, static_cast<int32_t>(D::LOWEST), static_cast<int32_t>(D::HIGHEST));
-    if constexpr (SHIFT < 0) {
+    if constexpr (S::BYTES == 3 && SHIFT > 0) {
+        static_assert(SHIFT == 8);
+        return V::template LoadTop24<S::IS_BIG_ENDIAN>(s);
+    } else if constexpr (S::BYTES == 3 && SHIFT < 0) {
+        // A float holds the source, and its conversion rounds as wanted; the stores of these types saturate.
+        static_assert(D::BYTES <= 2);
+        return V::Rounded(V::ToFloat(V::template LoadTop24<S::IS_BIG_ENDIAN>(s)), 1.0f / (1 << (8 - SHIFT)));
+    }
+    typename V::Whole x = LoadWholes<V, SRC>(s);
+    if constexpr (SHIFT > 0) {
+        return V::template ShiftLeft<SHIFT>(x);
+    } else if constexpr (SHIFT == 0) {
+        if constexpr (S::MAY_EXCEED && !D::MAY_EXCEED)
+            x = V::Clamped(x, static_cast<int32_t>(D::LOWEST), static_cast<int32_t>(D::HIGHEST));
+        return x;
+    } else if constexpr (S::BYTES == 2) {
+        return V::Rounded(V::ToFloat(x), 1.0f / (1 << -SHIFT));
+    } else if constexpr (SHIFT < 0) {
         // What rounds above the highest value is cut before, where the sum below cannot run over.
         constexpr int DOWN = -SHIFT;
         constexpr auto UNIT = int64_t{1} << DOWN;
@@ -50,6 +63,17 @@ inline typename V::Whole Shifted(typename V::Whole x) {
     }
 }
 
+/// Floats or doubles times a factor, clamped and rounded; what is no number is 0. Where the store saturates,
+/// only what would not convert at all is cut.
+template <class V, QMSAMPLETYPE DST, class Vector, class Factor>
+inline typename V::Whole RoundedTo(Vector x, Factor factor) {
+    using D = Sample<DST>;
+    if constexpr (D::BYTES <= 2)
+        return V::RoundedBelow(x, factor, static_cast<Factor>(D::HIGHEST));
+    else
+        return V::RoundedWithin(x, factor, static_cast<Factor>(D::LOWEST), static_cast<Factor>(D::HIGHEST));
+}
+
 /// One vector from type to type, by the rule of CopySample.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
 inline void CopyVector(uint8_t* d, const uint8_t* s, float scale) {
@@ -57,31 +81,35 @@ inline void CopyVector(uint8_t* d, const uint8_t* s, float scale) {
     using S = Sample<SRC>;
     constexpr bool FLOAT_HOLDS_SOURCE = SRC == QMSAMPLE_FLOAT32 || (!S::IS_FLOAT && S::BYTES < 4);
     if constexpr (!D::IS_FLOAT && !S::IS_FLOAT) {
-        const typename V::Whole x = LoadWholes<V, SRC>(s);
-        if constexpr (UNITY)
-            StoreWholes<V, DST>(d, Shifted<V, DST, SRC>(x));
+        if constexpr (UNITY && D::BYTES == 2 && S::BYTES == 2)
+            V::Swap16(d, s);
+        else if constexpr (UNITY && D::BYTES == 1 && S::BYTES == 1)
+            V::Flip8(d, s);
+        else if constexpr (UNITY)
+            StoreWholes<V, DST>(d, Shifted<V, DST, SRC>(s));
         else  // one rounding, as when source, scale and full scales are multiplied in turn: those are powers
               // of 2
-            StoreWholes<V, DST>(d, V::Rounded(V::Times(V::ToDouble(x), static_cast<double>(scale) *
-                                                                           (D::FULL_SCALE / S::FULL_SCALE)),
-                                              D::LOWEST, D::HIGHEST));
+            StoreWholes<V, DST>(
+                d, RoundedTo<V, DST>(V::ToDouble(LoadWholes<V, SRC>(s)),
+                                     static_cast<double>(scale) * (D::FULL_SCALE / S::FULL_SCALE)));
     } else if constexpr (SRC == QMSAMPLE_FLOAT32 && !D::IS_FLOAT) {
         typename V::Float x = V::LoadFloat(s);
         if constexpr (!UNITY) x = V::Times(x, scale);
-        x = V::Times(x, static_cast<float>(D::FULL_SCALE));  // exact, a power of 2
+        // Full scale is a power of 2, so that the product is exact.
         if constexpr (D::BITS == 32)
             StoreWholes<V, DST>(d, V::Rounded32(x));
         else
-            StoreWholes<V, DST>(d,
-                                V::Rounded(x, static_cast<float>(D::LOWEST), static_cast<float>(D::HIGHEST)));
+            StoreWholes<V, DST>(d, RoundedTo<V, DST>(x, static_cast<float>(D::FULL_SCALE)));
     } else if constexpr (SRC == QMSAMPLE_FLOAT64 && !D::IS_FLOAT) {
         typename V::Double x = V::LoadDouble(s);
         if constexpr (!UNITY) x = V::Times(x, static_cast<double>(scale));
-        StoreWholes<V, DST>(d, V::Rounded(V::Times(x, D::FULL_SCALE), D::LOWEST, D::HIGHEST));
+        StoreWholes<V, DST>(d, RoundedTo<V, DST>(x, D::FULL_SCALE));
     } else if constexpr (DST == QMSAMPLE_FLOAT32 && (FLOAT_HOLDS_SOURCE || (UNITY && !S::IS_FLOAT))) {
         typename V::Float x;
         if constexpr (S::IS_FLOAT)
             x = V::LoadFloat(s);
+        else if constexpr (S::BYTES == 3)
+            x = V::Times(V::ToFloat(V::template LoadTop24<S::IS_BIG_ENDIAN>(s)), 1 / 2147483648.0f);
         else
             x = V::Times(V::ToFloat(LoadWholes<V, SRC>(s)), static_cast<float>(1 / S::FULL_SCALE));
         if constexpr (!UNITY) x = V::Times(x, scale);
@@ -106,34 +134,85 @@ inline void CopyVector(uint8_t* d, const uint8_t* s, float scale) {
     }
 }
 
+constexpr int64_t LINE = 64;
+
+/// How many samples lie before the beginning of a line; -1 when none begins there.
+inline int64_t StepsToLine(const uint8_t* p, int64_t step) {
+    const auto address = static_cast<int64_t>(reinterpret_cast<uintptr_t>(p) % LINE);
+    for (int64_t steps = 0; steps < LINE; steps++)
+        if ((address + steps * step) % LINE == 0) return steps;
+    return -1;
+}
+
+/// Whole vectors.
+template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY, bool BACKWARD>
+inline void CopyVectors(uint8_t* d, const uint8_t* s, int64_t vectors, float scale) {
+    constexpr int64_t TO = V::LANES * Sample<DST>::BYTES, FROM = V::LANES * Sample<SRC>::BYTES;
+    if constexpr (BACKWARD)
+        for (int64_t i = vectors - 1; i >= 0; i--)
+            CopyVector<V, DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
+    else
+        for (int64_t i = 0; i < vectors; i++) CopyVector<V, DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
+}
+
+/// Samples `from` to `to`, one by one.
+template <QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
+inline void CopySamples(uint8_t* d, const uint8_t* s, int64_t from, int64_t to, float scale) {
+    constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES;
+    if constexpr (TO > FROM)
+        for (int64_t i = to - 1; i >= from; i--) CopySample<DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
+    else
+        for (int64_t i = from; i < to; i++) CopySample<DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
+}
+
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
 void CopyAll(uint8_t* d, const uint8_t* s, int64_t samples, float scale) {
     constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES;
-    constexpr int64_t LANES = V::LANES;
-    const auto one = [=](int64_t i) { CopySample<DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale); };
-    // Stores that cross lines of the cache cost double, so long runs begin where the destination is aligned.
-    constexpr int64_t LINE = 64, WORTH_ALIGNING = 16 * LINE;
-    if constexpr (TO > FROM) {
-        int64_t i = samples;
-        if constexpr (LANES > 1) {
-            if (samples >= WORTH_ALIGNING)
-                for (int64_t k = 0; k < LINE && (reinterpret_cast<uintptr_t>(d + i * TO) % LINE) != 0; k++)
-                    one(--i);
-            for (; i >= LANES; i -= LANES)
-                CopyVector<V, DST, SRC, UNITY>(d + (i - LANES) * TO, s + (i - LANES) * FROM, scale);
-        }
-        while (i > 0) one(--i);
+    if constexpr (V::LANES == 1) {
+        CopySamples<DST, SRC, UNITY>(d, s, 0, samples, scale);
     } else {
-        int64_t i = 0;
-        if constexpr (LANES > 1) {
-            if (samples >= WORTH_ALIGNING)
-                for (int64_t k = 0; k < LINE && (reinterpret_cast<uintptr_t>(d + i * TO) % LINE) != 0; k++)
-                    one(i++);
-            for (; i + LANES <= samples; i += LANES)
-                CopyVector<V, DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
-        }
-        for (; i < samples; i++) one(i);
+        // Stores that cross lines of the cache cost double, so the vectors of long runs lie on lines.
+        const bool isLong = samples >= 16 * LINE;
+        const int64_t steps = isLong ? StepsToLine(d, TO) : 0, head = steps < 0 ? 0 : steps;
+        const int64_t vectors = (samples - head) / V::LANES, tail = head + vectors * V::LANES;
+        constexpr bool BACKWARD = TO > FROM;
+        CopySamples<DST, SRC, UNITY>(d, s, BACKWARD ? tail : 0, BACKWARD ? samples : head, scale);
+        CopyVectors<V, DST, SRC, UNITY, BACKWARD>(d + head * TO, s + head * FROM, vectors, scale);
+        CopySamples<DST, SRC, UNITY>(d, s, BACKWARD ? 0 : tail, BACKWARD ? head : samples, scale);
     }
+}
+
+/// So many bytes of destination do not stay in any cache, and are written past it.
+constexpr int64_t STREAMED_BYTES = 16 << 20;
+
+/// Long runs into another buffer, through a piece that stays in the first cache. Returns how many samples
+/// were done: all but a few, or none where the destination cannot be aligned.
+template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
+int64_t CopyStreamed(uint8_t* d, const uint8_t* s, int64_t samples, float scale) {
+    constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES, PIECE = 64 * LINE;
+    int64_t i = StepsToLine(d, TO);
+    if (i < 0) return 0;
+    CopySamples<DST, SRC, UNITY>(d, s, 0, i, scale);
+    alignas(LINE) uint8_t piece[PIECE * TO];
+    for (; i + PIECE <= samples; i += PIECE) {
+        CopyVectors<V, DST, SRC, UNITY, false>(piece, s + i * FROM, PIECE / V::LANES, scale);
+        V::Stream(d + i * TO, piece, sizeof piece);
+    }
+    V::EndStream();
+    return i;
+}
+
+template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
+void CopyRun(uint8_t* d, const uint8_t* s, int64_t samples, float scale) {
+    constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES;
+    if constexpr (V::LANES > 1)
+        if (samples * TO >= STREAMED_BYTES && (d >= s + samples * FROM || s >= d + samples * TO)) {
+            const int64_t done = CopyStreamed<V, DST, SRC, UNITY>(d, s, samples, scale);
+            d += done * TO;
+            s += done * FROM;
+            samples -= done;
+        }
+    CopyAll<V, DST, SRC, UNITY>(d, s, samples, scale);
 }
 
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC>
@@ -141,11 +220,11 @@ void Copy(void* dst, const void* src, int64_t samples, float scale) {
     auto* d = static_cast<uint8_t*>(dst);
     const auto* s = static_cast<const uint8_t*>(src);
     if (samples <= 0) return;
-    if (scale != 1.0f) return CopyAll<V, DST, SRC, false>(d, s, samples, scale);
+    if (scale != 1.0f) return CopyRun<V, DST, SRC, false>(d, s, samples, scale);
     if constexpr (DST == SRC) {
         if (d != s) std::memcpy(d, s, static_cast<size_t>(samples) * Sample<DST>::BYTES);
     } else {
-        CopyAll<V, DST, SRC, true>(d, s, samples, scale);
+        CopyRun<V, DST, SRC, true>(d, s, samples, scale);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "audio/audio_copy.h"
 #include "audio/cells.h"
+#include "audio/copy/stereo.h"
 #include "audio/fill.h"
 
 #include <cstring>
@@ -14,15 +15,15 @@ uint32_t WidthOf(QMSAMPLETYPE type) { return QmAudio_BytesFromSampleType(type); 
 /// 0 for what is served by little-endian kinds only.
 uint32_t LittleEndianWidthOf(QMSAMPLETYPE type) { return IsLittleEndianKind(type) ? WidthOf(type) : 0; }
 
-/// Every `dstStep`-th cell from every `srcStep`-th. Steps of one and two are known to the compiler.
-template <int64_t DST_STEP, int64_t SRC_STEP, class Cell>
-void MoveKnown(Cell* dst, const Cell* src, int64_t frames) {
-    for (int64_t i = 0; i < frames; i++) dst[i * DST_STEP] = src[i * SRC_STEP];
-}
+/// The loops for stereo of so wide samples; members are null where there are none.
+const StereoTable& Stereo(uint32_t width) { return BestStereo().width[width - 1]; }
+
+/// Every `dstStep`-th cell from every `srcStep`-th.
 template <class Cell>
 void Move(Cell* dst, int64_t dstStep, const Cell* src, int64_t srcStep, int64_t frames) {
-    if (dstStep == 1 && srcStep == 2) return MoveKnown<1, 2>(dst, src, frames);
-    if (dstStep == 2 && srcStep == 1) return MoveKnown<2, 1>(dst, src, frames);
+    const StereoTable& stereo = Stereo(sizeof(Cell));
+    if (stereo.extract && dstStep == 1 && srcStep == 2) return stereo.extract(dst, src, frames);
+    if (stereo.insert && dstStep == 2 && srcStep == 1) return stereo.insert(dst, src, frames);
     for (int64_t i = 0; i < frames; i++) dst[i * dstStep] = src[i * srcStep];
 }
 
@@ -30,6 +31,8 @@ void Move(Cell* dst, int64_t dstStep, const Cell* src, int64_t srcStep, int64_t 
 /// source.
 template <class Cell>
 void Spread(Cell* dst, int64_t dstChannels, const Cell* src, int64_t srcChannels, int64_t frames) {
+    const StereoTable& stereo = Stereo(sizeof(Cell));
+    if (stereo.spread && dstChannels == 2 && srcChannels == 1) return stereo.spread(dst, src, frames);
     const auto one = [&](int64_t i) {
         const Cell cell = src[i * srcChannels];
         for (int64_t c = dstChannels - 1; c >= 0; c--) dst[i * dstChannels + c] = cell;
@@ -91,6 +94,27 @@ HRESULT QmAudio_InsertChannel(void* dst, QMSAMPLETYPE type, uint32_t channels, u
     });
 }
 
+HRESULT QmAudio_SplitStereo(void* left, void* right, const void* src, QMSAMPLETYPE type, int64_t frames) {
+    return WithCell(WidthOf(type), [&](auto cell) {
+        using C = decltype(cell);
+        if (const auto split = Stereo(sizeof cell).split) return split(left, right, src, frames);
+        const auto* from = static_cast<const C*>(src);
+        Move(static_cast<C*>(left), 1, from, 2, frames);
+        Move(static_cast<C*>(right), 1, from + 1, 2, frames);
+    });
+}
+
+HRESULT QmAudio_JoinStereo(void* dst, const void* left, const void* right, QMSAMPLETYPE type,
+                           int64_t frames) {
+    return WithCell(WidthOf(type), [&](auto cell) {
+        using C = decltype(cell);
+        if (const auto join = Stereo(sizeof cell).join) return join(dst, left, right, frames);
+        auto* to = static_cast<C*>(dst);
+        Move(to, 2, static_cast<const C*>(left), 1, frames);
+        Move(to + 1, 2, static_cast<const C*>(right), 1, frames);
+    });
+}
+
 HRESULT QmAudio_CopyChannelToChannel(void* buffer, const WAVEFORMATEX* format, uint32_t fromChannel,
                                      uint32_t toChannel, int64_t frames) {
     const uint32_t channels = format->nChannels, width = LittleEndianWidthOf(QmAudio_GetSampleType(format));
@@ -146,7 +170,10 @@ HRESULT QmAudio_CopySwapStereoChannels(void* dst, const void* src, const WAVEFOR
                 for (int64_t c = 2; c < step; c++) to[c] = from[c];
             }
         };
-        if (channels == 2)
+        const StereoTable& stereo = Stereo(sizeof cell);
+        if (channels == 2 && stereo.swap)
+            stereo.swap(dst, src, frames);
+        else if (channels == 2)
             swap(2);
         else if (channels > 2)
             swap(channels);

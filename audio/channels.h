@@ -27,6 +27,12 @@ QM_API HRESULT QmAudio_ExtractChannelPair(void* dst, uint32_t firstChannel, cons
 QM_API HRESULT QmAudio_InsertChannel(void* dst, QMSAMPLETYPE type, uint32_t channels, uint32_t channel,
                                      const void* src, int64_t frames);
 
+/// Stereo to two buffers of a channel each, and back, in one pass; any type. The buffers lie apart.
+QM_API HRESULT QmAudio_SplitStereo(void* left, void* right, const void* src, QMSAMPLETYPE type,
+                                   int64_t frames);
+QM_API HRESULT QmAudio_JoinStereo(void* dst, const void* left, const void* right, QMSAMPLETYPE type,
+                                  int64_t frames);
+
 /// One channel over another within a buffer; nothing on mono; types 16 to 33.
 QM_API HRESULT QmAudio_CopyChannelToChannel(void* buffer, const WAVEFORMATEX* format, uint32_t fromChannel,
                                             uint32_t toChannel, int64_t frames);

@@ -3,6 +3,9 @@
 #include "audio/cells.h"
 #include "audio/channels.h"
 #include "audio/copy/samples.h"
+#include "audio/copy/stereo.h"
+
+#include <type_traits>
 
 namespace {
 
@@ -22,16 +25,37 @@ void MixFrame(uint8_t* d, const uint8_t* s, int64_t channels) {
     }
 }
 
+/// Two channels of whole numbers, without the way over doubles: their sum and half of it are exact there.
+template <QMSAMPLETYPE TYPE, Mix MIX>
+void MixPair(uint8_t* d, const uint8_t* s) {
+    using S = Sample<TYPE>;
+    using Sum = std::conditional_t<S::BITS == 32, int64_t, int32_t>;
+    Sum sum = Sum{LoadWhole<TYPE>(s)} + LoadWhole<TYPE>(s + S::BYTES);
+    if constexpr (MIX == Mix::Average) {
+        sum = (sum + (sum >> 1 & 1)) >> 1;  // ties to even
+    } else {
+        constexpr auto LOWEST = static_cast<Sum>(S::LOWEST), HIGHEST = static_cast<Sum>(S::HIGHEST);
+        sum = sum < LOWEST ? LOWEST : sum > HIGHEST ? HIGHEST : sum;
+    }
+    StoreWhole<TYPE>(d, static_cast<int32_t>(sum));
+}
+
 template <QMSAMPLETYPE TYPE, Mix MIX>
 void MixDown(void* dst, const void* src, int64_t channels, int64_t frames) {
     auto* d = static_cast<uint8_t*>(dst);
     const auto* s = static_cast<const uint8_t*>(src);
     constexpr int BYTES = Sample<TYPE>::BYTES;
-    if (channels == 2)  // known to the compiler
-        for (int64_t i = 0; i < frames; i++) MixFrame<TYPE, MIX>(d + i * BYTES, s + i * 2 * BYTES, 2);
+    if constexpr (TYPE == QMSAMPLE_FLOAT32 && MIX == Mix::Average)
+        if (channels == 2) return BestStereo().averageFloats(dst, src, frames);
+    const auto mix = [&](int64_t step, auto frame) {
+        for (int64_t i = 0; i < frames; i++) frame(d + i * BYTES, s + i * step * BYTES);
+    };
+    if (channels != 2)
+        mix(channels, [=](uint8_t* to, const uint8_t* from) { MixFrame<TYPE, MIX>(to, from, channels); });
+    else if constexpr (Sample<TYPE>::IS_FLOAT)
+        mix(2, [](uint8_t* to, const uint8_t* from) { MixFrame<TYPE, MIX>(to, from, 2); });
     else
-        for (int64_t i = 0; i < frames; i++)
-            MixFrame<TYPE, MIX>(d + i * BYTES, s + i * channels * BYTES, channels);
+        mix(2, MixPair<TYPE, MIX>);
 }
 
 template <QMSAMPLETYPE TYPE>

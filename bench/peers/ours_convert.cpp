@@ -40,14 +40,10 @@ peers::AddRows rows([] {
         QmAudio_ChannelChange(d, 2, s, &mono, static_cast<int64_t>(n));
     });
     Add("f32_deinterleave", [](const void* s, void* d, size_t n) {
-        const auto frames = static_cast<int64_t>(n);
-        QmAudio_ExtractChannel(d, 0, s, QMSAMPLE_FLOAT32, 2, frames);
-        QmAudio_ExtractChannel(static_cast<float*>(d) + n, 1, s, QMSAMPLE_FLOAT32, 2, frames);
+        QmAudio_SplitStereo(d, static_cast<float*>(d) + n, s, QMSAMPLE_FLOAT32, static_cast<int64_t>(n));
     });
     Add("f32_interleave", [](const void* s, void* d, size_t n) {
-        const auto frames = static_cast<int64_t>(n);
-        QmAudio_InsertChannel(d, QMSAMPLE_FLOAT32, 2, 0, s, frames);
-        QmAudio_InsertChannel(d, QMSAMPLE_FLOAT32, 2, 1, static_cast<const float*>(s) + n, frames);
+        QmAudio_JoinStereo(d, s, static_cast<const float*>(s) + n, QMSAMPLE_FLOAT32, static_cast<int64_t>(n));
     });
 });
 

@@ -1,5 +1,6 @@
 #include "audio/channels.h"
 
+#include "audio/audio_copy.h"
 #include "audio/fill.h"
 #include "tests/audio/audio_support.h"
 
@@ -61,6 +62,50 @@ TEST(Channels, MoveSamplesOfEveryType) {
     EXPECT_EQ(QmAudio_ExtractChannel(nullptr, 0, nullptr, QMSAMPLE_RA16, 2, FRAMES), E_FAIL);
 }
 
+/// Longer than any vector, at all levels, apart and in place.
+TEST(Channels, StereoIsTheSameAtEveryLevel) {
+    std::mt19937_64 random(5);
+    for (const uint32_t support : {0u, uint32_t{CPU_SUPPORT_AVX2}, uint32_t{CPU_SUPPORT_AVX512}}) {
+        if ((QmGetCPUSupport() & support) != support) continue;
+        const OnlySupport only(support);
+        for (const QMSAMPLETYPE type : ALL_TYPES)
+            for (const size_t frames : {0u, 1u, 7u, 64u, 1003u}) {
+                const size_t width = QmAudio_BytesFromSampleType(type);
+                const auto count = static_cast<int64_t>(frames);
+                const WAVEFORMATEX stereo = Format(type, 2);
+                const Bytes source = RandomSamples(type, 2 * frames, random);
+                Bytes left(frames * width), right = left, extracted = left, joined(source.size()),
+                                            swapped = source, spread(source.size());
+                ASSERT_EQ(QmAudio_SplitStereo(left.data(), right.data(), source.data(), type, count), S_OK);
+                ASSERT_EQ(QmAudio_JoinStereo(joined.data(), right.data(), left.data(), type, count), S_OK);
+                ASSERT_EQ(QmAudio_SwapStereoChannels(swapped.data(), &stereo, count),
+                          type <= QMSAMPLE_FLOAT64 ? S_OK : E_FAIL);
+                ASSERT_EQ(QmAudio_CopyChannelToMultiMono2(spread.data(), 2, right.data(), 1, 0, count, type),
+                          S_OK);
+                for (size_t f = 0; f < frames; f++) {
+                    const Bytes l = At(source, width, 2, f, 0), r = At(source, width, 2, f, 1);
+                    ASSERT_EQ(At(left, width, 1, f, 0), l);
+                    ASSERT_EQ(At(right, width, 1, f, 0), r);
+                    ASSERT_EQ(At(joined, width, 2, f, 0), r);
+                    ASSERT_EQ(At(joined, width, 2, f, 1), l);
+                    ASSERT_EQ(At(spread, width, 2, f, 0), r);
+                    ASSERT_EQ(At(spread, width, 2, f, 1), r);
+                }
+                if (type <= QMSAMPLE_FLOAT64) {
+                    ASSERT_EQ(swapped, joined);
+                }
+                // In place: the left channel alone, and then on both.
+                Bytes place = source;
+                ASSERT_EQ(QmAudio_ExtractChannel(place.data(), 0, place.data(), type, 2, count), S_OK);
+                ASSERT_TRUE(std::equal(left.begin(), left.end(), place.begin()));
+                ASSERT_EQ(QmAudio_CopyChannelToMultiMono2(place.data(), 2, place.data(), 1, 0, count, type),
+                          S_OK);
+                for (size_t f = 0; f < frames; f++)
+                    ASSERT_EQ(At(place, width, 2, f, 1), At(source, width, 2, f, 0));
+            }
+    }
+}
+
 TEST(Channels, SwapPairsAndNeighbours) {
     const WAVEFORMATEX six = Format(QMSAMPLE_PCM16, 6), big = Format(QMSAMPLE_BE16, 2),
                        mono = Format(QMSAMPLE_PCM16, 1);
@@ -110,6 +155,34 @@ TEST(Channels, ToMono) {
     ASSERT_EQ(QmAudio_ChannelChangeAvg(bytes, 1, small, &octets, 2), S_OK);
     EXPECT_EQ(bytes[0], 0x80);
     EXPECT_EQ(bytes[1], 0x82);
+}
+
+/// Two channels have a way of their own; it must agree with that of any number, here in doubles.
+TEST(Channels, StereoToMonoIsExact) {
+    std::mt19937_64 random(6);
+    constexpr size_t FRAMES_HERE = 3000;
+    for (const QMSAMPLETYPE type : ALL_TYPES) {
+        if (type == QMSAMPLE_PCM24IN32) continue;
+        const WAVEFORMATEX stereo = Format(type, 2), one = Format(type, 1),
+                           doubles = Format(QMSAMPLE_FLOAT64, 1);
+        const size_t width = QmAudio_BytesFromSampleType(type);
+        const Bytes source = RandomSamples(type, 2 * FRAMES_HERE, random);
+        std::vector<double> values(2 * FRAMES_HERE);
+        ASSERT_EQ(QmAudio_Copy(&doubles, values.data(), &one, source.data(), 2 * FRAMES_HERE, 1), S_OK);
+        for (const bool average : {false, true}) {
+            std::vector<double> mixed(FRAMES_HERE);
+            for (size_t i = 0; i < FRAMES_HERE; i++)
+                mixed[i] = (values[2 * i] + values[2 * i + 1]) * (average ? 0.5 : 1);
+            Bytes expected(FRAMES_HERE * width), found = expected;
+            ASSERT_EQ(QmAudio_Copy(&one, expected.data(), &doubles, mixed.data(), FRAMES_HERE, 1), S_OK);
+            ASSERT_EQ((average ? QmAudio_ChannelChangeAvg
+                               : QmAudio_ChannelChange)(found.data(), 1, source.data(), &stereo, FRAMES_HERE),
+                      S_OK);
+            for (size_t i = 0; i < FRAMES_HERE; i++)
+                ASSERT_TRUE(std::isnan(mixed[i]) || At(found, width, 1, i, 0) == At(expected, width, 1, i, 0))
+                    << type << ' ' << average << ' ' << i;
+        }
+    }
 }
 
 TEST(Channels, CountsThatAreServed) {

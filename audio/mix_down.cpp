@@ -19,8 +19,8 @@ void MixFrame(uint8_t* d, const uint8_t* s, int64_t channels) {
         for (int64_t c = 0; c < channels; c++) sum += LoadWhole<TYPE>(s + c) * 256;
         StoreValue<TYPE>(d, static_cast<double>(sum / channels) / 32768);
     } else {
-        double sum = 0;
-        for (int64_t c = 0; c < channels; c++) sum += ScaledValue<TYPE>(s + c * BYTES, 1.0f);
+        double sum = ScaledValue<TYPE>(s, 1.0f);
+        for (int64_t c = 1; c < channels; c++) sum += ScaledValue<TYPE>(s + c * BYTES, 1.0f);
         StoreValue<TYPE>(d, MIX == Mix::Average ? sum / static_cast<double>(channels) : sum);
     }
 }

@@ -189,7 +189,7 @@ constexpr int64_t STREAMED_BYTES = 16 << 20;
 /// were done: all but a few, or none where the destination cannot be aligned.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
 int64_t CopyStreamed(uint8_t* d, const uint8_t* s, int64_t samples, float scale) {
-    constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES, PIECE = 64 * LINE;
+    constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES, PIECE = 16 * LINE;
     int64_t i = StepsToLine(d, TO);
     if (i < 0) return 0;
     CopySamples<DST, SRC, UNITY>(d, s, 0, i, scale);

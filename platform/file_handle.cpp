@@ -57,7 +57,8 @@ struct QMFILE {
         uint32_t done = 0;
         while (done < bytes) {
             systemCalls++;
-            const ssize_t n = ::pread(fd, static_cast<uint8_t*>(buffer) + done, bytes - done, position + done);
+            const ssize_t n =
+                ::pread(fd, static_cast<uint8_t*>(buffer) + done, bytes - done, position + done);
             if (n < 0 && errno == EINTR) continue;
             if (n < 0) return Fail(), -1;
             if (n == 0) break;
@@ -108,8 +109,8 @@ BOOL QmFile_Read(HQMFILE file, void* buffer, uint32_t bytes, uint32_t* got) {
             continue;
         }
         const bool isLarge = bytes - done >= WINDOW;
-        const int64_t read = isLarge ? file->ReadThrough(out + done, bytes - done)
-                                     : file->ReadThrough(file->window, WINDOW);
+        const int64_t read =
+            isLarge ? file->ReadThrough(out + done, bytes - done) : file->ReadThrough(file->window, WINDOW);
         failed = read < 0;
         if (isLarge && read > 0) {
             done += static_cast<uint32_t>(read);
@@ -145,7 +146,9 @@ BOOL QmFile_Write(HQMFILE file, const void* buffer, uint32_t bytes, uint32_t* pu
 }
 
 int64_t QmFile_Seek(HQMFILE file, int64_t offset, QmFileOrigin origin) {
-    const int64_t from = origin == FILE_FROM_START ? 0 : origin == FILE_FROM_CURRENT ? file->position : QmFile_Size(file);
+    const int64_t from = origin == FILE_FROM_START     ? 0
+                         : origin == FILE_FROM_CURRENT ? file->position
+                                                       : QmFile_Size(file);
     int64_t target = 0;
     if (from < 0) return -1;
     if (__builtin_add_overflow(from, offset, &target) || target < 0) return Fail(EINVAL), -1;

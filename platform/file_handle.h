@@ -1,5 +1,5 @@
-// Open files: positions of 64 bits, reads of any size through one window, so that a walk over small pieces is not a
-// walk over system calls. Writes go to the system at once. A handle is used by one thread at a time.
+// Open files: positions of 64 bits, reads of any size through one window, so that a walk over small pieces is
+// not a walk over system calls. Writes go to the system at once. A handle is used by one thread at a time.
 #pragma once
 
 #include "platform/types.h"
@@ -31,8 +31,8 @@ QM_API BOOL QmFile_Close(HQMFILE file);
 QM_API BOOL QmFile_Read(HQMFILE file, void* buffer, uint32_t bytes, uint32_t* got);
 /// True when all was written.
 QM_API BOOL QmFile_Write(HQMFILE file, const void* buffer, uint32_t bytes, uint32_t* put);
-/// Returns the new position, which may lie behind the end, or -1, and then the old one stands. A position before the
-/// start is refused.
+/// Returns the new position, which may lie behind the end, or -1, and then the old one stands. A position
+/// before the start is refused.
 QM_API int64_t QmFile_Seek(HQMFILE file, int64_t offset, QmFileOrigin origin);
 /// -1 on failure.
 QM_API int64_t QmFile_Size(HQMFILE file);

@@ -1,0 +1,120 @@
+#include "mediafile/lost_samples.h"
+
+#include "mediafile/file_stream.h"
+#include "mediafile/riff64.h"
+#include "mediafile/riff_core.h"
+
+#include <cstring>
+
+namespace {
+
+/// What a writer of ours puts where, and by what its data chunk is known.
+struct Layout {
+    int64_t format;       ///< place of the 18 bytes
+    int64_t chunks;       ///< behind them
+    uint32_t header;      ///< bytes of a chunk's header
+    uint32_t labelBytes;  ///< by which a chunk is known
+    const void* data;     ///< the label
+    /// From a header: bytes to the next one.
+    uint64_t (*step)(const uint8_t* header);
+};
+
+constexpr uint32_t WAVE_DATA = FourCC("data");
+
+uint64_t WaveStep(const uint8_t* header) {
+    const auto size = FromLittleEndian<uint32_t>(header + 4);
+    return uint64_t{size} + (size & 1) + RIFF_CHUNK_HEADER;
+}
+uint64_t Wave64Step(const uint8_t* header) {
+    const auto size = FromLittleEndian<uint64_t>(header + 16);
+    if (size >= uint64_t{INT64_MAX} - 8) return INT64_MAX;
+    return std::max((size + 7) & ~uint64_t{7}, RIFF64_CHUNK_HEADER);
+}
+
+constexpr Layout WAVE = {20, 38, 8, 4, &WAVE_DATA, WaveStep};
+constexpr Layout WAVE64 = {64, 88, 24, 16, &W64_DATA, Wave64Step};
+
+WAVEFORMATEX DefaultHint() {
+    WAVEFORMATEX hint;
+    QmAudio_InitWfx(&hint, 44100, QMSAMPLE_PCM16, 2);
+    return hint;
+}
+
+uint16_t MendedBits(uint16_t tag, uint16_t bits, uint16_t hint) {
+    if (tag == WAVE_TAG_IEEE_FLOAT) return bits == 32 || bits == 64 ? bits : hint <= 32 ? 32 : 64;
+    if (bits == 8 || bits == 16 || bits == 24 || bits == 32) return bits;
+    return hint < 32 ? hint : 32;
+}
+
+/// Field by field: what cannot be takes the hint's place.
+void Mend(WAVEFORMATEX& wfx, const WAVEFORMATEX& hint) {
+    if (wfx.nSamplesPerSec < 2000 || wfx.nSamplesPerSec > 192000) wfx.nSamplesPerSec = hint.nSamplesPerSec;
+    if (wfx.nChannels != 1 && wfx.nChannels != 2) wfx.nChannels = hint.nChannels;
+    if (wfx.wFormatTag != WAVE_TAG_PCM && wfx.wFormatTag != WAVE_TAG_IEEE_FLOAT)
+        wfx.wFormatTag = hint.wFormatTag;
+    wfx.wBitsPerSample = MendedBits(wfx.wFormatTag, wfx.wBitsPerSample, hint.wBitsPerSample);
+    wfx.cbSize = 0;
+    wfx.nBlockAlign = static_cast<uint16_t>(wfx.wBitsPerSample / 8 * wfx.nChannels);
+    wfx.nAvgBytesPerSec = wfx.nBlockAlign * wfx.nSamplesPerSec;
+}
+
+bool IsData(const Layout& layout, const uint8_t* at) {
+    return std::memcmp(at, layout.data, layout.labelBytes) == 0;
+}
+
+/// From chunk to chunk; the place behind the data chunk's header, or -1.
+int64_t WalkToData(FileStream s, const Layout& layout, int64_t scanEnd) {
+    uint8_t header[24];
+    for (int64_t at = layout.chunks; scanEnd - at >= layout.header;) {
+        if (!s.Seek(at) || !s.Read(header, layout.header)) return -1;
+        if (IsData(layout, header)) return at + layout.header;
+        const uint64_t step = layout.step(header);
+        if (step > static_cast<uint64_t>(scanEnd - at)) return -1;
+        at += static_cast<int64_t>(step);
+    }
+    return -1;
+}
+
+/// Byte by byte for the label.
+HRESULT SearchData(FileStream s, const Layout& layout, int64_t scanEnd, int64_t* start) {
+    constexpr int64_t BLOCK = 4096;
+    uint8_t block[BLOCK];
+    const int64_t overlap = layout.labelBytes, length = s.Size();
+    for (int64_t at = layout.chunks;; at += BLOCK - overlap) {
+        if (!s.Seek(at)) return MEDIA_E_READ;
+        const int64_t got = s.ReadSome(block, BLOCK);
+        for (int64_t i = 0; i + layout.labelBytes <= got && at + i + layout.header <= length; i++)
+            if (IsData(layout, block + i)) return *start = at + i + layout.header, S_OK;
+        if (at + BLOCK >= scanEnd) return *start = scanEnd, S_OK;
+        if (got < BLOCK) return MEDIA_E_NOT_FOUND;
+    }
+}
+
+HRESULT Find(HQMFILE file, const Layout& layout, const WAVEFORMATEX* hint, int64_t limit,
+             LostSamples* found) {
+    const FileStream s{file};
+    const PositionKeeper keeper(s);
+    const int64_t length = s.Size(), scanEnd = std::min(length, limit);
+    if (!s.Seek(layout.format) || !s.Read(&found->format, sizeof found->format)) return MEDIA_E_READ;
+    Mend(found->format, hint ? *hint : DefaultHint());
+    const uint32_t frame = found->format.nBlockAlign;
+    if (frame == 0) return MEDIA_E_UNSUPPORTED_TYPE;  // the hint's fault
+    int64_t start = WalkToData(s, layout, scanEnd);
+    if (start < 0)
+        if (const HRESULT hr = SearchData(s, layout, scanEnd, &start); Failed(hr)) return hr;
+    const int64_t bytes = std::max<int64_t>(length - start, 0);
+    found->start = static_cast<uint64_t>(start);
+    found->bytes = static_cast<uint64_t>(bytes - bytes % frame);
+    return S_OK;
+}
+
+int64_t Bounded(uint64_t limit) { return static_cast<int64_t>(std::min<uint64_t>(limit, INT64_MAX)); }
+
+}  // namespace
+
+HRESULT FindLostWavSamples(HQMFILE file, const WAVEFORMATEX* hint, uint64_t limit, LostSamples* found) {
+    return Find(file, WAVE, hint, Bounded(limit), found);
+}
+HRESULT FindLostW64Samples(HQMFILE file, const WAVEFORMATEX* hint, uint64_t limit, LostSamples* found) {
+    return Find(file, WAVE64, hint, Bounded(limit - limit % 8), found);
+}

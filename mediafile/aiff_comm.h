@@ -1,7 +1,7 @@
 // The "COMM" chunk of an AIFF file.
 #pragma once
 
-#include <cstdint>
+#include "platform/types.h"
 
 inline constexpr uint32_t AIFF_COMM_BYTES = 18, AIFC_COMM_BYTES = 22;
 
@@ -12,9 +12,9 @@ struct AiffComm {
     uint16_t exponent;  ///< with the mantissa, the rate as an 80-bit float
     uint16_t mantissa[4];
 
-    uint32_t Rate() const;
+    QM_API uint32_t Rate() const;
 };
 
 /// Of 18 bytes.
-AiffComm ReadComm(const uint8_t* bytes);
-void WriteComm(uint8_t* bytes, const AiffComm& comm);
+QM_API AiffComm ReadComm(const uint8_t* bytes);
+QM_API void WriteComm(uint8_t* bytes, const AiffComm& comm);

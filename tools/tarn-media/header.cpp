@@ -1,0 +1,99 @@
+// Headers for raw samples: put before them, written over room that was left for them, or left as room.
+#include "mediafile/media_codes.h"
+#include "mediafile/wave_file.h"
+#include "platform/text.h"
+#include "tools/tarn-media/media_tool.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+bool IsWave64(const HeaderOptions& options, const std::string& path) {
+    if (!options.container.empty()) return options.container == "w64";
+    return path.size() > 4 && (path.ends_with(".w64") || path.ends_with(".W64"));
+}
+
+WAVEFORMATEX FormatOf(const FormatOptions& options) {
+    WAVEFORMATEX wfx;
+    QmAudio_InitWfx(&wfx, options.rate ? options.rate : 48000,
+                    options.type.empty() ? QMSAMPLE_PCM16 : TypeByName(options.type),
+                    options.channels ? options.channels : 2);
+    return wfx;
+}
+
+HRESULT Insert(HQMFILE file, const WAVEFORMATEX& wfx, uint64_t headerBytes, bool is64) {
+    const auto length = static_cast<uint64_t>(std::max<int64_t>(QmFile_Size(file), 0));
+    if (length < headerBytes) return MEDIA_E_MALFORMED;
+    const uint64_t samples = (length - headerBytes) / wfx.nBlockAlign * wfx.nBlockAlign;
+    return is64 ? QmInsertW64Header(file, &wfx, samples, headerBytes)
+                : QmInsertWavHeader(file, &wfx, samples, headerBytes);
+}
+
+void CopyBehind(HQMFILE from, HQMFILE to, uint64_t headerBytes) {
+    constexpr uint32_t PIECE = 1 << 20;
+    std::vector<uint8_t> piece(PIECE);
+    Progress progress("copying", static_cast<uint64_t>(std::max<int64_t>(QmFile_Size(from), 0)));
+    QmFile_Seek(to, static_cast<int64_t>(headerBytes), FILE_FROM_START);
+    uint64_t done = 0;
+    for (uint32_t got = PIECE; got == PIECE; progress.Show(done)) {
+        QmFile_Read(from, piece.data(), PIECE, &got);
+        if (got < PIECE && QmFile_LastError() != 0)
+            throw std::runtime_error("at " + std::to_string(done + got) + ": " + ReasonOf(MEDIA_E_READ));
+        if (!QmFile_Write(to, piece.data(), got, nullptr)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
+        done += got;
+    }
+    // The file must be as long as the header even without samples.
+    if (done == 0 && !QmFile_SetEnd(to)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
+}
+
+std::string RoomReason(HRESULT hr, bool is64) {
+    if (hr != MEDIA_E_MALFORMED) return ReasonOf(hr);
+    return is64 ? "a Wave64 header has 112 bytes, or 136 and more by eights, and the file at least as many"
+                : "a wave header has 46 bytes, or 54 and more by twos, and the file at least as many";
+}
+
+}  // namespace
+
+int InsertHeader(const HeaderOptions& options) {
+    const WAVEFORMATEX wfx = FormatOf(options.format);
+    if (options.inPlace) {
+        const bool is64 = IsWave64(options, options.input);
+        const OwnedFile file = OpenFile(options.input, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING);
+        if (!file) return Complain(options.input, ReasonOf(MEDIA_E_OPEN));
+        const HRESULT hr = Insert(file.get(), wfx,
+                                  options.bytes ? options.bytes
+                                  : is64        ? WAVE64_HEADER
+                                                : WAVE_HEADER,
+                                  is64);
+        return Failed(hr) ? Complain(options.input, RoomReason(hr, is64)) : EXIT_FINE;
+    }
+    if (options.output.empty())
+        return Complain(options.input, "where to? name an output, or --in-place", EXIT_USAGE);
+    const bool is64 = IsWave64(options, options.output);
+    const uint64_t headerBytes = options.bytes ? options.bytes : is64 ? WAVE64_HEADER : WAVE_HEADER;
+    const OwnedFile in = OpenFile(options.input, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
+    if (!in) return Complain(options.input, ReasonOf(MEDIA_E_OPEN));
+    try {
+        NewFile out(options.output, options.force);
+        CopyBehind(in.get(), out.File(), headerBytes);
+        if (const HRESULT hr = Insert(out.File(), wfx, headerBytes, is64); Failed(hr))
+            throw std::runtime_error(RoomReason(hr, is64));
+        out.Commit();
+    } catch (const std::runtime_error& e) {
+        return Complain(options.output, e.what());
+    }
+    return EXIT_FINE;
+}
+
+int ReserveHeader(const HeaderOptions& options) {
+    const WAVEFORMATEX wfx = FormatOf(options.format);
+    const bool is64 = IsWave64(options, options.output);
+    const QmFileCreation creation = options.force ? FILE_CREATE_ALWAYS : FILE_CREATE_NEW;
+    const std::u16string path = Utf16FromUtf8(options.output);
+    const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(options.bytes, UINT32_MAX));
+    const HRESULT hr = is64 ? QmInitializeWav64WithJunk(path.c_str(), &wfx, creation, bytes)
+                            : QmInitializeWavWithJunk(path.c_str(), &wfx, creation, bytes);
+    return Failed(hr) ? Complain(options.output, ReasonOf(hr)) : EXIT_FINE;
+}

@@ -1,0 +1,102 @@
+#include "tools/tarn-media/media_tool.h"
+
+#include "mediafile/media_codes.h"
+#include "platform/text.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct TypeName {
+    const char* name;
+    QMSAMPLETYPE type;
+};
+constexpr TypeName TYPE_NAMES[] = {{"pcm8", QMSAMPLE_PCM8},       {"pcm16", QMSAMPLE_PCM16},
+                                   {"pcm24", QMSAMPLE_PCM24},     {"pcm32", QMSAMPLE_PCM32},
+                                   {"float32", QMSAMPLE_FLOAT32}, {"float64", QMSAMPLE_FLOAT64},
+                                   {"signed8", QMSAMPLE_SIGNED8}, {"be16", QMSAMPLE_BE16},
+                                   {"be24", QMSAMPLE_BE24},       {"be32", QMSAMPLE_BE32}};
+
+std::string SystemReason() { return std::generic_category().message(QmFile_LastError()); }
+
+}  // namespace
+
+int Complain(const std::string& file, const std::string& reason, int code) {
+    std::fprintf(stderr, "tarn-media: %s: %s\n", file.c_str(), reason.c_str());
+    return code;
+}
+
+std::string ReasonOf(HRESULT status) {
+    if (QmFile_LastError() != 0 && (status == MEDIA_E_OPEN || status == MEDIA_E_WRITE)) return SystemReason();
+    const char16_t* text = QmMedia_StatusText(status);
+    return text ? Utf8FromUtf16(text) : "status " + std::to_string(status);
+}
+
+OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation) {
+    return OwnedFile(QmFile_Open(Utf16FromUtf8(path).c_str(), access, creation));
+}
+
+QMSAMPLETYPE TypeByName(const std::string& name) {
+    for (const TypeName& row : TYPE_NAMES)
+        if (row.name == name) return row.type;
+    return QMSAMPLE_UNKNOWN;
+}
+
+std::string TypeNames() {
+    std::string names;
+    for (const TypeName& row : TYPE_NAMES) names += (names.empty() ? "" : ", ") + std::string(row.name);
+    return names;
+}
+
+NewFile::NewFile(const std::string& target, bool mayReplace) : m_target(target) {
+    if (!mayReplace && fs::exists(target)) throw std::runtime_error("is there already; --force replaces it");
+    for (int i = 0; i < 100 && !m_file; i++) {
+        m_aside = target + ".part" + std::to_string(::getpid()) + "-" + std::to_string(i);
+        m_file = OpenFile(m_aside, FILE_ACCESS_READ_WRITE, FILE_CREATE_NEW);
+        if (!m_file && QmFile_LastError() != EEXIST) break;
+    }
+    if (!m_file) throw std::runtime_error(SystemReason());
+}
+
+NewFile::~NewFile() {
+    if (!m_file) return;
+    m_file.reset();
+    std::error_code ignored;
+    fs::remove(m_aside, ignored);
+}
+
+void NewFile::Commit() {
+    const bool written = QmFile_Flush(m_file.get()) && QmFile_Close(m_file.release());
+    std::error_code error;
+    if (written) fs::rename(m_aside, m_target, error);
+    if (written && !error) return;
+    const std::string reason = written ? error.message() : SystemReason();
+    fs::remove(m_aside, error);
+    throw std::runtime_error(reason);
+}
+
+Progress::Progress(const char* doing, uint64_t total)
+    : m_doing(doing), m_total(total), m_isTerminal(::isatty(STDERR_FILENO) != 0) {}
+
+Progress::~Progress() {
+    if (m_shown != UINT64_MAX) std::fputs("\r\033[K", stderr);
+}
+
+void Progress::Show(uint64_t done) {
+    if (!m_isTerminal || m_total == 0) return;
+    const uint64_t percent = done * 100 / m_total;
+    if (percent == m_shown) return;
+    m_shown = percent;
+    constexpr double MEGABYTE = 1e6;
+    std::fprintf(stderr, "\r%s: %3u %% of %.0f MB", m_doing, static_cast<unsigned>(percent),
+                 static_cast<double>(m_total) / MEGABYTE);
+    std::fflush(stderr);
+}

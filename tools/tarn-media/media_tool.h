@@ -1,0 +1,96 @@
+// What the commands share: exit codes, one-line complaints, files by their path, types by their name.
+#pragma once
+
+#include "audio/wave_format.h"
+#include "mediafile/inspect.h"
+#include "mediafile/media_codes.h"
+#include "platform/file_handle.h"
+
+#include <memory>
+#include <string>
+
+enum ExitCode { EXIT_FINE = 0, EXIT_FAULTY = 1, EXIT_UNREADABLE = 2, EXIT_USAGE = 3 };
+
+/// One line on stderr; returns the code.
+int Complain(const std::string& file, const std::string& reason, int code = EXIT_UNREADABLE);
+/// By status, with the system's own reason where there is one.
+std::string ReasonOf(HRESULT status);
+
+struct CloseFile {
+    void operator()(QMFILE* file) const { QmFile_Close(file); }
+};
+using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
+
+OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation);
+
+/// "pcm16" and its like; 0 for no such name.
+QMSAMPLETYPE TypeByName(const std::string& name);
+/// All names, for the help.
+std::string TypeNames();
+
+/// A file that is written beside its target and takes its place when all is done. Without Commit nothing
+/// stays.
+class NewFile {
+public:
+    /// Throws std::runtime_error with the reason: the target is there and may not be replaced, or cannot be
+    /// made.
+    NewFile(const std::string& target, bool mayReplace);
+    ~NewFile();
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    HQMFILE File() const { return m_file.get(); }
+    /// Throws std::runtime_error.
+    void Commit();
+
+private:
+    std::string m_target, m_aside;
+    OwnedFile m_file;
+};
+
+/// "1,234 of 5,678 MB" on a terminal while long work goes on; silent elsewhere.
+class Progress {
+public:
+    Progress(const char* doing, uint64_t total);
+    ~Progress();
+    void Show(uint64_t done);
+
+private:
+    const char* m_doing;
+    uint64_t m_total, m_shown = UINT64_MAX;
+    bool m_isTerminal;
+};
+
+struct FormatOptions {
+    std::string type;
+    uint32_t rate = 0, channels = 0;
+};
+
+struct InfoOptions {
+    std::string file;
+    bool json = false;
+};
+struct ConvertOptions {
+    std::string input, output, type, container;
+    double gain = 0;
+    uint32_t channels = 0, channel = 0;  ///< 0 for none asked; channels count from 1
+    bool force = false, quiet = false;
+};
+struct RepairOptions {
+    std::string file, output;
+    FormatOptions hint;
+    bool inPlace = false, force = false;
+};
+struct HeaderOptions {
+    std::string input, output, container;
+    FormatOptions format;
+    uint64_t bytes = 0;
+    bool inPlace = false, force = false;
+};
+
+int Info(const InfoOptions& options);
+int Verify(const InfoOptions& options);
+int Convert(const ConvertOptions& options);
+int Repair(const RepairOptions& options);
+int InsertHeader(const HeaderOptions& options);
+int ReserveHeader(const HeaderOptions& options);

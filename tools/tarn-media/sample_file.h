@@ -1,0 +1,31 @@
+// A new file of samples in any of the containers, written from its first frame to its last.
+#pragma once
+
+#include "mediafile/inspect.h"
+#include "mediafile/media_codes.h"
+
+/// What of the types a container stores for one that is asked for; 0 when it holds nothing like it.
+QMSAMPLETYPE StoredType(MediaContainer container, QMSAMPLETYPE type);
+
+/// Most bytes of samples that the container's sizes can tell of.
+uint64_t LargestData(MediaContainer container);
+
+class SampleFile {
+public:
+    SampleFile(HQMFILE file, MediaContainer container, const _qmwaveformat& format)
+        : m_file(file), m_container(container), m_format(format) {}
+
+    /// All return a status of media_codes.h.
+    HRESULT Begin();
+    HRESULT Write(const void* samples, uint32_t bytes);
+    HRESULT End();
+
+private:
+    HRESULT BeginWave();
+    HRESULT BeginAiff();
+
+    HQMFILE m_file;
+    MediaContainer m_container;
+    _qmwaveformat m_format;
+    uint64_t m_factOffset = 0, m_commOffset = 0, m_dataHeader = 0, m_bytes = 0;
+};

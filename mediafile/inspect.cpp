@@ -87,12 +87,12 @@ public:
             Walk(is("AIFC", 8) ? MediaContainer::Aifc : MediaContainer::Aiff, AIFF, head);
             CheckAiff();
         } else {
-            Error(0, got == 0                         ? "the file is empty"
-                     : is("RF64", 0) || is("BW64", 0) ? "an RF64 file, which is not supported"
-                     : is("RIFX", 0)                  ? "a big-endian RIFF file, which is not supported"
-                     : is("RIFF", 0) || is("FORM", 0)
-                         ? "a form that holds no samples: '" + Printable(head + 8) + "'"
-                         : "neither wave, Wave64 nor AIFF");
+            Error(0, got == 0                           ? "the file is empty"
+                     : is("RF64", 0) || is("BW64", 0)   ? "an RF64 file, which is not supported"
+                     : is("RIFX", 0)                    ? "a big-endian RIFF file, which is not supported"
+                     : !is("RIFF", 0) && !is("FORM", 0) ? "neither wave, Wave64 nor AIFF"
+                     : got < 12                         ? "the file ends within its header"
+                                : "a form that holds no samples: '" + Printable(head + 8) + "'");
         }
     }
 
@@ -142,13 +142,16 @@ private:
             const std::string id = g.id(header);
             uint64_t size = 0;
             const bool isValid = g.size(header, &size);
-            const uint64_t body = at + g.header, there = std::min(size, end - body);
+            const uint64_t body = at + g.header, inFile = std::min(size, m_contents.fileBytes - body);
+            const uint64_t there = depth == 0 ? inFile : std::min(size, end - body);
             m_contents.chunks.push_back({id, at, size, depth});
             if (id.find('?') != id.npos) Note(at, "the id of a chunk is not printable");
             if (!isValid) return Error(at, "'" + id + "' has a size that cannot be");
             if (there < size)
                 Error(at, "'" + id + "' tells of " + std::to_string(size) + " bytes, " +
                               std::to_string(there) + " are there");
+            else if (body + size > end)
+                Error(at, "'" + id + "' reaches beyond the form");
             Take(id, body, size, there);
             if (depth == 0 && (id == "LIST" || id == "list") && there >= g.type)
                 Chunks(g, body + g.type, body + there, 1);
@@ -198,6 +201,12 @@ private:
         m_contents.format = QmWaveFormatBlock(wfx);
         m_contents.hasFormat = true;
         CheckFormat(*wfx, m_format.offset);
+        constexpr uint32_t TAG_ALAW = 6, TAG_MULAW = 7;  // one byte a sample
+        const uint32_t tag = QmAudio_GetWaveFormatTag(wfx);
+        const bool isKnown = m_contents.format.format.sampleType != QMSAMPLE_UNKNOWN;
+        const bool isPacked = tag == WAVE_TAG_PCM || tag == TAG_ALAW || tag == TAG_MULAW;
+        const _qmwaveformat& f = m_contents.format.format;
+        m_frameBytes = isKnown ? f.BytesPerSample() * f.channels : isPacked ? wfx->nBlockAlign : 0;
         if (m_data.isThere) Data(m_data.offset, m_data.there, m_data.size);
     }
 
@@ -223,12 +232,12 @@ private:
         m_contents.dataHeader = m_data.offset - (m_contents.container == MediaContainer::Wave64 ? 24 : 8);
         m_contents.dataOffset = offset;
         m_contents.dataBytes = there;
-        const _qmwaveformat& f = m_contents.format.format;
-        if (f.IsCompressed() || f.blockAlign == 0) return;
-        m_contents.frames = there / f.blockAlign;
-        if (stored % f.blockAlign)
+        const uint64_t frame = m_frameBytes;
+        if (frame == 0) return;
+        m_contents.frames = there / frame;
+        if (stored % frame)
             Error(m_data.offset,
-                  "the samples end with " + std::to_string(stored % f.blockAlign) + " bytes of a frame");
+                  "the samples end with " + std::to_string(stored % frame) + " bytes of a frame");
         if (stored == 0 && m_contents.fileBytes > offset)
             Error(m_contents.dataHeader, "'data' tells of no samples, and " +
                                              std::to_string(m_contents.fileBytes - offset) + " bytes follow");
@@ -277,8 +286,9 @@ private:
         }
         const uint64_t there = behind - offset;
         const _qmwaveformat& f = m_contents.format.format;
+        m_frameBytes = f.IsCompressed() ? 0 : f.blockAlign;
         Data(m_data.offset + sizeof bytes + offset, there, there);
-        if (f.IsCompressed() || f.blockAlign == 0) return;
+        if (m_frameBytes == 0) return (void)(m_contents.frames = comm.frames);
         if (m_contents.frames < comm.frames)
             Error(m_format.offset + 2, "'COMM' tells of " + std::to_string(comm.frames) + " frames, " +
                                            std::to_string(m_contents.frames) + " are there");
@@ -296,6 +306,7 @@ private:
     FileStream m_s;
     MediaContents& m_contents;
     Place m_format{}, m_data{};
+    uint64_t m_frameBytes = 0;  ///< 0 where frames cannot be counted
 };
 
 }  // namespace

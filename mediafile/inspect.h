@@ -41,7 +41,7 @@ struct MediaContents {
     uint64_t dataOffset = 0;  ///< of the first sample
     uint64_t dataBytes = 0;   ///< that are in the file
     uint64_t dataHeader = 0;  ///< of the data chunk's header
-    uint64_t frames = 0;      ///< whole ones; 0 for a compressed format
+    uint64_t frames = 0;      ///< whole ones; of most compressed formats 0, or what the header tells
 
     bool HasErrors() const {
         for (const MediaProblem& p : problems)

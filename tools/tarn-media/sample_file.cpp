@@ -58,7 +58,10 @@ HRESULT SampleFile::Begin() { return IsAiff(m_container) ? BeginAiff() : BeginWa
 
 HRESULT SampleFile::BeginWave() {
     WAVEFORMATEXTENSIBLE wfx;
-    m_format.ToWfx(&wfx.Format, sizeof wfx, QMWAVEFORMAT_COPY_MULTICHANNEL);
+    // Of Wave64 with the extensible record some readers take floats for whole numbers.
+    const bool isPlain = m_container == MediaContainer::Wave64 && !m_format.HasOwnMask();
+    m_format.ToWfx(&wfx.Format, sizeof wfx,
+                   isPlain ? QMWAVEFORMAT_COPY_PLAIN : QMWAVEFORMAT_COPY_MULTICHANNEL);
     const bool isPcm = wfx.Format.wFormatTag == WAVE_TAG_PCM;
     const auto formatBytes = static_cast<uint32_t>(isPcm ? 16 : sizeof wfx.Format + wfx.Format.cbSize);
     if (m_container == MediaContainer::Wave64) {

@@ -1,0 +1,138 @@
+// The program itself: exit codes, messages, and that no original is harmed.
+#include "mediafile/wave_file.h"
+#include "tests/mediafile/media_support.h"
+
+#include <array>
+#include <cstdio>
+
+#include <sys/wait.h>
+
+namespace {
+
+struct Outcome {
+    int code;
+    std::string text;
+};
+
+class TarnMedia : public MediaTest {
+protected:
+    Outcome Run(const std::string& arguments) {
+        const std::string command = std::string(TARN_MEDIA) + " " + arguments + " 2>&1";
+        std::FILE* pipe = ::popen(command.c_str(), "r");
+        std::string text;
+        std::array<char, 256> line;
+        while (std::fgets(line.data(), line.size(), pipe)) text += line.data();
+        const int status = ::pclose(pipe);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text};
+    }
+    void MakeWave(const std::string& name, size_t frames = 1000) {
+        Bytes samples(frames * 4);
+        for (size_t i = 0; i < samples.size(); i++) samples[i] = static_cast<uint8_t>(i * 31);
+        Make(name, WaveForm(Builder().Chunk("fmt ", PcmFormat(2, 48000, 16)).Chunk("data", samples).bytes));
+    }
+};
+
+TEST_F(TarnMedia, TellsWhatIsThere) {
+    MakeWave("a.wav");
+    const Outcome info = Run("info " + Path("a.wav"));
+    EXPECT_EQ(info.code, 0);
+    EXPECT_NE(info.text.find("1000 frames, 0:00:00.020"), std::string::npos) << info.text;
+    const Outcome json = Run("info --json " + Path("a.wav"));
+    EXPECT_NE(json.text.find("\"frames\": 1000"), std::string::npos) << json.text;
+    EXPECT_EQ(Run("verify " + Path("a.wav")).code, 0);
+    Make("bad.wav", {'R', 'I', 'F', 'F'});
+    const Outcome bad = Run("info " + Path("bad.wav"));
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_EQ(bad.text, "tarn-media: " + Path("bad.wav") + ": at 0: the file ends within its header\n");
+    EXPECT_EQ(Run("info " + Path("none.wav")).code, 2);
+    EXPECT_EQ(Run("convert " + Path("a.wav")).code, 3);
+}
+
+TEST_F(TarnMedia, ConvertsThereAndBack) {
+    MakeWave("a.wav", 300001);  // several pieces, and an odd number
+    const Bytes original = Content("a.wav");
+    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("b.aiff") + " --type pcm24").code, 0);
+    ASSERT_EQ(Run("convert " + Path("b.aiff") + " " + Path("c.w64") + " --type float64").code, 0);
+    ASSERT_EQ(Run("convert " + Path("c.w64") + " " + Path("d.aifc") + " --type pcm32").code, 0);
+    ASSERT_EQ(Run("convert " + Path("d.aifc") + " " + Path("e.wav") + " --type pcm16").code, 0);
+    EXPECT_EQ(Content("e.wav"), original);
+    EXPECT_EQ(Content("a.wav"), original);
+    for (const char* name : {"b.aiff", "c.w64", "d.aifc"})
+        EXPECT_EQ(Run("verify " + Path(name)).code, 0) << name;
+}
+
+TEST_F(TarnMedia, GainAndChannels) {
+    MakeWave("a.wav");
+    const Bytes a = Content("a.wav");
+    const auto sample = [](const Bytes& bytes, size_t at) {
+        return static_cast<int16_t>(bytes[at] | bytes[at + 1] << 8);
+    };
+    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("r.wav") + " --channel 2").code, 0);
+    const Bytes right = Content("r.wav");
+    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("m.wav") + " --channels 1 --gain -6.0205999").code,
+              0);
+    const Bytes mono = Content("m.wav");
+    for (size_t i = 0; i < 1000; i++) {
+        ASSERT_EQ(sample(right, 44 + 2 * i), sample(a, 44 + 4 * i + 2));
+        ASSERT_NEAR(sample(mono, 44 + 2 * i), (sample(a, 44 + 4 * i) + sample(a, 44 + 4 * i + 2)) / 4.0,
+                    0.51);
+    }
+    ASSERT_EQ(Run("convert " + Path("r.wav") + " " + Path("q.wav") + " --channels 4").code, 0);
+    EXPECT_EQ(sample(Content("q.wav"), Content("q.wav").size() - 2), sample(right, right.size() - 2));
+    EXPECT_EQ(Run("convert " + Path("a.wav") + " " + Path("x.wav") + " --channels 4").code, 2);
+    EXPECT_FALSE(std::filesystem::exists(Path("x.wav")));
+}
+
+TEST_F(TarnMedia, ReplacesOnlyWhenTold) {
+    MakeWave("a.wav");
+    MakeWave("b.wav", 7);
+    const Bytes before = Content("b.wav");
+    EXPECT_EQ(Run("convert " + Path("a.wav") + " " + Path("b.wav")).code, 2);
+    EXPECT_EQ(Content("b.wav"), before);
+    EXPECT_EQ(Run("convert --force " + Path("a.wav") + " " + Path("b.wav")).code, 0);
+    EXPECT_EQ(Content("b.wav"), Content("a.wav"));
+    // Onto itself: the original is read to the end before it is replaced.
+    EXPECT_EQ(Run("convert --force --type pcm24 " + Path("a.wav") + " " + Path("a.wav")).code, 0);
+    EXPECT_EQ(Run("verify " + Path("a.wav")).code, 0);
+    EXPECT_EQ(Content("a.wav").size(), 44u + 6000);
+    // A disk that is full leaves nothing behind.
+    const Outcome full = Run("convert " + Path("a.wav") + " /dev/full/x.wav");
+    EXPECT_EQ(full.code, 2);
+}
+
+TEST_F(TarnMedia, RepairsACopy) {
+    MakeWave("a.wav");
+    Bytes cut = Content("a.wav");
+    cut.resize(44 + 1001);
+    Make("cut.wav", cut);
+    EXPECT_EQ(Run("verify " + Path("cut.wav")).code, 1);
+    const Outcome repair = Run("repair " + Path("cut.wav"));
+    EXPECT_EQ(repair.code, 0) << repair.text;
+    EXPECT_NE(repair.text.find("250 frames"), std::string::npos) << repair.text;
+    EXPECT_EQ(Content("cut.wav"), cut) << "the original stays";
+    EXPECT_EQ(Run("verify " + Path("cut.repaired.wav")).code, 0);
+    EXPECT_EQ(Run("repair --in-place " + Path("cut.wav")).code, 0);
+    EXPECT_EQ(Run("verify " + Path("cut.wav")).code, 0);
+    EXPECT_NE(Run("repair " + Path("a.wav")).text.find("nothing to repair"), std::string::npos);
+    Make("rubbish.wav", Bytes(10, 7));
+    EXPECT_EQ(Run("repair " + Path("rubbish.wav")).code, 2);
+    EXPECT_FALSE(std::filesystem::exists(Path("rubbish.repaired.wav")));
+}
+
+TEST_F(TarnMedia, HeadersForRawSamples) {
+    Make("raw", Bytes(600, 3));
+    ASSERT_EQ(
+        Run("header insert " + Path("raw") + " " + Path("a.wav") + " --type pcm24 --rate 96000 --channels 2")
+            .code,
+        0);
+    ASSERT_EQ(Run("header insert " + Path("raw") + " " + Path("b.w64") + " --bytes 4096").code, 0);
+    EXPECT_NE(Run("info " + Path("a.wav")).text.find("100 frames"), std::string::npos);
+    EXPECT_NE(Run("info " + Path("b.w64")).text.find("600 bytes at 4096"), std::string::npos);
+    for (const char* name : {"a.wav", "b.w64"}) EXPECT_EQ(Run(std::string("verify ") + Path(name)).code, 0);
+    ASSERT_EQ(Run("header reserve " + Path("r.wav") + " --bytes 4096").code, 0);
+    EXPECT_EQ(Content("r.wav").size(), 4096u);
+    EXPECT_EQ(Run("header insert " + Path("raw") + " " + Path("c.wav") + " --bytes 50").code, 2);
+    EXPECT_FALSE(std::filesystem::exists(Path("c.wav")));
+}
+
+}  // namespace

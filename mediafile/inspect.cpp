@@ -87,11 +87,13 @@ public:
             Walk(is("AIFC", 8) ? MediaContainer::Aifc : MediaContainer::Aiff, AIFF, head);
             CheckAiff();
         } else {
-            Error(0, got == 0                           ? "the file is empty"
-                     : is("RF64", 0) || is("BW64", 0)   ? "an RF64 file, which is not supported"
-                     : is("RIFX", 0)                    ? "a big-endian RIFF file, which is not supported"
-                     : !is("RIFF", 0) && !is("FORM", 0) ? "neither wave, Wave64 nor AIFF"
-                     : got < 12                         ? "the file ends within its header"
+            const bool isForm = is("RIFF", 0) || is("FORM", 0), isRf64 = is("RF64", 0) || is("BW64", 0);
+            m_contents.isOtherKind = isRf64 || is("RIFX", 0) || (isForm && got >= 12);
+            Error(0, got == 0                         ? "the file is empty"
+                     : is("RF64", 0) || is("BW64", 0) ? "an RF64 file, which is not supported"
+                     : is("RIFX", 0)                  ? "a big-endian RIFF file, which is not supported"
+                     : !isForm                        ? "neither wave, Wave64 nor AIFF"
+                     : got < 12                       ? "the file ends within its header"
                                 : "a form that holds no samples: '" + Printable(head + 8) + "'");
         }
     }
@@ -152,7 +154,7 @@ private:
                               std::to_string(there) + " are there");
             else if (body + size > end)
                 Error(at, "'" + id + "' reaches beyond the form");
-            Take(id, body, size, there);
+            if (depth == 0) Take(id, body, size, there);
             if (depth == 0 && (id == "LIST" || id == "list") && there >= g.type)
                 Chunks(g, body + g.type, body + there, 1);
             if (there < size) return;
@@ -238,7 +240,7 @@ private:
         if (stored % frame)
             Error(m_data.offset,
                   "the samples end with " + std::to_string(stored % frame) + " bytes of a frame");
-        if (stored == 0 && m_contents.fileBytes > offset)
+        if (stored == 0 && m_contents.fileBytes >= offset + frame)
             Error(m_contents.dataHeader, "'data' tells of no samples, and " +
                                              std::to_string(m_contents.fileBytes - offset) + " bytes follow");
     }

@@ -30,6 +30,7 @@ struct MediaProblem {
 
 struct MediaContents {
     MediaContainer container = MediaContainer::Unknown;
+    bool isOtherKind = false;  ///< a sound file by its header, of a kind that is not read here
     uint64_t fileBytes = 0;
     std::vector<MediaChunk> chunks;
     std::vector<MediaProblem> problems;

@@ -22,19 +22,36 @@ public:
     HRESULT Run() {
         const MediaContents contents = InspectMedia(m_s.file);
         m_length = contents.fileBytes;
-        switch (contents.container) {
-        case MediaContainer::Wave:
-        case MediaContainer::Wave64:
-            return contents.hasFormat && contents.hasData && !contents.format.format.IsCompressed()
-                       ? MendWave(contents)
-                       : NewHeader(contents.container == MediaContainer::Wave64);
-        case MediaContainer::Aiff:
-        case MediaContainer::Aifc: return MendAiff(contents);
-        default: return NewHeader(LooksLikeWave64());
-        }
+        if (contents.isOtherKind) return MEDIA_E_UNSUPPORTED_FORMAT;
+        if (contents.container == MediaContainer::Aiff || contents.container == MediaContainer::Aifc)
+            return MendAiff(contents);
+        if (CanMend(contents)) return MendWave(contents);
+        const bool is64 = contents.container == MediaContainer::Wave64 || LooksLikeWave64();
+        if (const HRESULT hr = NewHeader(is64); Failed(hr)) return hr;
+        const MediaContents after = InspectMedia(m_s.file);
+        return CanMend(after) ? MendWave(after) : S_OK;
     }
 
 private:
+    static bool CanMend(const MediaContents& c) {
+        const bool isWave = c.container == MediaContainer::Wave || c.container == MediaContainer::Wave64;
+        return isWave && c.hasFormat && c.hasData && !c.format.format.IsCompressed();
+    }
+
+    /// Where the form ends when the samples are its last chunk: behind their pad, if there is one.
+    uint64_t EndOf(uint64_t offset, uint64_t bytes, uint64_t multiple) const {
+        return std::min(offset + bytes + (multiple - bytes % multiple) % multiple, m_length);
+    }
+
+    /// As the header tells, where the file reaches so far and no chunk farther.
+    uint64_t EndOfChunks(const MediaContents& c, uint64_t header) const {
+        uint64_t end = c.chunks[0].size > m_length ? m_length : c.chunks[0].size + header;
+        for (size_t i = 1; i < c.chunks.size(); i++)
+            if (c.chunks[i].depth == 0)
+                end = std::max(end, c.chunks[i].offset + header + std::min(c.chunks[i].size, m_length));
+        return std::min(end, m_length);
+    }
+
     bool LooksLikeWave64() {
         // Labels that a damaged head may still have: the form's, or the format's.
         GUID found;
@@ -76,8 +93,10 @@ private:
         }
         if (!is64 && m_length - header > RIFF_LARGEST) return MEDIA_E_TOO_LARGE;
         if (const HRESULT hr = MendCutChunks(c, header, false); Failed(hr)) return hr;
-        if (is64) return Patch<uint64_t>(16, m_length, false, "the size of the file");
-        return Patch<uint32_t>(4, static_cast<uint32_t>(m_length - header), false, "the size of the file");
+        const uint64_t end =
+            ChunksFollow(c) ? EndOfChunks(c, header) : EndOf(c.dataOffset, bytes, is64 ? 8 : 2);
+        if (is64) return Patch<uint64_t>(16, end, false, "the size of the file");
+        return Patch<uint32_t>(4, static_cast<uint32_t>(end - header), false, "the size of the file");
     }
 
     /// What follows the samples' chunk by its stored size is a chunk, and not more samples.
@@ -89,8 +108,13 @@ private:
 
     /// Sizes of other chunks that reach beyond the end of the file.
     HRESULT MendCutChunks(const MediaContents& c, uint64_t header, bool bigEndian) {
+        bool isCut = false;  // the list that a chunk is in
         for (const MediaChunk& chunk : c.chunks) {
             const uint64_t body = chunk.offset + header;
+            if (chunk.depth == 0)
+                isCut = chunk.size > m_length - body;
+            else if (!isCut)
+                continue;
             if (chunk.offset == 0 || chunk.offset == c.dataHeader || chunk.size <= m_length - body) continue;
             const std::string what = "the size of '" + chunk.id + "'";
             const uint64_t there = m_length - body;
@@ -136,8 +160,9 @@ private:
             hr = Patch<uint32_t>(c.dataHeader + 4,
                                  static_cast<uint32_t>(c.dataOffset + bytes - c.dataHeader - 8), true,
                                  "the size of the samples' chunk");
+        const uint64_t end = isLast ? EndOf(c.dataOffset, bytes, 2) : EndOfChunks(c, RIFF_CHUNK_HEADER);
         if (Succeeded(hr))
-            hr = Patch<uint32_t>(4, static_cast<uint32_t>(m_length - 8), true, "the size of the file");
+            hr = Patch<uint32_t>(4, static_cast<uint32_t>(end - 8), true, "the size of the file");
         return hr;
     }
 

@@ -2,6 +2,7 @@
 
 #include "audio/audio_copy.h"
 #include "audio/cells.h"
+#include "audio/copy/copy_table.h"
 #include "audio/copy/stereo.h"
 #include "audio/fill.h"
 
@@ -27,12 +28,53 @@ void Move(Cell* dst, int64_t dstStep, const Cell* src, int64_t srcStep, int64_t 
     for (int64_t i = 0; i < frames; i++) dst[i * dstStep] = src[i * srcStep];
 }
 
+constexpr int64_t LINE = 64, PIECE_FRAMES = 8 * LINE;
+
+/// Whether two destinations begin on lines and are too long for the caches.
+bool IsWorthStreaming(const void* a, const void* b, int64_t bytes) {
+    const auto isOnLine = [](const void* p) { return reinterpret_cast<uintptr_t>(p) % LINE == 0; };
+    return BestStereo().stream && bytes >= STREAMED_BYTES && isOnLine(a) && isOnLine(b);
+}
+
+/// Long runs, through pieces that stay in the first cache. Return how many frames were done.
+template <int WIDTH>
+int64_t JoinStreamed(uint8_t* dst, const uint8_t* left, const uint8_t* right, int64_t frames) {
+    const StereoTables& tables = BestStereo();
+    alignas(LINE) uint8_t piece[PIECE_FRAMES * 2 * WIDTH];
+    int64_t i = 0;
+    for (; i + PIECE_FRAMES <= frames; i += PIECE_FRAMES) {
+        tables.width[WIDTH - 1].join(piece, left + i * WIDTH, right + i * WIDTH, PIECE_FRAMES);
+        tables.stream(dst + i * 2 * WIDTH, piece, sizeof piece);
+    }
+    tables.endStream();
+    return i;
+}
+template <int WIDTH>
+int64_t SplitStreamed(uint8_t* left, uint8_t* right, const uint8_t* src, int64_t frames) {
+    const StereoTables& tables = BestStereo();
+    alignas(LINE) uint8_t first[PIECE_FRAMES * WIDTH], second[PIECE_FRAMES * WIDTH];
+    int64_t i = 0;
+    for (; i + PIECE_FRAMES <= frames; i += PIECE_FRAMES) {
+        tables.width[WIDTH - 1].split(first, second, src + i * 2 * WIDTH, PIECE_FRAMES);
+        tables.stream(left + i * WIDTH, first, sizeof first);
+        tables.stream(right + i * WIDTH, second, sizeof second);
+    }
+    tables.endStream();
+    return i;
+}
+
 /// One channel of each frame on all channels of another; backwards where the destination grows over its
 /// source.
 template <class Cell>
 void Spread(Cell* dst, int64_t dstChannels, const Cell* src, int64_t srcChannels, int64_t frames) {
     const StereoTable& stereo = Stereo(sizeof(Cell));
-    if (stereo.spread && dstChannels == 2 && srcChannels == 1) return stereo.spread(dst, src, frames);
+    if (stereo.spread && dstChannels == 2 && srcChannels == 1) {
+        int64_t done = 0;
+        if (IsWorthStreaming(dst, dst, frames * 2 * int64_t{sizeof(Cell)}) &&
+            (src + frames <= dst || dst + 2 * frames <= src))
+            done = JoinStreamed<sizeof(Cell)>(dst->bytes, src->bytes, src->bytes, frames);
+        return stereo.spread(dst + 2 * done, src + done, frames - done);
+    }
     const auto one = [&](int64_t i) {
         const Cell cell = src[i * srcChannels];
         for (int64_t c = dstChannels - 1; c >= 0; c--) dst[i * dstChannels + c] = cell;
@@ -97,10 +139,18 @@ HRESULT QmAudio_InsertChannel(void* dst, QMSAMPLETYPE type, uint32_t channels, u
 HRESULT QmAudio_SplitStereo(void* left, void* right, const void* src, QMSAMPLETYPE type, int64_t frames) {
     return WithCell(WidthOf(type), [&](auto cell) {
         using C = decltype(cell);
-        if (const auto split = Stereo(sizeof cell).split) return split(left, right, src, frames);
-        const auto* from = static_cast<const C*>(src);
-        Move(static_cast<C*>(left), 1, from, 2, frames);
-        Move(static_cast<C*>(right), 1, from + 1, 2, frames);
+        auto *l = static_cast<C*>(left), *r = static_cast<C*>(right);
+        const auto* s = static_cast<const C*>(src);
+        const auto split = Stereo(sizeof cell).split;
+        if (!split) {
+            Move(l, 1, s, 2, frames);
+            Move(r, 1, s + 1, 2, frames);
+            return;
+        }
+        int64_t done = 0;
+        if (IsWorthStreaming(l, r, frames * int64_t{sizeof cell}))
+            done = SplitStreamed<sizeof cell>(l->bytes, r->bytes, s->bytes, frames);
+        split(l + done, r + done, s + 2 * done, frames - done);
     });
 }
 
@@ -108,10 +158,18 @@ HRESULT QmAudio_JoinStereo(void* dst, const void* left, const void* right, QMSAM
                            int64_t frames) {
     return WithCell(WidthOf(type), [&](auto cell) {
         using C = decltype(cell);
-        if (const auto join = Stereo(sizeof cell).join) return join(dst, left, right, frames);
-        auto* to = static_cast<C*>(dst);
-        Move(to, 2, static_cast<const C*>(left), 1, frames);
-        Move(to + 1, 2, static_cast<const C*>(right), 1, frames);
+        auto* d = static_cast<C*>(dst);
+        const auto *l = static_cast<const C*>(left), *r = static_cast<const C*>(right);
+        const auto join = Stereo(sizeof cell).join;
+        if (!join) {
+            Move(d, 2, l, 1, frames);
+            Move(d + 1, 2, r, 1, frames);
+            return;
+        }
+        int64_t done = 0;
+        if (IsWorthStreaming(d, d, frames * 2 * int64_t{sizeof cell}))
+            done = JoinStreamed<sizeof cell>(d->bytes, l->bytes, r->bytes, frames);
+        join(d + 2 * done, l + done, r + done, frames - done);
     });
 }
 

@@ -9,6 +9,9 @@ inline constexpr QMSAMPLETYPE COPY_TYPES[] = {
     QMSAMPLE_PCM24IN32, QMSAMPLE_SIGNED8, QMSAMPLE_BE16,  QMSAMPLE_BE24,  QMSAMPLE_BE32};
 inline constexpr int COPY_TYPE_COUNT = 11;
 
+/// A destination of so many bytes does not stay in any cache, and is written past them.
+inline constexpr int64_t STREAMED_BYTES = 16 << 20;
+
 struct CopyTable {
     QMAUDIOCOPYFN routine[COPY_TYPE_COUNT]
                          [COPY_TYPE_COUNT];  ///< [destination][source], null where there is none

@@ -182,9 +182,6 @@ void CopyAll(uint8_t* d, const uint8_t* s, int64_t samples, float scale) {
     }
 }
 
-/// So many bytes of destination do not stay in any cache, and are written past it.
-constexpr int64_t STREAMED_BYTES = 16 << 20;
-
 /// Long runs into another buffer, through a piece that stays in the first cache. Returns how many samples
 /// were done: all but a few, or none where the destination cannot be aligned.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>

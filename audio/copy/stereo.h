@@ -18,6 +18,10 @@ struct StereoTable {
 struct StereoTables {
     StereoTable width[8];
     void (*averageFloats)(void* mono, const void* stereo, int64_t frames);
+    /// Whole lines to the beginning of a line, past the caches; null where that is not known. The last is
+    /// followed by endStream.
+    void (*stream)(void* to, const void* from, size_t bytes);
+    void (*endStream)();
 };
 
 /// That of the processor.

@@ -134,13 +134,15 @@ inline void AverageFloats(void* mono, const void* stereo, int64_t frames) {
     if (i < frames) AveragePiece(d + i, s + 2 * i, frames - i);
 }
 
-constexpr StereoTables MakeStereoTables() {
+constexpr StereoTables MakeStereoTables(void (*stream)(void*, const void*, size_t), void (*endStream)()) {
     StereoTables tables{};
     tables.width[0] = StereoLoops<1>::TABLE;
     tables.width[1] = StereoLoops<2>::TABLE;
     tables.width[3] = StereoLoops<4>::TABLE;
     tables.width[7] = StereoLoops<8>::TABLE;
     tables.averageFloats = AverageFloats;
+    tables.stream = stream;
+    tables.endStream = endStream;
     return tables;
 }
 

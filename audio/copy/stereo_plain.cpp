@@ -1,7 +1,7 @@
 #include "audio/copy/stereo_loops.h"
 #include "platform/cpu_support.h"
 
-constexpr StereoTables STEREO_PLAIN = MakeStereoTables();
+constexpr StereoTables STEREO_PLAIN = MakeStereoTables(nullptr, nullptr);
 
 const StereoTables& BestStereo() {
 #ifdef __x86_64__

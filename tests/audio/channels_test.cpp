@@ -106,6 +106,25 @@ TEST(Channels, StereoIsTheSameAtEveryLevel) {
     }
 }
 
+TEST(Channels, LongStereoIsSplitAndJoined) {
+    constexpr size_t SAMPLES = (size_t{16} << 20) / 2 + 1001;
+    struct Line {
+        alignas(64) uint16_t words[32];
+    };
+    std::vector<Line> stereo(2 * SAMPLES / 32 + 1), left(SAMPLES / 32 + 1), right(left.size()),
+        joined(stereo.size());
+    auto* s = stereo[0].words;
+    for (size_t i = 0; i < 2 * SAMPLES; i++) s[i] = static_cast<uint16_t>(i * 40503 >> 3);
+    const auto frames = static_cast<int64_t>(SAMPLES);
+    ASSERT_EQ(QmAudio_SplitStereo(left.data(), right.data(), s, QMSAMPLE_PCM16, frames), S_OK);
+    for (size_t i = 0; i < SAMPLES; i += 97) {
+        ASSERT_EQ(left[0].words[i], s[2 * i]) << i;
+        ASSERT_EQ(right[0].words[i], s[2 * i + 1]) << i;
+    }
+    ASSERT_EQ(QmAudio_JoinStereo(joined.data(), left.data(), right.data(), QMSAMPLE_PCM16, frames), S_OK);
+    EXPECT_EQ(std::memcmp(joined.data(), s, 4 * SAMPLES), 0);
+}
+
 TEST(Channels, SwapPairsAndNeighbours) {
     const WAVEFORMATEX six = Format(QMSAMPLE_PCM16, 6), big = Format(QMSAMPLE_BE16, 2),
                        mono = Format(QMSAMPLE_PCM16, 1);

@@ -88,6 +88,31 @@ TEST_P(CopyLevels, EqualInPlaceAndOnLongRuns) {
     });
 }
 
+/// So long that the destination is written past the caches, at every alignment of interest.
+TEST_P(CopyLevels, EqualWhereTheCachesArePassed) {
+    std::mt19937_64 random(4);
+    for (const auto& [dst, src] : {std::pair{QMSAMPLE_FLOAT32, QMSAMPLE_PCM16},
+                                   {QMSAMPLE_PCM24, QMSAMPLE_FLOAT32},
+                                   {QMSAMPLE_PCM16, QMSAMPLE_FLOAT64},
+                                   {QMSAMPLE_PCM8, QMSAMPLE_BE16}}) {
+        const size_t to = QmAudio_BytesFromSampleType(dst), count = (size_t{16} << 20) / to + 777;
+        const std::vector<uint8_t> pattern = RandomSamples(src, 9973, random);
+        std::vector<uint8_t> source(count * QmAudio_BytesFromSampleType(src));
+        for (size_t i = 0; i < source.size(); i++) source[i] = pattern[i % pattern.size()];
+        std::vector<uint8_t> expected(count * to), target(count * to + 128, 0xEE);
+        Routine(0, dst, src)(expected.data(), source.data(), static_cast<int64_t>(count), 0.9f);
+        for (const size_t offset : {size_t{1}, size_t{64}}) {
+            std::fill(target.begin(), target.end(), 0xEE);
+            Routine(GetParam().bits, dst, src)(target.data() + offset, source.data(),
+                                               static_cast<int64_t>(count), 0.9f);
+            ASSERT_EQ(std::memcmp(target.data() + offset, expected.data(), expected.size()), 0)
+                << PairName(dst, src);
+            ASSERT_EQ(target[offset - 1], 0xEE);
+            ASSERT_EQ(target[offset + expected.size()], 0xEE);
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, CopyLevels, testing::ValuesIn(LEVELS),
                          [](const auto& level) { return std::string(level.param.name); });
 

@@ -101,6 +101,7 @@ private:
 
     /// What follows the samples' chunk by its stored size is a chunk, and not more samples.
     static bool ChunksFollow(const MediaContents& c) {
+        if (c.formatOffset > c.dataHeader) return true;
         for (const MediaChunk& chunk : c.chunks)
             if (chunk.offset > c.dataHeader) return chunk.id.find('?') == std::string::npos;
         return false;

@@ -163,8 +163,9 @@ HRESULT mriff_WriteWaveHeader(MRIFF* m, const WAVEFORMATEX* wfx, uint32_t dataBy
                             0, sizeof format);
         formatBytes = 16;
     }
-    const uint32_t length = formatBytes + dataBytes + extraBytes;
-    mriff_WriteFileID(m, FourCC("WAVE"), length + 20 + (length & 1));
+    const uint64_t length = uint64_t{formatBytes} + dataBytes + extraBytes, form = length + 20 + (length & 1);
+    if (form > RIFF_LARGEST) return MEDIA_E_TOO_LARGE;
+    mriff_WriteFileID(m, FourCC("WAVE"), static_cast<uint32_t>(form));
     mriff_WriteChunkHeader(m, FourCC("fmt "), formatBytes);
     if (!MemoryStream{m}.Write(&format, formatBytes)) return MEDIA_E_WRITE;
     mriff_WriteChunkHeader(m, FourCC("data"), dataBytes);

@@ -89,7 +89,7 @@ public:
         if (!m_s.Seek(0)) return MEDIA_E_READ;
         uint32_t stored = 0, form = 0;
         if (const HRESULT hr = ReadFileHeader(&stored, &form); Failed(hr)) return hr;
-        *size = stored + 4;
+        *size = stored > UINT32_MAX - 4 ? UINT32_MAX : stored + 4;
         return S_OK;
     }
     HRESULT UpdateRiffSize(int64_t delta) {

@@ -294,6 +294,7 @@ TEST(Mriff, WaveHeaders) {
     QmAudio_InitWfx(&wfx, 48000, QMSAMPLE_FLOAT32, 2);
     mriff_Init(&m, memory, 0, 30);
     EXPECT_EQ(mriff_WriteWaveHeader(&m, &wfx, 0, 0), MEDIA_E_WRITE);
+    EXPECT_EQ(mriff_WriteWaveHeader(&m, &wfx, 0xFFFFFF00, 0xFFFFFF00), MEDIA_E_TOO_LARGE);
 }
 
 TEST(Mriff, InfoStrings) {

@@ -3,7 +3,9 @@
 #include "mediafile/media_codes.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
@@ -24,6 +26,22 @@ constexpr TypeName TYPE_NAMES[] = {{"pcm8", QMSAMPLE_PCM8},       {"pcm16", QMSA
                                    {"float32", QMSAMPLE_FLOAT32}, {"float64", QMSAMPLE_FLOAT64},
                                    {"signed8", QMSAMPLE_SIGNED8}, {"be16", QMSAMPLE_BE16},
                                    {"be24", QMSAMPLE_BE24},       {"be32", QMSAMPLE_BE32}};
+
+// The unfinished file, for the handler below; one at a time.
+char unfinished[4096];
+
+/// An interrupted program leaves nothing behind.
+extern "C" void RemoveUnfinished(int signal) {
+    if (unfinished[0]) ::unlink(unfinished);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void Guard(const std::string& path) {
+    path.copy(unfinished, sizeof unfinished - 1);
+    unfinished[std::min(path.size(), sizeof unfinished - 1)] = 0;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveUnfinished);
+}
 
 std::string SystemReason() { return std::generic_category().message(QmFile_LastError()); }
 
@@ -64,6 +82,7 @@ NewFile::NewFile(const std::string& target, bool mayReplace) : m_target(target) 
         if (!m_file && QmFile_LastError() != EEXIST) break;
     }
     if (!m_file) throw std::runtime_error(SystemReason());
+    Guard(m_aside);
 }
 
 NewFile::~NewFile() {
@@ -77,6 +96,7 @@ void NewFile::Commit() {
     const bool written = QmFile_Flush(m_file.get()) && QmFile_Close(m_file.release());
     std::error_code error;
     if (written) fs::rename(m_aside, m_target, error);
+    unfinished[0] = 0;
     if (written && !error) return;
     const std::string reason = written ? error.message() : SystemReason();
     fs::remove(m_aside, error);

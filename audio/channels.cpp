@@ -17,7 +17,7 @@ uint32_t WidthOf(QMSAMPLETYPE type) { return QmAudio_BytesFromSampleType(type); 
 uint32_t LittleEndianWidthOf(QMSAMPLETYPE type) { return IsLittleEndianKind(type) ? WidthOf(type) : 0; }
 
 /// The loops for stereo of so wide samples; members are null where there are none.
-const StereoTable& Stereo(uint32_t width) { return BestStereo().width[width - 1]; }
+const StereoTable& Stereo(uint32_t width) { return width == 3 ? STEREO24 : BestStereo().width[width - 1]; }
 
 /// Every `dstStep`-th cell from every `srcStep`-th.
 template <class Cell>
@@ -43,7 +43,7 @@ int64_t JoinStreamed(uint8_t* dst, const uint8_t* left, const uint8_t* right, in
     alignas(LINE) uint8_t piece[PIECE_FRAMES * 2 * WIDTH];
     int64_t i = 0;
     for (; i + PIECE_FRAMES <= frames; i += PIECE_FRAMES) {
-        tables.width[WIDTH - 1].join(piece, left + i * WIDTH, right + i * WIDTH, PIECE_FRAMES);
+        Stereo(WIDTH).join(piece, left + i * WIDTH, right + i * WIDTH, PIECE_FRAMES);
         tables.stream(dst + i * 2 * WIDTH, piece, sizeof piece);
     }
     tables.endStream();
@@ -55,7 +55,7 @@ int64_t SplitStreamed(uint8_t* left, uint8_t* right, const uint8_t* src, int64_t
     alignas(LINE) uint8_t first[PIECE_FRAMES * WIDTH], second[PIECE_FRAMES * WIDTH];
     int64_t i = 0;
     for (; i + PIECE_FRAMES <= frames; i += PIECE_FRAMES) {
-        tables.width[WIDTH - 1].split(first, second, src + i * 2 * WIDTH, PIECE_FRAMES);
+        Stereo(WIDTH).split(first, second, src + i * 2 * WIDTH, PIECE_FRAMES);
         tables.stream(left + i * WIDTH, first, sizeof first);
         tables.stream(right + i * WIDTH, second, sizeof second);
     }

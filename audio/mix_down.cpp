@@ -40,6 +40,23 @@ void MixPair(uint8_t* d, const uint8_t* s) {
     StoreWhole<TYPE>(d, static_cast<int32_t>(sum));
 }
 
+/// The same over words of 24 bits in vectors: samples of fewer bits lose nothing by the sum and its half, and
+/// the way back clamps and rounds.
+template <QMSAMPLETYPE TYPE, Mix MIX>
+void MixWords(uint8_t* d, const uint8_t* s, int64_t frames) {
+    constexpr int64_t PIECE = 512, BYTES = Sample<TYPE>::BYTES;
+    const QMAUDIOCOPYFN widen = QmAudio_GetCopyFunction2(QMSAMPLE_PCM24IN32, TYPE),
+                        narrow = QmAudio_GetCopyFunction2(TYPE, QMSAMPLE_PCM24IN32);
+    const StereoTables& tables = BestStereo();
+    int32_t stereo[2 * PIECE], mono[PIECE];
+    for (int64_t i = 0; i < frames; i += PIECE) {
+        const int64_t count = frames - i < PIECE ? frames - i : PIECE;
+        widen(stereo, s + 2 * BYTES * i, 2 * count, 1);
+        (MIX == Mix::Average ? tables.averageWords : tables.sumWords)(mono, stereo, count);
+        narrow(d + BYTES * i, mono, count, 1);
+    }
+}
+
 template <QMSAMPLETYPE TYPE, Mix MIX>
 void MixDown(void* dst, const void* src, int64_t channels, int64_t frames) {
     auto* d = static_cast<uint8_t*>(dst);
@@ -54,6 +71,8 @@ void MixDown(void* dst, const void* src, int64_t channels, int64_t frames) {
         mix(channels, [=](uint8_t* to, const uint8_t* from) { MixFrame<TYPE, MIX>(to, from, channels); });
     else if constexpr (Sample<TYPE>::IS_FLOAT)
         mix(2, [](uint8_t* to, const uint8_t* from) { MixFrame<TYPE, MIX>(to, from, 2); });
+    else if constexpr (Sample<TYPE>::BITS <= 24 && !Sample<TYPE>::IS_BIG_ENDIAN)
+        MixWords<TYPE, MIX>(d, s, frames);
     else
         mix(2, MixPair<TYPE, MIX>);
 }

@@ -18,11 +18,19 @@ struct StereoTable {
 struct StereoTables {
     StereoTable width[8];
     void (*averageFloats)(void* mono, const void* stereo, int64_t frames);
+    /// Two channels of words with 25 bits at most: their sum, and half of it rounded to nearest, ties to
+    /// even.
+    void (*sumWords)(int32_t* mono, const int32_t* stereo, int64_t frames);
+    void (*averageWords)(int32_t* mono, const int32_t* stereo, int64_t frames);
     /// Whole lines to the beginning of a line, past the caches; null where that is not known. The last is
     /// followed by endStream.
     void (*stream)(void* to, const void* from, size_t bytes);
     void (*endStream)();
 };
+
+/// Three bytes, by way of the processor's conversions; without insertion, which would write the other
+/// channel, too.
+extern const StereoTable STEREO24;
 
 /// That of the processor.
 const StereoTables& BestStereo();

@@ -134,6 +134,16 @@ inline void AverageFloats(void* mono, const void* stereo, int64_t frames) {
     if (i < frames) AveragePiece(d + i, s + 2 * i, frames - i);
 }
 
+inline void SumWords(int32_t* mono, const int32_t* stereo, int64_t frames) {
+    for (int64_t i = 0; i < frames; i++) mono[i] = stereo[2 * i] + stereo[2 * i + 1];
+}
+inline void AverageWords(int32_t* mono, const int32_t* stereo, int64_t frames) {
+    for (int64_t i = 0; i < frames; i++) {
+        const int32_t sum = stereo[2 * i] + stereo[2 * i + 1];
+        mono[i] = (sum + (sum >> 1 & 1)) >> 1;
+    }
+}
+
 constexpr StereoTables MakeStereoTables(void (*stream)(void*, const void*, size_t), void (*endStream)()) {
     StereoTables tables{};
     tables.width[0] = StereoLoops<1>::TABLE;
@@ -141,6 +151,8 @@ constexpr StereoTables MakeStereoTables(void (*stream)(void*, const void*, size_
     tables.width[3] = StereoLoops<4>::TABLE;
     tables.width[7] = StereoLoops<8>::TABLE;
     tables.averageFloats = AverageFloats;
+    tables.sumWords = SumWords;
+    tables.averageWords = AverageWords;
     tables.stream = stream;
     tables.endStream = endStream;
     return tables;

@@ -124,7 +124,7 @@ TEST_F(Aiff, MarkersAndChunks) {
              {{"COMM", Comm(2, 3, 16)}, {"MARK", markers}, {"ODD ", {1}}, {"SSND", Ssnd(0, Bytes(12))}}));
     IFFMARKER marker;
     ASSERT_EQ(iff_FindMarker(file.get(), &marker, 9), S_OK);
-    EXPECT_EQ(marker.position, 200u);
+    EXPECT_EQ(uint32_t{marker.position}, 200u);
     char name[3];
     ASSERT_TRUE(QmFile_Read(file.get(), name, 3, nullptr));
     EXPECT_EQ(std::string(name, 3), "odd");

@@ -202,6 +202,11 @@ private:
         }
         m_contents.format = QmWaveFormatBlock(wfx);
         m_contents.hasFormat = true;
+        // The kernel takes 24 valid bits of 32 for its own layout, in the low end of the word. Files have
+        // them at the high end, as the record's publisher tells: as samples of 32 bits.
+        _qmwaveformat& format = m_contents.format.format;
+        if (wfx->wFormatTag == WAVE_TAG_EXTENSIBLE && format.sampleType == QMSAMPLE_PCM24IN32)
+            format.sampleType = QMSAMPLE_PCM32;
         CheckFormat(*wfx, m_format.offset);
         constexpr uint32_t TAG_ALAW = 6, TAG_MULAW = 7;  // one byte a sample
         const uint32_t tag = QmAudio_GetWaveFormatTag(wfx);

@@ -80,7 +80,7 @@ public:
         return *this;
     }
     Builder& Zeros(size_t count) {
-        bytes.resize(bytes.size() + count);
+        bytes.insert(bytes.end(), count, uint8_t{0});
         return *this;
     }
     /// A RIFF chunk with its pad.

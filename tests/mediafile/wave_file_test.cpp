@@ -180,6 +180,17 @@ TEST_F(WaveFiles, TwentyBitsReadAsTwentyFour) {
     EXPECT_EQ(frames, 10u);
 }
 
+TEST_F(WaveFiles, ValidBitsOfFilesStandAtTheHighEnd) {
+    WAVEFORMATEXTENSIBLE ext;
+    QmAudio_InitWfxFlex(&ext.Format, WAVE_TAG_PCM, 48000, 32, 2, 0xC, sizeof ext);
+    ext.wValidBitsPerSample = 24;
+    Make("24.wav",
+         WaveForm(
+             Builder().Chunk("fmt ", Builder().Raw(&ext, sizeof ext).bytes).Chunk("data", Bytes(80)).bytes));
+    EXPECT_EQ(Inspected("24.wav").format.format.sampleType, QMSAMPLE_PCM32);
+    EXPECT_TRUE(Inspected("24.wav").problems.empty());
+}
+
 TEST_F(WaveFiles, SettingTheFormatOfAWaveUnmakesIt) {
     WAVEFORMATEX wfx = Format();
     ASSERT_EQ(QmInitializeWav(WidePath("a.wav").c_str(), &wfx, FILE_CREATE_NEW), S_OK);

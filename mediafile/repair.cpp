@@ -1,5 +1,6 @@
 #include "mediafile/repair.h"
 
+#include "audio/format_text.h"
 #include "mediafile/aiff_comm.h"
 #include "mediafile/file_stream.h"
 #include "mediafile/lost_samples.h"
@@ -35,7 +36,15 @@ public:
 private:
     static bool CanMend(const MediaContents& c) {
         const bool isWave = c.container == MediaContainer::Wave || c.container == MediaContainer::Wave64;
-        return isWave && c.hasFormat && c.hasData && !c.format.format.IsCompressed();
+        return isWave && c.hasFormat && c.hasData && (!c.format.format.IsForeign() || IsOfACodec(c));
+    }
+
+    /// Compressed by a codec that has a name: its format is left alone, and only sizes are mended.
+    static bool IsOfACodec(const MediaContents& c) {
+        char16_t name[64];
+        const uint32_t tag = c.format.format.FormatTag();
+        return c.format.format.IsForeign() && tag != WAVE_TAG_PCM && tag != WAVE_TAG_IEEE_FLOAT &&
+               QmAudio_GetCompressionTypeName(tag, name, 64, 1) == 0;
     }
 
     /// Where the form ends when the samples are its last chunk: behind their pad, if there is one.
@@ -81,7 +90,7 @@ private:
         uint64_t bytes = c.dataBytes;
         if (!ChunksFollow(c)) bytes = m_length - c.dataOffset;
         bytes -= bytes % frame;
-        m_repair.frames = bytes / frame;
+        m_repair.frames = IsOfACodec(c) ? c.frames : bytes / frame;
         // The pieces of a frame stay in the chunk where other chunks follow: their places depend on its size.
         if (!ChunksFollow(c) || bytes > c.dataBytes) {
             if (!is64 && bytes > RIFF_LARGEST) return MEDIA_E_TOO_LARGE;
@@ -132,6 +141,7 @@ private:
     HRESULT MendFormat(const MediaContents& c) {
         const _qmwaveformat& f = c.format.format;
         const uint64_t at = c.formatOffset;
+        if (IsOfACodec(c)) return m_frame = std::max<uint64_t>(f.blockAlign, 1), S_OK;
         m_frame = f.BytesPerSample() * f.channels;
         if (m_frame == 0 || f.sampleType == QMSAMPLE_UNKNOWN) return MEDIA_E_UNKNOWN_FORMAT;
         const HRESULT hr =

@@ -315,6 +315,33 @@ TEST_F(WaveFiles, RepairKeepsOtherChunks) {
     EXPECT_EQ(repair.frames, 100u);
 }
 
+TEST_F(WaveFiles, RepairLeavesOtherCodecsTheirFormat) {
+    const Bytes mp3 = Builder()
+                          .Little(uint16_t{0x55})
+                          .Little(uint16_t{2})
+                          .Little(44100u)
+                          .Little(16000u)
+                          .Little(uint16_t{1})
+                          .Little(uint16_t{0})
+                          .Little(uint16_t{12})
+                          .Zeros(12)
+                          .bytes;
+    const Bytes whole = WaveForm(Builder().Chunk("fmt ", mp3).Chunk("data", Bytes(1001, 5)).bytes);
+    Make("x.wav", Bytes(whole.begin(), whole.end() - 500));
+    MediaRepair repair;
+    ASSERT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), S_OK);
+    EXPECT_EQ(repair.changes.size(), 2u) << "the two sizes";
+    EXPECT_FALSE(Inspected("x.wav").HasErrors());
+    const Bytes mended = Content("x.wav");
+    EXPECT_TRUE(std::equal(mp3.begin(), mp3.end(), mended.begin() + 20));
+    // What is no wave is not made one.
+    Bytes other = whole;
+    std::memcpy(other.data(), "RF64", 4);
+    Make("x.wav", other);
+    EXPECT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), MEDIA_E_UNSUPPORTED_FORMAT);
+    EXPECT_EQ(Content("x.wav"), other);
+}
+
 TEST_F(WaveFiles, FaultsOfOtherParsers) {
     const Bytes fmt = PcmFormat(2, 48000, 16), samples(400, 5);
     const auto with = [&](auto change) {

@@ -48,6 +48,11 @@ public:
 
     static bool CanChange(uint32_t from, uint32_t to) { return from == to || from == 1 || to == 1; }
 
+    /// Of all that a frame becomes on its way.
+    uint32_t MostFrameBytes() const {
+        return static_cast<uint32_t>(sizeof(double)) * std::max(m_from.channels, m_to.channels);
+    }
+
     /// Returns the samples; valid until the next call.
     const std::vector<uint8_t>& Convert(std::vector<uint8_t>& piece, int64_t frames) {
         const auto count = static_cast<size_t>(frames);
@@ -102,7 +107,8 @@ std::string Refusal(const MediaContents& c, const ConvertOptions& options) {
 
 void CopySamples(HQMFILE in, const MediaContents& c, Converter& converter, SampleFile& out) {
     const uint32_t frameBytes = c.format.format.blockAlign;
-    const uint64_t framesAtOnce = std::max<uint64_t>(PIECE_BYTES / frameBytes, 1);
+    const uint64_t framesAtOnce =
+        std::max<uint64_t>(PIECE_BYTES / std::max(frameBytes, converter.MostFrameBytes()), 1);
     Progress progress("converting", c.frames * frameBytes);
     QmFile_Seek(in, static_cast<int64_t>(c.dataOffset), FILE_FROM_START);
     std::vector<uint8_t> piece;

@@ -167,6 +167,25 @@ struct Vector {
         const Whole sum = _mm512_add_epi32(x, _mm512_set1_epi32((1 << (BITS - 1)) - 1));
         return _mm512_srai_epi32(_mm512_mask_add_epi32(sum, odd, sum, _mm512_set1_epi32(1)), BITS);
     }
+    // The upper halves of 32 words and what rounds them up: a lower half above the middle, or at it beside an
+    // odd one.
+    static constexpr bool NARROWS_32_TO_16 = true;
+    template <bool SWAP_TO, bool SWAP_FROM>
+    static void Narrow32To16(uint8_t* d, const uint8_t* s) {
+        const __m512i even = _mm512_set_epi16(62, 60, 58, 56, 54, 52, 50, 48, 46, 44, 42, 40, 38, 36, 34, 32,
+                                              30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
+        const __m512i one = _mm512_set1_epi16(1), middle = _mm512_set1_epi16(INT16_MIN);
+        const __m512i a = Load32<SWAP_FROM>(s), b = Load32<SWAP_FROM>(s + 64);
+        const __m512i low = _mm512_permutex2var_epi16(a, even, b);
+        const __m512i high = _mm512_permutex2var_epi16(a, _mm512_or_si512(even, one), b);
+        const __m512i most = _mm512_sub_epi16(middle, _mm512_and_si512(high, one));
+        __m512i rounded = _mm512_mask_adds_epi16(high, _mm512_cmpgt_epu16_mask(low, most), high, one);
+        if constexpr (SWAP_TO)
+            rounded = _mm512_shuffle_epi8(
+                rounded,
+                _mm512_broadcast_i32x4(_mm_set_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1)));
+        _mm512_storeu_si512(d, rounded);
+    }
     static Whole Least(Whole x, int32_t high) { return _mm512_min_epi32(x, _mm512_set1_epi32(high)); }
     static Whole Clamped(Whole x, int32_t low, int32_t high) {
         return _mm512_max_epi32(Least(x, high), _mm512_set1_epi32(low));

@@ -49,16 +49,17 @@ inline typename V::Whole Shifted(const uint8_t* s) {
         if constexpr (S::MAY_EXCEED && !D::MAY_EXCEED)
             x = V::Clamped(x, static_cast<int32_t>(D::LOWEST), static_cast<int32_t>(D::HIGHEST));
         return x;
-    } else if constexpr (S::BYTES == 2) {
+    } else if constexpr (S::BYTES == 2 || (S::MAY_EXCEED && D::BYTES <= 2)) {
+        // As above. A word beyond 24 bits loses some in a float, and is beyond the store's range all the
+        // same.
         return V::Rounded(V::ToFloat(x), 1.0f / (1 << -SHIFT));
     } else if constexpr (SHIFT < 0) {
         // What rounds above the highest value is cut before, where the sum below cannot run over.
         constexpr int DOWN = -SHIFT;
         constexpr auto UNIT = int64_t{1} << DOWN;
         constexpr auto HIGHEST = static_cast<int32_t>(static_cast<int64_t>(D::HIGHEST) * UNIT);
-        x = S::MAY_EXCEED
-                ? V::Clamped(x, static_cast<int32_t>(static_cast<int64_t>(D::LOWEST) * UNIT), HIGHEST)
-                : V::Least(x, HIGHEST);
+        static_assert(!S::MAY_EXCEED);
+        x = V::Least(x, HIGHEST);
         return V::template RoundedDown<DOWN>(x);  // ties to even
     }
 }
@@ -74,13 +75,27 @@ inline typename V::Whole RoundedTo(Vector x, Factor factor) {
         return V::RoundedWithin(x, factor, static_cast<Factor>(D::LOWEST), static_cast<Factor>(D::HIGHEST));
 }
 
+/// Whether the level has a piece of its own from 32 bits to 16, which takes two vectors.
+template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
+constexpr bool NarrowsPairs() {
+    if constexpr (requires { V::NARROWS_32_TO_16; })
+        return UNITY && Sample<DST>::BYTES == 2 && Sample<SRC>::BITS == 32 && !Sample<SRC>::IS_FLOAT;
+    return false;
+}
+
+/// Samples that CopyVector takes at once.
+template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
+constexpr int64_t LANES_OF = NarrowsPairs<V, DST, SRC, UNITY>() ? 2 * V::LANES : V::LANES;
+
 /// One vector from type to type, by the rule of CopySample.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
 inline void CopyVector(uint8_t* d, const uint8_t* s, float scale) {
     using D = Sample<DST>;
     using S = Sample<SRC>;
     constexpr bool FLOAT_HOLDS_SOURCE = SRC == QMSAMPLE_FLOAT32 || (!S::IS_FLOAT && S::BYTES < 4);
-    if constexpr (!D::IS_FLOAT && !S::IS_FLOAT) {
+    if constexpr (NarrowsPairs<V, DST, SRC, UNITY>()) {
+        V::template Narrow32To16<D::IS_BIG_ENDIAN, S::IS_BIG_ENDIAN>(d, s);
+    } else if constexpr (!D::IS_FLOAT && !S::IS_FLOAT) {
         if constexpr (UNITY && D::BYTES == 2 && S::BYTES == 2)
             V::Swap16(d, s);
         else if constexpr (UNITY && D::BYTES == 1 && S::BYTES == 1)
@@ -147,7 +162,8 @@ inline int64_t StepsToLine(const uint8_t* p, int64_t step) {
 /// Whole vectors.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY, bool BACKWARD>
 inline void CopyVectors(uint8_t* d, const uint8_t* s, int64_t vectors, float scale) {
-    constexpr int64_t TO = V::LANES * Sample<DST>::BYTES, FROM = V::LANES * Sample<SRC>::BYTES;
+    constexpr int64_t LANES = LANES_OF<V, DST, SRC, UNITY>;
+    constexpr int64_t TO = LANES * Sample<DST>::BYTES, FROM = LANES * Sample<SRC>::BYTES;
     if constexpr (BACKWARD)
         for (int64_t i = vectors - 1; i >= 0; i--)
             CopyVector<V, DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
@@ -174,7 +190,8 @@ void CopyAll(uint8_t* d, const uint8_t* s, int64_t samples, float scale) {
         // Stores that cross lines of the cache cost double, so the vectors of long runs lie on lines.
         const bool isLong = samples >= 16 * LINE;
         const int64_t steps = isLong ? StepsToLine(d, TO) : 0, head = steps < 0 ? 0 : steps;
-        const int64_t vectors = (samples - head) / V::LANES, tail = head + vectors * V::LANES;
+        constexpr int64_t LANES = LANES_OF<V, DST, SRC, UNITY>;
+        const int64_t vectors = (samples - head) / LANES, tail = head + vectors * LANES;
         constexpr bool BACKWARD = TO > FROM;
         CopySamples<DST, SRC, UNITY>(d, s, BACKWARD ? tail : 0, BACKWARD ? samples : head, scale);
         CopyVectors<V, DST, SRC, UNITY, BACKWARD>(d + head * TO, s + head * FROM, vectors, scale);
@@ -192,7 +209,8 @@ int64_t CopyStreamed(uint8_t* d, const uint8_t* s, int64_t samples, float scale)
     CopySamples<DST, SRC, UNITY>(d, s, 0, i, scale);
     alignas(LINE) uint8_t piece[PIECE * TO];
     for (; i + PIECE <= samples; i += PIECE) {
-        CopyVectors<V, DST, SRC, UNITY, false>(piece, s + i * FROM, PIECE / V::LANES, scale);
+        CopyVectors<V, DST, SRC, UNITY, false>(piece, s + i * FROM, PIECE / LANES_OF<V, DST, SRC, UNITY>,
+                                               scale);
         V::Stream(d + i * TO, piece, sizeof piece);
     }
     V::EndStream();

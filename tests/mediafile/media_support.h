@@ -80,7 +80,7 @@ public:
         return *this;
     }
     Builder& Zeros(size_t count) {
-        bytes.insert(bytes.end(), count, uint8_t{0});
+        for (size_t i = 0; i < count; i++) bytes.push_back(0);
         return *this;
     }
     /// A RIFF chunk with its pad.

@@ -64,6 +64,10 @@ void MixDown(void* dst, const void* src, int64_t channels, int64_t frames) {
     constexpr int BYTES = Sample<TYPE>::BYTES;
     if constexpr (TYPE == QMSAMPLE_FLOAT32 && MIX == Mix::Average)
         if (channels == 2) return BestStereo().averageFloats(dst, src, frames);
+    if constexpr (TYPE == QMSAMPLE_PCM16)
+        if (channels == 2)
+            return (MIX == Mix::Average ? BestStereo().averageShorts : BestStereo().sumShorts)(dst, src,
+                                                                                               frames);
     const auto mix = [&](int64_t step, auto frame) {
         for (int64_t i = 0; i < frames; i++) frame(d + i * BYTES, s + i * step * BYTES);
     };

@@ -18,6 +18,9 @@ struct StereoTable {
 struct StereoTables {
     StereoTable width[8];
     void (*averageFloats)(void* mono, const void* stereo, int64_t frames);
+    /// Two channels of 16 bits: their sum, clamped, and half of it rounded to nearest, ties to even.
+    void (*sumShorts)(void* mono, const void* stereo, int64_t frames);
+    void (*averageShorts)(void* mono, const void* stereo, int64_t frames);
     /// Two channels of words with 25 bits at most: their sum, and half of it rounded to nearest, ties to
     /// even.
     void (*sumWords)(int32_t* mono, const int32_t* stereo, int64_t frames);

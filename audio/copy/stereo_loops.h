@@ -134,6 +134,27 @@ inline void AverageFloats(void* mono, const void* stereo, int64_t frames) {
     if (i < frames) AveragePiece(d + i, s + 2 * i, frames - i);
 }
 
+struct __attribute__((packed, may_alias)) AnyShort {
+    int16_t value;
+};
+
+inline void SumShorts(void* mono, const void* stereo, int64_t frames) {
+    auto* d = static_cast<AnyShort*>(mono);
+    const auto* s = static_cast<const AnyShort*>(stereo);
+    for (int64_t i = 0; i < frames; i++) {
+        const int32_t sum = s[2 * i].value + s[2 * i + 1].value;
+        d[i].value = static_cast<int16_t>(sum < INT16_MIN ? INT16_MIN : sum > INT16_MAX ? INT16_MAX : sum);
+    }
+}
+inline void AverageShorts(void* mono, const void* stereo, int64_t frames) {
+    auto* d = static_cast<AnyShort*>(mono);
+    const auto* s = static_cast<const AnyShort*>(stereo);
+    for (int64_t i = 0; i < frames; i++) {
+        const int32_t sum = s[2 * i].value + s[2 * i + 1].value;
+        d[i].value = static_cast<int16_t>((sum + (sum >> 1 & 1)) >> 1);
+    }
+}
+
 inline void SumWords(int32_t* mono, const int32_t* stereo, int64_t frames) {
     for (int64_t i = 0; i < frames; i++) mono[i] = stereo[2 * i] + stereo[2 * i + 1];
 }
@@ -151,6 +172,8 @@ constexpr StereoTables MakeStereoTables(void (*stream)(void*, const void*, size_
     tables.width[3] = StereoLoops<4>::TABLE;
     tables.width[7] = StereoLoops<8>::TABLE;
     tables.averageFloats = AverageFloats;
+    tables.sumShorts = SumShorts;
+    tables.averageShorts = AverageShorts;
     tables.sumWords = SumWords;
     tables.averageWords = AverageWords;
     tables.stream = stream;

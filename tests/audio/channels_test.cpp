@@ -188,7 +188,12 @@ TEST(Channels, StereoToMonoIsExact) {
         const Bytes source = RandomSamples(type, 2 * FRAMES_HERE, random);
         std::vector<double> values(2 * FRAMES_HERE);
         ASSERT_EQ(QmAudio_Copy(&doubles, values.data(), &one, source.data(), 2 * FRAMES_HERE, 1), S_OK);
-        for (const bool average : {false, true}) {
+        for (const auto& [average, support] : {std::pair{false, UINT32_MAX},
+                                               {true, UINT32_MAX},
+                                               {true, 0u},
+                                               {false, uint32_t{CPU_SUPPORT_AVX2}},
+                                               {true, uint32_t{CPU_SUPPORT_AVX2}}}) {
+            const OnlySupport only(support);
             std::vector<double> mixed(FRAMES_HERE);
             for (size_t i = 0; i < FRAMES_HERE; i++)
                 mixed[i] = (values[2 * i] + values[2 * i + 1]) * (average ? 0.5 : 1);

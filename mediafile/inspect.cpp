@@ -190,7 +190,7 @@ private:
     void CheckWave() {
         if (!CheckPlaces("fmt ", "data")) return;
         const auto read = static_cast<uint32_t>(std::min<uint64_t>(m_format.there, MOST_FORMAT));
-        if (m_format.size < 14) return Error(m_format.offset, "'fmt ' is too short for a format");
+        if (m_format.there < 14) return Error(m_format.offset, "'fmt ' is too short for a format");
         std::vector<uint8_t> bytes(sizeof(WAVEFORMATEXTENSIBLE) + UINT16_MAX);
         if (!ReadAt(m_format.offset, bytes.data(), read)) return Error(m_format.offset, "cannot be read");
         auto* wfx = reinterpret_cast<WAVEFORMATEX*>(bytes.data());

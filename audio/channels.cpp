@@ -1,10 +1,8 @@
 #include "audio/channels.h"
 
-#include "audio/audio_copy.h"
 #include "audio/cells.h"
 #include "audio/copy/copy_table.h"
 #include "audio/copy/stereo.h"
-#include "audio/fill.h"
 
 #include <cstring>
 
@@ -16,14 +14,14 @@ uint32_t WidthOf(QMSAMPLETYPE type) { return QmAudio_BytesFromSampleType(type); 
 /// 0 for what is served by little-endian kinds only.
 uint32_t LittleEndianWidthOf(QMSAMPLETYPE type) { return IsLittleEndianKind(type) ? WidthOf(type) : 0; }
 
-/// The loops for stereo of so wide samples; members are null where there are none.
+/// The loops for stereo of so wide samples.
 const StereoTable& Stereo(uint32_t width) { return width == 3 ? STEREO24 : BestStereo().width[width - 1]; }
 
 /// Every `dstStep`-th cell from every `srcStep`-th.
 template <class Cell>
 void Move(Cell* dst, int64_t dstStep, const Cell* src, int64_t srcStep, int64_t frames) {
     const StereoTable& stereo = Stereo(sizeof(Cell));
-    if (stereo.extract && dstStep == 1 && srcStep == 2) return stereo.extract(dst, src, frames);
+    if (dstStep == 1 && srcStep == 2) return stereo.extract(dst, src, frames);
     if (stereo.insert && dstStep == 2 && srcStep == 1) return stereo.insert(dst, src, frames);
     for (int64_t i = 0; i < frames; i++) dst[i * dstStep] = src[i * srcStep];
 }
@@ -68,7 +66,7 @@ int64_t SplitStreamed(uint8_t* left, uint8_t* right, const uint8_t* src, int64_t
 template <class Cell>
 void Spread(Cell* dst, int64_t dstChannels, const Cell* src, int64_t srcChannels, int64_t frames) {
     const StereoTable& stereo = Stereo(sizeof(Cell));
-    if (stereo.spread && dstChannels == 2 && srcChannels == 1) {
+    if (dstChannels == 2 && srcChannels == 1) {
         int64_t done = 0;
         if (IsWorthStreaming(dst, dst, frames * 2 * int64_t{sizeof(Cell)}) &&
             (src + frames <= dst || dst + 2 * frames <= src))
@@ -141,16 +139,10 @@ HRESULT QmAudio_SplitStereo(void* left, void* right, const void* src, QMSAMPLETY
         using C = decltype(cell);
         auto *l = static_cast<C*>(left), *r = static_cast<C*>(right);
         const auto* s = static_cast<const C*>(src);
-        const auto split = Stereo(sizeof cell).split;
-        if (!split) {
-            Move(l, 1, s, 2, frames);
-            Move(r, 1, s + 1, 2, frames);
-            return;
-        }
         int64_t done = 0;
         if (IsWorthStreaming(l, r, frames * int64_t{sizeof cell}))
             done = SplitStreamed<sizeof cell>(l->bytes, r->bytes, s->bytes, frames);
-        split(l + done, r + done, s + 2 * done, frames - done);
+        Stereo(sizeof cell).split(l + done, r + done, s + 2 * done, frames - done);
     });
 }
 
@@ -160,16 +152,10 @@ HRESULT QmAudio_JoinStereo(void* dst, const void* left, const void* right, QMSAM
         using C = decltype(cell);
         auto* d = static_cast<C*>(dst);
         const auto *l = static_cast<const C*>(left), *r = static_cast<const C*>(right);
-        const auto join = Stereo(sizeof cell).join;
-        if (!join) {
-            Move(d, 2, l, 1, frames);
-            Move(d + 1, 2, r, 1, frames);
-            return;
-        }
         int64_t done = 0;
         if (IsWorthStreaming(d, d, frames * 2 * int64_t{sizeof cell}))
             done = JoinStreamed<sizeof cell>(d->bytes, l->bytes, r->bytes, frames);
-        join(d + 2 * done, l + done, r + done, frames - done);
+        Stereo(sizeof cell).join(d + 2 * done, l + done, r + done, frames - done);
     });
 }
 
@@ -218,25 +204,19 @@ HRESULT QmAudio_CopySwapStereoChannels(void* dst, const void* src, const WAVEFOR
     const int64_t channels = format->nChannels;
     return WithCell(LittleEndianWidthOf(QmAudio_GetSampleType(format)), [&](auto cell) {
         using C = decltype(cell);
+        if (channels == 2) return Stereo(sizeof cell).swap(dst, src, frames);
+        if (channels < 2) {
+            if (frames > 0) std::memmove(dst, src, static_cast<size_t>(frames * channels) * sizeof cell);
+            return;
+        }
         auto* to = static_cast<C*>(dst);
         const auto* from = static_cast<const C*>(src);
-        const auto swap = [&](int64_t step) {
-            for (int64_t i = 0; i < frames; i++, to += step, from += step) {
-                const C first = from[0], second = from[1];
-                to[0] = second;
-                to[1] = first;
-                for (int64_t c = 2; c < step; c++) to[c] = from[c];
-            }
-        };
-        const StereoTable& stereo = Stereo(sizeof cell);
-        if (channels == 2 && stereo.swap)
-            stereo.swap(dst, src, frames);
-        else if (channels == 2)
-            swap(2);
-        else if (channels > 2)
-            swap(channels);
-        else if (frames > 0)
-            std::memmove(dst, src, static_cast<size_t>(frames * channels) * sizeof cell);
+        for (int64_t i = 0; i < frames; i++, to += channels, from += channels) {
+            const C first = from[0], second = from[1];
+            to[0] = second;
+            to[1] = first;
+            for (int64_t c = 2; c < channels; c++) to[c] = from[c];
+        }
     });
 }
 

@@ -1,6 +1,5 @@
 // Channels summed and averaged.
 #include "audio/audio_copy.h"
-#include "audio/cells.h"
 #include "audio/channels.h"
 #include "audio/copy/samples.h"
 #include "audio/copy/stereo.h"

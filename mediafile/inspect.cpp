@@ -89,12 +89,12 @@ public:
         } else {
             const bool isForm = is("RIFF", 0) || is("FORM", 0), isRf64 = is("RF64", 0) || is("BW64", 0);
             m_contents.isOtherKind = isRf64 || is("RIFX", 0) || (isForm && got >= 12);
-            Error(0, got == 0                         ? "the file is empty"
-                     : is("RF64", 0) || is("BW64", 0) ? "an RF64 file, which is not supported"
-                     : is("RIFX", 0)                  ? "a big-endian RIFF file, which is not supported"
-                     : !isForm                        ? "neither wave, Wave64 nor AIFF"
-                     : got < 12                       ? "the file ends within its header"
-                                : "a form that holds no samples: '" + Printable(head + 8) + "'");
+            Error(0, got == 0        ? "the file is empty"
+                     : isRf64        ? "an RF64 file, which is not supported"
+                     : is("RIFX", 0) ? "a big-endian RIFF file, which is not supported"
+                     : !isForm       ? "neither wave, Wave64 nor AIFF"
+                     : got < 12      ? "the file ends within its header"
+                                     : "a form that holds no samples: '" + Printable(head + 8) + "'");
         }
     }
 
@@ -183,7 +183,6 @@ private:
         if (!m_format.isThere) Error(m_contents.fileBytes, std::string("there is no '") + format + "'");
         if (!m_data.isThere) Error(m_contents.fileBytes, std::string("there is no '") + data + "'");
         m_contents.formatOffset = m_format.offset;
-        m_contents.formatBytes = m_format.there;
         return m_format.isThere;
     }
 
@@ -210,10 +209,9 @@ private:
         CheckFormat(*wfx, m_format.offset);
         constexpr uint32_t TAG_ALAW = 6, TAG_MULAW = 7;  // one byte a sample
         const uint32_t tag = QmAudio_GetWaveFormatTag(wfx);
-        const bool isKnown = m_contents.format.format.sampleType != QMSAMPLE_UNKNOWN;
+        const bool isKnown = format.sampleType != QMSAMPLE_UNKNOWN;
         const bool isPacked = tag == WAVE_TAG_PCM || tag == TAG_ALAW || tag == TAG_MULAW;
-        const _qmwaveformat& f = m_contents.format.format;
-        m_frameBytes = isKnown ? f.BytesPerSample() * f.channels : isPacked ? wfx->nBlockAlign : 0;
+        m_frameBytes = isKnown ? format.BytesPerSample() * format.channels : isPacked ? wfx->nBlockAlign : 0;
         if (m_data.isThere) Data(m_data.offset, m_data.there, m_data.size);
     }
 

@@ -38,7 +38,6 @@ struct MediaContents {
     QmWaveFormatBlock format{};  ///< valid with hasFormat
     bool hasFormat = false, hasData = false;
     uint64_t formatOffset = 0;  ///< of the format's payload
-    uint64_t formatBytes = 0;
     uint64_t dataOffset = 0;  ///< of the first sample
     uint64_t dataBytes = 0;   ///< that are in the file
     uint64_t dataHeader = 0;  ///< of the data chunk's header

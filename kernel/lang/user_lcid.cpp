@@ -2,6 +2,7 @@
 
 #include "kernel/lang/lang.h"
 #include "kernel/metrics/metric_key.h"
+#include "platform/guarded.h"
 #include "platform/user_language.h"
 
 namespace {
@@ -17,13 +18,6 @@ bool Load(StoreScope scope, const std::u16string& path, uint32_t& lcid) {
     return Succeeded(StoreOpenKey(scope, path, key)) &&
            Succeeded(StoreRead(key.get(), VALUE, &lcid, sizeof lcid, type, size)) && type == STORE_NUMBER &&
            size == sizeof lcid;
-}
-
-template <class Work>
-HRESULT Guarded(Work work) try {
-    return work();
-} catch (const std::exception&) {
-    return E_OUTOFMEMORY;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "kernel/metrics/metric_key.h"
 
 #include "kernel/print/print_text.h"
+#include "platform/guarded.h"
 #include "platform/text.h"
 
 #include <atomic>
@@ -38,13 +39,6 @@ HRESULT Open(HQMMETRIC* out, const std::u16string& path) {
     if (!*out) return E_OUTOFMEMORY;
     CopyText((*out)->path, QMMETRIC_PATH_CHARACTERS, path.c_str());
     return StoreOpenKey(StoreScope::User, path, (*out)->key);
-}
-
-template <class Work>
-HRESULT Guarded(Work work) try {
-    return work();
-} catch (const std::exception&) {
-    return E_OUTOFMEMORY;
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -29,23 +28,6 @@ HRESULT Insert(HQMFILE file, const WAVEFORMATEX& wfx, uint64_t headerBytes, bool
     const uint64_t samples = (length - headerBytes) / wfx.nBlockAlign * wfx.nBlockAlign;
     return is64 ? QmInsertW64Header(file, &wfx, samples, headerBytes)
                 : QmInsertWavHeader(file, &wfx, samples, headerBytes);
-}
-
-void CopyBehind(HQMFILE from, HQMFILE to, uint64_t headerBytes) {
-    constexpr uint32_t PIECE = 1 << 20;
-    std::vector<uint8_t> piece(PIECE);
-    Progress progress("copying", static_cast<uint64_t>(std::max<int64_t>(QmFile_Size(from), 0)));
-    QmFile_Seek(to, static_cast<int64_t>(headerBytes), FILE_FROM_START);
-    uint64_t done = 0;
-    for (uint32_t got = PIECE; got == PIECE; progress.Show(done)) {
-        QmFile_Read(from, piece.data(), PIECE, &got);
-        if (got < PIECE && QmFile_LastError() != 0)
-            throw std::runtime_error("at " + std::to_string(done + got) + ": " + ReasonOf(MEDIA_E_READ));
-        if (!QmFile_Write(to, piece.data(), got, nullptr)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
-        done += got;
-    }
-    // The file must be as long as the header even without samples.
-    if (done == 0 && !QmFile_SetEnd(to)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
 }
 
 std::string RoomReason(HRESULT hr, bool is64) {
@@ -77,7 +59,8 @@ int InsertHeader(const HeaderOptions& options) {
     if (!in) return Complain(options.input, ReasonOf(MEDIA_E_OPEN));
     try {
         NewFile out(options.output, options.force);
-        CopyBehind(in.get(), out.File(), headerBytes);
+        QmFile_Seek(out.File(), static_cast<int64_t>(headerBytes), FILE_FROM_START);
+        CopyContent(in.get(), out.File());
         if (const HRESULT hr = Insert(out.File(), wfx, headerBytes, is64); Failed(hr))
             throw std::runtime_error(RoomReason(hr, is64));
         out.Commit();

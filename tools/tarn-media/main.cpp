@@ -8,11 +8,12 @@
 
 namespace {
 
+std::string TypeComplaint(const std::string& name) {
+    return TypeByName(name) ? std::string() : "'" + name + "' is none of " + TypeNames();
+}
+
 void AddFormat(CLI::App* command, FormatOptions& format) {
-    const auto isType = [](const std::string& name) {
-        return TypeByName(name) ? std::string() : "'" + name + "' is none of " + TypeNames();
-    };
-    command->add_option("--type", format.type, "of the samples: " + TypeNames())->check(isType);
+    command->add_option("--type", format.type, "of the samples: " + TypeNames())->check(TypeComplaint);
     command->add_option("--rate", format.rate, "frames a second")->check(CLI::Range(1u, 10000000u));
     command->add_option("--channels", format.channels, "in a frame")->check(CLI::Range(1u, 1024u));
 }
@@ -51,9 +52,7 @@ int main(int argc, char** argv) {
     command->add_option("INPUT", convert.input)->required();
     command->add_option("OUTPUT", convert.output)->required();
     command->add_option("--type", convert.type, "of the samples: " + TypeNames() + "; else as they are")
-        ->check([](const std::string& name) {
-            return TypeByName(name) ? std::string() : "'" + name + "' is none of " + TypeNames();
-        });
+        ->check(TypeComplaint);
     command->add_option("--container", convert.container, "wav, w64, aiff or aifc; else by the output's name")
         ->check(CLI::IsMember({"wav", "w64", "aiff", "aifc"}));
     command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));

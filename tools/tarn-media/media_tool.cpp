@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
+#include <vector>
 
 #include <unistd.h>
 
@@ -119,4 +120,21 @@ void Progress::Show(uint64_t done) {
     std::fprintf(stderr, "\r%s: %3u %% of %.0f MB", m_doing, static_cast<unsigned>(percent),
                  static_cast<double>(m_total) / MEGABYTE);
     std::fflush(stderr);
+}
+
+void CopyContent(HQMFILE from, HQMFILE to) {
+    constexpr uint32_t PIECE = 1 << 20;
+    std::vector<uint8_t> piece(PIECE);
+    Progress progress("copying", static_cast<uint64_t>(std::max<int64_t>(QmFile_Size(from), 0)));
+    QmFile_Seek(from, 0, FILE_FROM_START);
+    uint64_t done = 0;
+    for (uint32_t got = PIECE; got == PIECE; progress.Show(done)) {
+        QmFile_Read(from, piece.data(), PIECE, &got);
+        if (got < PIECE && QmFile_LastError() != 0)
+            throw std::runtime_error("at " + std::to_string(done + got) + ": " + ReasonOf(MEDIA_E_READ));
+        if (!QmFile_Write(to, piece.data(), got, nullptr)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
+        done += got;
+    }
+    // Also where nothing was copied, so that the file is as long as what stands before.
+    if (!QmFile_SetEnd(to)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
 }

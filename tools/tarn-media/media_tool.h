@@ -61,6 +61,9 @@ private:
     bool m_isTerminal;
 };
 
+/// All of a file to where the other stands, which then ends there. Throws std::runtime_error.
+void CopyContent(HQMFILE from, HQMFILE to);
+
 struct FormatOptions {
     std::string type;
     uint32_t rate = 0, channels = 0;

@@ -2,12 +2,10 @@
 
 #include "tools/tarn-media/media_tool.h"
 
-#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -15,21 +13,6 @@ namespace {
 std::string RepairedName(const std::string& file) {
     const std::filesystem::path path(file);
     return (path.parent_path() / (path.stem().string() + ".repaired" + path.extension().string())).string();
-}
-
-void CopyFile(HQMFILE from, HQMFILE to) {
-    constexpr uint32_t PIECE = 1 << 20;
-    std::vector<uint8_t> piece(PIECE);
-    Progress progress("copying", static_cast<uint64_t>(std::max<int64_t>(QmFile_Size(from), 0)));
-    QmFile_Seek(from, 0, FILE_FROM_START);
-    uint64_t done = 0;
-    for (uint32_t got = PIECE; got == PIECE; done += got) {
-        QmFile_Read(from, piece.data(), PIECE, &got);
-        if (got < PIECE && QmFile_LastError() != 0)
-            throw std::runtime_error("at " + std::to_string(done + got) + ": " + ReasonOf(MEDIA_E_READ));
-        if (!QmFile_Write(to, piece.data(), got, nullptr)) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
-        progress.Show(done);
-    }
 }
 
 /// The hint, when any part of it was given.
@@ -72,7 +55,7 @@ int Repair(const RepairOptions& options) {
     const std::string target = options.output.empty() ? RepairedName(options.file) : options.output;
     try {
         NewFile out(target, options.force);
-        CopyFile(in.get(), out.File());
+        CopyContent(in.get(), out.File());
         const HRESULT hr = RepairMedia(out.File(), hint, &repair);
         if (Failed(hr)) return Complain(options.file, ReasonOf(hr));
         if (repair.changes.empty()) {

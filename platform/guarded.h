@@ -1,0 +1,14 @@
+// The edge of functions with C linkage, which no exception crosses.
+#pragma once
+
+#include "platform/types.h"
+
+#include <exception>
+
+/// The result of `work`; all that can be thrown there is want of memory in one form or another.
+template <class Work>
+HRESULT Guarded(Work work) try {
+    return work();
+} catch (const std::exception&) {
+    return E_OUTOFMEMORY;
+}

@@ -1,5 +1,6 @@
 #include "platform/store.h"
 
+#include "platform/guarded.h"
 #include "platform/store_file.h"
 #include "platform/text.h"
 #include "platform/user_folders.h"
@@ -37,14 +38,6 @@ void Bind(sqlite3_stmt* statement, int at, std::string_view text) {
 std::string_view ColumnBytes(sqlite3_stmt* statement, int column) {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
     return {bytes, static_cast<size_t>(sqlite3_column_bytes(statement, column))};
-}
-
-/// Runs `work`, which may throw only bad_alloc, and gives its status.
-template <class Work>
-HRESULT Guarded(Work work) try {
-    return work();
-} catch (const std::exception&) {
-    return E_OUTOFMEMORY;
 }
 
 constexpr size_t MOST_BYTES = 1 << 28;

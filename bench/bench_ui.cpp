@@ -50,7 +50,7 @@ struct Meters {
         const auto rows = static_cast<LONG>((count + 99) / 100);
         image = QImage(100 * kStripWidth, rows * kBottom, QImage::Format_RGB32);
         image.fill(Qt::black);
-        ApplyTheme(DarkTheme());
+        ApplyTheme(Theme::Dark);
         for (size_t i = 0; i < count; i++) {
             const LONG x = static_cast<LONG>(i % 100) * kStripWidth + 2,
                        y = static_cast<LONG>(i / 100) * kBottom;

@@ -169,7 +169,7 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
 HRESULT CConsoleMixerPage::OnCreate() {
     m_uiThread = std::this_thread::get_id();
     InstallConsoleAccessibility();
-    ApplyTheme(DarkTheme());
+    ApplyTheme(Theme::Dark);
     m_images = std::make_unique<ConsoleImages>();
     ComputeMetrics(ConsoleMetrics(), MeasureFonts(), false);
     m_mixerView = std::make_unique<CMixerView>(*this, *m_console, *m_images);

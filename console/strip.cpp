@@ -71,7 +71,7 @@ Strip::Strip(ChannelEntry& entry, const StripSite& site) : m_entry(entry), m_sit
     MeterInst_Message(&m_meter, METERM_SETRANGE, FLOAT_LEVELS, entry.IsMidi() ? MIDI_RANGE : AUDIO_RANGE);
     MeterInst_Message(&m_meter, METERM_SETDISPLAYRANGE, 0, static_cast<intptr_t>(site.plugin.MeterRange()));
     MeterInst_Message(&m_meter, METERM_SETCHANNELS, 0, meters);
-    const MeterTones tones = DarkMeterTones();
+    const MeterTones tones = ThemeMeterTones();
     MeterInst_Message(&m_meter, METERM_SETCOLORS, tones.background, tones.text);
     MeterInst_Message(&m_meter, METERM_SETCLIPCOLORS, tones.clipText, tones.clipTextBackground);
     MeterInst_Message(&m_meter, METERM_SETCLIPBACKGROUND, tones.clipBackground, 0);

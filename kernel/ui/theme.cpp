@@ -1,53 +1,41 @@
 #include "kernel/ui/theme.h"
 
+#include "kernel/profile/ini_file.h"
+#include "kernel/ui/color_files.h"
 #include "kernel/ui/color_math.h"
 
-namespace {
-/// Colours are thought of as red, green, blue; a COLORREF has blue on top.
-constexpr COLORREF Rgb(uint32_t rgb) { return (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16; }
+#include <QFile>
 
-constexpr ThemeRow kDark[] = {
-    {0, Rgb(0x202328)},  // scroll bar
-    {1, Rgb(0x141518)},  // desktop
-    {2, Rgb(0x2f333a)},  // active caption
-    {3, Rgb(0x24272c)},  // inactive caption
-    {4, Rgb(0x2a2d33)},  // menu
-    {COLOR_WINDOW, Rgb(0x191b1f)},
-    {COLOR_WINDOWFRAME, Rgb(0x1c1e22)},  // ground of the console
-    {7, Rgb(0xdcdfe4)},                  // menu text
-    {COLOR_WINDOWTEXT, Rgb(0xdcdfe4)},
-    {9, Rgb(0xeceef1)},                // caption text
-    {10, Rgb(0x3d4149)},               // active border
-    {11, Rgb(0x2f333a)},               // inactive border
-    {12, Rgb(0x141518)},               // application workspace
-    {COLOR_HIGHLIGHT, Rgb(0x57a9cc)},  // the accent
-    {COLOR_HIGHLIGHTTEXT, Rgb(0x0c1418)},
-    {COLOR_BTNFACE, Rgb(0x282b30)},  // ground of a strip
-    {COLOR_BTNSHADOW, Rgb(0x17191c)},
-    {COLOR_GRAYTEXT, Rgb(0xabb1ba)},
-    {COLOR_BTNTEXT, Rgb(0xdcdfe4)},
-    {19, Rgb(0xabb1ba)},                  // inactive caption text
-    {COLOR_BTNHIGHLIGHT, Rgb(0xf5f7fa)},  // text that stands out
-    {COLOR_3DDKSHADOW, Rgb(0x0d0e10)},
-    {COLOR_3DLIGHT, Rgb(0x393d44)},
-    {23, Rgb(0xe6e8ec)},  // tip text
-    {24, Rgb(0x34383f)},  // tip
-    {26, Rgb(0x86c9e6)},  // what the mouse is over
-    {27, Rgb(0x2f333a)},
-    {28, Rgb(0x24272c)},
-    {29, Rgb(0x57a9cc)},  // menu highlight
-    {30, Rgb(0x24272c)},  // menu bar
-    {UICOLOR_TICK, Rgb(0x666c76)},
-    {UICOLOR_METER_LOW, Rgb(0x4fb477)},
-    {UICOLOR_METER_MID, Rgb(0xdfb84f)},
-    {UICOLOR_METER_HIGH, Rgb(0xe0564b)},
-};
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr COLORREF kClipGround = 0x2C35B3;  // dark red
+
+double Luminance(COLORREF color) {
+    const auto linear = [&](int shift) {
+        const double c = (color >> shift & 0xFF) / 255.0;
+        return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(0) + 0.7152 * linear(8) + 0.0722 * linear(16);
+}
 }  // namespace
 
-std::span<const ThemeRow> DarkTheme() { return kDark; }
+void ApplyTheme(Theme theme) {
+    QFile file(theme == Theme::Dark ? ":/themes/dark.ini" : ":/themes/light.ini");
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    ApplyUIColors(IniFile(std::string_view(bytes.data(), static_cast<size_t>(bytes.size()))), "colors");
+}
 
-void ApplyTheme(std::span<const ThemeRow> rows) {
-    for (const ThemeRow& row : rows) QmSetUIColor(row.index, row.color);
+double ContrastOf(COLORREF a, COLORREF b) {
+    const auto [low, high] = std::minmax(Luminance(a), Luminance(b));
+    return (high + 0.05) / (low + 0.05);
+}
+
+COLORREF ReadableOn(COLORREF text, COLORREF ground) {
+    constexpr COLORREF kBlack = 0, kWhite = 0xFFFFFF;
+    if (ContrastOf(text, ground) >= 4.5) return text;
+    return ContrastOf(kWhite, ground) >= ContrastOf(kBlack, ground) ? kWhite : kBlack;
 }
 
 ImageTheme IconTones() {
@@ -68,7 +56,7 @@ ImageTheme ThumbTones() {
               QmSkin_BlendColor(face, bright, 28, 0)}}};
 }
 
-MeterTones DarkMeterTones() {
-    return {QmGetUIColor(COLOR_3DDKSHADOW), QmGetUIColor(COLOR_GRAYTEXT), Rgb(0xffffff), Rgb(0xb3352c),
+MeterTones ThemeMeterTones() {
+    return {QmGetUIColor(UICOLOR_METER_GROUND), QmGetUIColor(COLOR_GRAYTEXT), 0xFFFFFF, kClipGround,
             QmGetUIColor(UICOLOR_METER_HIGH)};
 }

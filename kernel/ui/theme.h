@@ -1,20 +1,14 @@
-// The look of the console: a dark, calm theme, as a table of colours that goes through QmSetUIColor, and the
+// The looks of the console: a dark and a light theme, which are colour files in resources/themes, and the
 // tones of its images. All on the UI thread.
 #pragma once
 
 #include "kernel/ui/ui_colors.h"
 #include "platform/ui/image_list.h"
 
-#include <span>
+enum class Theme { Dark, Light };
 
-struct ThemeRow {
-    int32_t index;
-    COLORREF color;
-};
-
-/// The theme's colours. A host's own colours go over them with QmSetUIColor.
-std::span<const ThemeRow> DarkTheme();
-void ApplyTheme(std::span<const ThemeRow> rows);
+/// Sets all colours to a theme of the module's own. A host's own colours go over it with QmSetUIColor.
+void ApplyTheme(Theme theme);
 
 /// Tones of icons and of thumbs in the colours that are set now. An image list keeps
 /// the ones it was made with.
@@ -25,4 +19,10 @@ ImageTheme ThumbTones();
 struct MeterTones {
     COLORREF background, text, clipText, clipTextBackground, clipBackground;
 };
-MeterTones DarkMeterTones();
+MeterTones ThemeMeterTones();
+
+/// The colour, or black or white where it could not be read as text on the ground (WCAG 2.1, contrast
+/// of 4.5).
+COLORREF ReadableOn(COLORREF text, COLORREF ground);
+/// Contrast of two colours by WCAG 2.1, 1 to 21.
+double ContrastOf(COLORREF a, COLORREF b);

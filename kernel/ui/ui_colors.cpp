@@ -7,9 +7,11 @@
 #include <QGuiApplication>
 #include <QPalette>
 #include <QPen>
+#include <QScreen>
 
 #include <array>
 #include <cstdlib>
+#include <map>
 #include <optional>
 
 namespace {
@@ -64,7 +66,8 @@ struct Tables {
     std::array<COLORREF, kSystemCount> shadow;
     Palette palette = kDefaultPalette;
     std::array<std::optional<QBrush>, kPaletteLast + 1> brushes;
-    std::array<std::optional<QPen>, kPaletteLast + 1> pens;
+    std::map<std::pair<int32_t, int32_t>, QPen> pens;  // by index and style
+    QMSKINCOLORPROC skin = nullptr, skinAbsolute = nullptr;
     Tables() { shadow.fill(UICOLOR_NONE); }
 };
 
@@ -99,7 +102,10 @@ COLORREF PaletteColor(COLORREF entry, bool shadowed) {
         if (shadowed && a < kSystemCount && T().shadow[a] != UICOLOR_NONE) return T().shadow[a];
         return QmSysColorsAlphaBlend(entry);
     }
-    case UICOLOR_SYSTEM: return ClearOfFace(SystemColor(static_cast<int32_t>(entry & 0xFF), shadowed));
+    case UICOLOR_SYSTEM: {
+        const COLORREF color = SystemColor(static_cast<int32_t>(entry & 0xFF), shadowed);
+        return QmIsHighColorDisplay() ? ClearOfFace(color) : color;
+    }
     default: return entry;
     }
 }
@@ -107,9 +113,8 @@ COLORREF PaletteColor(COLORREF entry, bool shadowed) {
 bool IsIndex(int32_t index) {
     return (index >= 0 && index < kSystemCount) || (index >= kPaletteFirst && index <= kPaletteLast);
 }
-}  // namespace
 
-COLORREF QmGetUIColorAbsolute(int32_t index) {
+COLORREF TableColor(int32_t index) {
     const bool live = index >= 0;
     const int64_t i = std::abs(static_cast<int64_t>(index));
     if (i < kPaletteFirst) return SystemColor(static_cast<int32_t>(i), live);
@@ -119,9 +124,18 @@ COLORREF QmGetUIColorAbsolute(int32_t index) {
     const Palette& table = live ? T().palette : kDefaultPalette;
     return PaletteColor(table[static_cast<size_t>(i - kPaletteFirst)], live);
 }
+}  // namespace
+
+COLORREF QmGetUIColorAbsolute(int32_t index) {
+    if (COLORREF color; T().skinAbsolute && T().skinAbsolute(index, &color)) return color;
+    return TableColor(index);
+}
 
 // Every screen of today shows the colour itself, so there is no nearest one to look for.
-COLORREF QmGetUIColor(int32_t index) { return QmGetUIColorAbsolute(index); }
+COLORREF QmGetUIColor(int32_t index) {
+    if (COLORREF color; T().skin && T().skin(index, &color)) return color;
+    return TableColor(index);
+}
 
 COLORREF QmGetSysColor(int32_t index) { return index < 0 ? UICOLOR_BAD_INDEX : SystemColor(index, true); }
 
@@ -151,12 +165,15 @@ const QBrush& QmGetUIBrush(int32_t index) {
     return *brush;
 }
 
-const QPen& QmGetUIPen(int32_t index) {
+const QPen& QmGetUIPen(int32_t index) { return QmGetUIPenWithStyle(index, 0); }
+
+const QPen& QmGetUIPenWithStyle(int32_t index, int32_t style) {
     static const QPen stock(Qt::black);
-    if (!IsIndex(index)) return stock;
-    auto& pen = T().pens[static_cast<size_t>(index)];
-    if (!pen) pen.emplace(ToColor(QmGetUIColor(index)));
-    return *pen;
+    if (!IsIndex(index) || style < 0 || style > 4) return stock;
+    const auto [it, isNew] = T().pens.try_emplace({index, style});
+    if (isNew)
+        it->second = QPen(ToColor(QmGetUIColor(index)), 1, static_cast<Qt::PenStyle>(Qt::SolidLine + style));
+    return it->second;
 }
 
 void QmFreeUIColoredObjects(int32_t index) {
@@ -165,6 +182,25 @@ void QmFreeUIColoredObjects(int32_t index) {
     for (int32_t i = 0; i <= kPaletteLast; i++) {
         if (!all && i != index) continue;
         T().brushes[static_cast<size_t>(i)].reset();
-        T().pens[static_cast<size_t>(i)].reset();
     }
+    std::erase_if(T().pens, [&](const auto& row) { return all || row.first.first == index; });
+}
+
+BOOL QmIsHighColorDisplay() {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return !screen || screen->depth() > 8;
+}
+
+void QmSkin_SetColorSource(QMSKINCOLORPROC color, QMSKINCOLORPROC colorAbsolute) {
+    const bool both = color && colorAbsolute;
+    T().skin = both ? color : nullptr;
+    T().skinAbsolute = both ? colorAbsolute : nullptr;
+    QmFreeUIColoredObjects(-1);
+}
+
+COLORREF UIColorEntry(int32_t index) {
+    const int32_t i = std::abs(index);
+    if (!IsIndex(i)) return UICOLOR_NONE;
+    if (i < kPaletteFirst) return T().shadow[static_cast<size_t>(i)];
+    return (index < 0 ? kDefaultPalette : T().palette)[static_cast<size_t>(i - kPaletteFirst)];
 }

@@ -16,14 +16,15 @@ inline constexpr COLORREF UICOLOR_BAD_INDEX = 0x00F000F0;  ///< what indices 31 
 inline constexpr uint32_t UICOLOR_BLEND = 0x04000000, UICOLOR_SYSTEM = 0x05000000;
 
 // System indices by the names of the window system's colours, as far as the console draws with them.
-inline constexpr int32_t COLOR_WINDOW = 5, COLOR_WINDOWFRAME = 6, COLOR_WINDOWTEXT = 8, COLOR_HIGHLIGHT = 13,
-                         COLOR_HIGHLIGHTTEXT = 14, COLOR_BTNFACE = 15, COLOR_BTNSHADOW = 16,
-                         COLOR_GRAYTEXT = 17, COLOR_BTNTEXT = 18, COLOR_BTNHIGHLIGHT = 20,
-                         COLOR_3DDKSHADOW = 21, COLOR_3DLIGHT = 22;
+inline constexpr int32_t COLOR_MENU = 4, COLOR_WINDOW = 5, COLOR_WINDOWFRAME = 6, COLOR_MENUTEXT = 7,
+                         COLOR_WINDOWTEXT = 8, COLOR_HIGHLIGHT = 13, COLOR_HIGHLIGHTTEXT = 14,
+                         COLOR_BTNFACE = 15, COLOR_BTNSHADOW = 16, COLOR_GRAYTEXT = 17, COLOR_BTNTEXT = 18,
+                         COLOR_BTNHIGHLIGHT = 20, COLOR_3DDKSHADOW = 21, COLOR_3DLIGHT = 22,
+                         COLOR_MENUHILIGHT = 29, COLOR_MENUBAR = 30;
 
 // Palette indices that the controls draw with.
 inline constexpr int32_t UICOLOR_TICK = 112, UICOLOR_METER_LOW = 126, UICOLOR_METER_MID = 120,
-                         UICOLOR_METER_HIGH = 151;
+                         UICOLOR_METER_HIGH = 151, UICOLOR_METER_GROUND = 124;
 
 extern "C" {
 /// The colour as it is drawn. See QmGetUIColorAbsolute.
@@ -42,6 +43,21 @@ QM_API COLORREF QmSysColorsAlphaBlend(uint32_t recipe);
 /// Solid brush and one-pixel pen of an index, kept until the colour changes.
 QM_API const QBrush& QmGetUIBrush(int32_t index);
 QM_API const QPen& QmGetUIPen(int32_t index);
-/// Drops the brush and pen of an index, all of them with -1.
+/// The same in another style: 0 solid, 1 dashed, 2 dotted, 3 dashes and dots, 4 dashes and two dots.
+QM_API const QPen& QmGetUIPenWithStyle(int32_t index, int32_t style);
+/// Drops the brush and pens of an index, all of them with -1.
 QM_API void QmFreeUIColoredObjects(int32_t index);
+
+/// Whether the screen shows more than 256 colours.
+QM_API BOOL QmIsHighColorDisplay();
+
+/// Answers for an index in place of the tables; 0 leaves it to them.
+typedef BOOL (*QMSKINCOLORPROC)(int32_t index, COLORREF* color);
+/// A skin puts its colours before the tables, for QmGetUIColor and QmGetUIColorAbsolute. Where one of the two
+/// is missing both are dropped, and the tables answer alone.
+QM_API void QmSkin_SetColorSource(QMSKINCOLORPROC color, QMSKINCOLORPROC colorAbsolute);
 }
+
+/// What a table holds for an index, a recipe as it is; for a negative palette index what it holds by default.
+/// UICOLOR_NONE for a system colour that is the window system's, and for a wrong index.
+COLORREF UIColorEntry(int32_t index);

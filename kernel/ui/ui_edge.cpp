@@ -3,6 +3,10 @@
 #include "kernel/ui/ui_colors.h"
 #include "platform/ui/paint.h"
 
+#include <QBrush>
+#include <QPen>
+#include <QPolygonF>
+
 namespace {
 struct EdgeRow {
     uint32_t edge;
@@ -17,20 +21,53 @@ constexpr EdgeRow kEdges[] = {
     {EDGE_SUNKEN_INNER, COLOR_3DDKSHADOW, COLOR_BTNFACE, COLOR_BTNSHADOW, COLOR_BTNFACE},
 };
 
+struct EdgeLight {
+    COLORREF leftTop, rightBottom;
+};
+EdgeLight LightOf(const EdgeRow& row, uint32_t flags) {
+    const bool outer = row.edge & (EDGE_RAISED_OUTER | EDGE_SUNKEN_OUTER), soft = flags & EDGE_SOFT;
+    int32_t leftTop = soft ? row.softLeftTop : row.leftTop,
+            rightBottom = soft ? row.softRightBottom : row.rightBottom;
+    if (flags & EDGE_MONO) leftTop = rightBottom = outer ? COLOR_WINDOWFRAME : COLOR_WINDOW;
+    if (flags & EDGE_FLAT) leftTop = rightBottom = outer ? COLOR_BTNSHADOW : COLOR_BTNFACE;
+    return {QmGetUIColor(leftTop), QmGetUIColor(rightBottom)};
+}
+
 void DrawLines(QPainter& painter, RECT& rect, uint32_t edge, uint32_t flags) {
     for (const EdgeRow& row : kEdges) {
         if (!(edge & row.edge)) continue;
-        const bool outer = row.edge & (EDGE_RAISED_OUTER | EDGE_SUNKEN_OUTER), soft = flags & EDGE_SOFT;
-        int32_t leftTop = soft ? row.softLeftTop : row.leftTop,
-                rightBottom = soft ? row.softRightBottom : row.rightBottom;
-        if (flags & EDGE_MONO) leftTop = rightBottom = outer ? COLOR_WINDOWFRAME : COLOR_WINDOW;
-        if (flags & EDGE_FLAT) leftTop = rightBottom = outer ? COLOR_BTNSHADOW : COLOR_BTNFACE;
-        DrawSides(painter, rect, flags & SIDE_ALL, QmGetUIColor(leftTop), QmGetUIColor(rightBottom));
+        const EdgeLight light = LightOf(row, flags);
+        DrawSides(painter, rect, flags & SIDE_ALL, light.leftTop, light.rightBottom);
         rect.left += flags & SIDE_LEFT ? 1 : 0;
         rect.top += flags & SIDE_TOP ? 1 : 0;
         rect.right -= flags & SIDE_RIGHT ? 1 : 0;
         rect.bottom -= flags & SIDE_BOTTOM ? 1 : 0;
     }
+}
+
+// The outer line from corner to corner, the inner one beside it; the side below the line is the filled one.
+void DrawDiagonal(QPainter& painter, const RECT& rect, uint32_t edge, uint32_t flags) {
+    const bool rises = static_cast<bool>(flags & SIDE_LEFT) == static_cast<bool>(flags & SIDE_BOTTOM);
+    const QRectF r = SnapRect(painter, QRectF(ToQRect(rect)));
+    const QPointF from = rises ? r.bottomLeft() : r.topLeft(), to = rises ? r.topRight() : r.bottomRight();
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setClipRect(r, Qt::IntersectClip);
+    if (flags & EDGE_MIDDLE) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QmGetUIBrush(flags & EDGE_MONO ? COLOR_WINDOW : COLOR_BTNFACE));
+        painter.drawPolygon(QPolygonF({from, to, rises ? r.bottomRight() : r.bottomLeft()}));
+    }
+    qreal below = 0;
+    for (const EdgeRow& row : kEdges) {
+        if (!(edge & row.edge)) continue;
+        const EdgeLight light = LightOf(row, flags);
+        const bool lit = flags & (SIDE_LEFT | SIDE_TOP);
+        painter.setPen(QPen(ToColor(lit ? light.leftTop : light.rightBottom), LineWidth(painter)));
+        painter.drawLine(from + QPointF(0, below), to + QPointF(0, below));
+        below += LineWidth(painter);
+    }
+    painter.restore();
 }
 }  // namespace
 
@@ -38,12 +75,27 @@ BOOL QmDrawEdge(QPainter& painter, const RECT& rect, uint32_t edge, uint32_t fla
     constexpr uint32_t kOuter = EDGE_RAISED_OUTER | EDGE_SUNKEN_OUTER,
                        kInner = EDGE_RAISED_INNER | EDGE_SUNKEN_INNER;
     if ((edge & kOuter) == kOuter) return 0;
-    if ((edge & kInner) == kInner) edge &= ~kInner;
+    if ((edge & kInner) == kInner) {
+        edge &= ~kInner;
+        flags &= ~EDGE_DIAGONAL;
+    }
     if (!(flags & SIDE_ALL)) return 1;
+    if (flags & EDGE_DIAGONAL) {
+        DrawDiagonal(painter, rect, edge, flags);
+        return 1;
+    }
     RECT rest = rect;
     DrawLines(painter, rest, edge & kOuter, flags);
     DrawLines(painter, rest, edge & kInner, flags);
     if (flags & EDGE_MIDDLE)
         FillRect(painter, rest, QmGetUIColor(flags & EDGE_MONO ? COLOR_WINDOW : COLOR_BTNFACE));
     return 1;
+}
+
+void QmDrawOutline(QPainter& painter, const RECT& rect, int32_t index, int32_t width) {
+    RECT rest = rect;
+    for (int32_t i = 0; i < width && !rest.IsEmpty(); i++) {
+        FrameRect(painter, rest, QmGetUIColor(index));
+        rest = {rest.left + 1, rest.top + 1, rest.right - 1, rest.bottom - 1};
+    }
 }

@@ -22,6 +22,9 @@ struct FontRow {
 };
 constexpr FontRow kFonts[] = {
     {100, kPoints, QFont::Normal, kPlain},
+    {10, kPoints, QFont::Normal, kFixed},
+    {11, kPoints, QFont::Normal, kFixed},
+    {16, kPoints, QFont::Normal, kFixed},
     {102, kPoints - 1, QFont::Normal, kFixed},
     {104, kPoints, QFont::Bold, kPlain},
     {106, kPoints, QFont::Normal, kItalic},
@@ -32,6 +35,13 @@ constexpr FontRow kFonts[] = {
     {129, 16, QFont::Medium, kPlain},
     {130, 12, QFont::Medium, kPlain},
     {134, 12, QFont::Bold, kPlain},
+    {140, kPoints, QFont::Normal, kPlain},
+    {141, kPoints, QFont::Bold, kPlain},
+    {142, kPoints * 5 / 4, QFont::Normal, kPlain},
+    {143, kPoints * 5 / 4, QFont::Bold, kPlain},
+    {144, kPoints * 3 / 2, QFont::Normal, kPlain},
+    {145, kPoints * 3 / 2, QFont::Bold, kPlain},
+    {146, kPoints - 1, QFont::Normal, kPlain},
     {147, 10, QFont::Medium, kFixed},
     {162, kPoints, QFont::Bold, kPlain},
     {163, kPoints, QFont::Bold, kPlain},
@@ -85,3 +95,5 @@ SIZE QmGetTextExtent(const QFont& font, const char16_t* text, int32_t length) {
     const QFontMetrics metrics(font);
     return {metrics.horizontalAdvance(ViewText(view)), metrics.height()};
 }
+
+uint32_t QmGetUIFontCharset() { return 1; }

@@ -152,7 +152,7 @@ TEST(ColorMath, Companions) {
 }
 
 TEST_F(Colors, TheThemeCanBeRead) {
-    ApplyTheme(DarkTheme());
+    ApplyTheme(Theme::Dark);
     const COLORREF selection =
         QmSkin_BlendColor(QmGetUIColor(COLOR_WINDOWFRAME), QmGetUIColor(COLOR_HIGHLIGHT), 64, 1);
     struct Row {
@@ -160,7 +160,7 @@ TEST_F(Colors, TheThemeCanBeRead) {
         COLORREF text, ground;
     };
     const auto c = [](int32_t index) { return QmGetUIColor(index); };
-    const MeterTones meter = DarkMeterTones();
+    const MeterTones meter = ThemeMeterTones();
     for (const Row& row :
          {Row{"button text", c(COLOR_BTNTEXT), c(COLOR_BTNFACE)},
           Row{"on the ground", c(COLOR_BTNTEXT), c(COLOR_WINDOWFRAME)},

@@ -58,7 +58,7 @@ protected:
     FakeHost host;
     std::mt19937 random{12345};
 
-    void SetUp() override { ApplyTheme(DarkTheme()); }
+    void SetUp() override { ApplyTheme(Theme::Dark); }
     // Levels that wander, rest, peak over full scale and fall silent.
     void Feed(tQMMETER& a, tQMMETER& b) {
         std::vector<int32_t> levels(a.channels);

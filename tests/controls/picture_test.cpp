@@ -26,7 +26,7 @@ struct Canvas {
     Canvas(int width, int height, qreal scale)
         : image((QSizeF(width, height) * scale).toSize(), QImage::Format_RGB32) {
         image.setDevicePixelRatio(scale);
-        ApplyTheme(DarkTheme());
+        ApplyTheme(Theme::Dark);
         image.fill(ToColor(QmGetUIColor(COLOR_BTNFACE)));
         painter.begin(&image);
     }
@@ -96,7 +96,7 @@ TEST_P(Pictures, Faders) {
 
 TEST_P(Pictures, Meters) {
     Canvas canvas(700, 320, GetParam());
-    const MeterTones tones = DarkMeterTones();
+    const MeterTones tones = ThemeMeterTones();
     struct Row {
         RECT rect;
         uint32_t style;

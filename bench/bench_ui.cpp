@@ -29,6 +29,7 @@ struct Clock : ControlHost {
     void KillTimer(uint32_t) override {}
     void WarpCursor(POINT) override {}
     void SetPointer(uint32_t) override {}
+    POINT ToScreen(POINT client) const override { return client; }
     bool IsKeyDown(uint32_t) const override { return false; }
     void CreateCaret(SIZE) override {}
     void MoveCaret(POINT) override {}

@@ -2,6 +2,7 @@
 
 #include "controls/fader_layout.h"
 #include "controls/fader_track.h"
+#include "controls/game_controller.h"
 #include "platform/ui/control_host.h"
 
 #include <algorithm>
@@ -18,8 +19,7 @@ int32_t ThumbLength(const tQMFADER& f, int32_t length) {
 constexpr struct {
     uint32_t style, state;
 } kDerived[] = {
-    {FADERS_VERTICAL, FADERST_VERTICAL}, {FADERS_STEREO, FADERST_STEREO},
-    {FADERS_TAPER, FADERST_TAPER},       {FADERS_LABELS, FADERST_LABELS},
+    {FADERS_VERTICAL, FADERST_VERTICAL}, {FADERS_STEREO, FADERST_STEREO},     {FADERS_TAPER, FADERST_TAPER},
     {FADERS_COMMANDS, FADERST_COMMANDS}, {FADERS_DISABLED, FADERST_DISABLED},
 };
 
@@ -30,7 +30,6 @@ void DeriveState(tQMFADER& f) {
     const bool oneSided = (f.style & FADERS_ONE_SIDED) == FADERS_ONE_SIDED ||
                           (f.style & FADERS_SCALE && f.style & FADERS_LABELS);
     state = oneSided ? state | FADERST_ONE_SIDED : state & ~FADERST_ONE_SIDED;
-    state = f.style & FADERS_TICKS ? state & ~FADERST_NO_TICKS : state | FADERST_NO_TICKS;
     f.channels = f.style & FADERS_STEREO ? 2 : 1;
     f.scale.taper = f.style & FADERS_TAPER;
 }
@@ -233,5 +232,6 @@ int32_t FaderInst_DefScrollProc(tQMFADER* f, uint32_t code, int32_t line, int32_
 
 intptr_t FaderInst_Message(tQMFADER* f, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     if (message < WM_USER) return FaderTrack(*f, message, wparam, lparam);
+    if (IsControllerMessage(message)) return FaderControl(*f, message, wparam, lparam);
     return Control(*f, message, wparam, lparam);
 }

@@ -1,6 +1,6 @@
 // tQMFADER: the console's gain slider, with one thumb or a stereo pair, a decibel taper, a scale, and
 // the rules for mouse, wheel and keys. A plain record that its owner embeds, paints and sends
-// messages to; it has no window.
+// messages to; it has no window. As a window it is "GUICS_Fader_Class".
 //
 // Values are tenths of a decibel in a tapered fader, plain numbers otherwise. A value out of range that
 // is set by message is kept as given; only mouse, wheel and keys clamp. Rectangles are logical pixels
@@ -12,6 +12,7 @@
 #include "platform/types.h"
 #include "platform/ui/messages.h"
 
+class ControlWindow;
 class ImageList;
 class QPainter;
 class QPixmap;
@@ -43,7 +44,8 @@ inline constexpr uint32_t FADERST_DISABLED = 0x1, FADERST_FOCUSED = 0x2, FADERST
                           FADERST_OTHER_BUTTON = 0x20000, FADERST_BITMAP = 0x40000,
                           FADERST_PRESSED = 0x10000000, FADERST_COMMANDS = 0x80000,
                           FADERST_GANG_INVERTED = 0x100000, FADERST_NO_HALF_GANG = 0x200000,
-                          FADERST_FOCUS_RECT = 0x800000;
+                          FADERST_NO_AXIS = 0x400000, FADERST_FOCUS_RECT = 0x800000,
+                          FADERST_CONTROLLER = 0x20000000, FADERST_CONTROLLED = 0x40000000;
 
 // Messages; wparam and lparam in this order.
 inline constexpr uint32_t FADERM_GETPOS = 1546, FADERM_GETMIN = 1547, FADERM_GETMAX = 1548,
@@ -72,12 +74,21 @@ inline constexpr intptr_t FADER_WHEEL_USED = 105;
 
 // Notification codes: in WM_COMMAND (FADERS_COMMANDS), and in WM_NOTIFY.
 inline constexpr uint32_t FADERN_SETFOCUS = 1, FADERN_KILLFOCUS = 2, FADERN_PRESSED = 3, FADERN_RELEASED = 4;
-inline constexpr int32_t FADERN_KEY = -102;  ///< lparam: FADERKEY*
+inline constexpr int32_t FADERN_KEY = -102,  ///< lparam: FADERKEY*
+    FADERN_LOSTFOCUS = -8;                   ///< of a fader that is a window
 
 struct FADERKEY {
     NMHDR head;
     uint32_t key;   ///< VK_
     uint32_t data;  ///< lparam of the key message
+};
+
+/// CONTROLN_UNUSED (see game_controller.h): a message of the controller that the control has no use for.
+struct CONTROLUNUSED {
+    NMHDR head;
+    uint32_t message;
+    uintptr_t wparam;
+    intptr_t lparam;
 };
 
 struct FADERSETUP {
@@ -155,4 +166,12 @@ QM_API intptr_t FaderInst_Message(tQMFADER* fader, uint32_t message, uintptr_t w
 /// (FADERS_SELF_KEYS). With Ctrl a page is ten times as far, and FADER_TOP goes to the top instead of unity.
 /// Returns the active value.
 QM_API int32_t FaderInst_DefScrollProc(tQMFADER* fader, uint32_t code, int32_t line, int32_t page);
+
+/// Registers the window class "GUICS_Fader_Class"; 0 when that was done before. A fader of that class reports
+/// with WM_VSCROLL or WM_HSCROLL to the window above.
+QM_API BOOL FaderInitialize();
+QM_API void FaderTerminate();
+/// FaderInst_DefScrollProc for a fader that is a window. The first argument is not used.
+QM_API int32_t Fader_DefScrollProc(uintptr_t unused, uint32_t code, ControlWindow* window, int32_t line,
+                                   int32_t page);
 }

@@ -1,3 +1,5 @@
+#include "controls/fader_draw.h"
+
 #include "controls/fader_layout.h"
 #include "controls/fader_track.h"
 #include "controls/number_text.h"
@@ -145,6 +147,11 @@ void DrawThumbShape(const tQMFADER& f, QPainter& p, const RECT& r) {
     LineAcross(f, p, middle, low, high, disabled ? QmSkin_BlendColor(body, bright, 60, 0) : bright);
 }
 }  // namespace
+
+void FaderDrawMark(const tQMFADER& f, QPainter& painter, int32_t value, int32_t colorIndex) {
+    if (f.client.IsEmpty() || f.state & FADERST_TOO_SMALL) return;
+    DrawTick(f, painter, FaderPixel(f, value), kTickReach + 1, Color(f, colorIndex));
+}
 
 SIZE FaderLabelSize() {
     static const SIZE size = QmGetTextExtent(QmGetUIFont(kFont), u"-72.0", -1);

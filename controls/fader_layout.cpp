@@ -53,7 +53,10 @@ SIZE FaderMinSize(const tQMFADER& f) {
 void FaderLayout(tQMFADER& f) {
     const SIZE least = FaderMinSize(f);
     const bool tooSmall = f.client.Width() < least.cx || f.client.Height() < least.cy;
-    f.state = tooSmall ? f.state | FADERST_TOO_SMALL : f.state & ~FADERST_TOO_SMALL;
+    f.state &= ~(FADERST_TOO_SMALL | FADERST_NO_TICKS | FADERST_LABELS);
+    if (!(f.style & FADERS_TICKS)) f.state |= FADERST_NO_TICKS;
+    if (f.style & FADERS_LABELS) f.state |= FADERST_LABELS;
+    if (tooSmall) f.state |= FADERST_TOO_SMALL | FADERST_NO_TICKS | FADERST_LABELS;
 
     const int32_t length = IsVertical(f) ? f.client.Height() : f.client.Width();
     f.travel = std::max(length - f.thumbLength, 0);

@@ -1,6 +1,7 @@
 #include "controls/fader_track.h"
 
 #include "controls/fader_layout.h"
+#include "controls/game_controller.h"
 #include "platform/ui/control_host.h"
 
 #include <algorithm>
@@ -67,6 +68,15 @@ void LoseFocus(tQMFADER& f) {
         f.window->DestroyCaret();
     else
         FaderRepaint(f);
+    if (f.state & FADERST_INSTANCE) return;
+    NMHDR notification{f.window, f.id, FADERN_LOSTFOCUS};
+    Notify(f, WM_NOTIFY, f.id, reinterpret_cast<intptr_t>(&notification));
+}
+
+void Enable(tQMFADER& f, bool on) {
+    f.style = on ? f.style & ~FADERS_DISABLED : f.style | FADERS_DISABLED;
+    f.state = on ? f.state & ~FADERST_DISABLED : f.state | FADERST_DISABLED;
+    FaderRepaint(f);
 }
 
 // The part under the mouse acts now and on every tick of the timer.
@@ -217,13 +227,29 @@ const Row* FindKey(const Row (&rows)[N], uint32_t key) {
     return row == std::end(rows) ? nullptr : row;
 }
 
+// The stick's way is the whole travel of the fader, whatever its size on the screen.
+constexpr int32_t kStickTravel = 65535;
+uint32_t StickAxis(const tQMFADER& f) { return f.state & FADERST_VERTICAL ? 1 : 0; }
+
+void PullStick(const tQMFADER& f, uint32_t saturation) {
+    const int32_t at = std::clamp(f.scale.Distance(f.pos[f.activeChannel], kStickTravel), 0, kStickTravel);
+    PullController(StickAxis(f), at, saturation);
+}
+
+bool FollowStick(tQMFADER& f) {
+    const auto position = ControllerPosition(StickAxis(f));
+    f.state = position ? f.state & ~FADERST_NO_AXIS : f.state | FADERST_NO_AXIS;
+    if (!position) return false;
+    const int32_t value = f.scale.Value(*position, kStickTravel);
+    ForMeant(f, [&](uint32_t) { return value; });
+    FaderShowValues(f);
+    return true;
+}
+
 bool IsDigit(uint32_t key) { return key >= '0' && key <= '9'; }
 
 void SetDigit(tQMFADER& f, int32_t digit) {
-    const auto value = static_cast<int32_t>(f.scale.min + (int64_t{f.scale.max} - f.scale.min) * digit / 10);
-    ForMeant(f, [&](uint32_t) { return value; });
-    FaderShowValues(f);
-    Scrolled(f, FADER_SET);
+    FaderSetByUser(f, static_cast<int32_t>(f.scale.min + (int64_t{f.scale.max} - f.scale.min) * digit / 10));
 }
 
 void KeyDown(tQMFADER& f, uint32_t key, uint32_t data) {
@@ -253,6 +279,12 @@ void KeyUp(tQMFADER& f, uint32_t key) {
 }
 }  // namespace
 
+void FaderSetByUser(tQMFADER& f, int32_t value) {
+    ForMeant(f, [&](uint32_t) { return value; });
+    FaderShowValues(f);
+    Scrolled(f, FADER_SET);
+}
+
 void FaderRepaint(const tQMFADER& f) { f.window->Invalidate(f.client); }
 
 void FaderShowValues(tQMFADER& f) {
@@ -264,6 +296,7 @@ void FaderShowValues(tQMFADER& f) {
         f.window->Invalidate(f.thumbs[c].rect);
         if (c == f.activeChannel) MoveCaret(f);
     }
+    if (f.state & FADERST_CONTROLLER) PullStick(f, kSpringMoving);
 }
 
 int32_t FaderScrolled(const tQMFADER& f, int32_t value, uint32_t code, int32_t line, int32_t page,
@@ -306,6 +339,35 @@ void FaderEndDrag(tQMFADER& f) {
     Command(f, FADERN_RELEASED);
 }
 
+intptr_t FaderControl(tQMFADER& f, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    const bool mine = f.state & FADERST_CONTROLLER, held = f.state & FADERST_CONTROLLED;
+    if (message == GAMEM_DEVICE) {
+        SetGameController(reinterpret_cast<GAMECONTROLLER*>(lparam));
+        return 0;
+    }
+    if (message == GAMEM_FOCUS) {
+        f.state = wparam ? f.state | FADERST_CONTROLLER : f.state & ~FADERST_CONTROLLER;
+        PullStick(f, kSpringResting);
+        return 0;
+    }
+    if (message == GAMEM_BUTTONDOWN && mine && IsIdle(f) && ControllerPosition(StickAxis(f))) {
+        f.state |= FADERST_CONTROLLED;
+        Scrolled(f, FADER_START);
+        return 0;
+    }
+    if (message == GAMEM_AXIS && held) {
+        if (FollowStick(f)) Scrolled(f, FADER_TRACK);
+        return 0;
+    }
+    if (message == GAMEM_BUTTONUP && held) {
+        f.state &= ~FADERST_CONTROLLED;
+        Scrolled(f, FADER_END);
+        return 0;
+    }
+    CONTROLUNUSED unused{{f.window, f.id, CONTROLN_UNUSED}, message, wparam, lparam};
+    return Notify(f, WM_NOTIFY, f.id, reinterpret_cast<intptr_t>(&unused));
+}
+
 intptr_t FaderTrack(tQMFADER& f, uint32_t message, uintptr_t wparam, intptr_t lparam) {
     const POINT at = UnpackPoint(lparam);
     const uint32_t keys = LowWord(wparam);
@@ -325,6 +387,7 @@ intptr_t FaderTrack(tQMFADER& f, uint32_t message, uintptr_t wparam, intptr_t lp
     case WM_KEYUP: KeyUp(f, static_cast<uint32_t>(wparam)); return 0;
     case WM_SETFOCUS: GainFocus(f); return 0;
     case WM_KILLFOCUS: LoseFocus(f); return 0;
+    case WM_ENABLE: Enable(f, wparam); return 0;
     case WM_SETCURSOR: return SetPointer(f);
     case WM_TIMER:
         if (wparam == kRepeatTimer) Tick(f);

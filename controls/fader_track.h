@@ -6,6 +6,9 @@
 /// Input messages; any other gives 0.
 intptr_t FaderTrack(tQMFADER& fader, uint32_t message, uintptr_t wparam, intptr_t lparam);
 
+/// Messages of the game controller.
+intptr_t FaderControl(tQMFADER& fader, uint32_t message, uintptr_t wparam, intptr_t lparam);
+
 /// Moves the thumbs to the values. Asks for a repaint only of thumbs whose pixel moved.
 void FaderShowValues(tQMFADER& fader);
 void FaderRepaint(const tQMFADER& fader);
@@ -20,5 +23,7 @@ void FaderScroll(tQMFADER& fader, uint32_t code, int32_t line, int32_t page);
 /// The thumb's look, by one of two, or the drawn one by none; `size` is the image's.
 void FaderSetThumb(tQMFADER& fader, const ImageList* images, const QPixmap* bitmap, SIZE size);
 
+/// Sets the meant channels to a value, as a user's change that is complete.
+void FaderSetByUser(tQMFADER& fader, int32_t value);
 /// Ends a drag, if there is one, as the release of the button does.
 void FaderEndDrag(tQMFADER& fader);

@@ -3,6 +3,7 @@
 #include "controls/meter_bitmaps.h"
 #include "controls/meter_layout.h"
 #include "controls/meter_levels.h"
+#include "controls/meter_model.h"
 #include "kernel/ui/ui_colors.h"
 #include "platform/ui/control_host.h"
 
@@ -140,6 +141,25 @@ intptr_t Click(tQMMETER& m, POINT at) {
     return 1;
 }
 
+// The meter's own menu, or the owner's: it gets the message that asks for one.
+intptr_t AskForMenu(tQMMETER& m, uintptr_t wparam, intptr_t lparam) {
+    if (m.style & METERS_OWN_MENU) {
+        const POINT at =
+            lparam == -1 ? m.window->ToScreen({m.client.left, m.client.bottom}) : UnpackPoint(lparam);
+        MeterInst_ContextMenu(&m, &at, nullptr, 0);
+        return 1;
+    }
+    ControlHost* owner = m.owner ? m.owner : m.state & METERST_INSTANCE ? nullptr : m.window;
+    return owner ? owner->Send(WM_CONTEXTMENU, wparam, lparam) : 0;
+}
+
+// For who has no mouse: what a click on the readouts does.
+void Key(tQMMETER& m, uint32_t key) {
+    if (!(m.style & METERS_CLIP_CLICK) || (key != VK_SPACE && key != VK_DELETE)) return;
+    ResetClip(m, 0, m.channels);
+    m.window->Invalidate(m.client);
+}
+
 intptr_t HitTest(tQMMETER& m, POINT at) {
     const MeterLayout layout = MeterLayoutOf(m);
     return layout.strip.Contains(at) || layout.bars.Contains(at) ? HTCLIENT : HTTRANSPARENT;
@@ -162,6 +182,7 @@ void MeterInst_Init(tQMMETER* m, uint32_t style, const RECT* rect, ControlHost* 
     m->clipTextBackground = 0xFFFFFF;
     m->clipBackground = 0x0023FF;
     m->channels = 1;
+    m->model = &kPeakMeterModel;
     SetFormat(*m, u"$.1f");
     DeriveState(*m);
     SetRange(*m, 32768, false);
@@ -175,6 +196,11 @@ void MeterInst_Move(tQMMETER* m, const RECT* rect) {
     m->client = *rect;
     if (!sized) return;
     DeriveState(*m);
+    Rebuild(*m);
+}
+
+void MeterInst_SetSkinDib(tQMMETER* m, const tQMSKINBMP* skin) {
+    m->skinDib = skin;
     Rebuild(*m);
 }
 
@@ -194,6 +220,8 @@ intptr_t MeterInst_Message(tQMMETER* meter, uint32_t message, uintptr_t wparam, 
     switch (message) {
     case WM_LBUTTONDOWN:
     case WM_LBUTTONDBLCLK: return Click(m, UnpackPoint(lparam));
+    case WM_KEYDOWN: return Key(m, bits), 0;
+    case WM_CONTEXTMENU: return AskForMenu(m, wparam, lparam);
     case WM_NCHITTEST: return HitTest(m, UnpackPoint(lparam));
     case METERM_GETLEVELS: return GetEach(m, count, lparam, &METERCHANNEL::level);
     case METERM_GETRANGE:

@@ -1,6 +1,7 @@
 // tQMMETER: peak meter of one to six channels, as bars on a decibel scale, with marks for the highest and
 // lowest recent levels, a sticky readout of the highest level, and labels. A plain record that its owner
-// embeds, feeds with levels and paints; it has no window, and knows nothing of audio.
+// embeds, feeds with levels and paints; it has no window, and knows nothing of audio. As a window it is
+// "GUICS_Meter_Class".
 //
 // Levels are counts of `range`, or floats in 0..1 whose bits the messages carry. Rectangles are logical
 // pixels of the window; the bars themselves move by device pixels. Holds need no timer: they are advanced by
@@ -14,10 +15,13 @@
 class QPainter;
 struct ControlHost;
 struct MeterBitmaps;
+struct MeterModel;
+struct tQMSKINBMP;
+class ControlWindow;
 
 // Style. A bar a channel is always there; METERS_STRIP_EACH gives each one its own readout too.
-inline constexpr uint32_t METERS_VERTICAL = 0x0001, METERS_LOWEST = 0x0002, METERS_CLIP_SHOWN = 0x0008,
-                          METERS_CLIP_CLICK = 0x0010, METERS_STRIP_EACH = 0x0020,
+inline constexpr uint32_t METERS_VERTICAL = 0x0001, METERS_LOWEST = 0x0002, METERS_OWN_MENU = 0x0004,
+                          METERS_CLIP_SHOWN = 0x0008, METERS_CLIP_CLICK = 0x0010, METERS_STRIP_EACH = 0x0020,
                           METERS_LABELS_OTHER_SIDE = 0x0040, METERS_CLIP_ROOM = 0x0080,
                           METERS_HOLD_LOW = 0x0100, METERS_HOLD_HIGH = 0x0200, METERS_LABELS = 0x0400,
                           METERS_AUTO_VERTICAL = 0x0800, METERS_UI_COLORS = 0x1000, METERS_LINEAR = 0x8000;
@@ -60,6 +64,18 @@ inline constexpr uint32_t kMeterMaxChannels = 6;
 inline constexpr uint32_t kMeterMaxBands = 10;
 inline constexpr uint32_t kMeterHoldMilliseconds = 700;
 
+/// Code of the notification that the display range was changed from the menu.
+inline constexpr int32_t METERN_RANGE = 1646;
+/// WM_NOTIFY about the item that a menu shows: METERMENUHELP. With METERS_OWN_MENU.
+inline constexpr int32_t METERN_MENUHELP = -103;
+
+struct METERMENUHELP {
+    NMHDR head;
+    uint32_t item;   ///< 0 when the menu closes
+    uint32_t flags;  ///< MF_ of the item
+    const char16_t* text;
+};
+
 /// Part of the bar from a level up to the next band.
 struct METERBAND {
     int32_t threshold;  ///< tenths of a decibel below full scale; the first band also holds all below it
@@ -94,7 +110,9 @@ struct tQMMETER {
     uint32_t nameCounts[2];
     METERCHANNEL channel[kMeterMaxChannels];
     METERBAND bands[kMeterMaxBands];
-    uint32_t bandCount;  ///< 0: the theme's colours
+    uint32_t bandCount;         ///< 0: the theme's colours
+    const MeterModel* model;    ///< never null
+    const tQMSKINBMP* skinDib;  ///< the caller's; null for the drawn bar
     RECT painted;  ///< where the bars were painted last, in device pixels; empty when they have to be painted
                    ///< whole
 };
@@ -111,6 +129,17 @@ QM_API void MeterInst_Move(tQMMETER* meter, const RECT* rect);
 /// At most kMeterMaxBands, copied; none goes back to the theme's colours.
 QM_API void MeterInst_SetBands(tQMMETER* meter, const METERBAND* bands, uint32_t count);
 
+/// An image in place of the drawn bar: its left half the lit bar, its right half the unlit one, upright,
+/// stretched to the bar's size. Null goes back. The caller keeps it alive.
+QM_API void MeterInst_SetSkinDib(tQMMETER* meter, const tQMSKINBMP* skin);
+
+/// Chosen item and context; returns whether the item was used. Without it the owner gets a WM_COMMAND.
+typedef BOOL (*METERMENUPROC)(tQMMETER* meter, uint32_t item, uintptr_t context);
+/// Shows the context menu at a point of the screen and does what is chosen; what the meter does not know goes
+/// to the callback first, then to the owner. Returns the chosen item, or 0.
+QM_API uint32_t MeterInst_ContextMenu(tQMMETER* meter, const POINT* screen, METERMENUPROC callback,
+                                      uintptr_t context);
+
 /// Paints all of the meter, on a ground that the owner painted.
 QM_API void MeterInst_Draw(tQMMETER* meter, QPainter* painter);
 /// Over what the last paint left, paints the rows of the bars that changed since then and the readouts whose
@@ -120,4 +149,8 @@ QM_API BOOL MeterInst_DrawChanges(tQMMETER* meter, QPainter* painter, RECT* chan
 
 /// The messages above, and clicks on the readout. WM_NCHITTEST takes a point of the window here.
 QM_API intptr_t MeterInst_Message(tQMMETER* meter, uint32_t message, uintptr_t wparam, intptr_t lparam);
+
+/// Registers the window class "GUICS_Meter_Class"; 0 when that was done before.
+QM_API BOOL MeterInitialize();
+QM_API void MeterTerminate();
 }

@@ -1,6 +1,10 @@
 #include "controls/meter_bitmaps.h"
 
+#include "kernel/ui/color_math.h"
+#include "kernel/ui/skin_images.h"
 #include "platform/ui/paint.h"
+
+#include <QTransform>
 
 #include <algorithm>
 #include <memory>
@@ -17,8 +21,8 @@ QRgb Scaled(COLORREF color, double factor) {
     return qRgb(part(color), part(color >> 8), part(color >> 16));
 }
 
-// A bar is a rod lit from the front: a little darker towards its edges and towards the foot of each band.
-constexpr double kEdgeShade = 0.2, kFootShade = 0.3;
+// A bar is a rod lit from the front: a little darker towards its edges.
+constexpr double kEdgeShade = 0.2;
 
 QImage Build(const MeterLook& look, bool lit) {
     const int width = look.vertical ? look.width : look.length,
@@ -31,19 +35,39 @@ QImage Build(const MeterLook& look, bool lit) {
         const MeterLook::Band& band = look.bands[b];
         const int32_t end = b + 1 < look.bandCount ? look.bands[b + 1].from : look.length;
         const double height01 = end > band.from ? (along - band.from + 0.5) / (end - band.from) : 1;
+        const COLORREF color = BlendChannels(lit ? band.lit : band.unlit, lit ? band.litTop : band.unlitTop,
+                                             static_cast<uint32_t>(height01 * 255 + 0.5));
         for (int32_t across = 0; across < look.width; across++) {
             const double u = 2 * (across + 0.5) / look.width - 1;
-            const double shade = lit ? (1 - kEdgeShade * u * u) * (1 - kFootShade * (1 - height01)) : 1;
-            const QRgb color = Scaled(lit ? band.lit : band.unlit, shade);
+            const QRgb shaded = Scaled(color, lit ? 1 - kEdgeShade * u * u : 1);
             if (look.vertical)
-                image.setPixel(across, look.length - 1 - along, color);
+                image.setPixel(across, look.length - 1 - along, shaded);
             else
-                image.setPixel(along, across, color);
+                image.setPixel(along, across, shaded);
         }
     }
     return image;
 }
+
+QImage FromSkin(const MeterLook& look, bool lit) {
+    const QImage skin = ViewSkinBmp(*look.skin);
+    const int half = skin.width() / 2;
+    if (half == 0) return Build(look, lit);
+    QImage part = skin.copy(lit ? 0 : half, 0, half, skin.height());
+    if (!look.vertical) part = part.transformed(QTransform().rotate(90));
+    const QSize size = look.vertical ? QSize(look.width, look.length) : QSize(look.length, look.width);
+    return part.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .convertToFormat(QImage::Format_RGB32);
+}
+
+QImage Make(const MeterLook& look, bool lit) {
+    return look.skin && look.skin->pixels ? FromSkin(look, lit) : Build(look, lit);
+}
 }  // namespace
+
+void AddMeterBand(MeterLook& look, const MeterLook::Band& band) {
+    if (look.bandCount < look.bands.size()) look.bands[look.bandCount++] = band;
+}
 
 MeterBitmaps* AcquireMeterBitmaps(const MeterLook& look) {
     auto& pairs = Pairs();
@@ -52,7 +76,7 @@ MeterBitmaps* AcquireMeterBitmaps(const MeterLook& look) {
         (*it)->users++;
         return it->get();
     }
-    auto made = std::make_unique<MeterBitmaps>(MeterBitmaps{look, Build(look, true), Build(look, false), 1});
+    auto made = std::make_unique<MeterBitmaps>(MeterBitmaps{look, Make(look, true), Make(look, false), 1});
     if (made->lit.isNull() || made->unlit.isNull()) return nullptr;
     return pairs.emplace_back(std::move(made)).get();
 }

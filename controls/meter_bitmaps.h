@@ -11,14 +11,16 @@
 /// Everything that the pixels of a bar depend on.
 struct MeterLook {
     struct Band {
-        int32_t from;  ///< pixel of the bar
-        COLORREF lit, unlit;
+        int32_t from;               ///< pixel of the bar
+        COLORREF lit, unlit;        ///< at the lower end
+        COLORREF litTop, unlitTop;  ///< at the upper end
         bool operator==(const Band&) const = default;
     };
     int32_t length, width;
     bool vertical;
     uint32_t bandCount;
     std::array<Band, kMeterMaxBands> bands;
+    const tQMSKINBMP* skin;  ///< in place of the bands
     bool operator==(const MeterLook&) const = default;
 };
 
@@ -28,6 +30,8 @@ struct MeterBitmaps {
     int32_t users;
 };
 
+/// Appends a band; the ones before lie lower. Beyond the last free place it is left out.
+void AddMeterBand(MeterLook& look, const MeterLook::Band& band);
 /// A pair for one more user; null when there is no memory for it.
 MeterBitmaps* AcquireMeterBitmaps(const MeterLook& look);
 /// Null is fine.

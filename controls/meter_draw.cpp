@@ -1,8 +1,6 @@
-#include "controls/meter_bitmaps.h"
-#include "controls/meter_layout.h"
-#include "controls/meter_levels.h"
-#include "controls/number_text.h"
+#include "controls/meter_model.h"
 #include "kernel/ui/color_math.h"
+#include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/control_host.h"
@@ -15,44 +13,16 @@ namespace {
 constexpr int32_t kFont = 110;
 constexpr LONG kTickRoom = 5;
 constexpr COLORREF kNoBitmaps = 0xFF0000;
-constexpr uint32_t kUnlitWeight = 210;  // towards the background
-
-// Calm up to -12 dB, a warning up to -3 dB.
-struct DefaultBand {
-    int32_t threshold, color;
-};
-constexpr DefaultBand kDefaultBands[] = {
-    {-1440, UICOLOR_METER_LOW}, {-120, UICOLOR_METER_MID}, {-30, UICOLOR_METER_HIGH}};
-
-int32_t BarPixel(const tQMMETER& m, const MeterBars& bars, int32_t scalePixel) {
-    return std::clamp(scalePixel - (m.scalePixels - bars.length), 0, bars.length);
-}
-
-MeterLook LookOf(const tQMMETER& m, const MeterBars& bars) {
-    MeterLook look{bars.length, bars.width, bars.vertical, 0, {}};
-    const auto add = [&](int32_t threshold, COLORREF lit, COLORREF unlit) {
-        const int32_t from =
-            BarPixel(m, bars, m.scale.Pixel(std::pow(10.0, threshold / 200.0), m.scalePixels));
-        look.bands[look.bandCount] = {look.bandCount ? from : 0, lit, unlit};
-        look.bandCount++;
-    };
-    for (uint32_t i = 0; i < m.bandCount; i++) add(m.bands[i].threshold, m.bands[i].lit, m.bands[i].unlit);
-    if (m.bandCount) return look;
-    for (const DefaultBand& band : kDefaultBands) {
-        const COLORREF lit = QmGetUIColor(band.color);
-        add(band.threshold, lit, QmSkin_BlendColor(lit, m.background, kUnlitWeight, 0));
-    }
-    return look;
-}
-
 // The bitmaps and the pixels of the scale belong to a size of the bars: made when that is first seen.
 bool Prepare(tQMMETER& m, const MeterBars& bars) {
     if (m.bitmaps && m.bitmaps->look.length == bars.length && m.bitmaps->look.width == bars.width)
         return true;
     ReleaseMeterBitmaps(m.bitmaps);
     m.painted = {};
-    MeterRescale(m, m.scale.ScalePixels(bars.length));
-    m.bitmaps = AcquireMeterBitmaps(LookOf(m, bars));
+    m.model->rescale(m, bars.length);
+    MeterLook look{bars.length, bars.width, bars.vertical, 0, {}, m.skinDib};
+    m.model->look(m, look);
+    m.bitmaps = AcquireMeterBitmaps(look);
     return m.bitmaps;
 }
 
@@ -83,9 +53,9 @@ void PaintBar(const tQMMETER& m, QPainter& p, const MeterBars& bars, uint32_t ch
 }
 
 void TakePixels(const tQMMETER& m, const MeterBars& bars, METERCHANNEL& c) {
-    c.shown = BarPixel(m, bars, c.pixel);
-    c.shownHigh = BarPixel(m, bars, c.highPixel);
-    c.shownLow = BarPixel(m, bars, c.lowPixel);
+    c.shown = MeterBarPixel(m, bars.length, c.pixel);
+    c.shownHigh = MeterBarPixel(m, bars.length, c.highPixel);
+    c.shownLow = MeterBarPixel(m, bars.length, c.lowPixel);
 }
 
 // Paints what differs between the shown levels and the new ones, and gives the pixels
@@ -131,7 +101,7 @@ void PaintStrip(const tQMMETER& m, QPainter& p, const RECT& strips, uint32_t str
     RECT r = MeterStripRect(m, strips, strip);
     // Numbers side by side would run together.
     (m.state & METERST_VERTICAL ? r.right : r.bottom) -= strip + 1 < StripCount(m);
-    const MeterReadout readout = MeterClipText(m, m.channel[strip].shownClip);
+    const MeterReadout readout = m.model->readout(m, m.channel[strip].shownClip);
     FillRect(p, r, readout.clipped ? m.clipTextBackground : m.background);
     if (readout.clipped) FrameRect(p, r, m.clipBackground);
     const QFont& font = QmGetUIFont(kFont);
@@ -142,7 +112,8 @@ void PaintStrip(const tQMMETER& m, QPainter& p, const RECT& strips, uint32_t str
     if (m.state & METERST_MAY_CUT && text.size() > 2 && width() > r.Width()) text.resize(text.size() - 2);
     const bool centred = m.state & METERST_CENTRED || width() > r.Width() - 4;
     r.right -= centred ? 0 : 2;
-    DrawText(p, r, text, font, readout.clipped ? m.clipText : m.text, centred ? TEXT_CENTER : TEXT_RIGHT);
+    DrawText(p, r, text, font, readout.clipped ? m.clipText : ReadableOn(m.text, m.background),
+             centred ? TEXT_CENTER : TEXT_RIGHT);
 }
 
 // The column of labels along the bars: a tick at the side of the bars, and its
@@ -153,7 +124,6 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
     const SIZE size = MeterLabelSize(m);
     const RECT& box = layout.labels;
     const COLORREF tickColor = QmSkin_BlendColor(m.text, m.background, 120, 0);
-    const int32_t step = MeterTickStep(m.scale.Decibels(), static_cast<int32_t>(bars.length / scale));
     const auto labelPixels = static_cast<int32_t>(((vertical ? size.cy : size.cx) + 2) * scale);
     const auto line = [&](LONG at, LONG reach) {
         if (vertical)
@@ -171,14 +141,12 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
         return {left, far ? box.top + kTickRoom : box.top, left + size.cx,
                 far ? box.bottom : box.bottom - kTickRoom};
     };
-    for (const MeterTick& tick : MeterTicks(m.scale, bars.length, step, labelPixels)) {
-        const double pixel = (bars.Margin() + tick.pixel - (m.scalePixels - bars.length)) / scale;
+    for (const MeterMark& mark : m.model->marks(m, bars.length, labelPixels, scale)) {
+        const double pixel = (bars.Margin() + mark.pixel - (m.scalePixels - bars.length)) / scale;
         const auto at =
             static_cast<LONG>(std::lround(vertical ? layout.bars.bottom - pixel : layout.bars.left + pixel));
-        line(at, tick.labelled ? 4 : 2);
-        if (tick.labelled)
-            DrawText(p, textBox(at), NumberText(tick.decibels, m.labelFormat), QmGetUIFont(kFont), m.text,
-                     vertical ? TEXT_RIGHT : TEXT_CENTER);
+        line(at, mark.text.empty() ? 2 : 4);
+        DrawText(p, textBox(at), mark.text, QmGetUIFont(kFont), m.text, vertical ? TEXT_RIGHT : TEXT_CENTER);
     }
 }
 
@@ -220,7 +188,7 @@ bool PaintWhole(tQMMETER& m, QPainter& p, const MeterLayout& layout, MeterBars* 
             return false;
         }
         if (covered || m.painted != FromQRect(well)) {
-            MeterAdvance(m, m.window->Now());
+            m.model->advance(m, m.window->Now());
             for (METERCHANNEL& c : m.channel) TakePixels(m, *bars, c);
             for (uint32_t i = 0; i < StripCount(m); i++) m.channel[i].shownClip = StripValue(m, i);
             m.painted = covered ? FromQRect(well) : RECT{};
@@ -268,7 +236,7 @@ BOOL MeterInst_DrawChanges(tQMMETER* meter, QPainter* painter, RECT* changed) {
         MeterBars bars = MeterBarsIn(m, device.Map(layout.bars), line);
         known = Prepare(m, bars) && m.painted == FromQRect(bars.well);
         if (known) {
-            MeterAdvance(m, m.window->Now());
+            m.model->advance(m, m.window->Now());
             *changed = PaintBarsChanges(m, *painter, bars, device);
         }
     }

@@ -69,8 +69,8 @@ void MeterAdvance(tQMMETER& m, uint32_t now) {
     }
 }
 
-void MeterRescale(tQMMETER& m, int32_t scalePixels) {
-    m.scalePixels = scalePixels;
+void MeterRescale(tQMMETER& m, int32_t length) {
+    const int32_t scalePixels = m.scalePixels = m.scale.ScalePixels(length);
     for (METERCHANNEL& c : m.channel) {
         c.highPixel = m.scale.Pixel(MeterShare(m, c.highHold), scalePixels);
         c.lowPixel = m.scale.Pixel(MeterShare(m, c.lowHold), scalePixels);

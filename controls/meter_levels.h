@@ -16,10 +16,10 @@ void MeterClear(tQMMETER& meter);
 /// What a sticky value is when nothing was seen.
 int32_t MeterNoClip(const tQMMETER& meter);
 
-/// Advances the holds to `now` and computes the pixels. Called at the top of each paint.
+/// Advances the holds to `now` and computes the pixels.
 void MeterAdvance(tQMMETER& meter, uint32_t now);
-/// The scale has other pixels: those of the holds are computed again.
-void MeterRescale(tQMMETER& meter, int32_t scalePixels);
+/// The bar has another length: pixels of the scale and of the holds are computed again.
+void MeterRescale(tQMMETER& meter, int32_t length);
 
 struct MeterReadout {
     std::u16string text;

@@ -21,6 +21,9 @@ struct ControlHost {
     virtual void WarpCursor(POINT at) = 0;
     virtual void SetPointer(uint32_t cursorId) = 0;
 
+    /// A point of the window on the screen.
+    virtual POINT ToScreen(POINT client) const = 0;
+
     /// VK_SHIFT, VK_CONTROL, VK_MENU and the mouse buttons: as of the event being handled, else as of now.
     virtual bool IsKeyDown(uint32_t virtualKey) const = 0;
 

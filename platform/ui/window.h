@@ -49,7 +49,7 @@ public:
     }
 
     RECT ClientRect() const { return {0, 0, width(), height()}; }
-    POINT ToScreen(POINT client) const;
+    POINT ToScreen(POINT client) const override;
     POINT ToClient(POINT screen) const;
     /// Device pixels a logical pixel.
     qreal Scale() const { return devicePixelRatioF(); }

@@ -29,6 +29,7 @@ struct FakeHost : ControlHost {
     void KillTimer(uint32_t id) override { timers.erase(id); }
     void WarpCursor(POINT at) override { warps.push_back(at); }
     void SetPointer(uint32_t id) override { pointer = id; }
+    POINT ToScreen(POINT client) const override { return client; }
     bool IsKeyDown(uint32_t key) const override { return keys.count(key) > 0; }
     void CreateCaret(SIZE) override { caret = true; }
     void MoveCaret(POINT at) override { caretAt = at; }

@@ -1,0 +1,31 @@
+#include "controls/game_controller.h"
+
+#include <algorithm>
+
+namespace {
+constexpr int32_t kUnit = 10000, kMiddle = 32768, kFull = 65535;
+
+GAMECONTROLLER*& Device() {
+    static GAMECONTROLLER* device = nullptr;
+    return device;
+}
+}  // namespace
+
+void SetGameController(GAMECONTROLLER* device) { Device() = device; }
+GAMECONTROLLER* TheGameController() { return Device(); }
+
+std::optional<int32_t> ControllerPosition(uint32_t axis) {
+    const GAMECONTROLLER* device = Device();
+    if (!device || device->unusable & 1) return {};
+    const int64_t reading = axis == 0 ? device->axisX : device->axisY;
+    return static_cast<int32_t>(
+        std::clamp<int64_t>((reading - kMiddle) * device->gain / kUnit + kMiddle, 0, kFull));
+}
+
+void PullController(uint32_t axis, int32_t position, uint32_t saturation) {
+    const GAMECONTROLLER* device = Device();
+    if (!device || !device->setSpring) return;
+    const int32_t center = static_cast<int32_t>(int64_t{position} * 2 * kUnit / kFull) - kUnit;
+    const GAMEEFFECT effect{std::clamp(center, -kUnit, kUnit), kUnit, kUnit, saturation};
+    device->setSpring(device->context, axis, &effect);
+}

@@ -1,0 +1,49 @@
+// How the peak meter fills in what meters share: the decibel law, the theme's bands, ticks in steps of 3 dB.
+#include "controls/meter_model.h"
+#include "controls/number_text.h"
+#include "kernel/ui/color_math.h"
+#include "kernel/ui/ui_colors.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr uint32_t kUnlitWeight = 210;  // towards the background
+constexpr uint32_t kFootShade = 77;     // a band is darker at its foot
+
+// Calm up to -12 dB, a warning up to -3 dB.
+struct DefaultBand {
+    int32_t threshold, color;
+};
+constexpr DefaultBand kDefaultBands[] = {
+    {-1440, UICOLOR_METER_LOW}, {-120, UICOLOR_METER_MID}, {-30, UICOLOR_METER_HIGH}};
+
+void Look(const tQMMETER& m, MeterLook& look) {
+    const auto add = [&](int32_t threshold, COLORREF lit, COLORREF unlit) {
+        const int32_t pixel = m.scale.Pixel(std::pow(10.0, threshold / 200.0), m.scalePixels);
+        const int32_t from = look.bandCount ? MeterBarPixel(m, look.length, pixel) : 0;
+        AddMeterBand(look, {from, BlendChannels(lit, 0, kFootShade), unlit, lit, unlit});
+    };
+    for (uint32_t i = 0; i < m.bandCount; i++) add(m.bands[i].threshold, m.bands[i].lit, m.bands[i].unlit);
+    if (m.bandCount) return;
+    for (const DefaultBand& band : kDefaultBands) {
+        const COLORREF lit = QmGetUIColor(band.color);
+        add(band.threshold, lit, QmSkin_BlendColor(lit, m.background, kUnlitWeight, 0));
+    }
+}
+
+std::vector<MeterMark> Marks(const tQMMETER& m, int32_t length, int32_t labelPixels, double pixelsPerUnit) {
+    const int32_t step = MeterTickStep(m.scale.Decibels(), static_cast<int32_t>(length / pixelsPerUnit));
+    std::vector<MeterMark> marks;
+    for (const MeterTick& tick : MeterTicks(m.scale, length, step, labelPixels))
+        marks.push_back(
+            {tick.pixel, tick.labelled ? NumberText(tick.decibels, m.labelFormat) : std::u16string()});
+    return marks;
+}
+}  // namespace
+
+const MeterModel kPeakMeterModel = {MeterRescale, MeterAdvance, Look, Marks, MeterClipText};
+
+int32_t MeterBarPixel(const tQMMETER& m, int32_t length, int32_t scalePixel) {
+    return std::clamp(scalePixel - (m.scalePixels - length), 0, length);
+}

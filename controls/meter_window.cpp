@@ -1,0 +1,44 @@
+// The peak meter as a window of its own.
+#include "controls/control_window.h"
+#include "controls/meter.h"
+#include "controls/meter_face.h"
+#include "controls/meter_levels.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+tQMMETER& M(void* record) { return *static_cast<tQMMETER*>(record); }
+const tQMMETER& M(const void* record) { return *static_cast<const tQMMETER*>(record); }
+
+double Floor(const void* r) { return 20 * std::log10(M(r).scale.unit); }
+double Decibels(const tQMMETER& m) {
+    double share = 0;
+    for (uint32_t i = 0; i < m.channels; i++) share = std::max(share, MeterShare(m, m.channel[i].level));
+    return std::max(20 * std::log10(share), Floor(&m));
+}
+
+constexpr ControlClass kClass = {
+    u"GUICS_Meter_Class",
+    MeterInst_GetSize,
+    [](void* r, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+        MeterInst_Init(&M(r), style, rect, window, id, 0, 0);
+        M(r).state &= ~METERST_INSTANCE;
+        TakeThemeColors(M(r));
+    },
+    [](void* r) { MeterInst_Deinit(&M(r)); },
+    [](void* r, const RECT* rect) { MeterInst_Move(&M(r), rect); },
+    [](void* r, QPainter* painter) { MeterInst_Draw(&M(r), painter); },
+    [](void* r, QPainter* painter, RECT* changed) { return MeterInst_DrawChanges(&M(r), painter, changed); },
+    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+        return MeterInst_Message(&M(r), message, wparam, lparam);
+    },
+    false,
+    {ControlFace::Kind::Meter, MeterName, [](const void* r) { return Decibels(M(r)); }, Floor,
+     [](const void*) { return 0.0; }, [](const void*) { return 0.1; },
+     [](const void* r) { return DecibelText(Decibels(M(r))); }, nullptr},
+};
+}  // namespace
+
+BOOL MeterInitialize() { return RegisterControlClass(kClass); }
+void MeterTerminate() { UnregisterControlClass(kClass); }

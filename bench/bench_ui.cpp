@@ -35,6 +35,7 @@ struct Clock : ControlHost {
     void MoveCaret(POINT) override {}
     void ShowCaret(bool) override {}
     void DestroyCaret() override {}
+    void TrackTip(std::u16string_view, POINT) override {}
     intptr_t Send(uint32_t, uintptr_t, intptr_t) override { return 0; }
     uint32_t Now() const override { return now; }
 };

@@ -29,11 +29,11 @@ QImage Build(const MeterLook& look, bool lit) {
               height = look.vertical ? look.length : look.width;
     QImage image(width, height, QImage::Format_RGB32);
     if (image.isNull()) return image;
-    uint32_t b = 0;
+    size_t b = 0;
     for (int32_t along = 0; along < look.length; along++) {
-        while (b + 1 < look.bandCount && along >= look.bands[b + 1].from) b++;
+        while (b + 1 < look.bands.size() && along >= look.bands[b + 1].from) b++;
         const MeterLook::Band& band = look.bands[b];
-        const int32_t end = b + 1 < look.bandCount ? look.bands[b + 1].from : look.length;
+        const int32_t end = b + 1 < look.bands.size() ? look.bands[b + 1].from : look.length;
         const double height01 = end > band.from ? (along - band.from + 0.5) / (end - band.from) : 1;
         const COLORREF color = BlendChannels(lit ? band.lit : band.unlit, lit ? band.litTop : band.unlitTop,
                                              static_cast<uint32_t>(height01 * 255 + 0.5));
@@ -64,10 +64,6 @@ QImage Make(const MeterLook& look, bool lit) {
     return look.skin && look.skin->pixels ? FromSkin(look, lit) : Build(look, lit);
 }
 }  // namespace
-
-void AddMeterBand(MeterLook& look, const MeterLook::Band& band) {
-    if (look.bandCount < look.bands.size()) look.bands[look.bandCount++] = band;
-}
 
 MeterBitmaps* AcquireMeterBitmaps(const MeterLook& look) {
     auto& pairs = Pairs();

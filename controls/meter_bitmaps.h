@@ -6,7 +6,7 @@
 
 #include <QImage>
 
-#include <array>
+#include <vector>
 
 /// Everything that the pixels of a bar depend on.
 struct MeterLook {
@@ -18,9 +18,8 @@ struct MeterLook {
     };
     int32_t length, width;
     bool vertical;
-    uint32_t bandCount;
-    std::array<Band, kMeterMaxBands> bands;
-    const tQMSKINBMP* skin;  ///< in place of the bands
+    std::vector<Band> bands;  ///< the lowest first; not empty
+    const tQMSKINBMP* skin;   ///< in place of the bands
     bool operator==(const MeterLook&) const = default;
 };
 
@@ -30,8 +29,6 @@ struct MeterBitmaps {
     int32_t users;
 };
 
-/// Appends a band; the ones before lie lower. Beyond the last free place it is left out.
-void AddMeterBand(MeterLook& look, const MeterLook::Band& band);
 /// A pair for one more user; null when there is no memory for it.
 MeterBitmaps* AcquireMeterBitmaps(const MeterLook& look);
 /// Null is fine.

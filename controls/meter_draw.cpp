@@ -20,7 +20,7 @@ bool Prepare(tQMMETER& m, const MeterBars& bars) {
     ReleaseMeterBitmaps(m.bitmaps);
     m.painted = {};
     m.model->rescale(m, bars.length);
-    MeterLook look{bars.length, bars.width, bars.vertical, 0, {}, m.skinDib};
+    MeterLook look{bars.length, bars.width, bars.vertical, {}, m.skinDib};
     m.model->look(m, look);
     m.bitmaps = AcquireMeterBitmaps(look);
     return m.bitmaps;

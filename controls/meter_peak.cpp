@@ -21,8 +21,8 @@ constexpr DefaultBand kDefaultBands[] = {
 void Look(const tQMMETER& m, MeterLook& look) {
     const auto add = [&](int32_t threshold, COLORREF lit, COLORREF unlit) {
         const int32_t pixel = m.scale.Pixel(std::pow(10.0, threshold / 200.0), m.scalePixels);
-        const int32_t from = look.bandCount ? MeterBarPixel(m, look.length, pixel) : 0;
-        AddMeterBand(look, {from, BlendChannels(lit, 0, kFootShade), unlit, lit, unlit});
+        const int32_t from = look.bands.empty() ? 0 : MeterBarPixel(m, look.length, pixel);
+        look.bands.push_back({from, BlendChannels(lit, 0, kFootShade), unlit, lit, unlit});
     };
     for (uint32_t i = 0; i < m.bandCount; i++) add(m.bands[i].threshold, m.bands[i].lit, m.bands[i].unlit);
     if (m.bandCount) return;

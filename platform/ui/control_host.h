@@ -4,6 +4,8 @@
 
 #include "platform/types.h"
 
+#include <string_view>
+
 struct ControlHost {
     /// The area's pixels are out of date; it is painted soon, not now.
     virtual void Invalidate(const RECT& area) = 0;
@@ -32,6 +34,9 @@ struct ControlHost {
     virtual void MoveCaret(POINT leftTop) = 0;
     virtual void ShowCaret(bool on) = 0;
     virtual void DestroyCaret() = 0;
+
+    /// Shows a tip near a point of the screen, in place of the last one; an empty text hides it.
+    virtual void TrackTip(std::u16string_view text, POINT screen) = 0;
 
     /// Sends a message to the window itself: WM_COMMAND, WM_NOTIFY.
     virtual intptr_t Send(uint32_t message, uintptr_t wparam, intptr_t lparam) = 0;

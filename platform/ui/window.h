@@ -71,6 +71,7 @@ public:
     void MoveCaret(POINT leftTop) override { m_caret.Move(leftTop); }
     void ShowCaret(bool on) override { m_caret.Show(on); }
     void DestroyCaret() override { m_caret.Destroy(); }
+    void TrackTip(std::u16string_view text, POINT screen) override { m_tips.Track(text, screen); }
     intptr_t Send(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     uint32_t Now() const override;
 

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <set>
+#include <string>
 #include <vector>
 
 struct FakeHost : ControlHost {
@@ -17,6 +18,7 @@ struct FakeHost : ControlHost {
     std::vector<RECT> invalid;
     std::vector<Sent> sent;
     std::vector<POINT> warps;
+    std::u16string tip;
     std::set<uint32_t> timers, keys;
     bool captured = false, caret = false, caretShown = false, focused = false;
     POINT caretAt{};
@@ -35,6 +37,7 @@ struct FakeHost : ControlHost {
     void MoveCaret(POINT at) override { caretAt = at; }
     void ShowCaret(bool on) override { caretShown = on; }
     void DestroyCaret() override { caret = caretShown = false; }
+    void TrackTip(std::u16string_view text, POINT) override { tip = text; }
     intptr_t Send(uint32_t message, uintptr_t wparam, intptr_t lparam) override {
         const bool notify = message == WM_NOTIFY;
         sent.push_back({message, wparam, notify ? reinterpret_cast<const NMHDR*>(lparam)->code : 0});

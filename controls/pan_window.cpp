@@ -1,0 +1,43 @@
+// The pan pad as a window of its own.
+#include "controls/control_window.h"
+#include "controls/pan.h"
+#include "controls/pan_point.h"
+#include "controls/pan_track.h"
+#include "kernel/lang/kernel_strings.h"
+
+namespace {
+tQMPAN& P(void* record) { return *static_cast<tQMPAN*>(record); }
+const tQMPAN& P(const void* record) { return *static_cast<const tQMPAN*>(record); }
+
+void Report(tQMPAN* p, uint32_t, uintptr_t, uint32_t code, const double*, uint32_t, uintptr_t) {
+    p->window->Send(WM_HSCROLL, PackWords(code, 0), reinterpret_cast<intptr_t>(p->window));
+}
+
+constexpr ControlClass kClass = {
+    u"GUICS_Pan_Class",
+    PanInst_GetSize,
+    [](void* r, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+        PanInst_Init(&P(r), style, rect, window, id, Report, 0);
+        P(r).state &= ~PANST_INSTANCE;
+    },
+    [](void* r) { PanInst_Deinit(&P(r)); },
+    [](void* r, const RECT* rect) { PanInst_Move(&P(r), rect); },
+    [](void* r, QPainter* painter) { PanInst_Draw(&P(r), painter); },
+    nullptr,
+    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+        return PanInst_Message(&P(r), message, wparam, lparam);
+    },
+    true,
+    // A slider has one value, which is x; the text tells both.
+    {ControlFace::Kind::Slider, [] { return std::u16string(KernelText(KS_Control_Pan)); },
+     [](const void* r) { return P(r).at.x; }, [](const void*) { return -1.0; },
+     [](const void*) { return 1.0; }, [](const void*) { return 0.01; },
+     [](const void* r) {
+         return PanText({P(r).at.x, P(r).at.y});
+     },
+     [](void* r, double x) { PanSet(P(r), x, P(r).at.y, PAN_SET); }},
+};
+}  // namespace
+
+BOOL PanInitialize() { return RegisterControlClass(kClass); }
+void PanTerminate() { UnregisterControlClass(kClass); }

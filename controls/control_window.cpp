@@ -106,6 +106,12 @@ intptr_t ControlWindow::Send(uint32_t message, uintptr_t wparam, intptr_t lparam
     return 0;
 }
 
+void ControlWindow::TrackTip(std::u16string_view text, POINT screen) {
+    if (text.empty() && !m_tip) return;
+    if (!m_tip) m_tip = std::make_unique<Tips>(*window());
+    m_tip->Track(text, screen);
+}
+
 ControlWindow* QmCreateControl(const char16_t* className, uint32_t style, const RECT* rect, QWidget* parent,
                                uint32_t id) {
     const ControlClass* type = className ? Find(className) : nullptr;

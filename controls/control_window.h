@@ -64,6 +64,8 @@ public:
 
     intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     intptr_t Send(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
+    /// In the window above, where there is room for it.
+    void TrackTip(std::u16string_view text, POINT screen) override;
 
 private:
     void Paint(const PaintInfo& paint);
@@ -71,6 +73,7 @@ private:
 
     const ControlClass& m_class;
     std::unique_ptr<std::byte[]> m_record;
+    std::unique_ptr<Tips> m_tip;
     bool m_focused = false;
 };
 

@@ -141,12 +141,18 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
         return {left, far ? box.top + kTickRoom : box.top, left + size.cx,
                 far ? box.bottom : box.bottom - kTickRoom};
     };
+    RECT last{};
     for (const MeterMark& mark : m.model->marks(m, bars.length, labelPixels, scale)) {
         const double pixel = (bars.Margin() + mark.pixel - (m.scalePixels - bars.length)) / scale;
         const auto at =
             static_cast<LONG>(std::lround(vertical ? layout.bars.bottom - pixel : layout.bars.left + pixel));
-        line(at, mark.text.empty() ? 2 : 4);
-        DrawText(p, textBox(at), mark.text, QmGetUIFont(kFont), m.text, vertical ? TEXT_RIGHT : TEXT_CENTER);
+        const RECT text = textBox(at);
+        // One that was moved into the column at its end may meet its neighbour.
+        const bool labelled = !mark.text.empty() && !text.Intersects(last);
+        line(at, labelled ? 4 : 2);
+        if (!labelled) continue;
+        last = text;
+        DrawText(p, text, mark.text, QmGetUIFont(kFont), m.text, vertical ? TEXT_RIGHT : TEXT_CENTER);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "controls/pan_point.h"
 #include "kernel/ui/color_math.h"
 #include "kernel/ui/skin_images.h"
+#include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"
 #include "platform/ui/paint.h"
 
@@ -17,12 +18,21 @@ struct PanPicture {
 };
 
 namespace {
-COLORREF Mixed(int32_t from, int32_t to, uint32_t weight) {
-    return QmSkin_BlendColor(QmGetUIColor(from), QmGetUIColor(to), weight, 0);
+// The field is dark in every theme.
+COLORREF Accent() {
+    const COLORREF accent = QmGetUIColor(COLOR_HIGHLIGHT);
+    return ContrastOf(accent, QmGetUIColor(UICOLOR_METER_GROUND)) >= 4.5
+               ? accent
+               : BlendChannels(accent, 0xFFFFFF, 110);
 }
 
 void DrawSkin(QPainter& p, const tQMSKINBMP& bmp, const RECT& rect) {
     p.drawImage(ToQRect(rect), ViewSkinBmp(bmp));
+}
+
+// The ground, lighter by so much.
+COLORREF Raised(uint32_t weight) {
+    return BlendChannels(QmGetUIColor(UICOLOR_METER_GROUND), 0xFFFFFF, weight);
 }
 
 void DrawField(const tQMPAN& pan, QPainter& p) {
@@ -31,10 +41,10 @@ void DrawField(const tQMPAN& pan, QPainter& p) {
     const bool round = pan.style & PANS_CIRCULAR;
     p.setRenderHint(QPainter::Antialiasing);
     QLinearGradient depth(ground.topLeft(), ground.bottomLeft());
-    depth.setColorAt(0, ToColor(Mixed(UICOLOR_METER_GROUND, COLOR_BTNFACE, 20)));
-    depth.setColorAt(1, ToColor(Mixed(UICOLOR_METER_GROUND, COLOR_BTNFACE, 60)));
+    depth.setColorAt(0, ToColor(Raised(6)));
+    depth.setColorAt(1, ToColor(Raised(22)));
     p.setBrush(depth);
-    p.setPen(QPen(ToColor(Mixed(UICOLOR_METER_GROUND, COLOR_GRAYTEXT, 90)), 1));
+    p.setPen(QPen(ToColor(Raised(80)), 1));
     const QRectF edge = ground.adjusted(0.5, 0.5, -0.5, -0.5);
     if (round)
         p.drawEllipse(edge);
@@ -42,11 +52,11 @@ void DrawField(const tQMPAN& pan, QPainter& p) {
         p.drawRoundedRect(edge, 3, 3);
 
     p.setBrush(Qt::NoBrush);
-    p.setPen(QPen(ToColor(Mixed(UICOLOR_METER_GROUND, COLOR_GRAYTEXT, 70)), 1));
+    p.setPen(QPen(ToColor(Raised(62)), 1));
     const QPointF centre = field.center();
     p.drawLine(QPointF(field.left(), centre.y()), QPointF(field.right(), centre.y()));
     p.drawLine(QPointF(centre.x(), field.top()), QPointF(centre.x(), field.bottom()));
-    p.setPen(QPen(ToColor(Mixed(UICOLOR_METER_GROUND, COLOR_GRAYTEXT, 40)), 1));
+    p.setPen(QPen(ToColor(Raised(34)), 1));
     const double radius = std::min(field.width(), field.height()) / 2;
     p.drawEllipse(centre, radius / 2, radius / 2);
     if (!round) p.drawEllipse(centre, radius, radius);
@@ -65,11 +75,10 @@ void DrawSpeaker(const tQMPAN& pan, QPainter& p, uint32_t speaker) {
     const RECT rect = PanSpeakerRect(pan, speaker);
     if (pan.state & PANST_SKIN && pan.skin.speaker) return DrawSkin(p, *pan.skin.speaker, rect);
     const QRectF box = QRectF(ToQRect(rect)).adjusted(0.5, 0.5, -0.5, -0.5);
-    const COLORREF ink =
-        off || disabled ? Mixed(COLOR_BTNFACE, COLOR_GRAYTEXT, 130) : QmGetUIColor(COLOR_HIGHLIGHT);
+    const COLORREF ink = off || disabled ? Raised(120) : Accent();
     p.setPen(QPen(ToColor(ink), 1.2));
-    p.setBrush(ToColor(off ? Mixed(UICOLOR_METER_GROUND, COLOR_BTNFACE, 40)
-                           : QmSkin_BlendColor(ink, QmGetUIColor(UICOLOR_METER_GROUND), 150, 0)));
+    p.setBrush(
+        ToColor(off ? Raised(14) : QmSkin_BlendColor(ink, QmGetUIColor(UICOLOR_METER_GROUND), 150, 0)));
     p.drawRoundedRect(box, 2, 2);
     if (off) {
         p.drawLine(box.bottomLeft() + QPointF(2, -2), box.topRight() + QPointF(-2, 2));
@@ -79,7 +88,7 @@ void DrawSpeaker(const tQMPAN& pan, QPainter& p, uint32_t speaker) {
     }
     if (pan.state & PANST_FOCUSED && pan.focusSpeaker == static_cast<int32_t>(speaker)) {
         p.setBrush(Qt::NoBrush);
-        p.setPen(QPen(ToColor(QmGetUIColor(COLOR_BTNHIGHLIGHT)), 1.5));
+        p.setPen(QPen(ToColor(0xFFFFFF), 1.5));
         p.drawRoundedRect(box.adjusted(-2, -2, 2, 2), 3, 3);
     }
 }
@@ -102,13 +111,13 @@ void DrawPuck(const tQMPAN& pan, QPainter& p) {
     if (pan.state & PANST_SKIN && pan.skin.puck) return DrawSkin(p, *pan.skin.puck, rect);
     const QRectF r = ToQRect(rect);
     const bool disabled = pan.state & PANST_DISABLED;
-    const COLORREF body = disabled ? Mixed(COLOR_BTNFACE, COLOR_GRAYTEXT, 120) : 0xF7F4F2;
+    const COLORREF body = disabled ? Raised(110) : 0xF7F4F2;
     QRadialGradient light(r.center() - QPointF(r.width() * 0.15, r.height() * 0.2), r.width() * 0.65);
     light.setColorAt(0, ToColor(body));
     light.setColorAt(1, ToColor(QmSkin_BlendColor(body, 0x1A1512, 120, 0)));
     p.setBrush(light);
-    p.setPen(QPen(ToColor(pan.state & PANST_FOCUSED ? QmGetUIColor(COLOR_HIGHLIGHT) : 0x14110F),
-                  pan.state & PANST_FOCUSED ? 2 : 1));
+    p.setPen(
+        QPen(ToColor(pan.state & PANST_FOCUSED ? Accent() : 0x14110F), pan.state & PANST_FOCUSED ? 2 : 1));
     p.drawEllipse(r);
 }
 
@@ -116,7 +125,7 @@ void DrawPuck(const tQMPAN& pan, QPainter& p) {
 void DrawLock(const tQMPAN& pan, QPainter& p) {
     if (pan.at.lock == 0) return;
     const POINT puck = PanPixel(pan, {pan.at.x, pan.at.y});
-    p.setPen(QPen(ToColor(QmGetUIColor(COLOR_HIGHLIGHT)), 1, Qt::DashLine));
+    p.setPen(QPen(ToColor(Accent()), 1, Qt::DashLine));
     if (pan.at.lock == 1)
         p.drawLine(QPointF(pan.field.left, puck.y + 0.5), QPointF(pan.field.right, puck.y + 0.5));
     else
@@ -126,7 +135,7 @@ void DrawLock(const tQMPAN& pan, QPainter& p) {
 void DrawMarker(const tQMPAN& pan, QPainter& p) {
     const double x = PanPixel(pan, {std::clamp(pan.marker / 100.0, -1.0, 1.0), 0}).x, y = pan.field.bottom;
     p.setPen(Qt::NoPen);
-    p.setBrush(ToColor(QmGetUIColor(COLOR_HIGHLIGHT)));
+    p.setBrush(ToColor(Accent()));
     p.drawPolygon(QPolygonF({QPointF(x, y - 6), QPointF(x - 4, y), QPointF(x + 4, y)}));
 }
 }  // namespace

@@ -28,7 +28,7 @@ void ApplyTheme(Theme theme) {
 }
 
 double ContrastOf(COLORREF a, COLORREF b) {
-    const auto [low, high] = std::minmax(Luminance(a), Luminance(b));
+    const auto [low, high] = std::minmax({Luminance(a), Luminance(b)});
     return (high + 0.05) / (low + 0.05);
 }
 

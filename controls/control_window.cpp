@@ -17,6 +17,16 @@ const ControlClass* Find(std::u16string_view name) {
     const auto it = std::ranges::find_if(Classes(), [&](const ControlClass* c) { return name == c->name; });
     return it == Classes().end() ? nullptr : *it;
 }
+
+// The window above may take Tab for a key like any other, so the next control is looked for here.
+void PassFocus(QWidget& from, bool back) {
+    const auto step = [back](QWidget* w) { return back ? w->previousInFocusChain() : w->nextInFocusChain(); };
+    for (QWidget* w = step(&from); w != &from; w = step(w)) {
+        if (!(w->focusPolicy() & Qt::TabFocus) || !w->isEnabled() || !w->isVisible()) continue;
+        if (w->window() == from.window() && !w->isWindow())
+            return w->setFocus(back ? Qt::BacktabFocusReason : Qt::TabFocusReason);
+    }
+}
 }  // namespace
 
 bool RegisterControlClass(const ControlClass& type) {
@@ -58,7 +68,7 @@ void ControlWindow::Refresh() {
 intptr_t ControlWindow::Key(uint32_t message, uintptr_t wparam, intptr_t lparam) {
     const intptr_t used = m_class.message(m_record.get(), message, wparam, lparam);
     if (wparam == VK_TAB && !used) {
-        if (message == WM_KEYDOWN) QWidget::focusNextPrevChild(!IsKeyDown(VK_SHIFT));
+        if (message == WM_KEYDOWN) PassFocus(*this, IsKeyDown(VK_SHIFT));
         return 0;
     }
     if (wparam == VK_APPS && message == WM_KEYUP) return OnMessage(WM_CONTEXTMENU, 0, -1);

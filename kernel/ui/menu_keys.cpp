@@ -49,7 +49,7 @@ std::u16string Number(uint32_t n) {
 
 std::u16string KeyName(uint32_t key) {
     if (const NamedKey* named = Named(key)) return KernelText(*named->name);
-    if (IsCharacter(key)) return {1, static_cast<char16_t>(key)};
+    if (IsCharacter(key)) return std::u16string(1, static_cast<char16_t>(key));
     if (IsFunction(key)) return u"F" + Number(key - VK_F1 + 1);
     if (IsPadDigit(key)) return std::u16string(KernelText(KS_Key_Pad)) + u" " + Number(key - VK_NUMPAD0);
     return {};

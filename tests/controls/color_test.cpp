@@ -151,32 +151,35 @@ TEST(ColorMath, Companions) {
     EXPECT_EQ(similar(0x808080, 16, 0, 2, 0xFFFFFF), 0x707070u) << "away from the hint";
 }
 
-TEST_F(Colors, TheThemeCanBeRead) {
-    ApplyTheme(Theme::Dark);
-    const COLORREF selection =
-        QmSkin_BlendColor(QmGetUIColor(COLOR_WINDOWFRAME), QmGetUIColor(COLOR_HIGHLIGHT), 64, 1);
-    struct Row {
-        const char* what;
-        COLORREF text, ground;
-    };
-    const auto c = [](int32_t index) { return QmGetUIColor(index); };
-    const MeterTones meter = ThemeMeterTones();
-    for (const Row& row :
-         {Row{"button text", c(COLOR_BTNTEXT), c(COLOR_BTNFACE)},
-          Row{"on the ground", c(COLOR_BTNTEXT), c(COLOR_WINDOWFRAME)},
-          Row{"grey text", c(COLOR_GRAYTEXT), c(COLOR_BTNFACE)},
-          Row{"bright text", c(COLOR_BTNHIGHLIGHT), c(COLOR_BTNFACE)},
-          Row{"list", c(COLOR_WINDOWTEXT), c(COLOR_WINDOW)},
-          Row{"highlight", c(COLOR_HIGHLIGHTTEXT), c(COLOR_HIGHLIGHT)}, Row{"menu", c(7), c(4)},
-          Row{"menu bar", c(7), c(30)}, Row{"tip", c(23), c(24)}, Row{"caption", c(9), c(2)},
-          Row{"idle caption", c(19), c(3)}, Row{"selected strip", c(COLOR_BTNTEXT), selection},
-          Row{"selected strip, grey", c(COLOR_GRAYTEXT), selection},
-          Row{"selected strip, bright", c(COLOR_BTNHIGHLIGHT), selection},
-          Row{"meter", meter.text, meter.background}, Row{"meter on a strip", meter.text, c(COLOR_BTNFACE)},
-          Row{"clip", meter.clipText, meter.clipTextBackground}})
-        EXPECT_GE(Contrast(row.text, row.ground), 4.5) << row.what;
-    for (const int32_t index : {UICOLOR_METER_LOW, UICOLOR_METER_MID, UICOLOR_METER_HIGH, COLOR_HIGHLIGHT})
-        EXPECT_GE(Contrast(c(index), meter.background), 3.0) << index;
+TEST_F(Colors, TheThemesCanBeRead) {
+    for (const Theme theme : {Theme::Dark, Theme::Light}) {
+        ApplyTheme(theme);
+        const COLORREF selection =
+            QmSkin_BlendColor(QmGetUIColor(COLOR_WINDOWFRAME), QmGetUIColor(COLOR_HIGHLIGHT), 64, 1);
+        struct Row {
+            const char* what;
+            COLORREF text, ground;
+        };
+        const auto c = [](int32_t index) { return QmGetUIColor(index); };
+        const MeterTones meter = ThemeMeterTones();
+        for (const Row& row :
+             {Row{"button text", c(COLOR_BTNTEXT), c(COLOR_BTNFACE)},
+              Row{"on the ground", c(COLOR_BTNTEXT), c(COLOR_WINDOWFRAME)},
+              Row{"grey text", c(COLOR_GRAYTEXT), c(COLOR_BTNFACE)},
+              Row{"bright text", c(COLOR_BTNHIGHLIGHT), c(COLOR_BTNFACE)},
+              Row{"list", c(COLOR_WINDOWTEXT), c(COLOR_WINDOW)},
+              Row{"highlight", c(COLOR_HIGHLIGHTTEXT), c(COLOR_HIGHLIGHT)}, Row{"menu", c(7), c(4)},
+              Row{"menu bar", c(7), c(30)}, Row{"tip", c(23), c(24)}, Row{"caption", c(9), c(2)},
+              Row{"idle caption", c(19), c(3)}, Row{"selected strip", c(COLOR_BTNTEXT), selection},
+              Row{"selected strip, grey", c(COLOR_GRAYTEXT), selection},
+              Row{"selected strip, bright", c(COLOR_BTNHIGHLIGHT), selection},
+              Row{"meter", ReadableOn(meter.text, meter.background), meter.background},
+              Row{"meter on a strip", meter.text, c(COLOR_BTNFACE)},
+              Row{"clip", meter.clipText, meter.clipTextBackground}})
+            EXPECT_GE(Contrast(row.text, row.ground), 4.5) << row.what << (theme == Theme::Light);
+        for (const int32_t index : {UICOLOR_METER_LOW, UICOLOR_METER_MID, UICOLOR_METER_HIGH})
+            EXPECT_GE(Contrast(c(index), meter.background), 3.0) << index;
+    }
 }
 
 TEST_F(Colors, EdgesTakeTheirSidesFromTheFlags) {

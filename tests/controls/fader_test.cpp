@@ -1,6 +1,7 @@
 // The fader through its messages: what a hand on mouse, wheel and keys does, and what its owner hears of it.
 #include "controls/fader.h"
 #include "controls/fader_layout.h"
+#include "controls/game_controller.h"
 #include "fake_host.h"
 
 #include <gtest/gtest.h>
@@ -483,4 +484,63 @@ TEST_F(Fader, TheDefaultScrollProcMovesForOwnersThatAskForIt) {
     EXPECT_EQ(FaderInst_DefScrollProc(&f, FADER_LINE_DOWN, 3, 0), 81);
     host.keys = {VK_CONTROL};
     EXPECT_EQ(FaderInst_DefScrollProc(&f, FADER_PAGE_DOWN, 0, 5), 31);
+}
+
+// A pixel may stand for several values, and its value for another pixel; a hand that comes back finds its
+// value.
+TEST_F(Fader, AtEveryTravelTheThumbsOwnPixelKeepsTheValue) {
+    for (const uint32_t style : {kMono, kMono & ~FADERS_TAPER})
+        for (int32_t travel = 1; travel <= 600; travel += travel < 40 ? 1 : 7) {
+            Make(style, {0, 0, 30, 18 + travel});
+            for (int32_t pixel = 0; pixel <= travel; pixel++) {
+                const int32_t value = FaderValue(f, f.client.bottom - f.marginY - pixel);
+                Set(value, value);
+                const POINT thumb = Thumb();
+                Mouse(WM_LBUTTONDOWN, thumb, MK_LBUTTON);
+                Mouse(WM_MOUSEMOVE, {thumb.x, thumb.y + 3}, MK_LBUTTON);
+                Mouse(WM_MOUSEMOVE, thumb, MK_LBUTTON);
+                Mouse(WM_LBUTTONUP, thumb);
+                ASSERT_EQ(f.pos[0], value) << "travel " << travel << " pixel " << pixel;
+            }
+            FaderInst_Deinit(&f);
+        }
+}
+
+TEST_F(Fader, AGameControllerMovesTheFaderThatHasIt) {
+    struct Springs {
+        GAMEEFFECT last{};
+        int count = 0;
+    } springs;
+    GAMECONTROLLER device{32768, 32768, 10000, 0, &springs, [](void* c, uint32_t, const GAMEEFFECT* e) {
+                              static_cast<Springs*>(c)->last = *e;
+                              static_cast<Springs*>(c)->count++;
+                          }};
+    Make(kMono);
+    Send(GAMEM_DEVICE, 0, reinterpret_cast<intptr_t>(&device));
+    Send(GAMEM_BUTTONDOWN);
+    EXPECT_EQ(host.sent.back().notifyCode, CONTROLN_UNUSED)
+        << "without the controller's focus it is the owner's";
+    Send(GAMEM_FOCUS, 1);
+    EXPECT_EQ(springs.last.saturation, 5000u);
+    Send(GAMEM_BUTTONDOWN);
+    device.axisY = 65535;
+    Send(GAMEM_AXIS);
+    EXPECT_EQ(f.pos[0], 120);
+    EXPECT_EQ(springs.last.center, 10000);
+    EXPECT_EQ(springs.last.saturation, 10000u);
+    EXPECT_EQ(springs.last.positiveCoefficient, 10000);
+    device.axisY = 32768 - 20000;
+    device.gain = 20000;
+    Send(GAMEM_AXIS);
+    EXPECT_EQ(f.pos[0], -720) << "the gain takes it beyond the end";
+    Send(GAMEM_BUTTONUP);
+    EXPECT_EQ(TakeCodes(), "9558");
+    const int before = springs.count;
+    Set(10, 10);
+    Send(FADERM_SETPOS, 1, 60);
+    EXPECT_GT(springs.count, before) << "the stick follows what the host sets";
+    device.unusable = 1;
+    Send(GAMEM_BUTTONDOWN);
+    EXPECT_EQ(TakeCodes(), "");
+    Send(GAMEM_DEVICE);
 }

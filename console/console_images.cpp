@@ -1,6 +1,7 @@
 #include "console/console_images.h"
 
 #include "kernel/ui/color_math.h"
+#include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
 #include "plugin/host_contract.h"
 
@@ -19,15 +20,13 @@ constexpr KindRow KINDS[] = {
     {KIND_AUDIO_BUS, KIND_AUDIO_BUS, 1},   {KIND_FX, KIND_FX, 3},
     {KIND_SYNTH, KIND_SYNTH, 4},           {KIND_INPUT_BUS, KIND_INPUT_BUS, 6},
 };
-constexpr std::string_view KIND_IMAGES[] = {"kind_audio", "kind_bus",  "kind_master", "kind_fx",
-                                            "kind_synth", "kind_midi", "kind_input"};
 constexpr std::string_view THUMB[] = {"thumb_fader"};
 constexpr std::string_view SMALL_THUMB[] = {"thumb_small"};
 
 }  // namespace
 
 ConsoleImages::ConsoleImages()
-    : kinds(KIND_IMAGES, {16, 16}, IconTones()), thumbs(THUMB, {13, 19}, ThumbTones()),
+    : kinds(QmSkin_GetTrackIconImageLists()), thumbs(THUMB, {13, 19}, ThumbTones()),
       smallThumbs(SMALL_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
       selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)) {}
 

@@ -12,7 +12,7 @@ public:
     /// Row of a channel kind in the kind icons, -1 for a kind without an icon.
     static int32_t KindIcon(uint32_t kind);
 
-    ImageList kinds;
+    const ImageList* kinds;
     ImageList thumbs;       ///< for one channel
     ImageList smallThumbs;  ///< in narrow strips
     COLORREF background;

@@ -1,6 +1,7 @@
 #include "console/mixer_page.h"
 
 #include "console/texts.h"
+#include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_fonts.h"
 #include "plugin/module_state.h"
@@ -311,6 +312,7 @@ void CConsoleMixerPage::OnEntriesChanged() {
 
 void CConsoleMixerPage::OnLookChanged(uint32_t) {
     ComputeMetrics(ConsoleMetrics(), MeasureFonts(), false);
+    QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages();
     if (m_mixerView) m_mixerView->OnImagesChanged();
     InvalidateAll();

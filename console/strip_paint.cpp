@@ -52,7 +52,7 @@ void Strip::Paint(QPainter& painter, const RECT& area, bool focused, uint32_t pr
 void Strip::PaintTitle(QPainter& painter) const {
     const RECT& icon = m_rects.kindIcon;
     if (icon.IsEmpty()) return;
-    const ImageList& images = m_site.images.kinds;
+    const ImageList& images = *m_site.images.kinds;
     const SIZE size = images.Size();
     images.Draw(painter, ConsoleImages::KindIcon(m_entry.kind),
                 {icon.left + (icon.Width() - size.cx) / 2, icon.top + (icon.Height() - size.cy) / 2});

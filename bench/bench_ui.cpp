@@ -1,10 +1,10 @@
 // What the controls cost: one tick of the meters of a console, painted whole and by changes, and the
 // paint of a fader. Rows "peer" draw the same bars in the plainest way, two blits and two lines a bar,
 // to compare within one run.
+#include "bench/null_host.h"
 #include "controls/fader.h"
 #include "controls/meter.h"
 #include "kernel/ui/theme.h"
-#include "platform/ui/control_host.h"
 #include "platform/ui/window.h"
 
 #include <benchmark/benchmark.h>
@@ -20,29 +20,9 @@
 namespace {
 constexpr LONG kStripWidth = 19, kTop = 20, kBottom = 560;
 
-struct Clock : ControlHost {
-    uint32_t now = 100000;
-    void Invalidate(const RECT&) override {}
-    void SetCapture(bool) override {}
-    void TakeFocus() override {}
-    void SetTimer(uint32_t, uint32_t) override {}
-    void KillTimer(uint32_t) override {}
-    void WarpCursor(POINT) override {}
-    void SetPointer(uint32_t) override {}
-    POINT ToScreen(POINT client) const override { return client; }
-    bool IsKeyDown(uint32_t) const override { return false; }
-    void CreateCaret(SIZE) override {}
-    void MoveCaret(POINT) override {}
-    void ShowCaret(bool) override {}
-    void DestroyCaret() override {}
-    void TrackTip(std::u16string_view, POINT) override {}
-    intptr_t Send(uint32_t, uintptr_t, intptr_t) override { return 0; }
-    uint32_t Now() const override { return now; }
-};
-
 /// Two-bar meters side by side, in rows of a hundred, whose levels wander by a few decibels a tick.
 struct Meters {
-    Clock clock;
+    NullHost clock;
     std::vector<tQMMETER> all;
     std::vector<std::array<double, 2>> decibels;
     QImage image;
@@ -172,7 +152,7 @@ void PeerBars(benchmark::State& state) {
 }
 
 void FaderPaint(benchmark::State& state) {
-    Clock clock;
+    NullHost clock;
     tQMFADER fader;
     const RECT rect{0, 0, 60, 300};
     const uint32_t labels = state.range(0) ? FADERS_TICKS | FADERS_LABELS : 0;

@@ -1,18 +1,30 @@
 #include "controls/scope_plot.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
 namespace {
-constexpr uint32_t kCentre = 2, kNeighbour = 4;  // the share of what is missing to the brightest
 constexpr float kQuarter = 0.7853982f, kHalf = 1.5707964f, kThreeQuarters = 2.3561945f, kPi = 3.1415927f,
                 kTwoPi = 6.2831855f, kRootHalf = 0.70710677f, kRoot = 1.4142135f;
 
 // What is beyond any image stays beyond it, and fits an integer.
 int32_t Trunc(float v) { return static_cast<int32_t>(std::clamp(v, -1e6f, 1e6f)); }
 
-uint32_t ToPixel(uint32_t i) { return i << 24 | i << 8 | i / 4; }
+// The pixel after a point, by the intensity before it: a share of what is missing to the brightest is added.
+using Table = std::array<uint32_t, 256>;
+constexpr Table Lights(uint32_t share) {
+    Table table{};
+    for (uint32_t i = 0; i < 256; i++) {
+        const uint32_t lit = i < kScopeBrightest ? i + (kScopeBrightest - i) / share : i;
+        table[i] = lit << 24 | lit << 8 | lit / 4;
+    }
+    return table;
+}
+constexpr Table kCentre = Lights(2), kNeighbour = Lights(4);
+
+void Light(uint32_t& pixel, const Table& table) { pixel = table[pixel >> 24]; }
 
 float Heard(float v) { return (std::bit_cast<uint32_t>(v) & 0x7F800000) < 0x2F800000 ? 0 : v; }
 float Limited(float v) { return std::clamp(v, -1.0f, 1.0f); }
@@ -58,37 +70,57 @@ void ScopePlot::Fade(float factor) {
         for (uint32_t i = 0; i < 256; i++)
             m_faded[i] = static_cast<uint8_t>(std::min(static_cast<float>(i) * factor + 0.5f, 255.0f));
     }
-    for (uint32_t& pixel : m_pixels)
-        if (pixel >> 24)
-            pixel = static_cast<uint32_t>(m_faded[pixel >> 24]) << 24 |
-                    static_cast<uint32_t>(m_faded[pixel >> 16 & 0xFF]) << 16 |
-                    static_cast<uint32_t>(m_faded[pixel >> 8 & 0xFF]) << 8 | m_faded[pixel & 0xFF];
+    const auto fade = [this](uint32_t& pixel) {
+        pixel = static_cast<uint32_t>(m_faded[pixel >> 24]) << 24 |
+                static_cast<uint32_t>(m_faded[pixel >> 16 & 0xFF]) << 16 |
+                static_cast<uint32_t>(m_faded[pixel >> 8 & 0xFF]) << 8 | m_faded[pixel & 0xFF];
+    };
+    // Most of the image is dark: eight pixels at a time are passed over.
+    constexpr size_t kStep = 8;
+    size_t i = 0;
+    for (; i + kStep <= m_pixels.size(); i += kStep) {
+        uint32_t any = 0;
+        for (size_t k = 0; k < kStep; k++) any |= m_pixels[i + k];
+        for (size_t k = 0; any >> 24 && k < kStep; k++)
+            if (m_pixels[i + k] >> 24) fade(m_pixels[i + k]);
+    }
+    for (; i < m_pixels.size(); i++)
+        if (m_pixels[i] >> 24) fade(m_pixels[i]);
     ShowGrid();
 }
 
-void ScopePlot::Light(int32_t x, int32_t y, uint32_t share) {
+void ScopePlot::LightInside(int32_t x, int32_t y, bool centre) {
     if (x < 0 || y < 0 || x >= m_width || y >= m_height) return;
-    uint32_t& pixel =
-        m_pixels[static_cast<size_t>(y) * static_cast<size_t>(m_width) + static_cast<size_t>(x)];
-    const uint32_t i = pixel >> 24;
-    pixel = ToPixel(i < kScopeBrightest ? i + (kScopeBrightest - i) / share : i);
+    Light(*Pixel(x, y), centre ? kCentre : kNeighbour);
 }
 
 void ScopePlot::Point(int32_t x, int32_t y) {
-    Light(x, y, kCentre);
-    Light(x - 1, y, kNeighbour);
-    Light(x + 1, y, kNeighbour);
-    Light(x, y - 1, kNeighbour);
-    Light(x, y + 1, kNeighbour);
+    if (x > 0 && y > 0 && x < m_width - 1 && y < m_height - 1) {
+        uint32_t* pixel = Pixel(x, y);
+        Light(*pixel, kCentre);
+        Light(pixel[-1], kNeighbour);
+        Light(pixel[1], kNeighbour);
+        Light(pixel[-m_width], kNeighbour);
+        Light(pixel[m_width], kNeighbour);
+        return;
+    }
+    LightInside(x, y, true);
+    LightInside(x - 1, y, false);
+    LightInside(x + 1, y, false);
+    LightInside(x, y - 1, false);
+    LightInside(x, y + 1, false);
 }
 
 void ScopePlot::VerticalLine(int32_t x, int32_t y1, int32_t y2) {
     const int32_t from = std::max(std::min(y1, y2), 0), to = std::min(std::max(y1, y2), m_height - 1);
-    for (int32_t y = from; y <= to; y++) {
-        Light(x, y, kCentre);
-        Light(x - 1, y, kNeighbour);
-        Light(x + 1, y, kNeighbour);
-    }
+    const auto column = [&](int32_t at, const Table& table) {
+        if (at < 0 || at >= m_width || from > to) return;
+        uint32_t* pixel = Pixel(at, from);
+        for (int32_t y = from; y <= to; y++, pixel += m_width) Light(*pixel, table);
+    };
+    column(x, kCentre);
+    column(x - 1, kNeighbour);
+    column(x + 1, kNeighbour);
 }
 
 void ScopePlot::Line(int32_t x1, int32_t y1, int32_t x2, int32_t y2) {

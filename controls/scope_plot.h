@@ -47,7 +47,10 @@ public:
     }
 
 private:
-    void Light(int32_t x, int32_t y, uint32_t share);
+    uint32_t* Pixel(int32_t x, int32_t y) {
+        return &m_pixels[static_cast<size_t>(y) * static_cast<size_t>(m_width) + static_cast<size_t>(x)];
+    }
+    void LightInside(int32_t x, int32_t y, bool centre);
     void Line(int32_t x1, int32_t y1, int32_t x2, int32_t y2);
     void Circular(float l, float r, const ScopeMath& math);
     void Linear(float l, float r, const ScopeMath& math);

@@ -22,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     IniFile file(text);
     file.Set("colors", "COLOR_MENU", "#102030");
-    const std::string* value = IniFile(file.Text()).Find("colors", "COLOR_MENU");
+    const IniFile again(file.Text());
+    const std::string* value = again.Find("colors", "COLOR_MENU");
     if (!value || ColorFromText(*value) != 0x302010) std::abort();
     ColorFromText(text);
     return 0;

@@ -50,9 +50,10 @@ std::u16string Number(uint32_t n) {
 std::u16string KeyName(uint32_t key) {
     if (const NamedKey* named = Named(key)) return KernelText(*named->name);
     if (IsCharacter(key)) return std::u16string(1, static_cast<char16_t>(key));
-    if (IsFunction(key)) return u"F" + Number(key - VK_F1 + 1);
-    if (IsPadDigit(key)) return std::u16string(KernelText(KS_Key_Pad)) + u" " + Number(key - VK_NUMPAD0);
-    return {};
+    std::u16string name;
+    if (IsFunction(key)) name.append(u"F").append(Number(key - VK_F1 + 1));
+    if (IsPadDigit(key)) name.append(KernelText(KS_Key_Pad)).append(u" ").append(Number(key - VK_NUMPAD0));
+    return name;
 }
 }  // namespace
 
@@ -61,12 +62,12 @@ std::u16string AcceleratorText(const QMACCEL& accelerator) {
     if (key.empty()) return {};
     std::u16string text;
     const auto add = [&](uint32_t flag, const QMLANGSTRINGID& name) {
-        if (accelerator.flags & flag) text += std::u16string(KernelText(name)) + u"+";
+        if (accelerator.flags & flag) text.append(KernelText(name)).append(u"+");
     };
     add(ACCEL_CTRL, KS_Key_Ctrl);
     add(ACCEL_ALT, KS_Key_Alt);
     add(ACCEL_SHIFT, KS_Key_Shift);
-    return text + key;
+    return text.append(key);
 }
 
 uint32_t VirtualKeyScanCode(uint32_t key) {

@@ -159,7 +159,7 @@ void CQmMenuManager::AddButtons(Menu& menu) {
         if (!item.IsSeparator() && item.text.find(u'\t') == item.text.npos &&
             MenuMan_GetAcceleratorInfo(item.id, &keys)) {
             const std::u16string text = AcceleratorToString(keys);
-            if (!text.empty()) item.text += u"\t" + text;
+            if (!text.empty()) item.text.append(u"\t").append(text);
         }
         item.type |= MF_OWNERDRAW;
         item.data = reinterpret_cast<uintptr_t>(button.get());

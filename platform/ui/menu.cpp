@@ -4,6 +4,7 @@
 #include "platform/ui/paint.h"
 
 #include <QAction>
+#include <QGuiApplication>
 #include <QMenu>
 #include <QProxyStyle>
 #include <QStyleOptionMenuItem>
@@ -25,6 +26,7 @@ public:
     PopupMenu(Menu& menu, const MenuOwner& owner, QWidget* parent = nullptr)
         : QMenu(parent), m_menu(menu), m_owner(owner) {
         setStyle(&m_style);
+        setPalette(QGuiApplication::palette());  // the style came with colours of its own
         connect(this, &QMenu::aboutToShow, this, [this] {
             Tell(WM_INITMENUPOPUP, reinterpret_cast<uintptr_t>(&m_menu), 0);
             Fill();

@@ -39,7 +39,7 @@ bool RegisterControlClass(const ControlClass& type) {
 void UnregisterControlClass(const ControlClass& type) { std::erase(Classes(), &type); }
 
 ControlWindow::ControlWindow(const ControlClass& type, uint32_t style, uint32_t id, QWidget* parent)
-    : MessageWindow(parent), m_class(type), m_record(std::make_unique<std::byte[]>(type.size())) {
+    : MessageWindow(parent), m_class(type), m_record(std::make_unique<std::byte[]>(type.recordSize)) {
     setProperty("controlId", id);
     const RECT client = ClientRect();
     m_class.init(m_record.get(), style, &client, this, id);

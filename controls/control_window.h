@@ -31,17 +31,34 @@ struct ControlFace {
 
 struct ControlClass {
     const char16_t* name;
-    uint32_t (*size)();
+    size_t recordSize;
     void (*init)(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id);
     void (*deinit)(void* record);
     void (*move)(void* record, const RECT* rect);
     void (*draw)(void* record, QPainter* painter);
-    /// Paints over the last paint what changed since; null: it is all painted.
-    BOOL (*drawChanges)(void* record, QPainter* painter, RECT* changed);
     intptr_t (*message)(void* record, uint32_t message, uintptr_t wparam, intptr_t lparam);
-    bool showsFocus;  ///< the control draws its focus itself
     ControlFace face;
+    bool showsFocus;  ///< the control draws its focus itself
+    /// Paints over the last paint what changed since; null: it is all painted.
+    BOOL (*drawChanges)(void* record, QPainter* painter, RECT* changed) = nullptr;
 };
+
+/// A class of the functions of an instance.
+template <class Record, auto Deinit, auto Move, auto Draw, auto Message>
+constexpr ControlClass ControlClassOf(const char16_t* name, decltype(ControlClass::init) init,
+                                      const ControlFace& face, bool showsFocus) {
+    return {name,
+            sizeof(Record),
+            init,
+            [](void* r) { Deinit(static_cast<Record*>(r)); },
+            [](void* r, const RECT* rect) { Move(static_cast<Record*>(r), rect); },
+            [](void* r, QPainter* painter) { Draw(static_cast<Record*>(r), painter); },
+            [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
+                return Message(static_cast<Record*>(r), message, wparam, lparam);
+            },
+            face,
+            showsFocus};
+}
 
 /// False when a class of that name is there. The table must outlive its registration.
 bool RegisterControlClass(const ControlClass& type);

@@ -25,28 +25,22 @@ void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, u
 double Unit(const tQMFADER& f) { return f.scale.taper ? 0.1 : 1; }
 double Active(const void* record) { return F(record).pos[F(record).activeChannel] * Unit(F(record)); }
 
-constexpr ControlClass kClass = {
-    u"GUICS_Fader_Class",
-    FaderInst_GetSize,
-    Init,
-    [](void* r) { FaderInst_Deinit(&F(r)); },
-    [](void* r, const RECT* rect) { FaderInst_Move(&F(r), rect); },
-    [](void* r, QPainter* painter) { FaderInst_Draw(&F(r), painter); },
-    nullptr,
-    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-        return FaderInst_Message(&F(r), message, wparam, lparam);
+constexpr ControlFace kFace = {
+    ControlFace::Kind::Slider,
+    [] { return std::u16string(KernelText(KS_Control_Fader)); },
+    Active,
+    [](const void* r) { return F(r).scale.min * Unit(F(r)); },
+    [](const void* r) { return F(r).scale.max * Unit(F(r)); },
+    [](const void* r) { return Unit(F(r)); },
+    [](const void* r) {
+        return F(r).scale.taper ? NumberText(Active(r)) + u" dB" : NumberText(Active(r), u"$.0f");
     },
-    true,
-    {ControlFace::Kind::Slider, [] { return std::u16string(KernelText(KS_Control_Fader)); }, Active,
-     [](const void* r) { return F(r).scale.min * Unit(F(r)); },
-     [](const void* r) { return F(r).scale.max * Unit(F(r)); }, [](const void* r) { return Unit(F(r)); },
-     [](const void* r) {
-         return F(r).scale.taper ? NumberText(Active(r)) + u" dB" : NumberText(Active(r), u"$.0f");
-     },
-     [](void* r, double value) {
-         FaderSetByUser(F(r), static_cast<int32_t>(std::lround(value / Unit(F(r)))));
-     }},
-};
+    [](void* r, double value) {
+        FaderSetByUser(F(r), static_cast<int32_t>(std::lround(value / Unit(F(r)))));
+    }};
+constexpr ControlClass kClass =
+    ControlClassOf<tQMFADER, FaderInst_Deinit, FaderInst_Move, FaderInst_Draw, FaderInst_Message>(
+        u"GUICS_Fader_Class", Init, kFace, true);
 }  // namespace
 
 BOOL FaderInitialize() { return RegisterControlClass(kClass); }

@@ -271,29 +271,28 @@ double Highest(const void* r) {
     return static_cast<double>(level);
 }
 
-constexpr ControlClass kClass = {
-    u"GUICS_MeterEx_Class",
-    MeterExInst_GetSize,
-    [](void* r, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
-        MeterExInst_Init(&Of(r), style, rect, window, id, 0, 0);
-        Of(r).base.state &= ~METERST_INSTANCE;
-        TakeThemeColors(Of(r).base);
-    },
-    [](void* r) { MeterExInst_Deinit(&Of(r)); },
-    [](void* r, const RECT* rect) { MeterExInst_Move(&Of(r), rect); },
-    [](void* r, QPainter* painter) { MeterExInst_Draw(&Of(r), painter); },
-    [](void* r, QPainter* painter, RECT* changed) {
+void InitWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+    MeterExInst_Init(&Of(record), style, rect, window, id, 0, 0);
+    Of(record).base.state &= ~METERST_INSTANCE;
+    TakeThemeColors(Of(record).base);
+}
+
+constexpr ControlFace kFace = {ControlFace::Kind::Meter,
+                               MeterName,
+                               Highest,
+                               [](const void* r) { return static_cast<double>(Of(r).bottom); },
+                               [](const void* r) { return static_cast<double>(Of(r).top); },
+                               [](const void*) { return 0.1; },
+                               [](const void* r) { return NumberText(Highest(r)); },
+                               nullptr};
+constexpr ControlClass kClass = [] {
+    ControlClass type = ControlClassOf<tQMMETEREX, MeterExInst_Deinit, MeterExInst_Move, MeterExInst_Draw,
+                                       MeterExInst_Message>(u"GUICS_MeterEx_Class", InitWindow, kFace, false);
+    type.drawChanges = [](void* r, QPainter* painter, RECT* changed) {
         return MeterExInst_DrawChanges(&Of(r), painter, changed);
-    },
-    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-        return MeterExInst_Message(&Of(r), message, wparam, lparam);
-    },
-    false,
-    {ControlFace::Kind::Meter, MeterName, Highest,
-     [](const void* r) { return static_cast<double>(Of(r).bottom); },
-     [](const void* r) { return static_cast<double>(Of(r).top); }, [](const void*) { return 0.1; },
-     [](const void* r) { return NumberText(Highest(r)); }, nullptr},
-};
+    };
+    return type;
+}();
 }  // namespace
 
 BOOL MeterExInitialize() { return RegisterControlClass(kClass); }

@@ -18,26 +18,29 @@ double Decibels(const tQMMETER& m) {
     return std::max(20 * std::log10(share), Floor(&m));
 }
 
-constexpr ControlClass kClass = {
-    u"GUICS_Meter_Class",
-    MeterInst_GetSize,
-    [](void* r, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
-        MeterInst_Init(&M(r), style, rect, window, id, 0, 0);
-        M(r).state &= ~METERST_INSTANCE;
-        TakeThemeColors(M(r));
-    },
-    [](void* r) { MeterInst_Deinit(&M(r)); },
-    [](void* r, const RECT* rect) { MeterInst_Move(&M(r), rect); },
-    [](void* r, QPainter* painter) { MeterInst_Draw(&M(r), painter); },
-    [](void* r, QPainter* painter, RECT* changed) { return MeterInst_DrawChanges(&M(r), painter, changed); },
-    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-        return MeterInst_Message(&M(r), message, wparam, lparam);
-    },
-    false,
-    {ControlFace::Kind::Meter, MeterName, [](const void* r) { return Decibels(M(r)); }, Floor,
-     [](const void*) { return 0.0; }, [](const void*) { return 0.1; },
-     [](const void* r) { return DecibelText(Decibels(M(r))); }, nullptr},
-};
+void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+    MeterInst_Init(&M(record), style, rect, window, id, 0, 0);
+    M(record).state &= ~METERST_INSTANCE;
+    TakeThemeColors(M(record));
+}
+
+constexpr ControlFace kFace = {ControlFace::Kind::Meter,
+                               MeterName,
+                               [](const void* r) { return Decibels(M(r)); },
+                               Floor,
+                               [](const void*) { return 0.0; },
+                               [](const void*) { return 0.1; },
+                               [](const void* r) { return DecibelText(Decibels(M(r))); },
+                               nullptr};
+constexpr ControlClass kClass = [] {
+    ControlClass type =
+        ControlClassOf<tQMMETER, MeterInst_Deinit, MeterInst_Move, MeterInst_Draw, MeterInst_Message>(
+            u"GUICS_Meter_Class", Init, kFace, false);
+    type.drawChanges = [](void* r, QPainter* painter, RECT* changed) {
+        return MeterInst_DrawChanges(&M(r), painter, changed);
+    };
+    return type;
+}();
 }  // namespace
 
 BOOL MeterInitialize() { return RegisterControlClass(kClass); }

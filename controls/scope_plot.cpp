@@ -9,8 +9,8 @@ namespace {
 constexpr float kQuarter = 0.7853982f, kHalf = 1.5707964f, kThreeQuarters = 2.3561945f, kPi = 3.1415927f,
                 kTwoPi = 6.2831855f, kRootHalf = 0.70710677f, kRoot = 1.4142135f;
 
-// What is beyond any image stays beyond it, and fits an integer.
-int32_t Trunc(float v) { return static_cast<int32_t>(std::clamp(v, -1e6f, 1e6f)); }
+// What is beyond any image, or no number, stays beyond it and fits an integer.
+int32_t Trunc(float v) { return static_cast<int32_t>(v > -1e6f ? std::min(v, 1e6f) : -1e6f); }
 
 // The pixel after a point, by the intensity before it: a share of what is missing to the brightest is added.
 using Table = std::array<uint32_t, 256>;

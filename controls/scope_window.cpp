@@ -4,26 +4,23 @@
 #include "kernel/lang/kernel_strings.h"
 
 namespace {
-tQMSCOPE& S(void* record) { return *static_cast<tQMSCOPE*>(record); }
+void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+    auto* scope = static_cast<tQMSCOPE*>(record);
+    ScopeInst_Init(scope, style, rect, window, id, 0);
+    scope->state &= ~SCOPEST_INSTANCE;
+}
 
-constexpr ControlClass kClass = {
-    u"GUICS_Scope_Class",
-    ScopeInst_GetSize,
-    [](void* r, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
-        ScopeInst_Init(&S(r), style, rect, window, id, 0);
-        S(r).state &= ~SCOPEST_INSTANCE;
-    },
-    [](void* r) { ScopeInst_Deinit(&S(r)); },
-    [](void* r, const RECT* rect) { ScopeInst_Move(&S(r), rect); },
-    [](void* r, QPainter* painter) { ScopeInst_Draw(&S(r), painter); },
-    nullptr,
-    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-        return ScopeInst_Message(&S(r), message, wparam, lparam);
-    },
-    false,
-    {ControlFace::Kind::Picture, [] { return std::u16string(KernelText(KS_Control_Scope)); }, nullptr,
-     nullptr, nullptr, nullptr, nullptr, nullptr},
-};
+constexpr ControlFace kFace = {ControlFace::Kind::Picture,
+                               [] { return std::u16string(KernelText(KS_Control_Scope)); },
+                               nullptr,
+                               nullptr,
+                               nullptr,
+                               nullptr,
+                               nullptr,
+                               nullptr};
+constexpr ControlClass kClass =
+    ControlClassOf<tQMSCOPE, ScopeInst_Deinit, ScopeInst_Move, ScopeInst_Draw, ScopeInst_Message>(
+        u"GUICS_Scope_Class", Init, kFace, false);
 
 template <class Function, class... Arguments>
 auto On(ControlWindow* window, Function function, Arguments... arguments) {

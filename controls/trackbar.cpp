@@ -217,28 +217,23 @@ void ReportToParent(tQMTRACKBAR* t, uint32_t, uintptr_t, uint32_t code, int32_t)
                            reinterpret_cast<intptr_t>(t->slider.window));
 }
 
-constexpr ControlClass kClass = {
-    u"GUICS_Trackbar_Class",
-    TrackbarInst_GetSize,
-    [](void* r, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
-        TrackbarInst_Init(&Of(r), style, rect, window, id, ReportToParent, 0, 1.0f);
-        Of(r).slider.state &= ~FADERST_INSTANCE;
-    },
-    [](void* r) { TrackbarInst_Deinit(&Of(r)); },
-    [](void* r, const RECT* rect) { TrackbarInst_Move(&Of(r), rect); },
-    [](void* r, QPainter* painter) { TrackbarInst_Draw(&Of(r), painter); },
-    nullptr,
-    [](void* r, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-        return TrackbarInst_Message(&Of(r), message, wparam, lparam);
-    },
-    true,
-    {ControlFace::Kind::Slider, [] { return std::u16string(KernelText(KS_Control_Slider)); },
-     [](const void* r) { return static_cast<double>(Of(r).slider.pos[0]); },
-     [](const void* r) { return static_cast<double>(Of(r).slider.scale.min); },
-     [](const void* r) { return static_cast<double>(Of(r).slider.scale.max); },
-     [](const void*) { return 1.0; }, [](const void* r) { return NumberText(Of(r).slider.pos[0], u"$.0f"); },
-     [](void* r, double value) { FaderSetByUser(Of(r).slider, static_cast<int32_t>(std::lround(value))); }},
-};
+void InitWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+    TrackbarInst_Init(&Of(record), style, rect, window, id, ReportToParent, 0, 1.0f);
+    Of(record).slider.state &= ~FADERST_INSTANCE;
+}
+
+constexpr ControlFace kFace = {
+    ControlFace::Kind::Slider,
+    [] { return std::u16string(KernelText(KS_Control_Slider)); },
+    [](const void* r) { return static_cast<double>(Of(r).slider.pos[0]); },
+    [](const void* r) { return static_cast<double>(Of(r).slider.scale.min); },
+    [](const void* r) { return static_cast<double>(Of(r).slider.scale.max); },
+    [](const void*) { return 1.0; },
+    [](const void* r) { return NumberText(Of(r).slider.pos[0], u"$.0f"); },
+    [](void* r, double value) { FaderSetByUser(Of(r).slider, static_cast<int32_t>(std::lround(value))); }};
+constexpr ControlClass kClass =
+    ControlClassOf<tQMTRACKBAR, TrackbarInst_Deinit, TrackbarInst_Move, TrackbarInst_Draw,
+                   TrackbarInst_Message>(u"GUICS_Trackbar_Class", InitWindow, kFace, true);
 }  // namespace
 
 BOOL TrackbarInitialize() { return RegisterControlClass(kClass); }

@@ -8,6 +8,7 @@
 #include "controls/scope.h"
 #include "controls/trackbar.h"
 #include "kernel/lang/kernel_strings.h"
+#include "kernel/ui/skin_images.h"
 #include "kernel/ui/ui_colors.h"
 #include "tools/tarn-gallery/gallery_parts.h"
 
@@ -124,6 +125,7 @@ void GalleryWindow::Rebuild() {
     ApplyTheme(m_choices.theme);
     QApplication::setPalette(ThemePalette());
     delete m_controls;
+    QmSkin_RemoveImageListsItems();
     m_peakMeters.clear();
     m_scaleMeters.clear();
     m_scopes.clear();

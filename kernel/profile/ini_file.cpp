@@ -28,7 +28,7 @@ std::string Joined(std::initializer_list<std::string_view> parts) {
 }  // namespace
 
 IniFile::IniFile(std::string_view bytes) {
-    if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
+    while (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
     std::string section;
     while (!bytes.empty()) {
         const size_t end = std::min(bytes.find('\n'), bytes.size());

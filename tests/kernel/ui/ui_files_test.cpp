@@ -41,7 +41,7 @@ QByteArray Encoded(const QImage& image, const char* format) {
 }  // namespace
 
 TEST(IniFiles, KeepWhatTheyDoNotChange) {
-    IniFile file("\xEF\xBB\xBF; a comment\r\nfree = 1\n[ One ]\r\nKey = two words "
+    IniFile file("\xEF\xBB\xBF\xEF\xBB\xBF; a comment\r\nfree = 1\n[ One ]\r\nKey = two words "
                  "\n\n[two]\nkey=3\n[one]\nlate=4\nno sign\n[");
     EXPECT_EQ(*file.Find("ONE", "key"), "two words");
     EXPECT_EQ(*file.Find("", "free"), "1");

@@ -1,4 +1,5 @@
 // The pan pad: its point under keys, wheel and mouse, and its masks.
+#include "controls/game_controller.h"
 #include "controls/pan.h"
 #include "controls/pan_draw.h"
 #include "controls/pan_point.h"
@@ -224,6 +225,28 @@ TEST_F(Pan, SpeakersAreMutedByClickAndKey) {
     Send(WM_KEYUP, 'X', 1);
     EXPECT_EQ(p.at.lock, 1u);
     EXPECT_EQ(host.sent.back().notifyCode, PANN_LOCK);
+}
+
+TEST_F(Pan, BothAxesOfAGameControllerMoveIt) {
+    int32_t centers[2] = {};
+    GAMECONTROLLER device{
+        32768, 32768, 10000, 0, centers, [](void* c, uint32_t axis, const GAMEEFFECT* effect) {
+            static_cast<int32_t*>(c)[axis] = effect->center;
+        }};
+    Send(GAMEM_DEVICE, 0, reinterpret_cast<intptr_t>(&device));
+    Send(GAMEM_AXIS);
+    EXPECT_EQ(host.sent.back().notifyCode, CONTROLN_UNUSED);
+    Send(GAMEM_FOCUS, 1);
+    Send(GAMEM_BUTTONDOWN);
+    device.axisX = 0;
+    device.axisY = 65535;
+    Send(GAMEM_AXIS);
+    Send(GAMEM_BUTTONUP);
+    ExpectAt(-1, 1);
+    EXPECT_EQ(Take(), (Codes{PAN_START, PAN_TRACK, PAN_END}));
+    EXPECT_EQ(centers[0], -10000);
+    EXPECT_EQ(centers[1], 10000);
+    Send(GAMEM_DEVICE);
 }
 
 TEST_F(Pan, ThePictureIsKeptWhileOnlyThePuckMoves) {

@@ -223,6 +223,7 @@ QWidget* GalleryWindow::BuildSliders() {
                            LONG left, LONG right) {
         ControlWindow* w = Make(u"GUICS_Fader_Class", style, size, name);
         if (style & FADERS_TAPER) QmSendControl(w, FADERM_SETRANGE, 0, Range(kGain[0], kGain[1]));
+        QmSendControl(w, FADERM_SETFOCUSRECT, 0, 1);
         const LONG values[] = {left, right};
         QmSendControl(w, FADERM_SETVALUES, PackWords(0, 0), reinterpret_cast<intptr_t>(values));
         if (images) {
@@ -247,6 +248,7 @@ QWidget* GalleryWindow::BuildSliders() {
                               bool marked = false) {
         ControlWindow* w = Make(u"GUICS_Trackbar_Class", style | FADERS_SELF_KEYS, size, name);
         QmSendControl(w, FADERM_SETRANGE, 0, Range(-100, 100));
+        QmSendControl(w, FADERM_SETFOCUSRECT, 0, 1);
         QmSendControl(w, TRACKBARM_SETPOS, 1, value);
         if (marked) QmSendControl(w, TRACKBARM_SETMARKED, 0, 1);
         return Captioned(w, name);

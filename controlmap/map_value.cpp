@@ -1,0 +1,106 @@
+#include "controlmap/map_value.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr int32_t kFourteenBits = 16383, kBendMiddle = 8192;
+
+struct Raw {
+    int32_t value, min, max;
+};
+
+Raw Read(const MPFUNCTIONMAP& row) {
+    Raw raw{};
+    const bool host = row.flags & EFUNCFLAG_HOSTFUNCTION;
+    if (row.second.type == MPCNTRL_CHNG) {
+        raw.value = row.second.byte2 * 128;
+        raw.max = 127 * 128;
+    }
+    switch (row.first.type) {
+    case MPNRPN:
+    case MPRPN:
+        raw.value = row.first.byte3 * 128 + row.first.byte4;
+        raw.max = kFourteenBits;
+        break;
+    case MPCNTRL_CHNG:
+    case MPAFTER_TOUCH:
+        raw.value += row.first.byte2;
+        raw.max += 127;
+        break;
+    case MPPITCH_BEND:
+        raw.value = row.first.byte2 * 128 + row.first.byte1;
+        if (row.maxValue != 0 || host) raw.value -= kBendMiddle;
+        raw.max = kBendMiddle - 1;
+        raw.min = -raw.max;
+        break;
+    default: break;
+    }
+    if (host) return raw;
+    raw.min = row.minValue;
+    if (row.maxValue != 0) raw.max = row.maxValue;
+    return raw;
+}
+
+int32_t Clamped(int64_t value, int32_t min, int32_t max) {
+    return static_cast<int32_t>(std::clamp<int64_t>(value, min, std::max(min, max)));
+}
+
+HRESULT Write(int64_t raw, MPFUNCTIONMAP& row) {
+    const auto high = static_cast<uint8_t>(raw >> 7), low = static_cast<uint8_t>(raw & 127);
+    if (row.second.type == MPCNTRL_CHNG) row.second.byte2 = high;
+    switch (row.first.type) {
+    case MPNRPN:
+    case MPRPN:
+        row.first.byte3 = high;
+        row.first.byte4 = low;
+        return S_OK;
+    case MPCNTRL_CHNG:
+    case MPAFTER_TOUCH: row.first.byte2 = low; return S_OK;
+    case MPPITCH_BEND:
+        row.first.byte1 = low;
+        row.first.byte2 = high;
+        return S_OK;
+    default: return S_FALSE;
+    }
+}
+}  // namespace
+
+float ValueFromEvent(float value, const MPFUNCTIONMAP& row) {
+    if (!(row.flags & EFUNCFLAG_VALUE)) return value;
+    const Raw raw = Read(row);
+    if (raw.max == 0) return 0;
+    const double span = static_cast<double>(raw.max) - raw.min;
+    if (span == 0) return 0;
+    return static_cast<float>((static_cast<double>(Clamped(raw.value, raw.min, raw.max)) - raw.min) / span);
+}
+
+int32_t RawFromEvent(const MPFUNCTIONMAP& row) {
+    const Raw raw = Read(row);
+    return Clamped(raw.value, raw.min, raw.max);
+}
+
+HRESULT EventFromValue(float value, MPFUNCTIONMAP& row) {
+    if (!(row.flags & EFUNCFLAG_VALUE)) return S_FALSE;
+    const double span = static_cast<double>(row.maxValue) - row.minValue;
+    const double raw =
+        std::floor(span * static_cast<double>(std::isfinite(value) ? value : 0) + 0.5) + row.minValue;
+    return Write(static_cast<int64_t>(std::clamp(raw, -1e9, 1e9)), row);
+}
+
+HRESULT EventFromRaw(int32_t low, int32_t high, float x, MPFUNCTIONMAP& row) {
+    if (!(row.flags & EFUNCFLAG_VALUE)) return S_FALSE;
+    const double way =
+        high != low ? (static_cast<double>(high) - low) * static_cast<double>(x) : static_cast<double>(x);
+    return Write(static_cast<int64_t>(std::clamp(low + (std::isfinite(way) ? way : 0), -1e9, 1e9)), row);
+}
+
+HRESULT Takeover(TakeoverState& state, float value, bool touched, const MPFUNCTIONMAP& row) {
+    if (state.cached < 0 || touched) state.cached = value;
+    MPFUNCTIONMAP copy = row;
+    EventFromValue(state.cached, copy);
+    const int32_t at = RawFromEvent(copy), moved = RawFromEvent(row);
+    const int32_t last = state.raw < 0 ? moved : state.raw;
+    state.raw = moved;
+    return at >= std::min(last, moved) && at <= std::max(last, moved) ? S_OK : S_FALSE;
+}

@@ -1,0 +1,22 @@
+// Values in events: what a control's position is as 0..1, and the way back; and whether a control without a
+// motor may take a value over. Pure functions. [any-thread]
+#pragma once
+
+#include "controlmap/function_map.h"
+
+/// 0..1 of the row's events. Without EFUNCFLAG_VALUE the given number, unchanged.
+float ValueFromEvent(float value, const MPFUNCTIONMAP& row);
+/// The number in the row's events, within MinValue..MaxValue.
+int32_t RawFromEvent(const MPFUNCTIONMAP& row);
+/// Puts 0..1 into the row's events. 1 when the row has no place for a value.
+HRESULT EventFromValue(float value, MPFUNCTIONMAP& row);
+/// Puts a number between two limits: low + (high - low) * x, or low + x where they are equal.
+HRESULT EventFromRaw(int32_t low, int32_t high, float x, MPFUNCTIONMAP& row);
+
+/// What is known of a parameter that a control moves.
+struct TakeoverState {
+    float cached;  ///< the value 0..1; below 0 unknown
+    int32_t raw;   ///< where the control was last; below 0 unknown
+};
+/// 0 when the move may pass: the control has reached or passed the value, or the hand holds its touch.
+HRESULT Takeover(TakeoverState& state, float value, bool touched, const MPFUNCTIONMAP& row);

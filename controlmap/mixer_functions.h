@@ -1,0 +1,48 @@
+// The mixer functions of group ECONTROL_GRP_INSERT, by number: which field of a channel each one reads and
+// writes. Data that the map's handlers walk.
+#pragma once
+
+#include "plugin/host_contract.h"
+
+#include <cstdint>
+
+// Functions that are neither a parameter nor a switch.
+inline constexpr uint32_t MIXFUNC_BANK_NEXT = 1, MIXFUNC_BANK_PREVIOUS = 2, MIXFUNC_CHANNEL_NEXT = 3,
+                          MIXFUNC_CHANNEL_PREVIOUS = 4, MIXFUNC_VOLUME = 7, MIXFUNC_PAN = 12,
+                          MIXFUNC_SEND = 22, MIXFUNC_AUX = 41, MIXFUNC_AUTOMATION_STEP = 52,
+                          MIXFUNC_SURFACE_SWITCH = 62,
+                          MIXFUNC_NAME = 66;  ///< sends only: the channel's name as text
+
+/// A value that a control moves.
+struct MixerParameter {
+    uint32_t touchOn, touchOff, value;  ///< function numbers
+    uint32_t mask;                      ///< MASK_ of the value
+    uint32_t pairSelector;              ///< SPEAKER_, on input
+    float MPCHANNELREC::*field;
+    bool isGain;  ///< along a fader's travel; else -1..1
+};
+inline constexpr MixerParameter kMixerParameters[] = {
+    {5, 6, MIXFUNC_VOLUME, MASK_VOLUME, 0, &MPCHANNELREC::volume, true},
+    {10, 11, MIXFUNC_PAN, MASK_PAN, SPEAKER_FRONT, &MPCHANNELREC::pan, false},
+    {13, 14, 15, MASK_PAN, SPEAKER_REAR, &MPCHANNELREC::pan, false},
+    {16, 17, 18, MASK_PAN, SPEAKER_CENTER, &MPCHANNELREC::pan, false},
+    {20, 21, MIXFUNC_SEND, MASK_SEND, 0, &MPCHANNELREC::sendLevel, true},
+    {39, 40, MIXFUNC_AUX, MASK_AUX, 0, &MPCHANNELREC::aux, true},
+    {42, 43, 44, MASK_PAN, 0, &MPCHANNELREC::pan, false},
+};
+inline constexpr size_t kMixerParameterCount = sizeof kMixerParameters / sizeof kMixerParameters[0];
+
+/// A switch that a button toggles.
+struct MixerSwitch {
+    uint32_t function, bit;  ///< SWITCH_
+};
+inline constexpr MixerSwitch kMixerSwitches[] = {
+    {25, SWITCH_SELECTED}, {26, SWITCH_SOLO},        {27, SWITCH_MUTE},        {28, SWITCH_ARM},
+    {48, 0x2000},          {63, SWITCH_STRIP_40000}, {64, SWITCH_STRIP_10000},
+};
+
+/// A mode that a button sets.
+struct MixerAutomation {
+    uint32_t function, mode;
+};
+inline constexpr MixerAutomation kMixerAutomation[] = {{58, 0}, {59, 1}, {60, 4}, {61, 8}};

@@ -1,0 +1,375 @@
+// The control map between a surface and a host: events in, changes of channels, events out.
+#include "controlmap/control_map.h"
+#include "platform/memory.h"
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <thread>
+
+namespace {
+struct Site : ControlMapSite {
+    std::vector<BankChannel> channels;
+    std::map<uint64_t, MPCHANNELREC> records;
+    std::map<uint64_t, std::u16string> names;
+    std::vector<MPEVENTREC> sent;
+    std::vector<std::vector<uint8_t>> longSent;
+    std::vector<uint32_t> setMasks, hostCalls;
+    std::atomic<int> wakes{0};
+    uint32_t automation = 0x10000 | 0x40000;
+    HRESULT getResult = S_OK;
+
+    void AddChannel(uint64_t id, uint32_t kind) {
+        channels.push_back({id, kind});
+        records[id].volume = 0.5f;
+        names[id] = u"Ch" + std::u16string(1, static_cast<char16_t>(u'0' + id % 10));
+    }
+    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t) override {
+        if (getResult != S_OK) return getResult;
+        const uint32_t selector = rec->pairSelector;
+        *rec = records.at(id.channel);
+        rec->pairSelector = selector;
+        if (selector == SPEAKER_REAR) rec->pan = records[id.channel].aux;  // the rear pair's own
+        return S_OK;
+    }
+    HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
+        MPCHANNELREC& r = records.at(id.channel);
+        setMasks.push_back(mask);
+        if (mask & MASK_VOLUME) r.volume = rec->volume;
+        if (mask & MASK_PAN) (rec->pairSelector == SPEAKER_REAR ? r.aux : r.pan) = rec->pan;
+        if (mask & MASK_SEND) r.sendLevel = rec->sendLevel;
+        if (mask & MASK_AUX) r.aux = rec->aux;
+        if (mask & MASK_SWITCHES) r.switches = rec->switches;
+        if (mask & MASK_AUTOMATION) r.automation = rec->automation;
+        return S_OK;
+    }
+    std::vector<BankChannel> Channels() override { return channels; }
+    std::u16string ChannelName(const MPCHANNELID& id) override { return names[id.channel]; }
+    float ShareOfGain(float gain) const override { return gain / 2; }
+    float GainOfShare(float share) const override { return share * 2; }
+    uint32_t AutomationCapabilities() override { return automation; }
+    HRESULT CallHost(const MPFUNCTIONMAP& row) override { return hostCalls.push_back(row.function), S_OK; }
+    void SendEvent(const MPEVENTREC& event) override {
+        sent.push_back(event);
+        const auto* data = static_cast<const uint8_t*>(event.data);
+        longSent.emplace_back(data, data + event.dataSize);
+    }
+    void Wake() override { wakes++; }
+};
+
+MPEVENTREC Event(uint32_t type, uint8_t byte1, uint8_t byte2 = 0, uint32_t channel = 0) {
+    MPEVENTREC event{};
+    event.type = type;
+    event.channel = channel;
+    event.byte1 = byte1;
+    event.byte2 = byte2;
+    return event;
+}
+
+class Map : public testing::Test {
+protected:
+    Site site;
+    CControlMap map{site, 4};
+    std::vector<MPFUNCTIONMAP> rows;
+
+    MPFUNCTIONMAP& Add(uint32_t command, uint32_t flags, uint32_t function, int32_t strip,
+                       const MPEVENTREC& event, int32_t max = 127, uint32_t group = ECONTROL_GRP_INSERT) {
+        MPFUNCTIONMAP row{};
+        row.commandType = command;
+        row.flags = flags;
+        row.group = group;
+        row.function = function;
+        row.channel = strip;
+        row.maxValue = max;
+        row.first = event;
+        row.second = EmptyEvent();
+        return rows.emplace_back(row);
+    }
+    void Receive(uint32_t function, int32_t strip, const MPEVENTREC& event,
+                 uint32_t flags = EFUNCFLAG_VALUE) {
+        Add(ECMDTYPE_RECIEVE, flags, function, strip, event);
+    }
+    void Button(uint32_t function, int32_t strip, uint8_t note) {
+        Receive(function, strip, Event(MPNOTE_ON, note, 127), 0);
+    }
+    void Lamp(uint32_t function, int32_t strip, uint8_t note) {
+        Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, function, strip, Event(MPNOTE_ON, note, 127));
+        Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_OFF, function, strip, Event(MPNOTE_ON, note, 0));
+    }
+    void Use() {
+        FUNCTIONMAPENTRY entry{};
+        entry.id = 1;
+        CopyText(entry.name, FUNCTION_NAME_SIZE, u"Test");
+        entry.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(2 * sizeof(FUNCTIONTABLE)));
+        entry.tables[0].id = 1;
+        entry.tables[0].ownsRows = 1;
+        entry.tables[0].rows = NewFunctionRows(rows.size());
+        for (size_t i = 0; i < rows.size(); i++) CopyFunctionRow(entry.tables[0].rows[i], rows[i]);
+        ASSERT_EQ(map.AddMap(std::move(entry)), S_OK);
+        map.SelectMap(0);
+        map.EnableMap(true);
+        map.ConnectProject(true, true);
+        site.sent.clear();
+        site.longSent.clear();
+    }
+    void SetUp() override {
+        site.AddChannel(101, KIND_AUDIO_TRACK);
+        site.AddChannel(102, KIND_AUDIO_TRACK);
+        site.AddChannel(103, KIND_BUS);
+        site.AddChannel(104, KIND_AUDIO_TRACK);
+        site.AddChannel(105, KIND_AUDIO_TRACK);
+        site.AddChannel(106, KIND_AUDIO_TRACK);
+        site.AddChannel(200, KIND_MASTER);
+    }
+    /// The event, run at once.
+    HRESULT Play(const MPEVENTREC& event) {
+        const HRESULT hr = map.OnEvent(event, false);
+        map.Idle(false);
+        return hr;
+    }
+    MPCHANNELREC& Channel(uint64_t id) { return site.records.at(id); }
+};
+}  // namespace
+
+TEST_F(Map, AFaderTakesItsValueOverAndIsNotSentItsOwnMove) {
+    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Use();
+    EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 9, 5)), S_FALSE) << "no row of it";
+    Play(Event(MPCNTRL_CHNG, 1, 100));
+    EXPECT_EQ(Channel(101).volume, 0.5f) << "far from the value of 0.25";
+    Play(Event(MPCNTRL_CHNG, 1, 20));
+    EXPECT_NEAR(Channel(101).volume, 2 * 20 / 127.0f, 1e-5) << "passed it on the way";
+    Play(Event(MPCNTRL_CHNG, 1, 22));
+    EXPECT_NEAR(Channel(101).volume, 2 * 22 / 127.0f, 1e-5);
+    map.RefreshStrips(false);
+    EXPECT_TRUE(site.sent.empty()) << "the control is where its value is";
+    Channel(101).volume = 1;
+    map.RefreshStrips(false);
+    ASSERT_EQ(site.sent.size(), 1u);
+    EXPECT_EQ(site.sent[0].byte2, 64) << "moved in the host";
+    map.RefreshStrips(false);
+    EXPECT_EQ(site.sent.size(), 1u) << "once";
+    EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 1), true), S_OK);
+    EXPECT_EQ(map.Idle(false), kIdleQuiet) << "peeked at, not run";
+}
+
+TEST_F(Map, ATouchedFaderFollowsTheHandAndFallsBackAfterwards) {
+    Receive(5, 0, Event(MPNOTE_ON, 104, 127), 0);
+    rows.back().first.byte2 = 127;
+    Receive(6, 0, Event(MPNOTE_OFF, 104), 0);
+    Add(ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPPITCH_BEND, 0), 8191).minValue = -8192;
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPPITCH_BEND, 0), 16383);
+    Use();
+    Play(Event(MPNOTE_ON, 104, 127));
+    EXPECT_TRUE(Channel(101).automation & AUTOMATION_TOUCH);
+    Play(Event(MPPITCH_BEND, 127, 127));
+    EXPECT_NEAR(Channel(101).volume, 2, 1e-4) << "no takeover under the hand";
+    Channel(101).volume = 0.3f;
+    map.RefreshStrips(false);
+    EXPECT_TRUE(site.sent.empty()) << "the motor does not pull against the hand";
+    Play(Event(MPNOTE_OFF, 104));
+    EXPECT_FALSE(Channel(101).automation & AUTOMATION_TOUCH);
+    ASSERT_EQ(site.sent.size(), 1u) << "let go, it goes to the true value";
+    EXPECT_EQ(site.sent[0].byte2 * 128 + site.sent[0].byte1, std::lround(0.15 * 16383));
+}
+
+TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
+    uint8_t number = 1;
+    for (const MixerParameter& p : kMixerParameters) {
+        Receive(p.value, 1, Event(MPCNTRL_CHNG, number));
+        Receive(p.touchOn, 1, Event(MPNOTE_ON, number), 0);
+        Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, p.value, 1, Event(MPCNTRL_CHNG, number++));
+    }
+    for (const MixerSwitch& s : kMixerSwitches) {
+        Button(s.function, 1, number);
+        Lamp(s.function, 1, number++);
+    }
+    Use();
+    number = 1;
+    for (const MixerParameter& p : kMixerParameters) {
+        Play(Event(MPNOTE_ON, number));
+        EXPECT_TRUE(Channel(102).automation & AUTOMATION_TOUCH) << p.touchOn;
+        Play(Event(MPCNTRL_CHNG, number++, 127));
+        EXPECT_EQ(site.setMasks.back(), p.mask);
+        const float value = p.pairSelector == SPEAKER_REAR ? Channel(102).aux : Channel(102).*p.field;
+        EXPECT_EQ(value, p.isGain ? 2 : 1) << p.value;
+    }
+    for (const MixerSwitch& s : kMixerSwitches) {
+        Play(Event(MPNOTE_ON, number, 127));
+        EXPECT_EQ(Channel(102).switches, s.bit) << s.function;
+        site.sent.clear();
+        map.RefreshStrips(false);
+        ASSERT_EQ(site.sent.size(), 1u);
+        EXPECT_EQ(site.sent[0].byte1, number);
+        EXPECT_EQ(site.sent[0].byte2, 127);
+        Play(Event(MPNOTE_ON, number++, 127));
+        EXPECT_EQ(Channel(102).switches, 0u);
+        map.RefreshStrips(false);
+        EXPECT_EQ(site.sent.back().byte2, 0) << "the lamp goes out";
+    }
+}
+
+TEST_F(Map, AutomationModesAreSetAndStepped) {
+    Button(MIXFUNC_AUTOMATION_STEP, 0, 1);
+    for (uint8_t i = 0; i < std::size(kMixerAutomation); i++)
+        Button(kMixerAutomation[i].function, 0, static_cast<uint8_t>(10 + i));
+    Use();
+    for (const uint32_t mode : {1u, 4u, 0u, 1u}) {
+        Play(Event(MPNOTE_ON, 1, 127));
+        EXPECT_EQ(Channel(101).automation, mode) << "the modes that there are, and off";
+    }
+    for (uint8_t i = 0; i < std::size(kMixerAutomation); i++) {
+        Play(Event(MPNOTE_ON, static_cast<uint8_t>(10 + i), 127));
+        EXPECT_EQ(Channel(101).automation, kMixerAutomation[i].mode);
+    }
+}
+
+TEST_F(Map, BanksMoveWithoutAJump) {
+    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 3, Event(MPCNTRL_CHNG, 4));
+    Button(MIXFUNC_BANK_NEXT, 0, 1);
+    Button(MIXFUNC_BANK_PREVIOUS, 0, 2);
+    Button(MIXFUNC_CHANNEL_NEXT, 0, 3);
+    Use();
+    map.SetBank(KIND_AUDIO_TRACK);
+    EXPECT_EQ(map.StripChannel(2).channel, 104u) << "busses are not in the bank";
+    EXPECT_EQ(map.StripChannel(STRIP_MASTER).channel, 200u);
+    for (const uint64_t id : {101, 102, 104, 105, 106})
+        Channel(id).volume = static_cast<float>(id - 100) / 10;
+    Play(Event(MPCNTRL_CHNG, 1, 6));
+    site.sent.clear();
+    Play(Event(MPNOTE_ON, 1, 127));
+    EXPECT_EQ(map.StripChannel(0).channel, 106u);
+    EXPECT_EQ(map.StripChannel(1).channel, 0u);
+    ASSERT_EQ(site.sent.size(), 2u);
+    EXPECT_EQ(site.sent[0].byte1, 4) << "a strip without a channel is blanked";
+    EXPECT_EQ(site.sent[0].byte2, 0);
+    EXPECT_EQ(site.sent[1].byte2, std::lround(0.3 * 127)) << "the fader follows the bank";
+    site.setMasks.clear();
+    Play(Event(MPCNTRL_CHNG, 1, 110));
+    EXPECT_NEAR(Channel(106).volume, 0.6, 1e-6) << "the control's place is not the channel's value";
+    EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 1, 6)), S_OK);
+    EXPECT_NEAR(Channel(106).volume, 2 * 6 / 127.0, 1e-5);
+    Play(Event(MPNOTE_ON, 2, 127));
+    EXPECT_EQ(map.BankOffset(), 0);
+    Play(Event(MPNOTE_ON, 3, 127));
+    EXPECT_EQ(map.StripChannel(0).channel, 102u);
+    EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 1, 6)), S_OK);
+    site.channels.clear();
+    map.LayoutBank(0);
+    EXPECT_EQ(map.StripChannel(0).channel, 0u);
+    EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 1, 7)), S_OK) << "an empty strip takes it and does nothing";
+}
+
+TEST_F(Map, TwoHalvesMakeOneValueAndABurstOneChange) {
+    MPFUNCTIONMAP& pair =
+        Add(ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_PAN, 0, Event(MPCNTRL_CHNG, 42), 16383);
+    pair.second = Event(MPCNTRL_CHNG, 10);
+    Use();
+    map.ConnectProject(true, false);
+    EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 42, 5), false), S_FALSE) << "the second half alone";
+    EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 10, 64), false), S_FALSE) << "held";
+    EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 42, 0), false), S_OK);
+    map.Idle(false);
+    EXPECT_NEAR(Channel(101).pan, 8192 / 16383.0 * 2 - 1, 1e-4);
+    site.setMasks.clear();
+    for (int i = 0; i < 1000; i++) {
+        map.OnEvent(Event(MPCNTRL_CHNG, 10, 64), false);
+        map.OnEvent(Event(MPCNTRL_CHNG, 42, static_cast<uint8_t>(i % 100)), false);
+    }
+    EXPECT_EQ(map.Idle(false), kIdleBusy);
+    EXPECT_EQ(site.setMasks.size(), 1u);
+    EXPECT_NEAR(Channel(101).pan, (8192 + 99) / 16383.0 * 2 - 1, 1e-4) << "the last value";
+}
+
+TEST_F(Map, ModifiersChooseOtherRowsAndLightTheirLamps) {
+    Add(ECMDTYPE_RECIEVE, 0, 1, 0, Event(MPNOTE_ON, 70, 127), 0, ECONTROL_GRP_ASSIGN);
+    Add(ECMDTYPE_RECIEVE, 0, 2, 0, Event(MPNOTE_OFF, 70), 0, ECONTROL_GRP_ASSIGN);
+    Add(ECMDTYPE_RECIEVE, EFUNCFLAG_TOGGLE, 3, 0, Event(MPNOTE_ON, 71, 127), 0, ECONTROL_GRP_ASSIGN);
+    Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, 1, 0, Event(MPNOTE_ON, 70, 127), 0, ECONTROL_GRP_ASSIGN);
+    Button(27, 0, 16);
+    Receive(26, 0, Event(MPNOTE_ON, 16, 127), EFUNCFLAG_SHIFT);
+    Use();
+    Play(Event(MPNOTE_ON, 16, 127));
+    EXPECT_EQ(Channel(101).switches, SWITCH_MUTE);
+    Play(Event(MPNOTE_ON, 70, 127));
+    ASSERT_EQ(site.sent.size(), 1u);
+    EXPECT_EQ(site.sent[0].byte1, 70);
+    Play(Event(MPNOTE_ON, 16, 127));
+    EXPECT_EQ(Channel(101).switches, SWITCH_MUTE | SWITCH_SOLO);
+    Play(Event(MPNOTE_OFF, 70));
+    EXPECT_EQ(map.State() & MAPSTATE_MODIFIERS & ~MAPSTATE_AUDIO_MODE, 0u);
+    Play(Event(MPNOTE_ON, 71, 127));
+    EXPECT_TRUE(map.State() & MAPSTATE_ALT) << "latched";
+    Play(Event(MPNOTE_ON, 71, 127));
+    EXPECT_FALSE(map.State() & MAPSTATE_ALT);
+}
+
+TEST_F(Map, NamesReachTheDisplay) {
+    MPFUNCTIONMAP& display = Add(ECMDTYPE_SEND, 0, MIXFUNC_NAME, 0, Event(MPSYS_EX1, 0), 4);
+    const uint8_t message[] = {0xF0, 0x10, 0, 0, 0, 0, 0xF7};
+    display.index = 2;
+    display.first.data = CoTaskMemAlloc(sizeof message);
+    display.first.dataSize = sizeof message;
+    std::memcpy(display.first.data, message, sizeof message);
+    Use();
+    ClearFunctionRow(rows.back());
+    site.names[101] = u"B\u00e4sse";
+    map.RefreshStrips(false);
+    ASSERT_EQ(site.longSent.size(), 1u);
+    EXPECT_EQ(site.longSent[0], (std::vector<uint8_t>{0xF0, 0x10, 'B', '?', 's', 's', 0xF7}));
+    map.RefreshStrips(false);
+    EXPECT_EQ(site.longSent.size(), 1u);
+}
+
+TEST_F(Map, FailuresOfTheHostEndAFunctionAndMapsComeAndGo) {
+    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Add(ECMDTYPE_RECIEVE, EFUNCFLAG_HOSTFUNCTION, 9, 0, Event(MPNOTE_ON, 9, 127));
+    Use();
+    site.getResult = E_FAIL;
+    Play(Event(MPCNTRL_CHNG, 1, 32));
+    EXPECT_TRUE(site.setMasks.empty());
+    site.getResult = S_OK;
+    Play(Event(MPNOTE_ON, 9, 127));
+    EXPECT_EQ(site.hostCalls, std::vector<uint32_t>{9});
+    EXPECT_TRUE(map.MapExists(u"Test"));
+    EXPECT_EQ(map.SelectMap(5), S_FALSE);
+    map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false);
+    EXPECT_EQ(map.DeleteMap(0), S_OK);
+    EXPECT_EQ(map.CurrentMap(), -1);
+    EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
+    map.Idle(false);
+    EXPECT_EQ(site.setMasks.size(), 1u) << "what waited was a copy";
+    map.EnableMap(false);
+    EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
+}
+
+TEST_F(Map, SeveralThreadsBringEventsWhileTheWorkerRuns) {
+    Button(27, 0, 16);
+    Use();
+    std::atomic<bool> stop{false};
+    std::atomic<int> taken{0};
+    std::vector<std::thread> bringers;
+    for (int t = 0; t < 3; t++)
+        bringers.emplace_back([&] {
+            for (int i = 0; i < 2000; i++) taken += map.OnEvent(Event(MPNOTE_ON, 16, 127), false) == S_OK;
+        });
+    std::thread worker([&] {
+        while (!stop) map.Idle(false);
+    });
+    std::thread chooser([&] {
+        for (int i = 0; i < 200; i++) map.SelectMap(i % 2);
+    });
+    for (std::thread& t : bringers) t.join();
+    chooser.join();
+    stop = true;
+    worker.join();
+    map.Idle(false);
+    EXPECT_EQ(taken, 6000);
+    EXPECT_GE(site.setMasks.size(), 1u);
+}

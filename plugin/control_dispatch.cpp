@@ -2,6 +2,8 @@
 // between.
 #include "plugin/control_plugin.h"
 
+#include "plugin/module_state.h"
+
 namespace {
 
 using Handler = HRESULT (COPTControlPlugin::*)(const MPCTRLREC*, uint32_t);
@@ -108,9 +110,13 @@ HRESULT COPTControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post
 HRESULT COPTControlPlugin::OnActivate(const MPCTRLREC* rec) {
     const bool on = rec->flags & ACTIVATE_ON;
     if (on == static_cast<bool>(ControlState() & CTRLSTATE_ACTIVE)) return S_OK;
+    if (!on && m_map) m_map->EnableMap(false);
     if (!on) OnActivateReset();
     PutControlBits(CTRLSTATE_ACTIVE, on);
-    return on ? OnActivateStart(rec) : S_OK;
+    if (!on) return S_OK;
+    const HRESULT hr = OnActivateStart(rec);
+    if (m_map) m_map->EnableMap(true);
+    return hr;
 }
 
 HRESULT COPTControlPlugin::OnActivateStart(const MPCTRLREC*) { return S_OK; }
@@ -120,6 +126,7 @@ HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
     const bool open = rec->flags & PROJECT_OPEN;
     PutControlBits(CTRLSTATE_PROJECT_OPEN, open);
     if (!open) {
+        if (m_map) m_map->ConnectProject(false, false);
         for (HQMLIST* list : {&m_inputs, &m_midiPorts, &m_outputs}) {
             QmList_Destroy(*list);
             *list = nullptr;
@@ -133,6 +140,7 @@ HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
         LoadPortEntries(&m_outputs, KIND_OUTPUT_ENTRY);
     }
     if (m_kindMask & KIND_FAMILY_40) LoadPortEntries(&m_midiPorts, KIND_MIDI_PORT_ENTRY);
+    if (hr == S_OK && m_map) m_map->ConnectProject(true, ThisModule().channelMode != 0);
     return hr;
 }
 
@@ -144,7 +152,10 @@ HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
 // What follows goes to the control map; a plug-in without one defers it like the others, and the replay finds
 // no taker.
 HRESULT COPTControlPlugin::OnMapChange(const MPCTRLREC* rec, uint32_t post) {
-    return post ? OnControlDeferred(rec) : S_FALSE;
+    if (post) return OnControlDeferred(rec);
+    if (!m_map) return S_FALSE;
+    m_map->RefreshStrips(true);
+    return S_OK;
 }
 HRESULT COPTControlPlugin::OnDisplaySettings(const MPCTRLREC* rec, uint32_t post) {
     return post ? OnControlDeferred(rec) : S_FALSE;

@@ -8,6 +8,7 @@
 #include "plugin/text_ids.h"
 
 #include <new>
+#include <utility>
 
 COPTControlPlugin::COPTControlPlugin(IUnknown* owner)
     : COPTPlugin(owner), m_control(CTRLSTATE_WANT_WORKER | CTRLSTATE_USE_INPUTS | CTRLSTATE_USE_OUTPUTS |
@@ -19,6 +20,7 @@ COPTControlPlugin::COPTControlPlugin(IUnknown* owner)
 COPTControlPlugin::~COPTControlPlugin() {
     if (m_controlSink) m_controlSink->Orphan();
     if (m_driver) m_driver->Orphan();
+    if (m_map) m_map->Release();
     DestroyReferences();
     FreeCatalog();
     for (HQMLIST list : {m_refs, m_controls, m_inputs, m_midiPorts, m_outputs}) QmList_Destroy(list);
@@ -153,15 +155,24 @@ void COPTControlPlugin::RunWorker() {
         if (!(ControlState() & CTRLSTATE_INITIALISED)) break;
         {
             CriticalSectionLock lock(m_mainLock);
-            m_workerWait = ManualResetEvent::INFINITE_WAIT;  // nothing idles without a control map
+            m_workerWait = ManualResetEvent::INFINITE_WAIT;
             DrainNotifications(0);
+            if (m_map && !(ControlState() & CTRLSTATE_SUSPENDED)) RunMap();
         }
         m_wake.Reset();
         // What was queued between the round and the reset has signalled an event that is gone by now.
         CriticalSectionLock lock(m_mainLock);
         if (m_controls || HasQueuedNotifications()) m_wake.Set();
     }
+    if (m_map) m_map->Idle(true);
     DrainNotifications(1);
+}
+
+// Under the main lock, as all work with the map but OnEvent.
+void COPTControlPlugin::RunMap() {
+    if (std::exchange(m_mapLayoutStale, false)) m_map->LayoutBank(m_map->BankOffset());
+    m_workerWait = m_map->Idle(false);
+    if (std::exchange(m_mapValuesStale, false)) m_map->RefreshStrips(false);
 }
 
 void COPTControlPlugin::SignalIfWanted() {
@@ -246,12 +257,18 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
     HRESULT hr = stream->First(&event, &cookie, &more, m_filterTypes);
     while (hr == S_OK) {
         seen = true;
-        if (ControlState() & CTRLSTATE_CAPTURE)
+        HRESULT taken = S_FALSE;
+        if (ControlState() & CTRLSTATE_CAPTURE) {
             OnCaptureEvent(&event);
-        else if (ComPtr<CListPage> page = Page(); page && !(ControlState() & CTRLSTATE_SUSPENDED))
-            page->OnEvent(&event);
+        } else {
+            if (m_map) taken = m_map->OnEvent(event, info->capabilities & FILTER_PEEK_ONLY);
+            if (taken == S_OK) stream->Consume(cookie);
+            const bool toPage =
+                !(ControlState() & CTRLSTATE_SUSPENDED) && !(info->capabilities & FILTER_NOT_TO_PAGE);
+            if (ComPtr<CListPage> page = Page(); page && toPage) page->OnEvent(&event);
+        }
         if ((event.type & MPOWNED_DATA_TYPES) && event.dataSize) CoTaskMemFree(event.data);
-        if (!more) break;
+        if (!more || Failed(taken)) break;
         event = {};
         hr = stream->Next(&event, &cookie, &more, m_filterTypes);
     }

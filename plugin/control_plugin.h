@@ -2,11 +2,15 @@
 // IMPCtrlChannels, the list of channel references, and the worker thread that replays what the host's threads
 // queued.
 //
-// Locks, outer to inner: the main lock, a list's own lock. The main lock guards the reference list, the
-// control queue and the worker's round; host calls are made inside it, so a host must not call a sink while
-// it holds a lock of its own that those calls need.
+// A plug-in that works a control surface gives itself a control map: events of the filter go to it, the
+// worker runs what it took, and changes of channels go back through it.
+//
+// Locks, outer to inner: the main lock, the map's list lock, a list's own lock. The main lock guards the
+// reference list, the control queue and the worker's round; host calls are made inside it, so a host must not
+// call a sink while it holds a lock of its own that those calls need.
 #pragma once
 
+#include "controlmap/control_map.h"
 #include "plugin/opt_plugin.h"
 
 #include <filesystem>
@@ -122,10 +126,17 @@ protected:
     /// Sets or clears the bits.
     void PutControlBits(uint32_t bits, bool on) { on ? SetControlBits(bits) : ClearControlBits(bits); }
 
+    /// The map, taken over with the reference that it was made with; in FinalConstruct. What it asks of its
+    /// site it asks under the main lock.
+    void SetMap(CControlMap* map) { m_map = map; }
+    /// Null in a plug-in without one.
+    CControlMap* Map() const { return m_map; }
+
     uint32_t m_kindMask = 255;
 
 private:
     void RunWorker();
+    void RunMap();
     void SignalIfWanted();
     void DestroyReferences();
     HRESULT RequireReferences();
@@ -143,6 +154,9 @@ private:
     HRESULT ReplaceOnHostThread(const MPCTRLREC& rec);
     void FreeCatalog();
 
+    CControlMap* m_map = nullptr;
+    bool m_mapLayoutStale = false;  ///< channels came, went or moved; under the main lock
+    bool m_mapValuesStale = false;
     ComPtr<CMPControlSurfaceDriver> m_driver;
     mutable CriticalSection m_mainLock;
     MPPROJECTINFO m_projectInfo{};

@@ -565,9 +565,11 @@ static_assert(sizeof(MPCATALOGREC) == 24);
 MP_OFFSET(MPCATALOGREC, name, 16);
 
 /// What the host tells an event filter about the stream.
+inline constexpr uint32_t FILTER_PEEK_ONLY = 0x10;  ///< the plug-in only tells what it would take
+inline constexpr uint32_t FILTER_NOT_TO_PAGE = 0x10000;
 struct MPFILTERINFO {
     uint32_t reserved[8];
-    uint32_t capabilities;  ///< offset 32
+    uint32_t capabilities;  ///< capability bits, with FILTER_
 };
 MP_OFFSET(MPFILTERINFO, capabilities, 32);
 

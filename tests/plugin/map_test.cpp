@@ -1,0 +1,226 @@
+// A control plug-in with a map: bytes of a surface through the event filter to the host's channels, and back.
+#include "platform/memory.h"
+#include "platform/text.h"
+#include "plugin/control_plugin.h"
+#include "tests/support/fake_host.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <thread>
+
+namespace {
+/// A surface of four strips without a scale: a fader's travel is the gain.
+class SurfacePlugin final : public COPTControlPlugin, ControlMapSite {
+public:
+    explicit SurfacePlugin() : COPTControlPlugin(nullptr) { m_kindMask = KIND_AUDIO_TRACK | KIND_BUS; }
+
+    HRESULT FinalConstruct() override {
+        SetMap(new CControlMap(*this, 4));
+        return COPTControlPlugin::FinalConstruct();
+    }
+    HRESULT GetPages(CAUUID*) override { return E_NOTIMPL; }
+    HRESULT UpdateEntry(const MPCTRLREC&) override { return S_OK; }
+    using COPTControlPlugin::Map;
+
+    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
+        return GetChannelRecord(id, rec, mask);
+    }
+    HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
+        return SetChannelRecord(id, rec, mask);
+    }
+    std::vector<BankChannel> Channels() override {
+        std::vector<BankChannel> channels;
+        int32_t count = 0;
+        GetChannelCount(&count);
+        for (int32_t i = 0; i < count; i++) {
+            MPCHANNELID id{};
+            MPCHANNELREC rec{};
+            if (GetChannelId(i, &id) == S_OK && GetChannelRecord(id, &rec, MASK_IDENTITY) == S_OK)
+                channels.push_back({id.channel, rec.kind});
+        }
+        return channels;
+    }
+    std::u16string ChannelName(const MPCHANNELID& id) override {
+        char16_t name[64] = {};
+        GetChannelName(id, SELECT_LONG_NAME, name, 64);
+        return name;
+    }
+    float ShareOfGain(float gain) const override { return gain; }
+    float GainOfShare(float share) const override { return share; }
+    uint32_t AutomationCapabilities() override { return 0; }
+    HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_FALSE; }
+    void SendEvent(const MPEVENTREC& event) override {
+        const std::scoped_lock lock(m_sentLock);
+        m_sent.push_back(event);
+    }
+    void Wake() override {}
+
+    std::vector<MPEVENTREC> TakeSent() {
+        const std::scoped_lock lock(m_sentLock);
+        return std::exchange(m_sent, {});
+    }
+
+private:
+    std::mutex m_sentLock;
+    std::vector<MPEVENTREC> m_sent;
+};
+
+struct Stream : IMPEventStream {
+    std::deque<MPEVENTREC> events;
+    std::vector<uint32_t> consumed;
+    uint32_t next = 0;
+    bool filterEnded = false;
+
+    HRESULT QueryInterface(const GUID&, void**) override { return E_NOINTERFACE; }
+    uint32_t AddRef() override { return 1; }
+    uint32_t Release() override { return 1; }
+    HRESULT SetFilter(const MPFILTERKEY* key, uint32_t) override { return filterEnded = !key, S_OK; }
+    HRESULT First(MPEVENTREC* rec, uint32_t* cookie, uint32_t* more, uint32_t types) override {
+        return Next(rec, cookie, more, types);
+    }
+    HRESULT Next(MPEVENTREC* rec, uint32_t* cookie, uint32_t* more, uint32_t types) override {
+        while (!events.empty()) {
+            *rec = events.front();
+            events.pop_front();
+            *cookie = next++;
+            *more = !events.empty();
+            if (rec->type & types) return S_OK;
+        }
+        return S_FALSE;
+    }
+    HRESULT Consume(uint32_t cookie) override { return consumed.push_back(cookie), S_OK; }
+};
+
+MPEVENTREC Event(uint32_t type, uint8_t byte1, uint8_t byte2) {
+    MPEVENTREC event{};
+    event.type = type;
+    event.byte1 = byte1;
+    event.byte2 = byte2;
+    return event;
+}
+
+class PluginMap : public testing::Test {
+protected:
+    FakeHost host;
+    ComPtr<SurfacePlugin> plugin{new SurfacePlugin};
+
+    void SetUp() override {
+        host.channels = {{1, KIND_AUDIO_TRACK, 0, u"Drums"},
+                         {2, KIND_AUDIO_TRACK, 1, u"Bass"},
+                         {4, KIND_MASTER, 1, u"Master"}};
+        ASSERT_EQ(plugin->FinalConstruct(), S_OK);
+        FUNCTIONMAPENTRY entry{};
+        entry.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(2 * sizeof(FUNCTIONTABLE)));
+        entry.tables[0].id = entry.tables[0].ownsRows = 1;
+        MPFUNCTIONMAP* rows = entry.tables[0].rows = NewFunctionRows(5);
+        const auto row = [&](size_t i, uint32_t command, uint32_t flags, uint32_t function,
+                             const MPEVENTREC& event) {
+            rows[i].commandType = command;
+            rows[i].flags = flags;
+            rows[i].group = ECONTROL_GRP_INSERT;
+            rows[i].function = function;
+            rows[i].maxValue = 127;
+            rows[i].first = event;
+            rows[i].second = EmptyEvent();
+        };
+        row(0, ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, Event(MPCNTRL_CHNG, 7, 0));
+        row(1, ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, Event(MPCNTRL_CHNG, 7, 0));
+        row(2, ECMDTYPE_RECIEVE, 0, 27, Event(MPNOTE_ON, 16, 127));
+        row(3, ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, 27, Event(MPNOTE_ON, 16, 127));
+        row(4, ECMDTYPE_SEND, EFUNCFLAG_STATE_OFF, 27, Event(MPNOTE_ON, 16, 0));
+        plugin->Map()->AddMap(std::move(entry));
+        plugin->Map()->SelectMap(0);
+        uint32_t capabilities = 0;
+        ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities),
+                  S_OK);
+        host.OpenProject();
+    }
+    void TearDown() override {
+        host.CloseProject();
+        plugin->Terminate();
+        plugin.Reset();
+        EXPECT_EQ(host.References(), 0);
+    }
+    Stream Filter(std::initializer_list<MPEVENTREC> events, uint32_t info = CAPABILITY_CONTROL) {
+        Stream stream;
+        stream.events = events;
+        MPFILTERINFO filter{};
+        filter.capabilities = info;
+        EXPECT_EQ(plugin->FilterEvents(&stream, &filter), S_OK);
+        return stream;
+    }
+    template <class F>
+    bool Eventually(F condition) {
+        for (int i = 0; i < 5000; i++) {
+            {
+                const std::scoped_lock lock(host.lock);
+                if (condition()) return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return false;
+    }
+    bool SentEventually(uint8_t byte1, uint8_t byte2) {
+        std::vector<MPEVENTREC> all;
+        return Eventually([&] {
+            for (const MPEVENTREC& e : plugin->TakeSent()) all.push_back(e);
+            return std::ranges::any_of(
+                all, [&](const MPEVENTREC& e) { return e.byte1 == byte1 && e.byte2 == byte2; });
+        });
+    }
+};
+}  // namespace
+
+TEST_F(PluginMap, EventsBecomeChangesOfTheHostAndAreTakenOut) {
+    const Stream stream = Filter({Event(MPCNTRL_CHNG, 7, 127), Event(MPCNTRL_CHNG, 99, 1),
+                                  Event(MPNOTE_ON, 16, 127), Event(MPCNTRL_CHNG, 7, 64)});
+    EXPECT_EQ(stream.consumed, (std::vector<uint32_t>{0, 2, 3}));
+    EXPECT_TRUE(stream.filterEnded);
+    EXPECT_TRUE(Eventually([&] { return std::abs(host.Find(1)->volume - 64 / 127.0f) < 1e-5f; }));
+    EXPECT_TRUE(Eventually([&] { return host.Find(1)->switches == SWITCH_MUTE; }));
+    const Stream peeked = Filter({Event(MPNOTE_ON, 16, 127)}, CAPABILITY_CONTROL | FILTER_PEEK_ONLY);
+    EXPECT_EQ(peeked.consumed.size(), 1u);
+    const Stream other = Filter({Event(MPNOTE_ON, 16, 127)}, 0);
+    EXPECT_EQ(other.events.size(), 1u) << "not its business";
+}
+
+TEST_F(PluginMap, ChangesOfTheHostReachTheSurface) {
+    EXPECT_TRUE(SentEventually(7, 127)) << "the state at the beginning";
+    {
+        const std::scoped_lock lock(host.lock);
+        host.Find(1)->volume = 0.5f;
+        host.Find(1)->switches = SWITCH_MUTE;
+    }
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1, MASK_VOLUME | MASK_SWITCHES);
+    EXPECT_TRUE(SentEventually(7, 64));
+    {
+        const std::scoped_lock lock(host.lock);
+        host.channels.erase(host.channels.begin());
+        host.Find(2)->volume = 0.25f;
+    }
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 1, KIND_AUDIO_TRACK);
+    EXPECT_TRUE(SentEventually(7, 32)) << "the next channel moves up";
+    host.Control(MPCTRL_ACTIVATE, 0);
+    EXPECT_TRUE(Filter({Event(MPNOTE_ON, 16, 127)}).consumed.empty()) << "an inactive plug-in takes nothing";
+    host.Control(MPCTRL_ACTIVATE, ACTIVATE_ON);
+}
+
+TEST_F(PluginMap, EventsNotificationsAndTerminateAtOnce) {
+    std::atomic<bool> stop{false};
+    std::thread midi([&] {
+        for (uint8_t i = 0; !stop; i = (i + 1) & 127)
+            Filter({Event(MPCNTRL_CHNG, 7, i), Event(MPNOTE_ON, 16, 127)});
+    });
+    std::thread changes([&] {
+        for (int i = 0; !stop; i++)
+            host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1 + i % 2, MASK_VOLUME);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    plugin->Terminate();
+    stop = true;
+    midi.join();
+    changes.join();
+}

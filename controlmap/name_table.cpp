@@ -2,6 +2,7 @@
 
 #include "controlmap/function_names.h"
 #include "controlmap/xml_text.h"
+#include "platform/text.h"
 
 namespace {
 using Groups = std::map<uint32_t, std::map<uint32_t, std::string>>;
@@ -9,14 +10,14 @@ using Groups = std::map<uint32_t, std::map<uint32_t, std::string>>;
 bool Read(const XmlText& xml, Groups& groups, std::string& error) {
     const pugi::xml_node root = xml.Root();
     if (std::string_view(root.name()) != "functiontables") {
-        error = xml.At(root, "the root is \"" + std::string(root.name()) + "\", not \"functiontables\"");
+        error = xml.At(root, JoinText({"the root is \"", root.name(), "\", not \"functiontables\""}));
         return false;
     }
     for (const pugi::xml_node group : root.children("group")) {
         const char* name = group.attribute("name").value();
         const auto number = ValueOfName(ControlGroupNames(), name);
         if (!number) {
-            error = xml.At(group, "there is no group \"" + std::string(name) + "\"");
+            error = xml.At(group, JoinText({"there is no group \"", name, "\""}));
             return false;
         }
         for (const pugi::xml_node function : group.children("function")) {

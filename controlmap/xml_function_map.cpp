@@ -26,7 +26,7 @@ public:
     TABLEHEADER Header() const {
         const pugi::xml_node root = m_xml.Root();
         if (std::string_view(root.name()) != "functiontable")
-            Refuse(root, "the root is \"" + std::string(root.name()) + "\", not \"functiontable\"");
+            Refuse(root, JoinText({"the root is \"", root.name(), "\", not \"functiontable\""}));
         return {Attribute(root, "ver"), root.attribute("device").value(), root.attribute("name").value(),
                 Attribute(root, "channels"), Attribute(root, "tables")};
     }
@@ -41,7 +41,7 @@ public:
         for (uint32_t index = 0; index < header.tables; index++) {
             const pugi::xml_node map =
                 root.find_child_by_attribute("functionmap", "index", std::to_string(index).c_str());
-            if (!map) Refuse(root, "there is no functionmap with index " + std::to_string(index));
+            if (!map) Refuse(root, JoinText({"there is no functionmap with index ", std::to_string(index)}));
             Table(map.child("map"), entry.tables[index]);
             entry.tables[index].id = index + 1;
         }
@@ -54,15 +54,15 @@ private:
 
     void RefuseMissing(const pugi::xml_node& node, const char* what, uint32_t said, ptrdiff_t there) const {
         if (said > there)
-            Refuse(node, std::string(what) + " says " + std::to_string(said) + ", but " +
-                             std::to_string(there) + (there == 1 ? " is there" : " are there"));
+            Refuse(node, JoinText({what, " says ", std::to_string(said), ", but ", std::to_string(there),
+                                   there == 1 ? " is there" : " are there"}));
     }
 
     int64_t Number(const pugi::xml_node& node, const char* text, int64_t least, int64_t most) const {
         const auto value = LeadingNumber(text);
         if (!value || *value < least || *value > most)
-            Refuse(node, "\"" + std::string(text) + "\" is not from " + std::to_string(least) + " to " +
-                             std::to_string(most));
+            Refuse(node, JoinText({"\"", text, "\" is not from ", std::to_string(least), " to ",
+                                   std::to_string(most)}));
         return *value;
     }
 
@@ -156,8 +156,8 @@ private:
                 bytes += static_cast<char>(Number(part, word.c_str(), 0, 255));
         }
         if (node.attribute("length").as_ullong() != bytes.size())
-            Refuse(node, "length says " + std::string(node.attribute("length").value()) + ", but " +
-                             std::to_string(bytes.size()) + " bytes are there");
+            Refuse(node, JoinText({"length says ", node.attribute("length").value(), ", but ",
+                                   std::to_string(bytes.size()), " bytes are there"}));
         if (bytes.empty()) return;
         event.data = CoTaskMemAlloc(bytes.size());
         if (!event.data) throw std::bad_alloc();
@@ -273,8 +273,8 @@ HRESULT Read(const XmlText& xml, const FunctionNames& names, uint32_t channels, 
         const Reader reader(xml, names);
         const TABLEHEADER header = reader.Header();
         if (channels != 0 && header.channels != channels)
-            throw BadTable(xml.At(xml.Root(), "made for " + std::to_string(header.channels) +
-                                                  " channels, not for " + std::to_string(channels)));
+            throw BadTable(xml.At(xml.Root(), JoinText({"made for ", std::to_string(header.channels),
+                                                        " channels, not for ", std::to_string(channels)})));
         reader.Tables(header, read);
         read.id = 1;
         read.channels = header.channels;

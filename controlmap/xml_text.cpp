@@ -1,6 +1,7 @@
 #include "controlmap/xml_text.h"
 
 #include "platform/file.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -24,7 +25,7 @@ bool XmlText::Parse(std::string_view bytes, const std::string& name, std::string
         return false;
     }
     if (Root()) return true;
-    error = m_name + ":1: no element";
+    error = JoinText({m_name, ":1: no element"});
     return false;
 }
 
@@ -36,7 +37,7 @@ std::string XmlText::AtOffset(ptrdiff_t offset, const std::string& reason) const
     const auto end =
         m_bytes.begin() + std::clamp<ptrdiff_t>(offset, 0, static_cast<ptrdiff_t>(m_bytes.size()));
     const auto line = std::count(m_bytes.begin(), end, '\n') + 1;
-    return m_name + ":" + std::to_string(line) + ": " + reason;
+    return JoinText({m_name, ":", std::to_string(line), ": ", reason});
 }
 
 std::optional<int64_t> LeadingNumber(std::string_view text) {

@@ -85,3 +85,9 @@ size_t CopyText(char16_t* dst, size_t capacity, const char16_t* src) {
     dst[n] = 0;
     return n;
 }
+
+std::string JoinText(std::initializer_list<std::string_view> parts) {
+    std::string text;
+    for (const std::string_view part : parts) text += part;
+    return text;
+}

@@ -6,6 +6,7 @@
 
 #include "platform/types.h"
 
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,9 @@ QM_API std::u16string Utf16FromUtf8(std::string_view text);
 QM_API std::string Utf8FromUtf16(std::u16string_view text);
 QM_API std::u16string Utf16FromWindows1252(std::string_view text);
 QM_API std::string Windows1252FromUtf16(std::u16string_view text);
+
+/// The parts, one behind the other.
+QM_API std::string JoinText(std::initializer_list<std::string_view> parts);
 
 /// Units before the terminator; 0 for null.
 QM_API size_t TextLength(const char16_t* text);

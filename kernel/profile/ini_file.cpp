@@ -1,7 +1,8 @@
 #include "kernel/profile/ini_file.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
-#include <initializer_list>
 #include <iterator>
 
 namespace {
@@ -18,12 +19,6 @@ bool SameName(std::string_view a, std::string_view b) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [&](char x, char y) { return lower(x) == lower(y); });
-}
-
-std::string Joined(std::initializer_list<std::string_view> parts) {
-    std::string text;
-    for (const std::string_view part : parts) text += part;
-    return text;
 }
 }  // namespace
 
@@ -57,7 +52,7 @@ const std::string* IniFile::Find(std::string_view section, std::string_view key)
 }
 
 void IniFile::Set(std::string_view section, std::string_view key, std::string_view value) {
-    Line line{Joined({key, "=", value}), std::string(section), std::string(key), std::string(value)};
+    Line line{JoinText({key, "=", value}), std::string(section), std::string(key), std::string(value)};
     const auto same = [&](const Line& l) { return SameName(l.section, section); };
     const auto old = std::ranges::find_if(
         m_lines, [&](const Line& l) { return !l.key.empty() && same(l) && SameName(l.key, key); });
@@ -72,7 +67,7 @@ void IniFile::Set(std::string_view section, std::string_view key, std::string_vi
         m_lines.insert(last.base(), std::move(line));
         return;
     }
-    if (!section.empty()) m_lines.push_back({Joined({"[", section, "]"}), std::string(section), {}, {}});
+    if (!section.empty()) m_lines.push_back({JoinText({"[", section, "]"}), std::string(section), {}, {}});
     m_lines.insert(section.empty() ? m_lines.begin() : m_lines.end(), std::move(line));
 }
 

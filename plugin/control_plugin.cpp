@@ -134,6 +134,7 @@ HRESULT COPTControlPlugin::PostInitialise() {
     }
     GetProjectInfo();
     LoadCatalog(1);
+    LoadMaps();
     return LoadPreferences();
 }
 
@@ -234,11 +235,18 @@ HRESULT COPTControlPlugin::LoadPreferences() {
                                  {u"DelayDataReloads", CTRLSTATE_DELAY_RELOADS},
                                  {u"LazyIdle", CTRLSTATE_LAZY_IDLE}};
     for (const NamedBit& row : BITS) PutControlBits(row.bit, ControlPreference(row.name, 0, 0) != 0);
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) LoadPortChoice(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) LoadPortChoice(PORTS_INPUT);
     FetchChannels(0, m_kindMask);
     return S_OK;
 }
 
-HRESULT COPTControlPlugin::SavePreferences() { return S_OK; }
+HRESULT COPTControlPlugin::SavePreferences() {
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) SavePortChoice(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) SavePortChoice(PORTS_INPUT);
+    SaveMaps();
+    return S_OK;
+}
 
 // The event filter
 // -------------------------------------------------------------------------------------------------

@@ -11,6 +11,7 @@
 #pragma once
 
 #include "controlmap/control_map.h"
+#include "controlmap/name_table.h"
 #include "plugin/opt_plugin.h"
 
 #include <filesystem>
@@ -92,11 +93,17 @@ public:
     virtual HRESULT LoadCatalogItems(CATALOGROW* family);
     /// Fills the reference list from the host, in the references' order.
     virtual HRESULT FetchChannels(uint32_t reset, uint32_t kindMask);
+    /// The function maps that were in use, and their files. S_FALSE without a map. A file that can't be read
+    /// is left out, and OnMapProblem told.
+    virtual HRESULT SaveMaps();
+    virtual HRESULT LoadMaps();
     virtual HRESULT GetProjectInfo();
     virtual HRESULT PostInitialise();
     virtual HRESULT PreTerminate();
 
     uint32_t ControlState() const { return m_control; }
+    /// Null in a plug-in without one.
+    CControlMap* Map() const { return m_map; }
     ComPtr<IMPCtrlChannels> CtrlChannels() const;
 
     // Readers of the reference list. All answer 1 without IMPCtrlChannels, for an index out of range and for
@@ -129,14 +136,20 @@ protected:
     /// The map, taken over with the reference that it was made with; in FinalConstruct. What it asks of its
     /// site it asks under the main lock.
     void SetMap(CControlMap* map) { m_map = map; }
-    /// Null in a plug-in without one.
-    CControlMap* Map() const { return m_map; }
+    /// The names that map files are written with; null: maps are neither loaded nor saved.
+    virtual const FunctionNames* MapNames() { return nullptr; }
+    /// File, line and reason, for a user to read.
+    virtual void OnMapProblem(const std::string&) {}
 
     uint32_t m_kindMask = 255;
 
 private:
     void RunWorker();
     void RunMap();
+    std::u16string TextPreference(uint32_t key);
+    void SetTextPreference(uint32_t key, std::u16string text);
+    void LoadPortChoice(uint32_t isOutput);
+    void SavePortChoice(uint32_t isOutput);
     void SignalIfWanted();
     void DestroyReferences();
     HRESULT RequireReferences();

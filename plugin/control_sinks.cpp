@@ -21,8 +21,14 @@ HRESULT CMPControlSurfaceDriver::GetDeviceName(char16_t* out) {
 }
 
 HRESULT CMPControlSurfaceDriver::GetMapName(char16_t* out) {
-    if (out) out[0] = 0;
-    return S_FALSE;  // no map is current
+    if (!out) return S_FALSE;
+    out[0] = 0;
+    COPTControlPlugin* plugin = ThePlugin();
+    const CControlMap* map = plugin ? plugin->Map() : nullptr;
+    FUNCTIONMAPENTRY entry;
+    if (!map || map->GetMap(map->CurrentMap(), &entry) != S_OK) return S_FALSE;
+    CopyText(out, OPT_NAME_SIZE, entry.name);
+    return S_OK;
 }
 
 HRESULT CMPControlSurfaceDriver::GetString(char16_t* out, uint32_t size) {

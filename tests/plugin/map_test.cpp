@@ -1,4 +1,5 @@
 // A control plug-in with a map: bytes of a surface through the event filter to the host's channels, and back.
+#include "controlmap/xml_function_map.h"
 #include "platform/memory.h"
 #include "platform/text.h"
 #include "plugin/control_plugin.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <filesystem>
 #include <thread>
 
 namespace {
@@ -23,7 +25,9 @@ public:
     }
     HRESULT GetPages(CAUUID*) override { return E_NOTIMPL; }
     HRESULT UpdateEntry(const MPCTRLREC&) override { return S_OK; }
-    using COPTControlPlugin::Map;
+    const FunctionNames* MapNames() override { return &m_names; }
+    void OnMapProblem(const std::string& problem) override { problems.push_back(problem); }
+    std::vector<std::string> problems;
 
     HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
         return GetChannelRecord(id, rec, mask);
@@ -64,6 +68,7 @@ public:
     }
 
 private:
+    NameTable m_names;
     std::mutex m_sentLock;
     std::vector<MPEVENTREC> m_sent;
 };
@@ -223,4 +228,57 @@ TEST_F(PluginMap, EventsNotificationsAndTerminateAtOnce) {
     stop = true;
     midi.join();
     changes.join();
+}
+
+TEST(PluginMaps, ComeBackWithTheNextRun) {
+    FakeHost host;
+    const auto run = [&](auto work) {
+        ComPtr<SurfacePlugin> plugin(new SurfacePlugin);
+        ASSERT_EQ(plugin->FinalConstruct(), S_OK);
+        uint32_t capabilities = 0;
+        ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities),
+                  S_OK);
+        work(*plugin);
+        plugin->Terminate();
+    };
+    NameTable names;
+    std::string error;
+    const std::filesystem::path path = std::filesystem::temp_directory_path() / "tarn_map_test.xml";
+    FUNCTIONMAPENTRY made{};
+    made.channels = 4;
+    made.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(sizeof(FUNCTIONTABLE)));
+    CopyText(made.name, FUNCTION_NAME_SIZE, u"Mine");
+    ASSERT_EQ(WriteFunctionTables(path, made, names, "d", 1, error), S_OK) << error;
+    FreeFunctionTables(made);
+
+    run([&](SurfacePlugin& plugin) {
+        char16_t name[OPT_NAME_SIZE];
+        ComPtr<IMPControlSurfaceDriver> driver;
+        plugin.QueryInterface(IID_IMPControlSurfaceDriver, driver.OutVoid());
+        EXPECT_EQ(driver->GetMapName(name), S_FALSE);
+        FUNCTIONMAPENTRY entry{};
+        ASSERT_EQ(ReadFunctionTables(path, names, 4, entry, error), S_OK) << error;
+        plugin.Map()->AddMap(std::move(entry));
+        plugin.Map()->SelectMap(0);
+        EXPECT_EQ(driver->GetMapName(name), S_OK);
+        EXPECT_EQ(std::u16string_view(name), u"Mine");
+    });
+    EXPECT_EQ(host.preferences[std::u16string(1, 102)], 1);
+    EXPECT_EQ(host.textPreferences[std::u16string(1, 103)], u"Mine");
+    EXPECT_EQ(host.binaryPreferences[std::u16string(1, 101)].size(), 16u);
+    run([&](SurfacePlugin& plugin) {
+        EXPECT_EQ(plugin.Map()->GetMapCount(), 1);
+        EXPECT_EQ(plugin.Map()->CurrentMap(), 0);
+        EXPECT_TRUE(plugin.problems.empty());
+        plugin.Map()->DeleteAll();
+    });
+    EXPECT_EQ(host.textPreferences[std::u16string(1, 400)], u"") << "no longer in use";
+    host.preferences[std::u16string(1, 102)] = 1;
+    host.textPreferences[std::u16string(1, 400)] = Utf16FromUtf8(path.string());
+    std::filesystem::remove(path);
+    run([&](SurfacePlugin& plugin) {
+        EXPECT_EQ(plugin.Map()->GetMapCount(), 0);
+        ASSERT_EQ(plugin.problems.size(), 1u);
+        EXPECT_NE(plugin.problems[0].find("tarn_map_test.xml"), std::string::npos) << plugin.problems[0];
+    });
 }

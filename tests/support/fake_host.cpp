@@ -171,6 +171,12 @@ HRESULT FakeHost::Tree::Unlock(uint32_t) {
     return S_OK;
 }
 
+namespace {
+std::u16string KeyOf(const MPPREFREC& pref) {
+    return pref.keyName ? pref.keyName : std::u16string(1, static_cast<char16_t>(pref.numericKey));
+}
+}  // namespace
+
 HRESULT FakeHost::Store::GetHostInfo(char16_t** name, uint32_t* version) {
     *name = nullptr;
     if (host->Fails()) return E_FAIL;
@@ -186,9 +192,17 @@ HRESULT FakeHost::Store::GetProperty(const GUID* id, uint32_t, uint32_t, uint32_
     if (*id == MPPROP_CHANNEL_MODE && size == 4) return std::memcpy(buffer, &host->channelMode, 4), S_OK;
     if (*id == MPPROP_PREFERENCE && size == sizeof(MPPREFREC)) {
         auto* pref = static_cast<MPPREFREC*>(buffer);
-        const auto at = host->preferences.find(pref->keyName ? pref->keyName
-                                                             : std::u16string(1, char16_t(pref->numericKey)));
-        if (at != host->preferences.end()) pref->number = at->second;
+        const std::u16string key = KeyOf(*pref);
+        if (pref->type == PREF_STRING) {
+            const auto at = host->textPreferences.find(key);
+            if (at != host->textPreferences.end()) pref->data = CoTaskMemString(at->second.c_str());
+        } else if (pref->type == PREF_BINARY) {
+            const auto at = host->binaryPreferences.find(key);
+            if (at != host->binaryPreferences.end())
+                std::memcpy(pref->data, at->second.data(), pref->dataSize);
+        } else if (const auto at = host->preferences.find(key); at != host->preferences.end()) {
+            pref->number = at->second;
+        }
         return S_OK;
     }
     return E_FAIL;
@@ -199,8 +213,14 @@ HRESULT FakeHost::Store::SetProperty(const GUID* id, uint32_t, uint32_t size, co
     if (*id != MPPROP_PREFERENCE || size != sizeof(MPPREFREC)) return E_FAIL;
     std::lock_guard guard(host->lock);
     const auto* pref = static_cast<const MPPREFREC*>(buffer);
-    host->preferences[pref->keyName ? pref->keyName : std::u16string(1, char16_t(pref->numericKey))] =
-        pref->number;
+    const std::u16string key = KeyOf(*pref);
+    const auto* bytes = static_cast<const uint8_t*>(pref->data);
+    if (pref->type == PREF_STRING)
+        host->textPreferences[key] = static_cast<const char16_t*>(pref->data);
+    else if (pref->type == PREF_BINARY)
+        host->binaryPreferences[key] = {bytes, bytes + pref->dataSize};
+    else
+        host->preferences[key] = pref->number;
     return S_OK;
 }
 
@@ -220,7 +240,7 @@ HRESULT FakeHost::Ports::GetPorts(uint32_t, MPPORTARRAY* out) {
     if (host->Fails()) return E_FAIL;
     out->ports = static_cast<MPPORT*>(CoTaskMemAlloc(sizeof(MPPORT)));
     out->count = 1;
-    out->ports[0] = {7, {}, CoTaskMemString(u"Port")};
+    out->ports[0] = {7, "{00000000-0000-0000-0000-000000000007}"_guid, CoTaskMemString(u"Port")};
     return S_OK;
 }
 

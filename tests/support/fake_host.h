@@ -41,6 +41,8 @@ public:
     std::vector<FakeChannel> channels;
     std::vector<FakeTake> takes;  ///< in the host's order; every track and event has at least one
     std::map<std::u16string, int64_t> preferences;
+    std::map<std::u16string, std::u16string> textPreferences;
+    std::map<std::u16string, std::vector<uint8_t>> binaryPreferences;
     uint32_t transport = 0;
     uint32_t channelMode = 0;
     bool refuseCtrlChannels = false;

@@ -1,0 +1,113 @@
+// What a control plug-in keeps between runs: its ports, and the function maps in use with the current one. In
+// the host's preferences, in the section named after the plug-in.
+#include "controlmap/xml_function_map.h"
+#include "plugin/control_plugin.h"
+
+#include "platform/text.h"
+
+#include <algorithm>
+
+namespace {
+constexpr uint32_t KEY_OUTPUT_PORT = 100, KEY_INPUT_PORT = 101, KEY_MAP_COUNT = 102, KEY_CURRENT_MAP = 103,
+                   KEY_MAP_NAME = 200, KEY_MAP_PATH = 400;
+constexpr uint32_t MOST_MAPS = KEY_MAP_PATH - KEY_MAP_NAME;
+
+MPPREFREC Record(const char16_t* section, uint32_t key, uint32_t type) {
+    MPPREFREC pref{};
+    pref.size = sizeof pref;
+    pref.section = section;
+    pref.numericKey = key;
+    pref.type = type;
+    return pref;
+}
+}  // namespace
+
+std::u16string COPTControlPlugin::TextPreference(uint32_t key) {
+    MPPREFREC pref = Record(Name(), key, PREF_STRING);
+    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK || !pref.data) return {};
+    std::u16string text(static_cast<const char16_t*>(pref.data));
+    CoTaskMemFree(pref.data);
+    return text;
+}
+
+void COPTControlPlugin::SetTextPreference(uint32_t key, std::u16string text) {
+    MPPREFREC pref = Record(Name(), key, PREF_STRING);
+    pref.set = 1;
+    pref.data = text.data();
+    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+}
+
+void COPTControlPlugin::LoadPortChoice(uint32_t isOutput) {
+    GUID guid{};
+    MPPREFREC pref = Record(Name(), isOutput ? KEY_OUTPUT_PORT : KEY_INPUT_PORT, PREF_BINARY);
+    pref.data = &guid;
+    pref.dataSize = sizeof guid;
+    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK || guid == GUID{}) return;
+    const std::vector<MPPORT> ports = CopyPorts(isOutput);
+    const auto port = std::ranges::find(ports, guid, &MPPORT::guid);
+    if (port == ports.end()) return;
+    SetPort(isOutput, port->id);
+    if (!isOutput) m_portFilter = {port->id};
+}
+
+void COPTControlPlugin::SavePortChoice(uint32_t isOutput) {
+    const std::vector<MPPORT> ports = CopyPorts(isOutput);
+    const auto port = std::ranges::find(ports, GetPort(isOutput), &MPPORT::id);
+    if (port == ports.end()) return;
+    GUID guid = port->guid;
+    MPPREFREC pref = Record(Name(), isOutput ? KEY_OUTPUT_PORT : KEY_INPUT_PORT, PREF_BINARY);
+    pref.set = 1;
+    pref.data = &guid;
+    pref.dataSize = sizeof guid;
+    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+}
+
+HRESULT COPTControlPlugin::LoadMaps() {
+    const FunctionNames* names = MapNames();
+    if (!m_map || !names) return S_FALSE;
+    const uint32_t count = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
+    for (uint32_t n = 0; n < count; n++) {
+        const std::u16string path = TextPreference(KEY_MAP_PATH + n);
+        if (path.empty()) continue;
+        FUNCTIONMAPENTRY entry{};
+        std::string error;
+        const auto strips = static_cast<uint32_t>(m_map->ChannelCount());
+        if (ReadFunctionTables(Utf8FromUtf16(path), *names, strips, entry, error) == S_OK)
+            m_map->AddMap(std::move(entry));
+        else
+            OnMapProblem(error);
+    }
+    const std::u16string current = TextPreference(KEY_CURRENT_MAP);
+    for (int32_t i = 0; i < m_map->GetMapCount(); i++) {
+        FUNCTIONMAPENTRY entry;
+        if (m_map->GetMap(i, &entry) != S_OK || current != entry.name) continue;
+        m_map->SelectMap(i);
+        break;
+    }
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::SaveMaps() {
+    if (!m_map) return S_FALSE;
+    const uint32_t old = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
+    for (uint32_t n = 0; n < old; n++) {
+        SetTextPreference(KEY_MAP_NAME + n, {});
+        SetTextPreference(KEY_MAP_PATH + n, {});
+    }
+    uint32_t saved = 0;
+    for (int32_t i = 0; i < m_map->GetMapCount() && saved < MOST_MAPS; i++) {
+        FUNCTIONMAPENTRY entry;
+        if (m_map->GetMap(i, &entry) != S_OK || entry.flags & FUNCTIONMAP_BUILT_IN || !entry.path[0])
+            continue;
+        SetTextPreference(KEY_MAP_NAME + saved, entry.name);
+        SetTextPreference(KEY_MAP_PATH + saved, entry.path);
+        saved++;
+    }
+    MPPREFREC count = Record(Name(), KEY_MAP_COUNT, PREF_UINT);
+    count.set = 1;
+    count.number = saved;
+    SetHostProperty(MPPROP_PREFERENCE, &count, sizeof count);
+    FUNCTIONMAPENTRY entry{};
+    if (m_map->GetMap(m_map->CurrentMap(), &entry) == S_OK) SetTextPreference(KEY_CURRENT_MAP, entry.name);
+    return S_OK;
+}

@@ -1,7 +1,6 @@
 // Events of a control surface: matches a second in a table of a thousand rows, and the time from an event to
 // the change of the host's channel.
 #include "controlmap/control_map.h"
-#include "platform/memory.h"
 
 #include <benchmark/benchmark.h>
 
@@ -42,7 +41,7 @@ struct Surface {
 
     Surface() {
         FUNCTIONMAPENTRY entry{};
-        entry.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(2 * sizeof(FUNCTIONTABLE)));
+        entry.tables = NewFunctionTables(1);
         entry.tables[0].id = entry.tables[0].ownsRows = 1;
         entry.tables[0].rows = NewFunctionRows(kRows);
         for (uint32_t i = 0; i < kRows; i++) {

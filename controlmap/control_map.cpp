@@ -36,13 +36,13 @@ HRESULT CControlMap::AddMap(FUNCTIONMAPENTRY&& entry) {
         return std::u16string_view(known.name) == std::u16string_view(entry.name);
     });
     if (same == m_maps.end()) {
-        m_maps.push_back(std::exchange(entry, {}));
+        m_maps.emplace_back();
+        m_maps.back() = std::exchange(entry, {});
         return S_OK;
     }
     FreeFunctionTables(*same);
     *same = std::exchange(entry, {});
-    if (same - m_maps.begin() == m_current) RebuildLists();
-    return S_OK;
+    return same - m_maps.begin() == m_current ? RebuildLists() : S_OK;
 }
 
 int32_t CControlMap::GetMapCount() const {
@@ -64,8 +64,7 @@ HRESULT CControlMap::DeleteMap(int32_t index) {
     m_maps.erase(m_maps.begin() + index);
     if (index == m_current) m_current = -1;
     if (index < m_current) m_current--;
-    RebuildLists();
-    return S_OK;
+    return RebuildLists();
 }
 
 void CControlMap::DeleteAll() {
@@ -88,17 +87,20 @@ HRESULT CControlMap::SelectMap(int32_t index) {
     if (index < 0 || index >= std::ssize(m_maps) || index == m_current) return S_FALSE;
     m_current = index;
     m_held = EmptyEvent();
-    RebuildLists();
-    return S_OK;
+    return RebuildLists();
 }
 
-// Under the list lock.
-void CControlMap::RebuildLists() {
+// Under the list lock. When memory runs out no table is in use.
+HRESULT CControlMap::RebuildLists() {
     m_lists.Clear();
-    if (m_current < 0) return;
+    if (m_current < 0) return S_OK;
     for (const FUNCTIONTABLE* table = m_maps[static_cast<size_t>(m_current)].tables; table && table->id != 0;
          table++)
-        m_lists.Add(*table);
+        if (!m_lists.Add(*table)) {
+            m_lists.Clear();
+            return E_OUTOFMEMORY;
+        }
+    return S_OK;
 }
 
 HRESULT CControlMap::OnEvent(const MPEVENTREC& event, bool peekOnly) {

@@ -115,7 +115,7 @@ private:
     void SendSwitch(uint32_t function, int32_t channel, bool on);
     void SendName(int32_t channel, const std::u16string& name);
     void Run(MPFUNCTIONMAP& row);
-    void RebuildLists();
+    HRESULT RebuildLists();
 
     ControlMapSite& m_site;
     std::atomic<uint32_t> m_refs{1};

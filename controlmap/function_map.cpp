@@ -52,6 +52,10 @@ MPFUNCTIONMAP* NewFunctionRows(size_t count) {
     return static_cast<MPFUNCTIONMAP*>(MemAlloc((count + 1) * sizeof(MPFUNCTIONMAP)));
 }
 
+FUNCTIONTABLE* NewFunctionTables(size_t count) {
+    return static_cast<FUNCTIONTABLE*>(MemAlloc((count + 1) * sizeof(FUNCTIONTABLE)));
+}
+
 void FreeFunctionRows(MPFUNCTIONMAP* rows) {
     for (MPFUNCTIONMAP* row = rows; row && row->commandType != ECMDTYPE_NULL; row++) ClearFunctionRow(*row);
     MemFree(rows);

@@ -21,8 +21,7 @@ inline constexpr uint32_t EFUNCFLAG_TOGGLE = 0x1, EFUNCFLAG_STATE_ON = 0x2, EFUN
                           EFUNCFLAG_USE_SURFACE_MODE = 0x8000000, EFUNCFLAG_HOSTFUNCTION = 0x10000000,
                           EFUNCFLAG_STATIC = 0x20000000;
 
-inline constexpr uint32_t MPCFUNCGRP_TRACKVIEW = 2, MPCFUNCGRP_PROJECT = 3, ECONTROL_GRP_ASSIGN = 24,
-                          ECONTROL_GRP_INSERT = 26;
+inline constexpr uint32_t ECONTROL_GRP_ASSIGN = 24, ECONTROL_GRP_INSERT = 26;
 
 /// Strip index of the master.
 inline constexpr int32_t STRIP_MASTER = -16;
@@ -72,6 +71,8 @@ HRESULT CopyFunctionRow(MPFUNCTIONMAP& to, const MPFUNCTIONMAP& from);
 void ClearFunctionRow(MPFUNCTIONMAP& row);
 /// Zeroed rows, one more than `count`; null when out of memory.
 MPFUNCTIONMAP* NewFunctionRows(size_t count);
+/// Zeroed tables, one more than `count`; null when out of memory.
+FUNCTIONTABLE* NewFunctionTables(size_t count);
 /// Up to the row that ends the array; null is fine.
 void FreeFunctionRows(MPFUNCTIONMAP* rows);
 size_t CountFunctionRows(const MPFUNCTIONMAP* rows);

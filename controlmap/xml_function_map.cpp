@@ -35,8 +35,7 @@ public:
         const pugi::xml_node root = m_xml.Root();
         const auto maps = root.children("functionmap");
         RefuseMissing(root, "tables", header.tables, std::distance(maps.begin(), maps.end()));
-        entry.tables =
-            static_cast<FUNCTIONTABLE*>(MemAlloc((size_t{header.tables} + 1) * sizeof(FUNCTIONTABLE)));
+        entry.tables = NewFunctionTables(header.tables);
         if (!entry.tables) throw std::bad_alloc();
         for (uint32_t index = 0; index < header.tables; index++) {
             const pugi::xml_node map =

@@ -340,29 +340,17 @@ void FaderEndDrag(tQMFADER& f) {
 }
 
 intptr_t FaderControl(tQMFADER& f, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    const bool mine = f.state & FADERST_CONTROLLER, held = f.state & FADERST_CONTROLLED;
-    if (message == GAMEM_DEVICE) {
-        SetGameController(reinterpret_cast<GAMECONTROLLER*>(lparam));
-        return 0;
-    }
-    if (message == GAMEM_FOCUS) {
-        f.state = wparam ? f.state | FADERST_CONTROLLER : f.state & ~FADERST_CONTROLLER;
-        PullStick(f, kSpringResting);
-        return 0;
-    }
-    if (message == GAMEM_BUTTONDOWN && mine && IsIdle(f) && ControllerPosition(StickAxis(f))) {
-        f.state |= FADERST_CONTROLLED;
-        Scrolled(f, FADER_START);
-        return 0;
-    }
-    if (message == GAMEM_AXIS && held) {
+    const bool mayStart = IsIdle(f) && ControllerPosition(StickAxis(f));
+    switch (
+        TrackStick(f.state, {FADERST_CONTROLLER, FADERST_CONTROLLED}, mayStart, message, wparam, lparam)) {
+    case StickEvent::Taken: return 0;
+    case StickEvent::Focus: return PullStick(f, kSpringResting), 0;
+    case StickEvent::Start: return Scrolled(f, FADER_START), 0;
+    case StickEvent::Track:
         if (FollowStick(f)) Scrolled(f, FADER_TRACK);
         return 0;
-    }
-    if (message == GAMEM_BUTTONUP && held) {
-        f.state &= ~FADERST_CONTROLLED;
-        Scrolled(f, FADER_END);
-        return 0;
+    case StickEvent::End: return Scrolled(f, FADER_END), 0;
+    case StickEvent::Unused: break;
     }
     CONTROLUNUSED unused{{f.window, f.id, CONTROLN_UNUSED}, message, wparam, lparam};
     return Notify(f, WM_NOTIFY, f.id, reinterpret_cast<intptr_t>(&unused));

@@ -11,8 +11,23 @@ GAMECONTROLLER*& Device() {
 }
 }  // namespace
 
-void SetGameController(GAMECONTROLLER* device) { Device() = device; }
-GAMECONTROLLER* TheGameController() { return Device(); }
+StickEvent TrackStick(uint32_t& state, StickBits bits, bool mayStart, uint32_t message, uintptr_t wparam,
+                      intptr_t lparam) {
+    switch (message) {
+    case GAMEM_DEVICE: Device() = reinterpret_cast<GAMECONTROLLER*>(lparam); return StickEvent::Taken;
+    case GAMEM_FOCUS: state = wparam ? state | bits.focused : state & ~bits.focused; return StickEvent::Focus;
+    case GAMEM_BUTTONDOWN:
+        if (!(state & bits.focused) || !mayStart) return StickEvent::Unused;
+        state |= bits.held;
+        return StickEvent::Start;
+    case GAMEM_AXIS: return state & bits.held ? StickEvent::Track : StickEvent::Unused;
+    case GAMEM_BUTTONUP:
+        if (!(state & bits.held)) return StickEvent::Unused;
+        state &= ~bits.held;
+        return StickEvent::End;
+    default: return StickEvent::Unused;
+    }
+}
 
 std::optional<int32_t> ControllerPosition(uint32_t axis) {
     const GAMECONTROLLER* device = Device();

@@ -37,8 +37,16 @@ constexpr bool IsControllerMessage(uint32_t message) {
     return message >= GAMEM_DEVICE && message <= GAMEM_FOCUS;
 }
 
-void SetGameController(GAMECONTROLLER* device);
-GAMECONTROLLER* TheGameController();
+/// What a message of the controller means to a control.
+enum class StickEvent { Unused, Taken, Focus, Start, Track, End };
+/// Bits of a control's state: it has the controller's focus; the button is held.
+struct StickBits {
+    uint32_t focused, held;
+};
+/// Keeps the device and the two bits. A button counts only where the control may start.
+StickEvent TrackStick(uint32_t& state, StickBits bits, bool mayStart, uint32_t message, uintptr_t wparam,
+                      intptr_t lparam);
+
 /// Where an axis stands, 0..65535; nothing without a usable device.
 std::optional<int32_t> ControllerPosition(uint32_t axis);
 /// Pulls an axis to `position` of 0..65535.

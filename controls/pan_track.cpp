@@ -205,25 +205,17 @@ void FollowStick(tQMPAN& p) {
 }
 
 intptr_t Controller(tQMPAN& p, uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    const bool mine = p.state & PANST_CONTROLLER, held = p.state & PANST_CONTROLLED;
-    if (message == GAMEM_DEVICE) {
-        SetGameController(reinterpret_cast<GAMECONTROLLER*>(lparam));
-    } else if (message == GAMEM_FOCUS) {
-        p.state = wparam ? p.state | PANST_CONTROLLER : p.state & ~PANST_CONTROLLER;
-        PullStick(p, kSpringResting);
-    } else if (message == GAMEM_BUTTONDOWN && mine && TakesInput(p) && ControllerPosition(0)) {
-        p.state |= PANST_CONTROLLED;
-        Report(p, PAN_START);
-    } else if (message == GAMEM_AXIS && held) {
-        FollowStick(p);
-    } else if (message == GAMEM_BUTTONUP && held) {
-        p.state &= ~PANST_CONTROLLED;
-        Report(p, PAN_END);
-    } else {
-        CONTROLUNUSED unused{{p.window, p.id, CONTROLN_UNUSED}, message, wparam, lparam};
-        return Notify(p, unused.head);
+    const bool mayStart = TakesInput(p) && ControllerPosition(0);
+    switch (TrackStick(p.state, {PANST_CONTROLLER, PANST_CONTROLLED}, mayStart, message, wparam, lparam)) {
+    case StickEvent::Taken: return 0;
+    case StickEvent::Focus: return PullStick(p, kSpringResting), 0;
+    case StickEvent::Start: return Report(p, PAN_START), 0;
+    case StickEvent::Track: return FollowStick(p), 0;
+    case StickEvent::End: return Report(p, PAN_END), 0;
+    case StickEvent::Unused: break;
     }
-    return 0;
+    CONTROLUNUSED unused{{p.window, p.id, CONTROLN_UNUSED}, message, wparam, lparam};
+    return Notify(p, unused.head);
 }
 
 void Focus(tQMPAN& p, bool gained) {

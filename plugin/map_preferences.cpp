@@ -88,7 +88,7 @@ HRESULT COPTControlPlugin::LoadMaps() {
 }
 
 HRESULT COPTControlPlugin::SaveMaps() {
-    if (!m_map) return S_FALSE;
+    if (!m_map || !MapNames()) return S_FALSE;
     const uint32_t old = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
     for (uint32_t n = 0; n < old; n++) {
         SetTextPreference(KEY_MAP_NAME + n, {});

@@ -43,13 +43,14 @@ constexpr const char* kSystemNames[] = {
     "COLOR_MENUHILIGHT",
     "COLOR_MENUBAR",
 };
-constexpr int32_t kPaletteFirst = 100, kPaletteLast = 152;
+static_assert(std::size(kSystemNames) == UICOLOR_SYSTEM_COUNT);
 
 template <class Row>
 void ForNames(Row row) {
     for (int32_t i = 0; i < static_cast<int32_t>(std::size(kSystemNames)); i++)
         if (kSystemNames[i]) row(i, std::string(kSystemNames[i]));
-    for (int32_t i = kPaletteFirst; i <= kPaletteLast; i++) row(i, "UICOLOR_" + std::to_string(i));
+    for (int32_t i = UICOLOR_PALETTE_FIRST; i <= UICOLOR_PALETTE_LAST; i++)
+        row(i, "UICOLOR_" + std::to_string(i));
 }
 
 std::string SectionName(const char16_t* section) {
@@ -60,7 +61,7 @@ std::string SectionName(const char16_t* section) {
 void ApplyUIColors(const IniFile& file, const char* section) {
     ForNames([&](int32_t index, const std::string& name) {
         const std::string* value = file.Find(section, name);
-        const COLORREF absent = index < kPaletteFirst ? UICOLOR_NONE : UIColorEntry(-index);
+        const COLORREF absent = index < UICOLOR_PALETTE_FIRST ? UICOLOR_NONE : UIColorEntry(-index);
         QmSetUIColor(index, value ? ColorFromText(*value) : absent);
     });
 }
@@ -85,7 +86,7 @@ HRESULT QmSaveUIColors(const char16_t* file, const char16_t* section, uint32_t f
             if (const HRESULT hr = ReadIniFile(path, ini); Failed(hr)) return hr;
         ForNames([&](int32_t index, const std::string& name) {
             const COLORREF entry = UIColorEntry(index);
-            const bool wanted = index < kPaletteFirst
+            const bool wanted = index < UICOLOR_PALETTE_FIRST
                                     ? entry != UICOLOR_NONE
                                     : flags & UICOLORS_PALETTE && entry != UIColorEntry(-index);
             if (wanted) ini.Set(SectionName(section), name, TextFromColor(entry));

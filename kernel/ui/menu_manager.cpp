@@ -17,8 +17,8 @@
 #include <algorithm>
 
 struct QMMENUBUTTON {
-    const MenuItem* item;
     uint32_t oldType;
+    uintptr_t oldData;
     const ImageList* images;  ///< null: no icon
     int32_t image;
     bool hasCheckedImage;
@@ -150,7 +150,7 @@ void CQmMenuManager::AddButtons(Menu& menu) {
     for (MenuItem& item : menu.items) {
         if (item.type & MF_OWNERDRAW || ButtonOf(item)) continue;
         auto button =
-            std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{&item, item.type, nullptr, -1, false, false, {}});
+            std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{item.type, item.data, nullptr, -1, false, false, {}});
         BOOL checked = 0;
         if (!item.IsSeparator() && !item.submenu &&
             MenuMan_GetImage(&menu, item.id, &checked, &button->images, &button->image))
@@ -167,16 +167,22 @@ void CQmMenuManager::AddButtons(Menu& menu) {
     }
 }
 
+// Of this menu alone: the ones that it was opened from are still on the screen.
 void CQmMenuManager::FreeButtons(Menu& menu) {
-    std::erase_if(menu.items, [&](const MenuItem& item) { return IsSpacerMenuItem(item); });
-    for (MenuItem& item : menu.items) {
+    for (size_t i = 0; i < menu.items.size();) {
+        MenuItem& item = menu.items[i];
         const QMMENUBUTTON* button = ButtonOf(item);
-        if (!button) continue;
-        item.type = button->oldType;
-        item.data = 0;
-        std::erase_if(m_buttons, [&](const auto& b) { return b.get() == button; });
+        const bool isSpacer = button && button->isSpacer;
+        if (button) {
+            item.type = button->oldType;
+            item.data = button->oldData;
+            std::erase_if(m_buttons, [&](const auto& b) { return b.get() == button; });
+        }
+        if (isSpacer)
+            menu.items.erase(menu.items.begin() + static_cast<ptrdiff_t>(i));
+        else
+            i++;
     }
-    std::erase_if(m_buttons, [](const auto& b) { return b->isSpacer; });
 }
 
 void CQmMenuManager::RefreshMenus() {
@@ -194,7 +200,7 @@ void CQmMenuManager::InsertSpacerMenuItem(Menu& menu, size_t position) {
     item.type = MF_OWNERDRAW;
     item.state = MF_DISABLED;
     m_buttons.push_back(
-        std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{nullptr, MF_OWNERDRAW, nullptr, -1, false, true, {}}));
+        std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{MF_OWNERDRAW, 0, nullptr, -1, false, true, {}}));
     item.data = reinterpret_cast<uintptr_t>(m_buttons.back().get());
 }
 

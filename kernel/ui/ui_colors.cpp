@@ -15,7 +15,8 @@
 #include <optional>
 
 namespace {
-constexpr int32_t kSystemCount = 31, kPaletteFirst = 100, kPaletteLast = 152;
+constexpr int32_t kSystemCount = UICOLOR_SYSTEM_COUNT, kPaletteFirst = UICOLOR_PALETTE_FIRST,
+                  kPaletteLast = UICOLOR_PALETTE_LAST;
 constexpr int32_t kPaletteCount = kPaletteLast - kPaletteFirst + 1;
 
 using Palette = std::array<COLORREF, kPaletteCount>;

@@ -13,6 +13,7 @@ class QPen;
 
 inline constexpr COLORREF UICOLOR_NONE = 0xFFFFFFFF;
 inline constexpr COLORREF UICOLOR_BAD_INDEX = 0x00F000F0;  ///< what indices 31 to 99 give
+inline constexpr int32_t UICOLOR_SYSTEM_COUNT = 31, UICOLOR_PALETTE_FIRST = 100, UICOLOR_PALETTE_LAST = 152;
 inline constexpr uint32_t UICOLOR_BLEND = 0x04000000, UICOLOR_SYSTEM = 0x05000000;
 
 // System indices by the names of the window system's colours, as far as the console draws with them.

@@ -2,6 +2,7 @@
 #include "controlmap/control_map.h"
 #include "platform/memory.h"
 #include "platform/text.h"
+#include "tests/controlmap/map_support.h"
 
 #include <gtest/gtest.h>
 
@@ -60,15 +61,6 @@ struct Site : ControlMapSite {
     void Wake() override { wakes++; }
 };
 
-MPEVENTREC Event(uint32_t type, uint8_t byte1, uint8_t byte2 = 0, uint32_t channel = 0) {
-    MPEVENTREC event{};
-    event.type = type;
-    event.channel = channel;
-    event.byte1 = byte1;
-    event.byte2 = byte2;
-    return event;
-}
-
 class Map : public testing::Test {
 protected:
     Site site;
@@ -103,7 +95,7 @@ protected:
         FUNCTIONMAPENTRY entry{};
         entry.id = 1;
         CopyText(entry.name, FUNCTION_NAME_SIZE, u"Test");
-        entry.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(2 * sizeof(FUNCTIONTABLE)));
+        entry.tables = NewFunctionTables(1);
         entry.tables[0].id = 1;
         entry.tables[0].ownsRows = 1;
         entry.tables[0].rows = NewFunctionRows(rows.size());

@@ -84,7 +84,7 @@ TEST_F(Tables, WhatIsWrittenComesBack) {
     FUNCTIONMAPENTRY made{};
     made.channels = 8;
     CopyText(made.name, FUNCTION_NAME_SIZE, u"K\u00f6rner & <Box>");
-    made.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(3 * sizeof(FUNCTIONTABLE)));
+    made.tables = NewFunctionTables(2);
     for (uint32_t t = 0; t < 2; t++) {
         made.tables[t].id = t + 1;
         made.tables[t].ownsRows = 1;

@@ -2,24 +2,13 @@
 #include "controlmap/bank_layout.h"
 #include "controlmap/map_match.h"
 #include "controlmap/map_value.h"
+#include "tests/controlmap/map_support.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 namespace {
-MPEVENTREC Event(uint32_t type, uint8_t byte1 = 0, uint8_t byte2 = 0, uint8_t byte3 = 0, uint8_t byte4 = 0,
-                 uint32_t channel = 0) {
-    MPEVENTREC event{};
-    event.type = type;
-    event.channel = channel;
-    event.byte1 = byte1;
-    event.byte2 = byte2;
-    event.byte3 = byte3;
-    event.byte4 = byte4;
-    return event;
-}
-
 MPFUNCTIONMAP Row(uint32_t flags, const MPEVENTREC& first, int32_t min = 0, int32_t max = 0,
                   const MPEVENTREC& second = EmptyEvent()) {
     MPFUNCTIONMAP row{};

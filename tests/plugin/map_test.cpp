@@ -1,8 +1,8 @@
 // A control plug-in with a map: bytes of a surface through the event filter to the host's channels, and back.
 #include "controlmap/xml_function_map.h"
-#include "platform/memory.h"
 #include "platform/text.h"
 #include "plugin/control_plugin.h"
+#include "tests/controlmap/map_support.h"
 #include "tests/support/fake_host.h"
 
 #include <gtest/gtest.h>
@@ -99,14 +99,6 @@ struct Stream : IMPEventStream {
     HRESULT Consume(uint32_t cookie) override { return consumed.push_back(cookie), S_OK; }
 };
 
-MPEVENTREC Event(uint32_t type, uint8_t byte1, uint8_t byte2) {
-    MPEVENTREC event{};
-    event.type = type;
-    event.byte1 = byte1;
-    event.byte2 = byte2;
-    return event;
-}
-
 class PluginMap : public testing::Test {
 protected:
     FakeHost host;
@@ -118,7 +110,7 @@ protected:
                          {4, KIND_MASTER, 1, u"Master"}};
         ASSERT_EQ(plugin->FinalConstruct(), S_OK);
         FUNCTIONMAPENTRY entry{};
-        entry.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(2 * sizeof(FUNCTIONTABLE)));
+        entry.tables = NewFunctionTables(1);
         entry.tables[0].id = entry.tables[0].ownsRows = 1;
         MPFUNCTIONMAP* rows = entry.tables[0].rows = NewFunctionRows(5);
         const auto row = [&](size_t i, uint32_t command, uint32_t flags, uint32_t function,
@@ -246,7 +238,7 @@ TEST(PluginMaps, ComeBackWithTheNextRun) {
     const std::filesystem::path path = std::filesystem::temp_directory_path() / "tarn_map_test.xml";
     FUNCTIONMAPENTRY made{};
     made.channels = 4;
-    made.tables = static_cast<FUNCTIONTABLE*>(MemAlloc(sizeof(FUNCTIONTABLE)));
+    made.tables = NewFunctionTables(0);
     CopyText(made.name, FUNCTION_NAME_SIZE, u"Mine");
     ASSERT_EQ(WriteFunctionTables(path, made, names, "d", 1, error), S_OK) << error;
     FreeFunctionTables(made);

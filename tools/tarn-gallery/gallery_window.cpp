@@ -104,8 +104,8 @@ QPalette ThemePalette() {
     return palette;
 }
 
-GalleryWindow::GalleryWindow(const Recording& recording, const QString& name, const GalleryChoices& choices)
-    : m_recording(recording), m_name(name), m_choices(choices), m_walk(m_recording, choices.from) {
+GalleryWindow::GalleryWindow(Recording recording, const QString& name, const GalleryChoices& choices)
+    : m_recording(std::move(recording)), m_name(name), m_choices(choices), m_walk(m_recording, choices.from) {
     StartClasses();
     setWindowTitle(QStringLiteral("Tarn: gallery of controls"));
     auto* column = new QVBoxLayout(this);

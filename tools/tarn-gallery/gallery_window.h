@@ -23,7 +23,7 @@ struct GalleryChoices {
 
 class GalleryWindow final : public QWidget {
 public:
-    GalleryWindow(const Recording& recording, const QString& name, const GalleryChoices& choices);
+    GalleryWindow(Recording recording, const QString& name, const GalleryChoices& choices);
     ~GalleryWindow() override;
 
 protected:

@@ -48,7 +48,7 @@ int Run(const Options& o, int argc, char** argv) {
     choices.theme = o.theme == "light" ? Theme::Light : Theme::Dark;
     choices.scale = o.meterScale;
     choices.from = o.from;
-    GalleryWindow window(recording, QString::fromStdString(path.filename().string()), choices);
+    GalleryWindow window(std::move(recording), QString::fromStdString(path.filename().string()), choices);
     window.show();
     if (!WantsPicture(o)) return app.exec();
     int result = 0;

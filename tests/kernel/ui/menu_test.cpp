@@ -210,6 +210,14 @@ TEST(MenuManager, MeasuresAndSpacesColumns) {
     ASSERT_EQ(menu.items.size(), 6u) << "a spacer before the column, one at the end";
     EXPECT_TRUE(manager.IsSpacerMenuItem(menu.items[2]));
     EXPECT_TRUE(manager.IsSpacerMenuItem(menu.items[5]));
+    Menu below = Of({7, 8});
+    below.items[0].data = 99;
+    below.items[1].type = MF_MENUBREAK;
+    manager.AddButtons(below);
+    manager.FreeButtons(below);
+    EXPECT_EQ(Ids(below), (List{7, 8}));
+    EXPECT_EQ(below.items[0].data, 99u) << "the owner's own";
+    EXPECT_TRUE(manager.IsSpacerMenuItem(menu.items[2])) << "a submenu that closes leaves its parent alone";
     const auto measure = [&](size_t i) {
         MENUMEASURE m{&menu, &menu.items[i], {-1, -1}};
         return manager.OnMeasureItem(m) ? m.size : SIZE{-1, -1};

@@ -25,6 +25,8 @@ struct Site final : ControlMapSite {
     }
     std::vector<BankChannel> Channels() override { return {{1, KIND_AUDIO_TRACK}}; }
     std::u16string ChannelName(const MPCHANNELID&) override { return {}; }
+    std::vector<uint64_t> RouteTargets(const MPCHANNELID&, uint32_t) override { return {}; }
+    MPCHANNELID Effect(const MPCHANNELID&, uint32_t) override { return {}; }
     float ShareOfGain(float gain) const override { return gain; }
     float GainOfShare(float share) const override { return share; }
     uint32_t AutomationCapabilities() override { return 0; }

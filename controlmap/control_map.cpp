@@ -157,7 +157,7 @@ void CControlMap::Run(MPFUNCTIONMAP& row) {
     else if (row.group == ECONTROL_GRP_ASSIGN)
         OnSurfaceFunction(row);
     else
-        m_site.CallHost(row);
+        OnTrackView(row);
 }
 
 void CControlMap::EnableMap(bool on) {
@@ -176,30 +176,41 @@ void CControlMap::ConnectProject(bool on, bool audioMode) {
     LayoutBank(m_bankOffset);
 }
 
+void CControlMap::SetSurfaceMode(bool on) {
+    constexpr uint32_t kMode = MAPSTATE_SURFACE_ON | MAPSTATE_SURFACE_MODE;
+    on ? m_state |= kMode : m_state &= ~kMode;
+}
+
+namespace {
+// Odd functions press what the even ones behind them release.
+constexpr uint32_t kModifierBits[] = {
+    MAPSTATE_SHIFT,         MAPSTATE_ALT,           MAPSTATE_CTRL,
+    MAPSTATE_OPT,           MAPSTATE_SURFMOD1,      MAPSTATE_SURFMOD1 << 1,
+    MAPSTATE_SURFMOD1 << 2, MAPSTATE_SURFMOD1 << 3, MAPSTATE_SURFACE_MODE,
+};
+constexpr uint32_t kInputSideOn = 2 * std::size(kModifierBits) + 1, kInputSideOff = kInputSideOn + 1;
+}  // namespace
+
 HRESULT CControlMap::OnSurfaceFunction(const MPFUNCTIONMAP& row) {
-    // Odd functions press a modifier, the even ones behind them release it.
-    constexpr uint32_t kBits[] = {MAPSTATE_SHIFT, MAPSTATE_ALT, MAPSTATE_CTRL, MAPSTATE_OPT};
-    if (row.function < 1 || row.function > 2 * std::size(kBits)) return S_FALSE;
-    const uint32_t bit = kBits[(row.function - 1) / 2];
-    const bool press = row.function % 2 == 1;
-    const bool on = press && !(row.flags & EFUNCFLAG_TOGGLE && m_state & bit);
-    on ? m_state |= bit : m_state &= ~bit;
+    const bool press = row.function % 2 == 1, toggle = row.flags & EFUNCFLAG_TOGGLE;
+    if (row.function == kInputSideOn || row.function == kInputSideOff) {
+        const bool on = press && !(toggle && m_target & MASK_INPUT_SIDE);
+        SetTarget(on ? m_target | MASK_INPUT_SIDE : m_target & ~MASK_INPUT_SIDE);
+        SendLamp(ECONTROL_GRP_ASSIGN, kInputSideOn, 0, on);
+        return S_OK;
+    }
+    if (row.function < 1 || row.function > kInputSideOff) return S_FALSE;
+    const uint32_t bit = kModifierBits[(row.function - 1) / 2];
+    const bool on = press && !(toggle && m_state & bit);
+    if (bit == MAPSTATE_SURFACE_MODE)
+        SetSurfaceMode(on);
+    else
+        on ? m_state |= bit : m_state &= ~bit;
     OnModifier(bit, on);
     return S_OK;
 }
 
 void CControlMap::OnModifier(uint32_t bit, bool on) {
-    constexpr std::pair<uint32_t, uint32_t> kLamps[] = {
-        {MAPSTATE_SHIFT, 1}, {MAPSTATE_ALT, 3}, {MAPSTATE_CTRL, 5}, {MAPSTATE_OPT, 7}};
-    for (const auto& [state, function] : kLamps)
-        if (state == bit) {
-            std::vector<MPEVENTREC> events;
-            {
-                const std::scoped_lock lock(m_listLock);
-                for (const MPFUNCTIONMAP* row : m_lists.FindSend(ECONTROL_GRP_ASSIGN, function, 0))
-                    if (row->flags & (on ? EFUNCFLAG_STATE_ON : EFUNCFLAG_STATE_OFF))
-                        events.push_back(row->first);
-            }
-            for (const MPEVENTREC& event : events) m_site.SendEvent(event);
-        }
+    const auto* at = std::ranges::find(kModifierBits, bit);
+    SendLamp(ECONTROL_GRP_ASSIGN, static_cast<uint32_t>(2 * (at - kModifierBits) + 1), 0, on);
 }

@@ -13,6 +13,7 @@
 
 #include <array>
 #include <atomic>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -20,11 +21,16 @@
 
 /// What the map asks of the plug-in that owns it. [worker], SendEvent and Wake also [any-thread].
 struct ControlMapSite {
+    /// Of a channel, or of an effect when the path has a second part.
     virtual HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) = 0;
     virtual HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) = 0;
     /// All channels, in the host's order.
     virtual std::vector<BankChannel> Channels() = 0;
     virtual std::u16string ChannelName(const MPCHANNELID& id) = 0;
+    /// What a channel may be routed to, or from: MASK_SEND, MASK_INPUT_ROUTE, MASK_OUTPUT_ROUTE.
+    virtual std::vector<uint64_t> RouteTargets(const MPCHANNELID& id, uint32_t mask) = 0;
+    /// The effect in a slot of the channel's chain; zeros for an empty one.
+    virtual MPCHANNELID Effect(const MPCHANNELID& id, uint32_t slot) = 0;
     /// Where a gain lies along a fader's travel, 0..1, and back.
     virtual float ShareOfGain(float gain) const = 0;
     virtual float GainOfShare(float share) const = 0;
@@ -42,6 +48,8 @@ protected:
 
 inline constexpr uint32_t kIdleBusy = 10, kIdleQuiet = 50;  ///< milliseconds until the next Idle
 inline constexpr uint32_t kBankFilterDefault = 255;
+/// The target word after Reset: its bit MASK_INPUT_SIDE aims volume, pan and send at a channel's input side.
+inline constexpr uint32_t kTargetReset = 2050;
 
 class CControlMap {
 public:
@@ -74,7 +82,13 @@ public:
     int32_t ChannelCount() const { return static_cast<int32_t>(m_strips.size()); }
     void EnableMap(bool on);
     void ConnectProject(bool on, bool audioMode);
+    /// The surface's own mode, which rows can ask for. [any-thread]
+    void SetSurfaceMode(bool on);
     uint32_t State() const { return m_state; }
+    void Reset() { SetTarget(kTargetReset); }
+    /// Aims at the channels' main or input side; faders go to where the values of that side are. [worker]
+    void SetTarget(uint32_t target);
+    uint32_t Target() const { return m_target; }
 
     /// Shows the channels of a kind; see PassesBank. [worker]
     void SetBank(uint32_t filter);
@@ -83,37 +97,58 @@ public:
     MPCHANNELID StripChannel(int32_t strip) const;
     /// Sends what changed since it was sent last; all of it with `everything`. [worker]
     void RefreshStrips(bool everything);
+    /// Lights or darkens a lamp of a function, if the surface has one. [worker]
+    void SendLamp(uint32_t group, uint32_t function, int32_t channel, bool on, uint32_t index = kAnyIndex);
+    static constexpr uint32_t kAnyIndex = 0xFFFFFFFF;
 
 protected:
     virtual HRESULT OnMixerFunction(MPFUNCTIONMAP& row);
     virtual HRESULT OnSurfaceFunction(const MPFUNCTIONMAP& row);
-    /// A modifier was pressed or released.
-    virtual void OnModifier(uint32_t bit, bool on);
+    /// What is of no group of the map's own: the host's.
+    virtual HRESULT OnTrackView(const MPFUNCTIONMAP& row) { return m_site.CallHost(row); }
 
 private:
     struct Strip {
         MPCHANNELID id{};
         std::array<TakeoverState, kMixerParameterCount> takeover;
         std::array<float, kMixerParameterCount> sent;
-        uint32_t touched = 0;  ///< bit a parameter
-        uint32_t sentSwitches = 0;
-        bool switchesKnown = false;
-        std::u16string sentName;
+        uint32_t touched = 0;                          ///< bit a parameter
+        std::map<uint32_t, bool> lamps;                ///< by function and index; absent: not sent yet
+        std::map<uint32_t, std::u16string> sentTexts;  ///< by function
         Strip();
+    };
+    struct StripText {
+        uint32_t function;
+        std::u16string text;
     };
 
     Strip* FindStrip(int32_t channel);
+    uint32_t MaskOf(const MixerParameter& parameter) const;
+    HRESULT GetParameter(const Strip& strip, const MixerParameter& parameter, uint32_t extra,
+                         MPCHANNELREC* rec);
     HRESULT Touch(Strip& strip, size_t parameter, bool on);
     HRESULT Move(Strip& strip, size_t parameter, MPFUNCTIONMAP& row);
-    HRESULT Toggle(Strip& strip, uint32_t bit, uint32_t flags);
-    HRESULT SetAutomation(Strip& strip, uint32_t mode);
-    HRESULT StepAutomation(Strip& strip, int32_t steps);
+    HRESULT AimSend(const Strip& strip);
+    HRESULT StepSendTarget(const Strip& strip, int32_t steps);
+    HRESULT StepRoute(const Strip& strip, const MixerRoute& route, int32_t steps);
+    HRESULT ToggleSend(const Strip& strip, uint32_t flags);
+    HRESULT OnChainFunction(const Strip& strip, const MPFUNCTIONMAP& row);
+    HRESULT Toggle(const Strip& strip, uint32_t bit, uint32_t flags);
+    HRESULT SetAutomation(const Strip& strip, uint32_t mode);
+    HRESULT StepAutomation(const Strip& strip, int32_t steps);
     HRESULT MoveBank(uint32_t function);
     float ShareOf(const MixerParameter& parameter, const MPCHANNELREC& rec) const;
+
+    void BlankStrip(int32_t channel);
     void RefreshStrip(Strip& strip, int32_t channel, bool everything);
+    void RefreshValues(Strip& strip, int32_t channel, bool everything);
+    void RefreshLamps(Strip& strip, int32_t channel, bool everything);
+    void RefreshTexts(Strip& strip, int32_t channel, bool everything);
+    bool IsShown(uint32_t function, int32_t channel) const;
+    std::vector<uint32_t> ShownSlots(int32_t channel) const;
     void SendValue(uint32_t function, int32_t channel, float share);
-    void SendSwitch(uint32_t function, int32_t channel, bool on);
-    void SendName(int32_t channel, const std::u16string& name);
+    void SendText(uint32_t function, int32_t channel, const std::u16string& text);
+    void OnModifier(uint32_t bit, bool on);
     void Run(MPFUNCTIONMAP& row);
     HRESULT RebuildLists();
 
@@ -134,4 +169,6 @@ private:
     Strip m_master;
     uint32_t m_bankFilter = kBankFilterDefault;
     int32_t m_bankOffset = 0;
+    uint32_t m_target = 0;
+    uint64_t m_sendTarget = 0;  ///< the send that controls act on; 0 leaves it to each channel
 };

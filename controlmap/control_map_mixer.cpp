@@ -1,11 +1,8 @@
-// The mixer functions, and what goes back to the surface.
+// The mixer functions: what rows of group ECONTROL_GRP_INSERT do with the strips' channels.
 #include "controlmap/control_map.h"
-#include "platform/text.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstring>
 
 namespace {
 constexpr float kUnknown = -1;
@@ -15,6 +12,21 @@ template <class Row, size_t N>
 const Row* Find(const Row (&rows)[N], uint32_t function) {
     const auto* row = std::ranges::find(rows, function, &Row::function);
     return row == std::end(rows) ? nullptr : row;
+}
+
+/// `bits` with one of them set, cleared or turned over, as the row says.
+uint32_t Switched(uint32_t bits, uint32_t bit, uint32_t flags) {
+    if (flags & EFUNCFLAG_STATE_ON) return bits | bit;
+    if (flags & EFUNCFLAG_STATE_OFF) return bits & ~bit;
+    return bits ^ bit;
+}
+
+/// The element so many steps on from `current`, around the ends; the first one where it is not found.
+uint64_t Stepped(const std::vector<uint64_t>& choices, uint64_t current, int32_t steps) {
+    const auto count = static_cast<int64_t>(choices.size());
+    const auto at = std::ranges::find(choices, current);
+    if (at == choices.end()) return choices.front();
+    return choices[static_cast<size_t>((((at - choices.begin() + steps) % count) + count) % count)];
 }
 }  // namespace
 
@@ -44,6 +56,41 @@ CControlMap::Strip* CControlMap::FindStrip(int32_t channel) {
     return strip && strip->id.channel != 0 ? strip : nullptr;
 }
 
+void CControlMap::SetTarget(uint32_t target) {
+    if (((m_target ^ target) & MASK_INPUT_SIDE) == 0) {
+        m_target = target;
+        return;
+    }
+    m_target = target;
+    // Values of the other side: what is known of the controls' places is of no use.
+    const auto forget = [](Strip& strip) {
+        for (size_t i = 0; i < kMixerParameterCount; i++) {
+            if (!kMixerParameters[i].hasInputSide) continue;
+            strip.takeover[i] = {kUnknown, kUnknownRaw};
+            strip.sent[i] = kUnknown;
+        }
+    };
+    for (Strip& strip : m_strips) forget(strip);
+    forget(m_master);
+    RefreshStrips(false);
+}
+
+uint32_t CControlMap::MaskOf(const MixerParameter& parameter) const {
+    return parameter.mask | (parameter.hasInputSide ? m_target & MASK_INPUT_SIDE : 0);
+}
+
+HRESULT CControlMap::GetParameter(const Strip& strip, const MixerParameter& parameter, uint32_t extra,
+                                  MPCHANNELREC* rec) {
+    *rec = {};
+    rec->pairSelector = parameter.pairSelector;
+    rec->sendSelector = parameter.sendSelector;
+    const HRESULT hr = m_site.GetChannel(strip.id, rec, MaskOf(parameter) | extra);
+    // A set reads them as well.
+    rec->pairSelector = parameter.pairSelector;
+    rec->sendSelector = parameter.sendSelector;
+    return hr;
+}
+
 float CControlMap::ShareOf(const MixerParameter& parameter, const MPCHANNELREC& rec) const {
     const float value = rec.*parameter.field;
     const float share = parameter.isGain ? m_site.ShareOfGain(value) : (value + 1) / 2;
@@ -56,7 +103,7 @@ HRESULT CControlMap::OnMixerFunction(MPFUNCTIONMAP& row) {
     const uint32_t f = row.function;
     if (f >= MIXFUNC_BANK_NEXT && f <= MIXFUNC_CHANNEL_PREVIOUS) return MoveBank(f);
     Strip* strip = FindStrip(row.channel);
-    if (!strip) return S_FALSE;
+    if (!strip || f == 0) return S_FALSE;
     for (size_t i = 0; i < kMixerParameterCount; i++) {
         const MixerParameter& parameter = kMixerParameters[i];
         if (f == parameter.value) return Move(*strip, i, row);
@@ -65,24 +112,29 @@ HRESULT CControlMap::OnMixerFunction(MPFUNCTIONMAP& row) {
     }
     if (const MixerSwitch* s = Find(kMixerSwitches, f)) return Toggle(*strip, s->bit, row.flags);
     if (const MixerAutomation* a = Find(kMixerAutomation, f)) return SetAutomation(*strip, a->mode);
-    if (f == MIXFUNC_AUTOMATION_STEP) return StepAutomation(*strip, row.flags & EFUNCFLAG_DEC ? -1 : 1);
-    if (f == MIXFUNC_SURFACE_SWITCH) {
+    if (const MixerRoute* r = Find(kMixerRoutes, f)) return StepRoute(*strip, *r, StepsFromEvent(row));
+    switch (f) {
+    case MIXFUNC_SEND_TARGET: return StepSendTarget(*strip, StepsFromEvent(row));
+    case MIXFUNC_SEND_SWITCH: return ToggleSend(*strip, row.flags);
+    case MIXFUNC_CHAIN: return OnChainFunction(*strip, row);
+    case MIXFUNC_AUTOMATION_STEP: return StepAutomation(*strip, StepsFromEvent(row));
+    case MIXFUNC_SURFACE_SWITCH: {
         MPCHANNELREC rec{};
         rec.switches = SWITCH_SURFACE;
-        m_site.SetChannel(strip->id, &rec, MASK_SWITCHES);
+        m_site.SetChannel(strip->id, &rec, MASK_SWITCHES | MASK_TARGET);
+        return S_FALSE;
     }
-    return S_FALSE;
+    default: return S_FALSE;
+    }
 }
 
 HRESULT CControlMap::Touch(Strip& strip, size_t parameter, bool on) {
     const MixerParameter& p = kMixerParameters[parameter];
-    MPCHANNELREC rec{};
-    rec.pairSelector = p.pairSelector;
-    const HRESULT hr = m_site.GetChannel(strip.id, &rec, p.mask | MASK_AUTOMATION);
+    MPCHANNELREC rec;
+    const HRESULT hr = GetParameter(strip, p, MASK_AUTOMATION, &rec);
     if (hr != S_OK) return hr;
     rec.automation = on ? rec.automation | AUTOMATION_TOUCH : rec.automation & ~AUTOMATION_TOUCH;
-    rec.pairSelector = p.pairSelector;
-    const HRESULT set = m_site.SetChannel(strip.id, &rec, p.mask | MASK_AUTOMATION);
+    const HRESULT set = m_site.SetChannel(strip.id, &rec, MaskOf(p) | MASK_AUTOMATION);
     const uint32_t bit = 1u << parameter;
     strip.touched = on ? strip.touched | bit : strip.touched & ~bit;
     // A hand that lets go leaves the control where the value is.
@@ -95,63 +147,126 @@ HRESULT CControlMap::Touch(Strip& strip, size_t parameter, bool on) {
 
 HRESULT CControlMap::Move(Strip& strip, size_t parameter, MPFUNCTIONMAP& row) {
     const MixerParameter& p = kMixerParameters[parameter];
-    MPCHANNELREC rec{};
-    rec.pairSelector = p.pairSelector;
-    HRESULT hr = m_site.GetChannel(strip.id, &rec, p.mask | MASK_AUTOMATION);
+    if (p.mask == MASK_SEND) {
+        const HRESULT hr = AimSend(strip);
+        if (hr != S_OK) return hr;
+    }
+    MPCHANNELREC rec;
+    const HRESULT hr = GetParameter(strip, p, MASK_AUTOMATION, &rec);
     if (hr != S_OK) return hr;
-    const float share = ValueFromEvent(0, row);
     TakeoverState& takeover = strip.takeover[parameter];
     takeover.cached = ShareOf(p, rec);
-    const bool touched = strip.touched & 1u << parameter;
-    if (!touched && Takeover(takeover, share, false, row) != S_OK) return S_FALSE;
+    const bool touched = strip.touched & 1u << parameter, steps = IsStep(row);
+    const float share = steps ? ValueAfterSteps(takeover.cached, row) : ValueFromEvent(0, row);
+    if (!steps && !touched && Takeover(takeover, share, false, row) != S_OK) return S_FALSE;
     rec.*p.field = p.isGain ? m_site.GainOfShare(share) : share * 2 - 1;
-    rec.pairSelector = p.pairSelector;
-    hr = m_site.SetChannel(strip.id, &rec, p.mask);
+    const HRESULT set = m_site.SetChannel(strip.id, &rec, MaskOf(p));
     takeover.cached = share;
-    // The control is where its value is: nothing is to be sent back to it.
-    strip.sent[parameter] = share;
-    return hr;
+    // The control is where its value is: nothing is to be sent back to it. What has no place of its own is
+    // told where the value went.
+    if (!steps) strip.sent[parameter] = share;
+    return set;
 }
 
-HRESULT CControlMap::Toggle(Strip& strip, uint32_t bit, uint32_t flags) {
+HRESULT CControlMap::Toggle(const Strip& strip, uint32_t bit, uint32_t flags) {
     MPCHANNELREC rec{};
     const HRESULT hr = m_site.GetChannel(strip.id, &rec, MASK_SWITCHES);
     if (hr != S_OK) return hr;
-    if (flags & EFUNCFLAG_STATE_ON)
-        rec.switches |= bit;
-    else if (flags & EFUNCFLAG_STATE_OFF)
-        rec.switches &= ~bit;
-    else
-        rec.switches ^= bit;
-    return m_site.SetChannel(strip.id, &rec, MASK_SWITCHES);
+    rec.switches = Switched(rec.switches, bit, flags);
+    return m_site.SetChannel(strip.id, &rec, MASK_SWITCHES | MASK_TARGET);
 }
 
-HRESULT CControlMap::SetAutomation(Strip& strip, uint32_t mode) {
+// Makes the send that the surface acts on the channel's current one.
+HRESULT CControlMap::AimSend(const Strip& strip) {
+    if (m_sendTarget == 0) return S_OK;
+    MPCHANNELREC rec{};
+    const HRESULT hr = m_site.GetChannel(strip.id, &rec, MASK_SEND);
+    if (hr != S_OK || rec.sendTarget == m_sendTarget) return hr;
+    rec.sendTarget = m_sendTarget;
+    return m_site.SetChannel(strip.id, &rec, MASK_SEND | MASK_TARGET);
+}
+
+// For all strips: a row of knobs is the sends to one place.
+HRESULT CControlMap::StepSendTarget(const Strip& strip, int32_t steps) {
+    const std::vector<uint64_t> targets = m_site.RouteTargets(strip.id, MASK_SEND);
+    if (targets.empty()) return S_FALSE;
+    uint64_t current = m_sendTarget;
+    MPCHANNELREC rec{};
+    if (current == 0 && m_site.GetChannel(strip.id, &rec, MASK_SEND) == S_OK) current = rec.sendTarget;
+    m_sendTarget = Stepped(targets, current, steps);
+    const HRESULT hr = AimSend(strip);
+    for (const Strip& other : m_strips)
+        if (other.id.channel != 0 && &other != &strip) AimSend(other);
+    RefreshStrips(false);
+    return hr;
+}
+
+HRESULT CControlMap::ToggleSend(const Strip& strip, uint32_t flags) {
+    HRESULT hr = AimSend(strip);
+    MPCHANNELREC rec{};
+    if (hr == S_OK) hr = m_site.GetChannel(strip.id, &rec, MASK_SEND);
+    if (hr != S_OK) return hr;
+    rec.sendSwitches = Switched(rec.sendSwitches, SENDSWITCH_10000, flags);
+    return m_site.SetChannel(strip.id, &rec, MASK_SEND);
+}
+
+// On to the next target that the host takes: it refuses what would feed a channel with itself.
+HRESULT CControlMap::StepRoute(const Strip& strip, const MixerRoute& route, int32_t steps) {
+    const std::vector<uint64_t> targets = m_site.RouteTargets(strip.id, route.mask);
+    MPCHANNELREC rec{};
+    HRESULT hr = m_site.GetChannel(strip.id, &rec, route.mask);
+    if (hr != S_OK || targets.empty()) return hr == S_OK ? S_FALSE : hr;
+    uint64_t target = rec.*route.target;
+    const uint64_t before = target;
+    for (size_t tries = 0; tries < targets.size(); tries++) {
+        target = Stepped(targets, target, tries == 0 ? steps : (steps < 0 ? -1 : 1));
+        if (target == before) break;
+        rec.*route.target = target;
+        hr = m_site.SetChannel(strip.id, &rec, route.mask | MASK_TARGET);
+        if (hr == S_OK) return S_OK;
+    }
+    return S_FALSE;
+}
+
+// A slot's effect is taken out of the chain's way and put back.
+HRESULT CControlMap::OnChainFunction(const Strip& strip, const MPFUNCTIONMAP& row) {
+    const MPCHANNELID effect = m_site.Effect(strip.id, row.index);
+    if (effect.sub == 0) return S_FALSE;
+    MPCHANNELREC rec{};
+    const HRESULT hr = m_site.GetChannel(effect, &rec, MASK_EFFECT_STATE);
+    if (hr != S_OK) return hr;
+    rec.effectState = Switched(rec.effectState, EFFECT_BYPASSED, row.flags);
+    return m_site.SetChannel(effect, &rec, MASK_EFFECT_STATE);
+}
+
+HRESULT CControlMap::SetAutomation(const Strip& strip, uint32_t mode) {
     MPCHANNELREC rec{};
     rec.automation = mode;
     return m_site.SetChannel(strip.id, &rec, MASK_AUTOMATION);
 }
 
-HRESULT CControlMap::StepAutomation(Strip& strip, int32_t steps) {
+HRESULT CControlMap::StepAutomation(const Strip& strip, int32_t steps) {
     MPCHANNELREC rec{};
     const HRESULT hr = m_site.GetChannel(strip.id, &rec, MASK_AUTOMATION);
     if (hr != S_OK) return hr;
-    std::vector<uint32_t> modes = {0};
+    std::vector<uint64_t> modes = {0};
     for (uint32_t i = 0; i < 5; i++)
         if (m_site.AutomationCapabilities() & 0x10000u << i) modes.push_back(1u << i);
-    const auto at = std::ranges::find(modes, rec.automation & AUTOMATION_MODES);
-    const auto count = std::ssize(modes);
-    const ptrdiff_t from = at == modes.end() ? 0 : at - modes.begin();
-    return SetAutomation(strip, modes[static_cast<size_t>(((from + steps) % count + count) % count)]);
+    return SetAutomation(strip,
+                         static_cast<uint32_t>(Stepped(modes, rec.automation & AUTOMATION_MODES, steps)));
 }
 
 HRESULT CControlMap::MoveBank(uint32_t function) {
     const int32_t step =
         function == MIXFUNC_BANK_NEXT || function == MIXFUNC_BANK_PREVIOUS ? ChannelCount() : 1;
     const bool forward = function == MIXFUNC_BANK_NEXT || function == MIXFUNC_CHANNEL_NEXT;
-    const int32_t before = m_bankOffset;
+    const std::vector<BankChannel> channels = m_site.Channels();
+    const auto count = std::ranges::count_if(
+        channels, [this](const BankChannel& c) { return PassesBank(c.kind, m_bankFilter); });
+    // A bank without a channel is none.
+    if (forward ? m_bankOffset + step >= count : m_bankOffset == 0) return S_FALSE;
     LayoutBank(m_bankOffset + (forward ? step : -step));
-    return m_bankOffset == before ? S_FALSE : S_OK;
+    return S_OK;
 }
 
 void CControlMap::SetBank(uint32_t filter) {
@@ -178,98 +293,7 @@ void CControlMap::LayoutBank(int32_t index) {
     const auto master = std::ranges::find_if(
         channels, [](const BankChannel& c) { return (c.kind & KIND_MASTER) == KIND_MASTER; });
     show(m_master, master == channels.end() ? 0 : master->id);
-    for (size_t i = 0; i < blanked.size(); i++) {
-        if (!blanked[i]) continue;
-        const auto channel = static_cast<int32_t>(i);
-        for (const MixerParameter& p : kMixerParameters) SendValue(p.value, channel, 0);
-        for (const MixerSwitch& s : kMixerSwitches) SendSwitch(s.function, channel, false);
-        SendName(channel, {});
-    }
+    for (size_t i = 0; i < blanked.size(); i++)
+        if (blanked[i]) BlankStrip(static_cast<int32_t>(i));
     RefreshStrips(false);
-}
-
-void CControlMap::RefreshStrips(bool everything) {
-    if (!(m_state & MAPSTATE_ENABLED)) return;
-    for (size_t i = 0; i < m_strips.size(); i++)
-        RefreshStrip(m_strips[i], static_cast<int32_t>(i), everything);
-    RefreshStrip(m_master, STRIP_MASTER, everything);
-}
-
-void CControlMap::RefreshStrip(Strip& strip, int32_t channel, bool everything) {
-    if (strip.id.channel == 0) return;
-    for (size_t i = 0; i < kMixerParameterCount; i++) {
-        const MixerParameter& p = kMixerParameters[i];
-        // A motor must not pull against the hand.
-        if (strip.touched & 1u << i) continue;
-        MPCHANNELREC rec{};
-        rec.pairSelector = p.pairSelector;
-        if (m_site.GetChannel(strip.id, &rec, p.mask) != S_OK) continue;
-        const float share = ShareOf(p, rec);
-        if (!everything && share == strip.sent[i]) continue;
-        strip.sent[i] = share;
-        SendValue(p.value, channel, share);
-    }
-    MPCHANNELREC rec{};
-    if (m_site.GetChannel(strip.id, &rec, MASK_SWITCHES) == S_OK) {
-        const uint32_t changed = everything || !strip.switchesKnown ? ~0u : rec.switches ^ strip.sentSwitches;
-        for (const MixerSwitch& s : kMixerSwitches)
-            if (changed & s.bit) SendSwitch(s.function, channel, rec.switches & s.bit);
-        strip.sentSwitches = rec.switches;
-        strip.switchesKnown = true;
-    }
-    const std::u16string name = m_site.ChannelName(strip.id);
-    if (everything || name != strip.sentName) SendName(channel, strip.sentName = name);
-}
-
-void CControlMap::SendValue(uint32_t function, int32_t channel, float share) {
-    std::vector<MPFUNCTIONMAP> rows;
-    {
-        const std::scoped_lock lock(m_listLock);
-        for (const MPFUNCTIONMAP* row : m_lists.FindSend(ECONTROL_GRP_INSERT, function, channel))
-            rows.push_back(*row);
-    }
-    for (MPFUNCTIONMAP& row : rows) {
-        if (EventFromValue(share, row) != S_OK) continue;
-        if (row.second.type != MPNULL) m_site.SendEvent(row.second);
-        m_site.SendEvent(row.first);
-    }
-}
-
-void CControlMap::SendSwitch(uint32_t function, int32_t channel, bool on) {
-    std::vector<MPEVENTREC> events;
-    {
-        const std::scoped_lock lock(m_listLock);
-        for (const MPFUNCTIONMAP* row : m_lists.FindSend(ECONTROL_GRP_INSERT, function, channel))
-            if (row->flags & (on ? EFUNCFLAG_STATE_ON : EFUNCFLAG_STATE_OFF)) events.push_back(row->first);
-    }
-    for (const MPEVENTREC& event : events) m_site.SendEvent(event);
-}
-
-// The row's long data is the display's message with room for the text: `index` is where it begins, `maxValue`
-// its length. Displays know ASCII alone.
-void CControlMap::SendName(int32_t channel, const std::u16string& name) {
-    struct Message {
-        MPEVENTREC event;
-        std::vector<uint8_t> bytes;
-    };
-    std::vector<Message> messages;
-    {
-        const std::scoped_lock lock(m_listLock);
-        for (const MPFUNCTIONMAP* row : m_lists.FindSend(ECONTROL_GRP_INSERT, MIXFUNC_NAME, channel)) {
-            const auto* data = static_cast<const uint8_t*>(row->first.data);
-            const size_t size = data ? row->first.dataSize : 0, at = row->index;
-            const auto room = static_cast<size_t>(std::max(row->maxValue, 0));
-            if (at + room > size) continue;
-            Message message{row->first, std::vector<uint8_t>(data, data + size)};
-            for (size_t i = 0; i < room; i++) {
-                const char16_t c = i < name.size() ? name[i] : u' ';
-                message.bytes[at + i] = c >= 0x20 && c < 0x7F ? static_cast<uint8_t>(c) : '?';
-            }
-            messages.push_back(std::move(message));
-        }
-    }
-    for (Message& message : messages) {
-        message.event.data = message.bytes.data();
-        m_site.SendEvent(message.event);
-    }
 }

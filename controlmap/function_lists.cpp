@@ -1,5 +1,6 @@
 #include "controlmap/function_lists.h"
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -48,6 +49,12 @@ bool FunctionLists::IsEarlierHalf(const MPEVENTREC& event, uint32_t stateFlags) 
         for (const MPFUNCTIONMAP& row : rows)
             if (::IsEarlierHalf(row, event, stateFlags)) return true;
     return false;
+}
+
+bool FunctionLists::HasSend(uint32_t group, uint32_t function, int32_t channel) const {
+    const auto it = m_send.find({group, function});
+    return it != m_send.end() &&
+           std::ranges::find(it->second, channel, &MPFUNCTIONMAP::channel) != it->second.end();
 }
 
 std::vector<const MPFUNCTIONMAP*> FunctionLists::FindSend(uint32_t group, uint32_t function,

@@ -25,6 +25,7 @@ public:
     const MPFUNCTIONMAP* FindReceive(const MapInput& input) const;
     /// Whether some row waits for another event after this one.
     bool IsEarlierHalf(const MPEVENTREC& event, uint32_t stateFlags) const;
+    bool HasSend(uint32_t group, uint32_t function, int32_t channel) const;
     /// The rows that tell the surface of a function of a strip.
     std::vector<const MPFUNCTIONMAP*> FindSend(uint32_t group, uint32_t function, int32_t channel) const;
 

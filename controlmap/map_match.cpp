@@ -66,6 +66,9 @@ bool IsEarlierHalf(const MPFUNCTIONMAP& row, const MPEVENTREC& event, uint32_t s
 }
 
 bool SameControl(const MPFUNCTIONMAP& a, const MPFUNCTIONMAP& b) {
+    // Steps add up: none of them may be left out.
+    constexpr uint32_t kSteps = EFUNCFLAG_RELATIVE | EFUNCFLAG_INC | EFUNCFLAG_DEC;
+    if (a.flags & kSteps) return false;
     return a.flags == b.flags && a.group == b.group && a.function == b.function && a.channel == b.channel &&
            a.index == b.index && a.first.type == b.first.type && a.first.channel == b.first.channel &&
            (a.flags & EFUNCFLAG_VALUE ? SameIdentity(a.first, b.first) : SameData(a.first, b.first));

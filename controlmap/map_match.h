@@ -4,10 +4,11 @@
 #include "controlmap/function_map.h"
 
 /// Bits of the map's state word.
-inline constexpr uint32_t MAPSTATE_ENABLED = 0x1, MAPSTATE_PROJECT = 0x4, MAPSTATE_SHIFT = 0x8,
-                          MAPSTATE_ALT = 0x10, MAPSTATE_CTRL = 0x20, MAPSTATE_OPT = 0x40,
-                          MAPSTATE_SURFMOD1 = 0x80, MAPSTATE_AUDIO_MODE = 0x800, MAPSTATE_VIDEO_MODE = 0x1000,
-                          MAPSTATE_MIDI_MODE = 0x2000, MAPSTATE_SURFACE_MODE = 0x4000;
+inline constexpr uint32_t MAPSTATE_ENABLED = 0x1, MAPSTATE_SURFACE_ON = 0x2, MAPSTATE_PROJECT = 0x4,
+                          MAPSTATE_SHIFT = 0x8, MAPSTATE_ALT = 0x10, MAPSTATE_CTRL = 0x20,
+                          MAPSTATE_OPT = 0x40, MAPSTATE_SURFMOD1 = 0x80, MAPSTATE_AUDIO_MODE = 0x800,
+                          MAPSTATE_VIDEO_MODE = 0x1000, MAPSTATE_MIDI_MODE = 0x2000,
+                          MAPSTATE_SURFACE_MODE = 0x4000;
 /// Modifiers and modes of the state word, which rows name in their flags.
 inline constexpr uint32_t MAPSTATE_MODIFIERS = 0x7FF8;
 

@@ -95,6 +95,22 @@ HRESULT EventFromRaw(int32_t low, int32_t high, float x, MPFUNCTIONMAP& row) {
     return Write(static_cast<int64_t>(std::clamp(low + (std::isfinite(way) ? way : 0), -1e9, 1e9)), row);
 }
 
+int32_t StepsFromEvent(const MPFUNCTIONMAP& row) {
+    if (!(row.flags & EFUNCFLAG_RELATIVE)) return row.flags & EFUNCFLAG_DEC ? -1 : 1;
+    constexpr int32_t kHalf = 64;
+    const int32_t byte = row.first.byte2 & 127;
+    switch (row.index) {
+    case STEPS_TWOS_COMPLEMENT: return byte < kHalf ? byte : byte - 2 * kHalf;
+    case STEPS_OFFSET: return byte - kHalf;
+    default: return byte < kHalf ? byte : kHalf - byte;
+    }
+}
+
+float ValueAfterSteps(float value, const MPFUNCTIONMAP& row) {
+    const auto way = static_cast<float>(row.maxValue > 0 ? row.maxValue : 127);
+    return std::clamp(value + static_cast<float>(StepsFromEvent(row)) / way, 0.0f, 1.0f);
+}
+
 HRESULT Takeover(TakeoverState& state, float value, bool touched, const MPFUNCTIONMAP& row) {
     if (state.cached < 0 || touched) state.cached = value;
     MPFUNCTIONMAP copy = row;

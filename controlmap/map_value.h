@@ -13,6 +13,19 @@ HRESULT EventFromValue(float value, MPFUNCTIONMAP& row);
 /// Puts a number between two limits: low + (high - low) * x, or low + x where they are equal.
 HRESULT EventFromRaw(int32_t low, int32_t high, float x, MPFUNCTIONMAP& row);
 
+/// Whether the row moves a value by steps: a knob without ends, or a button.
+constexpr bool IsStep(const MPFUNCTIONMAP& row) {
+    return row.flags & (EFUNCFLAG_RELATIVE | EFUNCFLAG_INC | EFUNCFLAG_DEC);
+}
+// How a knob without ends tells its clicks, in the row's `index`.
+inline constexpr uint32_t STEPS_SIGN_BIT = 0;         ///< 1..63 up, 65..127 down by what is above 64
+inline constexpr uint32_t STEPS_TWOS_COMPLEMENT = 1;  ///< 1..63 up, 127 one down, 64 most down
+inline constexpr uint32_t STEPS_OFFSET = 2;           ///< 65 one up, 63 one down
+/// Steps of the row's event: a knob's clicks, -1 with EFUNCFLAG_DEC, else 1.
+int32_t StepsFromEvent(const MPFUNCTIONMAP& row);
+/// The value so many steps on: `maxValue` steps (127 where it is 0) are the whole way.
+float ValueAfterSteps(float value, const MPFUNCTIONMAP& row);
+
 /// What is known of a parameter that a control moves.
 struct TakeoverState {
     float cached;  ///< the value 0..1; below 0 unknown

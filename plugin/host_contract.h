@@ -195,6 +195,13 @@ inline constexpr uint32_t SPEAKER_REAR = 48;
 inline constexpr uint32_t SPEAKER_LEFT_HAND = 29;   ///< ANDed with a group's mask: its left-hand value
 inline constexpr uint32_t SPEAKER_RIGHT_HAND = 34;  ///< and its right-hand value
 
+/// MPCHANNELREC::sendSwitches and sendSelector
+inline constexpr uint32_t SENDSWITCH_10000 = 0x10000;
+inline constexpr uint32_t SENDSELECT_MAIN = 1, SENDSELECT_PAN = 8;
+
+/// MPCHANNELREC::effectState
+inline constexpr uint32_t EFFECT_BYPASSED = 0x1;
+
 /// Masks of IMPCtrlChannels::Get and Set: the groups of fields asked or supplied.
 inline constexpr uint32_t MASK_ALL = 0;  ///< get only
 inline constexpr uint32_t MASK_SWITCHES = 0x1;
@@ -317,7 +324,7 @@ struct MPCHANNELREC {
     uint32_t reserved48;
     int32_t outputIndex;  ///< MASK_OUTPUT_ROUTE
     float aux;            ///< gain of the FX input fader, MASK_AUX
-    uint32_t reserved60;
+    float insertLevel;    ///< gain into the inserts, MASK_INSERT
     float linkedVolume;  ///< gain of the other half of a pair, MASK_VOLUME
     uint32_t reserved68[3];
     uint32_t effectState;  ///< level 2, MASK_EFFECT_STATE
@@ -340,8 +347,8 @@ struct MPCHANNELREC {
     uint32_t lookWidth;     ///< MASK_IDENTITY
     uint32_t lookFlags;     ///< MASK_IDENTITY
     uint32_t reserved256;
-    uint32_t sendSwitches;
-    uint32_t sendSelector;  ///< 1 main, 8 pan
+    uint32_t sendSwitches;  ///< SENDSWITCH_
+    uint32_t sendSelector;  ///< SENDSELECT_
     uint32_t reserved268;
     uint64_t sendTarget;  ///< channel id, MASK_SEND
     float sendLevel;      ///< gain, MASK_SEND
@@ -359,6 +366,7 @@ MP_OFFSET(MPCHANNELREC, countClass, 40);
 MP_OFFSET(MPCHANNELREC, pairSelector, 44);
 MP_OFFSET(MPCHANNELREC, outputIndex, 52);
 MP_OFFSET(MPCHANNELREC, aux, 56);
+MP_OFFSET(MPCHANNELREC, insertLevel, 60);
 MP_OFFSET(MPCHANNELREC, linkedVolume, 64);
 MP_OFFSET(MPCHANNELREC, effectState, 80);
 MP_OFFSET(MPCHANNELREC, effectParam, 84);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -18,7 +19,9 @@ struct Site : ControlMapSite {
     std::map<uint64_t, std::u16string> names;
     std::vector<MPEVENTREC> sent;
     std::vector<std::vector<uint8_t>> longSent;
-    std::vector<uint32_t> setMasks, hostCalls;
+    std::vector<uint32_t> getMasks, setMasks, hostCalls;
+    uint64_t refused = 0;  ///< no channel may go there
+    MPCHANNELID effect{};
     std::atomic<int> wakes{0};
     uint32_t automation = 0x10000 | 0x40000;
     HRESULT getResult = S_OK;
@@ -28,8 +31,9 @@ struct Site : ControlMapSite {
         records[id].volume = 0.5f;
         names[id] = u"Ch" + std::u16string(1, static_cast<char16_t>(u'0' + id % 10));
     }
-    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t) override {
+    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
         if (getResult != S_OK) return getResult;
+        getMasks.push_back(mask);
         const uint32_t selector = rec->pairSelector;
         *rec = records.at(id.channel);
         rec->pairSelector = selector;
@@ -42,13 +46,26 @@ struct Site : ControlMapSite {
         if (mask & MASK_VOLUME) r.volume = rec->volume;
         if (mask & MASK_PAN) (rec->pairSelector == SPEAKER_REAR ? r.aux : r.pan) = rec->pan;
         if (mask & MASK_SEND) r.sendLevel = rec->sendLevel;
+        if (mask & MASK_SEND) r.sendSwitches = rec->sendSwitches;
+        if (mask & MASK_TARGET && mask & MASK_SEND) r.sendTarget = rec->sendTarget;
         if (mask & MASK_AUX) r.aux = rec->aux;
+        if (mask & MASK_INSERT) r.insertLevel = rec->insertLevel;
+        if (mask & MASK_INPUT_ROUTE && mask & MASK_TARGET) r.inputTarget = rec->inputTarget;
+        if (mask & MASK_OUTPUT_ROUTE) {
+            if (rec->outputTarget == refused) return E_INVALIDARG;
+            r.outputTarget = rec->outputTarget;
+        }
+        if (mask & MASK_EFFECT_STATE) r.effectState = rec->effectState;
         if (mask & MASK_SWITCHES) r.switches = rec->switches;
         if (mask & MASK_AUTOMATION) r.automation = rec->automation;
         return S_OK;
     }
     std::vector<BankChannel> Channels() override { return channels; }
     std::u16string ChannelName(const MPCHANNELID& id) override { return names[id.channel]; }
+    std::vector<uint64_t> RouteTargets(const MPCHANNELID&, uint32_t) override { return {103, 150, 200}; }
+    MPCHANNELID Effect(const MPCHANNELID& id, uint32_t slot) override {
+        return slot == 2 ? MPCHANNELID{id.channel, 7, 0} : MPCHANNELID{};
+    }
     float ShareOfGain(float gain) const override { return gain / 2; }
     float GainOfShare(float share) const override { return share * 2; }
     uint32_t AutomationCapabilities() override { return automation; }
@@ -172,9 +189,11 @@ TEST_F(Map, ATouchedFaderFollowsTheHandAndFallsBackAfterwards) {
 TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
     uint8_t number = 1;
     for (const MixerParameter& p : kMixerParameters) {
-        Receive(p.value, 1, Event(MPCNTRL_CHNG, number));
-        Receive(p.touchOn, 1, Event(MPNOTE_ON, number), 0);
-        Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, p.value, 1, Event(MPCNTRL_CHNG, number++));
+        if (p.value) Receive(p.value, 1, Event(MPCNTRL_CHNG, number));
+        if (p.touchOn) Receive(p.touchOn, 1, Event(MPNOTE_ON, number), 0);
+        if (p.touchOff) Receive(p.touchOff, 1, Event(MPNOTE_OFF, number), 0);
+        if (p.value) Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, p.value, 1, Event(MPCNTRL_CHNG, number));
+        number++;
     }
     for (const MixerSwitch& s : kMixerSwitches) {
         Button(s.function, 1, number);
@@ -183,16 +202,31 @@ TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
     Use();
     number = 1;
     for (const MixerParameter& p : kMixerParameters) {
+        Play(Event(MPCNTRL_CHNG, number, 1));  // where the control is
+        Channel(102).automation = 0;
         Play(Event(MPNOTE_ON, number));
-        EXPECT_TRUE(Channel(102).automation & AUTOMATION_TOUCH) << p.touchOn;
-        Play(Event(MPCNTRL_CHNG, number++, 127));
-        EXPECT_EQ(site.setMasks.back(), p.mask);
-        const float value = p.pairSelector == SPEAKER_REAR ? Channel(102).aux : Channel(102).*p.field;
-        EXPECT_EQ(value, p.isGain ? 2 : 1) << p.value;
+        EXPECT_EQ(!!(Channel(102).automation & AUTOMATION_TOUCH), p.touchOn != 0) << p.touchOn;
+        EXPECT_TRUE(!p.touchOn || site.setMasks.back() == (p.mask | MASK_AUTOMATION)) << p.touchOn;
+        if (p.value) {
+            Play(Event(MPCNTRL_CHNG, number, 127));
+            EXPECT_EQ(site.setMasks.back(), p.mask);
+            const float value = p.pairSelector == SPEAKER_REAR ? Channel(102).aux : Channel(102).*p.field;
+            EXPECT_EQ(value, p.isGain ? 2 : 1) << p.value;
+        }
+        Play(Event(MPNOTE_OFF, number));
+        EXPECT_FALSE(Channel(102).automation & AUTOMATION_TOUCH) << p.touchOff;
+        site.sent.clear();
+        map.RefreshStrips(true);
+        const bool told = std::any_of(site.sent.begin(), site.sent.end(), [&](const MPEVENTREC& e) {
+            return e.type == MPCNTRL_CHNG && e.byte1 == number && e.byte2 == 127;
+        });
+        EXPECT_EQ(told, p.value != 0);
+        number++;
     }
     for (const MixerSwitch& s : kMixerSwitches) {
         Play(Event(MPNOTE_ON, number, 127));
         EXPECT_EQ(Channel(102).switches, s.bit) << s.function;
+        EXPECT_EQ(site.setMasks.back(), MASK_SWITCHES | MASK_TARGET);
         site.sent.clear();
         map.RefreshStrips(false);
         ASSERT_EQ(site.sent.size(), 1u);
@@ -205,10 +239,133 @@ TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
     }
 }
 
+TEST_F(Map, TheInputSideIsAnotherSetOfValues) {
+    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Receive(15, 0, Event(MPCNTRL_CHNG, 2));
+    Receive(5, 0, Event(MPNOTE_ON, 1), 0);
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Add(ECMDTYPE_RECIEVE, EFUNCFLAG_TOGGLE, 19, 0, Event(MPNOTE_ON, 90, 127), 0, ECONTROL_GRP_ASSIGN);
+    Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, 19, 0, Event(MPNOTE_ON, 90, 127), 0, ECONTROL_GRP_ASSIGN);
+    Use();
+    Play(Event(MPNOTE_ON, 90, 127));
+    EXPECT_EQ(map.Target(), MASK_INPUT_SIDE);
+    ASSERT_EQ(site.sent.size(), 2u) << "the fader goes to the other side's value, the lamp is lit";
+    EXPECT_EQ(site.sent[0].byte2, 32);
+    Play(Event(MPCNTRL_CHNG, 1, 32));
+    EXPECT_EQ(site.setMasks.back(), MASK_VOLUME | MASK_INPUT_SIDE);
+    Play(Event(MPNOTE_ON, 1));
+    EXPECT_EQ(site.setMasks.back(), MASK_VOLUME | MASK_INPUT_SIDE | MASK_AUTOMATION);
+    Play(Event(MPCNTRL_CHNG, 2, 64));
+    EXPECT_EQ(site.setMasks.back() & MASK_INPUT_SIDE, 0u) << "the rear pair has one side";
+    Play(Event(MPNOTE_ON, 90, 127));
+    EXPECT_EQ(map.Target(), 0u);
+    map.Reset();
+    EXPECT_EQ(map.Target(), 2050u);
+}
+
+TEST_F(Map, SendsAreAimedSwitchedAndNamed) {
+    Receive(MIXFUNC_SEND, 0, Event(MPCNTRL_CHNG, 1));
+    Button(MIXFUNC_SEND_TARGET, 0, 1);
+    Button(MIXFUNC_SEND_SWITCH, 0, 2);
+    Lamp(MIXFUNC_SEND_SWITCH, 0, 2);
+    Use();
+    for (const uint64_t id : {101, 102, 104, 105}) Channel(id).sendTarget = 103;
+    Play(Event(MPNOTE_ON, 1, 127));
+    EXPECT_EQ(Channel(101).sendTarget, 150u);
+    EXPECT_EQ(Channel(104).sendTarget, 150u) << "one row of knobs, one send";
+    Channel(101).sendTarget = 200;
+    site.setMasks.clear();
+    Play(Event(MPCNTRL_CHNG, 1, 0));
+    ASSERT_EQ(site.setMasks.size(), 2u);
+    EXPECT_EQ(site.setMasks[0], 0x2020u) << "aimed first";
+    EXPECT_EQ(site.setMasks[1], MASK_SEND);
+    EXPECT_EQ(Channel(101).sendTarget, 150u);
+    EXPECT_EQ(Channel(101).sendSwitches, 0u);
+    Play(Event(MPNOTE_ON, 2, 127));
+    EXPECT_EQ(Channel(101).sendSwitches, SENDSWITCH_10000);
+    map.RefreshStrips(false);
+    EXPECT_EQ(site.sent.back().byte2, 127);
+}
+
+TEST_F(Map, RoutesAreSteppedToWhatTheHostTakes) {
+    Button(MIXFUNC_OUTPUT_ROUTE, 0, 1);
+    Receive(MIXFUNC_OUTPUT_TARGET, 0, Event(MPNOTE_ON, 2, 127), EFUNCFLAG_DEC);
+    Button(MIXFUNC_INPUT_ROUTE, 0, 3);
+    const uint8_t message[] = {0xF0, 0, 0, 0xF7};
+    for (const uint32_t function : {MIXFUNC_OUTPUT_ROUTE, MIXFUNC_INPUT_ROUTE}) {
+        MPFUNCTIONMAP& display = Add(ECMDTYPE_SEND, 0, function, 0, Event(MPSYS_EX1), 2);
+        display.index = 1;
+        display.first.data = CoTaskMemAlloc(sizeof message);
+        display.first.dataSize = sizeof message;
+        std::memcpy(display.first.data, message, sizeof message);
+    }
+    Use();
+    for (size_t i = 3; i < rows.size(); i++) ClearFunctionRow(rows[i]);
+    Channel(101).outputTarget = 103;
+    site.refused = 150;
+    Play(Event(MPNOTE_ON, 1, 127));
+    EXPECT_EQ(Channel(101).outputTarget, 200u) << "one is refused";
+    map.RefreshStrips(false);
+    EXPECT_EQ(site.longSent.back(), (std::vector<uint8_t>{0xF0, 'C', 'h', 0xF7}));
+    Play(Event(MPNOTE_ON, 2, 127));
+    EXPECT_EQ(Channel(101).outputTarget, 103u) << "back";
+    Play(Event(MPNOTE_ON, 3, 127));
+    EXPECT_EQ(Channel(101).inputTarget, 103u) << "the first, where there was none";
+    EXPECT_EQ(site.setMasks.back(), 0x2100u);
+}
+
+TEST_F(Map, ASlotOfTheChainIsTakenOutAndPutBack) {
+    for (const uint32_t slot : {2u, 3u}) {
+        Button(MIXFUNC_CHAIN, 0, static_cast<uint8_t>(slot));
+        rows.back().index = slot;
+        Lamp(MIXFUNC_CHAIN, 0, static_cast<uint8_t>(slot));
+        rows[rows.size() - 2].index = rows.back().index = slot;
+    }
+    Use();
+    Play(Event(MPNOTE_ON, 2, 127));
+    EXPECT_EQ(Channel(101).effectState, EFFECT_BYPASSED);
+    map.RefreshStrips(false);
+    ASSERT_EQ(site.sent.size(), 1u);
+    EXPECT_EQ(site.sent[0].byte1, 2) << "its own lamp";
+    EXPECT_EQ(site.sent[0].byte2, 0);
+    site.setMasks.clear();
+    Play(Event(MPNOTE_ON, 3, 127));
+    EXPECT_TRUE(site.setMasks.empty()) << "an empty slot";
+}
+
+TEST_F(Map, KnobsWithoutEndsAndButtonsMoveBySteps) {
+    Receive(MIXFUNC_PAN, 0, Event(MPCNTRL_CHNG, 16), EFUNCFLAG_VALUE | EFUNCFLAG_RELATIVE);
+    rows.back().maxValue = 100;
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_PAN, 0, Event(MPCNTRL_CHNG, 48), 127);
+    Receive(MIXFUNC_PAN, 0, Event(MPNOTE_ON, 5, 127), EFUNCFLAG_DEC);
+    rows.back().maxValue = 10;
+    Use();
+    for (int i = 0; i < 10; i++) map.OnEvent(Event(MPCNTRL_CHNG, 16, 1), false);
+    map.OnEvent(Event(MPCNTRL_CHNG, 16, 65), false);
+    map.Idle(false);
+    EXPECT_NEAR(Channel(101).pan, 0.18, 1e-5) << "ten up, one down, none left out";
+    map.RefreshStrips(false);
+    ASSERT_EQ(site.sent.size(), 1u) << "the ring of lights shows it";
+    Play(Event(MPNOTE_ON, 5, 127));
+    EXPECT_NEAR(Channel(101).pan, -0.02, 1e-5);
+}
+
+TEST_F(Map, NumbersWithoutAnActionDoNothing) {
+    for (const uint32_t function : {8u, 9u, 31u, 32u, 33u, 34u, 57u, 200u})
+        Button(function, 0, static_cast<uint8_t>(function % 128));
+    Button(MIXFUNC_SURFACE_SWITCH, 0, 62);
+    Use();
+    for (const MPFUNCTIONMAP& row : std::vector(rows)) Play(row.first);
+    EXPECT_EQ(site.setMasks, std::vector<uint32_t>{MASK_SWITCHES | MASK_TARGET});
+    EXPECT_EQ(Channel(101).switches, SWITCH_SURFACE) << "written alone";
+}
+
 TEST_F(Map, AutomationModesAreSetAndStepped) {
     Button(MIXFUNC_AUTOMATION_STEP, 0, 1);
-    for (uint8_t i = 0; i < std::size(kMixerAutomation); i++)
+    for (uint8_t i = 0; i < std::size(kMixerAutomation); i++) {
         Button(kMixerAutomation[i].function, 0, static_cast<uint8_t>(10 + i));
+        Lamp(kMixerAutomation[i].function, 0, static_cast<uint8_t>(10 + i));
+    }
     Use();
     for (const uint32_t mode : {1u, 4u, 0u, 1u}) {
         Play(Event(MPNOTE_ON, 1, 127));
@@ -217,6 +374,10 @@ TEST_F(Map, AutomationModesAreSetAndStepped) {
     for (uint8_t i = 0; i < std::size(kMixerAutomation); i++) {
         Play(Event(MPNOTE_ON, static_cast<uint8_t>(10 + i), 127));
         EXPECT_EQ(Channel(101).automation, kMixerAutomation[i].mode);
+        map.RefreshStrips(true);
+        for (const MPEVENTREC& lamp : site.sent)
+            EXPECT_EQ(lamp.byte2, lamp.byte1 == 10 + i ? 127 : 0) << "one of the lamps";
+        site.sent.clear();
     }
 }
 
@@ -300,6 +461,9 @@ TEST_F(Map, ModifiersChooseOtherRowsAndLightTheirLamps) {
     EXPECT_TRUE(map.State() & MAPSTATE_ALT) << "latched";
     Play(Event(MPNOTE_ON, 71, 127));
     EXPECT_FALSE(map.State() & MAPSTATE_ALT);
+    map.SetSurfaceMode(true);
+    EXPECT_TRUE(map.State() & MAPSTATE_SURFACE_MODE);
+    EXPECT_EQ(FlagsOfState(map.State()) & EFUNCFLAG_SURFACE_MODE, EFUNCFLAG_SURFACE_MODE);
 }
 
 TEST_F(Map, NamesReachTheDisplay) {

@@ -84,7 +84,7 @@ TEST(SurfaceNames, NameWhatTheMapDoes) {
     ASSERT_TRUE(names.Load(kFolder / "names.xml", error)) << error;
     for (const MixerParameter& p : kMixerParameters)
         for (const uint32_t function : {p.value, p.touchOn, p.touchOff})
-            EXPECT_NE(names.FunctionName(ECONTROL_GRP_INSERT, function), "") << function;
+            EXPECT_EQ(names.FunctionName(ECONTROL_GRP_INSERT, function) != "", function != 0) << function;
     for (const MixerSwitch& s : kMixerSwitches)
         EXPECT_NE(names.FunctionName(ECONTROL_GRP_INSERT, s.function), "") << s.function;
 }

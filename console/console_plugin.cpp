@@ -105,13 +105,10 @@ HRESULT CConsoleControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
 }
 
 HRESULT CConsoleControlPlugin::OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) {
-    if (post) return COPTControlPlugin::OnProjectReload(rec, post);
     CriticalSectionLock lock(MainLock());
-    if (ControlState() & CTRLSTATE_PROJECT_OPEN) {
-        FetchChannels(1, m_kindMask);
-        RequestRebuild();
-    }
-    return S_OK;
+    const HRESULT hr = COPTControlPlugin::OnProjectReload(rec, post);
+    if (!post && hr == S_OK) RequestRebuild();
+    return hr;
 }
 
 HRESULT CConsoleControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {

@@ -123,6 +123,7 @@ HRESULT CControlMap::OnEvent(const MPEVENTREC& event, bool peekOnly) {
         waiting = Waiting(*row, event, m_held);
         m_held = EmptyEvent();
     }
+    m_site.OnMatched(waiting);
     // The list changes hands whole, so that neither side waits for the other. A second bringer of events
     // whose list was put back meanwhile keeps what that one had.
     std::unique_ptr<Pending> pending(m_pending.exchange(nullptr));

@@ -41,6 +41,10 @@ struct ControlMapSite {
     virtual void SendEvent(const MPEVENTREC& event) = 0;
     /// Work waits for Idle.
     virtual void Wake() = 0;
+    /// A row has taken an event; `row` holds what came. [any-thread]
+    virtual void OnMatched(const MPFUNCTIONMAP&) {}
+    /// Everything is sent anew: what the site itself shows on the surface is to follow.
+    virtual void OnRefresh() {}
 
 protected:
     ~ControlMapSite() = default;

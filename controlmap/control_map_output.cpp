@@ -28,6 +28,7 @@ void CControlMap::RefreshStrips(bool everything) {
     for (size_t i = 0; i < m_strips.size(); i++)
         RefreshStrip(m_strips[i], static_cast<int32_t>(i), everything);
     RefreshStrip(m_master, STRIP_MASTER, everything);
+    if (everything) m_site.OnRefresh();
 }
 
 void CControlMap::RefreshStrip(Strip& strip, int32_t channel, bool everything) {
@@ -68,10 +69,11 @@ void CControlMap::RefreshLamps(Strip& strip, int32_t channel, bool everything) {
         lamp->second = on;
         SendLamp(ECONTROL_GRP_INSERT, function, channel, on, index);
     };
+    const auto isShown = [&](const auto& row) { return IsShown(row.function, channel); };
     MPCHANNELREC rec{};
-    if (m_site.GetChannel(strip.id, &rec, MASK_SWITCHES) == S_OK)
+    if (std::ranges::any_of(kMixerSwitches, isShown) &&
+        m_site.GetChannel(strip.id, &rec, MASK_SWITCHES) == S_OK)
         for (const MixerSwitch& s : kMixerSwitches) show(s.function, rec.switches & s.bit);
-    const auto isShown = [&](const MixerAutomation& a) { return IsShown(a.function, channel); };
     rec = {};
     if (std::ranges::any_of(kMixerAutomation, isShown) &&
         m_site.GetChannel(strip.id, &rec, MASK_AUTOMATION) == S_OK)

@@ -22,3 +22,8 @@ struct FaderScale {
 int32_t FaderTaper(int32_t value);
 /// The value at a position of the tapered scale.
 int32_t FaderTaperInverse(int32_t position);
+
+/// Where a gain lies along the travel of a console's fader, 0..1, and back: -72 dB, which is silence, to
+/// 12 dB, by the taper and without steps.
+float FaderShareOfGain(float gain);
+float FaderGainOfShare(float share);

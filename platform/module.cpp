@@ -31,3 +31,11 @@ void* Module::FindAddress(const char* name, std::string& error) const {
     if (!address) error = std::string("cannot find ") + name + ": " + LastError();
     return address;
 }
+
+std::filesystem::path Module::FolderOf(const void* address) {
+    Dl_info info{};
+    if (!::dladdr(address, &info) || !info.dli_fname) return {};
+    std::error_code error;
+    const std::filesystem::path file = std::filesystem::canonical(info.dli_fname, error);
+    return error ? std::filesystem::path() : file.parent_path();
+}

@@ -21,6 +21,10 @@ public:
     /// and `error` names the module and the reason. [any-thread]
     [[nodiscard]] QM_API static Module Load(const std::filesystem::path& path, std::string& error);
 
+    /// The folder of the module or program that an address of its own lies in; empty when that is not known.
+    /// [any-thread]
+    QM_API static std::filesystem::path FolderOf(const void* address);
+
     explicit operator bool() const { return m_handle; }
 
     /// The function of that name; null, with the reason, when the module has none. [any-thread]

@@ -279,6 +279,29 @@ HRESULT COPTControlPlugin::GetSubCount(int32_t index, int32_t* count) {
     return S_OK;
 }
 
+HRESULT COPTControlPlugin::GetSubId(int32_t index, int32_t sub, MPCHANNELID* id) {
+    CriticalSectionLock lock(m_mainLock);
+    const HRESULT hr = RequireReferences();
+    if (hr != S_OK) return hr;
+    if (!QmList_IsValidIndexSlow(m_refs, index)) return S_FALSE;
+    const MPCHANNELREF& row = QmList_Records<MPCHANNELREF>(m_refs)[index];
+    auto* subs = static_cast<HQMLIST>(row.subList);
+    if (!subs || !QmList_IsValidIndexSlow(subs, sub)) return S_FALSE;
+    *id = {row.channel, QmList_Records<MPCHANNELREF>(subs)[sub].sub, 0};
+    return S_OK;
+}
+
+std::vector<uint64_t> COPTControlPlugin::PortEntries(uint32_t kind) {
+    CriticalSectionLock lock(m_mainLock);
+    constexpr uint32_t OUTPUTS = KIND_INPUT_BIT | KIND_SPECIAL;
+    HQMLIST list = kind & KIND_MIDI_TRACK ? m_midiPorts : m_inputs;
+    if ((kind & OUTPUTS) == OUTPUTS) list = m_outputs;
+    std::vector<uint64_t> ids;
+    for (const MPCHANNELREF& row : QmList_Records<MPCHANNELREF>(list))
+        ids.push_back(row.sub ? row.sub : row.channel);
+    return ids;
+}
+
 HRESULT COPTControlPlugin::GetChannelRecord(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
     const ComPtr<IMPCtrlChannels> host = CtrlChannels();
     return host && id.channel ? host->Get(&id, LEVEL_CHANNEL, rec, 0, mask) : S_FALSE;

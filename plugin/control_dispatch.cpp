@@ -104,7 +104,25 @@ HRESULT COPTControlPlugin::OnNotify(const MPNOTIFYREC* rec, uint32_t post) {
 }
 
 HRESULT COPTControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {
-    return post && (ControlState() & CTRLSTATE_LAZY_IDLE) ? QueueNotification(rec) : S_OK;
+    if (post && (ControlState() & CTRLSTATE_LAZY_IDLE)) return QueueNotification(rec);
+    CriticalSectionLock lock(m_mainLock);
+    if (m_map) m_map->RefreshStrips(true);
+    return S_OK;
+}
+
+HRESULT COPTControlPlugin::OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) {
+    if (post) return COPTPlugin::OnProjectReload(rec, post);
+    CriticalSectionLock lock(m_mainLock);
+    if (!(ControlState() & CTRLSTATE_PROJECT_OPEN)) return S_FALSE;
+    const HRESULT hr = FetchChannels(1, m_kindMask);
+    ReloadMapChannels();
+    return hr;
+}
+
+void COPTControlPlugin::ReloadMapChannels() {
+    if (!m_map) return;
+    m_mapLayoutStale = true;
+    SetControlBits(CTRLSTATE_WAKE);
 }
 
 HRESULT COPTControlPlugin::OnActivate(const MPCTRLREC* rec) {
@@ -119,8 +137,8 @@ HRESULT COPTControlPlugin::OnActivate(const MPCTRLREC* rec) {
     return hr;
 }
 
-HRESULT COPTControlPlugin::OnActivateStart(const MPCTRLREC*) { return S_OK; }
-HRESULT COPTControlPlugin::OnActivateReset() { return S_OK; }
+HRESULT COPTControlPlugin::OnActivateStart(const MPCTRLREC*) { return RequestPorts(0, PORTMODE_INPUT); }
+HRESULT COPTControlPlugin::OnActivateReset() { return RequestPorts(1, 0); }
 
 HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
     const bool open = rec->flags & PROJECT_OPEN;
@@ -145,7 +163,10 @@ HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
 }
 
 HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
+    const bool suspends = rec->flags & SUSPEND_ON && !(ControlState() & CTRLSTATE_SUSPENDED);
     PutControlBits(CTRLSTATE_SUSPENDED, rec->flags & SUSPEND_ON);
+    // What the surface shows stands for as long as nothing follows.
+    if (suspends && rec->flags & SUSPEND_REFRESH && m_map) m_map->RefreshStrips(true);
     return S_OK;
 }
 

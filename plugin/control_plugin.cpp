@@ -67,9 +67,12 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
         Terminate();
         return hr;
     }
-    host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional
+    ComPtr<IMPEventOutput> output;
+    host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional, as the next one
+    host->QueryInterface(IID_IMPEventOutput, output.OutVoid());
     {
         std::lock_guard lock(m_ctrlLock);
+        m_eventOutput = std::move(output);
         m_ctrlChannels = std::move(channels);
         m_catalogHost = std::move(catalog);
     }
@@ -104,11 +107,14 @@ HRESULT COPTControlPlugin::Terminate() {
     }
     catalog.Reset();
     if (Host()) PreTerminate();
+    ComPtr<IMPEventOutput> output;
     {
         std::lock_guard lock(m_ctrlLock);
         channels = std::move(m_ctrlChannels);
+        output = std::move(m_eventOutput);
     }
     channels.Reset();
+    output.Reset();
     {
         // A later Initialise starts from a closed project, whether or not the host has closed this one.
         CriticalSectionLock lock(m_mainLock);
@@ -181,14 +187,18 @@ void COPTControlPlugin::SignalIfWanted() {
 }
 
 HRESULT COPTControlPlugin::RequestPorts(uint32_t ending, uint32_t mode) {
-    const GUID& id = ending ? MPPROP_PORTS_END : MPPROP_PORTS_BEGIN;
+    std::lock_guard lock(m_requestLock);
     const auto send = [&](uint32_t isOutput, uint32_t kind, uint32_t portMode) {
+        // The selection may have moved on since the use began.
         MPPORTREQUEST request{};
         request.kind = kind;
-        request.port = GetPort(isOutput);
+        request.port = ending ? std::exchange(m_requestedPort[isOutput], 0) : GetPort(isOutput);
         request.mode = portMode;
         request.pluginName = Name();
-        if (request.port) SetHostProperty(id, &request, sizeof request, MPPROP_TABLE);
+        if (!ending) m_requestedPort[isOutput] = request.port;
+        if (request.port)
+            SetHostProperty(ending ? MPPROP_PORTS_END : MPPROP_PORTS_BEGIN, &request, sizeof request,
+                            MPPROP_TABLE);
     };
     send(PORTS_INPUT, PORTREQUEST_INPUT, mode);
     send(PORTS_OUTPUT, PORTREQUEST_OUTPUT, PORTMODE_OUTPUT);
@@ -256,8 +266,13 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
         stream->SetFilter(nullptr, 0);
         return S_OK;
     }
-    const MPFILTERKEY key{static_cast<uint32_t>(m_portFilter.size()), m_portFilter.data()};
-    stream->SetFilter(m_portFilter.empty() ? nullptr : &key, 0);
+    std::vector<uint64_t> ports;
+    {
+        std::lock_guard lock(m_ctrlLock);
+        ports = m_portFilter;
+    }
+    const MPFILTERKEY key{static_cast<uint32_t>(ports.size()), ports.data()};
+    stream->SetFilter(ports.empty() ? nullptr : &key, 0);
 
     bool seen = false;
     MPEVENTREC event{};
@@ -271,6 +286,7 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
         } else {
             if (m_map) taken = m_map->OnEvent(event, info->capabilities & FILTER_PEEK_ONLY);
             if (taken == S_OK) stream->Consume(cookie);
+            OnEventSeen(event, taken == S_OK);
             const bool toPage =
                 !(ControlState() & CTRLSTATE_SUSPENDED) && !(info->capabilities & FILTER_NOT_TO_PAGE);
             if (ComPtr<CListPage> page = Page(); page && toPage) page->OnEvent(&event);

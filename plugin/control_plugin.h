@@ -46,7 +46,7 @@ struct CATALOGROW {
 };
 static_assert(sizeof(CATALOGROW) == 16);
 
-class COPTControlPlugin : public COPTPlugin {
+class COPTControlPlugin : public COPTPlugin, protected ControlMapSite {
 public:
     explicit COPTControlPlugin(IUnknown* owner);
     ~COPTControlPlugin() override;
@@ -61,6 +61,7 @@ public:
     HRESULT SetFilterState(uint32_t state) override;
     HRESULT OnNotify(const MPNOTIFYREC* rec, uint32_t post) override;
     HRESULT OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) override;
+    HRESULT OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) override;
     HRESULT DrainNotifications(uint32_t discard) override;
     HRESULT QueueNotification(const MPNOTIFYREC* rec) override;
     HRESULT SavePreferences() override;
@@ -88,6 +89,8 @@ public:
     virtual HRESULT OnOther(const MPCTRLREC* rec, uint32_t post);
     virtual HRESULT OnMeterTick(const MPCTRLREC* rec, uint32_t post);
     virtual HRESULT OnCaptureEvent(const MPEVENTREC* event);
+    /// An event came in, outside capture mode; `taken` by the map or not. [any-thread]
+    virtual void OnEventSeen(const MPEVENTREC&, bool /*taken*/) {}
     virtual HRESULT LoadCatalog(uint32_t reset);
     virtual HRESULT LoadCatalogFamilies();
     virtual HRESULT LoadCatalogItems(CATALOGROW* family);
@@ -112,6 +115,9 @@ public:
     HRESULT GetChannelId(int32_t index, MPCHANNELID* id);
     HRESULT FindChannel(uint64_t channel, int32_t* index);
     HRESULT GetSubCount(int32_t index, int32_t* count);
+    HRESULT GetSubId(int32_t index, int32_t sub, MPCHANNELID* id);
+    /// Ids of the I/O port entries of a kind: KIND_OUTPUT_ENTRY, KIND_INPUT_BUS or KIND_MIDI_PORT_ENTRY.
+    std::vector<uint64_t> PortEntries(uint32_t kind);
     /// Host's Get and Set of one level 1 channel.
     HRESULT GetChannelRecord(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask);
     HRESULT SetChannelRecord(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask);
@@ -120,7 +126,26 @@ public:
 
     CriticalSection& MainLock() const { return m_mainLock; }
 
+    /// Uses another MIDI port, 0 for none; the host is told, and the surface shown its state. [any-thread]
+    void SelectPort(uint32_t isOutput, uint64_t port);
+
 protected:
+    // ControlMapSite: what a map asks of the plug-in. Called under the main lock, but SendEvent and Wake.
+    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override;
+    HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override;
+    /// Channels that a strip can show, in the references' order.
+    std::vector<BankChannel> Channels() override;
+    std::u16string ChannelName(const MPCHANNELID& id) override;
+    std::vector<uint64_t> RouteTargets(const MPCHANNELID& id, uint32_t mask) override;
+    MPCHANNELID Effect(const MPCHANNELID& id, uint32_t slot) override;
+    float ShareOfGain(float gain) const override;
+    float GainOfShare(float share) const override;
+    uint32_t AutomationCapabilities() override;
+    HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_FALSE; }
+    /// To the selected output port.
+    void SendEvent(const MPEVENTREC& event) override;
+    void Wake() override { m_wake.Set(); }
+
     /// The console's part of a channel change, under the main lock.
     virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;
 
@@ -140,6 +165,11 @@ protected:
     virtual const FunctionNames* MapNames() { return nullptr; }
     /// File, line and reason, for a user to read.
     virtual void OnMapProblem(const std::string&) {}
+
+    /// Where the plug-in keeps files of the user; empty when there is no place.
+    const std::filesystem::path& UserDataPath() const { return m_userDataPath; }
+    /// Under the main lock.
+    void ReloadMapChannels();
 
     uint32_t m_kindMask = 255;
 
@@ -181,11 +211,14 @@ private:
     bool m_resortWanted = false;  ///< a channel's place has changed in this round
     HQMLIST m_controls = nullptr;
     HQMLIST m_inputs = nullptr, m_midiPorts = nullptr, m_outputs = nullptr;
-    std::vector<uint64_t> m_portFilter;
     uint32_t m_filterTypes = 4095;
     HQMLIST m_catalog = nullptr;
 
-    mutable std::mutex m_ctrlLock;  ///< guards the two pointers below; never held across a call
+    mutable std::mutex m_ctrlLock;  ///< guards the four below; never held across a call
+    std::vector<uint64_t> m_portFilter;
+    ComPtr<IMPEventOutput> m_eventOutput;
+    std::mutex m_requestLock;          ///< one request of ports at a time
+    uint64_t m_requestedPort[2] = {};  ///< by isOutput: what the host was told to begin with
     ComPtr<IMPCtrlChannels> m_ctrlChannels;
     ComPtr<IMPPlugInCatalog> m_catalogHost;
     ComPtr<CIMPCtrlChannelSink> m_controlSink;

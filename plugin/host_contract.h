@@ -31,8 +31,11 @@ inline constexpr GUID IID_IMPTimeConverter = "{0958ECA2-6709-4267-9696-33D56FEC4
 inline constexpr GUID IID_IMPPortList = "{0958ECA9-6709-4267-9696-33D56FEC4F6A}"_guid;
 inline constexpr GUID IID_IMPCtrlChannels = "{A9040FD5-E64D-46EE-8778-9D7A99E35D9F}"_guid;
 inline constexpr GUID IID_IMPPlugInCatalog = "{91B8A1BA-6E7C-4AD6-8EEA-409C25A49AF7}"_guid;
+inline constexpr GUID IID_IMPEventOutput = "{3E5B7A52-6C0F-4B6E-9D0B-54A6E1C7F2D8}"_guid;  ///< optional
 
-// What the module makes.
+// What the modules make.
+inline constexpr GUID CLSID_SurfacePlugin = "{7B0E1D1C-6A2B-4C0E-8E1B-2F6D7B0C9A41}"_guid;
+inline constexpr GUID CLSID_SurfacePage = "{C5D2A0B4-3F7E-4B59-9C66-1E8A4D3B7F02}"_guid;
 inline constexpr GUID CLSID_ConsolePlugin = "{D1565167-CF92-491B-B6D4-D97A746A5A3C}"_guid;
 inline constexpr GUID CLSID_ConsoleCfgPage = "{6D4F62A1-DD63-4B72-A57F-97BB07C65276}"_guid;
 inline constexpr GUID CLSID_ConsolePage = "{1F8F3445-DAC3-4F65-9AB2-5907A9B90E07}"_guid;
@@ -258,7 +261,7 @@ inline constexpr uint32_t TREE_NOTIFY_RESEND = 2;
 inline constexpr uint32_t TIMEFORMAT_NANO = 2;  ///< nano positions, counts of 100 ns
 
 inline constexpr uint32_t PORTS_INPUT = 0, PORTS_OUTPUT = 1;
-inline constexpr uint32_t PORTMODE_OUTPUT = 5;
+inline constexpr uint32_t PORTMODE_INPUT = 1, PORTMODE_OUTPUT = 5;
 
 inline constexpr uint32_t CATALOG_NAMES = 0x80000000;
 
@@ -325,7 +328,7 @@ struct MPCHANNELREC {
     int32_t outputIndex;  ///< MASK_OUTPUT_ROUTE
     float aux;            ///< gain of the FX input fader, MASK_AUX
     float insertLevel;    ///< gain into the inserts, MASK_INSERT
-    float linkedVolume;  ///< gain of the other half of a pair, MASK_VOLUME
+    float linkedVolume;   ///< gain of the other half of a pair, MASK_VOLUME
     uint32_t reserved68[3];
     uint32_t effectState;  ///< level 2, MASK_EFFECT_STATE
     uint32_t effectParam;  ///< level 2: parameter count, or with MASK_PARAM_NAME the index asked
@@ -705,6 +708,12 @@ struct IMPEventStream : IUnknown {
     virtual HRESULT First(MPEVENTREC* rec, uint32_t* cookie, uint32_t* more, uint32_t typeMask) = 0;
     virtual HRESULT Next(MPEVENTREC* rec, uint32_t* cookie, uint32_t* more, uint32_t typeMask) = 0;
     virtual HRESULT Consume(uint32_t cookie) = 0;  ///< the plug-in has taken the event
+};
+
+struct IMPEventOutput : IUnknown {
+    /// Sends to an output port that the plug-in has asked for by MPPROP_PORTS_BEGIN; in order, soon, and
+    /// without waiting for the device. Long data is copied. 1 when the port is not open. [any-thread]
+    virtual HRESULT Send(uint64_t port, const MPEVENTREC* event) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------------------------

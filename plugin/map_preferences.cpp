@@ -43,16 +43,19 @@ void COPTControlPlugin::LoadPortChoice(uint32_t isOutput) {
     pref.data = &guid;
     pref.dataSize = sizeof guid;
     if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK || guid == GUID{}) return;
-    const std::vector<MPPORT> ports = CopyPorts(isOutput);
-    const auto port = std::ranges::find(ports, guid, &MPPORT::guid);
+    const std::vector<PortRow> ports = CopyPorts(isOutput);
+    const auto port = std::ranges::find(ports, guid, &PortRow::guid);
     if (port == ports.end()) return;
     SetPort(isOutput, port->id);
-    if (!isOutput) m_portFilter = {port->id};
+    if (!isOutput) {
+        std::lock_guard lock(m_ctrlLock);
+        m_portFilter = {port->id};
+    }
 }
 
 void COPTControlPlugin::SavePortChoice(uint32_t isOutput) {
-    const std::vector<MPPORT> ports = CopyPorts(isOutput);
-    const auto port = std::ranges::find(ports, GetPort(isOutput), &MPPORT::id);
+    const std::vector<PortRow> ports = CopyPorts(isOutput);
+    const auto port = std::ranges::find(ports, GetPort(isOutput), &PortRow::id);
     if (port == ports.end()) return;
     GUID guid = port->guid;
     MPPREFREC pref = Record(Name(), isOutput ? KEY_OUTPUT_PORT : KEY_INPUT_PORT, PREF_BINARY);

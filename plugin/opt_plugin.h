@@ -12,6 +12,7 @@
 #include "plugin/host_contract.h"
 
 #include <mutex>
+#include <string>
 #include <vector>
 
 class CListPage;
@@ -147,7 +148,13 @@ protected:
     void Unadvise(const GUID& point, uint32_t* cookie);
     /// Loads one port array; the selected port stays when its GUID is still there, else the first is taken.
     HRESULT LoadPorts(uint32_t isOutput);
-    std::vector<MPPORT> CopyPorts(uint32_t isOutput) const;
+    struct PortRow {
+        uint64_t id;
+        GUID guid;
+        std::u16string name;
+    };
+    /// The host's ports as of the last load. [any-thread]
+    std::vector<PortRow> CopyPorts(uint32_t isOutput) const;
 
     char16_t m_name[OPT_NAME_SIZE] = {};
     std::atomic<uint32_t> m_filterState{0};

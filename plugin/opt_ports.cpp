@@ -37,10 +37,12 @@ HRESULT COPTPlugin::LoadPorts(uint32_t isOutput) {
     return S_OK;
 }
 
-std::vector<MPPORT> COPTPlugin::CopyPorts(uint32_t isOutput) const {
+std::vector<COPTPlugin::PortRow> COPTPlugin::CopyPorts(uint32_t isOutput) const {
     CriticalSectionLock lock(m_treeLock);
-    const std::span<MPPORT> rows = Rows(m_ports[isOutput ? 1 : 0].rows);
-    return {rows.begin(), rows.end()};
+    std::vector<PortRow> rows;
+    for (const MPPORT& port : Rows(m_ports[isOutput ? 1 : 0].rows))
+        rows.push_back({port.id, port.guid, port.name ? port.name : u""});
+    return rows;
 }
 
 uint64_t COPTPlugin::GetPort(uint32_t isOutput) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace {
@@ -78,4 +79,22 @@ TEST(NumberText, AValueThatRoundsToZeroHasNoSign) {
     EXPECT_EQ(NumberText(-0.06), u"-0.1");
     EXPECT_EQ(NumberText(-0.4, u"$.0f dB"), u"0 dB");
     EXPECT_EQ(NumberText(-std::numeric_limits<double>::infinity()), u"-inf");
+}
+
+// A surface's fader of 14 bits: it stands where the thumb on the screen does, and every place of it survives
+// the way to a gain and back.
+TEST(FaderScale, AGainHasItsPlaceOnASurface) {
+    const FaderScale screen = Scale(-720, 120, true);
+    constexpr int32_t kPlaces = 16383;
+    for (int32_t tenths = -719; tenths <= 120; tenths++)
+        EXPECT_NEAR(FaderShareOfGain(static_cast<float>(std::pow(10, tenths / 200.0))) * kPlaces,
+                    screen.Distance(tenths, kPlaces), 25)
+            << tenths;
+    for (int32_t place = 0; place <= kPlaces; place++) {
+        const float share = static_cast<float>(place) / kPlaces;
+        EXPECT_EQ(std::lround(FaderShareOfGain(FaderGainOfShare(share)) * kPlaces), place);
+    }
+    EXPECT_EQ(FaderGainOfShare(0), 0);
+    EXPECT_EQ(FaderShareOfGain(std::numeric_limits<float>::quiet_NaN()), 0);
+    EXPECT_NEAR(FaderGainOfShare(2), std::pow(10, 12 / 20.0), 1e-4) << "beyond the end is the end";
 }

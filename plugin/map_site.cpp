@@ -1,0 +1,94 @@
+// What a control map asks of the plug-in that owns it.
+#include "controls/fader_scale.h"
+#include "plugin/control_plugin.h"
+#include "plugin/module_state.h"
+
+HRESULT COPTControlPlugin::GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
+    if (id.sub == 0) return GetChannelRecord(id, rec, mask);
+    const ComPtr<IMPCtrlChannels> host = CtrlChannels();
+    return host ? host->Get(&id, LEVEL_SUB_OBJECT, rec, 0, mask) : S_FALSE;
+}
+
+HRESULT COPTControlPlugin::SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
+    if (id.sub == 0) return SetChannelRecord(id, rec, mask);
+    const ComPtr<IMPCtrlChannels> host = CtrlChannels();
+    return host ? host->Set(&id, LEVEL_SUB_OBJECT, rec, mask) : S_FALSE;
+}
+
+std::vector<BankChannel> COPTControlPlugin::Channels() {
+    std::vector<BankChannel> channels;
+    int32_t count = 0;
+    GetChannelCount(&count);
+    for (int32_t i = 0; i < count; i++) {
+        MPCHANNELID id{};
+        MPCHANNELREC rec{};
+        if (GetChannelId(i, &id) != S_OK || GetChannelRecord(id, &rec, MASK_IDENTITY | MASK_SWITCHES) != S_OK)
+            continue;
+        const bool hidden = rec.switches & SWITCH_HIDDEN && ThisModule().useHostHideState;
+        if (!hidden && !(rec.kind & (KIND_SPECIAL | KIND_NO_STRIP)))
+            channels.push_back({id.channel, rec.kind});
+    }
+    return channels;
+}
+
+std::u16string COPTControlPlugin::ChannelName(const MPCHANNELID& id) {
+    constexpr size_t MOST = 256;
+    char16_t name[MOST] = {};
+    GetChannelName(id, SELECT_LONG_NAME, name, MOST);
+    return name;
+}
+
+std::vector<uint64_t> COPTControlPlugin::RouteTargets(const MPCHANNELID& id, uint32_t mask) {
+    if (mask & MASK_INPUT_ROUTE) return PortEntries(KIND_INPUT_BUS);
+    constexpr uint32_t SEND_KINDS = KIND_AUDIO_BUS_BIT | KIND_FX_BIT;
+    std::vector<uint64_t> targets;
+    for (const BankChannel& channel : Channels()) {
+        const bool fits = channel.kind & KIND_BUS && (mask & MASK_OUTPUT_ROUTE || channel.kind & SEND_KINDS);
+        if (fits && channel.id != id.channel) targets.push_back(channel.id);
+    }
+    if (mask & MASK_OUTPUT_ROUTE)
+        for (const uint64_t output : PortEntries(KIND_OUTPUT_ENTRY)) targets.push_back(output);
+    return targets;
+}
+
+MPCHANNELID COPTControlPlugin::Effect(const MPCHANNELID& id, uint32_t slot) {
+    int32_t index = -1;
+    MPCHANNELID effect{};
+    if (FindChannel(id.channel, &index) == S_OK) GetSubId(index, static_cast<int32_t>(slot), &effect);
+    return effect;
+}
+
+// A surface's fader stands where the one on the screen does.
+float COPTControlPlugin::ShareOfGain(float gain) const { return FaderShareOfGain(gain); }
+float COPTControlPlugin::GainOfShare(float share) const { return FaderGainOfShare(share); }
+
+uint32_t COPTControlPlugin::AutomationCapabilities() {
+    uint32_t words[2] = {sizeof words, 0x80000000};
+    return GetHostProperty(MPPROP_AUTOMATION, words, sizeof words) == S_OK ? words[1] : 0;
+}
+
+void COPTControlPlugin::SendEvent(const MPEVENTREC& event) {
+    ComPtr<IMPEventOutput> output;
+    {
+        std::lock_guard lock(m_ctrlLock);
+        output = m_eventOutput;
+    }
+    const uint64_t port = GetPort(PORTS_OUTPUT);
+    if (output && port) output->Send(port, &event);
+}
+
+// Outside the main lock: opening a device may take its time.
+void COPTControlPlugin::SelectPort(uint32_t isOutput, uint64_t port) {
+    const bool active = ControlState() & CTRLSTATE_ACTIVE;
+    if (active) RequestPorts(1, 0);
+    SetPort(isOutput, port);
+    if (!isOutput) {
+        std::lock_guard lock(m_ctrlLock);
+        // An empty filter would let the events of all ports through.
+        m_portFilter = {port};
+    }
+    if (!active) return;
+    RequestPorts(0, PORTMODE_INPUT);
+    CriticalSectionLock lock(m_mainLock);
+    if (isOutput && m_map) m_map->RefreshStrips(true);
+}

@@ -1,0 +1,30 @@
+// The module's four entry points.
+#include "plugin/module_entry.h"
+#include "surface/surface_page.h"
+#include "surface/surface_plugin.h"
+#include "surface/text_ids.h"
+
+extern "C" {
+
+/// Makes the plug-in object; *out receives its IUnknown with one reference.
+QM_API HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out) { return CreatePluginObject<CSurfacePlugin>(out); }
+
+/// Tells who the module is, before any object exists. `name` is cut to nameSize characters with its
+/// terminator.
+QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags) {
+    return TellPluginObject(CLSID_SurfacePlugin, IDS_SURFACE, u"Control Surface", classId, name, nameSize,
+                            flags);
+}
+
+/// Makes a page by its class id; E_NOINTERFACE for one that the module does not have, and when it can't be
+/// made.
+QM_API HRESULT QmOPTPlug_CreateOPTPropertyPage(const GUID* pageId, IPropertyPage** out) {
+    return CreatePluginPage<CSurfacePage>(CLSID_SurfacePage, pageId, out);
+}
+
+/// Changes the language of the module; 0 is US English. [page-thread]
+QM_API HRESULT QmOPTPlug_UpdateKernelLCID(uint32_t lcid) {
+    return ModuleEntry([&] { return ApplyModuleLcid(lcid), S_OK; });
+}
+
+}  // extern "C"

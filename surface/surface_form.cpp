@@ -1,0 +1,308 @@
+#include "surface/surface_form.h"
+
+#include "controlmap/mixer_functions.h"
+#include "kernel/print/print_text.h"
+#include "platform/text.h"
+#include "surface/surface_texts.h"
+#include "surface/transport.h"
+
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+constexpr int REFRESH_MILLISECONDS = 60;
+
+/// A line of the table. Functions of the whole surface have one cell.
+struct FunctionRow {
+    uint32_t group, function;
+    bool ofStrip;
+};
+/// What people reach for first comes first.
+constexpr FunctionRow FUNCTIONS[] = {
+    {ECONTROL_GRP_INSERT, MIXFUNC_VOLUME, true},
+    {ECONTROL_GRP_INSERT, 5, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_PAN, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_MUTE, true},
+    {ECONTROL_GRP_INSERT, 26, true},
+    {ECONTROL_GRP_INSERT, 28, true},
+    {ECONTROL_GRP_INSERT, 25, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_BANK_PREVIOUS, false},
+    {ECONTROL_GRP_INSERT, MIXFUNC_BANK_NEXT, false},
+    {ECONTROL_GRP_INSERT, MIXFUNC_CHANNEL_PREVIOUS, false},
+    {ECONTROL_GRP_INSERT, MIXFUNC_CHANNEL_NEXT, false},
+    {GROUP_TRANSPORT, TRANSPORT_PLAY, false},
+    {GROUP_TRANSPORT, TRANSPORT_STOP, false},
+    {GROUP_TRANSPORT, TRANSPORT_PLAY_OR_STOP, false},
+    {GROUP_TRANSPORT, TRANSPORT_LOOP_SWITCH, false},
+    {GROUP_TRANSPORT, TRANSPORT_TO_START, false},
+    {GROUP_TRANSPORT, TRANSPORT_BACK, false},
+    {GROUP_TRANSPORT, TRANSPORT_FORWARD, false},
+    {ECONTROL_GRP_INSERT, MIXFUNC_SEND, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_SEND_SWITCH, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_SEND_TARGET, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_AUX, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_INPUT_ROUTE, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_OUTPUT_ROUTE, true},
+    {ECONTROL_GRP_INSERT, MIXFUNC_AUTOMATION_STEP, true},
+    {ECONTROL_GRP_ASSIGN, 1, false},
+    {ECONTROL_GRP_ASSIGN, 3, false},
+    {ECONTROL_GRP_ASSIGN, 5, false},
+    {ECONTROL_GRP_ASSIGN, 7, false},
+};
+constexpr int FUNCTION_COUNT = static_cast<int>(std::size(FUNCTIONS));
+
+QString ToQt(std::u16string_view text) { return QString::fromUtf16(text.data(), qsizetype(text.size())); }
+QString Text(SurfaceTextId id) { return QString::fromUtf16(SurfaceText(id)); }
+}  // namespace
+
+SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
+    : QWidget(parent), m_plugin(std::move(plugin)), m_maps(new QComboBox(this)), m_knob(new QComboBox(this)),
+      m_learn(new QPushButton(this)), m_forget(new QPushButton(Text(IDS_FORGET), this)),
+      m_undo(new QPushButton(Text(IDS_UNDO), this)), m_last(new QLabel(this)), m_hint(new QLabel(this)),
+      m_problem(new QLabel(this)) {
+    setAutoFillBackground(true);
+    m_ports[PORTS_INPUT] = MakePorts(PORTS_INPUT);
+    m_ports[PORTS_OUTPUT] = MakePorts(PORTS_OUTPUT);
+    MakeTable();
+    for (const SurfaceTextId kind : {IDS_KNOB_ABSOLUTE, IDS_KNOB_SIGN, IDS_KNOB_TWOS, IDS_KNOB_OFFSET})
+        m_knob->addItem(Text(kind));
+
+    auto* grid = new QGridLayout(this);
+    const auto place = [&](SurfaceTextId text, QComboBox* box, int row, int column) {
+        auto* label = new QLabel(Text(text), this);
+        label->setBuddy(box);
+        box->setAccessibleName(Text(text).remove(QLatin1Char('&')));
+        grid->addWidget(label, row, column);
+        grid->addWidget(box, row, column + 1);
+    };
+    place(IDS_INPUT, m_ports[PORTS_INPUT], 0, 0);
+    place(IDS_OUTPUT, m_ports[PORTS_OUTPUT], 0, 2);
+    place(IDS_MAP, m_maps, 1, 0);
+    place(IDS_KNOB, m_knob, 1, 2);
+    grid->addWidget(m_table, 2, 0, 1, 4);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(m_learn);
+    buttons->addWidget(m_forget);
+    buttons->addWidget(m_undo);
+    buttons->addWidget(m_hint, 1);
+    grid->addLayout(buttons, 3, 0, 1, 4);
+    grid->addWidget(m_last, 4, 0, 1, 4);
+    grid->addWidget(m_problem, 5, 0, 1, 4);
+    grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(3, 1);
+    grid->setRowStretch(2, 1);
+    m_problem->setWordWrap(true);
+    m_problem->setTextFormat(Qt::PlainText);
+
+    connect(m_maps, &QComboBox::activated, this, [this](int index) {
+        m_plugin->EndLearning();
+        m_plugin->ChooseMap(m_maps->itemData(index).toInt());
+        Refresh();
+    });
+    connect(m_learn, &QPushButton::clicked, this, [this] { ToggleLearning(); });
+    connect(m_forget, &QPushButton::clicked, this, [this] { Forget(); });
+    connect(m_undo, &QPushButton::clicked, this, [this] { Undo(); });
+    connect(m_table, &QTableWidget::cellActivated, this, [this] { ToggleLearning(); });
+    auto* timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, [this] { Refresh(); });
+    timer->start(REFRESH_MILLISECONDS);
+    Refresh();
+}
+
+SurfaceForm::~SurfaceForm() { m_plugin->EndLearning(); }
+
+QComboBox* SurfaceForm::MakePorts(uint32_t isOutput) {
+    auto* box = new QComboBox(this);
+    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    connect(box, &QComboBox::activated, this, [this, isOutput](int index) {
+        m_plugin->ChoosePort(isOutput, m_ports[isOutput]->itemData(index).toULongLong());
+    });
+    return box;
+}
+
+void SurfaceForm::MakeTable() {
+    m_table = new QTableWidget(FUNCTION_COUNT, SURFACE_STRIPS + 1, this);
+    m_table->setAccessibleName(Text(IDS_ASSIGNMENTS));
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->setTabKeyNavigation(false);
+    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    for (int column = 0; column <= SURFACE_STRIPS; column++) {
+        const int32_t strip = column == SURFACE_STRIPS ? STRIP_MASTER : column;
+        m_table->setHorizontalHeaderItem(column, new QTableWidgetItem(ToQt(StripText(strip))));
+    }
+    for (int row = 0; row < FUNCTION_COUNT; row++) {
+        const FunctionRow& function = FUNCTIONS[row];
+        m_table->setVerticalHeaderItem(
+            row, new QTableWidgetItem(ToQt(FunctionText(function.group, function.function))));
+        if (!function.ofStrip) m_table->setSpan(row, 0, 1, SURFACE_STRIPS + 1);
+        for (int column = 0; column <= (function.ofStrip ? SURFACE_STRIPS : 0); column++)
+            m_table->setItem(row, column, new QTableWidgetItem);
+    }
+    m_table->setCurrentCell(0, 0);
+}
+
+// The page's window keeps Tab for itself; among widgets it goes from one to the next.
+bool SurfaceForm::focusNextPrevChild(bool next) {
+    QWidget* from = focusWidget() ? focusWidget() : this;
+    for (QWidget* w = next ? from->nextInFocusChain() : from->previousInFocusChain(); w && w != from;
+         w = next ? w->nextInFocusChain() : w->previousInFocusChain()) {
+        if (!isAncestorOf(w) || !(w->focusPolicy() & Qt::TabFocus) || !w->isVisibleTo(this) ||
+            !w->isEnabled())
+            continue;
+        w->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        return true;
+    }
+    return false;
+}
+
+void SurfaceForm::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && m_plugin->IsLearning()) {
+        m_plugin->EndLearning();
+        Refresh();
+    } else if (event->key() == Qt::Key_Delete && m_table->hasFocus()) {
+        Forget();
+    } else if (event->matches(QKeySequence::Undo)) {
+        Undo();
+    } else {
+        QWidget::keyPressEvent(event);
+    }
+}
+
+LearnTarget SurfaceForm::Target(int row, int column) const {
+    const FunctionRow& function = FUNCTIONS[std::clamp(row, 0, FUNCTION_COUNT - 1)];
+    const int32_t strip = !function.ofStrip ? 0 : column == SURFACE_STRIPS ? STRIP_MASTER : column;
+    return {function.group, function.function, strip, 0};
+}
+
+std::u16string SurfaceForm::FunctionText(uint32_t group, uint32_t function) const {
+    const std::string name = m_plugin->Names().FunctionName(group, function);
+    return name.empty() ? PrintText(u"%d", static_cast<int32_t>(function)) : Utf16FromUtf8(name);
+}
+
+std::u16string SurfaceForm::PlaceText(const LearnTarget& target) const {
+    for (const FunctionRow& row : FUNCTIONS)
+        if (row.group == target.group && row.function == target.function && !row.ofStrip)
+            return SurfaceText(IDS_WHOLE);
+    return StripText(target.channel);
+}
+
+void SurfaceForm::ToggleLearning() {
+    if (m_plugin->IsLearning())
+        m_plugin->EndLearning();
+    else
+        m_plugin->BeginLearning(Target(m_table->currentRow(), m_table->currentColumn()),
+                                static_cast<ControlKind>(m_knob->currentIndex()));
+    Refresh();
+}
+
+void SurfaceForm::Forget() {
+    m_plugin->EndLearning();
+    m_plugin->Forget(Target(m_table->currentRow(), m_table->currentColumn()));
+    RefreshTable();
+    Refresh();
+}
+
+void SurfaceForm::Undo() {
+    m_plugin->EndLearning();
+    m_plugin->Undo();
+    RefreshTable();
+    Refresh();
+}
+
+void SurfaceForm::Refresh() {
+    if (m_plugin->FinishLearning()) RefreshTable();
+    RefreshPorts();
+    RefreshMaps();
+    RefreshLines();
+}
+
+void SurfaceForm::RefreshPorts() {
+    for (const uint32_t isOutput : {PORTS_INPUT, PORTS_OUTPUT}) {
+        QComboBox* box = m_ports[isOutput];
+        const std::vector<CSurfacePlugin::Port> ports = m_plugin->Ports(isOutput);
+        std::vector<uint64_t> ids = {0};
+        for (const CSurfacePlugin::Port& port : ports) ids.push_back(port.id);
+        if (ids != m_shownPorts[isOutput]) {
+            box->clear();
+            box->addItem(Text(IDS_NO_PORT), qulonglong{0});
+            for (const CSurfacePlugin::Port& port : ports)
+                box->addItem(ToQt(port.name), static_cast<qulonglong>(port.id));
+            m_shownPorts[isOutput] = ids;
+        }
+        const int chosen = box->findData(static_cast<qulonglong>(m_plugin->GetPort(isOutput)));
+        if (chosen >= 0 && chosen != box->currentIndex() && !box->view()->isVisible())
+            box->setCurrentIndex(chosen);
+    }
+}
+
+void SurfaceForm::RefreshMaps() {
+    std::vector<std::u16string> names;
+    for (const CSurfacePlugin::MapName& map : m_plugin->Maps()) names.push_back(map.name);
+    const int32_t current = m_plugin->Map()->CurrentMap();
+    if (names == m_shownMaps && current == m_shownMap) return;
+    m_maps->clear();
+    if (current < 0) m_maps->addItem(Text(IDS_NO_MAP), -1);
+    for (size_t i = 0; i < names.size(); i++) m_maps->addItem(ToQt(names[i]), static_cast<int>(i));
+    m_maps->setCurrentIndex(m_maps->findData(current));
+    m_shownMaps = names;
+    m_shownMap = current;
+    RefreshTable();
+}
+
+void SurfaceForm::RefreshTable() {
+    const FunctionRows rows = m_plugin->CurrentRows();
+    for (int row = 0; row < FUNCTION_COUNT; row++)
+        for (int column = 0; column <= SURFACE_STRIPS; column++) {
+            QTableWidgetItem* item = m_table->item(row, column);
+            if (!item) continue;
+            const LearnTarget target = Target(row, column);
+            QStringList controls;
+            for (const MPFUNCTIONMAP& r : rows.All())
+                if (r.commandType == ECMDTYPE_RECIEVE && r.group == target.group &&
+                    r.function == target.function && r.channel == target.channel)
+                    controls += ToQt(ControlText(r.first));
+            item->setText(controls.join(QStringLiteral(", ")));
+            item->setData(Qt::AccessibleTextRole, controls.isEmpty() ? Text(IDS_NO_CHOICE) : item->text());
+        }
+}
+
+void SurfaceForm::RefreshLines() {
+    const bool learning = m_plugin->IsLearning();
+    m_undo->setEnabled(m_plugin->CanUndo());
+    if (learning != m_shownLearning || m_learn->text().isEmpty()) {
+        m_shownLearning = learning;
+        m_learn->setText(Text(learning ? IDS_END_LEARNING : IDS_LEARN));
+        const LearnTarget target = Target(m_table->currentRow(), m_table->currentColumn());
+        m_hint->setText(learning ? ToQt(PrintText(SurfaceText(IDS_WAITING),
+                                                  FunctionText(target.group, target.function).c_str(),
+                                                  PlaceText(target).c_str()))
+                                 : Text(IDS_CHOOSE));
+    }
+    const CSurfacePlugin::Seen seen = m_plugin->LastSeen();
+    if (seen.count != m_shownEvents) {
+        m_shownEvents = seen.count;
+        std::u16string line = SurfaceText(IDS_NO_EVENT);
+        const std::u16string event = EventText(seen.event);
+        if (seen.count && seen.match) {
+            const LearnTarget target{seen.match->group, seen.match->function, seen.match->channel, 0};
+            line = PrintText(SurfaceText(IDS_MATCHED), event.c_str(),
+                             FunctionText(target.group, target.function).c_str(), PlaceText(target).c_str());
+        } else if (seen.count) {
+            line = PrintText(SurfaceText(IDS_UNMATCHED), event.c_str());
+        }
+        m_last->setText(ToQt(line));
+    }
+    const QString problem = QString::fromStdString(m_plugin->Problem());
+    if (problem != m_problem->text()) m_problem->setText(problem);
+    m_problem->setVisible(!problem.isEmpty());
+}

@@ -4,8 +4,12 @@ set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 mapfile -t wanted < <(sed -e 's/#.*//' "$top/packages.txt" | awk 'NF { print $1 }')
 missing=()
-for package in "${wanted[@]}"; do
-  [ "$(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null)" = "ii " ] || missing+=("$package")
+is_there() { [ "$(dpkg-query -W -f='${db:Status-Abbrev}' "$1" 2>/dev/null)" = "ii " ]; }
+for choice in "${wanted[@]}"; do
+  # Of alternatives, a|b|c, any will do, and the first is installed.
+  IFS='|' read -ra packages <<< "$choice"
+  for package in "${packages[@]}"; do is_there "$package" && continue 2; done
+  missing+=("${packages[0]}")
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
 echo "installing: ${missing[*]}"

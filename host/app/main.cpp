@@ -18,8 +18,24 @@ bool HasDisplay() {
     return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }
 
-std::filesystem::path ConsoleModule() {
-    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "mixconsole.so";
+std::filesystem::path ModuleFolder() { return QCoreApplication::applicationDirPath().toStdString(); }
+
+std::unique_ptr<host::MidiDriver> OpenMidi(const host::Options& options) {
+    if (options.midi.value_or(options.IsScripted() ? "none" : "") == "none") return nullptr;
+    std::string error;
+    auto driver = host::OpenSystemMidi(options.midi.value_or(""), error);
+    if (!driver && options.midi) std::fprintf(stderr, "mixhost: MIDI: %s\n", error.c_str());
+    return driver;
+}
+
+void LoadPluginPreferences(const host::Settings& settings, host::Project& project) {
+    const std::string text = settings.PluginPreferences();
+    if (text.empty()) return;
+    try {
+        project.SetUserPreferences(host::ParsePreferences(text));
+    } catch (const host::SessionError& e) {
+        std::fprintf(stderr, "mixhost: preferences of plug-ins are left out: %s\n", e.what());
+    }
 }
 
 }  // namespace
@@ -40,7 +56,7 @@ int main(int argc, char** argv) {
     host::EngineOptions engine;
     engine.systemDevice = !options.nullDevice && (!options.headless || !options.device.empty());
     engine.deviceName = options.device;
-    host::Project project(engine);
+    host::Project project(engine, OpenMidi(options));
     try {
         if (!options.session.empty()) project.Open(options.session);
     } catch (const host::SessionError& e) {
@@ -49,14 +65,16 @@ int main(int argc, char** argv) {
     }
     try {
         host::Settings settings(!options.IsScripted());
+        LoadPluginPreferences(settings, project);
         const uint32_t lcid = options.lcid ? options.lcid : settings.Language();
-        auto window = std::make_unique<host::MainWindow>(project, settings, ConsoleModule(), lcid);
+        auto window = std::make_unique<host::MainWindow>(project, settings, ModuleFolder(), lcid);
         if (options.size || !window->restoreGeometry(settings.Geometry()))
             window->resize(options.size.value_or(host::DEFAULT_WINDOW_SIZE));
         window->show();
         if (options.IsScripted()) return host::RunScript(*window, project, options);
         const int code = QApplication::exec();
         window.reset();  // a plug-in leaves its preferences when it goes
+        settings.SetPluginPreferences(host::FormatPreferences(project.UserPreferences()));
         project.SavePreferences();
         return code;
     } catch (const std::exception& e) {

@@ -12,6 +12,7 @@
 #include <QActionGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDialog>
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QInputDialog>
@@ -21,11 +22,15 @@
 #include <QProgressDialog>
 #include <QStatusBar>
 #include <QTimer>
+#include <QVBoxLayout>
+
+#include <cstdio>
 
 namespace host {
 namespace {
 
 constexpr int REFRESH_MILLISECONDS = 50;
+constexpr QSize SURFACE_SIZE{860, 620};
 
 struct TimeFormatRow {
     PositionFormat format;
@@ -50,14 +55,17 @@ std::filesystem::path ToPath(const QString& path) { return path.toStdString(); }
 
 }  // namespace
 
-MainWindow::MainWindow(Project& project, Settings& settings, const std::filesystem::path& consoleModule,
+MainWindow::MainWindow(Project& project, Settings& settings, const std::filesystem::path& modules,
                        uint32_t lcid)
     : m_project(project), m_settings(settings), m_lcid(lcid),
-      m_console(std::make_unique<Plugin>(consoleModule, project)),
+      m_console(std::make_unique<Plugin>(modules / "mixconsole.so", project)),
       m_transport(new TransportBar(project, this)), m_pageHost(new PageHost) {
     SetHostLanguage(lcid);
-    m_console->SetLanguage(lcid);
-    m_console->ProjectOpened();
+    LoadSurface(modules / "mixsurface.so");
+    ForPlugins([lcid](Plugin& plugin) {
+        plugin.SetLanguage(lcid);
+        plugin.ProjectOpened();
+    });
     m_transport->SetTimeFormat(settings.TimeFormat());
     addToolBar(m_transport);
     m_transport->ShowTexts();
@@ -82,7 +90,53 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
 
 MainWindow::~MainWindow() {
     m_pageHost->Close();
-    m_console->ProjectClosing();
+    CloseSurface();
+    ForPlugins([](Plugin& plugin) { plugin.ProjectClosing(); });
+}
+
+template <class F>
+void MainWindow::ForPlugins(F call) {
+    call(*m_console);
+    if (m_surface) call(*m_surface);
+}
+
+void MainWindow::LoadSurface(const std::filesystem::path& module) {
+    if (!m_project.Midi()) return;
+    try {
+        m_surface = std::make_unique<Plugin>(module, m_project, Project::Keeps::ForUser);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "mixhost: %s\n", e.what());
+    }
+}
+
+QWidget* MainWindow::ShowSurface() {
+    if (!m_surface) return nullptr;
+    if (!m_surfaceWindow) {
+        m_surfaceWindow = new QDialog(this);
+        m_surfaceHost = new PageHost(m_surfaceWindow);
+        auto* layout = new QVBoxLayout(m_surfaceWindow);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(m_surfaceHost);
+        m_surfaceWindow->resize(SURFACE_SIZE);
+        if (!m_surfaceHost->Open(m_surface->MakePage(CLSID_SurfacePage), m_surface->Object())) {
+            CloseSurface();
+            return nullptr;
+        }
+        m_surfaceWindow->setWindowTitle(m_surfaceHost->Title());
+    }
+    m_surfaceWindow->show();
+    m_surfaceWindow->raise();
+    m_surfaceWindow->activateWindow();
+    m_surfaceHost->setFocus();
+    return m_surfaceWindow;
+}
+
+void MainWindow::CloseSurface() {
+    if (!m_surfaceWindow) return;
+    m_surfaceHost->Close();
+    m_surfaceWindow->deleteLater();
+    m_surfaceWindow = nullptr;
+    m_surfaceHost = nullptr;
 }
 
 void MainWindow::OpenPage() {
@@ -131,6 +185,9 @@ void MainWindow::MakeViewMenu() {
                     m_settings.SetTimeFormat(row.format);
                 });
     }
+    QAction* surface = view->addAction(Text(IDS_CONTROL_SURFACE));
+    surface->setEnabled(m_surface != nullptr);
+    connect(surface, &QAction::triggered, this, [this] { ShowSurface(); });
     QMenu* languages = view->addMenu(Text(IDS_MENU_LANGUAGE));
     auto* languageGroup = new QActionGroup(languages);
     const uint32_t translated = HostLanguages();
@@ -150,8 +207,9 @@ void MainWindow::ChangeLanguage(uint32_t lcid) {
     m_lcid = lcid;
     m_settings.SetLanguage(lcid);
     m_pageHost->Close();  // its texts go with the old language
+    CloseSurface();
     SetHostLanguage(lcid);
-    m_console->SetLanguage(lcid);
+    ForPlugins([lcid](Plugin& plugin) { plugin.SetLanguage(lcid); });
     OpenPage();
     MakeMenus();
     m_transport->ShowTexts();
@@ -174,6 +232,7 @@ void MainWindow::MakeStatusLine() {
         return made;
     };
     m_device = label(1);
+    m_midi = label(0);
     m_problems = label(0);
     m_load = label(0);
     m_dropouts = label(0);
@@ -183,7 +242,8 @@ void MainWindow::MakeStatusLine() {
 
 void MainWindow::Refresh() {
     m_transport->Refresh();
-    const ProjectStatus status = m_project.Status();
+    RefreshMidi();
+    ProjectStatus status = m_project.Status();
     const EngineStatus& engine = status.engine;
     m_device->setText(Format(IDS_DEVICE, Utf16FromUtf8(engine.device).c_str(),
                              static_cast<int32_t>(engine.sampleRate),
@@ -191,6 +251,8 @@ void MainWindow::Refresh() {
     m_device->setToolTip(QString::fromStdString(engine.deviceProblem));
     m_load->setText(Format(IDS_LOAD, double{engine.load} * 100));
     m_dropouts->setText(Format(IDS_DROPOUTS, static_cast<int64_t>(engine.diskUnderruns + engine.lateBlocks)));
+    if (const MidiPorts* midi = m_project.Midi())
+        for (std::string& line : midi->Problems()) status.problems.push_back(std::move(line));
     m_problems->setVisible(!status.problems.empty());
     if (!status.problems.empty()) {
         QStringList lines;
@@ -203,6 +265,24 @@ void MainWindow::Refresh() {
     const QString name = path.empty() ? Text(IDS_NEW_SESSION) : FromPath(path.stem());
     setWindowTitle(QStringLiteral("%1[*] - %2").arg(name, m_pageHost->Title()));
     setWindowModified(m_project.IsModified());
+}
+
+// What went in and out over MIDI last, as bytes: whoever connects a surface sees at once whether it is heard.
+void MainWindow::RefreshMidi() {
+    const MidiPorts* midi = m_project.Midi();
+    m_midi->setVisible(midi);
+    if (!midi) return;
+    const auto show = [](HostTextId text, const MidiActivity& activity) {
+        QStringList bytes;
+        for (const uint8_t byte : activity.bytes)
+            bytes += QStringLiteral("%1").arg(byte, 2, 16, QLatin1Char('0')).toUpper();
+        return activity.messages ? Format(text, Utf16FromUtf8(activity.port).c_str(),
+                                          bytes.join(QLatin1Char(' ')).toStdU16String().c_str())
+                                 : QString();
+    };
+    QStringList parts = {show(IDS_MIDI_IN, midi->LastIn()), show(IDS_MIDI_OUT, midi->LastOut())};
+    parts.removeAll(QString());
+    m_midi->setText(parts.isEmpty() ? Text(IDS_MIDI_QUIET) : parts.join(QStringLiteral("   ")));
 }
 
 void MainWindow::ShowProblem(const QString& title, const QString& text) {
@@ -218,14 +298,14 @@ void MainWindow::OpenSession() {
     const QString chosen =
         QFileDialog::getOpenFileName(this, Text(IDS_TITLE_OPEN), StartFolder(), Text(IDS_FILTER_SESSIONS));
     if (chosen.isEmpty()) return;
-    m_console->ProjectClosing();
+    ForPlugins([](Plugin& plugin) { plugin.ProjectClosing(); });
     try {
         m_project.Open(ToPath(chosen));
         m_settings.SetSessionFolder(ToPath(chosen).parent_path());
     } catch (const SessionError& e) {
         ShowProblem(Text(IDS_TITLE_OPEN), QString::fromUtf8(e.what()));
     }
-    m_console->ProjectOpened();
+    ForPlugins([](Plugin& plugin) { plugin.ProjectOpened(); });
 }
 
 bool MainWindow::Save() {

@@ -1,4 +1,5 @@
-// The reference host's window: transport above, the console's page docked below it, and a status line.
+// The reference host's window: transport above, the console's page docked below it, a status line, and the
+// page of the control surface in a window of its own.
 #pragma once
 
 #include "host/contract/plugin.h"
@@ -8,6 +9,7 @@
 
 #include <memory>
 
+class QDialog;
 class QLabel;
 
 namespace host {
@@ -18,13 +20,15 @@ class TransportBar;
 
 class MainWindow final : public QMainWindow {
 public:
-    /// Loads the console onto the project, in the language. Throws std::runtime_error when it cannot be had.
-    MainWindow(Project& project, Settings& settings, const std::filesystem::path& consoleModule,
-               uint32_t lcid);
+    /// Loads the plug-ins in the folder onto the project, in the language. Throws std::runtime_error when the
+    /// console cannot be had; without a control surface the rest works.
+    MainWindow(Project& project, Settings& settings, const std::filesystem::path& modules, uint32_t lcid);
     ~MainWindow() override;
 
     /// The console's own window.
     QWidget* ConsolePage() const;
+    /// Opens the page of the control surface; its window, or null when there is none.
+    QWidget* ShowSurface();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -33,6 +37,11 @@ private:
     void MakeMenus();
     void MakeViewMenu();
     void OpenPage();
+    void LoadSurface(const std::filesystem::path& module);
+    void CloseSurface();
+    template <class F>
+    void ForPlugins(F call);
+    void RefreshMidi();
     void ChangeLanguage(uint32_t lcid);
     void LocateTo();
     QString StartFolder() const;
@@ -49,9 +58,13 @@ private:
     Settings& m_settings;
     uint32_t m_lcid;
     std::unique_ptr<Plugin> m_console;
+    std::unique_ptr<Plugin> m_surface;  ///< null when it cannot be had
+    QDialog* m_surfaceWindow = nullptr;
+    PageHost* m_surfaceHost = nullptr;
     TransportBar* m_transport;
     PageHost* m_pageHost;
     QLabel* m_device;
+    QLabel* m_midi;
     QLabel* m_load;
     QLabel* m_dropouts;
     QLabel* m_problems;

@@ -19,6 +19,8 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--seconds", options->seconds, "play for that long, and render that much of the project")
         ->check(CLI::Range(0.0, 86400.0));
     app.add_option("--screenshot", options->screenshot, "save a picture of the window as PNG");
+    app.add_option("--surface-screenshot", options->surfaceScreenshot,
+                   "save a picture of the control surface's page as PNG; needs --midi");
     app.add_option("--render", options->render, "render the mix to a 24-bit stereo wave file");
     app.add_option("--report", options->report, "write what was seen as JSON");
     app.add_option("--gesture", gestures,
@@ -26,6 +28,8 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
         ->take_all();
     app.add_option("--device", options->device, "audio device, by a part of its name");
     app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
+    app.add_option("--midi", options->midi, "MIDI by alsa or jack, or none")
+        ->check(CLI::IsMember({"alsa", "jack", "none"}));
     app.add_option("--language", language, "language of the texts by its code, like en or de");
     app.add_option("--size", size, "window size, WIDTHxHEIGHT");
     app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));

@@ -17,18 +17,20 @@ struct Options {
     std::string session;  ///< empty: a new one
     bool headless = false;
     std::optional<double> seconds;  ///< how long a scripted run plays, and how much of the project it renders
-    std::string screenshot, render, report;
+    std::string screenshot, surfaceScreenshot, render, report;
     std::vector<Gesture> gestures;
     std::string device;  ///< part of its name
     bool nullDevice = false;
+    std::optional<std::string>
+        midi;                   ///< "alsa", "jack" or "none"; not given: what runs, and nothing for scripts
     uint32_t lcid = 0;          ///< of the language; 0 leaves it to the settings
     std::optional<QSize> size;  ///< of the window
     double scale = 0;           ///< device pixels a logical pixel; 0 leaves it to the screen
 
     /// Whether the run ends by itself instead of waiting for a person.
     bool IsScripted() const {
-        return headless || seconds || !screenshot.empty() || !render.empty() || !report.empty() ||
-               !gestures.empty();
+        return headless || seconds || !screenshot.empty() || !surfaceScreenshot.empty() || !render.empty() ||
+               !report.empty() || !gestures.empty();
     }
 };
 

@@ -30,6 +30,12 @@ bool Complain(const QString& what) {
     return false;
 }
 
+bool SavePicture(QWidget& window, const std::string& path) {
+    const QString file = QString::fromStdString(path);
+    return window.grab().save(file, "PNG") ||
+           Complain(QStringLiteral("%1: the picture could not be written").arg(file));
+}
+
 const char* KindText(ChannelKind kind) {
     switch (kind) {
     case ChannelKind::AudioTrack: return "audio";
@@ -85,9 +91,13 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     RunEvents(options.seconds.value_or(DEFAULT_SECONDS));
     int64_t frames = project.Transport().frame - begun;
 
-    if (!options.screenshot.empty() && !window.grab().save(QString::fromStdString(options.screenshot), "PNG"))
-        good = Complain(QStringLiteral("%1: the picture could not be written")
-                            .arg(QString::fromStdString(options.screenshot)));
+    if (!options.screenshot.empty()) good &= SavePicture(window, options.screenshot);
+    if (!options.surfaceScreenshot.empty()) {
+        QWidget* surface = window.ShowSurface();
+        RunEvents(SETTLE_SECONDS);
+        good &= surface ? SavePicture(*surface, options.surfaceScreenshot)
+                        : Complain(QStringLiteral("there is no control surface: is --midi given?"));
+    }
     project.Stop();
     RunEvents(SETTLE_SECONDS);
     if (!options.render.empty()) {

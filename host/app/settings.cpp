@@ -16,9 +16,10 @@ enum Metric : int32_t {
     METRIC_GEOMETRY = 1,
     METRIC_TIME_FORMAT = 2,
     METRIC_SESSION_FOLDER = 3,
+    METRIC_PLUGIN_PREFERENCES = 4,
 };
 
-constexpr uint32_t GEOMETRY_LIMIT = 1024, FOLDER_LIMIT = 4096;
+constexpr uint32_t GEOMETRY_LIMIT = 1024, FOLDER_LIMIT = 4096, PREFERENCES_LIMIT = 1u << 20;
 
 }  // namespace
 
@@ -61,6 +62,18 @@ QByteArray Settings::Geometry() const {
 void Settings::SetGeometry(const QByteArray& geometry) {
     QmSetMetricBinary(m_metrics, METRIC_GEOMETRY, geometry.constData(),
                       static_cast<uint32_t>(geometry.size()));
+}
+
+std::string Settings::PluginPreferences() const {
+    std::string preferences(PREFERENCES_LIMIT, 0);
+    preferences.resize(
+        QmGetMetricBinary(m_metrics, METRIC_PLUGIN_PREFERENCES, preferences.data(), PREFERENCES_LIMIT));
+    return preferences;
+}
+
+void Settings::SetPluginPreferences(const std::string& preferences) {
+    QmSetMetricBinary(m_metrics, METRIC_PLUGIN_PREFERENCES, preferences.data(),
+                      static_cast<uint32_t>(preferences.size()));
 }
 
 std::filesystem::path Settings::SessionFolder() const {

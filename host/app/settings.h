@@ -29,6 +29,10 @@ public:
     QByteArray Geometry() const;
     void SetGeometry(const QByteArray& geometry);
 
+    /// What plug-ins have left for the user, as text; empty at first.
+    std::string PluginPreferences() const;
+    void SetPluginPreferences(const std::string& preferences);
+
     /// Where the last session was opened or saved; empty at first.
     std::filesystem::path SessionFolder() const;
     void SetSessionFolder(const std::filesystem::path& folder);

@@ -27,6 +27,15 @@ std::optional<Side> SideOf(uint32_t pairSelector) {
     return std::nullopt;
 }
 
+/// What a channel of this host has; for the others there is no such object.
+constexpr uint32_t THERE = MASK_SWITCHES | MASK_AUTOMATION | MASK_IDENTITY | MASK_VOLUME | MASK_PAN |
+                           MASK_OUTPUT_ROUTE | MASK_METERS | MASK_NAME;
+
+/// Pan of a pair that a stereo host does not have.
+bool IsOtherPair(uint32_t mask, const MPCHANNELREC& rec) {
+    return mask & MASK_PAN && rec.pairSelector && !(rec.pairSelector & SPEAKER_FRONT);
+}
+
 /// Copies the asked groups of a channel into the record; inputs of the record are read first.
 HRESULT Fill(const ProjectCore& core, const Session& session, const Channel& channel, MPCHANNELREC& rec,
              uint32_t mask) {
@@ -124,7 +133,7 @@ HRESULT CtrlChannelsPart::Find(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* 
 HRESULT CtrlChannelsPart::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t kindFilter,
                               uint32_t mask) {
     if (!id || !rec) return E_POINTER;
-    if (level != LEVEL_CHANNEL) return S_FALSE;
+    if (level != LEVEL_CHANNEL || mask & ~THERE || IsOtherPair(mask, *rec)) return S_FALSE;
     return Guarded([&] {
         return Core().Read([&](const Session& session) {
             const Channel* channel = FindChannel(session, id->channel);
@@ -136,7 +145,7 @@ HRESULT CtrlChannelsPart::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELRE
 
 HRESULT CtrlChannelsPart::Set(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t mask) {
     if (!id || !rec) return E_POINTER;
-    if (level != LEVEL_CHANNEL) return S_FALSE;
+    if (level != LEVEL_CHANNEL || IsOtherPair(mask, *rec)) return S_FALSE;
     constexpr uint32_t KNOWN = MASK_SWITCHES | MASK_AUTOMATION | MASK_VOLUME | MASK_PAN | MASK_OUTPUT_ROUTE |
                                MASK_TARGET | MASK_NAME;
     if (mask == 0 || (mask & ~KNOWN)) return E_NOTIMPL;

@@ -1,12 +1,15 @@
 #include "host/contract/host_object.h"
 
+#include "platform/text.h"
+
 namespace host {
 
-HostObject::HostObject(std::shared_ptr<ProjectCore> core)
-    : m_core(std::move(core)), m_tree(*this), m_store(*this), m_times(*this), m_ports(*this),
-      m_channels(*this), m_connections(*this), m_points{ConnectionPointPart(*this, m_core->notificationSinks),
-                                                        ConnectionPointPart(*this, m_core->timeSinks),
-                                                        ConnectionPointPart(*this, m_core->controlSinks)} {}
+HostObject::HostObject(std::shared_ptr<ProjectCore> core, const SeatOptions& seat)
+    : m_core(std::move(core)), m_seat(seat), m_tree(*this), m_store(*this), m_times(*this), m_ports(*this),
+      m_eventOutput(*this), m_channels(*this),
+      m_connections(*this), m_points{ConnectionPointPart(*this, m_core->notificationSinks),
+                                     ConnectionPointPart(*this, m_core->timeSinks),
+                                     ConnectionPointPart(*this, m_core->controlSinks)} {}
 
 HRESULT HostObject::QueryInterface(const GUID& iid, void** out) {
     if (!out) return E_POINTER;
@@ -16,6 +19,7 @@ HRESULT HostObject::QueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IMPPropertyStore) *out = static_cast<IMPPropertyStore*>(&m_store);
     if (iid == IID_IMPTimeConverter) *out = static_cast<IMPTimeConverter*>(&m_times);
     if (iid == IID_IMPPortList) *out = static_cast<IMPPortList*>(&m_ports);
+    if (iid == IID_IMPEventOutput && m_core->midi) *out = static_cast<IMPEventOutput*>(&m_eventOutput);
     if (iid == IID_IMPCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
     if (iid == IID_IConnectionPointContainer) *out = static_cast<IConnectionPointContainer*>(&m_connections);
     if (!*out) return E_NOINTERFACE;
@@ -48,10 +52,31 @@ HRESULT ConnectionPointPart::GetConnectionPointContainer(IConnectionPointContain
                : E_POINTER;
 }
 
-HRESULT PortListPart::GetPorts(uint32_t, MPPORTARRAY* out) {
+HRESULT ConnectionPointPart::Advise(IUnknown* sink, uint32_t* cookie) {
+    return m_sinks.Add(sink, cookie, m_host.Seat().number);
+}
+
+HRESULT PortListPart::GetPorts(uint32_t kind, MPPORTARRAY* out) {
     if (!out) return E_POINTER;
-    *out = {};  // a host without MIDI
-    return S_OK;
+    *out = {};
+    if (!Core().midi) return S_OK;
+    return Guarded([&]() -> HRESULT {
+        const std::vector<MidiPort> ports =
+            kind == PORTS_OUTPUT ? Core().midi->Outputs() : Core().midi->Inputs();
+        if (ports.empty()) return S_OK;
+        out->ports = static_cast<MPPORT*>(CoTaskMemAlloc(ports.size() * sizeof(MPPORT)));
+        if (!out->ports) return E_OUTOFMEMORY;
+        for (const MidiPort& port : ports)
+            out->ports[out->count++] = {port.id, port.guid,
+                                        CoTaskMemString(Utf16FromUtf8(port.name).c_str())};
+        return S_OK;
+    });
+}
+
+HRESULT EventOutputPart::Send(uint64_t port, const MPEVENTREC* event) {
+    if (!event) return E_POINTER;
+    if (!Core().midi) return S_FALSE;
+    return Guarded([&] { return Core().midi->Send(port, *event) ? S_OK : S_FALSE; });
 }
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// The object that plug-ins know the host by, and its small parts, one an interface. All share one reference
+// The object that a plug-in knows the host by, and its small parts, one an interface. All share one reference
 // count and keep the project's core alive. Free-threaded.
 #pragma once
 
@@ -9,6 +9,12 @@
 namespace host {
 
 class HostObject;
+
+/// A plug-in's place at the host.
+struct SeatOptions {
+    uint32_t number = kNoSeat;
+    bool keepsForUser = false;  ///< its preferences are the user's, not the session's
+};
 
 /// Base of the parts: identity and life are the object's.
 template <class Interface>
@@ -73,6 +79,12 @@ public:
     HRESULT GetPorts(uint32_t kind, MPPORTARRAY* out) override;
 };
 
+class EventOutputPart final : public HostPart<IMPEventOutput> {
+public:
+    using HostPart::HostPart;
+    HRESULT Send(uint64_t port, const MPEVENTREC* event) override;
+};
+
 class CtrlChannelsPart final : public HostPart<IMPCtrlChannels> {
 public:
     using HostPart::HostPart;
@@ -95,7 +107,7 @@ public:
     const GUID& Iid() const { return m_sinks.Iid(); }
     HRESULT GetConnectionInterface(GUID* iid) override;
     HRESULT GetConnectionPointContainer(IConnectionPointContainer** out) override;
-    HRESULT Advise(IUnknown* sink, uint32_t* cookie) override { return m_sinks.Add(sink, cookie); }
+    HRESULT Advise(IUnknown* sink, uint32_t* cookie) override;
     HRESULT Unadvise(uint32_t cookie) override { return m_sinks.Remove(cookie); }
     HRESULT EnumConnections(void**) override { return E_NOTIMPL; }
 
@@ -112,7 +124,7 @@ public:
 
 class HostObject {
 public:
-    explicit HostObject(std::shared_ptr<ProjectCore> core);
+    HostObject(std::shared_ptr<ProjectCore> core, const SeatOptions& seat);
 
     HRESULT QueryInterface(const GUID& iid, void** out);
     uint32_t AddRef() { return m_refs.Increment(); }
@@ -122,6 +134,7 @@ public:
         return left;
     }
     ProjectCore& Core() const { return *m_core; }
+    const SeatOptions& Seat() const { return m_seat; }
     IUnknown* Unknown() { return &m_store; }
     ConnectionPointPart* Point(const GUID& iid);
 
@@ -130,10 +143,12 @@ private:
 
     RefCount m_refs;
     std::shared_ptr<ProjectCore> m_core;
+    const SeatOptions m_seat;
     ProjectTreePart m_tree;
     PropertyStorePart m_store;
     TimeConverterPart m_times;
     PortListPart m_ports;
+    EventOutputPart m_eventOutput;
     CtrlChannelsPart m_channels;
     ConnectionsPart m_connections;
     std::array<ConnectionPointPart, 3> m_points;

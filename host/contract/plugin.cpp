@@ -1,7 +1,5 @@
 #include "host/contract/plugin.h"
 
-#include "host/contract/project.h"
-
 #include <cstdio>
 #include <stdexcept>
 
@@ -25,7 +23,8 @@ void Check(HRESULT hr, const std::filesystem::path& module, const char* what) {
 
 }  // namespace
 
-Plugin::Plugin(const std::filesystem::path& path, Project& project) : m_project(project) {
+Plugin::Plugin(const std::filesystem::path& path, Project& project, Project::Keeps keeps)
+    : m_project(project), m_seat(project.NewSeat(keeps)) {
     std::string error;
     m_module = Module::Load(path, error);
     if (!m_module) throw std::runtime_error(error);
@@ -44,12 +43,16 @@ Plugin::Plugin(const std::filesystem::path& path, Project& project) : m_project(
     Check(m_object->QueryInterface(IID_IMPInitialise, m_initialise.OutVoid()), path,
           "asking for IMPInitialise");
     uint32_t capabilities = 0xFFFFFFFF;
-    const HRESULT hr = m_initialise->Initialise(project.PluginHost(), project.PluginHost(), INITFLAG_CONTROL,
-                                                0, &capabilities);
-    Check(hr, path, "its initialisation");
+    IUnknown* host = m_seat.host.Get();
+    Check(m_initialise->Initialise(host, host, INITFLAG_CONTROL, 0, &capabilities), path,
+          "its initialisation");
+    if (m_object->QueryInterface(IID_IMPEventFilter, m_filter.OutVoid()) == S_OK)
+        project.AddFilter(m_filter.Get());
 }
 
 Plugin::~Plugin() {
+    if (m_filter) m_project.RemoveFilter(m_filter.Get());
+    m_filter.Reset();
     m_initialise->Terminate();
     m_initialise.Reset();
     m_object.Reset();
@@ -65,7 +68,7 @@ void Plugin::ProjectClosing() {
     Send(MPCTRL_PROJECT, 0);
 }
 
-void Plugin::Send(const GUID& id, uint32_t flags) { m_project.SendControl(id, flags); }
+void Plugin::Send(const GUID& id, uint32_t flags) { m_project.SendControl(id, flags, m_seat.number); }
 
 ComPtr<IPropertyPage> Plugin::MakePage(const GUID& pageId) {
     ComPtr<IPropertyPage> page;

@@ -2,6 +2,7 @@
 // order that the contract asks for. [ui-thread]
 #pragma once
 
+#include "host/contract/project.h"
 #include "platform/module.h"
 #include "plugin/host_contract.h"
 
@@ -10,13 +11,14 @@
 
 namespace host {
 
-class Project;
-
 class Plugin {
 public:
     /// Loads the module, makes its object and initialises it on the project. Throws std::runtime_error with
     /// the module's name and the reason.
-    Plugin(const std::filesystem::path& module, Project& project);
+    /// Its preferences are kept with the session, or for the user. Events that come in over MIDI are shown
+    /// to it.
+    Plugin(const std::filesystem::path& module, Project& project,
+           Project::Keeps keeps = Project::Keeps::ForSession);
     /// Terminates and releases the object. Its project is closed and its pages are gone by then.
     ~Plugin();
     Plugin(const Plugin&) = delete;
@@ -40,9 +42,11 @@ private:
     QmOPTPlug_CreateOPTPropertyPageProc m_createPage = nullptr;
     QmOPTPlug_UpdateKernelLCIDProc m_updateLcid = nullptr;
     Project& m_project;
+    Project::Seat m_seat;
     std::u16string m_name;
     ComPtr<IUnknown> m_object;
     ComPtr<IMPInitialise> m_initialise;
+    ComPtr<IMPEventFilter> m_filter;
 };
 
 }  // namespace host

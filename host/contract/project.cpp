@@ -66,20 +66,21 @@ private:
 }  // namespace
 
 struct Project::Impl {
-    explicit Impl(EngineOptions options)
-        : core(std::make_shared<ProjectCore>(std::move(options))), object(new HostObject(core)),
-          unknown(object->Unknown()) {
+    Impl(EngineOptions options, std::unique_ptr<MidiDriver> midi)
+        : core(std::make_shared<ProjectCore>(std::move(options), std::move(midi))),
+          unknown((new HostObject(core, {}))->Unknown()) {
         core->Replace(NewSession(), {});
         ticker = std::make_unique<Ticker>(*core);
     }
 
     std::shared_ptr<ProjectCore> core;
-    HostObject* object;
     ComPtr<IUnknown> unknown;
+    std::atomic<uint32_t> seats{kNoSeat};
     std::unique_ptr<Ticker> ticker;
 };
 
-Project::Project(EngineOptions options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
+Project::Project(EngineOptions options, std::unique_ptr<MidiDriver> midi)
+    : m_impl(std::make_unique<Impl>(std::move(options), std::move(midi))) {}
 Project::~Project() = default;
 
 void Project::Open(const std::filesystem::path& path) {
@@ -99,7 +100,7 @@ void Project::SaveAs(const std::filesystem::path& path) { m_impl->core->SaveAs(p
 void Project::SavePreferences() {
     if (Path().empty()) return;
     Session saved = LoadSession(Path());
-    auto preferences = Snapshot().preferences;
+    Preferences preferences = Snapshot().preferences;
     if (saved.preferences == preferences) return;
     saved.preferences = std::move(preferences);
     SaveSession(saved, Path());
@@ -191,7 +192,22 @@ std::vector<ChannelReport> Project::Report() const {
 }
 
 void Project::ResetPeaks() { m_impl->core->ResetPeaks(); }
-void Project::SendControl(const GUID& id, uint32_t flags) { m_impl->core->SendControl(id, flags); }
+void Project::SendControl(const GUID& id, uint32_t flags, uint32_t seat) {
+    m_impl->core->SendControl(id, flags, 0, kNoChannel, 0, seat);
+}
+Project::Seat Project::NewSeat(Keeps keeps) {
+    const SeatOptions seat{++m_impl->seats, keeps == Keeps::ForUser};
+    return {ComPtr<IUnknown>((new HostObject(m_impl->core, seat))->Unknown()), seat.number};
+}
+void Project::AddFilter(IMPEventFilter* filter) { m_impl->core->AddFilter(filter); }
+void Project::RemoveFilter(IMPEventFilter* filter) { m_impl->core->RemoveFilter(filter); }
+MidiPorts* Project::Midi() { return m_impl->core->midi.get(); }
+Preferences Project::UserPreferences() const {
+    return m_impl->core->WithPreferences(true, [](const Preferences& p) { return p; });
+}
+void Project::SetUserPreferences(Preferences preferences) {
+    m_impl->core->WithPreferences(true, [&](Preferences& p) { p = std::move(preferences); });
+}
 IUnknown* Project::PluginHost() { return m_impl->unknown.Get(); }
 
 }  // namespace host

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "host/engine/engine.h"
+#include "host/midi/midi_ports.h"
 #include "host/session/session.h"
 #include "plugin/host_contract.h"
 
@@ -36,7 +37,7 @@ struct ChannelReport {
 
 class Project {
 public:
-    explicit Project(EngineOptions options = {});
+    explicit Project(EngineOptions options = {}, std::unique_ptr<MidiDriver> midi = nullptr);
     ~Project();
     Project(const Project&) = delete;
     Project& operator=(const Project&) = delete;
@@ -83,8 +84,25 @@ public:
     /// What plug-ins are given: IMPProjectTree, IMPPropertyStore, IMPTimeConverter, IMPPortList,
     /// IMPCtrlChannels, IConnectionPointContainer by QueryInterface.
     IUnknown* PluginHost();
-    /// Sends a control without an object to every plug-in: project open and close, activate, suspend, look.
-    void SendControl(const GUID& id, uint32_t flags);
+    /// The same for one plug-in with a place of its own, from which controls can be sent to it alone. Its
+    /// preferences are kept with the session, or for the user.
+    struct Seat {
+        ComPtr<IUnknown> host;
+        uint32_t number;
+    };
+    enum class Keeps { ForSession, ForUser };
+    Seat NewSeat(Keeps keeps);
+    /// Sends a control without an object to the plug-in of a seat, or to all: project open and close,
+    /// activate, suspend, look.
+    void SendControl(const GUID& id, uint32_t flags, uint32_t seat = 0);
+
+    /// What has come in over MIDI is shown to the filter, in the order of these calls. [MIDI thread]
+    void AddFilter(IMPEventFilter* filter);
+    void RemoveFilter(IMPEventFilter* filter);  ///< waits for a call
+    /// Null without MIDI.
+    MidiPorts* Midi();
+    Preferences UserPreferences() const;
+    void SetUserPreferences(Preferences preferences);
 
 private:
     struct Impl;

@@ -47,6 +47,35 @@ int32_t OrderIndex(const Session& session, ChannelId id) {
     return 0;
 }
 
+ProjectCore::ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driver)
+    : engine(std::move(options)) {
+    if (!driver) return;
+    midi = std::make_unique<MidiPorts>(
+        std::move(driver), [this](std::vector<ReceivedEvent>& events) { FilterEvents(events); },
+        [this] { SendNotify(MPNOTIFY_PORTS); });
+}
+
+void ProjectCore::AddFilter(IMPEventFilter* filter) {
+    std::lock_guard lock(m_filterLock);
+    m_filters.emplace_back(filter);
+}
+
+void ProjectCore::RemoveFilter(IMPEventFilter* filter) {
+    std::lock_guard lock(m_filterLock);
+    std::erase_if(m_filters, [filter](const auto& f) { return f.Get() == filter; });
+}
+
+// The first plug-in that takes an event keeps it from the others.
+void ProjectCore::FilterEvents(std::vector<ReceivedEvent>& events) {
+    MPFILTERINFO info{};
+    info.capabilities = ~(FILTER_PEEK_ONLY | FILTER_NOT_TO_PAGE);
+    std::lock_guard lock(m_filterLock);
+    for (const ComPtr<IMPEventFilter>& filter : m_filters) {
+        EventStream stream(events);
+        filter->FilterEvents(&stream, &info);
+    }
+}
+
 void ProjectCore::ApplyToEngine() { engine.SetSession(m_session, m_path.parent_path()); }
 
 void ProjectCore::Replace(Session session, const std::filesystem::path& path) {
@@ -267,14 +296,14 @@ bool ProjectCore::UpdateLevels(double elapsed) {
 }
 
 void ProjectCore::SendControl(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel,
-                              uint32_t kindMask) {
+                              uint32_t kindMask, uint32_t seat) {
     MPCTRLREC rec{};
     rec.id = id;
     rec.flags = flags;
     rec.level = level;
     rec.object.channel = channel;
     rec.kindMask = kindMask;
-    controlSinks.Send<IMPCtrlChannelSink>([&](IMPCtrlChannelSink& sink) { sink.OnControl(&rec); });
+    controlSinks.Send<IMPCtrlChannelSink>([&](IMPCtrlChannelSink& sink) { sink.OnControl(&rec); }, seat);
 }
 
 void ProjectCore::SendNotify(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel,

@@ -4,6 +4,7 @@
 
 #include "host/contract/project.h"
 #include "host/contract/sinks.h"
+#include "host/midi/midi_ports.h"
 
 #include <array>
 #include <atomic>
@@ -21,7 +22,8 @@ struct ShownLevels {
 
 class ProjectCore {
 public:
-    explicit ProjectCore(EngineOptions options) : engine(std::move(options)) {}
+    /// Without a driver there is no MIDI.
+    ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driver);
 
     /// What one edit changed, as MASK_ groups of the contract; 0 for nothing.
     using Edit = std::function<uint32_t(Channel&)>;
@@ -52,6 +54,17 @@ public:
         return write(m_session);
     }
 
+    /// Runs `work` on the preferences of the session, or of the user, under the lock.
+    template <class F>
+    auto WithPreferences(bool ofUser, F work) {
+        std::lock_guard lock(m_lock);
+        return work(ofUser ? m_userPreferences : m_session.preferences);
+    }
+
+    /// Plug-ins that see what comes in. After RemoveFilter has returned the filter is not called any more.
+    void AddFilter(IMPEventFilter* filter);
+    void RemoveFilter(IMPEventFilter* filter);
+
     std::filesystem::path Path() const;
     bool IsModified() const { return m_modified; }
     /// Saves under that path, where the project is from now on; clips stay the files that they are. Throws
@@ -64,7 +77,7 @@ public:
     bool UpdateLevels(double elapsed);
 
     void SendControl(const GUID& id, uint32_t flags = 0, uint32_t level = 0, ChannelId channel = 0,
-                     uint32_t kindMask = 0);
+                     uint32_t kindMask = 0, uint32_t seat = kNoSeat);
     void SendNotify(const GUID& id, uint32_t flags = 0, uint32_t level = 0, ChannelId channel = 0,
                     uint32_t kindMask = 0);
 
@@ -83,6 +96,7 @@ private:
     /// Tells of every channel whose order differs from before.
     void TellMoved(const std::vector<Place>& before);
     void ApplyToEngine();
+    void FilterEvents(std::vector<ReceivedEvent>& events);
 
     mutable std::mutex m_lock;
     Session m_session = NewSession();
@@ -91,6 +105,13 @@ private:
 
     mutable std::mutex m_levelLock;
     std::map<ChannelId, ShownLevels> m_levels;
+
+    Preferences m_userPreferences;  // under m_lock
+    std::mutex m_filterLock;
+    std::vector<ComPtr<IMPEventFilter>> m_filters;
+
+public:
+    std::unique_ptr<MidiPorts> midi;  ///< its thread calls all of the above: the first to go
 };
 
 /// The contract's kind word of a channel.

@@ -34,11 +34,11 @@ PreferenceKey KeyOf(const MPPREFREC& pref) {
 }
 
 /// Gives the stored value when it is of the asked type; else the default stays in the record.
-HRESULT GetPreference(ProjectCore& core, MPPREFREC& pref) {
+HRESULT GetPreference(ProjectCore& core, bool ofUser, MPPREFREC& pref) {
     const std::optional<PreferenceValue> value =
-        core.Read([&](const Session& session) -> std::optional<PreferenceValue> {
-            const auto at = session.preferences.find(KeyOf(pref));
-            if (at == session.preferences.end()) return std::nullopt;
+        core.WithPreferences(ofUser, [&](const Preferences& all) -> std::optional<PreferenceValue> {
+            const auto at = all.find(KeyOf(pref));
+            if (at == all.end()) return std::nullopt;
             return at->second;
         });
     if (!value) return S_OK;
@@ -58,7 +58,7 @@ HRESULT GetPreference(ProjectCore& core, MPPREFREC& pref) {
     return S_OK;
 }
 
-HRESULT SetPreference(ProjectCore& core, const MPPREFREC& pref) {
+HRESULT SetPreference(ProjectCore& core, bool ofUser, const MPPREFREC& pref) {
     PreferenceValue value;
     switch (pref.type) {
     case PREF_INT: value = static_cast<int32_t>(pref.number); break;
@@ -75,21 +75,17 @@ HRESULT SetPreference(ProjectCore& core, const MPPREFREC& pref) {
     }
     default: return E_INVALIDARG;
     }
-    return core.Write([&](Session& session) {
-        const PreferenceKey key = KeyOf(pref);
-        const auto at = session.preferences.find(key);
-        const auto old = at == session.preferences.end() ? std::nullopt : std::optional(at->second);
-        session.preferences[key] = std::move(value);
+    return core.WithPreferences(ofUser, [&](Preferences& all) {
+        Session tried = NewSession();
+        tried.preferences = all;
+        tried.preferences[KeyOf(pref)] = std::move(value);
         try {
-            CheckSession(session);  // a text or a count that no session file may hold
-            return S_OK;
+            CheckSession(tried);  // a text or a count that no session file may hold
         } catch (const SessionError&) {
-            if (old)
-                session.preferences[key] = *old;
-            else
-                session.preferences.erase(key);
             return E_INVALIDARG;
         }
+        all = std::move(tried.preferences);
+        return S_OK;
     });
 }
 
@@ -121,11 +117,6 @@ HRESULT GetProjectInfo(ProjectCore&, void* buffer) {
     MPPROJECTINFO info{};
     info.size = sizeof info;
     return Give(info, buffer);
-}
-
-HRESULT GetPreferenceRecord(ProjectCore& core, void* buffer) {
-    auto& pref = *static_cast<MPPREFREC*>(buffer);
-    return pref.size == sizeof pref ? GetPreference(core, pref) : E_INVALIDARG;
 }
 
 template <size_t Size>
@@ -171,9 +162,17 @@ HRESULT SetPosition(ProjectCore& core, const void* buffer) {
     return S_OK;
 }
 
-HRESULT SetPreferenceRecord(ProjectCore& core, const void* buffer) {
-    const auto& pref = *static_cast<const MPPREFREC*>(buffer);
-    return pref.size == sizeof pref ? SetPreference(core, pref) : E_INVALIDARG;
+template <bool Begins>
+HRESULT RequestPort(ProjectCore& core, const void* buffer) {
+    MPPORTREQUEST request;
+    std::memcpy(&request, buffer, sizeof request);
+    if (request.kind > PORTREQUEST_INPUT || !core.midi) return E_INVALIDARG;
+    const uint32_t isOutput = request.kind == PORTREQUEST_OUTPUT ? 1 : 0;
+    if (Begins)
+        core.midi->Use(isOutput, request.port);
+    else
+        core.midi->Leave(isOutput, request.port);
+    return S_OK;
 }
 
 struct Property {
@@ -193,7 +192,8 @@ constexpr Property PROPERTIES[] = {
     {MPPROP_HOST_KIND, 4, GetZeros<4>, nullptr},  // not the full editor
     {MPPROP_HOST_FEATURES, sizeof(MPHOSTFEATURES), GetFeatures, nullptr},
     {MPPROP_PROJECT_INFO, sizeof(MPPROJECTINFO), GetProjectInfo, nullptr},
-    {MPPROP_PREFERENCE, sizeof(MPPREFREC), GetPreferenceRecord, SetPreferenceRecord},
+    {MPPROP_PORTS_BEGIN, sizeof(MPPORTREQUEST), nullptr, RequestPort<true>},
+    {MPPROP_PORTS_END, sizeof(MPPORTREQUEST), nullptr, RequestPort<false>},
 };
 
 const Property* FindProperty(const GUID& id) {
@@ -213,14 +213,24 @@ HRESULT PropertyStorePart::GetHostInfo(char16_t** name, uint32_t* version) {
 
 HRESULT PropertyStorePart::GetProperty(const GUID* id, uint32_t, uint32_t, uint32_t size, void* buffer) {
     if (!id || !buffer) return E_POINTER;
+    if (*id == MPPROP_PREFERENCE) {
+        auto& pref = *static_cast<MPPREFREC*>(buffer);
+        if (size != sizeof pref || pref.size != sizeof pref) return E_INVALIDARG;
+        return Guarded([&] { return GetPreference(Core(), m_host.Seat().keepsForUser, pref); });
+    }
     const Property* row = FindProperty(*id);
-    if (!row) return E_FAIL;
+    if (!row || !row->get) return E_FAIL;
     if (size != row->size) return E_INVALIDARG;
     return Guarded([&] { return row->get(Core(), buffer); });
 }
 
 HRESULT PropertyStorePart::SetProperty(const GUID* id, uint32_t, uint32_t size, const void* buffer) {
     if (!id || !buffer) return E_POINTER;
+    if (*id == MPPROP_PREFERENCE) {
+        const auto& pref = *static_cast<const MPPREFREC*>(buffer);
+        if (size != sizeof pref || pref.size != sizeof pref) return E_INVALIDARG;
+        return Guarded([&] { return SetPreference(Core(), m_host.Seat().keepsForUser, pref); });
+    }
     const Property* row = FindProperty(*id);
     if (!row || !row->set) return E_FAIL;
     if (size != row->size) return E_INVALIDARG;

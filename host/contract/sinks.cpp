@@ -4,7 +4,7 @@
 
 namespace host {
 
-HRESULT SinkList::Add(IUnknown* listener, uint32_t* cookie) {
+HRESULT SinkList::Add(IUnknown* listener, uint32_t* cookie, uint32_t seat) {
     if (!listener || !cookie) return E_POINTER;
     *cookie = 0;
     auto connection = std::make_shared<Connection>();
@@ -12,6 +12,7 @@ HRESULT SinkList::Add(IUnknown* listener, uint32_t* cookie) {
     if (Failed(hr)) return hr;
     std::lock_guard lock(m_lock);
     connection->cookie = m_nextCookie;
+    connection->seat = seat;
     m_nextCookie = m_nextCookie == UINT32_MAX ? 1 : m_nextCookie + 1;
     *cookie = connection->cookie;
     m_connections.push_back(std::move(connection));

@@ -12,6 +12,9 @@
 
 namespace host {
 
+/// Instead of a seat: everyone.
+inline constexpr uint32_t kNoSeat = 0;
+
 /// The listeners of one connection point. No lock is held while a listener is called, so that it may call
 /// back into the host, connect and disconnect; and after Remove has returned, the listener is neither called
 /// nor referenced any more. [any-thread]
@@ -22,14 +25,16 @@ public:
     const GUID& Iid() const { return m_iid; }
     /// Keeps a reference to the listener's interface `iid`; E_NOINTERFACE when it has none. *cookie is never
     /// 0.
-    HRESULT Add(IUnknown* listener, uint32_t* cookie);
+    /// `seat` is the plug-in's place at the host.
+    HRESULT Add(IUnknown* listener, uint32_t* cookie, uint32_t seat = kNoSeat);
     /// Waits for calls that other threads are making; a listener may remove itself in a call.
     HRESULT Remove(uint32_t cookie);
 
-    /// Calls send(listener) for everyone connected at the start.
+    /// Calls send(listener) for everyone connected at the start, or for those of one seat.
     template <class Interface, class Call>
-    void Send(Call send) {
+    void Send(Call send, uint32_t seat = kNoSeat) {
         for (const std::shared_ptr<Connection>& connection : Current()) {
+            if (seat != kNoSeat && connection->seat != seat) continue;
             const InCall call(*this, *connection);
             if (IUnknown* listener = call.Listener()) send(*static_cast<Interface*>(listener));
         }
@@ -37,7 +42,7 @@ public:
 
 private:
     struct Connection {
-        uint32_t cookie;
+        uint32_t cookie, seat;
         ComPtr<IUnknown> listener;  ///< the pointer of the point's own interface; null once it is removed
         std::vector<std::thread::id> callers;
     };

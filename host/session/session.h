@@ -91,13 +91,15 @@ struct PreferenceKey {
     friend auto operator<=>(const PreferenceKey&, const PreferenceKey&) = default;
 };
 
+using Preferences = std::map<PreferenceKey, PreferenceValue>;
+
 struct Session {
     int sample_rate = 48000;  ///< Hz
     double length = 0;        ///< seconds; playing and rendering end here
     LoopRange loop;
     std::optional<double> tempo;  ///< beats a minute
     std::vector<Channel> channels;
-    std::map<PreferenceKey, PreferenceValue> preferences;
+    Preferences preferences;
 
     friend bool operator==(const Session&, const Session&) = default;
 };
@@ -129,6 +131,10 @@ void SaveSession(const Session& session, const std::filesystem::path& path);
 /// The same without a file. Both throw SessionError; formatting gives the same text for equal sessions.
 Session ParseSession(std::string_view json);
 std::string FormatSession(const Session& session);
+
+/// Preferences alone, as a session file has them. Both throw SessionError.
+Preferences ParsePreferences(std::string_view json);
+std::string FormatPreferences(const Preferences& preferences);
 
 /// Throws SessionError unless the session obeys every rule of the format: ranges, unique ids, one master and
 /// at most one preview bus, outputs that exist and make no circle, clips on tracks only.

@@ -100,7 +100,7 @@ std::string Hex(const std::vector<uint8_t>& bytes) {
     return text;
 }
 
-void ReadPreference(const JsonNode& node, Session& session) {
+void ReadPreference(const JsonNode& node, Preferences& preferences) {
     node.ExpectMembers({"section", "key", "int", "uint", "text", "hex"});
     PreferenceKey key;
     key.section = node.Member("section").Text(kMaxTextBytes);
@@ -120,7 +120,7 @@ void ReadPreference(const JsonNode& node, Session& session) {
     if (auto n = node.Optional("text")) take(n->Text(kMaxPreferenceBytes));
     if (auto n = node.Optional("hex")) take(ReadHex(*n));
     if (!value) node.Refuse("has no value: int, uint, text or hex");
-    if (!session.preferences.emplace(std::move(key), std::move(*value)).second)
+    if (!preferences.emplace(std::move(key), std::move(*value)).second)
         keyNode.Refuse("this key is given twice");
 }
 
@@ -166,6 +166,12 @@ ordered_json Format(const PreferenceKey& key, const PreferenceValue& value) {
     return out;
 }
 
+ordered_json Format(const Preferences& preferences) {
+    ordered_json out = ordered_json::array();
+    for (const auto& [key, value] : preferences) out.push_back(Format(key, value));
+    return out;
+}
+
 }  // namespace
 
 Session ParseSession(std::string_view text) {
@@ -188,7 +194,7 @@ Session ParseSession(std::string_view text) {
         session.channels.push_back(ReadChannel(n));
     });
     if (auto n = root.Optional("preferences"))
-        n->Each(kMaxPreferences, [&](const JsonNode& p) { ReadPreference(p, session); });
+        n->Each(kMaxPreferences, [&](const JsonNode& p) { ReadPreference(p, session.preferences); });
     CheckSession(session);
     return session;
 }
@@ -204,9 +210,17 @@ std::string FormatSession(const Session& session) {
     if (session.tempo) out["tempo"] = *session.tempo;
     ordered_json& channels = out["channels"] = ordered_json::array();
     for (const Channel& channel : session.channels) channels.push_back(Format(channel));
-    ordered_json& preferences = out["preferences"] = ordered_json::array();
-    for (const auto& [key, value] : session.preferences) preferences.push_back(Format(key, value));
+    out["preferences"] = Format(session.preferences);
     return out.dump(2) + "\n";
 }
+
+Preferences ParsePreferences(std::string_view text) {
+    const nlohmann::json document = ParseStrictJson(text);
+    Preferences preferences;
+    JsonNode(document).Each(kMaxPreferences, [&](const JsonNode& p) { ReadPreference(p, preferences); });
+    return preferences;
+}
+
+std::string FormatPreferences(const Preferences& preferences) { return Format(preferences).dump(); }
 
 }  // namespace host

@@ -61,7 +61,8 @@ function(tarn_check_headers_alone)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
     ${CMAKE_SOURCE_DIR}/platform/*.h ${CMAKE_SOURCE_DIR}/kernel/*.h ${CMAKE_SOURCE_DIR}/audio/*.h
     ${CMAKE_SOURCE_DIR}/image/*.h ${CMAKE_SOURCE_DIR}/mediafile/*.h ${CMAKE_SOURCE_DIR}/controls/*.h
-    ${CMAKE_SOURCE_DIR}/controlmap/*.h ${CMAKE_SOURCE_DIR}/plugin/*.h ${CMAKE_SOURCE_DIR}/console/*.h ${CMAKE_SOURCE_DIR}/host/*.h)
+    ${CMAKE_SOURCE_DIR}/controlmap/*.h ${CMAKE_SOURCE_DIR}/plugin/*.h ${CMAKE_SOURCE_DIR}/console/*.h
+    ${CMAKE_SOURCE_DIR}/surface/*.h ${CMAKE_SOURCE_DIR}/host/*.h)
   set(units)
   foreach(h ${headers})
     string(REPLACE "/" "_" unit ${h})
@@ -71,6 +72,6 @@ function(tarn_check_headers_alone)
   endforeach()
   add_library(headers-alone OBJECT ${units})
   target_link_libraries(headers-alone PRIVATE tarn-flags Qt6::Widgets Qt6::Svg tarn-host-libs)
-  add_dependencies(headers-alone tarn-kernel tarn-plugin tarn-console mixhost)  # they make headers
+  add_dependencies(headers-alone tarn-kernel tarn-plugin tarn-console tarn-surface mixhost)  # they make headers
   target_compile_options(headers-alone PRIVATE -O0 -g0)
 endfunction()

@@ -149,8 +149,9 @@ void CControlMap::SendText(uint32_t function, int32_t channel, const std::u16str
             const auto room = static_cast<size_t>(std::max(row->maxValue, 0));
             if (at + room > size) continue;
             Message message{row->first, std::vector<uint8_t>(data, data + size)};
+            const std::u16string shown = FitText(text, room);
             for (size_t i = 0; i < room; i++) {
-                const char16_t c = i < text.size() ? text[i] : u' ';
+                const char16_t c = i < shown.size() ? shown[i] : u' ';
                 message.bytes[at + i] = c >= 0x20 && c < 0x7F ? static_cast<uint8_t>(c) : '?';
             }
             messages.push_back(std::move(message));

@@ -111,6 +111,14 @@ float ValueAfterSteps(float value, const MPFUNCTIONMAP& row) {
     return std::clamp(value + static_cast<float>(StepsFromEvent(row)) / way, 0.0f, 1.0f);
 }
 
+std::u16string FitText(std::u16string text, size_t room) {
+    for (const std::u16string_view dropped : {u" ", u"aeiou"})
+        for (size_t at = text.size(); text.size() > room && at-- > 1;)
+            if (dropped.find(text[at]) != dropped.npos) text.erase(at, 1);
+    text.resize(std::min(text.size(), room));
+    return text;
+}
+
 HRESULT Takeover(TakeoverState& state, float value, bool touched, const MPFUNCTIONMAP& row) {
     if (state.cached < 0 || touched) state.cached = value;
     MPFUNCTIONMAP copy = row;

@@ -4,6 +4,8 @@
 
 #include "controlmap/function_map.h"
 
+#include <string>
+
 /// 0..1 of the row's events. Without EFUNCFLAG_VALUE the given number, unchanged.
 float ValueFromEvent(float value, const MPFUNCTIONMAP& row);
 /// The number in the row's events, within MinValue..MaxValue.
@@ -25,6 +27,10 @@ inline constexpr uint32_t STEPS_OFFSET = 2;           ///< 65 one up, 63 one dow
 int32_t StepsFromEvent(const MPFUNCTIONMAP& row);
 /// The value so many steps on: `maxValue` steps (127 where it is 0) are the whole way.
 float ValueAfterSteps(float value, const MPFUNCTIONMAP& row);
+
+/// The text cut to a display's `room`: first spaces go, then small vowels from the end, then the end itself,
+/// so that names that differ at the end stay apart.
+std::u16string FitText(std::u16string text, size_t room);
 
 /// What is known of a parameter that a control moves.
 struct TakeoverState {

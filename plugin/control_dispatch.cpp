@@ -165,6 +165,7 @@ HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
 HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
     const bool suspends = rec->flags & SUSPEND_ON && !(ControlState() & CTRLSTATE_SUSPENDED);
     PutControlBits(CTRLSTATE_SUSPENDED, rec->flags & SUSPEND_ON);
+    SetControlBits(CTRLSTATE_WAKE);  // rows of the map may wait for the end of it
     // What the surface shows stands for as long as nothing follows.
     if (suspends && rec->flags & SUSPEND_REFRESH && m_map) m_map->RefreshStrips(true);
     return S_OK;

@@ -144,7 +144,8 @@ protected:
     HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_FALSE; }
     /// To the selected output port.
     void SendEvent(const MPEVENTREC& event) override;
-    void Wake() override { m_wake.Set(); }
+    /// The filter wakes the worker when it has seen all of its events.
+    void Wake() override {}
 
     /// The console's part of a channel change, under the main lock.
     virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;

@@ -156,6 +156,15 @@ TEST(MapValue, WhatIsEncodedIsDecoded) {
     EXPECT_EQ(row.first.byte2, 15);
 }
 
+TEST(MapValue, NamesAreCutSoThatTheyStayApart) {
+    EXPECT_EQ(FitText(u"Drums", 6), u"Drums");
+    EXPECT_EQ(FitText(u"Track 10", 6), u"Trck10");
+    EXPECT_EQ(FitText(u"Audio 7", 6), u"Audio7");
+    EXPECT_EQ(FitText(u"XXXXXXXX", 6), u"XXXXXX");
+    EXPECT_EQ(FitText(u"aaaaaaaa", 2), u"aa");
+    EXPECT_EQ(FitText(u"", 6), u"");
+}
+
 TEST(Takeovers, WaitUntilTheControlHasPassedTheValue) {
     TakeoverState state{0.5f, -1};
     const auto move = [&](uint8_t to, bool touched = false) {

@@ -1,5 +1,7 @@
 #include "console/console_plugin.h"
 
+#include "console/console_control_map.h"
+
 #include "platform/text.h"
 #include "plugin/module_state.h"
 
@@ -17,6 +19,13 @@ constexpr NamedPreference NAMED[] = {{u"ShowGroups", 0, &ModuleState::showGroups
                                      {u"UseSendPanFaders", 0, &ModuleState::useSendPanFaders}};
 
 constexpr uint32_t PREF_KEY_FORMAT = 100, PREF_FORMAT = 1015;
+struct ViewFlag {
+    uint32_t key, defaultValue;
+};
+/// Fader ticks; tracks, MIDI tracks, audio busses, input busses, soft synths, effects, master; region
+/// buttons, channel list, groups.
+constexpr ViewFlag VIEW_FLAG_KEYS[VIEW_FLAGS] = {{200, 1}, {203, 1}, {204, 1}, {205, 1}, {206, 1}, {207, 1},
+                                                 {208, 1}, {209, 1}, {210, 1}, {211, 1}, {212, 0}};
 constexpr uint32_t PREF_KEY_VU_SCALE = 201, PREF_KEY_METER_RANGE = 202;
 
 }  // namespace
@@ -37,6 +46,8 @@ HRESULT CConsoleControlPlugin::FinalConstruct() {
     CopyText(m_name, OPT_NAME_SIZE, u"Mixer Console");
     const HRESULT hr = COPTControlPlugin::FinalConstruct();
     if (Failed(hr)) return hr;
+    for (size_t i = 0; i < VIEW_FLAGS; i++) m_shown[i] = VIEW_FLAG_KEYS[i].defaultValue;
+    SetMap(new CConsoleControlMap(*this));
     return QmList_CreateExZ(&m_entries, 0, -1, -1, 0, 0, 0, 0);
 }
 
@@ -72,25 +83,26 @@ HRESULT CConsoleControlPlugin::LoadPreferences() {
     if (ControlPreference(nullptr, PREF_KEY_FORMAT, 0xFFFFFFFF) != PREF_FORMAT) return hr;
     m_vuScale = ControlPreference(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
     m_meterRange = ControlPreference(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
-    return hr;
+    for (size_t i = 0; i < VIEW_FLAGS; i++)
+        m_shown[i] = ControlPreference(nullptr, VIEW_FLAG_KEYS[i].key, VIEW_FLAG_KEYS[i].defaultValue);
+    const HRESULT groups = LoadGroups(m_groups, Store());
+    return Failed(groups) ? groups : hr;
+}
+
+GroupStore CConsoleControlPlugin::Store() {
+    return {[this](uint32_t key, uint32_t value) { return ControlPreference(nullptr, key, value); },
+            [this](uint32_t key) { return TextPreference(key); },
+            [this](uint32_t key, uint32_t value) { SetControlPreference(nullptr, key, value); },
+            [this](uint32_t key, const std::u16string& text) { SetTextPreference(key, text); }};
 }
 
 HRESULT CConsoleControlPlugin::SavePreferences() {
-    const auto save = [this](const char16_t* name, uint32_t key, uint32_t value) {
-        MPPREFREC pref{};
-        pref.size = sizeof pref;
-        pref.type = PREF_UINT;
-        pref.set = 1;
-        pref.section = Name();
-        pref.keyName = name;
-        pref.numericKey = key;
-        pref.number = value;
-        SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
-    };
-    for (const NamedPreference& row : NAMED) save(row.name, PREF_NAMED, ThisModule().*row.flag);
-    save(nullptr, PREF_KEY_FORMAT, PREF_FORMAT);
-    save(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
-    save(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
+    for (const NamedPreference& row : NAMED) SetControlPreference(row.name, 0, ThisModule().*row.flag);
+    SetControlPreference(nullptr, PREF_KEY_FORMAT, PREF_FORMAT);
+    SetControlPreference(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
+    SetControlPreference(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
+    for (size_t i = 0; i < VIEW_FLAGS; i++) SetControlPreference(nullptr, VIEW_FLAG_KEYS[i].key, m_shown[i]);
+    SaveGroups(m_groups, Store());
     return COPTControlPlugin::SavePreferences();
 }
 

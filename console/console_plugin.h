@@ -7,7 +7,11 @@
 #pragma once
 
 #include "console/console_view.h"
+#include "console/view_groups.h"
 #include "plugin/control_plugin.h"
+
+/// Switches of the view that are kept: fader ticks, kinds of channels, panes.
+inline constexpr size_t VIEW_FLAGS = 11;
 
 class CConsoleControlPlugin final : public COPTControlPlugin {
 public:
@@ -49,11 +53,15 @@ public:
     /// Display range of the peak meters, and scale of the VU meters: preferences 202 and 201.
     uint32_t MeterRange() const { return m_meterRange; }
     uint32_t VuScale() const { return m_vuScale; }
+    /// The first is the console's own state; none before one has been kept. [page-thread]
+    const ViewGroups& Groups() const { return m_groups; }
 
 protected:
     HRESULT UpdateEntry(const MPCTRLREC& rec) override;
+    void SendEvent(const MPEVENTREC&) override {}  // no MIDI side
 
 private:
+    GroupStore Store();
     void RequestRebuild();
     HRESULT RebuildChannels();
     HRESULT AddEntry(const MPCHANNELID& id);
@@ -71,6 +79,8 @@ private:
     MPCHANNELID m_companions[4] = {};
     uint32_t m_vuScale = 1800;
     uint32_t m_meterRange = 32768;
+    uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
+    ViewGroups m_groups;
 
     // Under the main lock.
     ConsoleView* m_view = nullptr;

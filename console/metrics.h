@@ -38,5 +38,10 @@ struct tConsoleMetrics {
 /// The process's metrics. [page-thread]
 tConsoleMetrics& ConsoleMetrics();
 
+/// The console's fonts, in the language of the module. [page-thread]
+ConsoleFontMeasures MeasureConsoleFonts();
+/// The process's metrics, computed where they have not been yet. [page-thread]
+tConsoleMetrics& MeasuredConsoleMetrics();
+
 /// Computes the metrics; channel widths that are already set stay. With `reset` all starts from the defaults.
 void ComputeMetrics(tConsoleMetrics& metrics, const ConsoleFontMeasures& fonts, bool reset);

@@ -17,19 +17,6 @@ constexpr int WINDOW_ID = 1000;
 constexpr uint32_t TICK_VALUES = 1, TICK_METERS = 2;
 constexpr SIZE SMALLEST_PAGE{400, 300};
 
-LONG TextWidth(int32_t font, const char16_t* text) { return QmGetTextExtent(QmGetUIFont(font), text, -1).cx; }
-
-ConsoleFontMeasures MeasureFonts() {
-    constexpr int32_t CONTROL = 100, SMALL = 110;
-    return {QmGetUIFontSize(CONTROL),
-            QmGetUIFontSize(SMALL),
-            TextWidth(SMALL, u"138.0"),
-            TextWidth(SMALL, u"-138.0"),
-            TextWidth(SMALL, ConsoleText(IDS_SILENCE)),
-            TextWidth(SMALL, u"-72.0"),
-            QmLang_GetLCID(ThisModule().texts) & LANG_PRIMARY_MASK};
-}
-
 }  // namespace
 
 class CConsoleMixerPage::PageWindow final : public MessageWindow {
@@ -106,8 +93,7 @@ HRESULT CConsoleMixerPage::GetPageInfo(PROPPAGEINFO* info) {
 }
 
 SIZE CConsoleMixerPage::IdealSize() const {
-    tConsoleMetrics& m = ConsoleMetrics();
-    if (m.nRowHeight == 0) ComputeMetrics(m, MeasureFonts(), false);
+    const tConsoleMetrics& m = MeasuredConsoleMetrics();
     const LONG g = m.nGap, r = m.nRowHeight, s = m.nSmallRowHeight;
     const LONG title = (m.nTitleExtraRows + 2) * g + r;
     const LONG reserved = r + 2 * g;
@@ -172,7 +158,7 @@ HRESULT CConsoleMixerPage::OnCreate() {
     InstallConsoleAccessibility();
     ApplyTheme(Theme::Dark);
     m_images = std::make_unique<ConsoleImages>();
-    ComputeMetrics(ConsoleMetrics(), MeasureFonts(), false);
+    ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     m_mixerView = std::make_unique<CMixerView>(*this, *m_console, *m_images);
     m_console->SetView(this);
     return m_mixerView->Create();
@@ -311,7 +297,7 @@ void CConsoleMixerPage::OnEntriesChanged() {
 }
 
 void CConsoleMixerPage::OnLookChanged(uint32_t) {
-    ComputeMetrics(ConsoleMetrics(), MeasureFonts(), false);
+    ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages();
     if (m_mixerView) m_mixerView->OnImagesChanged();

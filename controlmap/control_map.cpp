@@ -17,7 +17,10 @@ MPFUNCTIONMAP Waiting(const MPFUNCTIONMAP& row, const MPEVENTREC& event, const M
 }
 }  // namespace
 
-CControlMap::CControlMap(ControlMapSite& site, int32_t strips) : m_site(site) { SetChannelCount(strips); }
+CControlMap::CControlMap(ControlMapSite& site, int32_t strips, uint32_t bankFilter)
+    : m_site(site), m_bankFilter(bankFilter) {
+    SetChannelCount(strips);
+}
 
 CControlMap::~CControlMap() {
     Idle(true);

@@ -57,7 +57,7 @@ inline constexpr uint32_t kTargetReset = 2050;
 
 class CControlMap {
 public:
-    CControlMap(ControlMapSite& site, int32_t strips);
+    CControlMap(ControlMapSite& site, int32_t strips, uint32_t bankFilter = kBankFilterDefault);
     virtual ~CControlMap();
     CControlMap(const CControlMap&) = delete;
     CControlMap& operator=(const CControlMap&) = delete;
@@ -100,7 +100,7 @@ public:
     int32_t BankOffset() const { return m_bankOffset; }
     MPCHANNELID StripChannel(int32_t strip) const;
     /// Sends what changed since it was sent last; all of it with `everything`. [worker]
-    void RefreshStrips(bool everything);
+    virtual void RefreshStrips(bool everything);
     /// Lights or darkens a lamp of a function, if the surface has one. [worker]
     void SendLamp(uint32_t group, uint32_t function, int32_t channel, bool on, uint32_t index = kAnyIndex);
     static constexpr uint32_t kAnyIndex = 0xFFFFFFFF;
@@ -171,7 +171,7 @@ private:
 
     std::vector<Strip> m_strips;  // worker alone
     Strip m_master;
-    uint32_t m_bankFilter = kBankFilterDefault;
+    uint32_t m_bankFilter;
     int32_t m_bankOffset = 0;
     uint32_t m_target = 0;
     uint64_t m_sendTarget = 0;  ///< the send that controls act on; 0 leaves it to each channel

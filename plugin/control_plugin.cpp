@@ -235,6 +235,18 @@ uint32_t COPTControlPlugin::ControlPreference(const char16_t* name, uint32_t num
     return static_cast<uint32_t>(pref.number);
 }
 
+void COPTControlPlugin::SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value) {
+    MPPREFREC pref{};
+    pref.size = sizeof pref;
+    pref.type = PREF_UINT;
+    pref.set = 1;
+    pref.section = Name();
+    pref.keyName = name;
+    pref.numericKey = name ? PREF_NAMED : numericKey;
+    pref.number = value;
+    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+}
+
 HRESULT COPTControlPlugin::LoadPreferences() {
     struct NamedBit {
         const char16_t* name;

@@ -150,7 +150,11 @@ protected:
     /// The console's part of a channel change, under the main lock.
     virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;
 
+    /// A number that the host keeps, by name or by number.
     uint32_t ControlPreference(const char16_t* name, uint32_t numericKey, uint32_t defaultValue);
+    void SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value);
+    std::u16string TextPreference(uint32_t key);
+    void SetTextPreference(uint32_t key, std::u16string text);
     /// Queues on the host's thread for the replay; the common body of handlers without more to do there.
     HRESULT OnControlDeferred(const MPCTRLREC* rec);
     HQMLIST References() const { return m_refs; }
@@ -177,8 +181,6 @@ protected:
 private:
     void RunWorker();
     void RunMap();
-    std::u16string TextPreference(uint32_t key);
-    void SetTextPreference(uint32_t key, std::u16string text);
     void LoadPortChoice(uint32_t isOutput);
     void SavePortChoice(uint32_t isOutput);
     void SignalIfWanted();

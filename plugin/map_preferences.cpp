@@ -106,10 +106,7 @@ HRESULT COPTControlPlugin::SaveMaps() {
         SetTextPreference(KEY_MAP_PATH + saved, entry.path);
         saved++;
     }
-    MPPREFREC count = Record(Name(), KEY_MAP_COUNT, PREF_UINT);
-    count.set = 1;
-    count.number = saved;
-    SetHostProperty(MPPROP_PREFERENCE, &count, sizeof count);
+    SetControlPreference(nullptr, KEY_MAP_COUNT, saved);
     FUNCTIONMAPENTRY entry{};
     if (m_map->GetMap(m_map->CurrentMap(), &entry) == S_OK) SetTextPreference(KEY_CURRENT_MAP, entry.name);
     return S_OK;

@@ -88,7 +88,7 @@ TEST(FaderScale, AGainHasItsPlaceOnASurface) {
     constexpr int32_t kPlaces = 16383;
     for (int32_t tenths = -719; tenths <= 120; tenths++)
         EXPECT_NEAR(FaderShareOfGain(static_cast<float>(std::pow(10, tenths / 200.0))) * kPlaces,
-                    screen.Distance(tenths, kPlaces), 25)
+                    screen.Distance(tenths, kPlaces), 30)
             << tenths;
     for (int32_t place = 0; place <= kPlaces; place++) {
         const float share = static_cast<float>(place) / kPlaces;

@@ -140,6 +140,11 @@ TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
     edit([&] { host.Find(9)->order = -5; });
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 9, MASK_IDENTITY);
     EXPECT_TRUE(Eventually([&] { return Ids(*plugin) == std::vector<uint64_t>{9, 1, 2, 5, 3, 4}; }));
+    EXPECT_EQ(plugin->Map()->ChannelCount(), 8);
+    EXPECT_TRUE(Eventually([&] {
+        CriticalSectionLock lock(plugin->MainLock());
+        return plugin->Map()->StripChannel(0).channel == 9 && plugin->Map()->StripChannel(2).channel == 2;
+    })) << "the map's strips follow";
 
     edit([&] { host.Find(2)->name = u"Sub"; });
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_NAME);

@@ -15,7 +15,7 @@
 
 namespace {
 /// A surface of four strips without a scale: a fader's travel is the gain.
-class SurfacePlugin final : public COPTControlPlugin, ControlMapSite {
+class SurfacePlugin final : public COPTControlPlugin {
 public:
     explicit SurfacePlugin() : COPTControlPlugin(nullptr) { m_kindMask = KIND_AUDIO_TRACK | KIND_BUS; }
 
@@ -27,40 +27,21 @@ public:
     HRESULT UpdateEntry(const MPCTRLREC&) override { return S_OK; }
     const FunctionNames* MapNames() override { return &m_names; }
     void OnMapProblem(const std::string& problem) override { problems.push_back(problem); }
+    HRESULT OnCaptureEvent(const MPEVENTREC* event) override {
+        captured.push_back(*event);
+        return S_OK;
+    }
+    using COPTControlPlugin::ClearControlBits;
+    using COPTControlPlugin::SetControlBits;
     std::vector<std::string> problems;
+    std::vector<MPEVENTREC> captured;
 
-    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
-        return GetChannelRecord(id, rec, mask);
-    }
-    HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
-        return SetChannelRecord(id, rec, mask);
-    }
-    std::vector<BankChannel> Channels() override {
-        std::vector<BankChannel> channels;
-        int32_t count = 0;
-        GetChannelCount(&count);
-        for (int32_t i = 0; i < count; i++) {
-            MPCHANNELID id{};
-            MPCHANNELREC rec{};
-            if (GetChannelId(i, &id) == S_OK && GetChannelRecord(id, &rec, MASK_IDENTITY) == S_OK)
-                channels.push_back({id.channel, rec.kind});
-        }
-        return channels;
-    }
-    std::u16string ChannelName(const MPCHANNELID& id) override {
-        char16_t name[64] = {};
-        GetChannelName(id, SELECT_LONG_NAME, name, 64);
-        return name;
-    }
     float ShareOfGain(float gain) const override { return gain; }
     float GainOfShare(float share) const override { return share; }
-    uint32_t AutomationCapabilities() override { return 0; }
-    HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_FALSE; }
     void SendEvent(const MPEVENTREC& event) override {
         const std::scoped_lock lock(m_sentLock);
         m_sent.push_back(event);
     }
-    void Wake() override {}
 
     std::vector<MPEVENTREC> TakeSent() {
         const std::scoped_lock lock(m_sentLock);
@@ -182,6 +163,21 @@ TEST_F(PluginMap, EventsBecomeChangesOfTheHostAndAreTakenOut) {
     EXPECT_EQ(peeked.consumed.size(), 1u);
     const Stream other = Filter({Event(MPNOTE_ON, 16, 127)}, 0);
     EXPECT_EQ(other.events.size(), 1u) << "not its business";
+}
+
+TEST_F(PluginMap, CapturedEventsHaveNoEffectAndASuspendedMapWaits) {
+    plugin->SetControlBits(CTRLSTATE_CAPTURE);
+    EXPECT_TRUE(Filter({Event(MPNOTE_ON, 16, 127)}).consumed.empty());
+    ASSERT_EQ(plugin->captured.size(), 1u);
+    EXPECT_EQ(plugin->captured[0].byte1, 16);
+    plugin->ClearControlBits(CTRLSTATE_CAPTURE);
+
+    host.Control(MPCTRL_SUSPEND, SUSPEND_ON);
+    Filter({Event(MPNOTE_ON, 16, 127)});
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1, MASK_NAME);  // a round of the worker
+    EXPECT_EQ(host.Find(1)->switches, 0u);
+    host.Control(MPCTRL_SUSPEND, 0);
+    EXPECT_TRUE(Eventually([&] { return host.Find(1)->switches == SWITCH_MUTE; })) << "it waited";
 }
 
 TEST_F(PluginMap, ChangesOfTheHostReachTheSurface) {

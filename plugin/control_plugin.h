@@ -108,6 +108,11 @@ public:
     /// Null in a plug-in without one.
     CControlMap* Map() const { return m_map; }
     ComPtr<IMPCtrlChannels> CtrlChannels() const;
+    /// Null where the host has none.
+    ComPtr<IMPPlugInCatalog> CatalogHost() const;
+    /// The catalog as it was loaded: families, and the items of one. [any-thread]
+    std::vector<uint32_t> CatalogFamilies() const;
+    std::vector<uint32_t> CatalogItems(uint32_t family) const;
 
     // Readers of the reference list. All answer 1 without IMPCtrlChannels, for an index out of range and for
     // a zero id; a stale list is fetched first and its error passed on. [any-thread]

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "controlmap/map_edit.h"
-#include "plugin/control_plugin.h"
+#include "plugin/catalog_names.h"
 
 #include <optional>
 
@@ -82,7 +82,7 @@ private:
     bool UseOwnMap(FUNCTIONMAPENTRY& entry);
     void ShowTransport(uint32_t flags);
 
-    NameTable m_names;
+    CatalogNames m_names{*this};
 
     mutable std::mutex m_seenLock;  // guards the ones below
     GUID m_wantedPort[2] = {};      ///< by isOutput; zeros for none

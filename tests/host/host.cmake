@@ -7,7 +7,9 @@ tarn_test(test-host
     engine_mix_test.cpp
     engine_play_test.cpp
     engine_render_test.cpp
+    midi_message_test.cpp
     play_head_test.cpp
+    seats_test.cpp
     session_save_test.cpp
     session_test.cpp
     test_session.cpp

@@ -162,24 +162,38 @@ TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
     plugin->Terminate();
 }
 
-TEST(Lifecycle, DelayedDeletesAreDoneByTheWorker) {
-    FakeHost host;
-    AddChannels(host);
-    host.preferences[u"DelayDataDeletes"] = 1;
-    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
-    ASSERT_EQ(Initialise(*plugin, host), S_OK);
-    host.OpenProject();
-    {
-        CriticalSectionLock round(plugin->MainLock());  // the worker waits for it
-        host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 2, KIND_AUDIO_TRACK);
-        int32_t index = -1;
-        EXPECT_EQ(plugin->FindChannel(2, &index), S_OK) << "still there on the host's thread";
-    }
-    EXPECT_TRUE(Eventually([&] {
-        int32_t index = -1;
-        return plugin->FindChannel(2, &index) == S_FALSE;
-    }));
-    plugin->Terminate();
+TEST(Lifecycle, DelayedChangesAreDoneByTheWorker) {
+    struct Row {
+        const char16_t* preference;
+        uint32_t flag;
+        uint64_t channel, second;
+        uint64_t gone, come;  ///< channels after it; 0 for none
+    };
+    for (const Row& row : {Row{u"DelayDataDeletes", CHANGE_REMOVED, 2, 0, 2, 0},
+                           Row{u"DelayDataInserts", CHANGE_ADDED, 9, 0, 0, 9},
+                           Row{u"DelayDataReloads", CHANGE_CTRL_REPLACED, 2, 9, 2, 9}})
+        for (const bool delayed : {true, false}) {
+            SCOPED_TRACE(testing::Message() << row.flag << (delayed ? " delayed" : " at once"));
+            FakeHost host;
+            AddChannels(host);
+            if (delayed) host.preferences[row.preference] = 1;
+            ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+            ASSERT_EQ(Initialise(*plugin, host), S_OK);
+            host.OpenProject();
+            const auto isDone = [&] {
+                int32_t index = -1;
+                return (!row.gone || plugin->FindChannel(row.gone, &index) == S_FALSE) &&
+                       (!row.come || plugin->FindChannel(row.come, &index) == S_OK);
+            };
+            {
+                CriticalSectionLock round(plugin->MainLock());  // the worker waits for it
+                host.Control(MPCTRL_CHANNEL, row.flag, LEVEL_CHANNEL, row.channel, KIND_AUDIO_TRACK,
+                             row.second);
+                EXPECT_EQ(isDone(), !delayed) << "on the host's thread";
+            }
+            EXPECT_TRUE(Eventually(isDone));
+            plugin->Terminate();
+        }
 }
 
 TEST(Lifecycle, SurroundCompanionsHideBehindTheirHead) {

@@ -1,7 +1,7 @@
 // A control plug-in with a map: bytes of a surface through the event filter to the host's channels, and back.
 #include "controlmap/xml_function_map.h"
 #include "platform/text.h"
-#include "plugin/control_plugin.h"
+#include "plugin/catalog_names.h"
 #include "tests/controlmap/map_support.h"
 #include "tests/support/fake_host.h"
 
@@ -59,11 +59,16 @@ struct Stream : IMPEventStream {
     std::vector<uint32_t> consumed;
     uint32_t next = 0;
     bool filterEnded = false;
+    std::vector<uint64_t> ports;  ///< asked for last
 
     HRESULT QueryInterface(const GUID&, void**) override { return E_NOINTERFACE; }
     uint32_t AddRef() override { return 1; }
     uint32_t Release() override { return 1; }
-    HRESULT SetFilter(const MPFILTERKEY* key, uint32_t) override { return filterEnded = !key, S_OK; }
+    HRESULT SetFilter(const MPFILTERKEY* key, uint32_t) override {
+        filterEnded = !key;
+        if (key) ports.assign(key->ports, key->ports + key->count);
+        return S_OK;
+    }
     HRESULT First(MPEVENTREC* rec, uint32_t* cookie, uint32_t* more, uint32_t types) override {
         return Next(rec, cookie, more, types);
     }
@@ -269,4 +274,38 @@ TEST(PluginMaps, ComeBackWithTheNextRun) {
         ASSERT_EQ(plugin.problems.size(), 1u);
         EXPECT_NE(plugin.problems[0].find("tarn_map_test.xml"), std::string::npos) << plugin.problems[0];
     });
+}
+
+TEST(PluginMaps, HostFunctionsHaveTheNamesOfTheHostsCatalog) {
+    FakeHost host;
+    host.catalog = {{1, u"Filters"}, {2, u"Delays"}, {10, u"Low cut"}, {11, u"High cut"}, {20, u"Echo"}};
+    ComPtr<SurfacePlugin> plugin(new SurfacePlugin);
+    ASSERT_EQ(plugin->FinalConstruct(), S_OK);
+    uint32_t capabilities = 0;
+    ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities), S_OK);
+    EXPECT_EQ(plugin->CatalogFamilies(), (std::vector<uint32_t>{1, 2}));
+    EXPECT_EQ(plugin->CatalogItems(1), (std::vector<uint32_t>{10, 11}));
+    EXPECT_EQ(plugin->CatalogItems(7), std::vector<uint32_t>());
+    const CatalogNames names(*plugin);
+    EXPECT_EQ(names.HostFamilyName(2), "Delays");
+    EXPECT_EQ(names.HostFamilyNumber("Filters"), 1u);
+    EXPECT_EQ(names.HostFunctionName(1, 11), "High cut");
+    EXPECT_EQ(names.HostFunctionNumber(1, "Low cut"), 10u);
+    EXPECT_EQ(names.HostFunctionNumber(2, "Low cut"), 0u) << "of another family";
+    EXPECT_EQ(names.HostFamilyName(9), "");
+    plugin->Terminate();
+    EXPECT_EQ(names.HostFamilyName(2), "") << "the host has gone";
+}
+
+TEST_F(PluginMap, TheChosenPortAloneIsHeardAndTheHostToldOfIt) {
+    plugin->SelectPort(PORTS_INPUT, 9);
+    Stream stream;
+    stream.events = {Event(MPCNTRL_CHNG, 99, 1)};
+    MPFILTERINFO info{};
+    info.capabilities = CAPABILITY_CONTROL;
+    plugin->FilterEvents(&stream, &info);
+    EXPECT_EQ(stream.ports, std::vector<uint64_t>{9});
+    EXPECT_EQ(host.portRequests, (std::vector<std::pair<bool, uint64_t>>{
+                                     {true, 7}, {true, 7}, {false, 7}, {false, 7}, {true, 9}, {true, 7}}))
+        << "both ends of each use, of input and output";
 }

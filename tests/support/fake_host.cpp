@@ -3,7 +3,8 @@
 #include <algorithm>
 
 FakeHost::FakeHost() {
-    m_container.host = m_tree.host = m_store.host = m_times.host = m_ports.host = m_channels.host = this;
+    m_container.host = m_tree.host = m_store.host = m_times.host = m_ports.host = m_channels.host =
+        m_catalog.host = this;
     constexpr GUID POINTS[] = {IID_IMPNotificationSink, IID_IMPTimeSink, IID_IMPCtrlChannelSink};
     for (int i = 0; i < 3; i++) {
         m_points[i].host = this;
@@ -20,6 +21,7 @@ HRESULT FakeHost::Query(const GUID& iid, void** out) {
     if (iid == IID_IMPPortList) *out = static_cast<IMPPortList*>(&m_ports);
     if (iid == IID_IConnectionPointContainer) *out = static_cast<IConnectionPointContainer*>(&m_container);
     if (iid == IID_IMPCtrlChannels && !refuseCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
+    if (iid == IID_IMPPlugInCatalog && !catalog.empty()) *out = static_cast<IMPPlugInCatalog*>(&m_catalog);
     if (!*out) return E_NOINTERFACE;
     m_references++;
     return S_OK;
@@ -210,8 +212,13 @@ HRESULT FakeHost::Store::GetProperty(const GUID* id, uint32_t, uint32_t, uint32_
 
 HRESULT FakeHost::Store::SetProperty(const GUID* id, uint32_t, uint32_t size, const void* buffer) {
     if (host->Fails()) return E_FAIL;
-    if (*id != MPPROP_PREFERENCE || size != sizeof(MPPREFREC)) return E_FAIL;
     std::lock_guard guard(host->lock);
+    if (*id == MPPROP_PORTS_BEGIN || *id == MPPROP_PORTS_END) {
+        const auto* request = static_cast<const MPPORTREQUEST*>(buffer);
+        host->portRequests.emplace_back(*id == MPPROP_PORTS_BEGIN, request->port);
+        return S_OK;
+    }
+    if (*id != MPPROP_PREFERENCE || size != sizeof(MPPREFREC)) return E_FAIL;
     const auto* pref = static_cast<const MPPREFREC*>(buffer);
     const std::u16string key = KeyOf(*pref);
     const auto* bytes = static_cast<const uint8_t*>(pref->data);
@@ -299,5 +306,30 @@ HRESULT FakeHost::Channels::Set(const MPCHANNELID* id, uint32_t level, MPCHANNEL
         if (mask & MASK_AUTOMATION) channel->touched = rec->automation & AUTOMATION_TOUCH;
     }
     host->Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id->channel, mask & 0xFFF);
+    return S_OK;
+}
+
+HRESULT FakeHost::Catalog::First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
+    *id = level == LEVEL_CHANNEL ? 0 : *id * 10 - 1;
+    return Next(id, level, rec, more, 0);
+}
+
+HRESULT FakeHost::Catalog::Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
+    *more = 0;
+    if (host->Fails()) return E_FAIL;
+    // Families end at 10, and the items of one at the next family's.
+    const uint32_t end = level == LEVEL_CHANNEL ? 10 : *id + 10 - (*id + 1) % 10;
+    auto at = host->catalog.upper_bound(*id);
+    if (at == host->catalog.end() || at->first >= end) return S_FALSE;
+    *id = rec->id = at->first;
+    *more = ++at != host->catalog.end() && at->first < end;
+    return S_OK;
+}
+
+HRESULT FakeHost::Catalog::Get(uint32_t* id, uint32_t, MPCATALOGREC* rec, uint32_t flags) {
+    const auto at = host->catalog.find(*id);
+    if (at == host->catalog.end()) return S_FALSE;
+    rec->id = *id;
+    if (flags & CATALOG_NAMES) rec->name = CoTaskMemString(at->second.c_str());
     return S_OK;
 }

@@ -44,6 +44,8 @@ public:
     std::map<std::u16string, std::u16string> textPreferences;
     std::map<std::u16string, std::vector<uint8_t>> binaryPreferences;
     uint32_t transport = 0;
+    /// By id, families below 10, items from 10 times their family on; none: no catalog.
+    std::map<uint32_t, std::u16string> catalog;
     uint32_t channelMode = 0;
     bool refuseCtrlChannels = false;
 
@@ -53,6 +55,7 @@ public:
         MPCHANNELREC rec;
     };
     std::vector<SetCall> sets;
+    std::vector<std::pair<bool, uint64_t>> portRequests;  ///< begins or ends, port
 
     /// The call with this number from now on fails with E_FAIL, and only that one; 0 for none.
     void FailCall(int number) { m_calls = 0, m_failAt = number; }
@@ -132,6 +135,12 @@ private:
     struct Ports : Object<IMPPortList> {
         HRESULT GetPorts(uint32_t kind, MPPORTARRAY* out) override;
     };
+    struct Catalog : Object<IMPPlugInCatalog> {
+        HRESULT First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) override;
+        HRESULT Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) override;
+        HRESULT Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t flags) override;
+        HRESULT GetItemData(uint32_t*, void*) override { return E_NOTIMPL; }
+    };
     struct Channels : Object<IMPCtrlChannels> {
         HRESULT First(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC* rec, uint32_t* more, uint32_t kinds,
                       uint32_t) override;
@@ -166,4 +175,5 @@ private:
     Times m_times;
     Ports m_ports;
     Channels m_channels;
+    Catalog m_catalog;
 };

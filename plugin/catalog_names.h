@@ -1,0 +1,18 @@
+// The names of functions for map files: those of the name table, and the host's own from its catalog.
+#pragma once
+
+#include "controlmap/name_table.h"
+#include "plugin/control_plugin.h"
+
+class CatalogNames final : public NameTable {
+public:
+    explicit CatalogNames(const COPTControlPlugin& plugin) : m_plugin(plugin) {}
+
+    std::string HostFamilyName(uint32_t family) const override;
+    uint32_t HostFamilyNumber(std::string_view name) const override;
+    std::string HostFunctionName(uint32_t family, uint32_t function) const override;
+    uint32_t HostFunctionNumber(uint32_t family, std::string_view name) const override;
+
+private:
+    const COPTControlPlugin& m_plugin;
+};

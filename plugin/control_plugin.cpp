@@ -179,30 +179,20 @@ void COPTControlPlugin::RunWorker() {
 void COPTControlPlugin::RunMap() {
     if (std::exchange(m_mapLayoutStale, false)) m_map->LayoutBank(m_map->BankOffset());
     m_workerWait = m_map->Idle(false);
-    if (std::exchange(m_mapValuesStale, false)) m_map->RefreshStrips(false);
+    if (!m_mapValuesStale) return;
+    // A fader that is drawn on the screen changes more often than a cable of MIDI can tell.
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_mapRefreshed < std::chrono::milliseconds(kIdleBusy)) {
+        m_workerWait = kIdleBusy;
+        return;
+    }
+    m_mapRefreshed = now;
+    m_mapValuesStale = false;
+    m_map->RefreshStrips(false);
 }
 
 void COPTControlPlugin::SignalIfWanted() {
     if (m_control.fetch_and(~CTRLSTATE_WAKE) & CTRLSTATE_WAKE) m_wake.Set();
-}
-
-HRESULT COPTControlPlugin::RequestPorts(uint32_t ending, uint32_t mode) {
-    std::lock_guard lock(m_requestLock);
-    const auto send = [&](uint32_t isOutput, uint32_t kind, uint32_t portMode) {
-        // The selection may have moved on since the use began.
-        MPPORTREQUEST request{};
-        request.kind = kind;
-        request.port = ending ? std::exchange(m_requestedPort[isOutput], 0) : GetPort(isOutput);
-        request.mode = portMode;
-        request.pluginName = Name();
-        if (!ending) m_requestedPort[isOutput] = request.port;
-        if (request.port)
-            SetHostProperty(ending ? MPPROP_PORTS_END : MPPROP_PORTS_BEGIN, &request, sizeof request,
-                            MPPROP_TABLE);
-    };
-    send(PORTS_INPUT, PORTREQUEST_INPUT, mode);
-    send(PORTS_OUTPUT, PORTREQUEST_OUTPUT, PORTMODE_OUTPUT);
-    return S_OK;
 }
 
 HRESULT COPTControlPlugin::GetProjectInfo() {

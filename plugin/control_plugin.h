@@ -14,6 +14,7 @@
 #include "controlmap/name_table.h"
 #include "plugin/opt_plugin.h"
 
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -61,6 +62,7 @@ public:
     HRESULT SetFilterState(uint32_t state) override;
     HRESULT OnNotify(const MPNOTIFYREC* rec, uint32_t post) override;
     HRESULT OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) override;
+    HRESULT OnPortsChange(const MPNOTIFYREC* rec, uint32_t post) override;
     HRESULT OnProjectReload(const MPNOTIFYREC* rec, uint32_t post) override;
     HRESULT DrainNotifications(uint32_t discard) override;
     HRESULT QueueNotification(const MPNOTIFYREC* rec) override;
@@ -131,8 +133,9 @@ public:
 
     CriticalSection& MainLock() const { return m_mainLock; }
 
-    /// Uses another MIDI port, 0 for none; the host is told, and the surface shown its state. [any-thread]
-    void SelectPort(uint32_t isOutput, uint64_t port);
+    /// The user's choice of a MIDI port, 0 for none: kept, and taken up again when a port that went comes
+    /// back. [any-thread]
+    void ChoosePort(uint32_t isOutput, uint64_t port);
 
 protected:
     // ControlMapSite: what a map asks of the plug-in. Called under the main lock, but SendEvent and Wake.
@@ -186,7 +189,9 @@ protected:
 private:
     void RunWorker();
     void RunMap();
-    void LoadPortChoice(uint32_t isOutput);
+    void SelectPort(uint32_t isOutput, uint64_t port);
+    void UsePort(uint32_t isOutput, uint64_t port);
+    HRESULT LoadPortChoice(uint32_t isOutput);
     void SavePortChoice(uint32_t isOutput);
     void SignalIfWanted();
     void DestroyReferences();
@@ -208,6 +213,7 @@ private:
     CControlMap* m_map = nullptr;
     bool m_mapLayoutStale = false;  ///< channels came, went or moved; under the main lock
     bool m_mapValuesStale = false;
+    std::chrono::steady_clock::time_point m_mapRefreshed{};
     ComPtr<CMPControlSurfaceDriver> m_driver;
     mutable CriticalSection m_mainLock;
     MPPROJECTINFO m_projectInfo{};
@@ -222,9 +228,10 @@ private:
     uint32_t m_filterTypes = 4095;
     HQMLIST m_catalog = nullptr;
 
-    mutable std::mutex m_ctrlLock;  ///< guards the four below; never held across a call
+    mutable std::mutex m_ctrlLock;  ///< guards the five below; never held across a call
     std::vector<uint64_t> m_portFilter;
     ComPtr<IMPEventOutput> m_eventOutput;
+    GUID m_chosenPort[2] = {};         ///< by isOutput, zeros for none; may not be there now
     std::mutex m_requestLock;          ///< one request of ports at a time
     uint64_t m_requestedPort[2] = {};  ///< by isOutput: what the host was told to begin with
     ComPtr<IMPCtrlChannels> m_ctrlChannels;

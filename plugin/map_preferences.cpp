@@ -1,5 +1,5 @@
-// What a control plug-in keeps between runs: its ports, and the function maps in use with the current one. In
-// the host's preferences, in the section named after the plug-in.
+// The function maps in use and the current one, kept between runs in the host's preferences, in the section
+// named after the plug-in.
 #include "controlmap/xml_function_map.h"
 #include "plugin/control_plugin.h"
 
@@ -8,8 +8,7 @@
 #include <algorithm>
 
 namespace {
-constexpr uint32_t KEY_OUTPUT_PORT = 100, KEY_INPUT_PORT = 101, KEY_MAP_COUNT = 102, KEY_CURRENT_MAP = 103,
-                   KEY_MAP_NAME = 200, KEY_MAP_PATH = 400;
+constexpr uint32_t KEY_MAP_COUNT = 102, KEY_CURRENT_MAP = 103, KEY_MAP_NAME = 200, KEY_MAP_PATH = 400;
 constexpr uint32_t MOST_MAPS = KEY_MAP_PATH - KEY_MAP_NAME;
 
 MPPREFREC Record(const char16_t* section, uint32_t key, uint32_t type) {
@@ -34,34 +33,6 @@ void COPTControlPlugin::SetTextPreference(uint32_t key, std::u16string text) {
     MPPREFREC pref = Record(Name(), key, PREF_STRING);
     pref.set = 1;
     pref.data = text.data();
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
-}
-
-void COPTControlPlugin::LoadPortChoice(uint32_t isOutput) {
-    GUID guid{};
-    MPPREFREC pref = Record(Name(), isOutput ? KEY_OUTPUT_PORT : KEY_INPUT_PORT, PREF_BINARY);
-    pref.data = &guid;
-    pref.dataSize = sizeof guid;
-    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK || guid == GUID{}) return;
-    const std::vector<PortRow> ports = CopyPorts(isOutput);
-    const auto port = std::ranges::find(ports, guid, &PortRow::guid);
-    if (port == ports.end()) return;
-    SetPort(isOutput, port->id);
-    if (!isOutput) {
-        std::lock_guard lock(m_ctrlLock);
-        m_portFilter = {port->id};
-    }
-}
-
-void COPTControlPlugin::SavePortChoice(uint32_t isOutput) {
-    const std::vector<PortRow> ports = CopyPorts(isOutput);
-    const auto port = std::ranges::find(ports, GetPort(isOutput), &PortRow::id);
-    if (port == ports.end()) return;
-    GUID guid = port->guid;
-    MPPREFREC pref = Record(Name(), isOutput ? KEY_OUTPUT_PORT : KEY_INPUT_PORT, PREF_BINARY);
-    pref.set = 1;
-    pref.data = &guid;
-    pref.dataSize = sizeof guid;
     SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
 }
 

@@ -76,19 +76,3 @@ void COPTControlPlugin::SendEvent(const MPEVENTREC& event) {
     const uint64_t port = GetPort(PORTS_OUTPUT);
     if (output && port) output->Send(port, &event);
 }
-
-// Outside the main lock: opening a device may take its time.
-void COPTControlPlugin::SelectPort(uint32_t isOutput, uint64_t port) {
-    const bool active = ControlState() & CTRLSTATE_ACTIVE;
-    if (active) RequestPorts(1, 0);
-    SetPort(isOutput, port);
-    if (!isOutput) {
-        std::lock_guard lock(m_ctrlLock);
-        // An empty filter would let the events of all ports through.
-        m_portFilter = {port};
-    }
-    if (!active) return;
-    RequestPorts(0, PORTMODE_INPUT);
-    CriticalSectionLock lock(m_mainLock);
-    if (isOutput && m_map) m_map->RefreshStrips(true);
-}

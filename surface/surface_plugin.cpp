@@ -52,17 +52,6 @@ HRESULT CSurfacePlugin::GetPages(CAUUID* pages) {
     return S_OK;
 }
 
-HRESULT CSurfacePlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32_t flags, uint32_t reserved,
-                                   uint32_t* capabilities) {
-    const HRESULT hr = COPTControlPlugin::Initialise(host, hostSite, flags, reserved, capabilities);
-    if (Failed(hr)) return hr;
-    const std::scoped_lock lock(m_seenLock);
-    for (const uint32_t isOutput : {PORTS_INPUT, PORTS_OUTPUT})
-        for (const Port& port : Ports(isOutput))
-            if (port.id == GetPort(isOutput)) m_wantedPort[isOutput] = port.guid;
-    return hr;
-}
-
 // Maps
 // -------------------------------------------------------------------------------------------------------------
 
@@ -220,35 +209,6 @@ bool CSurfacePlugin::Undo() {
     if (m_undo.empty() || !Write(m_undo.back())) return false;
     m_undo.pop_back();
     return true;
-}
-
-// Ports
-// ------------------------------------------------------------------------------------------------------------
-
-void CSurfacePlugin::ChoosePort(uint32_t isOutput, uint64_t port) {
-    const std::vector<Port> ports = Ports(isOutput);
-    const auto at = std::ranges::find(ports, port, &Port::id);
-    {
-        const std::scoped_lock lock(m_seenLock);
-        m_wantedPort[isOutput] = at == ports.end() ? GUID{} : at->guid;
-    }
-    SelectPort(isOutput, port);
-}
-
-// A surface that was unplugged is used again when it comes back, and no other takes its place meanwhile.
-HRESULT CSurfacePlugin::OnPortsChange(const MPNOTIFYREC* rec, uint32_t post) {
-    const HRESULT hr = COPTControlPlugin::OnPortsChange(rec, post);
-    for (const uint32_t isOutput : {PORTS_INPUT, PORTS_OUTPUT}) {
-        GUID wanted;
-        {
-            const std::scoped_lock lock(m_seenLock);
-            wanted = m_wantedPort[isOutput];
-        }
-        const std::vector<Port> ports = Ports(isOutput);
-        const auto at = std::ranges::find(ports, wanted, &Port::guid);
-        SelectPort(isOutput, at == ports.end() ? 0 : at->id);
-    }
-    return hr;
 }
 
 // Events, and what the host does itself

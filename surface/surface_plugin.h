@@ -18,10 +18,7 @@ public:
 
     HRESULT FinalConstruct() override;
     HRESULT GetPages(CAUUID* pages) override;
-    HRESULT Initialise(IUnknown* host, IUnknown* hostSite, uint32_t flags, uint32_t reserved,
-                       uint32_t* capabilities) override;
     HRESULT LoadMaps() override;
-    HRESULT OnPortsChange(const MPNOTIFYREC* rec, uint32_t post) override;
     HRESULT OnTransportFlags(const MPCTRLREC* rec, uint32_t post) override;
     HRESULT OnCaptureEvent(const MPEVENTREC* event) override;
     void OnEventSeen(const MPEVENTREC& event, bool taken) override;
@@ -32,8 +29,6 @@ public:
 
     using Port = PortRow;
     std::vector<Port> Ports(uint32_t isOutput) const { return CopyPorts(isOutput); }
-    /// 0 for none; kept, and taken up again when the port comes back.
-    void ChoosePort(uint32_t isOutput, uint64_t port);
 
     struct MapName {
         std::u16string name;
@@ -85,7 +80,6 @@ private:
     CatalogNames m_names{*this};
 
     mutable std::mutex m_seenLock;  // guards the ones below
-    GUID m_wantedPort[2] = {};      ///< by isOutput; zeros for none
     Seen m_seen{};
     LearnTarget m_target{};
     ControlKind m_kind = ControlKind::Absolute;

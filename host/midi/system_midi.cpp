@@ -34,6 +34,15 @@ void Ask(RtMidi& port, Errors& errors) {
     errors.Throw();
 }
 
+/// ALSA puts the numbers of client and port behind a name. They change from one start to the next, and a port
+/// is known again by its name.
+std::string WithoutNumbers(std::string name) {
+    const size_t at = name.find_last_of(' ');
+    if (at == std::string::npos || name.find(':', at) == std::string::npos) return name;
+    if (name.find_first_not_of("0123456789:", at + 1) == std::string::npos) name.resize(at);
+    return name;
+}
+
 class SystemInput final : public MidiInput {
 public:
     SystemInput(RtMidi::Api api, MidiDriver::OnBytes onBytes)
@@ -112,7 +121,7 @@ private:
         }
         std::vector<std::string> names = {own};
         for (unsigned i = 0, count = list.getPortCount(); i < count; i++) {
-            const std::string name = list.getPortName(i);
+            const std::string name = WithoutNumbers(list.getPortName(i));
             if (name.empty() || name.starts_with(CLIENT)) continue;  // another one's place, or our own
             names.push_back(name);
             places.push_back(i);

@@ -72,11 +72,11 @@ bool Eventually(F condition) {
 }  // namespace
 
 TEST(Seats, ControlsAndPreferencesGoToTheirOwn) {
+    Sink sinks[2];  // outlive the connections
     Project project(
         EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}});
     const Project::Seat mix = project.NewSeat(Project::Keeps::ForSession);
     const Project::Seat surface = project.NewSeat(Project::Keeps::ForUser);
-    Sink sinks[2];
     uint32_t cookies[2] = {};
     for (int i = 0; i < 2; i++) {
         const auto points =

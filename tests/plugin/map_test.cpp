@@ -298,14 +298,18 @@ TEST(PluginMaps, HostFunctionsHaveTheNamesOfTheHostsCatalog) {
 }
 
 TEST_F(PluginMap, TheChosenPortAloneIsHeardAndTheHostToldOfIt) {
-    plugin->SelectPort(PORTS_INPUT, 9);
+    plugin->ChoosePort(PORTS_INPUT, 0);
     Stream stream;
     stream.events = {Event(MPCNTRL_CHNG, 99, 1)};
     MPFILTERINFO info{};
     info.capabilities = CAPABILITY_CONTROL;
     plugin->FilterEvents(&stream, &info);
-    EXPECT_EQ(stream.ports, std::vector<uint64_t>{9});
-    EXPECT_EQ(host.portRequests, (std::vector<std::pair<bool, uint64_t>>{
-                                     {true, 7}, {true, 7}, {false, 7}, {false, 7}, {true, 9}, {true, 7}}))
+    EXPECT_EQ(stream.ports, std::vector<uint64_t>{0}) << "none";
+    plugin->ChoosePort(PORTS_INPUT, 7);
+    EXPECT_EQ(host.portRequests,
+              (std::vector<std::pair<bool, uint64_t>>{
+                  {true, 7}, {true, 7}, {false, 7}, {false, 7}, {true, 7}, {false, 7}, {true, 7}, {true, 7}}))
         << "both ends of each use, of input and output";
+    host.Notify(MPNOTIFY_PORTS);
+    EXPECT_EQ(host.portRequests.size(), 8u) << "nothing has changed";
 }

@@ -100,8 +100,15 @@ SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
     grid->setRowStretch(2, 1);
+    for (QPushButton* button : {m_learn, m_forget, m_undo})
+        button->setAutoDefault(false);  // Enter is the table's
     m_problem->setWordWrap(true);
     m_problem->setTextFormat(Qt::PlainText);
+
+    // As they are read.
+    QWidget* order[] = {
+        m_ports[PORTS_INPUT], m_ports[PORTS_OUTPUT], m_maps, m_knob, m_table, m_learn, m_forget, m_undo};
+    for (size_t i = 1; i < std::size(order); i++) setTabOrder(order[i - 1], order[i]);
 
     connect(m_maps, &QComboBox::activated, this, [this](int index) {
         m_plugin->EndLearning();
@@ -135,6 +142,7 @@ void SurfaceForm::MakeTable() {
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->setTabKeyNavigation(false);
+    m_table->setAlternatingRowColors(true);
     m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     for (int column = 0; column <= SURFACE_STRIPS; column++) {
         const int32_t strip = column == SURFACE_STRIPS ? STRIP_MASTER : column;

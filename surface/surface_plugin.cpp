@@ -194,6 +194,9 @@ bool CSurfacePlugin::FinishLearning() {
     Assign(rows, target, *learnt, kind);
     if (!Write(rows)) return false;
     m_undo.push_back(before);
+    // The line of the last event tells what the control does now.
+    const std::scoped_lock lock(m_seenLock);
+    m_seen = {*learnt, RowsOfControl(target, *learnt, kind).front(), m_seen.count + 1};
     return true;
 }
 
@@ -246,18 +249,21 @@ HRESULT CSurfacePlugin::CallHost(const MPFUNCTIONMAP& row) {
     return row.group == GROUP_TRANSPORT ? RunTransport(*this, row.function) : S_FALSE;
 }
 
-void CSurfacePlugin::ShowTransport(uint32_t flags) {
+void CSurfacePlugin::ShowTransport(bool everything) {
+    uint32_t flags = 0, lamps = 0;
+    if (GetHostProperty(MPPROP_TRANSPORT, &flags, sizeof flags) != S_OK) return;
     for (uint32_t function = TRANSPORT_PLAY; function <= TRANSPORT_LOOP_SWITCH; function++)
-        Map()->SendLamp(GROUP_TRANSPORT, function, 0, TransportLamp(function, flags));
+        if (TransportLamp(function, flags)) lamps |= 1u << function;
+    const uint32_t changed = everything ? ~0u : lamps ^ m_transportLamps;
+    m_transportLamps = lamps;
+    for (uint32_t function = TRANSPORT_PLAY; function <= TRANSPORT_LOOP_SWITCH; function++)
+        if (changed & 1u << function) Map()->SendLamp(GROUP_TRANSPORT, function, 0, lamps & 1u << function);
 }
 
-void CSurfacePlugin::OnRefresh() {
-    uint32_t flags = 0;
-    if (GetHostProperty(MPPROP_TRANSPORT, &flags, sizeof flags) == S_OK) ShowTransport(flags);
-}
+void CSurfacePlugin::OnRefresh() { ShowTransport(true); }
 
 HRESULT CSurfacePlugin::OnTransportFlags(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
-    OnRefresh();
+    ShowTransport(false);
     return S_OK;
 }

@@ -75,7 +75,7 @@ private:
     void LoadMapFolder(const std::filesystem::path& folder, uint32_t flags);
     bool Write(const FunctionRows& rows);
     bool UseOwnMap(FUNCTIONMAPENTRY& entry);
-    void ShowTransport(uint32_t flags);
+    void ShowTransport(bool everything);
 
     CatalogNames m_names{*this};
 
@@ -86,5 +86,6 @@ private:
     std::optional<MPEVENTREC> m_learnt;
     std::string m_problem;
 
+    uint32_t m_transportLamps = 0;  ///< bit a function: lit; under the main lock
     std::vector<FunctionRows> m_undo;
 };

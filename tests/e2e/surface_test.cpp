@@ -127,11 +127,15 @@ protected:
             keep(KEY_PATH, path);
         }
         project->SetUserPreferences(all);
+        Start();
+        auto* bytes = dynamic_cast<BytesCable*>(cable.get());
+        ASSERT_TRUE(!bytes || Eventually([&] { return bytes->IsOpen(); }));
+    }
+    /// With the preferences that there are.
+    void Start() {
         plugin = std::make_unique<Plugin>(TARN_SURFACE_MODULE, *project, Project::Keeps::ForUser);
         project->AddFilter(&last);
         plugin->ProjectOpened();
-        auto* bytes = dynamic_cast<BytesCable*>(cable.get());
-        ASSERT_TRUE(!bytes || Eventually([&] { return bytes->IsOpen(); }));
     }
     void Unload() {
         if (!plugin) return;
@@ -301,6 +305,8 @@ TEST_F(Surface, ComesBackWhenItIsPluggedInAgain) {
     ASSERT_TRUE(Eventually([&] { return bytes.IsOpen() && MotorPlace(0) >= 0; }));
     bytes.Plug(false);
     ASSERT_TRUE(Eventually([&] { return !bytes.IsOpen(); }));
+    Unload();
+    Start();  // without it, it is waited for
     Forget();
     bytes.Plug(true);
     ASSERT_TRUE(Eventually([&] { return bytes.IsOpen() && std::abs(MotorPlace(0) - UNITY) <= 1; }))

@@ -171,8 +171,11 @@ HRESULT COPTControlPlugin::LoadPortEntries(HQMLIST* list, uint32_t kind) {
 HRESULT COPTControlPlugin::OnChannelChange(const MPCTRLREC* rec, uint32_t post) {
     if (!(ControlState() & CTRLSTATE_INITIALISED) || !m_refs) return S_FALSE;
     if (m_map) {
-        // The worker brings the strips in step, whichever thread applies the change.
-        (rec->flags & CHANGE_ATTRIBUTES ? m_mapValuesStale : m_mapLayoutStale) = true;
+        // The worker brings the strips in step, whichever thread applies the change. Places and the switch
+        // that hides are attributes as well.
+        const bool valuesAlone =
+            rec->flags & CHANGE_ATTRIBUTES && !(rec->kindMask & (MASK_IDENTITY | MASK_SWITCHES));
+        (valuesAlone ? m_mapValuesStale : m_mapLayoutStale) = true;
         SetControlBits(CTRLSTATE_WAKE);
     }
     if (!post) return ApplyChannelChange(*rec);

@@ -131,7 +131,7 @@ QComboBox* SurfaceForm::MakePorts(uint32_t isOutput) {
     auto* box = new QComboBox(this);
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(box, &QComboBox::activated, this, [this, isOutput](int index) {
-        m_plugin->ChoosePort(isOutput, m_ports[isOutput]->itemData(index).toULongLong());
+        m_plugin->PickPort(isOutput, m_ports[isOutput]->itemData(index).toULongLong());
     });
     return box;
 }

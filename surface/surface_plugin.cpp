@@ -94,6 +94,12 @@ void CSurfacePlugin::ChooseMap(int32_t index) {
     m_undo.clear();
     Map()->SelectMap(index);
     Map()->RefreshStrips(true);
+    SavePreferences();
+}
+
+void CSurfacePlugin::PickPort(uint32_t isOutput, uint64_t port) {
+    ChoosePort(isOutput, port);
+    SavePreferences();
 }
 
 FunctionRows CSurfacePlugin::CurrentRows() const {
@@ -148,6 +154,7 @@ bool CSurfacePlugin::Write(const FunctionRows& rows) {
     const auto at = std::ranges::find(maps, name, &MapName::name);
     Map()->SelectMap(static_cast<int32_t>(at - maps.begin()));
     Map()->RefreshStrips(true);
+    SavePreferences();
     OnMapProblem({});
     return true;
 }

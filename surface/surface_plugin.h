@@ -25,17 +25,17 @@ public:
 
     const NameTable& Names() const { return m_names; }
 
-    // What the page shows and does. [page-thread]
+    // What the page shows and does. What is chosen is kept at once. [page-thread]
 
     using Port = PortRow;
     std::vector<Port> Ports(uint32_t isOutput) const { return CopyPorts(isOutput); }
+    void PickPort(uint32_t isOutput, uint64_t port);
 
     struct MapName {
         std::u16string name;
         bool builtIn;
     };
     std::vector<MapName> Maps() const;
-    /// -1 for none.
     void ChooseMap(int32_t index);
 
     /// The last event, and what it did.

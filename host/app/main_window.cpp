@@ -242,6 +242,10 @@ void MainWindow::MakeStatusLine() {
 
 void MainWindow::Refresh() {
     m_transport->Refresh();
+    if (const uint64_t changes = m_project.UserPreferenceChanges(); changes != m_keptPreferences) {
+        m_keptPreferences = changes;  // kept at once: nobody knows how a program ends
+        m_settings.SetPluginPreferences(FormatPreferences(m_project.UserPreferences()));
+    }
     RefreshMidi();
     ProjectStatus status = m_project.Status();
     const EngineStatus& engine = status.engine;

@@ -64,6 +64,7 @@ private:
     TransportBar* m_transport;
     PageHost* m_pageHost;
     QLabel* m_device;
+    uint64_t m_keptPreferences = 0;
     QLabel* m_midi;
     QLabel* m_load;
     QLabel* m_dropouts;

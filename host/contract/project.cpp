@@ -205,6 +205,7 @@ MidiPorts* Project::Midi() { return m_impl->core->midi.get(); }
 Preferences Project::UserPreferences() const {
     return m_impl->core->WithPreferences(true, [](const Preferences& p) { return p; });
 }
+uint64_t Project::UserPreferenceChanges() const { return m_impl->core->userPreferenceChanges; }
 void Project::SetUserPreferences(Preferences preferences) {
     m_impl->core->WithPreferences(true, [&](Preferences& p) { p = std::move(preferences); });
 }

@@ -102,6 +102,7 @@ public:
     /// Null without MIDI.
     MidiPorts* Midi();
     Preferences UserPreferences() const;
+    uint64_t UserPreferenceChanges() const;  ///< by plug-ins, so far
     void SetUserPreferences(Preferences preferences);
 
 private:

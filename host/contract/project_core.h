@@ -60,6 +60,7 @@ public:
         std::lock_guard lock(m_lock);
         return work(ofUser ? m_userPreferences : m_session.preferences);
     }
+    std::atomic<uint64_t> userPreferenceChanges{0};
 
     /// Plug-ins that see what comes in. After RemoveFilter has returned the filter is not called any more.
     void AddFilter(IMPEventFilter* filter);

@@ -84,6 +84,7 @@ HRESULT SetPreference(ProjectCore& core, bool ofUser, const MPPREFREC& pref) {
         } catch (const SessionError&) {
             return E_INVALIDARG;
         }
+        if (ofUser && all != tried.preferences) core.userPreferenceChanges++;
         all = std::move(tried.preferences);
         return S_OK;
     });

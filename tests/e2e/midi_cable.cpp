@@ -2,6 +2,7 @@
 
 #include <rtmidi/RtMidi.h>
 
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,6 +89,7 @@ public:
         ::setenv("JACK_NO_START_SERVER", "1", 1);
         m_process = ::fork();
         if (m_process != 0) return;
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);  // not left behind, whatever happens
         ::freopen("/dev/null", "w", stdout);
         ::freopen("/dev/null", "w", stderr);
         ::execlp("jackd", "jackd", "--no-realtime", "-n", name.c_str(), "-d", "dummy", nullptr);

@@ -93,6 +93,8 @@ TEST(Seats, ControlsAndPreferencesGoToTheirOwn) {
 
     int64_t number = 7;
     EXPECT_EQ(Preference(surface.host.Get(), true, &number), S_OK);
+    EXPECT_EQ(Preference(surface.host.Get(), true, &number), S_OK);
+    EXPECT_EQ(project.UserPreferenceChanges(), 1u) << "the same again is no change";
     number = 1;
     EXPECT_EQ(Preference(mix.host.Get(), false, &number), S_OK);
     EXPECT_EQ(number, 1) << "the session has none";

@@ -8,13 +8,14 @@
 
 // Functions that are neither a parameter nor a switch.
 inline constexpr uint32_t MIXFUNC_BANK_NEXT = 1, MIXFUNC_BANK_PREVIOUS = 2, MIXFUNC_CHANNEL_NEXT = 3,
-                          MIXFUNC_CHANNEL_PREVIOUS = 4, MIXFUNC_VOLUME = 7, MIXFUNC_PAN = 12,
-                          MIXFUNC_SEND = 22, MIXFUNC_MUTE = 27, MIXFUNC_SEND_TARGET = 29,
+                          MIXFUNC_CHANNEL_PREVIOUS = 4, MIXFUNC_VOLUME_TOUCH = 5, MIXFUNC_VOLUME = 7,
+                          MIXFUNC_PAN = 12, MIXFUNC_SEND = 22, MIXFUNC_SELECT = 25, MIXFUNC_SOLO = 26,
+                          MIXFUNC_MUTE = 27, MIXFUNC_ARM = 28, MIXFUNC_SEND_TARGET = 29,
                           MIXFUNC_OUTPUT_TARGET = 30, MIXFUNC_INPUT_ROUTE = 37, MIXFUNC_OUTPUT_ROUTE = 38,
-                          MIXFUNC_AUX = 41, MIXFUNC_AUTOMATION_STEP = 52,
-                          MIXFUNC_CHAIN = 53,  ///< `index` is the slot
-    MIXFUNC_SURFACE_SWITCH = 62, MIXFUNC_SEND_SWITCH = 65,
-                          MIXFUNC_NAME = 66;  ///< sends only: the channel's name as text
+                          MIXFUNC_AUX = 41, MIXFUNC_AUTOMATION_STEP = 52, MIXFUNC_SURFACE_SWITCH = 62,
+                          MIXFUNC_SEND_SWITCH = 65;
+inline constexpr uint32_t MIXFUNC_CHAIN = 53;  ///< `index` is the slot
+inline constexpr uint32_t MIXFUNC_NAME = 66;   ///< sends only: the channel's name as text
 
 /// A value that a control moves.
 struct MixerParameter {
@@ -27,7 +28,7 @@ struct MixerParameter {
     bool hasInputSide;                  ///< follows the map's target: MASK_INPUT_SIDE
 };
 inline constexpr MixerParameter kMixerParameters[] = {
-    {5, 6, MIXFUNC_VOLUME, MASK_VOLUME, 0, 0, &MPCHANNELREC::volume, true, true},
+    {MIXFUNC_VOLUME_TOUCH, 6, MIXFUNC_VOLUME, MASK_VOLUME, 0, 0, &MPCHANNELREC::volume, true, true},
     {10, 11, MIXFUNC_PAN, MASK_PAN, SPEAKER_FRONT, 0, &MPCHANNELREC::pan, false, true},
     {13, 14, 15, MASK_PAN, SPEAKER_REAR, 0, &MPCHANNELREC::pan, false, false},
     {16, 17, 18, MASK_PAN, SPEAKER_CENTER, 0, &MPCHANNELREC::pan, false, false},
@@ -46,8 +47,13 @@ struct MixerSwitch {
     uint32_t function, bit;  ///< SWITCH_
 };
 inline constexpr MixerSwitch kMixerSwitches[] = {
-    {25, SWITCH_SELECTED}, {26, SWITCH_SOLO},        {MIXFUNC_MUTE, SWITCH_MUTE}, {28, SWITCH_ARM},
-    {48, 0x2000},          {63, SWITCH_STRIP_40000}, {64, SWITCH_STRIP_10000},
+    {MIXFUNC_SELECT, SWITCH_SELECTED},
+    {MIXFUNC_SOLO, SWITCH_SOLO},
+    {MIXFUNC_MUTE, SWITCH_MUTE},
+    {MIXFUNC_ARM, SWITCH_ARM},
+    {48, 0x2000},
+    {63, SWITCH_STRIP_40000},
+    {64, SWITCH_STRIP_10000},
 };
 
 /// A mode that a button sets.

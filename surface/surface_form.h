@@ -23,9 +23,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    struct Cell {
-        int row, column;
-    };
     QComboBox* MakePorts(uint32_t isOutput);
     void MakeTable();
     void RefreshPorts();

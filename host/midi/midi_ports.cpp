@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <semaphore>
+#include <set>
 #include <string_view>
 #include <thread>
 
@@ -62,6 +63,7 @@ struct MidiPorts::Impl {
     // The MIDI thread's.
     std::map<uint64_t, std::unique_ptr<OpenInput>> inputs;
     std::map<uint64_t, std::unique_ptr<MidiOutput>> outputs;
+    std::set<uint64_t> failed;  ///< not tried again until ports are looked for
     std::chrono::steady_clock::time_point lookedForPorts{};
 
     struct Sent {
@@ -115,14 +117,16 @@ struct MidiPorts::Impl {
         const std::map<uint64_t, size_t> wanted = Wanted(isOutput);
         std::erase_if(open, [&](const auto& row) { return !wanted.contains(row.first); });
         for (const auto& [id, place] : wanted) {
-            if (open.contains(id)) continue;
+            if (open.contains(id) || failed.contains(id)) continue;
             std::string error;
             if (Open made = make(place, error)) open[id] = std::move(made);
             const std::scoped_lock guard(lock);
-            if (open.contains(id))
+            if (open.contains(id)) {
                 refused.erase(id);
-            else
+            } else {
+                failed.insert(id);
                 refused[id] = NameOf(isOutput, id).append(": ").append(error);
+            }
         }
     }
 
@@ -180,6 +184,7 @@ struct MidiPorts::Impl {
             const auto now = std::chrono::steady_clock::now();
             if (now - lookedForPorts >= LOOK_FOR_PORTS) {
                 lookedForPorts = now;
+                failed.clear();
                 if (LookForPorts()) onPortsChanged();
             }
             OpenAndClose();

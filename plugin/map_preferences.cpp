@@ -79,6 +79,7 @@ HRESULT COPTControlPlugin::SaveMaps() {
     }
     SetControlPreference(nullptr, KEY_MAP_COUNT, saved);
     FUNCTIONMAPENTRY entry{};
-    if (m_map->GetMap(m_map->CurrentMap(), &entry) == S_OK) SetTextPreference(KEY_CURRENT_MAP, entry.name);
+    const bool isChosen = m_map->GetMap(m_map->CurrentMap(), &entry) == S_OK;
+    SetTextPreference(KEY_CURRENT_MAP, isChosen ? entry.name : u"");
     return S_OK;
 }

@@ -12,6 +12,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTimer>
@@ -68,8 +69,8 @@ QString Text(SurfaceTextId id) { return QString::fromUtf16(SurfaceText(id)); }
 SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     : QWidget(parent), m_plugin(std::move(plugin)), m_maps(new QComboBox(this)), m_knob(new QComboBox(this)),
       m_learn(new QPushButton(this)), m_forget(new QPushButton(Text(IDS_FORGET), this)),
-      m_undo(new QPushButton(Text(IDS_UNDO), this)), m_last(new QLabel(this)), m_hint(new QLabel(this)),
-      m_problem(new QLabel(this)) {
+      m_undo(new QPushButton(Text(IDS_UNDO), this)), m_delete(new QPushButton(Text(IDS_DELETE_MAP), this)),
+      m_last(new QLabel(this)), m_hint(new QLabel(this)), m_problem(new QLabel(this)) {
     setAutoFillBackground(true);
     m_ports[PORTS_INPUT] = MakePorts(PORTS_INPUT);
     m_ports[PORTS_OUTPUT] = MakePorts(PORTS_OUTPUT);
@@ -95,20 +96,28 @@ SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     buttons->addWidget(m_forget);
     buttons->addWidget(m_undo);
     buttons->addWidget(m_hint, 1);
+    buttons->addWidget(m_delete);
     grid->addLayout(buttons, 3, 0, 1, 4);
     grid->addWidget(m_last, 4, 0, 1, 4);
     grid->addWidget(m_problem, 5, 0, 1, 4);
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
     grid->setRowStretch(2, 1);
-    for (QPushButton* button : {m_learn, m_forget, m_undo})
+    for (QPushButton* button : {m_learn, m_forget, m_undo, m_delete})
         button->setAutoDefault(false);  // Enter is the table's
     m_problem->setWordWrap(true);
     m_problem->setTextFormat(Qt::PlainText);
 
     // As they are read.
-    QWidget* order[] = {
-        m_ports[PORTS_INPUT], m_ports[PORTS_OUTPUT], m_maps, m_knob, m_table, m_learn, m_forget, m_undo};
+    QWidget* order[] = {m_ports[PORTS_INPUT],
+                        m_ports[PORTS_OUTPUT],
+                        m_maps,
+                        m_knob,
+                        m_table,
+                        m_learn,
+                        m_forget,
+                        m_undo,
+                        m_delete};
     for (size_t i = 1; i < std::size(order); i++) setTabOrder(order[i - 1], order[i]);
 
     connect(m_maps, &QComboBox::activated, this, [this](int index) {
@@ -119,6 +128,7 @@ SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     connect(m_learn, &QPushButton::clicked, this, [this] { ToggleLearning(); });
     connect(m_forget, &QPushButton::clicked, this, [this] { Forget(); });
     connect(m_undo, &QPushButton::clicked, this, [this] { Undo(); });
+    connect(m_delete, &QPushButton::clicked, this, [this] { DeleteMap(); });
     connect(m_table, &QTableWidget::cellActivated, this, [this] { ToggleLearning(); });
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, [this] { Refresh(); });
@@ -230,6 +240,14 @@ void SurfaceForm::Undo() {
     Refresh();
 }
 
+void SurfaceForm::DeleteMap() {
+    m_plugin->EndLearning();
+    const QString ask =
+        ToQt(PrintText(SurfaceText(IDS_ASK_DELETE), m_maps->currentText().toStdU16String().c_str()));
+    if (QMessageBox::question(this, Text(IDS_SURFACE), ask) == QMessageBox::Yes) m_plugin->DeleteOwnMap();
+    Refresh();
+}
+
 void SurfaceForm::Refresh() {
     if (m_plugin->FinishLearning()) RefreshTable();
     RefreshPorts();
@@ -290,6 +308,7 @@ void SurfaceForm::RefreshTable() {
 void SurfaceForm::RefreshLines() {
     const bool learning = m_plugin->IsLearning();
     m_undo->setEnabled(m_plugin->CanUndo());
+    m_delete->setEnabled(m_plugin->IsOwnMap());
     if (learning != m_shownLearning || m_learn->text().isEmpty()) {
         m_shownLearning = learning;
         m_learn->setText(Text(learning ? IDS_END_LEARNING : IDS_LEARN));

@@ -32,6 +32,7 @@ private:
     void ToggleLearning();
     void Forget();
     void Undo();
+    void DeleteMap();
     LearnTarget Target(int row, int column) const;
     std::u16string FunctionText(uint32_t group, uint32_t function) const;
     std::u16string PlaceText(const LearnTarget& target) const;
@@ -44,6 +45,7 @@ private:
     QPushButton* m_learn;
     QPushButton* m_forget;
     QPushButton* m_undo;
+    QPushButton* m_delete;
     QLabel* m_last;
     QLabel* m_hint;
     QLabel* m_problem;

@@ -97,6 +97,25 @@ void CSurfacePlugin::ChooseMap(int32_t index) {
     SavePreferences();
 }
 
+bool CSurfacePlugin::IsOwnMap() const {
+    FUNCTIONMAPENTRY current;
+    return Map()->GetMap(Map()->CurrentMap(), &current) == S_OK && !(current.flags & FUNCTIONMAP_BUILT_IN);
+}
+
+bool CSurfacePlugin::DeleteOwnMap() {
+    FUNCTIONMAPENTRY current{};
+    if (!IsOwnMap() || Map()->GetMap(Map()->CurrentMap(), &current) != S_OK) return false;
+    const std::filesystem::path file = Utf8FromUtf16(current.path);
+    std::error_code error;
+    if (file.parent_path() == UserDataPath() / MAPS_FOLDER) std::filesystem::remove(file, error);
+    if (error) return OnMapProblem(file.string() + ": " + error.message()), false;
+    CriticalSectionLock lock(MainLock());
+    m_undo.clear();
+    Map()->DeleteMap(Map()->CurrentMap());
+    SavePreferences();
+    return true;
+}
+
 void CSurfacePlugin::PickPort(uint32_t isOutput, uint64_t port) {
     ChoosePort(isOutput, port);
     SavePreferences();

@@ -37,6 +37,10 @@ public:
     };
     std::vector<MapName> Maps() const;
     void ChooseMap(int32_t index);
+    /// Whether the current map is one of the user's own.
+    bool IsOwnMap() const;
+    /// Takes the user's own map away, with its file where the file is ours.
+    bool DeleteOwnMap();
 
     /// The last event, and what it did.
     struct Seen {

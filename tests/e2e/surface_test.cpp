@@ -9,11 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QComboBox>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <algorithm>
 #include <cmath>
@@ -373,6 +376,18 @@ TEST_F(Surface, AControlIsLearntOnThePageAndTheMapIsTheUsersOwn) {
     table = place.PageWindow()->findChild<QTableWidget*>();
     EXPECT_EQ(cell(0, 1), "CC 20") << "kept, and chosen again";
     EXPECT_EQ(cell(0, 2), "");
+    const std::filesystem::path own =
+        Folder() / "data/Tarn/1.0/surfaces/Eight faders, controllers 1 to 8 (own).xml";
+    EXPECT_TRUE(std::filesystem::exists(own));
+    QTimer::singleShot(0, [] {
+        auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(question);
+        question->button(QMessageBox::Yes)->click();
+    });
+    for (QPushButton* b : place.PageWindow()->findChildren<QPushButton*>())
+        if (b->text() == "&Delete map...") b->click();
+    EXPECT_FALSE(std::filesystem::exists(own));
+    EXPECT_EQ(cell(0, 1), "") << "no map is chosen";
     place.Close();
 }
 

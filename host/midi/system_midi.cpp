@@ -3,6 +3,7 @@
 #include <rtmidi/RtMidi.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
@@ -159,8 +160,18 @@ bool MayRun(RtMidi::Api api) {
     std::error_code none;
     if (api == RtMidi::LINUX_ALSA) return std::filesystem::exists("/dev/snd/seq", none);
     if (api != RtMidi::UNIX_JACK) return false;
-    for (const auto& file : std::filesystem::directory_iterator("/dev/shm", none))
-        if (file.path().filename().string().starts_with("jack")) return true;
+    // The sockets of a server: /dev/shm/jack-USER/SERVER/jack_0, or /dev/shm/jack_SERVER_USER_0. Folders stay
+    // behind when it ends.
+    const char* chosen = std::getenv("JACK_DEFAULT_SERVER");
+    const std::string server = chosen && *chosen ? chosen : "default";
+    const auto options = std::filesystem::directory_options::skip_permission_denied;
+    for (std::filesystem::recursive_directory_iterator at("/dev/shm", options, none), end; !none && at != end;
+         at.increment(none)) {
+        const std::string path = at->path().string();
+        if (path.starts_with("/dev/shm/jack") && path.find(server) != std::string::npos &&
+            at->is_socket(none))
+            return true;
+    }
     return false;
 }
 

@@ -169,6 +169,10 @@ void CControlMap::EnableMap(bool on) {
         const std::scoped_lock lock(m_listLock);
         m_held = EmptyEvent();
     }
+    if (!on) {
+        for (Strip& strip : m_strips) ReleaseTouches(strip);
+        ReleaseTouches(m_master);
+    }
     on ? m_state |= MAPSTATE_ENABLED : m_state &= ~MAPSTATE_ENABLED;
     RefreshStrips(true);
 }

@@ -121,16 +121,14 @@ private:
         std::map<uint32_t, std::u16string> sentTexts;  ///< by function
         Strip();
     };
-    struct StripText {
-        uint32_t function;
-        std::u16string text;
-    };
 
     Strip* FindStrip(int32_t channel);
     uint32_t MaskOf(const MixerParameter& parameter) const;
     HRESULT GetParameter(const Strip& strip, const MixerParameter& parameter, uint32_t extra,
                          MPCHANNELREC* rec);
+    HRESULT SetTouch(const Strip& strip, const MixerParameter& parameter, bool on, HRESULT* set);
     HRESULT Touch(Strip& strip, size_t parameter, bool on);
+    void ReleaseTouches(Strip& strip);
     HRESULT Move(Strip& strip, size_t parameter, MPFUNCTIONMAP& row);
     HRESULT AimSend(const Strip& strip);
     HRESULT StepSendTarget(const Strip& strip, int32_t steps);

@@ -128,13 +128,27 @@ HRESULT CControlMap::OnMixerFunction(MPFUNCTIONMAP& row) {
     }
 }
 
-HRESULT CControlMap::Touch(Strip& strip, size_t parameter, bool on) {
-    const MixerParameter& p = kMixerParameters[parameter];
+// What the host says to being asked, and in `set` what it says to being told: it may know no touches.
+HRESULT CControlMap::SetTouch(const Strip& strip, const MixerParameter& parameter, bool on, HRESULT* set) {
     MPCHANNELREC rec;
-    const HRESULT hr = GetParameter(strip, p, MASK_AUTOMATION, &rec);
+    const HRESULT hr = GetParameter(strip, parameter, MASK_AUTOMATION, &rec);
     if (hr != S_OK) return hr;
     rec.automation = on ? rec.automation | AUTOMATION_TOUCH : rec.automation & ~AUTOMATION_TOUCH;
-    const HRESULT set = m_site.SetChannel(strip.id, &rec, MaskOf(p) | MASK_AUTOMATION);
+    *set = m_site.SetChannel(strip.id, &rec, MaskOf(parameter) | MASK_AUTOMATION);
+    return S_OK;
+}
+
+// The strip turns to another channel under the hand, or to none: the one before must not stay touched.
+void CControlMap::ReleaseTouches(Strip& strip) {
+    for (size_t i = 0; i < kMixerParameterCount; i++)
+        if (HRESULT set; strip.touched & 1u << i) SetTouch(strip, kMixerParameters[i], false, &set);
+    strip.touched = 0;
+}
+
+HRESULT CControlMap::Touch(Strip& strip, size_t parameter, bool on) {
+    HRESULT set = S_OK;
+    const HRESULT hr = SetTouch(strip, kMixerParameters[parameter], on, &set);
+    if (hr != S_OK) return hr;
     const uint32_t bit = 1u << parameter;
     strip.touched = on ? strip.touched | bit : strip.touched & ~bit;
     // A hand that lets go leaves the control where the value is.
@@ -271,7 +285,10 @@ HRESULT CControlMap::MoveBank(uint32_t function) {
 
 void CControlMap::SetBank(uint32_t filter) {
     m_bankFilter = filter;
-    for (Strip& strip : m_strips) strip = {};
+    for (Strip& strip : m_strips) {
+        ReleaseTouches(strip);
+        strip = {};
+    }
     LayoutBank(0);
 }
 
@@ -279,8 +296,9 @@ void CControlMap::LayoutBank(int32_t index) {
     const std::vector<BankChannel> channels = m_site.Channels();
     const ::BankLayout layout = ::LayoutBank(channels, m_bankFilter, index, m_strips.size());
     m_bankOffset = layout.offset;
-    const auto show = [](Strip& strip, uint64_t channel) {
+    const auto show = [this](Strip& strip, uint64_t channel) {
         if (strip.id.channel == channel) return;
+        ReleaseTouches(strip);
         // Another channel: what a hand or a lamp knew of the one before is of no use.
         strip = {};
         strip.id.channel = channel;

@@ -388,6 +388,7 @@ TEST_F(Map, BanksMoveWithoutAJump) {
     Button(MIXFUNC_BANK_NEXT, 0, 1);
     Button(MIXFUNC_BANK_PREVIOUS, 0, 2);
     Button(MIXFUNC_CHANNEL_NEXT, 0, 3);
+    Receive(MIXFUNC_VOLUME_TOUCH, 0, Event(MPNOTE_ON, 104, 127), 0);
     Use();
     map.SetBank(KIND_AUDIO_TRACK);
     EXPECT_EQ(map.StripChannel(2).channel, 104u) << "busses are not in the bank";
@@ -413,6 +414,16 @@ TEST_F(Map, BanksMoveWithoutAJump) {
     Play(Event(MPNOTE_ON, 3, 127));
     EXPECT_EQ(map.StripChannel(0).channel, 102u);
     EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 1, 6)), S_OK);
+    Play(Event(MPNOTE_ON, 104, 127));
+    EXPECT_TRUE(Channel(102).automation & AUTOMATION_TOUCH);
+    Play(Event(MPNOTE_ON, 3, 127));
+    EXPECT_EQ(map.StripChannel(0).channel, 104u);
+    EXPECT_FALSE(Channel(102).automation & AUTOMATION_TOUCH) << "it went from under the hand";
+    Play(Event(MPNOTE_ON, 104, 127));
+    EXPECT_TRUE(Channel(104).automation & AUTOMATION_TOUCH);
+    map.EnableMap(false);
+    EXPECT_FALSE(Channel(104).automation & AUTOMATION_TOUCH);
+    map.EnableMap(true);
     site.channels.clear();
     map.LayoutBank(0);
     EXPECT_EQ(map.StripChannel(0).channel, 0u);

@@ -1,6 +1,7 @@
 #include "surface/surface_plugin.h"
 
 #include "controlmap/xml_function_map.h"
+#include "kernel/print/print_text.h"
 #include "platform/module.h"
 #include "platform/text.h"
 #include "surface/transport.h"
@@ -126,16 +127,23 @@ FunctionRows CSurfacePlugin::CurrentRows() const {
     return Map()->GetMap(Map()->CurrentMap(), &entry) == S_OK ? FunctionRows::Of(entry) : FunctionRows();
 }
 
+// "X (own)", "X (own 2)": no map that is there is written over.
+std::u16string CSurfacePlugin::FreeName(const std::u16string& base) const {
+    for (int32_t n = 1;; n++) {
+        const std::u16string tail = n == 1 ? std::u16string(u" (own)") : PrintText(u" (own %d)", n);
+        std::u16string name = base.substr(0, FUNCTION_NAME_SIZE - 1 - tail.size());
+        name.append(tail);
+        if (!Map()->MapExists(name.c_str())) return name;
+    }
+}
+
 // What comes with the module stays as it is: the first change makes a map of the user's own.
 bool CSurfacePlugin::UseOwnMap(FUNCTIONMAPENTRY& entry) {
     FUNCTIONMAPENTRY current{};
     const bool some = Map()->GetMap(Map()->CurrentMap(), &current) == S_OK;
     const bool own = some && !(current.flags & FUNCTIONMAP_BUILT_IN);
     std::u16string name = some ? current.name : u"Learnt";
-    if (some && !own) {
-        constexpr char16_t OWN[] = u" (own)";
-        name = name.substr(0, FUNCTION_NAME_SIZE - std::size(OWN)) + OWN;
-    }
+    if (!own) name = FreeName(name);
     CopyText(entry.name, FUNCTION_NAME_SIZE, name.c_str());
     entry.id = entry.fromFile = 1;
     entry.channels = SURFACE_STRIPS;
@@ -151,7 +159,10 @@ bool CSurfacePlugin::UseOwnMap(FUNCTIONMAPENTRY& entry) {
         }
         file = folder / FileName(entry.name);
     }
-    CopyText(entry.path, FUNCTION_PATH_SIZE, Utf16FromUtf8(file.string()).c_str());
+    const std::u16string path = Utf16FromUtf8(file.string());
+    if (path.size() >= FUNCTION_PATH_SIZE)
+        return OnMapProblem(file.string() + ": the path is too long"), false;
+    CopyText(entry.path, FUNCTION_PATH_SIZE, path.c_str());
     return true;
 }
 

@@ -78,6 +78,7 @@ protected:
 private:
     void LoadMapFolder(const std::filesystem::path& folder, uint32_t flags);
     bool Write(const FunctionRows& rows);
+    std::u16string FreeName(const std::u16string& base) const;
     bool UseOwnMap(FUNCTIONMAPENTRY& entry);
     void ShowTransport(bool everything);
 

@@ -189,6 +189,12 @@ protected:
     }
 };
 
+QComboBox* Box(const QWidget& page, const char* name) {
+    for (QComboBox* box : page.findChildren<QComboBox*>())
+        if (box->accessibleName() == QLatin1String(name)) return box;
+    return nullptr;
+}
+
 class SurfaceOnACable : public Surface, public testing::WithParamInterface<const char*> {
 protected:
     void SetUp() override {
@@ -369,6 +375,20 @@ TEST_F(Surface, AControlIsLearntOnThePageAndTheMapIsTheUsersOwn) {
     EXPECT_EQ(cell(0, 2), "");
     EXPECT_EQ(cell(0, 3), "CC 4") << "the others stand";
 
+    auto* maps = Box(page, "Map");
+    const auto choose = [&](const char* name) {
+        const int index = maps->findText(QString::fromLatin1(name));
+        ASSERT_GE(index, 0) << name;
+        maps->setCurrentIndex(index);
+        emit maps->activated(index);
+    };
+    choose("Eight faders, controllers 1 to 8");
+    EXPECT_EQ(cell(0, 1), "CC 2") << "what came with the program is as it was";
+    button("Forget")->click();
+    EXPECT_TRUE(maps->currentText().endsWith("(own 2)")) << "the first one is not written over";
+    choose("Eight faders, controllers 1 to 8 (own)");
+    EXPECT_EQ(cell(0, 1), "CC 20") << "chosen again";
+
     place.Close();
     Unload();
     Load({});
@@ -414,10 +434,11 @@ TEST_F(Surface, EventsChangesAndThePageAtOnceAndItsEndInTheMiddle) {
             std::this_thread::sleep_for(std::chrono::microseconds(500));
         }
     });
-    auto* maps = place.PageWindow()->findChildren<QComboBox*>().at(2);
+    QComboBox* boxes[] = {Box(*place.PageWindow(), "Map"), Box(*place.PageWindow(), "Input")};
     for (int i = 0; i < 60; i++) {
-        maps->setCurrentIndex(i % maps->count());
-        emit maps->activated(i % maps->count());
+        QComboBox* box = boxes[i / 4 % 2];
+        box->setCurrentIndex(i % box->count());
+        emit box->activated(i % box->count());
         PageDriver::Settle();
     }
     place.Close();

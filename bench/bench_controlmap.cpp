@@ -32,7 +32,6 @@ struct Site final : ControlMapSite {
     uint32_t AutomationCapabilities() override { return 0; }
     HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_OK; }
     void SendEvent(const MPEVENTREC&) override {}
-    void Wake() override {}
 };
 
 /// A row for each of a thousand controls; all move the first strip.

@@ -22,6 +22,14 @@ if(TARN_FUZZ)
   target_compile_options(tarn-flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# tarn_plugin_module(NAME OBJECTS): a module that hosts load. It stays loaded once it is: Qt keeps pointers into it.
+function(tarn_plugin_module name objects)
+  add_library(${name} MODULE $<TARGET_OBJECTS:${objects}>)
+  target_link_libraries(${name} PRIVATE tarn-ui tarn-plugin)
+  target_link_options(${name} PRIVATE -Wl,-z,nodelete -Wl,--no-undefined)
+  set_target_properties(${name} PROPERTIES PREFIX "")
+endfunction()
+
 set_property(GLOBAL PROPERTY TARN_TEST_SOURCES "")
 
 # tarn_test(NAME SOURCES file... LIBS target...): one GoogleTest program; every case is a ctest test.

@@ -53,8 +53,6 @@ public:
     /// Display range of the peak meters, and scale of the VU meters: preferences 202 and 201.
     uint32_t MeterRange() const { return m_meterRange; }
     uint32_t VuScale() const { return m_vuScale; }
-    /// The first is the console's own state; none before one has been kept. [page-thread]
-    const ViewGroups& Groups() const { return m_groups; }
 
 protected:
     HRESULT UpdateEntry(const MPCTRLREC& rec) override;
@@ -80,7 +78,7 @@ private:
     uint32_t m_vuScale = 1800;
     uint32_t m_meterRange = 32768;
     uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
-    ViewGroups m_groups;
+    ViewGroups m_groups;                ///< the first is the console's own state; none before one was kept
 
     // Under the main lock.
     ConsoleView* m_view = nullptr;

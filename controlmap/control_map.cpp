@@ -138,7 +138,6 @@ HRESULT CControlMap::OnEvent(const MPEVENTREC& event, bool peekOnly) {
         if (!pending) pending = std::make_unique<Pending>();
         pending->insert(pending->begin(), older->begin(), older->end());
     }
-    m_site.Wake();
     return S_OK;
 }
 
@@ -214,11 +213,6 @@ HRESULT CControlMap::OnSurfaceFunction(const MPFUNCTIONMAP& row) {
         SetSurfaceMode(on);
     else
         on ? m_state |= bit : m_state &= ~bit;
-    OnModifier(bit, on);
+    SendLamp(ECONTROL_GRP_ASSIGN, press ? row.function : row.function - 1, 0, on);
     return S_OK;
-}
-
-void CControlMap::OnModifier(uint32_t bit, bool on) {
-    const auto* at = std::ranges::find(kModifierBits, bit);
-    SendLamp(ECONTROL_GRP_ASSIGN, static_cast<uint32_t>(2 * (at - kModifierBits) + 1), 0, on);
 }

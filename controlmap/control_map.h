@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-/// What the map asks of the plug-in that owns it. [worker], SendEvent and Wake also [any-thread].
+/// What the map asks of the plug-in that owns it. [worker] SendEvent also [any-thread].
 struct ControlMapSite {
     /// Of a channel, or of an effect when the path has a second part.
     virtual HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) = 0;
@@ -39,8 +39,6 @@ struct ControlMapSite {
     /// A row with EFUNCFLAG_HOSTFUNCTION, or of another group than the map's own.
     virtual HRESULT CallHost(const MPFUNCTIONMAP& row) = 0;
     virtual void SendEvent(const MPEVENTREC& event) = 0;
-    /// Work waits for Idle.
-    virtual void Wake() = 0;
     /// A row has taken an event; `row` holds what came. [any-thread]
     virtual void OnMatched(const MPFUNCTIONMAP&) {}
     /// Everything is sent anew: what the site itself shows on the surface is to follow.
@@ -77,7 +75,8 @@ public:
     HRESULT SelectMap(int32_t index);
     int32_t CurrentMap() const { return m_current; }
 
-    /// 0 when a row takes the event, and runs it with the next Idle unless `peekOnly`. [any-thread]
+    /// 0 when a row takes the event, and runs it with the next Idle unless `peekOnly`; whoever brings events
+    /// wakes the worker behind them. [any-thread]
     HRESULT OnEvent(const MPEVENTREC& event, bool peekOnly);
     /// Runs what waits, or drops it; how long until the next call. [worker]
     uint32_t Idle(bool flush);
@@ -150,7 +149,6 @@ private:
     std::vector<uint32_t> ShownSlots(int32_t channel) const;
     void SendValue(uint32_t function, int32_t channel, float share);
     void SendText(uint32_t function, int32_t channel, const std::u16string& text);
-    void OnModifier(uint32_t bit, bool on);
     void Run(MPFUNCTIONMAP& row);
     HRESULT RebuildLists();
 
@@ -171,6 +169,7 @@ private:
     Strip m_master;
     uint32_t m_bankFilter;
     int32_t m_bankOffset = 0;
+    int32_t m_bankChannels = 0;  ///< that the bank has, as of its layout
     uint32_t m_target = 0;
     uint64_t m_sendTarget = 0;  ///< the send that controls act on; 0 leaves it to each channel
 };

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 constexpr float kUnknown = -1;
@@ -57,11 +58,8 @@ CControlMap::Strip* CControlMap::FindStrip(int32_t channel) {
 }
 
 void CControlMap::SetTarget(uint32_t target) {
-    if (((m_target ^ target) & MASK_INPUT_SIDE) == 0) {
-        m_target = target;
-        return;
-    }
-    m_target = target;
+    const bool sameSide = ((std::exchange(m_target, target) ^ target) & MASK_INPUT_SIDE) == 0;
+    if (sameSide) return;
     // Values of the other side: what is known of the controls' places is of no use.
     const auto forget = [](Strip& strip) {
         for (size_t i = 0; i < kMixerParameterCount; i++) {
@@ -263,9 +261,10 @@ HRESULT CControlMap::StepAutomation(const Strip& strip, int32_t steps) {
     MPCHANNELREC rec{};
     const HRESULT hr = m_site.GetChannel(strip.id, &rec, MASK_AUTOMATION);
     if (hr != S_OK) return hr;
+    const uint32_t there = m_site.AutomationCapabilities();
     std::vector<uint64_t> modes = {0};
     for (uint32_t i = 0; i < 5; i++)
-        if (m_site.AutomationCapabilities() & 0x10000u << i) modes.push_back(1u << i);
+        if (there & 0x10000u << i) modes.push_back(1u << i);
     return SetAutomation(strip,
                          static_cast<uint32_t>(Stepped(modes, rec.automation & AUTOMATION_MODES, steps)));
 }
@@ -274,11 +273,8 @@ HRESULT CControlMap::MoveBank(uint32_t function) {
     const int32_t step =
         function == MIXFUNC_BANK_NEXT || function == MIXFUNC_BANK_PREVIOUS ? ChannelCount() : 1;
     const bool forward = function == MIXFUNC_BANK_NEXT || function == MIXFUNC_CHANNEL_NEXT;
-    const std::vector<BankChannel> channels = m_site.Channels();
-    const auto count = std::ranges::count_if(
-        channels, [this](const BankChannel& c) { return PassesBank(c.kind, m_bankFilter); });
     // A bank without a channel is none.
-    if (forward ? m_bankOffset + step >= count : m_bankOffset == 0) return S_FALSE;
+    if (forward ? m_bankOffset + step >= m_bankChannels : m_bankOffset == 0) return S_FALSE;
     LayoutBank(m_bankOffset + (forward ? step : -step));
     return S_OK;
 }
@@ -296,6 +292,7 @@ void CControlMap::LayoutBank(int32_t index) {
     const std::vector<BankChannel> channels = m_site.Channels();
     const ::BankLayout layout = ::LayoutBank(channels, m_bankFilter, index, m_strips.size());
     m_bankOffset = layout.offset;
+    m_bankChannels = layout.channels;
     const auto show = [this](Strip& strip, uint64_t channel) {
         if (strip.id.channel == channel) return;
         ReleaseTouches(strip);

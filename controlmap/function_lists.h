@@ -18,7 +18,6 @@ public:
     /// Copies every row of a table. False when out of memory: then none of its rows is taken.
     bool Add(const FUNCTIONTABLE& table);
     void Clear();
-    bool IsEmpty() const { return m_receive.empty() && m_send.empty(); }
 
     /// The first row that matches, by group and function and in the tables' order; null for none. Lives until
     /// Clear.

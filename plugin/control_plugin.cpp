@@ -211,32 +211,6 @@ HRESULT COPTControlPlugin::GetDriverString(char16_t* out, uint32_t size) {
     return S_OK;
 }
 
-uint32_t COPTControlPlugin::ControlPreference(const char16_t* name, uint32_t numericKey,
-                                              uint32_t defaultValue) {
-    MPPREFREC pref{};
-    pref.size = sizeof pref;
-    pref.type = PREF_UINT;
-    pref.section = Name();
-    pref.keyName = name;
-    pref.numericKey = name ? PREF_NAMED : numericKey;
-    pref.number = defaultValue;
-    // The record carries its default, so that a failure or a missing key leaves the right answer.
-    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK) return defaultValue;
-    return static_cast<uint32_t>(pref.number);
-}
-
-void COPTControlPlugin::SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value) {
-    MPPREFREC pref{};
-    pref.size = sizeof pref;
-    pref.type = PREF_UINT;
-    pref.set = 1;
-    pref.section = Name();
-    pref.keyName = name;
-    pref.numericKey = name ? PREF_NAMED : numericKey;
-    pref.number = value;
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
-}
-
 HRESULT COPTControlPlugin::LoadPreferences() {
     struct NamedBit {
         const char16_t* name;

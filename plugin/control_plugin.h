@@ -138,7 +138,7 @@ public:
     void ChoosePort(uint32_t isOutput, uint64_t port);
 
 protected:
-    // ControlMapSite: what a map asks of the plug-in. Called under the main lock, but SendEvent and Wake.
+    // ControlMapSite: what a map asks of the plug-in. Called under the main lock, but SendEvent.
     HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override;
     HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override;
     /// Channels that a strip can show, in the references' order.
@@ -152,8 +152,6 @@ protected:
     HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_FALSE; }
     /// To the selected output port.
     void SendEvent(const MPEVENTREC& event) override;
-    /// The filter wakes the worker when it has seen all of its events.
-    void Wake() override {}
 
     /// The console's part of a channel change, under the main lock.
     virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;
@@ -163,6 +161,8 @@ protected:
     void SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value);
     std::u16string TextPreference(uint32_t key);
     void SetTextPreference(uint32_t key, std::u16string text);
+    GUID GuidPreference(uint32_t key, GUID defaultValue);
+    void SetGuidPreference(uint32_t key, GUID guid);
     /// Queues on the host's thread for the replay; the common body of handlers without more to do there.
     HRESULT OnControlDeferred(const MPCTRLREC* rec);
     HQMLIST References() const { return m_refs; }

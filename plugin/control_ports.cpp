@@ -4,17 +4,9 @@
 #include <algorithm>
 
 namespace {
-constexpr uint32_t KEY_OUTPUT_PORT = 100, KEY_INPUT_PORT = 101;
-
-MPPREFREC PortRecord(const char16_t* section, uint32_t isOutput, GUID* guid) {
-    MPPREFREC pref{};
-    pref.size = sizeof pref;
-    pref.section = section;
-    pref.numericKey = isOutput ? KEY_OUTPUT_PORT : KEY_INPUT_PORT;
-    pref.type = PREF_BINARY;
-    pref.data = guid;
-    pref.dataSize = sizeof *guid;
-    return pref;
+uint32_t PortKey(uint32_t isOutput) {
+    constexpr uint32_t OUTPUT = 100, INPUT = 101;
+    return isOutput ? OUTPUT : INPUT;
 }
 }  // namespace
 
@@ -91,9 +83,7 @@ HRESULT COPTControlPlugin::LoadPortChoice(uint32_t isOutput) {
     const std::vector<PortRow> ports = CopyPorts(isOutput);
     const auto first = std::ranges::find(ports, GetPort(isOutput), &PortRow::id);
     // Without a choice it is the port that was selected when the list came.
-    GUID chosen = first == ports.end() ? GUID{} : first->guid;
-    MPPREFREC pref = PortRecord(Name(), isOutput, &chosen);
-    GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    const GUID chosen = GuidPreference(PortKey(isOutput), first == ports.end() ? GUID{} : first->guid);
     {
         std::lock_guard lock(m_ctrlLock);
         m_chosenPort[isOutput] = chosen;
@@ -109,7 +99,5 @@ void COPTControlPlugin::SavePortChoice(uint32_t isOutput) {
         std::lock_guard lock(m_ctrlLock);
         chosen = m_chosenPort[isOutput];
     }
-    MPPREFREC pref = PortRecord(Name(), isOutput, &chosen);
-    pref.set = 1;
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    SetGuidPreference(PortKey(isOutput), chosen);
 }

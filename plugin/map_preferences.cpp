@@ -10,31 +10,7 @@
 namespace {
 constexpr uint32_t KEY_MAP_COUNT = 102, KEY_CURRENT_MAP = 103, KEY_MAP_NAME = 200, KEY_MAP_PATH = 400;
 constexpr uint32_t MOST_MAPS = KEY_MAP_PATH - KEY_MAP_NAME;
-
-MPPREFREC Record(const char16_t* section, uint32_t key, uint32_t type) {
-    MPPREFREC pref{};
-    pref.size = sizeof pref;
-    pref.section = section;
-    pref.numericKey = key;
-    pref.type = type;
-    return pref;
-}
 }  // namespace
-
-std::u16string COPTControlPlugin::TextPreference(uint32_t key) {
-    MPPREFREC pref = Record(Name(), key, PREF_STRING);
-    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK || !pref.data) return {};
-    std::u16string text(static_cast<const char16_t*>(pref.data));
-    CoTaskMemFree(pref.data);
-    return text;
-}
-
-void COPTControlPlugin::SetTextPreference(uint32_t key, std::u16string text) {
-    MPPREFREC pref = Record(Name(), key, PREF_STRING);
-    pref.set = 1;
-    pref.data = text.data();
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
-}
 
 HRESULT COPTControlPlugin::LoadMaps() {
     const FunctionNames* names = MapNames();

@@ -131,7 +131,9 @@ SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     connect(m_delete, &QPushButton::clicked, this, [this] { DeleteMap(); });
     connect(m_table, &QTableWidget::cellActivated, this, [this] { ToggleLearning(); });
     auto* timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, [this] { Refresh(); });
+    connect(timer, &QTimer::timeout, this, [this] {
+        if (isVisible()) Refresh();
+    });
     timer->start(REFRESH_MILLISECONDS);
     Refresh();
 }
@@ -182,6 +184,12 @@ bool SurfaceForm::focusNextPrevChild(bool next) {
         return true;
     }
     return false;
+}
+
+// While a control is being learnt no other works; a page that nobody sees must not keep it so.
+void SurfaceForm::hideEvent(QHideEvent* event) {
+    m_plugin->EndLearning();
+    QWidget::hideEvent(event);
 }
 
 void SurfaceForm::keyPressEvent(QKeyEvent* event) {
@@ -275,8 +283,7 @@ void SurfaceForm::RefreshPorts() {
 }
 
 void SurfaceForm::RefreshMaps() {
-    std::vector<std::u16string> names;
-    for (const CSurfacePlugin::MapName& map : m_plugin->Maps()) names.push_back(map.name);
+    const std::vector<std::u16string> names = m_plugin->Maps();
     const int32_t current = m_plugin->Map()->CurrentMap();
     if (names == m_shownMaps && current == m_shownMap) return;
     m_maps->clear();

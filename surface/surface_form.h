@@ -21,6 +21,7 @@ public:
 protected:
     bool focusNextPrevChild(bool next) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     QComboBox* MakePorts(uint32_t isOutput);

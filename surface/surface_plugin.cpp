@@ -82,11 +82,10 @@ void CSurfacePlugin::LoadMapFolder(const std::filesystem::path& folder, uint32_t
     }
 }
 
-std::vector<CSurfacePlugin::MapName> CSurfacePlugin::Maps() const {
-    std::vector<MapName> names;
+std::vector<std::u16string> CSurfacePlugin::Maps() const {
+    std::vector<std::u16string> names;
     FUNCTIONMAPENTRY entry;
-    for (int32_t i = 0; Map()->GetMap(i, &entry) == S_OK; i++)
-        names.push_back({entry.name, (entry.flags & FUNCTIONMAP_BUILT_IN) != 0});
+    for (int32_t i = 0; Map()->GetMap(i, &entry) == S_OK; i++) names.emplace_back(entry.name);
     return names;
 }
 
@@ -180,8 +179,8 @@ bool CSurfacePlugin::Write(const FunctionRows& rows) {
     const std::u16string name = entry.name;
     CriticalSectionLock lock(MainLock());
     Map()->AddMap(std::move(entry));
-    const std::vector<MapName> maps = Maps();
-    const auto at = std::ranges::find(maps, name, &MapName::name);
+    const std::vector<std::u16string> maps = Maps();
+    const auto at = std::ranges::find(maps, name);
     Map()->SelectMap(static_cast<int32_t>(at - maps.begin()));
     Map()->RefreshStrips(true);
     SavePreferences();

@@ -31,11 +31,8 @@ public:
     std::vector<Port> Ports(uint32_t isOutput) const { return CopyPorts(isOutput); }
     void PickPort(uint32_t isOutput, uint64_t port);
 
-    struct MapName {
-        std::u16string name;
-        bool builtIn;
-    };
-    std::vector<MapName> Maps() const;
+    /// Their names, in their order.
+    std::vector<std::u16string> Maps() const;
     void ChooseMap(int32_t index);
     /// Whether the current map is one of the user's own.
     bool IsOwnMap() const;

@@ -47,13 +47,6 @@ public:
         std::lock_guard lock(m_lock);
         return read(m_session);
     }
-    /// The same for what is not worth telling anyone: preferences.
-    template <class F>
-    auto Write(F write) {
-        std::lock_guard lock(m_lock);
-        return write(m_session);
-    }
-
     /// Runs `work` on the preferences of the session, or of the user, under the lock.
     template <class F>
     auto WithPreferences(bool ofUser, F work) {

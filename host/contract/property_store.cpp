@@ -76,16 +76,19 @@ HRESULT SetPreference(ProjectCore& core, bool ofUser, const MPPREFREC& pref) {
     default: return E_INVALIDARG;
     }
     return core.WithPreferences(ofUser, [&](Preferences& all) {
-        Session tried = NewSession();
-        tried.preferences = all;
-        tried.preferences[KeyOf(pref)] = std::move(value);
+        const PreferenceKey key = KeyOf(pref);
+        const auto at = all.find(key);
+        if (at != all.end() && at->second == value) return S_OK;
+        if (at == all.end() && all.size() >= kMaxPreferences) return E_INVALIDARG;
+        Session alone = NewSession();
+        alone.preferences[key] = value;
         try {
-            CheckSession(tried);  // a text or a count that no session file may hold
+            CheckSession(alone);  // a text that no session file may hold
         } catch (const SessionError&) {
             return E_INVALIDARG;
         }
-        if (ofUser && all != tried.preferences) core.userPreferenceChanges++;
-        all = std::move(tried.preferences);
+        all[key] = std::move(value);
+        if (ofUser) core.userPreferenceChanges++;
         return S_OK;
     });
 }

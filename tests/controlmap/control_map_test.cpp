@@ -19,10 +19,9 @@ struct Site : ControlMapSite {
     std::map<uint64_t, std::u16string> names;
     std::vector<MPEVENTREC> sent;
     std::vector<std::vector<uint8_t>> longSent;
-    std::vector<uint32_t> getMasks, setMasks, hostCalls;
+    std::vector<uint32_t> setMasks, hostCalls;
     uint64_t refused = 0;  ///< no channel may go there
     MPCHANNELID effect{};
-    std::atomic<int> wakes{0};
     uint32_t automation = 0x10000 | 0x40000;
     HRESULT getResult = S_OK;
 
@@ -31,9 +30,8 @@ struct Site : ControlMapSite {
         records[id].volume = 0.5f;
         names[id] = u"Ch" + std::u16string(1, static_cast<char16_t>(u'0' + id % 10));
     }
-    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) override {
+    HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t) override {
         if (getResult != S_OK) return getResult;
-        getMasks.push_back(mask);
         const uint32_t selector = rec->pairSelector;
         *rec = records.at(id.channel);
         rec->pairSelector = selector;
@@ -75,7 +73,6 @@ struct Site : ControlMapSite {
         const auto* data = static_cast<const uint8_t*>(event.data);
         longSent.emplace_back(data, data + event.dataSize);
     }
-    void Wake() override { wakes++; }
 };
 
 class Map : public testing::Test {

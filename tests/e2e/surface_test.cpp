@@ -389,6 +389,11 @@ TEST_F(Surface, AControlIsLearntOnThePageAndTheMapIsTheUsersOwn) {
     choose("Eight faders, controllers 1 to 8 (own)");
     EXPECT_EQ(cell(0, 1), "CC 20") << "chosen again";
 
+    button("Learn")->click();
+    ASSERT_TRUE(button("End learning"));
+    place.hide();
+    Play({0xB2, 20, 5});  // comes through: nobody waits for a control on a page that is hidden
+
     place.Close();
     Unload();
     Load({});

@@ -2,11 +2,11 @@
 
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"
-#include "mediafile/file_stream.h"
+#include "mediafile/byte_order.h"
+#include "mediafile/byte_source.h"
+#include "mediafile/chunk_grammar.h"
 #include "mediafile/riff64.h"
-#include "mediafile/riff_core.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -15,78 +15,24 @@ namespace {
 constexpr size_t MOST_CHUNKS = 100000, MOST_PROBLEMS = 1000;
 constexpr uint32_t MOST_FORMAT = sizeof(WAVEFORMATEX) + UINT16_MAX;
 
-std::string Printable(const uint8_t* id) {
-    std::string text(reinterpret_cast<const char*>(id), 4);
-    for (char& c : text)
-        if (c < ' ' || c > '~') c = '?';
-    return text;
-}
-
-struct KnownLabel {
-    const GUID& guid;
-    const char* name;
-};
-const KnownLabel LABELS[] = {{W64_RIFF, "riff"}, {W64_LIST, "list"}, {W64_WAVE, "wave"},
-                             {W64_FMT, "fmt "},  {W64_DATA, "data"}, {W64_JUNK, "junk"}};
-
-std::string LabelText(const uint8_t* bytes) {
-    GUID guid;
-    std::memcpy(&guid, bytes, sizeof guid);
-    for (const KnownLabel& label : LABELS)
-        if (label.guid == guid) return label.name;
-    char text[40];
-    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", guid.Data1,
-                  guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1], guid.Data4[2], guid.Data4[3],
-                  guid.Data4[4], guid.Data4[5], guid.Data4[6], guid.Data4[7]);
-    return text;
-}
-
-/// How the chunks of a container lie.
-struct Grammar {
-    uint32_t header, first;  ///< bytes of a chunk's header, place of the first chunk
-    uint32_t multiple;       ///< that payloads are padded to
-    uint32_t type;           ///< bytes of a form's or list's type
-    std::string (*id)(const uint8_t* header);
-    /// Payload by the header; false for a size that cannot be.
-    bool (*size)(const uint8_t* header, uint64_t* payload);
-};
-
-const Grammar WAVE = {8, 12, 2, 4, Printable, [](const uint8_t* h, uint64_t* size) {
-                          *size = FromLittleEndian<uint32_t>(h + 4);
-                          return true;
-                      }};
-const Grammar AIFF = {8, 12, 2, 4, Printable, [](const uint8_t* h, uint64_t* size) {
-                          *size = FromBigEndian<uint32_t>(h + 4);
-                          return true;
-                      }};
-const Grammar WAVE64 = {24, 40, 8, 16, LabelText, [](const uint8_t* h, uint64_t* size) {
-                            const auto stored = FromLittleEndian<uint64_t>(h + 16);
-                            *size = stored - std::min(stored, RIFF64_CHUNK_HEADER);
-                            return stored >= RIFF64_CHUNK_HEADER && stored <= uint64_t{INT64_MAX};
-                        }};
-
 class Inspector {
 public:
-    Inspector(HQMFILE file, MediaContents& contents) : m_s{file}, m_contents(contents) {}
+    Inspector(const ByteSource& source, MediaContents& contents) : m_source(source), m_contents(contents) {}
 
     void Run() {
-        m_contents.fileBytes = static_cast<uint64_t>(std::max<int64_t>(m_s.Size(), 0));
+        m_contents.fileBytes = m_source.Size();
         uint8_t head[40] = {};
-        m_s.Seek(0);
-        const uint32_t got = m_s.ReadSome(head, sizeof head);
+        const uint32_t got = m_source.ReadSome(0, head, sizeof head);
         const auto is = [&](const char* id, uint32_t at) {
             return got >= at + 4 && std::memcmp(head + at, id, 4) == 0;
         };
-        if (is("RIFF", 0) && is("WAVE", 8)) {
-            Walk(MediaContainer::Wave, WAVE, head);
-            CheckWave();
-        } else if (got == sizeof head && LabelText(head) == "riff" && LabelText(head + 24) == "wave") {
-            Walk(MediaContainer::Wave64, WAVE64, head);
-            CheckWave();
-        } else if (is("FORM", 0) && (is("AIFF", 8) || is("AIFC", 8))) {
-            Walk(is("AIFC", 8) ? MediaContainer::Aifc : MediaContainer::Aiff, AIFF, head);
-            CheckAiff();
-        } else {
+        m_contents.container = ContainerOf(head, got);
+        switch (m_contents.container) {
+        case MediaContainer::Wave:
+        case MediaContainer::Wave64: Walk(head), CheckWave(); break;
+        case MediaContainer::Aiff:
+        case MediaContainer::Aifc: Walk(head), CheckAiff(); break;
+        case MediaContainer::Unknown:
             const bool isForm = is("RIFF", 0) || is("FORM", 0), isRf64 = is("RF64", 0) || is("BW64", 0);
             m_contents.isOtherKind = isRf64 || is("RIFX", 0) || (isForm && got >= 12);
             Error(0, got == 0        ? "the file is empty"
@@ -94,7 +40,7 @@ public:
                      : is("RIFX", 0) ? "a big-endian RIFF file, which is not supported"
                      : !isForm       ? "neither wave, Wave64 nor AIFF"
                      : got < 12      ? "the file ends within its header"
-                                     : "a form that holds no samples: '" + Printable(head + 8) + "'");
+                                     : "a form that holds no samples: '" + AIFF_GRAMMAR.Id(head + 8) + "'");
         }
     }
 
@@ -106,32 +52,34 @@ private:
     void Error(uint64_t offset, std::string text) { Add(offset, MediaFault::Error, std::move(text)); }
     void Note(uint64_t offset, std::string text) { Add(offset, MediaFault::Note, std::move(text)); }
 
-    static uint64_t Padded(const Grammar& g, uint64_t size) {
-        return size + (g.multiple - size % g.multiple) % g.multiple;
-    }
-
     /// The chunks of the form, of which its header is given.
-    void Walk(MediaContainer container, const Grammar& g, const uint8_t* head) {
-        m_contents.container = container;
-        m_contents.chunks.push_back({g.id(head), 0, 0, 0});
+    void Walk(const uint8_t* head) {
+        const ChunkGrammar& g = GrammarOf(m_contents.container);
         const uint64_t length = m_contents.fileBytes;
         uint64_t size = 0;
-        if (!g.size(head, &size)) Error(0, "the size of the file in its header cannot be");
-        m_contents.chunks[0].size = size;
+        if (!g.Payload(head, &size)) Error(0, "the size of the file in its header cannot be");
+        m_contents.chunks.push_back({g.Id(head), 0, size, 0});
         const uint64_t end = size > length ? length : std::min(length, size + g.header);
-        if (size + g.header > length) {
-            Error(0, "the header tells of " + std::to_string(size + g.header) + " bytes, the file has " +
-                         std::to_string(length));
+        if (size > length || size + g.header > length) {
+            const std::string told = size > uint64_t{INT64_MAX} ? "more" : std::to_string(size + g.header);
+            Error(0, "the header tells of " + told + " bytes, the file has " + std::to_string(length));
         } else if (size < g.type) {
             Error(0, "the header tells of no content: the file was not completed");
-        } else if (Padded(g, size + g.header) < length) {
-            Note(end, std::to_string(length - end) + " bytes behind the form");
         }
         // An uncompleted header is no bound.
         Chunks(g, g.first, size < g.type ? length : end, 0);
+        if (end == length || size < g.type) return;
+        if (!m_format.isThere || !m_data.isThere) {
+            Error(0, "the header tells of " + std::to_string(end) + " bytes, and the sound lies behind them");
+            m_contents.chunks.resize(1);
+            m_format = m_data = {};
+            Chunks(g, g.first, length, 0);
+        } else if (g.Padded(size + g.header) < length) {
+            Note(end, std::to_string(length - end) + " bytes behind the form");
+        }
     }
 
-    void Chunks(const Grammar& g, uint64_t at, uint64_t end, uint32_t depth) {
+    void Chunks(const ChunkGrammar& g, uint64_t at, uint64_t end, uint32_t depth) {
         uint8_t header[24];
         while (at < end) {
             if (m_contents.chunks.size() >= MOST_CHUNKS) return Note(at, "more chunks than are looked at");
@@ -139,15 +87,14 @@ private:
                 if (end - at >= g.multiple) Note(at, std::to_string(end - at) + " bytes that are no chunk");
                 return;
             }
-            if (!m_s.Seek(static_cast<int64_t>(at)) || !m_s.Read(header, g.header))
-                return Error(at, "cannot be read");
-            const std::string id = g.id(header);
+            if (!m_source.Read(at, header, g.header)) return Error(at, "cannot be read");
+            const std::string id = g.Id(header);
             uint64_t size = 0;
-            const bool isValid = g.size(header, &size);
+            const bool isValid = g.Payload(header, &size);
             const uint64_t body = at + g.header, inFile = std::min(size, m_contents.fileBytes - body);
             const uint64_t there = depth == 0 ? inFile : std::min(size, end - body);
             m_contents.chunks.push_back({id, at, size, depth});
-            if (id.find('?') != id.npos) Note(at, "the id of a chunk is not printable");
+            if (!g.IsPlausible(header)) Note(at, "the id of a chunk is not printable");
             if (!isValid) return Error(at, "'" + id + "' has a size that cannot be");
             if (there < size)
                 Error(at, "'" + id + "' tells of " + std::to_string(size) + " bytes, " +
@@ -155,28 +102,21 @@ private:
             else if (body + size > end)
                 Error(at, "'" + id + "' reaches beyond the form");
             if (depth == 0) Take(id, body, size, there);
-            if (depth == 0 && (id == "LIST" || id == "list") && there >= g.type)
-                Chunks(g, body + g.type, body + there, 1);
+            if (depth == 0 && g.IsList(header) && there >= g.type) Chunks(g, body + g.type, body + there, 1);
             if (there < size) return;
-            at = body + Padded(g, size);
+            at = body + g.Padded(size);
         }
     }
 
     /// Remembers the chunks that are read later; of several of a kind, the first.
     void Take(const std::string& id, uint64_t body, uint64_t size, uint64_t there) {
-        const bool isAiff =
-            m_contents.container == MediaContainer::Aiff || m_contents.container == MediaContainer::Aifc;
-        Place* place = id == (isAiff ? "COMM" : "fmt ")   ? &m_format
-                       : id == (isAiff ? "SSND" : "data") ? &m_data
-                                                          : nullptr;
+        const ChunkGrammar& g = GrammarOf(m_contents.container);
+        Place* place = id == g.format ? &m_format : id == g.samples ? &m_data : nullptr;
         if (!place) return;
         if (place->isThere) return Error(body, "'" + id + "' stands twice");
         *place = {true, body, size, there};
-        if (place == &m_data && !m_format.isThere && !isAiff) Error(body, "'data' stands before 'fmt '");
-    }
-
-    bool ReadAt(uint64_t at, void* bytes, uint32_t count) {
-        return m_s.Seek(static_cast<int64_t>(at)) && m_s.Read(bytes, count);
+        if (place == &m_data && !m_format.isThere && !g.isBigEndian)
+            Error(body, "'data' stands before 'fmt '");
     }
 
     bool CheckPlaces(const char* format, const char* data) {
@@ -191,12 +131,16 @@ private:
         const auto read = static_cast<uint32_t>(std::min<uint64_t>(m_format.there, MOST_FORMAT));
         if (m_format.there < 14) return Error(m_format.offset, "'fmt ' is too short for a format");
         std::vector<uint8_t> bytes(sizeof(WAVEFORMATEXTENSIBLE) + UINT16_MAX);
-        if (!ReadAt(m_format.offset, bytes.data(), read)) return Error(m_format.offset, "cannot be read");
+        if (!m_source.Read(m_format.offset, bytes.data(), read))
+            return Error(m_format.offset, "cannot be read");
         auto* wfx = reinterpret_cast<WAVEFORMATEX*>(bytes.data());
         if (read < 16) Error(m_format.offset, "'fmt ' is too short for the bits of a sample");
         if (m_format.size > MOST_FORMAT) Note(m_format.offset, "'fmt ' is longer than any format");
         if (read >= sizeof *wfx && sizeof *wfx + wfx->cbSize > m_format.size) {
-            Error(m_format.offset + 16, "the codec's bytes reach beyond 'fmt '");
+            // Plain samples have no codec, and readers do not look.
+            const bool isPlain = wfx->wFormatTag == WAVE_TAG_PCM || wfx->wFormatTag == WAVE_TAG_IEEE_FLOAT;
+            Add(m_format.offset + 16, isPlain ? MediaFault::Note : MediaFault::Error,
+                "the codec's bytes reach beyond 'fmt '");
             wfx->cbSize = static_cast<uint16_t>(read - sizeof *wfx);
         }
         m_contents.format = QmWaveFormatBlock(wfx);
@@ -221,7 +165,7 @@ private:
         const uint32_t tag = QmAudio_GetWaveFormatTag(&wfx);
         const bool isPacked = tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT;
         if (isPacked && m_contents.format.format.sampleType == QMSAMPLE_UNKNOWN)
-            Error(at + 14, "samples of " + std::to_string(wfx.wBitsPerSample) + " bits are not supported");
+            Note(at + 14, "samples of " + std::to_string(wfx.wBitsPerSample) + " bits are not supported");
         if (wfx.nBlockAlign == 0) Error(at + 12, "the format has frames of 0 bytes");
         if (!isPacked || wfx.nBlockAlign == 0) return;
         const uint32_t frame = (wfx.wBitsPerSample + 7u) / 8 * wfx.nChannels;
@@ -241,9 +185,11 @@ private:
         if (frame == 0) return;
         m_contents.frames = there / frame;
         if (stored % frame)
-            Error(m_data.offset,
-                  "the samples end with " + std::to_string(stored % frame) + " bytes of a frame");
-        if (stored == 0 && m_contents.fileBytes >= offset + frame)
+            Note(m_data.offset,
+                 "the samples end with " + std::to_string(stored % frame) + " bytes of a frame");
+        // Empty, with chunks behind it, is fine where all of them are.
+        if (stored == 0 && m_contents.fileBytes >= offset + frame &&
+            (m_contents.HasErrors() || m_contents.chunks.back().offset == m_contents.dataHeader))
             Error(m_contents.dataHeader, "'data' tells of no samples, and " +
                                              std::to_string(m_contents.fileBytes - offset) + " bytes follow");
     }
@@ -253,16 +199,16 @@ private:
         const bool isAifc = m_contents.container == MediaContainer::Aifc;
         const uint32_t least = isAifc ? AIFC_COMM_BYTES : AIFF_COMM_BYTES;
         uint8_t bytes[AIFC_COMM_BYTES] = {};
-        if (m_format.there < least || !ReadAt(m_format.offset, bytes, least))
+        if (m_format.there < least || !m_source.Read(m_format.offset, bytes, least))
             return Error(m_format.offset, "'COMM' is too short for a format");
         const AiffComm comm = ReadComm(bytes);
         const bool isInteger = !isAifc || std::memcmp(bytes + 18, "NONE", 4) == 0;
         const bool isLittle = isAifc && std::memcmp(bytes + 18, "sowt", 4) == 0;
         if (!isInteger && !isLittle)
-            Error(m_format.offset + 18,
-                  "the samples are compressed: '" + Printable(bytes + 18) + "', which is not supported");
+            Note(m_format.offset + 18,
+                 "the samples are compressed: '" + AIFF_GRAMMAR.Id(bytes + 18) + "', which is not supported");
         if ((comm.exponent & 0x7FFF) == 0x7FFF || comm.mantissa[0] == 0 || (comm.exponent & 0x8000))
-            Error(m_format.offset + 8, "the rate is no number of this world");
+            Error(m_format.offset + 8, "the rate is not a number");
         const uint32_t tag = comm.bits == 8 ? WAVE_TAG_PCM_SIGNED
                              : isLittle     ? WAVE_TAG_PCM
                                             : WAVE_TAG_PCM_BIG_ENDIAN;
@@ -274,13 +220,13 @@ private:
         if (comm.channels == 0) Error(m_format.offset, "the format has no channels");
         if (wfx.nSamplesPerSec == 0) Error(m_format.offset + 8, "the format has a rate of 0");
         if ((isInteger || isLittle) && m_contents.format.format.sampleType == QMSAMPLE_UNKNOWN)
-            Error(m_format.offset + 6, "samples of " + std::to_string(comm.bits) + " bits are not supported");
-        if (m_data.isThere) AiffData(comm);
+            Note(m_format.offset + 6, "samples of " + std::to_string(comm.bits) + " bits are not supported");
+        if (m_data.isThere) AiffData(comm, isAifc ? bytes + AIFF_COMM_BYTES : nullptr);
     }
 
-    void AiffData(const AiffComm& comm) {
+    void AiffData(const AiffComm& comm, const uint8_t* compression) {
         uint8_t bytes[8];
-        if (m_data.there < sizeof bytes || !ReadAt(m_data.offset, bytes, sizeof bytes))
+        if (m_data.there < sizeof bytes || !m_source.Read(m_data.offset, bytes, sizeof bytes))
             return Error(m_data.offset, "'SSND' is too short for its offset");
         const auto offset = FromBigEndian<uint32_t>(bytes);
         const uint64_t behind = m_data.there - sizeof bytes;
@@ -293,7 +239,12 @@ private:
         const _qmwaveformat& f = m_contents.format.format;
         m_frameBytes = f.IsCompressed() ? 0 : f.blockAlign;
         Data(m_data.offset + sizeof bytes + offset, there, there);
-        if (m_frameBytes == 0) return (void)(m_contents.frames = comm.frames);
+        if (m_frameBytes == 0) {
+            // Of this one the chunk counts packets.
+            constexpr uint64_t IMA4_PACKET = 64;
+            const bool isIma4 = compression && std::memcmp(compression, "ima4", 4) == 0;
+            return (void)(m_contents.frames = comm.frames * (isIma4 ? IMA4_PACKET : 1));
+        }
         if (m_contents.frames < comm.frames)
             Error(m_format.offset + 2, "'COMM' tells of " + std::to_string(comm.frames) + " frames, " +
                                            std::to_string(m_contents.frames) + " are there");
@@ -308,7 +259,7 @@ private:
         uint64_t offset, size, there;
     };
 
-    FileStream m_s;
+    const ByteSource& m_source;
     MediaContents& m_contents;
     Place m_format{}, m_data{};
     uint64_t m_frameBytes = 0;  ///< 0 where frames cannot be counted
@@ -316,11 +267,12 @@ private:
 
 }  // namespace
 
-MediaContents InspectMedia(HQMFILE file) {
+MediaContents InspectMedia(const ByteSource& source) {
     MediaContents contents;
-    Inspector(file, contents).Run();
+    Inspector(source, contents).Run();
     return contents;
 }
+MediaContents InspectMedia(HQMFILE file) { return InspectMedia(FileSource(file)); }
 
 const char* NameOf(MediaContainer container) {
     switch (container) {

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+class ByteSource;
+
 enum class MediaContainer { Unknown, Wave, Wave64, Aiff, Aifc };
 
 struct MediaChunk {
@@ -38,10 +40,10 @@ struct MediaContents {
     QmWaveFormatBlock format{};  ///< valid with hasFormat
     bool hasFormat = false, hasData = false;
     uint64_t formatOffset = 0;  ///< of the format's payload
-    uint64_t dataOffset = 0;  ///< of the first sample
-    uint64_t dataBytes = 0;   ///< that are in the file
-    uint64_t dataHeader = 0;  ///< of the data chunk's header
-    uint64_t frames = 0;      ///< whole ones; of most compressed formats 0, or what the header tells
+    uint64_t dataOffset = 0;    ///< of the first sample
+    uint64_t dataBytes = 0;     ///< that are in the file
+    uint64_t dataHeader = 0;    ///< of the data chunk's header
+    uint64_t frames = 0;        ///< whole ones; of most compressed formats 0, or what the header tells
 
     bool HasErrors() const {
         for (const MediaProblem& p : problems)
@@ -53,6 +55,7 @@ struct MediaContents {
 /// The file's position ends anywhere. Throws std::bad_alloc. A file of no known kind has one problem that
 /// says so.
 QM_API MediaContents InspectMedia(HQMFILE file);
+QM_API MediaContents InspectMedia(const ByteSource& source);
 
 /// "Wave", "Wave64", "AIFF", "AIFC".
 QM_API const char* NameOf(MediaContainer container);

@@ -1,229 +1,274 @@
 #include "mediafile/repair.h"
 
-#include "audio/format_text.h"
 #include "mediafile/aiff_comm.h"
+#include "mediafile/byte_order.h"
+#include "mediafile/damaged_head.h"
+#include "mediafile/edited_source.h"
 #include "mediafile/file_stream.h"
-#include "mediafile/lost_samples.h"
 #include "mediafile/riff64.h"
-#include "mediafile/riff_core.h"
-#include "mediafile/wave_file.h"
+#include "mediafile/sample_extent.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
 
-/// The samples of a header that was lost begin within so many bytes.
-constexpr uint64_t SEARCHED = 1 << 20;
+struct Packing {
+    char id[5];
+    uint32_t bytes;  ///< of a sample; 0 for as many as its bits fill
+};
+/// AIFC compressions that are none: each sample stands for itself.
+constexpr Packing PACKED_AIFC[] = {{"NONE", 0}, {"twos", 0}, {"sowt", 0}, {"raw ", 1}, {"in24", 3},
+                                   {"in32", 4}, {"fl32", 4}, {"FL32", 4}, {"fl64", 8}, {"FL64", 8},
+                                   {"alaw", 1}, {"ALAW", 1}, {"ulaw", 1}, {"ULAW", 1}};
 
-class Repairer {
+/// Wave formats whose samples stand for themselves.
+bool IsPacked(uint32_t tag) {
+    constexpr uint32_t ALAW = 6, MULAW = 7;
+    return tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT || tag == ALAW || tag == MULAW;
+}
+
+class Planner {
 public:
-    Repairer(HQMFILE file, const WAVEFORMATEX* hint, MediaRepair& repair)
-        : m_s{file}, m_hint(hint), m_repair(repair) {}
+    Planner(const ByteSource& source, const MediaRepairOptions& options)
+        : m_source(source), m_options(options), m_length(source.Size()) {}
 
-    HRESULT Run() {
-        const MediaContents contents = InspectMedia(m_s.file);
-        m_length = contents.fileBytes;
-        if (contents.isOtherKind) return MEDIA_E_UNSUPPORTED_FORMAT;
-        if (contents.container == MediaContainer::Aiff || contents.container == MediaContainer::Aifc)
-            return MendAiff(contents);
-        if (CanMend(contents)) return MendWave(contents);
-        const bool is64 = contents.container == MediaContainer::Wave64 || LooksLikeWave64();
-        if (const HRESULT hr = NewHeader(is64); Failed(hr)) return hr;
-        const MediaContents after = InspectMedia(m_s.file);
-        return CanMend(after) ? MendWave(after) : S_OK;
+    MediaRepairPlan Plan() {
+        m_before = InspectMedia(m_source);
+        m_head = FindDamagedHead(m_source, m_options.format);
+        if (!m_head.refusal.empty())
+            return Refused(m_head.refusal,
+                           m_head.isFormatMissing ? MediaRepairNeeds::Format : MediaRepairNeeds::Nothing);
+        m_g = &GrammarOf(m_head.container);
+        m_plan.edits = m_head.edits;
+        if (!FindSamples() || !FindFrame()) return m_plan;
+        const SampleExtent extent = Extent();
+        if (!extent.unclear.empty()) return Refused(extent.unclear, MediaRepairNeeds::SamplesEnd);
+        m_plan.frames = extent.bytes / m_frame;
+        if (!SetSizes(extent)) return m_plan;
+        std::ranges::sort(m_plan.edits, {}, &MediaEdit::offset);
+        return Checked(extent.bytes);
     }
 
 private:
-    static bool CanMend(const MediaContents& c) {
-        const bool isWave = c.container == MediaContainer::Wave || c.container == MediaContainer::Wave64;
-        return isWave && c.hasFormat && c.hasData && (!c.format.format.IsForeign() || IsOfACodec(c));
+    MediaRepairPlan Refused(std::string why, MediaRepairNeeds needs = MediaRepairNeeds::Nothing) {
+        m_plan.refusal = std::move(why);
+        m_plan.needs = needs;
+        m_plan.edits.clear();
+        return m_plan;
     }
+    bool Refuse(std::string why) { return Refused(std::move(why)), false; }
 
-    /// Compressed by a codec that has a name: its format is left alone, and only sizes are mended.
-    static bool IsOfACodec(const MediaContents& c) {
-        char16_t name[64];
-        const uint32_t tag = c.format.format.FormatTag();
-        return c.format.format.IsForeign() && tag != WAVE_TAG_PCM && tag != WAVE_TAG_IEEE_FLOAT &&
-               QmAudio_GetCompressionTypeName(tag, name, 64, 1) == 0;
+    void Edit(uint64_t at, std::vector<uint8_t> bytes, const std::string& what) {
+        const uint64_t count = bytes.size();
+        std::vector<uint8_t> old(count);
+        if (m_source.Read(at, old.data(), static_cast<uint32_t>(count)) && old == bytes) return;
+        m_plan.edits.push_back({at, count, std::move(bytes), what});
     }
-
-    /// Where the form ends when the samples are its last chunk: behind their pad, if there is one.
-    uint64_t EndOf(uint64_t offset, uint64_t bytes, uint64_t multiple) const {
-        return std::min(offset + bytes + (multiple - bytes % multiple) % multiple, m_length);
-    }
-
-    /// As the header tells, where the file reaches so far and no chunk farther.
-    uint64_t EndOfChunks(const MediaContents& c, uint64_t header) const {
-        uint64_t end = c.chunks[0].size > m_length ? m_length : c.chunks[0].size + header;
-        for (size_t i = 1; i < c.chunks.size(); i++)
-            if (c.chunks[i].depth == 0)
-                end = std::max(end, c.chunks[i].offset + header + std::min(c.chunks[i].size, m_length));
-        return std::min(end, m_length);
-    }
-
-    bool LooksLikeWave64() {
-        // Labels that a damaged head may still have: the form's, or the format's.
-        GUID found;
-        for (const auto& [at, label] :
-             {std::pair{0, &W64_RIFF}, {24, &W64_WAVE}, {40, &W64_FMT}, {88, &W64_DATA}})
-            if (m_s.Seek(at) && m_s.Read(&found, sizeof found) && found == *label) return true;
-        return false;
-    }
-
     template <class Number>
-    HRESULT Patch(uint64_t at, Number value, bool bigEndian, const std::string& what) {
-        uint8_t bytes[sizeof value], old[sizeof value];
-        bigEndian ? ToBigEndian(bytes, value) : ToLittleEndian(bytes, value);
-        if (!m_s.Seek(static_cast<int64_t>(at)) || !m_s.Read(old, sizeof old)) return MEDIA_E_READ;
-        if (std::memcmp(bytes, old, sizeof old) == 0) return S_OK;
-        if (!m_s.Seek(static_cast<int64_t>(at)) || !m_s.Write(bytes, sizeof bytes)) return MEDIA_E_WRITE;
-        m_repair.changes.push_back("at " + std::to_string(at) + ": " + what + " set to " +
-                                   std::to_string(value));
-        return S_OK;
+    void EditNumber(uint64_t at, Number value, const std::string& what) {
+        std::vector<uint8_t> bytes(sizeof value);
+        m_g->isBigEndian ? ToBigEndian(bytes.data(), value) : ToLittleEndian(bytes.data(), value);
+        Edit(at, std::move(bytes), what + " set to " + std::to_string(value));
+    }
+    void EditSize(uint64_t header, uint64_t payload, const std::string& what) {
+        const uint64_t at = header + m_g->sizeAt, stored = m_g->Stored(payload);
+        m_g->sizeBytes == 8 ? EditNumber<uint64_t>(at, stored, what)
+                            : EditNumber<uint32_t>(at, static_cast<uint32_t>(stored), what);
     }
 
-    HRESULT MendWave(const MediaContents& c) {
-        const bool is64 = c.container == MediaContainer::Wave64;
-        if (const HRESULT hr = MendFormat(c); Failed(hr)) return hr;
-        const uint64_t frame = m_frame, header = is64 ? RIFF64_CHUNK_HEADER : RIFF_CHUNK_HEADER;
-        // A size that was never set, or that reaches beyond the end, means all that follows.
-        uint64_t bytes = c.dataBytes;
-        if (!ChunksFollow(c)) bytes = m_length - c.dataOffset;
-        bytes -= bytes % frame;
-        m_repair.frames = IsOfACodec(c) ? c.frames : bytes / frame;
-        // The pieces of a frame stay in the chunk where other chunks follow: their places depend on its size.
-        if (!ChunksFollow(c) || bytes > c.dataBytes) {
-            if (!is64 && bytes > RIFF_LARGEST) return MEDIA_E_TOO_LARGE;
-            const HRESULT hr = is64 ? Patch<uint64_t>(c.dataHeader + 16, bytes + header, false,
-                                                      "the size of the samples' chunk")
-                                    : Patch<uint32_t>(c.dataHeader + 4, static_cast<uint32_t>(bytes), false,
-                                                      "the size of the samples' chunk");
-            if (Failed(hr)) return hr;
+    bool FindSamples() {
+        const uint64_t body = m_head.dataHeader + m_g->header;
+        m_extra = 0;
+        if (m_g->isBigEndian) {
+            uint8_t offset[8];
+            if (!m_source.Read(body, offset, sizeof offset)) return Refuse("the file ends within its header");
+            m_extra = sizeof offset + FromBigEndian<uint32_t>(offset);
         }
-        if (!is64 && m_length - header > RIFF_LARGEST) return MEDIA_E_TOO_LARGE;
-        if (const HRESULT hr = MendCutChunks(c, header, false); Failed(hr)) return hr;
-        const uint64_t end =
-            ChunksFollow(c) ? EndOfChunks(c, header) : EndOf(c.dataOffset, bytes, is64 ? 8 : 2);
-        if (is64) return Patch<uint64_t>(16, end, false, "the size of the file");
-        return Patch<uint32_t>(4, static_cast<uint32_t>(end - header), false, "the size of the file");
+        m_plan.samples = body + m_extra;
+        if (m_plan.samples <= m_length) return true;
+        m_plan.samples = 0;
+        return Refuse("the file ends before its first sample");
     }
 
-    /// What follows the samples' chunk by its stored size is a chunk, and not more samples.
-    static bool ChunksFollow(const MediaContents& c) {
-        if (c.formatOffset > c.dataHeader) return true;
-        for (const MediaChunk& chunk : c.chunks)
-            if (chunk.offset > c.dataHeader) return chunk.id.find('?') == std::string::npos;
-        return false;
+    bool FindFrame() { return m_g->isBigEndian ? FindAiffFrame() : FindWaveFrame(); }
+
+    bool FindWaveFrame() {
+        WAVEFORMATEXTENSIBLE record{};
+        WAVEFORMATEX& wfx = record.Format;
+        const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(m_head.formatBytes, sizeof record));
+        if (m_head.format == 0)
+            std::memcpy(&wfx, m_options.format, bytes);
+        else if (bytes < 14 || !m_source.Read(m_head.format, &record, bytes))
+            return Refuse("'fmt ' is too short for a format");
+        if (wfx.wFormatTag == WAVE_TAG_EXTENSIBLE && bytes == sizeof record)
+            wfx.cbSize = WAVE_EXTENSIBLE_EXTRA;
+        m_isPackedWave = IsPacked(QmAudio_GetWaveFormatTag(&wfx));
+        // What part of a last packet is there, its codec may make something of.
+        if (!m_isPackedWave) return m_frame = 1, true;
+        m_frame = (wfx.wBitsPerSample + 7u) / 8 * wfx.nChannels;
+        if (m_frame == 0 || m_frame > UINT16_MAX) return Refuse("the format has no channels or no bits");
+        if (wfx.nBlockAlign == m_frame) return true;
+        // Of three that must agree the two others do.
+        if (wfx.nBlockAlign != 0 && wfx.nAvgBytesPerSec != m_frame * wfx.nSamplesPerSec)
+            return Refuse("the format has frames of " + std::to_string(wfx.nBlockAlign) +
+                          " bytes, its samples make " + std::to_string(m_frame) +
+                          ", and nothing tells which is right");
+        EditNumber(m_head.format + 12, static_cast<uint16_t>(m_frame), "the bytes of a frame");
+        return true;
     }
 
-    /// Sizes of other chunks that reach beyond the end of the file.
-    HRESULT MendCutChunks(const MediaContents& c, uint64_t header, bool bigEndian) {
-        bool isCut = false;  // the list that a chunk is in
-        for (const MediaChunk& chunk : c.chunks) {
-            const uint64_t body = chunk.offset + header;
-            if (chunk.depth == 0)
-                isCut = chunk.size > m_length - body;
-            else if (!isCut)
-                continue;
-            if (chunk.offset == 0 || chunk.offset == c.dataHeader || chunk.size <= m_length - body) continue;
-            const std::string what = "the size of '" + chunk.id + "'";
-            const uint64_t there = m_length - body;
-            const HRESULT hr =
-                header == RIFF64_CHUNK_HEADER
-                    ? Patch<uint64_t>(chunk.offset + 16, there + header, bigEndian, what)
-                    : Patch<uint32_t>(chunk.offset + 4, static_cast<uint32_t>(there), bigEndian, what);
-            if (Failed(hr)) return hr;
+    bool FindAiffFrame() {
+        const bool isAifc = m_head.container == MediaContainer::Aifc;
+        const uint32_t bytes = isAifc ? AIFC_COMM_BYTES : AIFF_COMM_BYTES;
+        uint8_t record[AIFC_COMM_BYTES] = {'N', 'O', 'N', 'E'};
+        if (m_head.formatBytes < bytes || !m_source.Read(m_head.format, record, bytes))
+            return Refuse("'COMM' is too short for a format");
+        const AiffComm comm = ReadComm(record);
+        m_countedFrames = comm.frames;
+        const char* id = isAifc ? reinterpret_cast<const char*>(record + AIFF_COMM_BYTES) : "NONE";
+        const auto* packing = std::ranges::find_if(
+            PACKED_AIFC, [&](const Packing& p) { return std::memcmp(p.id, id, 4) == 0; });
+        if (packing == std::end(PACKED_AIFC)) {
+            // The frames of a packet are known to its codec alone.
+            if (!m_before.HasErrors()) return false;
+            return Refuse("its samples are compressed: '" + std::string(id, 4) +
+                          "', and where they end only the codec knows");
         }
-        return S_OK;
+        m_frame = (packing->bytes ? packing->bytes : (comm.bits + 7u) / 8) * comm.channels;
+        return m_frame > 0 || Refuse("the format has no channels or no bits");
     }
 
-    /// Frames and bytes a second as the samples make them.
-    HRESULT MendFormat(const MediaContents& c) {
-        const _qmwaveformat& f = c.format.format;
-        const uint64_t at = c.formatOffset;
-        if (IsOfACodec(c)) return m_frame = std::max<uint64_t>(f.blockAlign, 1), S_OK;
-        m_frame = f.BytesPerSample() * f.channels;
-        if (m_frame == 0 || f.sampleType == QMSAMPLE_UNKNOWN) return MEDIA_E_UNKNOWN_FORMAT;
-        const HRESULT hr =
-            Patch<uint16_t>(at + 12, static_cast<uint16_t>(m_frame), false, "the bytes of a frame");
-        return Failed(hr) ? hr
-                          : Patch<uint32_t>(at + 8, static_cast<uint32_t>(m_frame * f.sampleRate), false,
-                                            "the bytes of a second");
+    SampleExtent Extent() const {
+        const bool isSet = m_head.isPayloadValid && m_head.payload > m_extra &&
+                           (m_g->sizeBytes == 8 || m_head.payload != UINT32_MAX);
+        const ExtentFacts facts = {m_plan.samples, m_head.payload - std::min(m_head.payload, m_extra),
+                                   isSet,          m_head.formEnd,
+                                   m_frame,        uint64_t{m_countedFrames} * m_frame};
+        return m_options.samplesEnd ? SampleExtentUpTo(m_source, *m_g, facts, *m_options.samplesEnd)
+                                    : FindSampleExtent(m_source, *m_g, facts);
     }
 
-    HRESULT MendAiff(const MediaContents& c) {
-        const _qmwaveformat& f = c.format.format;
-        if (!c.hasFormat || !c.hasData || f.IsCompressed() || f.blockAlign == 0)
-            return MEDIA_E_UNKNOWN_FORMAT;
-        uint8_t ssnd[8];
-        if (!m_s.Seek(static_cast<int64_t>(c.dataHeader) + 8) || !m_s.Read(ssnd, sizeof ssnd))
-            return MEDIA_E_READ;
-        // Chunks that follow are whole where the form is; else the samples reach to the end.
-        const bool isLast = c.chunks.back().offset == c.dataHeader;
-        const uint64_t room = isLast ? m_length - c.dataOffset : c.dataBytes;
-        const uint64_t frames = std::min<uint64_t>(room / f.blockAlign, UINT32_MAX),
-                       bytes = frames * f.blockAlign;
-        m_repair.frames = frames;
-        if (m_length - 8 > UINT32_MAX) return MEDIA_E_TOO_LARGE;
-        HRESULT hr =
-            Patch<uint32_t>(c.formatOffset + 2, static_cast<uint32_t>(frames), true, "the number of frames");
-        if (Succeeded(hr) && isLast)
-            hr = Patch<uint32_t>(c.dataHeader + 4,
-                                 static_cast<uint32_t>(c.dataOffset + bytes - c.dataHeader - 8), true,
-                                 "the size of the samples' chunk");
-        const uint64_t end = isLast ? EndOf(c.dataOffset, bytes, 2) : EndOfChunks(c, RIFF_CHUNK_HEADER);
-        if (Succeeded(hr))
-            hr = Patch<uint32_t>(4, static_cast<uint32_t>(end - 8), true, "the size of the file");
-        return hr;
+    /// Of the samples' chunk, of the form, and the numbers of frames.
+    bool SetSizes(const SampleExtent& extent) {
+        if (extent.bytes + m_extra > m_g->LargestPayload())
+            return Refuse("the samples are more than such a file can tell of");
+        if (extent.isChanged || !m_head.isPayloadValid)
+            EditSize(m_head.dataHeader, extent.bytes + m_extra, "the size of the samples' chunk");
+        if (m_g->isBigEndian) {
+            if (m_plan.frames > UINT32_MAX)
+                return Refuse("the samples are more than such a file can tell of");
+            EditNumber(m_head.format + 2, static_cast<uint32_t>(m_plan.frames), "the number of frames");
+        } else if (extent.isChanged) {
+            SetFact();
+        }
+        uint64_t end = extent.formEnd;
+        for (const MediaEdit& edit : m_plan.edits) end = end - edit.removed + edit.bytes.size();
+        if (!m_head.isFormWhole) end = end - m_head.formBytes + m_g->first;
+        if (end - m_g->header > m_g->LargestPayload())
+            return Refuse("the file is longer than its header can tell");
+        if (m_head.isFormWhole)
+            EditSize(0, end - m_g->header, "the size of the file");
+        else
+            WriteForm(end - m_g->header);
+        return true;
     }
 
-    HRESULT NewHeader(bool is64) {
-        LostSamples found{};
-        const HRESULT looked =
-            is64 ? FindLostW64Samples(m_s.file, m_hint, std::min(m_length, SEARCHED), &found)
-                 : FindWaveSamples(&found);
-        if (Failed(looked) || found.start >= m_length) return MEDIA_E_UNKNOWN_FORMAT;
-        HRESULT hr = is64 ? QmInsertW64Header(m_s.file, &found.format, found.bytes, found.start)
-                          : QmInsertWavHeader(m_s.file, &found.format, found.bytes, found.start);
-        if (hr == MEDIA_E_MALFORMED && !is64) hr = ShortHeader(found);
-        if (Failed(hr)) return hr == MEDIA_E_MALFORMED ? MEDIA_E_UNKNOWN_FORMAT : hr;
-        m_repair.frames = found.bytes / found.format.nBlockAlign;
-        m_repair.changes.push_back("at 0: a new header of " + std::to_string(found.start) + " bytes");
-        return S_OK;
+    /// The count that formats other than plain PCM have beside the size.
+    void SetFact() {
+        if (!m_isPackedWave || !m_head.edits.empty()) return;
+        for (const MediaChunk& chunk : m_before.chunks)
+            if (chunk.id == "fact" && chunk.depth == 0 && chunk.size >= 4 &&
+                chunk.offset + m_g->header + 4 <= m_head.dataHeader)
+                EditNumber(chunk.offset + m_g->header,
+                           static_cast<uint32_t>(std::min<uint64_t>(m_plan.frames, UINT32_MAX)),
+                           "the frames of 'fact'");
     }
 
-    /// Most writers put a format of 16 bytes, and the samples at 44, where ours do not look.
-    HRESULT FindWaveSamples(LostSamples* found) {
-        constexpr int64_t SHORT_DATA = 36;
-        uint8_t label[4];
-        const HRESULT hr = FindLostWavSamples(m_s.file, m_hint, std::min(m_length, SEARCHED), found);
-        if (Failed(hr) || !m_s.Seek(SHORT_DATA) || !m_s.Read(label, 4) || std::memcmp(label, "data", 4) != 0)
-            return hr;
-        found->start = SHORT_DATA + RIFF_CHUNK_HEADER;
-        found->bytes = (m_length - found->start) / found->format.nBlockAlign * found->format.nBlockAlign;
-        return S_OK;
-    }
-    HRESULT ShortHeader(const LostSamples& found) {
-        constexpr uint32_t HEADER = 44, FORMAT = 16;
-        if (found.start != HEADER || found.format.wFormatTag != WAVE_TAG_PCM) return MEDIA_E_MALFORMED;
-        if (found.bytes > RIFF_LARGEST - HEADER) return MEDIA_E_TOO_LARGE;
-        const auto bytes = static_cast<uint32_t>(found.bytes);
-        m_s.Seek(0);
-        const bool done =
-            Succeeded(riff_WriteFileID(m_s.file, FourCC("WAVE"), HEADER - RIFF_CHUNK_HEADER + bytes)) &&
-            Succeeded(riff_WriteChunk(m_s.file, FourCC("fmt "), &found.format, FORMAT, nullptr)) &&
-            Succeeded(riff_WriteChunkHeader(m_s.file, FourCC("data"), bytes));
-        return done ? S_OK : MEDIA_E_WRITE;
+    void WriteForm(uint64_t payload) {
+        std::vector<uint8_t> bytes(m_g->first);
+        const auto put = [&](uint64_t at, const void* label, size_t count) {
+            std::memcpy(&bytes[at], label, count);
+        };
+        if (m_g->sizeBytes == 8) {
+            put(0, &W64_RIFF, sizeof(GUID));
+            ToLittleEndian(&bytes[16], m_g->Stored(payload));
+            put(24, &W64_WAVE, sizeof(GUID));
+        } else if (m_g->isBigEndian) {
+            put(0, "FORM", 4);
+            ToBigEndian(&bytes[4], static_cast<uint32_t>(payload));
+            put(8, m_head.container == MediaContainer::Aifc ? "AIFC" : "AIFF", 4);
+        } else {
+            put(0, "RIFF", 4);
+            ToLittleEndian(&bytes[4], static_cast<uint32_t>(payload));
+            put(8, "WAVE", 4);
+        }
+        m_plan.edits.push_back(
+            {0, m_head.formBytes, std::move(bytes), "the head of the file is written anew"});
     }
 
-    FileStream m_s;
-    const WAVEFORMATEX* m_hint;
-    MediaRepair& m_repair;
-    uint64_t m_length = 0, m_frame = 0;
+    /// The plan is carried out for the eyes of the inspector, and refused where anything is left.
+    MediaRepairPlan Checked(uint64_t bytes) {
+        uint64_t samples = m_plan.samples;
+        for (const MediaEdit& edit : m_plan.edits) {
+            if (edit.offset + edit.removed > m_plan.samples)
+                return Refused("what is wrong at " + std::to_string(edit.offset) +
+                               " lies behind the first sample");
+            samples = samples - edit.removed + edit.bytes.size();
+        }
+        const MediaContents after =
+            m_plan.edits.empty() ? m_before : InspectMedia(EditedSource(m_source, m_plan.edits));
+        for (const MediaProblem& p : after.problems)
+            if (p.fault == MediaFault::Error)
+                return Refused("at " + std::to_string(p.offset) + ": " + p.text);
+        if (after.dataOffset != samples || after.dataBytes / m_frame != bytes / m_frame)
+            return Refused("its header can be read in more than one way");
+        m_plan.frames = after.frames;
+        return m_plan;
+    }
+
+    const ByteSource& m_source;
+    const MediaRepairOptions& m_options;
+    const uint64_t m_length;
+    const ChunkGrammar* m_g = nullptr;
+    MediaContents m_before;
+    DamagedHead m_head;
+    MediaRepairPlan m_plan;
+    uint64_t m_extra = 0;  ///< bytes of the samples' chunk before them
+    uint64_t m_frame = 0;
+    uint32_t m_countedFrames = 0;  ///< of "COMM"
+    bool m_isPackedWave = false;
 };
 
 }  // namespace
 
-HRESULT RepairMedia(HQMFILE file, const WAVEFORMATEX* hint, MediaRepair* repair) {
-    return Repairer(file, hint, *repair).Run();
+MediaRepairPlan PlanMediaRepair(HQMFILE file, const MediaRepairOptions& options) {
+    return Planner(FileSource(file), options).Plan();
+}
+
+HRESULT ApplyMediaRepair(HQMFILE file, const MediaRepairPlan& plan) {
+    if (plan.MovesSamples()) return E_INVALIDARG;
+    const FileStream s{file};
+    // From behind: with the size of the samples set, nothing about them is in doubt any more.
+    for (auto edit = plan.edits.rbegin(); edit != plan.edits.rend(); ++edit)
+        if (!s.Seek(static_cast<int64_t>(edit->offset)) ||
+            !s.Write(edit->bytes.data(), static_cast<uint32_t>(edit->bytes.size())))
+            return MEDIA_E_WRITE;
+    return S_OK;
+}
+
+HRESULT WriteRepairedMedia(HQMFILE from, const MediaRepairPlan& plan, HQMFILE to,
+                           const std::function<void(uint64_t)>& progress) {
+    constexpr uint32_t PIECE = 1 << 20;
+    const FileSource source(from);
+    const EditedSource edited(source, plan.edits);
+    std::vector<uint8_t> piece(PIECE);
+    const FileStream out{to};
+    for (uint64_t at = 0; at < edited.Size(); at += PIECE) {
+        const auto count = static_cast<uint32_t>(std::min<uint64_t>(edited.Size() - at, PIECE));
+        if (!edited.Read(at, piece.data(), count)) return MEDIA_E_READ;
+        if (!out.Write(piece.data(), count)) return MEDIA_E_WRITE;
+        if (progress) progress(at + count);
+    }
+    return S_OK;
 }

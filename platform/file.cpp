@@ -1,19 +1,29 @@
 #include "platform/file.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
 #include <optional>
 #include <system_error>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
+/// The lone surrogate of a byte that is no text is so much more than the byte.
+constexpr char16_t RAW_BYTE = 0xDC00;
+
 class Descriptor {
 public:
     explicit Descriptor(int fd) : m_fd(fd) {}
@@ -24,16 +34,14 @@ public:
     Descriptor& operator=(const Descriptor&) = delete;
     explicit operator bool() const { return m_fd >= 0; }
     int Get() const { return m_fd; }
-    /// Closes with the result that writers want to know.
-    bool Close() { return ::close(std::exchange(m_fd, -1)) == 0; }
 
 private:
     int m_fd;
 };
 
-int Open(const fs::path& path, int flags) {
+int OpenToRead(const fs::path& path, int flags = 0) {
     int fd;
-    do fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
+    do fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
     while (fd < 0 && errno == EINTR);
     return fd;
 }
@@ -55,7 +63,7 @@ bool WriteAll(int fd, std::string_view bytes) {
 
 /// Some file systems can't sync a folder, which is no fault of the file.
 bool SyncFolder(const fs::path& folder) {
-    const Descriptor fd(Open(folder, O_RDONLY | O_DIRECTORY));
+    const Descriptor fd(OpenToRead(folder, O_DIRECTORY));
     return fd && (::fsync(fd.Get()) == 0 || errno == EINVAL);
 }
 
@@ -70,53 +78,35 @@ std::optional<fs::path> FollowLinks(fs::path path) {
     return std::nullopt;
 }
 
-/// A file of a fresh name beside the target, removed unless it was renamed.
-class AsideFile {
-public:
-    explicit AsideFile(const fs::path& folder) : m_fd(Create(folder)) {}
-    ~AsideFile() {
-        if (m_present) ::unlink(m_path.c_str());
-    }
-    AsideFile(const AsideFile&) = delete;
-    AsideFile& operator=(const AsideFile&) = delete;
+fs::path FolderOf(const fs::path& file) {
+    return file.has_parent_path() ? file.parent_path() : fs::path(".");
+}
 
-    bool Created() const { return m_present; }
-    bool Write(std::string_view bytes) { return WriteAll(m_fd.Get(), bytes); }
-    /// Takes the owner, where that is allowed, and the permissions of the file to be replaced.
-    bool TakeAttributes(const fs::path& target) {
-        struct stat old;
-        if (::stat(target.c_str(), &old) != 0) return errno == ENOENT;
-        if (::fchown(m_fd.Get(), old.st_uid, old.st_gid) != 0 && errno != EPERM) return false;
-        return ::fchmod(m_fd.Get(), old.st_mode & 07777) == 0;
-    }
-    bool Finish() { return ::fsync(m_fd.Get()) == 0 && m_fd.Close(); }
-    bool RenameTo(const fs::path& target) {
-        m_present = ::rename(m_path.c_str(), target.c_str()) != 0;
-        return !m_present;
-    }
+/// 64 random bits. The clock only where the system has no randomness to give.
+std::string FreshName() {
+    uint64_t bits = 0;
+    if (::getrandom(&bits, sizeof bits, GRND_NONBLOCK) != sizeof bits)
+        bits = static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+    char name[32];
+    std::snprintf(name, sizeof name, ".tarn-%016" PRIx64, bits);
+    return name;
+}
 
-private:
-    int Create(const fs::path& folder) {
-        static std::atomic<unsigned> counter{0};
-        int fd;
-        do {
-            m_path = folder / (".tarn-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-            fd = Open(m_path, O_WRONLY | O_CREAT | O_EXCL);
-        } while (fd < 0 && errno == EEXIST);
-        m_present = fd >= 0;
-        return fd;
+/// The owner, where that is allowed, and the permissions of the file to be replaced.
+bool TakeAttributes(int fd, const struct stat& old) {
+    mode_t mode = old.st_mode & 07777;
+    if (::fchown(fd, old.st_uid, old.st_gid) != 0) {
+        if (errno != EPERM) return false;
+        mode &= 0777;  // rights of another owner are not ours to give
     }
-
-    fs::path m_path;
-    bool m_present = false;
-    Descriptor m_fd;
-};
+    return ::fchmod(fd, mode) == 0;
+}
 }  // namespace
 
 bool ReadWholeFile(const fs::path& path, size_t limit, std::string& bytes, std::string& error) {
     constexpr size_t kStep = size_t{1} << 20;
     bytes.clear();
-    const Descriptor fd(Open(path, O_RDONLY));
+    const Descriptor fd(OpenToRead(path));
     struct stat info;
     if (!fd || ::fstat(fd.Get(), &info) != 0) return Fail(error, "cannot open", path);
     std::string read;
@@ -138,15 +128,98 @@ bool ReadWholeFile(const fs::path& path, size_t limit, std::string& bytes, std::
     return true;
 }
 
-bool ReplaceFile(const fs::path& path, std::string_view bytes, std::string& error) {
+bool ReplacingFile::Open(const fs::path& path, std::string& error) {
     const std::optional<fs::path> target = FollowLinks(path);
     if (!target) return Fail(error, "cannot write", path, ELOOP);
-    const fs::path folder = target->has_parent_path() ? target->parent_path() : fs::path(".");
-    AsideFile aside(folder);
-    if (!aside.Created()) return Fail(error, "cannot write in", folder);
-    if (!aside.TakeAttributes(*target) || !aside.Write(bytes) || !aside.Finish())
-        return Fail(error, "cannot write", *target);
-    if (!aside.RenameTo(*target)) return Fail(error, "cannot replace", *target);
-    if (!SyncFolder(folder)) return Fail(error, "cannot sync", folder);
-    return true;
+    m_target = *target;
+    struct stat old;
+    const bool isThere = ::stat(m_target.c_str(), &old) == 0;
+    if (!isThere && errno != ENOENT) return Fail(error, "cannot write", m_target);
+    if (isThere && S_ISDIR(old.st_mode)) return Fail(error, "cannot write", m_target, EISDIR);
+    if (isThere && !S_ISREG(old.st_mode)) {
+        error = "cannot write " + m_target.string() + ": it is a device or a pipe, not a file";
+        return false;
+    }
+    if (isThere && ::access(m_target.c_str(), W_OK) != 0) return Fail(error, "cannot write", m_target);
+    const fs::path folder = FolderOf(m_target);
+    // Nobody reads what takes the place of a private file before it has that file's permissions.
+    const mode_t mode = isThere ? 0600 : 0666;
+    do {
+        m_aside = folder / FreshName();
+        m_fd = ::open(m_aside.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    } while (m_fd < 0 && (errno == EEXIST || errno == EINTR));
+    if (m_fd < 0) return Fail(error, "cannot write in", folder);
+    if (!isThere || TakeAttributes(m_fd, old)) return true;
+    Fail(error, "cannot write", m_target);
+    Discard();
+    return false;
+}
+
+bool ReplacingFile::Write(std::string_view bytes, std::string& error) {
+    return WriteAll(m_fd, bytes) || Fail(error, "cannot write", m_target);
+}
+
+bool ReplacingFile::Commit(std::string& error) {
+    if (::fsync(m_fd) != 0 || ::close(std::exchange(m_fd, -1)) != 0) {
+        Fail(error, "cannot write", m_target);
+        Discard();
+        return false;
+    }
+    if (::rename(m_aside.c_str(), m_target.c_str()) != 0) {
+        Fail(error, "cannot replace", m_target);
+        Discard();
+        return false;
+    }
+    m_aside.clear();
+    const fs::path folder = FolderOf(m_target);
+    return SyncFolder(folder) || Fail(error, "cannot sync", folder);
+}
+
+void ReplacingFile::Discard() {
+    if (m_fd >= 0) ::close(std::exchange(m_fd, -1));
+    if (!m_aside.empty()) ::unlink(m_aside.c_str());
+    m_aside.clear();
+}
+
+bool ReplaceFile(const fs::path& path, std::string_view bytes, std::string& error) {
+    ReplacingFile file;
+    return file.Open(path, error) && file.Write(bytes, error) && file.Commit(error);
+}
+
+std::u16string WideFromPath(const fs::path& path) {
+    const std::string& name = path.native();
+    std::u16string wide;
+    const auto size = static_cast<int32_t>(name.size());
+    for (int32_t i = 0; i < size;) {
+        const int32_t start = i;
+        UChar32 c;
+        U8_NEXT(name.data(), i, size, c);
+        if (c >= 0) {
+            char16_t units[2];
+            int32_t count = 0;
+            U16_APPEND_UNSAFE(units, count, c);
+            wide.append(units, static_cast<size_t>(count));
+            continue;
+        }
+        i = start + 1;
+        wide += static_cast<char16_t>(RAW_BYTE + static_cast<uint8_t>(name[static_cast<size_t>(start)]));
+    }
+    return wide;
+}
+
+fs::path PathFromWide(std::u16string_view text) {
+    const auto isRaw = [](char16_t c) { return c >= RAW_BYTE + 0x80 && c <= RAW_BYTE + 0xFF; };
+    std::string name;
+    for (size_t i = 0; i < text.size();) {
+        if (isRaw(text[i])) {
+            name += static_cast<char>(text[i++] - RAW_BYTE);
+            continue;
+        }
+        size_t end = i;
+        while (end < text.size() && !isRaw(text[end])) end += U16_IS_LEAD(text[end]) ? 2 : 1;
+        end = std::min(end, text.size());
+        name += Utf8FromUtf16(text.substr(i, end - i));
+        i = end;
+    }
+    return name;
 }

@@ -1,11 +1,10 @@
 #include "platform/file_handle.h"
 
-#include "platform/text.h"
+#include "platform/file.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 
@@ -25,7 +24,8 @@ bool Fail(int32_t code = errno) {
 }
 
 int OpenFlags(QmFileAccess access, QmFileCreation creation) {
-    const int flags = O_CLOEXEC | (access == FILE_ACCESS_READ ? O_RDONLY : O_RDWR);
+    // A pipe without a writer must not hold the caller.
+    const int flags = O_CLOEXEC | O_NONBLOCK | (access == FILE_ACCESS_READ ? O_RDONLY : O_RDWR);
     switch (creation) {
     case FILE_CREATE_NEW: return flags | O_CREAT | O_EXCL;
     case FILE_CREATE_ALWAYS: return flags | O_CREAT | O_TRUNC;
@@ -68,26 +68,35 @@ struct QMFILE {
     }
 };
 
+/// Takes the descriptor. Opening a folder or a pipe for reading succeeds, and every read at a place fails:
+/// say so here.
+static HQMFILE Handle(int fd) {
+    if (fd < 0) return Fail(), nullptr;
+    struct stat info;
+    const bool isTold = ::fstat(fd, &info) == 0,
+               isFile = isTold && (S_ISREG(info.st_mode) || S_ISBLK(info.st_mode));
+    auto* file = isFile ? new (std::nothrow) QMFILE : nullptr;
+    if (file) return file->fd = fd, file;
+    const int code = !isTold ? errno : isFile ? ENOMEM : S_ISDIR(info.st_mode) ? EISDIR : ESPIPE;
+    ::close(fd);
+    return Fail(code), nullptr;
+}
+
 extern "C" {
 
 HQMFILE QmFile_Open(const char16_t* path, QmFileAccess access, QmFileCreation creation) try {
-    const std::string name = Utf8FromUtf16(path);
+    const std::string name = PathFromWide(path).native();
     const int flags = OpenFlags(access, creation);
     if (flags < 0) return Fail(EINVAL), nullptr;
-    auto file = std::make_unique<QMFILE>();
-    do file->fd = ::open(name.c_str(), flags, 0666);
-    while (file->fd < 0 && errno == EINTR);
-    if (file->fd < 0) return Fail(), nullptr;
-    // Opening a folder for reading succeeds, and every read of it fails: say so here.
-    struct stat info;
-    if (::fstat(file->fd, &info) == 0 && S_ISDIR(info.st_mode)) {
-        ::close(file->fd);
-        return Fail(EISDIR), nullptr;
-    }
-    return file.release();
-} catch (const std::bad_alloc&) {
+    int fd;
+    do fd = ::open(name.c_str(), flags, 0666);
+    while (fd < 0 && errno == EINTR);
+    return Handle(fd);
+} catch (const std::exception&) {
     return Fail(ENOMEM), nullptr;
 }
+
+HQMFILE QmFile_OpenDescriptor(int descriptor) { return Handle(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)); }
 
 BOOL QmFile_Close(HQMFILE file) {
     if (!file) return 1;

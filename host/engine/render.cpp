@@ -2,17 +2,13 @@
 
 #include "host/engine/clip_player.h"
 #include "host/engine/offline_mix.h"
+#include "platform/file.h"
 
 #include <sndfile.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <utility>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <memory>
 
 namespace host {
 
@@ -21,57 +17,44 @@ namespace {
 constexpr int64_t kProgressFrames = 16384;
 constexpr int64_t kLargestPlainWave = 4000000000;  // bytes; beyond it the wide form
 
-// A wave file under a name of its own beside the target, gone again unless it was finished.
+// A wave file beside the target, gone again unless it was finished.
 class WaveAside {
 public:
-    WaveAside(const std::filesystem::path& target, int sampleRate, int64_t frames)
-        : m_target(target), m_aside(target.parent_path() / (".tarn-render-" + std::to_string(::getpid()))) {
-        m_fd = ::open(m_aside.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-        if (m_fd < 0) Fail(std::strerror(errno));
+    WaveAside(const std::filesystem::path& target, int sampleRate, int64_t frames) : m_target(target) {
+        std::string error;
+        if (!m_file.Open(target, error)) throw RenderError(error);
         SF_INFO info{};
         info.samplerate = sampleRate;
         info.channels = 2;
         info.format = SF_FORMAT_PCM_24 | (frames * 6 > kLargestPlainWave ? SF_FORMAT_RF64 : SF_FORMAT_WAV);
-        m_file = sf_open_fd(m_fd, SFM_WRITE, &info, SF_FALSE);
-        if (!m_file) Fail(sf_strerror(nullptr));
+        m_sound.reset(sf_open_fd(m_file.Descriptor(), SFM_WRITE, &info, SF_FALSE));
+        if (!m_sound) Fail(sf_strerror(nullptr));
     }
-    ~WaveAside() {
-        if (m_file) sf_close(m_file);
-        if (m_fd >= 0) {
-            ::close(m_fd);
-            ::unlink(m_aside.c_str());
-        }
-    }
-    WaveAside(const WaveAside&) = delete;
-    WaveAside& operator=(const WaveAside&) = delete;
 
     void Write(const std::vector<int>& samples, size_t frames) {
         const auto count = static_cast<sf_count_t>(frames);
-        if (sf_writef_int(m_file, samples.data(), count) != count) Fail(sf_strerror(m_file));
+        if (sf_writef_int(m_sound.get(), samples.data(), count) != count) Fail(sf_strerror(m_sound.get()));
     }
 
     void Finish() {
-        const int closed = sf_close(std::exchange(m_file, nullptr));
+        const int closed = sf_close(m_sound.release());
         if (closed != 0) Fail(sf_error_number(closed));
-        if (::fsync(m_fd) != 0 || ::rename(m_aside.c_str(), m_target.c_str()) != 0)
-            Fail(std::strerror(errno));
-        ::close(std::exchange(m_fd, -1));
+        std::string error;
+        if (!m_file.Commit(error)) throw RenderError(error);
     }
 
 private:
-    // The destructor does not run for a constructor that throws.
-    [[noreturn]] void Fail(const std::string& why) {
-        if (m_file) sf_close(std::exchange(m_file, nullptr));
-        if (m_fd >= 0) {
-            ::close(std::exchange(m_fd, -1));
-            ::unlink(m_aside.c_str());
-        }
+    struct CloseSound {
+        void operator()(SNDFILE* sound) const { sf_close(sound); }
+    };
+
+    [[noreturn]] void Fail(const std::string& why) const {
         throw RenderError("cannot write " + m_target.string() + ": " + why);
     }
 
-    const std::filesystem::path m_target, m_aside;
-    int m_fd = -1;
-    SNDFILE* m_file = nullptr;
+    const std::filesystem::path m_target;
+    ReplacingFile m_file;
+    std::unique_ptr<SNDFILE, CloseSound> m_sound;
 };
 
 // To 24 bits in the upper part of an int, which is how the library takes them.

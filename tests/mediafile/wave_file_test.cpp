@@ -2,7 +2,6 @@
 #include "mediafile/wave_file.h"
 
 #include "mediafile/media_codes.h"
-#include "mediafile/repair.h"
 #include "mediafile/riff64.h"
 #include "platform/memory.h"
 #include "tests/mediafile/media_support.h"
@@ -205,79 +204,8 @@ TEST_F(WaveFiles, SettingTheFormatOfAWaveUnmakesIt) {
     EXPECT_EQ(QmSetFileWfx(WidePath("none").c_str(), &wfx), MEDIA_E_OPEN);
 }
 
-/// The samples that a good file of this header has when it is cut there, and those of the mended one.
-TEST_F(WaveFiles, CutFilesGiveBackEveryWholeFrame) {
-    std::mt19937 random(1);
-    for (const bool is64 : {false, true})
-        for (const QMSAMPLETYPE type : {QMSAMPLE_PCM16, QMSAMPLE_PCM24, QMSAMPLE_FLOAT32}) {
-            const WAVEFORMATEX wfx = Format(type);
-            const size_t header = is64 ? 112 : 46, samples = size_t{wfx.nBlockAlign} * 5000;
-            MakeSamples("good", header, samples);
-            {
-                const OwnedHandle file = Open("good");
-                ASSERT_EQ(InsertHeader(is64, file.get(), &wfx, samples, header), S_OK);
-            }
-            const Bytes good = Content("good");
-            std::vector<size_t> cuts;
-            for (size_t i = 0; i <= header; i++) cuts.push_back(i);
-            for (int i = 0; i < 200; i++) cuts.push_back(header + random() % samples);
-            for (const size_t cut : cuts) {
-                Make("cut", Bytes(good.begin(), good.begin() + static_cast<ptrdiff_t>(cut)));
-                const uint64_t present = cut < header ? 0 : (cut - header) / wfx.nBlockAlign;
-                MediaRepair repair;
-                HRESULT hr = S_OK;
-                {
-                    const OwnedHandle file = Open("cut");
-                    hr = RepairMedia(file.get(), &wfx, &repair);
-                }
-                if (cut < header) {
-                    EXPECT_EQ(Content("cut").size(), cut) << "nothing is added";
-                    continue;
-                }
-                ASSERT_EQ(hr, S_OK) << cut;
-                EXPECT_EQ(repair.frames, present) << cut;
-                const MediaContents mended = Inspected("cut");
-                EXPECT_FALSE(mended.HasErrors())
-                    << cut << (mended.problems.empty() ? "" : mended.problems[0].text);
-                const auto read = Read("cut");
-                ASSERT_TRUE(read) << cut;
-                EXPECT_EQ(frames, present) << cut;
-                EXPECT_EQ(read->wFormatTag, wfx.wFormatTag);
-                const Bytes after = Content("cut");
-                ASSERT_TRUE(std::equal(good.begin() + static_cast<ptrdiff_t>(header),
-                                       good.begin() + static_cast<ptrdiff_t>(cut),
-                                       after.begin() + static_cast<ptrdiff_t>(offset)));
-            }
-        }
-}
-
-/// The header overwritten with rubbish, the samples' chunk still to be found; ours and the short form of
-/// others.
-TEST_F(WaveFiles, DestroyedHeadersAreMadeAnew) {
+TEST_F(WaveFiles, SamplesWithoutAnyHoldBeginAtTheLimit) {
     const WAVEFORMATEX wfx = Format();
-    for (const size_t header : {size_t{46}, size_t{44}, size_t{4096}}) {
-        Bytes content = WaveForm(
-            header == 44
-                ? Builder().Chunk("fmt ", PcmFormat(2, 48000, 16)).Chunk("data", Bytes(4000, 5)).bytes
-            : header == 46
-                ? Builder().Chunk("fmt ", Builder().Raw(&wfx, 18).bytes).Chunk("data", Bytes(4000, 5)).bytes
-                : Builder()
-                      .Chunk("fmt ", Builder().Raw(&wfx, 18).bytes)
-                      .Chunk("JUNK", Bytes(4096 - 54))
-                      .Chunk("data", Bytes(4000, 5))
-                      .bytes);
-        for (size_t i = 0; i < 20; i++) content[i] = 0xAA;
-        Make("x.wav", content);
-        MediaRepair repair;
-        ASSERT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), S_OK) << header;
-        EXPECT_EQ(repair.frames, 1000u);
-        const auto read = Read("x.wav");
-        ASSERT_TRUE(read) << header;
-        EXPECT_EQ(frames, 1000u);
-        EXPECT_EQ(read->nSamplesPerSec, 48000u);
-        EXPECT_EQ(offset, header);
-    }
-    // Without any hold the samples begin at the limit.
     MakeSamples("none", 0, 10000);
     const OwnedHandle file = Open("none");
     ASSERT_EQ(QmFixTrashedWav(file.get(), &wfx, 1000), S_OK);
@@ -285,61 +213,6 @@ TEST_F(WaveFiles, DestroyedHeadersAreMadeAnew) {
     EXPECT_EQ(offset, 1000u);
     const OwnedHandle tiny = Make("tiny", Bytes(30));
     EXPECT_EQ(QmFixTrashedWav(tiny.get(), &wfx, 1000), MEDIA_E_READ);
-}
-
-TEST_F(WaveFiles, RepairKeepsOtherChunks) {
-    const Bytes items = Builder().Text("INFO").Chunk("INAM", {'T', 'a', 'k', 'e'}).bytes;
-    Bytes content = WaveForm(Builder()
-                                 .Chunk("fmt ", PcmFormat(2, 48000, 16))
-                                 .Chunk("data", Bytes(400, 5))
-                                 .Chunk("LIST", items)
-                                 .bytes);
-    content.resize(content.size() - 2);  // the list cut short
-    Make("x.wav", content);
-    MediaRepair repair;
-    ASSERT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), S_OK);
-    EXPECT_EQ(repair.frames, 100u);
-    EXPECT_EQ(repair.changes.size(), 3u);
-    EXPECT_TRUE(Inspected("x.wav").problems.empty());
-    EXPECT_EQ(Content("x.wav").size(), content.size());
-    repair = {};
-    ASSERT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), S_OK);
-    EXPECT_TRUE(repair.changes.empty());
-    // A recording that was never completed: both sizes 0.
-    Bytes open =
-        WaveForm(Builder().Chunk("fmt ", PcmFormat(2, 48000, 16)).Chunk("data", Bytes(401, 5)).bytes);
-    std::memset(&open[4], 0, 4);
-    std::memset(&open[40], 0, 4);
-    Make("open.wav", open);
-    ASSERT_EQ(RepairMedia(Open("open.wav").get(), nullptr, &repair), S_OK);
-    EXPECT_EQ(repair.frames, 100u);
-}
-
-TEST_F(WaveFiles, RepairLeavesOtherCodecsTheirFormat) {
-    const Bytes mp3 = Builder()
-                          .Little(uint16_t{0x55})
-                          .Little(uint16_t{2})
-                          .Little(44100u)
-                          .Little(16000u)
-                          .Little(uint16_t{1})
-                          .Little(uint16_t{0})
-                          .Little(uint16_t{12})
-                          .Zeros(12)
-                          .bytes;
-    const Bytes whole = WaveForm(Builder().Chunk("fmt ", mp3).Chunk("data", Bytes(1001, 5)).bytes);
-    Make("x.wav", Bytes(whole.begin(), whole.end() - 500));
-    MediaRepair repair;
-    ASSERT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), S_OK);
-    EXPECT_EQ(repair.changes.size(), 2u) << "the two sizes";
-    EXPECT_FALSE(Inspected("x.wav").HasErrors());
-    const Bytes mended = Content("x.wav");
-    EXPECT_TRUE(std::equal(mp3.begin(), mp3.end(), mended.begin() + 20));
-    // What is no wave is not made one.
-    Bytes other = whole;
-    std::memcpy(other.data(), "RF64", 4);
-    Make("x.wav", other);
-    EXPECT_EQ(RepairMedia(Open("x.wav").get(), nullptr, &repair), MEDIA_E_UNSUPPORTED_FORMAT);
-    EXPECT_EQ(Content("x.wav"), other);
 }
 
 TEST_F(WaveFiles, FaultsOfOtherParsers) {
@@ -397,11 +270,6 @@ TEST_F(WaveFiles, FaultsOfOtherParsers) {
         EXPECT_EQ(wfx != nullptr, row.reads) << row.name;
         if (wfx) {
             EXPECT_LE(wfx->cbSize, MemSize(wfx.get()) - sizeof(WAVEFORMATEX)) << row.name;
-        }
-        MediaRepair repair;
-        const OwnedHandle file = Open("x.wav");
-        if (Succeeded(RepairMedia(file.get(), nullptr, &repair)) && !repair.changes.empty()) {
-            EXPECT_TRUE(InspectMedia(file.get()).hasFormat) << row.name;
         }
     }
 }

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <set>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -70,6 +71,55 @@ TEST_F(File, ReplacingKeepsPermissions) {
         ASSERT_EQ(0, ::stat(path.c_str(), &info));
         EXPECT_EQ(mode, info.st_mode & 07777);
     }
+}
+
+/// What lies at the target or in its folder can't lead the writing elsewhere.
+TEST_F(File, ReplacingTouchesNothingButItsTarget) {
+    const fs::path folder = m_folder / "shared", victim = m_folder / "victim";
+    fs::create_directory(folder);
+    ASSERT_TRUE(ReplaceFile(victim, "mine", m_error));
+    // The name of the file aside is not the same twice, and a link can't be laid there beforehand.
+    std::set<fs::path> names;
+    for (int i = 0; i < 20; i++) {
+        ReplacingFile file;
+        ASSERT_TRUE(file.Open(folder / "a", m_error)) << m_error;
+        EXPECT_EQ(file.Aside().parent_path(), folder);
+        struct stat info;
+        ASSERT_EQ(0, ::lstat(file.Aside().c_str(), &info));
+        EXPECT_TRUE(S_ISREG(info.st_mode));
+        names.insert(file.Aside());
+        ASSERT_TRUE(file.Write("given up", m_error));
+    }
+    EXPECT_EQ(20u, names.size());
+    EXPECT_TRUE(fs::is_empty(folder)) << "what is not committed is gone";
+    // Private content is private while it lies aside, too.
+    ASSERT_EQ(0, ::chmod(victim.c_str(), 0600));
+    ReplacingFile file;
+    ASSERT_TRUE(file.Open(victim, m_error));
+    EXPECT_EQ(fs::status(file.Aside()).permissions(), fs::perms(0600));
+
+    ASSERT_EQ(0, ::mkfifo((folder / "pipe").c_str(), 0600));
+    fs::create_symlink("/dev/full", folder / "device");
+    for (const char* name : {"pipe", "device"}) {
+        EXPECT_FALSE(ReplaceFile(folder / name, "x", m_error));
+        EXPECT_NE(std::string::npos, m_error.find("not a file")) << m_error;
+        EXPECT_FALSE(fs::is_regular_file(folder / name));
+    }
+    if (::geteuid() == 0) return;  // everything may be written by root
+    ASSERT_EQ(0, ::chmod(victim.c_str(), 0400));
+    EXPECT_FALSE(ReplaceFile(victim, "x", m_error));
+    EXPECT_EQ("mine", Read(victim));
+    ASSERT_EQ(0, ::chmod(folder.c_str(), 0500));
+    EXPECT_FALSE(ReplaceFile(folder / "a", "x", m_error));
+    ASSERT_EQ(0, ::chmod(folder.c_str(), 0700));
+}
+
+TEST_F(File, NamesThatAreNoTextComeBack) {
+    for (const std::string name :
+         {"plain", "\xC3\xA4\xF0\x9F\x8E\xB5", "a\xE4", "\xFF\xFE", "\xED\xB2\x80", "\xF0\x9F", "\xC0\x80x"})
+        EXPECT_EQ(PathFromWide(WideFromPath(name)).native(), name);
+    EXPECT_EQ(WideFromPath("\xC3\xA4"), u"\u00E4");
+    EXPECT_EQ(PathFromWide(u"a\xD800").native(), "a\xEF\xBF\xBD");
 }
 
 TEST_F(File, ReplacingFollowsLinks) {

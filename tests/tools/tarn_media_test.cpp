@@ -3,8 +3,11 @@
 #include "tests/mediafile/media_support.h"
 
 #include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace {
@@ -113,10 +116,100 @@ TEST_F(TarnMedia, RepairsACopy) {
     EXPECT_EQ(Run("verify " + Path("cut.repaired.wav")).code, 0);
     EXPECT_EQ(Run("repair --in-place " + Path("cut.wav")).code, 0);
     EXPECT_EQ(Run("verify " + Path("cut.wav")).code, 0);
+    EXPECT_EQ(Content("cut.wav"), Content("cut.repaired.wav"));
     EXPECT_NE(Run("repair " + Path("a.wav")).text.find("nothing to repair"), std::string::npos);
     Make("rubbish.wav", Bytes(10, 7));
     EXPECT_EQ(Run("repair " + Path("rubbish.wav")).code, 2);
     EXPECT_FALSE(std::filesystem::exists(Path("rubbish.repaired.wav")));
+}
+
+TEST_F(TarnMedia, RepairGuessesNothing) {
+    MakeWave("a.wav");
+    const Bytes good = Content("a.wav");
+    Bytes noFormat = good, longer = good;
+    std::fill_n(noFormat.begin() + 12, 24, 0xAA);
+    longer.insert(longer.end(), 400, 3);
+    Make("x.wav", noFormat);
+    const Outcome refused = Run("repair --in-place --type pcm16 " + Path("x.wav"));
+    EXPECT_EQ(refused.code, 2);
+    EXPECT_NE(refused.text.find("--type, --rate and --channels together"), std::string::npos) << refused.text;
+    EXPECT_EQ(Content("x.wav"), noFormat);
+    EXPECT_EQ(Run("repair --in-place --type pcm16 --rate 48000 --channels 2 " + Path("x.wav")).code, 0);
+    EXPECT_EQ(Content("x.wav"), good);
+    Make("x.wav", longer);
+    const Outcome unclear = Run("repair --in-place " + Path("x.wav"));
+    EXPECT_EQ(unclear.code, 1);
+    EXPECT_NE(unclear.text.find("--samples-end"), std::string::npos) << unclear.text;
+    EXPECT_EQ(Content("x.wav"), longer);
+    EXPECT_NE(Run("repair --in-place --samples-end end " + Path("x.wav")).text.find("1100 frames"),
+              std::string::npos);
+    EXPECT_EQ(Run("repair --samples-end here " + Path("x.wav")).code, 3);
+}
+
+/// The process itself is killed before each of its writes in turn.
+TEST_F(TarnMedia, RepairInPlaceMayBeKilledAtEachWrite) {
+    MakeWave("a.wav");
+    const Bytes good = Content("a.wav");
+    Bytes damaged = good;
+    std::fill_n(damaged.begin(), 8, 0);
+    std::fill_n(damaged.begin() + 40, 4, 0);
+    for (int write = 0;; write++) {
+        Make("x.wav", damaged);
+        // The shell tells of a killed program with 128 and the signal.
+        const std::string killed =
+            "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" KILL_AT_WRITE " KILL_AT_WRITE=" +
+            std::to_string(write) + " " TARN_MEDIA " repair --in-place " + Path("x.wav");
+        const int status = std::system(("(" + killed + ") >/dev/null 2>&1; exit $?").c_str());
+        const Bytes partly = Content("x.wav");
+        EXPECT_TRUE(std::equal(good.begin() + 44, good.end(), partly.begin() + 44)) << write;
+        EXPECT_EQ(Run("repair --in-place " + Path("x.wav")).code, 0) << write;
+        EXPECT_EQ(Content("x.wav"), good) << write;
+        if (WEXITSTATUS(status) != 128 + SIGKILL) {
+            EXPECT_EQ(WEXITSTATUS(status), 0);
+            EXPECT_EQ(write, 2) << "the two edits";
+            break;
+        }
+    }
+}
+
+TEST_F(TarnMedia, WritesOnlyOverFilesAndOnlyTheirContent) {
+    MakeWave("a.wav");
+    MakeWave("old.wav", 7);
+    Bytes cut = Content("a.wav");
+    cut.resize(2000);
+    Make("cut.wav", cut);
+    std::filesystem::create_symlink("old.wav", Path("link.wav"));
+    std::filesystem::permissions(Path("old.wav"), std::filesystem::perms(0640));
+    const std::string a = Path("a.wav");
+    ASSERT_EQ(Run("convert -f " + a + " " + Path("link.wav")).code, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link.wav")));
+    EXPECT_EQ(Content("old.wav"), Content("a.wav"));
+    EXPECT_EQ(std::filesystem::status(Path("old.wav")).permissions(), std::filesystem::perms(0640));
+    // What is no file stays what it is, be it named or linked to, and nothing waits for a pipe's other end.
+    ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/full", Path("device.wav"));
+    for (const char* target : {"pipe", "device.wav"})
+        for (const char* how : {"convert -f --container wav ", "repair -f ", "header insert -f "}) {
+            const Outcome refused = Run(how + Path("cut.wav") + " " + Path(target));
+            EXPECT_EQ(refused.code, 2) << refused.text;
+            EXPECT_FALSE(std::filesystem::is_regular_file(Path(target)));
+        }
+    const Outcome pipe = Run("info " + Path("pipe"));
+    EXPECT_EQ(pipe.code, 2);
+    EXPECT_NE(pipe.text.find("it is a pipe"), std::string::npos) << pipe.text;
+    // A name is bytes, whatever they stand for.
+    const std::string name = Path("t\xE4ke \xF0\x9F.wav"), quoted = "'" + name + "'";
+    std::filesystem::copy_file(a, name);
+    EXPECT_EQ(Run("verify " + quoted).code, 0);
+    EXPECT_EQ(Run("convert --type pcm24 -f " + quoted + " " + quoted).code, 0);
+    EXPECT_NE(Run("info --json " + quoted).text.find("1000"), std::string::npos);
+    EXPECT_EQ(std::filesystem::file_size(name), 44u + 6000);
+    // A rate of 0 would make a file that no one plays.
+    Bytes rateless = Content("a.wav");
+    std::fill_n(rateless.begin() + 24, 4, 0);
+    Make("rateless.wav", rateless);
+    EXPECT_EQ(Run("convert " + Path("rateless.wav") + " " + Path("b.wav")).code, 2);
+    EXPECT_FALSE(std::filesystem::exists(Path("b.wav")));
 }
 
 TEST_F(TarnMedia, HeadersForRawSamples) {
@@ -129,8 +222,16 @@ TEST_F(TarnMedia, HeadersForRawSamples) {
     EXPECT_NE(Run("info " + Path("a.wav")).text.find("100 frames"), std::string::npos);
     EXPECT_NE(Run("info " + Path("b.w64")).text.find("600 bytes at 4096"), std::string::npos);
     for (const char* name : {"a.wav", "b.w64"}) EXPECT_EQ(Run(std::string("verify ") + Path(name)).code, 0);
-    ASSERT_EQ(Run("header reserve " + Path("r.wav") + " --bytes 4096").code, 0);
-    EXPECT_EQ(Content("r.wav").size(), 4096u);
+    for (const char* name : {"r.wav", "r.w64"}) {
+        ASSERT_EQ(Run(std::string("header reserve ") + Path(name) + " --bytes 4096").code, 0);
+        Bytes recorded = Content(name);
+        EXPECT_EQ(recorded.size(), 4096u);
+        EXPECT_EQ(Run(std::string("verify ") + Path(name)).code, 0);
+        recorded.insert(recorded.end(), 600, 3);  // a recorder that was killed
+        Make(name, recorded);
+        EXPECT_NE(Run(std::string("repair --in-place ") + Path(name)).text.find("150 frames"),
+                  std::string::npos);
+    }
     EXPECT_EQ(Run("header insert " + Path("raw") + " " + Path("c.wav") + " --bytes 50").code, 2);
     EXPECT_FALSE(std::filesystem::exists(Path("c.wav")));
 }

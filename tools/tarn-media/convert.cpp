@@ -94,6 +94,7 @@ std::string Refusal(const MediaContents& c, const ConvertOptions& options) {
     const std::string at = "at " + std::to_string(c.formatOffset) + ": ";
     if (f.sampleType == QMSAMPLE_UNKNOWN || f.IsCompressed() || f.channels == 0)
         return at + "samples of this format are not converted";
+    if (f.sampleRate == 0) return at + "the format has a rate of 0";
     if (f.blockAlign != f.BytesPerSample() * f.channels)
         return at + "frames of " + std::to_string(f.blockAlign) +
                " bytes do not fit the samples; try 'repair'";
@@ -147,7 +148,7 @@ int Convert(const ConvertOptions& options) {
     const QMSAMPLETYPE type = StoredType(container, asked);
     if (type == QMSAMPLE_UNKNOWN)
         return Complain(options.output,
-                        std::string(NameOf(container)) + " holds whole numbers only; choose one with --type",
+                        std::string(NameOf(container)) + " holds integers only; choose one with --type",
                         EXIT_USAGE);
     const uint32_t channels = options.channels ? options.channels : options.channel ? 1 : from.channels;
     _qmwaveformat to;

@@ -1,7 +1,6 @@
 // Headers for raw samples: put before them, written over room that was left for them, or left as room.
 #include "mediafile/media_codes.h"
 #include "mediafile/wave_file.h"
-#include "platform/text.h"
 #include "tools/tarn-media/media_tool.h"
 
 #include <algorithm>
@@ -73,10 +72,16 @@ int InsertHeader(const HeaderOptions& options) {
 int ReserveHeader(const HeaderOptions& options) {
     const WAVEFORMATEX wfx = FormatOf(options.format);
     const bool is64 = IsWave64(options, options.output);
-    const QmFileCreation creation = options.force ? FILE_CREATE_ALWAYS : FILE_CREATE_NEW;
-    const std::u16string path = Utf16FromUtf8(options.output);
-    const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(options.bytes, UINT32_MAX));
-    const HRESULT hr = is64 ? QmInitializeWav64WithJunk(path.c_str(), &wfx, creation, bytes)
-                            : QmInitializeWavWithJunk(path.c_str(), &wfx, creation, bytes);
-    return Failed(hr) ? Complain(options.output, ReasonOf(hr)) : EXIT_FINE;
+    const uint64_t multiple = is64 ? 8 : 2, bytes = (options.bytes + multiple - 1) / multiple * multiple;
+    try {
+        NewFile out(options.output, options.force);
+        QmFile_Seek(out.File(), static_cast<int64_t>(bytes), FILE_FROM_START);
+        if (!QmFile_SetEnd(out.File())) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
+        if (const HRESULT hr = Insert(out.File(), wfx, bytes, is64); Failed(hr))
+            throw std::runtime_error(RoomReason(hr, is64));
+        out.Commit();
+    } catch (const std::runtime_error& e) {
+        return Complain(options.output, e.what());
+    }
+    return EXIT_FINE;
 }

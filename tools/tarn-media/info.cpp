@@ -53,6 +53,11 @@ nlohmann::json ContentsJson(const std::string& file, const MediaContents& c) {
     return json;
 }
 
+/// A name that is not UTF-8 gets replacement characters: JSON has no other way.
+std::string Dumped(const nlohmann::json& json) {
+    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 void PrintProblems(const MediaContents& c) {
     for (const MediaProblem& p : c.problems)
         std::printf("%s at %" PRIu64 ": %s\n", FaultName(p.fault), p.offset, p.text.c_str());
@@ -94,7 +99,7 @@ int Inspect(const InfoOptions& options, Print print) {
 int Info(const InfoOptions& options) {
     const int code = Inspect(options, [&](const MediaContents& c) {
         if (options.json)
-            std::printf("%s\n", ContentsJson(options.file, c).dump(2).c_str());
+            std::printf("%s\n", Dumped(ContentsJson(options.file, c)).c_str());
         else
             PrintContents(options.file, c);
     });
@@ -103,7 +108,7 @@ int Info(const InfoOptions& options) {
 
 int Verify(const InfoOptions& options) {
     return Inspect(options, [&](const MediaContents& c) {
-        if (options.json) return (void)std::printf("%s\n", ProblemsJson(c).dump(2).c_str());
+        if (options.json) return (void)std::printf("%s\n", Dumped(ProblemsJson(c)).c_str());
         PrintProblems(c);
         if (c.problems.empty()) std::printf("%s: no problem found\n", options.file.c_str());
     });

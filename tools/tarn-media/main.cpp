@@ -12,6 +12,12 @@ std::string TypeComplaint(const std::string& name) {
     return TypeByName(name) ? std::string() : "'" + name + "' is none of " + TypeNames();
 }
 
+std::string EndComplaint(const std::string& text) {
+    const bool isNumber =
+        !text.empty() && text.size() < 19 && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber || text == "end" ? std::string() : "'" + text + "' is neither a place nor 'end'";
+}
+
 void AddFormat(CLI::App* command, FormatOptions& format) {
     command->add_option("--type", format.type, "of the samples: " + TypeNames())->check(TypeComplaint);
     command->add_option("--rate", format.rate, "frames a second")->check(CLI::Range(1u, 10000000u));
@@ -23,8 +29,8 @@ void AddFormat(CLI::App* command, FormatOptions& format) {
 int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");
     CLI::App app("Looks at, converts and mends wave, Wave64 and AIFF files.", "tarn-media");
-    app.footer("Exit codes: 0 fine, 1 verify found an error, 2 a file cannot be read or written, 3 asked for "
-               "wrongly.\n"
+    app.footer("Exit codes: 0 fine, 1 verify found an error or repair left one, 2 a file cannot be read or "
+               "written, 3 asked for wrongly.\n"
                "Examples:\n"
                "  tarn-media info take.wav\n"
                "  tarn-media convert take.wav take.aiff --type pcm24 --gain -3\n"
@@ -65,13 +71,17 @@ int main(int argc, char** argv) {
     command->callback([&] { code = Convert(convert); });
 
     RepairOptions repair;
-    command =
-        app.add_subcommand("repair", "a copy with its header set right; says what was found and changed");
+    command = app.add_subcommand(
+        "repair", "a copy with its header set right; says what was found and changed, and guesses nothing");
     command->add_option("FILE", repair.file)->required();
     command->add_option("OUTPUT", repair.output, "else FILE with .repaired in its name");
     command->add_flag("--in-place", repair.inPlace, "change the file itself");
     command->add_flag("-f,--force", repair.force, "replace the output");
-    AddFormat(command, repair.hint);
+    command
+        ->add_option("--samples-end", repair.samplesEnd,
+                     "where they end in the file, or 'end' for its end; else as the file tells")
+        ->check(EndComplaint);
+    AddFormat(command, repair.format);
     command->callback([&] { code = Repair(repair); });
 
     HeaderOptions insert, reserve;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -39,8 +40,8 @@ extern "C" void RemoveUnfinished(int signal) {
 }
 
 void Guard(const std::string& path) {
-    path.copy(unfinished, sizeof unfinished - 1);
-    unfinished[std::min(path.size(), sizeof unfinished - 1)] = 0;
+    if (path.size() >= sizeof unfinished) return;  // half a name would be another file
+    std::memcpy(unfinished, path.c_str(), path.size() + 1);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveUnfinished);
 }
 
@@ -54,13 +55,15 @@ int Complain(const std::string& file, const std::string& reason, int code) {
 }
 
 std::string ReasonOf(HRESULT status) {
+    if (status == MEDIA_E_OPEN && QmFile_LastError() == ESPIPE)
+        return "it is a pipe or a device, and a file is needed";
     if (QmFile_LastError() != 0 && (status == MEDIA_E_OPEN || status == MEDIA_E_WRITE)) return SystemReason();
     const char16_t* text = QmMedia_StatusText(status);
     return text ? Utf8FromUtf16(text) : "status " + std::to_string(status);
 }
 
 OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation) {
-    return OwnedFile(QmFile_Open(Utf16FromUtf8(path).c_str(), access, creation));
+    return OwnedFile(QmFile_Open(WideFromPath(path).c_str(), access, creation));
 }
 
 QMSAMPLETYPE TypeByName(const std::string& name) {
@@ -75,33 +78,23 @@ std::string TypeNames() {
     return names;
 }
 
-NewFile::NewFile(const std::string& target, bool mayReplace) : m_target(target) {
-    if (!mayReplace && fs::exists(target)) throw std::runtime_error("is there already; --force replaces it");
-    for (int i = 0; i < 100 && !m_file; i++) {
-        m_aside = target + ".part" + std::to_string(::getpid()) + "-" + std::to_string(i);
-        m_file = OpenFile(m_aside, FILE_ACCESS_READ_WRITE, FILE_CREATE_NEW);
-        if (!m_file && QmFile_LastError() != EEXIST) break;
-    }
+NewFile::NewFile(const std::string& target, bool mayReplace) {
+    std::error_code unknown;
+    if (!mayReplace && fs::exists(target, unknown))
+        throw std::runtime_error("is there already; --force replaces it");
+    std::string error;
+    if (!m_new.Open(target, error)) throw std::runtime_error(error);
+    m_file.reset(QmFile_OpenDescriptor(m_new.Descriptor()));
     if (!m_file) throw std::runtime_error(SystemReason());
-    Guard(m_aside);
-}
-
-NewFile::~NewFile() {
-    if (!m_file) return;
-    m_file.reset();
-    std::error_code ignored;
-    fs::remove(m_aside, ignored);
+    Guard(m_new.Aside().native());
 }
 
 void NewFile::Commit() {
-    const bool written = QmFile_Flush(m_file.get()) && QmFile_Close(m_file.release());
-    std::error_code error;
-    if (written) fs::rename(m_aside, m_target, error);
+    m_file.reset();
+    std::string error;
+    const bool isDone = m_new.Commit(error);
     unfinished[0] = 0;
-    if (written && !error) return;
-    const std::string reason = written ? error.message() : SystemReason();
-    fs::remove(m_aside, error);
-    throw std::runtime_error(reason);
+    if (!isDone) throw std::runtime_error(error);
 }
 
 Progress::Progress(const char* doing, uint64_t total)

@@ -4,6 +4,7 @@
 #include "audio/wave_format.h"
 #include "mediafile/inspect.h"
 #include "mediafile/media_codes.h"
+#include "platform/file.h"
 #include "platform/file_handle.h"
 
 #include <memory>
@@ -35,16 +36,13 @@ public:
     /// Throws std::runtime_error with the reason: the target is there and may not be replaced, or cannot be
     /// made.
     NewFile(const std::string& target, bool mayReplace);
-    ~NewFile();
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
 
     HQMFILE File() const { return m_file.get(); }
     /// Throws std::runtime_error.
     void Commit();
 
 private:
-    std::string m_target, m_aside;
+    ReplacingFile m_new;
     OwnedFile m_file;
 };
 
@@ -80,8 +78,8 @@ struct ConvertOptions {
     bool force = false, quiet = false;
 };
 struct RepairOptions {
-    std::string file, output;
-    FormatOptions hint;
+    std::string file, output, samplesEnd;
+    FormatOptions format;
     bool inPlace = false, force = false;
 };
 struct HeaderOptions {

@@ -15,57 +15,77 @@ std::string RepairedName(const std::string& file) {
     return (path.parent_path() / (path.stem().string() + ".repaired" + path.extension().string())).string();
 }
 
-/// The hint, when any part of it was given.
-const WAVEFORMATEX* Hint(const FormatOptions& options, WAVEFORMATEX* hint) {
-    if (options.type.empty() && !options.rate && !options.channels) return nullptr;
-    QmAudio_InitWfx(hint, options.rate ? options.rate : 44100,
-                    options.type.empty() ? QMSAMPLE_PCM16 : TypeByName(options.type),
-                    options.channels ? options.channels : 2);
-    return hint;
+std::string WhatIsNeeded(MediaRepairNeeds needs) {
+    switch (needs) {
+    case MediaRepairNeeds::Format: return "; --type, --rate and --channels together tell it";
+    case MediaRepairNeeds::SamplesEnd: return "; --samples-end tells which";
+    default: return {};
+    }
 }
 
-void Report(const MediaContents& before, const MediaRepair& repair, const std::string& file) {
+void Report(const MediaContents& before, const MediaRepairPlan& plan, const std::string& file) {
     for (const MediaProblem& p : before.problems)
         std::printf("found   at %" PRIu64 ": %s\n", p.offset, p.text.c_str());
-    for (const std::string& change : repair.changes) std::printf("changed %s\n", change.c_str());
-    std::printf("%s: %" PRIu64 " frames\n", file.c_str(), repair.frames);
+    for (const MediaEdit& edit : plan.edits)
+        std::printf("changed at %" PRIu64 ": %s\n", edit.offset, edit.what.c_str());
+    std::printf("%s: %" PRIu64 " frames\n", file.c_str(), plan.frames);
+}
+
+int InPlace(const RepairOptions& options, const MediaRepairPlan& plan) {
+    if (plan.MovesSamples())
+        return Complain(options.file,
+                        "bytes of its header are missing, and the samples have to move; repair a copy",
+                        EXIT_FAULTY);
+    const OwnedFile file = OpenFile(options.file, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING);
+    if (!file) return Complain(options.file, ReasonOf(MEDIA_E_OPEN));
+    const HRESULT hr = ApplyMediaRepair(file.get(), plan);
+    if (Failed(hr)) return Complain(options.file, ReasonOf(hr));
+    return QmFile_Flush(file.get()) ? EXIT_FINE : Complain(options.file, ReasonOf(MEDIA_E_WRITE));
+}
+
+int Copy(HQMFILE in, const RepairOptions& options, const MediaRepairPlan& plan, const std::string& target) {
+    try {
+        NewFile out(target, options.force);
+        Progress progress("copying", static_cast<uint64_t>(QmFile_Size(in)));
+        const HRESULT hr =
+            WriteRepairedMedia(in, plan, out.File(), [&](uint64_t done) { progress.Show(done); });
+        if (Failed(hr)) throw std::runtime_error(ReasonOf(hr));
+        out.Commit();
+    } catch (const std::runtime_error& e) {
+        return Complain(target, e.what());
+    }
+    return EXIT_FINE;
 }
 
 }  // namespace
 
 int Repair(const RepairOptions& options) {
-    const OwnedFile in = OpenFile(options.file, options.inPlace ? FILE_ACCESS_READ_WRITE : FILE_ACCESS_READ,
-                                  FILE_OPEN_EXISTING);
+    const OwnedFile in = OpenFile(options.file, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
     if (!in) return Complain(options.file, ReasonOf(MEDIA_E_OPEN));
+    WAVEFORMATEX format;
+    MediaRepairOptions how;
+    const FormatOptions& told = options.format;
+    if (!told.type.empty() && told.rate && told.channels) {
+        QmAudio_InitWfx(&format, told.rate, TypeByName(told.type), told.channels);
+        how.format = &format;
+    }
+    if (!options.samplesEnd.empty())
+        how.samplesEnd = options.samplesEnd == "end" ? UINT64_MAX : std::stoull(options.samplesEnd);
     const MediaContents before = InspectMedia(in.get());
-    if (before.problems.empty()) {
+    const MediaRepairPlan plan = PlanMediaRepair(in.get(), how);
+    if (plan.IsRefused())
+        return Complain(options.file, plan.refusal + WhatIsNeeded(plan.needs) + "; nothing was changed",
+                        plan.samples == 0 ? EXIT_UNREADABLE : EXIT_FAULTY);
+    if (plan.edits.empty()) {
+        for (const MediaProblem& p : before.problems)
+            std::printf("noted   at %" PRIu64 ": %s\n", p.offset, p.text.c_str());
         std::printf("%s: nothing to repair\n", options.file.c_str());
         return EXIT_FINE;
     }
-    WAVEFORMATEX record;
-    const WAVEFORMATEX* hint = Hint(options.hint, &record);
-    MediaRepair repair;
-    if (options.inPlace) {
-        const HRESULT hr = RepairMedia(in.get(), hint, &repair);
-        if (Failed(hr)) return Complain(options.file, ReasonOf(hr));
-        if (!QmFile_Flush(in.get())) return Complain(options.file, ReasonOf(MEDIA_E_WRITE));
-        Report(before, repair, options.file);
-        return EXIT_FINE;
-    }
-    const std::string target = options.output.empty() ? RepairedName(options.file) : options.output;
-    try {
-        NewFile out(target, options.force);
-        CopyContent(in.get(), out.File());
-        const HRESULT hr = RepairMedia(out.File(), hint, &repair);
-        if (Failed(hr)) return Complain(options.file, ReasonOf(hr));
-        if (repair.changes.empty()) {
-            std::printf("%s: nothing to repair\n", options.file.c_str());
-            return EXIT_FINE;
-        }
-        out.Commit();
-    } catch (const std::runtime_error& e) {
-        return Complain(target, e.what());
-    }
-    Report(before, repair, target);
-    return EXIT_FINE;
+    const std::string target = options.inPlace          ? options.file
+                               : options.output.empty() ? RepairedName(options.file)
+                                                        : options.output;
+    const int code = options.inPlace ? InPlace(options, plan) : Copy(in.get(), options, plan, target);
+    if (code == EXIT_FINE) Report(before, plan, target);
+    return code;
 }

@@ -1,0 +1,31 @@
+// The bytes of a file as readers see them that never write: a file, or a file as it would be after an edit.
+#pragma once
+
+#include "mediafile/file_stream.h"
+
+#include <algorithm>
+#include <cstdint>
+
+class ByteSource {
+public:
+    virtual ~ByteSource() = default;
+    /// 0 for a file that cannot tell.
+    virtual uint64_t Size() const = 0;
+    /// What is there; less than asked for at the end and on failure.
+    virtual uint32_t ReadSome(uint64_t at, void* bytes, uint32_t count) const = 0;
+
+    bool Read(uint64_t at, void* bytes, uint32_t count) const { return ReadSome(at, bytes, count) == count; }
+};
+
+/// Moves the file's position.
+class FileSource : public ByteSource {
+public:
+    explicit FileSource(HQMFILE file) : m_s{file} {}
+    uint64_t Size() const override { return static_cast<uint64_t>(std::max<int64_t>(m_s.Size(), 0)); }
+    uint32_t ReadSome(uint64_t at, void* bytes, uint32_t count) const override {
+        return at <= INT64_MAX && m_s.Seek(static_cast<int64_t>(at)) ? m_s.ReadSome(bytes, count) : 0;
+    }
+
+private:
+    FileStream m_s;
+};

@@ -1,0 +1,113 @@
+#include "mediafile/chunk_grammar.h"
+
+#include "mediafile/byte_order.h"
+#include "mediafile/riff.h"
+#include "mediafile/riff64.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+bool IsPrintable(const uint8_t* id) {
+    for (int i = 0; i < 4; i++)
+        if (id[i] < ' ' || id[i] > '~') return false;
+    return true;
+}
+
+std::string PrintableId(const uint8_t* id) {
+    std::string text(reinterpret_cast<const char*>(id), 4);
+    for (char& c : text)
+        if (c < ' ' || c > '~') c = '?';
+    return text;
+}
+
+/// Of wave and AIFF files together: what a chunk behind or before the samples is told from samples by.
+constexpr const char* KNOWN_IDS[] = {
+    "fmt ", "data", "LIST", "JUNK", "junk", "FLLR", "PAD ", "bext", "iXML", "fact", "cue ", "smpl", "inst",
+    "plst", "PEAK", "id3 ", "ID3 ", "DISP", "axml", "chna", "levl", "link", "cart", "umid", "ltxt", "acid",
+    "strc", "minf", "elm1", "regn", "ResU", "ds64", "UNFO", "afsp", "CSET", "_PMX", "aXML", "bxml", "sxml",
+    "LGWV", "AFAn", "wavl", "slnt", "afr ", "mext", "DGDA", "COMM", "SSND", "FVER", "MARK", "COMT", "INST",
+    "MIDI", "AESD", "APPL", "NAME", "AUTH", "(c) ", "ANNO", "SAXL", "CHAN", "basc", "trns", "cate"};
+
+bool IsKnownId(const uint8_t* id) {
+    for (const char* known : KNOWN_IDS)
+        if (std::memcmp(id, known, 4) == 0) return true;
+    return false;
+}
+
+struct KnownLabel {
+    const GUID& guid;
+    const char* name;
+};
+const KnownLabel LABELS[] = {{W64_RIFF, "riff"}, {W64_LIST, "list"}, {W64_WAVE, "wave"},
+                             {W64_FMT, "fmt "},  {W64_DATA, "data"}, {W64_JUNK, "junk"}};
+
+std::string LabelText(const uint8_t* bytes) {
+    GUID guid;
+    std::memcpy(&guid, bytes, sizeof guid);
+    for (const KnownLabel& label : LABELS)
+        if (label.guid == guid) return label.name;
+    char text[40];
+    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", guid.Data1,
+                  guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1], guid.Data4[2], guid.Data4[3],
+                  guid.Data4[4], guid.Data4[5], guid.Data4[6], guid.Data4[7]);
+    return text;
+}
+
+/// The labels that were made from four characters share the rest.
+bool IsKnownLabel(const uint8_t* bytes) {
+    return std::memcmp(bytes + 4, reinterpret_cast<const uint8_t*>(&W64_FMT) + 4, 12) == 0 ||
+           LabelText(bytes)[0] != '{';
+}
+bool IsPlausibleLabel(const uint8_t* bytes) {
+    for (int i = 0; i < 16; i++)
+        if (bytes[i] != bytes[0]) return true;  // neither zeros nor ones
+    return false;
+}
+
+}  // namespace
+
+const ChunkGrammar WAVE_GRAMMAR = {8,     12,     2,      4,           4,         4,          false,
+                                   false, "fmt ", "data", PrintableId, IsKnownId, IsPrintable};
+const ChunkGrammar AIFF_GRAMMAR = {8,     12,     2,      4,           4,         4,          true,
+                                   false, "COMM", "SSND", PrintableId, IsKnownId, IsPrintable};
+const ChunkGrammar WAVE64_GRAMMAR = {
+    24, 40, 8, 16, 16, 8, false, true, "fmt ", "data", LabelText, IsKnownLabel, IsPlausibleLabel};
+
+bool ChunkGrammar::Payload(const uint8_t* chunkHeader, uint64_t* payload) const {
+    const uint8_t* at = chunkHeader + sizeAt;
+    const uint64_t stored = sizeBytes == 8 ? FromLittleEndian<uint64_t>(at)
+                            : isBigEndian  ? FromBigEndian<uint32_t>(at)
+                                           : FromLittleEndian<uint32_t>(at);
+    const uint64_t own = sizeHasHeader ? header : 0;
+    *payload = stored - std::min(stored, own);
+    return stored >= own && stored <= uint64_t{INT64_MAX};
+}
+
+uint64_t ChunkGrammar::LargestPayload() const {
+    return sizeBytes == 8 ? uint64_t{INT64_MAX} / 2 : isBigEndian ? UINT32_MAX - 1 : RIFF_LARGEST;
+}
+
+bool ChunkGrammar::IsList(const uint8_t* chunkHeader) const {
+    const std::string id = Id(chunkHeader);
+    return id == "LIST" || id == "list";
+}
+
+MediaContainer ContainerOf(const uint8_t* head, uint32_t got) {
+    const auto is = [&](const char* id, uint32_t at) {
+        return got >= at + 4 && std::memcmp(head + at, id, 4) == 0;
+    };
+    if (is("RIFF", 0) && is("WAVE", 8)) return MediaContainer::Wave;
+    if (is("FORM", 0) && is("AIFF", 8)) return MediaContainer::Aiff;
+    if (is("FORM", 0) && is("AIFC", 8)) return MediaContainer::Aifc;
+    if (got >= WAVE64_GRAMMAR.first && LabelText(head) == "riff" && LabelText(head + 24) == "wave")
+        return MediaContainer::Wave64;
+    return MediaContainer::Unknown;
+}
+
+const ChunkGrammar& GrammarOf(MediaContainer container) {
+    return container == MediaContainer::Wave64 ? WAVE64_GRAMMAR
+           : container == MediaContainer::Wave ? WAVE_GRAMMAR
+                                               : AIFF_GRAMMAR;
+}

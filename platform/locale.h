@@ -21,7 +21,8 @@ struct LocaleFacts {
 };
 
 /// Facts of the user's locale for numbers: what SetUserLocale named, else LC_ALL, LC_NUMERIC or LANG, else
-/// US English, which also stands for "C". Digits are always 0 to 9. Takes milliseconds. [any-thread]
+/// US English, which also stands for "C". Digits are always 0 to 9. Takes
+/// milliseconds when the name has changed. [any-thread]
 QM_API LocaleFacts ReadUserLocale();
 
 /// Names the locale ("de_CH") in the place of the environment's; empty goes back to it. [any-thread]

@@ -6,6 +6,7 @@
 #include "kernel/print/inat.h"
 #include "platform/event.h"
 #include "platform/layout_direction.h"
+#include "platform/made_once.h"
 #include "platform/memory.h"
 #include "platform/text.h"
 #include "platform/user_language.h"
@@ -38,6 +39,9 @@ constexpr uintptr_t FIRST_POINTER = 0x10000;
 
 /// Stands before texts in a translator's copy and must not reach the screen.
 constexpr std::u16string_view TRANSLATOR_MARK = u"^*";
+
+/// The letters of QmSetLangID and their terminator; 0 until it is called.
+std::atomic<uint64_t> languageCode = 0;
 
 struct CachedText {
     uint32_t id;
@@ -95,8 +99,7 @@ const char16_t* WordText(HQMLANG lang, uint64_t& word, uint32_t slot) {
 
 const char16_t* RecordText(HQMLANG lang, QMLANGSTRINGID& record) {
     const auto count = static_cast<uint32_t>(record.word[0] >> 16 & 0xFF);
-    if (count == 0) return u"";
-    const uint32_t slot = std::min({SlotOf(lang), count, QMLANG_SLOTS});
+    const uint32_t slot = std::max(std::min({SlotOf(lang), count, QMLANG_SLOTS}), SLOT_ENGLISH);
     if (const char16_t* text = WordText(lang, record.word[slot], slot)) return text;
     const char16_t* english = WordText(lang, record.word[SLOT_ENGLISH], SLOT_ENGLISH);
     if (!english) return u"";
@@ -207,6 +210,24 @@ void QmLang_UpdateKernelLCID(HQMLANG lang, uint32_t lcid) {
     ApplyLayoutDirection(QmLang_UseRTL(KernelLang()));
 }
 
+void QmSetLangID(const char16_t* code) {
+    constexpr size_t LETTERS = 3;
+    char16_t letters[LETTERS + 1] = {};
+    if (CopyText(letters, LETTERS + 1, code) == 0) CopyText(letters, LETTERS + 1, u"ENU");
+    uint64_t packed;  // read and written as one
+    static_assert(sizeof packed == sizeof letters);
+    std::memcpy(&packed, letters, sizeof packed);
+    languageCode = packed;
+}
+
+void QmGetLangID(char16_t* out) {
+    const uint64_t packed = languageCode;
+    if (packed == 0)
+        CopyText(out, 4, u"ENU");
+    else
+        std::memcpy(out, &packed, sizeof packed);
+}
+
 int32_t QmLoadString(HQMLANG lang, const char16_t* idOrRecord, char16_t* out, uint32_t capacity) {
     CopyText(out, capacity, u"");
     const char16_t* text = nullptr;
@@ -244,10 +265,10 @@ char16_t* QmLang_TemporaryText(HQMLANG lang, uint32_t characters) {
 
 HQMLANG KernelLang() {
     // Without memory for it every text falls back, and so do all callers of a null handle.
-    static const HQMLANG lang = [] {
+    static MadeOnce<HQMLANG> lang;
+    return lang.Get([] {
         HQMLANG opened = nullptr;
         QmLang_Open(&opened, ThisInstance(), 0, 0);
         return opened;
-    }();
-    return lang;
+    });
 }

@@ -70,8 +70,11 @@ QM_API void QmLang_UpdateThreadLocale(HQMLANG lang);
 /// layout direction. Texts handed out before lose their storage. [main-thread]
 QM_API void QmLang_UpdateKernelLCID(HQMLANG lang, uint32_t lcid);
 
-/// A three-letter language code; empty or null is "ENU".
+/// The process's three-letter language code, for programs that name their files by it; empty or null is
+/// "ENU", which it also is before. [any-thread]
 QM_API void QmSetLangID(const char16_t* code);
+/// Into room for 4 characters. [any-thread]
+QM_API void QmGetLangID(char16_t* out);
 
 /// Copies the text of a string resource or record; returns its length, 0 and empty where there is none.
 QM_API int32_t QmLoadString(HQMLANG lang, const char16_t* idOrRecord, char16_t* out, uint32_t capacity);

@@ -2,22 +2,23 @@
 
 #include "kernel/print/print_text.h"
 #include "platform/guarded.h"
+#include "platform/made_once.h"
 #include "platform/text.h"
 
 #include <atomic>
-#include <new>
+#include <memory>
 
 namespace {
 
 std::atomic<HQMMETRIC> chosen = nullptr;
 
 HQMMETRIC OwnHandle() {
-    static const HQMMETRIC own = [] {
+    static MadeOnce<HQMMETRIC> own;
+    return own.Get([] {
         HQMMETRIC made = nullptr;
         QmMetric_Open(&made, u"Tarn", 0, nullptr);
         return made;
-    }();
-    return own;
+    });
 }
 
 constexpr std::u16string_view METRICS = u"\\Metrics";
@@ -31,14 +32,20 @@ std::u16string WithSubKey(std::u16string path, const char16_t* subKey) {
     return path;
 }
 
-HRESULT Open(HQMMETRIC* out, const std::u16string& path) {
+/// `makePath` gives the whole path. Want of memory leaves *out null, wherever it comes.
+template <class MakePath>
+HRESULT Open(HQMMETRIC* out, MakePath makePath) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    if (path.size() >= QMMETRIC_PATH_CHARACTERS) return E_INVALIDARG;
-    *out = new (std::nothrow) QMMETRIC{};
-    if (!*out) return E_OUTOFMEMORY;
-    CopyText((*out)->path, QMMETRIC_PATH_CHARACTERS, path.c_str());
-    return StoreOpenKey(StoreScope::User, path, (*out)->key);
+    return Guarded([&]() -> HRESULT {
+        const std::u16string path = makePath();
+        if (path.size() >= QMMETRIC_PATH_CHARACTERS) return E_INVALIDARG;
+        auto made = std::make_unique<QMMETRIC>();
+        CopyText(made->path, QMMETRIC_PATH_CHARACTERS, path.c_str());
+        const HRESULT hr = StoreOpenKey(StoreScope::User, path, made->key);
+        if (hr != E_OUTOFMEMORY) *out = made.release();  // without a key its readers give defaults
+        return hr;
+    });
 }
 
 }  // namespace
@@ -63,11 +70,11 @@ HRESULT QmMetric_Open(HQMMETRIC* out, const char16_t* application, uint32_t vers
 
 HRESULT QmMetric_OpenRegHiveAndVersion(HQMMETRIC* out, const char16_t* application, uint32_t version,
                                        const char16_t* company, const char16_t* subKey) {
-    return Guarded([&] { return Open(out, WithSubKey(MetricsPath(company, application, version), subKey)); });
+    return Open(out, [&] { return WithSubKey(MetricsPath(company, application, version), subKey); });
 }
 
 HRESULT QmMetric_OpenAppVersion(HQMMETRIC* out, const char16_t* path, const char16_t* subKey) {
-    return Guarded([&] { return Open(out, WithSubKey(path ? path : u"", subKey)); });
+    return Open(out, [&] { return WithSubKey(path ? path : u"", subKey); });
 }
 
 HRESULT QmMetric_OpenSubKey(HQMMETRIC* out, HQMMETRIC parent, const char16_t* subKey) {
@@ -75,9 +82,9 @@ HRESULT QmMetric_OpenSubKey(HQMMETRIC* out, HQMMETRIC parent, const char16_t* su
     *out = nullptr;
     if (parent == QMMETRIC_DEFAULT) parent = chosen ? chosen.load() : OwnHandle();
     if (!parent) return E_FAIL;
-    return Guarded([&] {
+    return Open(out, [&] {
         const std::u16string path(parent->path);
-        return Open(out, WithSubKey(path.substr(0, path.find(METRICS)).append(METRICS), subKey));
+        return WithSubKey(path.substr(0, path.find(METRICS)).append(METRICS), subKey);
     });
 }
 

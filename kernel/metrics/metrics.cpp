@@ -67,16 +67,16 @@ HRESULT Terminate(void* buffer, size_t capacity, size_t& size) {
         text[characters] = 0;
         return S_OK;
     }
-    if (room == 0) return QM_E_MORE_DATA;
-    text[room - 1] = 0;
     size += sizeof(char16_t);
+    if (room) text[room - 1] = 0;
     return QM_E_MORE_DATA;
 }
 
 HRESULT ReadAny(StoreKey* key, const char16_t* name, uint32_t type, void* buffer, uint32_t capacity,
                 uint32_t* size) {
     size_t stored = 0;
-    HRESULT hr = Read(key, name, type, buffer, buffer ? capacity : 0, stored);
+    if (!buffer) capacity = 0;
+    HRESULT hr = Read(key, name, type, buffer, capacity, stored);
     if (hr == S_OK && type == QMMETRIC_TEXT) hr = Terminate(buffer, capacity, stored);
     if (size) *size = static_cast<uint32_t>(stored);
     return hr;
@@ -92,7 +92,7 @@ uint32_t ReadText(HQMMETRIC handle, int32_t id, uint32_t type, char16_t* out, ui
     const size_t characters = size / sizeof(char16_t);
     if (hr == S_OK && characters > 1 && out[characters - 1] == 0)
         return static_cast<uint32_t>(characters - 1);
-    if (hr == S_OK && characters == 1 && out[0] == 0 && keepEmpty) return 0;
+    if (hr == S_OK && characters <= 1 && out[0] == 0 && keepEmpty) return 0;
     std::fill_n(out, capacity, u'\0');
     return static_cast<uint32_t>(CopyText(out, capacity, defaultText));
 }

@@ -51,12 +51,14 @@ std::unique_ptr<Inat> ReadInat(HQMLANG lang) {
     return inat;
 }
 
-/// Keeps every block there ever was: a thread may still be printing with an old one, and locales change
-/// rarely.
+/// Keeps every block that differs: a thread may still be printing with an old one, and a user has few
+/// locales.
 void Publish(std::unique_ptr<Inat> inat) {
     static std::mutex guard;
     static auto& all = *new std::vector<std::unique_ptr<const Inat>>;
     const std::lock_guard lock(guard);
+    for (const std::unique_ptr<const Inat>& known : all)
+        if (*known == *inat) return (void)(current = known.get());
     all.push_back(std::move(inat));
     current = all.back().get();
 }

@@ -44,6 +44,7 @@ struct Separator {
 
     Separator() = default;
     Separator(std::u16string_view source);
+    bool operator==(const Separator&) const = default;
 };
 
 /// The block itself.
@@ -56,6 +57,8 @@ struct Inat {
     Separator time{u":"}, list{u","};
     Separator smpteWhole{u":"}, smpteNonDrop{u":"}, smpteDrop{u";"};
     Separator measureBeat{u"."}, beatTick{u"."};
+
+    bool operator==(const Inat&) const = default;
 };
 
 /// The block of now. It stays valid and unchanged for ever; a new locale makes a new one. [any-thread]

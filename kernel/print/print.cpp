@@ -337,9 +337,16 @@ size_t BoundedLength(const char16_t* text) {
     return length;
 }
 
+/// A format may be named as any text may: by a record or a number of the kernel's own.
+const char16_t* FormatText(const char16_t* format) {
+    if (!format) return u"";
+    const bool isPlain = reinterpret_cast<uintptr_t>(format) > UINT16_MAX && *format != QMLANGSTRINGID_MARKER;
+    return isPlain ? format : QmGetStringSmart(KernelLang(), format);
+}
+
 int32_t Print(char16_t* target, size_t capacity, const char16_t* format, Values& values) {
     TextWriter out(target, capacity);
-    for (const char16_t* at = format ? format : u""; *at && !out.IsFull();) {
+    for (const char16_t* at = FormatText(format); *at && !out.IsFull();) {
         if (*at != u'$' && *at != u'%') {
             out.Put(*at++);
             continue;

@@ -13,7 +13,8 @@
 //
 // What is no directive stands in the output as it is. Formats may come from translations: a directive reads
 // the arguments that its English text has, which the build checks. Nothing is allocated for the plain
-// directives. [any-thread]
+// directives. A format may be a record (QMLANGSTRINGID) too, or the number of a text of the kernel.
+// [any-thread]
 #pragma once
 
 #include "platform/types.h"

@@ -12,8 +12,12 @@ std::u16string PrintText(const char16_t* format, Values... values) {
     uint32_t length = 0;
     QmCchPrintF(text, 256, &length, format, values...);
     if (length < 255) return {text, length};
-    std::u16string longer(0x10000, u'\0');
-    QmCchPrintF(longer.data(), static_cast<uint32_t>(longer.size()), &length, format, values...);
+    constexpr size_t MOST = 0x10000;
+    std::u16string longer;
+    for (size_t capacity = 1024; length + 1 >= longer.size() && capacity <= MOST; capacity *= 4) {
+        longer.resize(capacity);
+        QmCchPrintF(longer.data(), static_cast<uint32_t>(capacity), &length, format, values...);
+    }
     longer.resize(length);
     return longer;
 }

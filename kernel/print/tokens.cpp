@@ -2,6 +2,7 @@
 
 #include "kernel/list_internal.h"
 #include "kernel/print/print.h"
+#include "platform/made_once.h"
 #include "platform/text.h"
 
 #include <unicode/ustring.h>
@@ -32,12 +33,12 @@ int32_t CompareName(uintptr_t, const void* key, const void* item) {
 
 /// Null when out of memory. It outlives everything that prints.
 HQMLIST Tokens() {
-    static const HQMLIST list = [] {
+    static MadeOnce<HQMLIST> list;
+    return list.Get([] {
         HQMLIST made = nullptr;
         QmList_CreateExZ(&made, 0, 16, 16, QMLIST_LOCKED | QMLIST_HEAP, 0, 0, 0);
         return made;
-    }();
-    return list;
+    });
 }
 
 }  // namespace

@@ -10,14 +10,16 @@ constexpr uint32_t LIMIT = 1024;
 
 const WindowTextService* current = nullptr;
 
+const char16_t* PlainText(const char16_t* text) { return text ? QmGetStringSmart(KernelLang(), text) : u""; }
+
 bool Set(HWND window, int32_t control, const char16_t* text) {
-    return current && current->set(window, control, text ? text : u"");
+    return current && current->set(window, control, PlainText(text));
 }
 
 bool SetIfChanged(HWND window, int32_t control, const char16_t* text) {
     char16_t shown[LIMIT];
     if (current && current->get(window, control, shown, LIMIT) &&
-        std::u16string_view(shown) == std::u16string_view(text ? text : u""))
+        std::u16string_view(shown) == std::u16string_view(PlainText(text)))
         return true;
     return Set(window, control, text);
 }

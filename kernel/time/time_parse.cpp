@@ -84,12 +84,14 @@ private:
 struct Groups {
     std::array<uint64_t, 4> values{};
     size_t count = 0;
+    bool isClock = true;  ///< two digits each, and time separators between
 };
 
 Groups ReadGroups(Reader& reader) {
     Groups groups;
     uint64_t value = 0;
-    while (groups.count < 4 && reader.Digits(value)) {
+    for (const char16_t* from = reader.At(); groups.count < 4 && reader.Digits(value); from = reader.At()) {
+        groups.isClock &= reader.At() - from == 2;
         std::copy(groups.values.begin() + 1, groups.values.end(), groups.values.begin());
         groups.values[3] = value;
         groups.count++;
@@ -97,6 +99,9 @@ Groups ReadGroups(Reader& reader) {
         Reader ahead = reader;
         while (*ahead.At() && !IsDigit(*ahead.At())) ahead = Reader(ahead.At() + 1);
         if (!*ahead.At() || groups.count == 4) break;
+        const Separator& time = CurrentInat().time;
+        groups.isClock &= std::u16string_view(reader.At(), static_cast<size_t>(ahead.At() - reader.At())) ==
+                          std::u16string_view(time.text, time.length);
         reader = ahead;
     }
     return groups;
@@ -178,6 +183,17 @@ bool ReadClock(Reader& reader, const _qmposfmt&, uint32_t flags, int64_t& nanos)
     return true;
 }
 
+/// From a day on the text shows days, and no milliseconds.
+bool ReadDaysOrClock(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+    Reader ahead = reader;
+    const Groups g = ReadGroups(ahead);
+    if (!g.isClock || g.count < 4) return ReadClock<true>(reader, format, flags, nanos);
+    reader = ahead;
+    const auto& v = g.values;
+    nanos = NanosOf(static_cast<double>(v[0]) * 86400 + SecondsOf(v[1], v[2], v[3]));
+    return true;
+}
+
 bool ReadSeconds(Reader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
     double value = 0;
     if (!reader.Real(value)) return false;
@@ -209,11 +225,13 @@ bool ReadLabel(Reader& reader, _smpteval label, double rate, int64_t& nanos) {
     return g.count > 0;
 }
 
-bool ReadTimeAndFrames(Reader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
+bool ReadTimeAndFrames(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+    if (flags & TIME_TEXT_SHORT) return ReadClock<false>(reader, format, flags, nanos);
     return ReadLabel(reader, {}, format.framesPerSecond, nanos);
 }
 
-bool ReadCd(Reader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
+bool ReadCd(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+    if (flags & TIME_TEXT_SHORT) return ReadClock<false>(reader, format, flags, nanos);
     return ReadLabel(reader, {}, 75, nanos);
 }
 
@@ -250,7 +268,7 @@ bool ReadUnits(Reader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
 
 constexpr ReadTime READERS[POSITION_FORMATS] = {
     ReadSamples,
-    ReadClock<true>,
+    ReadDaysOrClock,
     ReadSeconds,
     ReadTimeAndFrames,
     ReadFrames,
@@ -271,18 +289,25 @@ constexpr ReadTime READERS[POSITION_FORMATS] = {
     ReadClock<false>,
 };
 
+/// Skips what stands before a number; true for a minus.
+bool TakeSign(Reader& reader) {
+    reader.SkipSpace();
+    return reader.Take(u'-');
+}
+
 bool ReadPosition(const char16_t* text, const _qmposfmt& format, uint32_t flags, const char16_t** end,
                   int64_t& nanos) {
     Reader reader(text);
-    reader.SkipSpace();
-    const bool negative = reader.Take(u'-');
+    const bool negative = TakeSign(reader);
     nanos = 0;
     const ReadTime read = format.format < POSITION_FORMATS ? READERS[format.format] : ReadUnits<1>;
     const bool any = read(reader, format, flags, nanos);
     if (end) *end = reader.At();
     if (!any) return false;
     if (negative) nanos = -nanos;
-    if (!(flags & TIME_TEXT_DURATION)) nanos = timemath::AddHeld(nanos, format.offset);
+    // A count is shown without its offset, and so read.
+    const bool hasOffset = format.format < POSITION_FORMATS && !(flags & TIME_TEXT_DURATION);
+    if (hasOffset) nanos = timemath::AddHeld(nanos, format.offset);
     return true;
 }
 
@@ -309,12 +334,12 @@ int64_t QmTextToNanoTimeTokenEx(int64_t defaultValue, const char16_t* text, cons
 
 int64_t QmTextToTimeToken(const char16_t* text, const _qmposfmt* format, BOOL frames, const char16_t** end) {
     Reader reader(text);
-    reader.SkipSpace();
+    const bool negative = TakeSign(reader);
     int64_t nanos = 0;
     const bool any =
         frames ? ReadTimeAndFrames(reader, *format, 0, nanos) : ReadClock<true>(reader, *format, 0, nanos);
     if (end) *end = reader.At();
-    return any ? nanos : 0;
+    return !any ? 0 : negative ? -nanos : nanos;
 }
 
 BOOL QmTextToHMSFToken(const char16_t* text, _smpteval* value, const char16_t** end) {
@@ -345,11 +370,11 @@ int64_t QmTextToFeetAndFramesToken(const char16_t* text, uint32_t framesPerFoot,
 
 int64_t QmTextToMusicTimeToken(const char16_t* text, const _qmposfmt* format, const char16_t** end) {
     Reader reader(text);
-    reader.SkipSpace();
+    const bool negative = TakeSign(reader);
     int64_t nanos = 0;
     const bool any = ReadMeasures<true>(reader, *format, 0, nanos);
     if (end) *end = reader.At();
-    return any ? nanos : 0;
+    return !any ? 0 : negative ? -nanos : nanos;
 }
 
 int32_t QmTextToMeasuresBeatsTicks(const char16_t* text, uint32_t* measures, uint32_t* beats,

@@ -1,5 +1,6 @@
 #include "kernel/time/time_text.h"
 
+#include "kernel/lang/lang.h"
 #include "kernel/print/print.h"
 #include "kernel/time/time_math.h"
 
@@ -170,6 +171,8 @@ extern "C" {
 int32_t QmNanoTimeToTextFormatN(char16_t* out, uint32_t capacity, const _qmposfmt* format, int64_t nanos,
                                 const char16_t* printFormat, uint32_t flags) {
     if (!out || capacity == 0) return 0;
+    if (!printFormat) printFormat = PrintFormatOfTime(format->format, flags & TIME_TEXT_SHORT);
+    printFormat = QmGetStringSmart(KernelLang(), printFormat);
     if (format->format >= POSITION_FORMATS) return PrintWhole(out, capacity, nanos);
     if (!(flags & TIME_TEXT_DURATION)) nanos = timemath::SubtractHeld(nanos, format->offset);
     int32_t sign = 0;

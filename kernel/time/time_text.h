@@ -22,8 +22,8 @@ inline constexpr uint32_t TIME_TEXT_DURATION = 2;  ///< no offset, and measures 
 
 extern "C" {
 
-/// printFormat takes the values of its format, see PrintFormatOfTime; a format number above 19 prints the
-/// count.
+/// printFormat takes the values of its format, see PrintFormatOfTime, whose it is when null; a format number
+/// above 19 prints the count.
 QM_API int32_t QmNanoTimeToTextFormat(char16_t* out, const _qmposfmt* format, int64_t nanos,
                                       const char16_t* printFormat, uint32_t flags);
 QM_API int32_t QmNanoTimeToTextFormatN(char16_t* out, uint32_t capacity, const _qmposfmt* format,

@@ -283,6 +283,12 @@ TEST(List, PrivateHeapIsDroppedAtOneStroke) {
         ASSERT_EQ(S_OK, QmList_AllocAndInsertItem(list, nullptr, static_cast<size_t>(i % 300), i, nullptr));
     }
     EXPECT_EQ(filled, counter.Seen());
+
+    // A block of another heap can't be freed by this one.
+    void* foreign = MemAlloc(16);
+    EXPECT_EQ(E_FAIL, QmList_InsertList(list, 0, &foreign, -1));
+    EXPECT_EQ(kBlocks, list->count);
+    MemFree(foreign);
 }
 
 TEST(List, OriginIsNotRecorded) {

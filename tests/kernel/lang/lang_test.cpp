@@ -3,6 +3,8 @@
 #include "platform/layout_direction.h"
 #include "platform/memory.h"
 
+#include <malloc.h>
+
 namespace {
 
 QMLANGSTRINGID Record(std::initializer_list<const char16_t*> texts) {
@@ -74,7 +76,9 @@ TEST_F(LangTest, LoadingCutsToTheCapacity) {
 }
 
 TEST_F(LangTest, ARecordFollowsTheSlotAndNeverPassesItsEnd) {
-    QMLANGSTRINGID three = Record({u"one", u"two", u"three"}), empty = Record({});
+    QMLANGSTRINGID three = Record({u"one", u"two", u"three"}), empty = Record({}), uncounted = three;
+    uncounted.word[0] = QMLANGSTRINGID_MARKER;
+    EXPECT_EQ(std::u16string_view(QmGetString(Open(GERMAN), AsText(uncounted))), u"one");
     EXPECT_EQ(std::u16string_view(QmGetString(Open(LCID_ENGLISH_US), AsText(three))), u"one");
     EXPECT_EQ(std::u16string_view(QmGetString(Open(GERMAN), AsText(three))), u"three");
     EXPECT_EQ(std::u16string_view(QmGetString(Open(FRENCH), AsText(three))), u"three");
@@ -181,6 +185,33 @@ TEST_F(LangTest, TheLanguageTurnsTheLayout) {
 }
 
 int allocationsLeft = 0;
+
+TEST_F(LangTest, TheCodeOfTheLanguageIsThreeLetters) {
+    char16_t code[4];
+    for (const auto& [set, got] :
+         {std::pair{u"DEU", u"DEU"}, {u"DEUTSCH", u"DEU"}, {u"SV", u"SV"}, {u"", u"ENU"}}) {
+        QmSetLangID(set);
+        QmGetLangID(code);
+        EXPECT_EQ(std::u16string(code), got);
+    }
+    QmSetLangID(nullptr);
+    QmGetLangID(code);
+    EXPECT_EQ(std::u16string(code), u"ENU");
+}
+
+TEST_F(LangTest, OpeningAndClosingKeepsNothing) {
+    const auto openMany = [&] {
+        for (int i = 0; i < 100; i++) {
+            HQMLANG lang = nullptr;
+            ASSERT_EQ(QmLang_Open(&lang, &m_module, i % 2 ? GERMAN : FRENCH, 0), S_OK);
+            QmLang_Close(lang);
+        }
+    };
+    openMany();
+    const size_t before = ::mallinfo2().uordblks;
+    openMany();
+    EXPECT_LT(::mallinfo2().uordblks, before + 4096);
+}
 
 TEST_F(LangTest, WithoutMemoryNothingIsHalfMade) {
     KernelLang();

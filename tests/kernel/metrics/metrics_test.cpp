@@ -2,7 +2,23 @@
 
 #include "home_fixture.h"
 
+#include <cstdlib>
+#include <new>
 #include <vector>
+
+namespace {
+/// Allocations of this thread until one fails; none does below 0.
+thread_local int allocationsLeft = -1;
+}  // namespace
+
+[[gnu::noinline]] void* operator new(size_t bytes) {
+    if (allocationsLeft >= 0 && allocationsLeft-- == 0) throw std::bad_alloc();
+    void* block = std::malloc(bytes ? bytes : 1);
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 namespace {
 
@@ -122,6 +138,13 @@ TEST_F(Metrics, Texts) {
     EXPECT_EQ(std::u16string(out), u"abc");
     EXPECT_EQ(QmGetMetricAny(m_handle, 3, QMMETRIC_TEXT, out, 6, &size), QM_E_MORE_DATA);
     EXPECT_EQ(size, 8u);
+    // And one without anything.
+    EXPECT_EQ(QmSetMetricUsingName(m_handle, u"S4", QMMETRIC_TEXT, u"", 0), S_OK);
+    EXPECT_EQ(QmGetMetricAny(m_handle, 4, QMMETRIC_TEXT, nullptr, 10, &size), QM_E_MORE_DATA);
+    EXPECT_EQ(size, 2u);
+    EXPECT_EQ(QmGetMetricAny(m_handle, 4, QMMETRIC_TEXT, out, 2, &size), S_OK);
+    EXPECT_EQ(Text(4, 32, u"default"), u"default");
+    EXPECT_EQ(Text(4, 32, u"default", 1), u"");
 }
 
 TEST_F(Metrics, BytesAndStreams) {
@@ -194,6 +217,33 @@ TEST_F(Metrics, KeysOfApplicationsAndVersions) {
     QmSetMetric(m_handle, 1, 11);
     EXPECT_EQ(QmGetMetric(upper, 1), 11u) << "paths are the same whatever their case";
     EXPECT_EQ(QmMetric_Close(upper), S_OK);
+}
+
+TEST_F(Metrics, WithoutMemoryNoHandleIsGiven) {
+    using OpenHandle = HRESULT (*)(HQMMETRIC*, HQMMETRIC parent);
+    const OpenHandle opens[] = {
+        [](HQMMETRIC* out, HQMMETRIC) {
+            return QmMetric_Open(out, u"An application of some length", 0, u"Key");
+        },
+        [](HQMMETRIC* out, HQMMETRIC) {
+            return QmMetric_OpenAppVersion(out, u"Software\\A path\\of some length", u"Key");
+        },
+        [](HQMMETRIC* out, HQMMETRIC parent) {
+            return QmMetric_OpenSubKey(out, parent, u"A key of some length");
+        },
+    };
+    for (const OpenHandle open : opens) {
+        int failed = 0;
+        for (HRESULT hr = E_OUTOFMEMORY; hr != S_OK; failed++) {
+            auto* handle = reinterpret_cast<HQMMETRIC>(intptr_t{1});
+            allocationsLeft = failed;
+            hr = open(&handle, m_handle);
+            allocationsLeft = -1;
+            ASSERT_EQ(handle == nullptr, hr == E_OUTOFMEMORY) << failed;
+            if (hr == S_OK) QmMetric_Close(handle);
+        }
+        EXPECT_GT(failed, 3);
+    }
 }
 
 TEST_F(Metrics, DeletingTakesAKeyWithWhatIsBelow) {

@@ -118,8 +118,14 @@ TEST_F(Print, Texts) {
     EXPECT_EQ(PrintText(u"%c$c[%3c]", u'a', u'\u00E4', u'x'), u"a\u00E4[  x]");
     EXPECT_EQ(PrintText(u"%s", reinterpret_cast<const char16_t*>(&KS_Value_dB)), u" dB");
     EXPECT_EQ(PrintText(u"%s", QmTextId(77)), u"") << "a resource's number that the kernel has not";
-    const std::u16string longText(5000, u'x');
-    EXPECT_EQ(PrintText(u"%s", longText.c_str()), longText);
+    for (const size_t length : {254, 255, 256, 1023, 1024, 5000, 65535})
+        EXPECT_EQ(PrintText(u"%s", std::u16string(length, u'x').c_str()), std::u16string(length, u'x'));
+    // A format is named in any way that a text is.
+    QMLANGSTRINGID record{};
+    record.word[0] = QMLANGSTRINGID_MARKER | 1 << 16;
+    record.word[1] = reinterpret_cast<uint64_t>(u"%d takes");
+    EXPECT_EQ(PrintText(reinterpret_cast<const char16_t*>(&record), 3), u"3 takes");
+    EXPECT_EQ(PrintText(QmTextId(77), 3), u"");
 }
 
 TEST_F(Print, AWidthThatATranslationGotWrongStaysSmall) {

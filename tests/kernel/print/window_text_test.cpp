@@ -1,5 +1,6 @@
 #include "kernel/print/window_text.h"
 
+#include "kernel/lang/kernel_strings.h"
 #include "kernel/print/print_text.h"
 #include "platform/text.h"
 
@@ -51,6 +52,13 @@ TEST(WindowText, IsSetThroughTheWindowSystem) {
     EXPECT_EQ(sets, 2);
     EXPECT_EQ((texts[{5, 7}]), u"");
     EXPECT_TRUE(QmSetDlgItemTextF(5, 7, u"%2000d", 1)) << "cut, not overrun";
+    const auto* record = reinterpret_cast<const char16_t*>(&KS_Value_dB);
+    EXPECT_TRUE(QmSetWindowTextF(5, record));
+    EXPECT_EQ((texts[{5, WINDOW_ITSELF}]), u" dB");
+    EXPECT_TRUE(QmSetDlgItemTextNoFlashNoF(5, 7, record));
+    EXPECT_EQ((texts[{5, 7}]), u" dB");
+    EXPECT_TRUE(QmSetDlgItemTextF(5, 7, QmTextId(77)));
+    EXPECT_EQ((texts[{5, 7}]), u"") << "no such string";
     SetWindowTextService(nullptr);
 }
 

@@ -144,6 +144,33 @@ TEST_F(TimeText, WhatWasShownComesBack) {
     }
 }
 
+TEST_F(TimeText, ShortTextsLongTimesAndCountsComeBack) {
+    const struct {
+        uint32_t format, flags;
+        int64_t time;
+        const char16_t* text;
+    } rows[] = {
+        {1, TIME_TEXT_SHORT, 3723 * SECOND, u"01:02:03"},
+        {3, TIME_TEXT_SHORT, 3723 * SECOND, u"01:02:03"},
+        {17, TIME_TEXT_SHORT, 3723 * SECOND, u"01:02:03"},
+        {1, 0, (2 * 86400 + 3723) * SECOND, u"02:01:02:03"},
+        {1, TIME_TEXT_SHORT, -(2 * 86400 + 3723) * SECOND, u"-02:01:02:03"},
+        {99, 0, 1234, u"1,234"},
+    };
+    for (const auto& row : rows) {
+        _qmposfmt format = Format(row.format);
+        // A count of no format is shown as it stands; all others without their offset.
+        format.offset = 7 * SECOND;
+        const int64_t time = row.time + (row.format < POSITION_FORMATS ? format.offset : 0);
+        EXPECT_EQ(Text(format, time, row.flags), row.text);
+        EXPECT_EQ(QmTextToNanoTimeToken2(row.text, &format, row.flags, nullptr), time) << row.format;
+    }
+    char16_t text[64];
+    const _qmposfmt seconds = Format(2);
+    QmNanoTimeToTextFormat(text, &seconds, SECOND, nullptr, 0);
+    EXPECT_EQ(std::u16string(text), u"1.000");
+}
+
 TEST_F(TimeText, TimesAsPeopleTypeThem) {
     const _qmposfmt format = Format(1);
     const struct {
@@ -155,6 +182,8 @@ TEST_F(TimeText, TimesAsPeopleTypeThem) {
         {u"1:02:03.500", 0, 3723 * SECOND + SECOND / 2, 11},
         {u"  2.250 later", 0, 2 * SECOND + SECOND / 4, 7},
         {u"5", 0, 5 * SECOND / 1000, 1},
+        {u"-1:02.000", 0, -62 * SECOND, 9},
+        {u"01:02:03:04", 0, 3723 * SECOND + 4 * SECOND / 1000, 11},
         {u"12345", 0, 12345 * SECOND / 1000, 5},
         {u"1:00:10", 1, 60 * SECOND + 10 * SECOND / 25, 7},
         {u"1:2:3:4:5", 1, 3723 * SECOND + 4 * SECOND / 25, 7},
@@ -178,6 +207,7 @@ TEST_F(TimeText, TimesAsPeopleTypeThem) {
     const _qmposfmt music = Format(5);
     EXPECT_EQ(QmTextToMusicTimeToken(u"2.3.480", &music, nullptr), (4 + 2) * SECOND / 2 + SECOND / 4);
     EXPECT_EQ(QmTextToMusicTimeToken(u"2", &music, nullptr), 4 * SECOND / 2);
+    EXPECT_EQ(QmTextToMusicTimeToken(u"-2.1.000", &music, nullptr), -4 * SECOND / 2);
     uint32_t measures = 9, beats = 9, ticks = 9;
     EXPECT_EQ(QmTextToMeasuresBeatsTicks(u"7.2", &measures, &beats, &ticks), 2);
     EXPECT_EQ(measures * 100 + beats * 10 + ticks, 720u);

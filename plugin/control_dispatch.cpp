@@ -137,6 +137,32 @@ HRESULT COPTControlPlugin::OnActivate(const MPCTRLREC* rec) {
     return hr;
 }
 
+HRESULT COPTControlPlugin::RequestPorts(uint32_t ending, uint32_t mode) {
+    if (ending)
+        m_ports.End();
+    else
+        m_ports.Begin(mode);  // the map is enabled behind it, which sends everything
+    return S_OK;
+}
+
+void COPTControlPlugin::RefreshSurface() {
+    CriticalSectionLock lock(m_mainLock);
+    if (m_map) m_map->RefreshStrips(true);
+}
+
+void COPTControlPlugin::ChoosePort(uint32_t isOutput, uint64_t port) {
+    if (m_ports.Choose(isOutput, port)) RefreshSurface();
+}
+
+HRESULT COPTControlPlugin::OnPortsChange(const MPNOTIFYREC* rec, uint32_t post) {
+    const HRESULT hr = COPTPlugin::OnPortsChange(rec, post);
+    for (const uint32_t isOutput : {PORTS_INPUT, PORTS_OUTPUT})
+        if (ControlState() & (isOutput ? CTRLSTATE_USE_OUTPUTS : CTRLSTATE_USE_INPUTS) &&
+            m_ports.Follow(isOutput))
+            RefreshSurface();
+    return hr;
+}
+
 HRESULT COPTControlPlugin::OnActivateStart(const MPCTRLREC*) { return RequestPorts(0, PORTMODE_INPUT); }
 HRESULT COPTControlPlugin::OnActivateReset() { return RequestPorts(1, 0); }
 

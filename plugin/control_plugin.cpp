@@ -70,9 +70,9 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
     ComPtr<IMPEventOutput> output;
     host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional, as the next one
     host->QueryInterface(IID_IMPEventOutput, output.OutVoid());
+    m_ports.SetOutput(std::move(output));
     {
         std::lock_guard lock(m_ctrlLock);
-        m_eventOutput = std::move(output);
         m_ctrlChannels = std::move(channels);
         m_catalogHost = std::move(catalog);
     }
@@ -107,14 +107,12 @@ HRESULT COPTControlPlugin::Terminate() {
     }
     catalog.Reset();
     if (Host()) PreTerminate();
-    ComPtr<IMPEventOutput> output;
     {
         std::lock_guard lock(m_ctrlLock);
         channels = std::move(m_ctrlChannels);
-        output = std::move(m_eventOutput);
     }
     channels.Reset();
-    output.Reset();
+    m_ports.SetOutput({});
     {
         // A later Initialise starts from a closed project, whether or not the host has closed this one.
         CriticalSectionLock lock(m_mainLock);
@@ -140,13 +138,17 @@ HRESULT COPTControlPlugin::PostInitialise() {
     }
     GetProjectInfo();
     LoadCatalog(1);
+    m_preferences.BeginReading();
     LoadMaps();
-    return LoadPreferences();
+    const HRESULT hr = LoadPreferences();
+    if (Failed(hr)) m_preferences.NoteUnread();
+    return hr;
 }
 
 HRESULT COPTControlPlugin::PreTerminate() {
     RequestPorts(1, 0);
-    SavePreferences();
+    m_ports.WaitUntilTold();
+    if (m_preferences.AllRead()) SavePreferences();
     FreeCatalog();
     return S_OK;
 }
@@ -220,16 +222,16 @@ HRESULT COPTControlPlugin::LoadPreferences() {
                                  {u"DelayDataInserts", CTRLSTATE_DELAY_INSERTS},
                                  {u"DelayDataReloads", CTRLSTATE_DELAY_RELOADS},
                                  {u"LazyIdle", CTRLSTATE_LAZY_IDLE}};
-    for (const NamedBit& row : BITS) PutControlBits(row.bit, ControlPreference(row.name, 0, 0) != 0);
-    if (ControlState() & CTRLSTATE_USE_OUTPUTS) LoadPortChoice(PORTS_OUTPUT);
-    if (ControlState() & CTRLSTATE_USE_INPUTS) LoadPortChoice(PORTS_INPUT);
+    for (const NamedBit& row : BITS) PutControlBits(row.bit, m_preferences.Number(row.name, 0) != 0);
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) m_ports.LoadChoice(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) m_ports.LoadChoice(PORTS_INPUT);
     FetchChannels(0, m_kindMask);
     return S_OK;
 }
 
 HRESULT COPTControlPlugin::SavePreferences() {
-    if (ControlState() & CTRLSTATE_USE_OUTPUTS) SavePortChoice(PORTS_OUTPUT);
-    if (ControlState() & CTRLSTATE_USE_INPUTS) SavePortChoice(PORTS_INPUT);
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) m_ports.SaveChoice(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) m_ports.SaveChoice(PORTS_INPUT);
     SaveMaps();
     return S_OK;
 }
@@ -242,11 +244,7 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
         stream->SetFilter(nullptr, 0);
         return S_OK;
     }
-    std::vector<uint64_t> ports;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        ports = m_portFilter;
-    }
+    std::vector<uint64_t> ports = m_ports.Filter();
     const MPFILTERKEY key{static_cast<uint32_t>(ports.size()), ports.data()};
     stream->SetFilter(ports.empty() ? nullptr : &key, 0);
 

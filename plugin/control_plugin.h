@@ -12,7 +12,8 @@
 
 #include "controlmap/control_map.h"
 #include "controlmap/name_table.h"
-#include "plugin/opt_plugin.h"
+#include "plugin/control_ports.h"
+#include "plugin/control_preferences.h"
 
 #include <chrono>
 #include <filesystem>
@@ -156,13 +157,7 @@ protected:
     /// The console's part of a channel change, under the main lock.
     virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;
 
-    /// A number that the host keeps, by name or by number.
-    uint32_t ControlPreference(const char16_t* name, uint32_t numericKey, uint32_t defaultValue);
-    void SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value);
-    std::u16string TextPreference(uint32_t key);
-    void SetTextPreference(uint32_t key, std::u16string text);
-    GUID GuidPreference(uint32_t key, GUID defaultValue);
-    void SetGuidPreference(uint32_t key, GUID guid);
+    ControlPreferences& Preferences() { return m_preferences; }
     /// Queues on the host's thread for the replay; the common body of handlers without more to do there.
     HRESULT OnControlDeferred(const MPCTRLREC* rec);
     HQMLIST References() const { return m_refs; }
@@ -189,10 +184,7 @@ protected:
 private:
     void RunWorker();
     void RunMap();
-    void SelectPort(uint32_t isOutput, uint64_t port);
-    void UsePort(uint32_t isOutput, uint64_t port);
-    HRESULT LoadPortChoice(uint32_t isOutput);
-    void SavePortChoice(uint32_t isOutput);
+    void RefreshSurface();
     void SignalIfWanted();
     void DestroyReferences();
     HRESULT RequireReferences();
@@ -228,12 +220,10 @@ private:
     uint32_t m_filterTypes = 4095;
     HQMLIST m_catalog = nullptr;
 
-    mutable std::mutex m_ctrlLock;  ///< guards the five below; never held across a call
-    std::vector<uint64_t> m_portFilter;
-    ComPtr<IMPEventOutput> m_eventOutput;
-    GUID m_chosenPort[2] = {};         ///< by isOutput, zeros for none; may not be there now
-    std::mutex m_requestLock;          ///< one request of ports at a time
-    uint64_t m_requestedPort[2] = {};  ///< by isOutput: what the host was told to begin with
+    ControlPreferences m_preferences{*this};
+    ControlPorts m_ports{*this, m_preferences};
+
+    mutable std::mutex m_ctrlLock;  ///< guards the two below; never held across a call
     ComPtr<IMPCtrlChannels> m_ctrlChannels;
     ComPtr<IMPPlugInCatalog> m_catalogHost;
     ComPtr<CIMPCtrlChannelSink> m_controlSink;

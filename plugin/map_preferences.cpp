@@ -15,9 +15,9 @@ constexpr uint32_t MOST_MAPS = KEY_MAP_PATH - KEY_MAP_NAME;
 HRESULT COPTControlPlugin::LoadMaps() {
     const FunctionNames* names = MapNames();
     if (!m_map || !names) return S_FALSE;
-    const uint32_t count = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
+    const uint32_t count = std::min(m_preferences.Number(KEY_MAP_COUNT, 0), MOST_MAPS);
     for (uint32_t n = 0; n < count; n++) {
-        const std::u16string path = TextPreference(KEY_MAP_PATH + n);
+        const std::u16string path = m_preferences.Text(KEY_MAP_PATH + n);
         if (path.empty()) continue;
         FUNCTIONMAPENTRY entry{};
         std::string error;
@@ -27,7 +27,7 @@ HRESULT COPTControlPlugin::LoadMaps() {
         else
             OnMapProblem(error);
     }
-    const std::u16string current = TextPreference(KEY_CURRENT_MAP);
+    const std::u16string current = m_preferences.Text(KEY_CURRENT_MAP);
     for (int32_t i = 0; i < m_map->GetMapCount(); i++) {
         FUNCTIONMAPENTRY entry;
         if (m_map->GetMap(i, &entry) != S_OK || current != entry.name) continue;
@@ -39,23 +39,23 @@ HRESULT COPTControlPlugin::LoadMaps() {
 
 HRESULT COPTControlPlugin::SaveMaps() {
     if (!m_map || !MapNames()) return S_FALSE;
-    const uint32_t old = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
+    const uint32_t old = std::min(m_preferences.Number(KEY_MAP_COUNT, 0), MOST_MAPS);
     for (uint32_t n = 0; n < old; n++) {
-        SetTextPreference(KEY_MAP_NAME + n, {});
-        SetTextPreference(KEY_MAP_PATH + n, {});
+        m_preferences.SetText(KEY_MAP_NAME + n, {});
+        m_preferences.SetText(KEY_MAP_PATH + n, {});
     }
     uint32_t saved = 0;
     for (int32_t i = 0; i < m_map->GetMapCount() && saved < MOST_MAPS; i++) {
         FUNCTIONMAPENTRY entry;
         if (m_map->GetMap(i, &entry) != S_OK || entry.flags & FUNCTIONMAP_BUILT_IN || !entry.path[0])
             continue;
-        SetTextPreference(KEY_MAP_NAME + saved, entry.name);
-        SetTextPreference(KEY_MAP_PATH + saved, entry.path);
+        m_preferences.SetText(KEY_MAP_NAME + saved, entry.name);
+        m_preferences.SetText(KEY_MAP_PATH + saved, entry.path);
         saved++;
     }
-    SetControlPreference(nullptr, KEY_MAP_COUNT, saved);
+    m_preferences.SetNumber(KEY_MAP_COUNT, saved);
     FUNCTIONMAPENTRY entry{};
     const bool isChosen = m_map->GetMap(m_map->CurrentMap(), &entry) == S_OK;
-    SetTextPreference(KEY_CURRENT_MAP, isChosen ? entry.name : u"");
+    m_preferences.SetText(KEY_CURRENT_MAP, isChosen ? entry.name : u"");
     return S_OK;
 }

@@ -67,12 +67,4 @@ uint32_t COPTControlPlugin::AutomationCapabilities() {
     return GetHostProperty(MPPROP_AUTOMATION, words, sizeof words) == S_OK ? words[1] : 0;
 }
 
-void COPTControlPlugin::SendEvent(const MPEVENTREC& event) {
-    ComPtr<IMPEventOutput> output;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        output = m_eventOutput;
-    }
-    const uint64_t port = GetPort(PORTS_OUTPUT);
-    if (output && port) output->Send(port, &event);
-}
+void COPTControlPlugin::SendEvent(const MPEVENTREC& event) { m_ports.Send(event); }

@@ -58,19 +58,25 @@ uint32_t COPTPlugin::AddRef() { return m_refs.Increment(); }
 
 uint32_t COPTPlugin::Release() {
     const uint32_t left = m_refs.Decrement();
-    if (left == 0) delete this;
-    return left;
+    if (left > 0) return left;
+    // A host that forgets Terminate must leave neither a thread nor a connection behind. What the work's end
+    // takes of references and gives back is counted from 1, so that it does not come here again.
+    m_refs.Increment();
+    Terminate();
+    delete this;
+    return 0;
 }
 
 HRESULT COPTPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32_t, uint32_t,
                                uint32_t* capabilities) {
     if (!host || !capabilities) return E_POINTER;
-    *capabilities &= m_capabilities;
     {
         std::lock_guard lock(m_hostLock);
+        if (m_host) return E_UNEXPECTED;  // at work already, and it goes on
         m_host = ComPtr<IUnknown>(host);
         m_hostSite = ComPtr<IUnknown>(hostSite);
     }
+    *capabilities &= m_capabilities;
 
     ComPtr<IMPProjectTree> projectTree;
     ComPtr<IMPPropertyStore> propertyStore;

@@ -138,6 +138,14 @@ public:
     HRESULT GetHostProperty(const GUID& id, void* buffer, uint32_t size);
     HRESULT SetHostProperty(const GUID& id, const void* buffer, uint32_t size, uint32_t index = 0);
 
+    struct PortRow {
+        uint64_t id;
+        GUID guid;
+        std::u16string name;
+    };
+    /// The host's ports as of the last load. [any-thread]
+    std::vector<PortRow> CopyPorts(uint32_t isOutput) const;
+
 protected:
     ComPtr<CListPage> Page() const;
     bool HasQueuedNotifications();
@@ -148,13 +156,6 @@ protected:
     void Unadvise(const GUID& point, uint32_t* cookie);
     /// Loads one port array; the selected port stays when its GUID is still there, else the first is taken.
     HRESULT LoadPorts(uint32_t isOutput);
-    struct PortRow {
-        uint64_t id;
-        GUID guid;
-        std::u16string name;
-    };
-    /// The host's ports as of the last load. [any-thread]
-    std::vector<PortRow> CopyPorts(uint32_t isOutput) const;
 
     char16_t m_name[OPT_NAME_SIZE] = {};
     std::atomic<uint32_t> m_filterState{0};

@@ -120,6 +120,27 @@ TEST(Lifecycle, OpensAProjectAndBalancesEveryReference) {
     EXPECT_EQ(host.References(), 0);
 }
 
+TEST(Lifecycle, AHostMayInitialiseTwiceAndForgetTerminate) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    uint32_t capabilities = 0x40;
+    EXPECT_EQ(plugin->Initialise(host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities), E_UNEXPECTED);
+    EXPECT_EQ(capabilities, 0x40u);
+    EXPECT_EQ(host.Connections(), 3) << "the first one goes on";
+    EXPECT_EQ(Ids(*plugin).size(), 5u);
+    ComPtr<IUnknown> last;
+    plugin->QueryInterface(IID_IUnknown, last.OutVoid());
+    plugin.Reset();
+    EXPECT_GT(host.References(), 0);
+    last.Reset();
+    EXPECT_EQ(host.References(), 0);
+    EXPECT_EQ(host.Connections(), 0);
+    EXPECT_EQ(host.preferences[std::u16string(1, 100)], 1015) << "what it kept is kept";
+}
+
 TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
     FakeHost host;
     AddChannels(host);
@@ -218,6 +239,9 @@ TEST(Lifecycle, AnyFailingCallLeavesAPluginThatWorksTheNextTime) {
         SCOPED_TRACE(n);
         FakeHost host;
         AddChannels(host);
+        const std::map<std::u16string, int64_t> kept = {
+            {u"ShowGroups", 1}, {std::u16string(1, 100), 1015}, {std::u16string(1, 201), 500}};
+        host.preferences = kept;
         ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
         host.FailCall(n);
         if (Initialise(*plugin, host) == S_OK) {
@@ -229,6 +253,8 @@ TEST(Lifecycle, AnyFailingCallLeavesAPluginThatWorksTheNextTime) {
         const bool done = host.Calls() < n;
         ASSERT_EQ(host.References(), 0);
         ASSERT_LE(host.Connections(), 1) << "only a failing way to Unadvise may leave one";
+        for (const auto& [key, value] : kept)
+            ASSERT_EQ(host.preferences[key], value) << "no default over what the user chose";
 
         host.FailCall(0);
         ASSERT_EQ(Initialise(*plugin, host), S_OK);

@@ -306,10 +306,35 @@ TEST_F(PluginMap, TheChosenPortAloneIsHeardAndTheHostToldOfIt) {
     plugin->FilterEvents(&stream, &info);
     EXPECT_EQ(stream.ports, std::vector<uint64_t>{0}) << "none";
     plugin->ChoosePort(PORTS_INPUT, 7);
+    using Requests = std::vector<FakeHost::PortRequest>;
     EXPECT_EQ(host.portRequests,
-              (std::vector<std::pair<bool, uint64_t>>{
-                  {true, 7}, {true, 7}, {false, 7}, {false, 7}, {true, 7}, {false, 7}, {true, 7}, {true, 7}}))
-        << "both ends of each use, of input and output";
+              (Requests{{true, false, 7}, {true, true, 7}, {false, false, 7}, {true, false, 7}}))
+        << "both ends of each use, and the output stays open when the input changes";
     host.Notify(MPNOTIFY_PORTS);
-    EXPECT_EQ(host.portRequests.size(), 8u) << "nothing has changed";
+    EXPECT_EQ(host.portRequests.size(), 4u) << "nothing has changed";
+
+    // A host tells of its ports while it opens or closes one.
+    host.portRequests.clear();
+    bool told = false;
+    host.onPortRequest = [&] {
+        if (std::exchange(told, true)) return;
+        {
+            const std::scoped_lock lock(host.lock);
+            host.ports = {8};
+        }
+        host.Notify(MPNOTIFY_PORTS);
+    };
+    host.Control(MPCTRL_ACTIVATE, 0);
+    host.Control(MPCTRL_ACTIVATE, ACTIVATE_ON);
+    Requests expected = {{false, false, 7}, {false, true, 7}};
+    EXPECT_EQ(host.portRequests, expected) << "the chosen ones have gone";
+    {
+        const std::scoped_lock lock(host.lock);
+        host.ports = {7, 8};
+    }
+    told = false;
+    host.Notify(MPNOTIFY_PORTS);
+    expected.insert(expected.end(), {{true, false, 7}, {false, false, 7}});
+    EXPECT_EQ(host.portRequests, expected) << "back, and gone again while it was opened";
+    host.onPortRequest = nullptr;
 }

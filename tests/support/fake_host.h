@@ -5,6 +5,7 @@
 #include "plugin/host_contract.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -55,7 +56,14 @@ public:
         MPCHANNELREC rec;
     };
     std::vector<SetCall> sets;
-    std::vector<std::pair<bool, uint64_t>> portRequests;  ///< begins or ends, port
+    struct PortRequest {
+        bool begins, isOutput;
+        uint64_t port;
+        friend bool operator==(const PortRequest&, const PortRequest&) = default;
+    };
+    std::vector<PortRequest> portRequests;
+    std::vector<uint64_t> ports = {7};    ///< of both directions
+    std::function<void()> onPortRequest;  ///< inside the plug-in's call, without the lock
 
     /// The call with this number from now on fails with E_FAIL, and only that one; 0 for none.
     void FailCall(int number) { m_calls = 0, m_failAt = number; }

@@ -98,13 +98,16 @@ void OpenPage(benchmark::State& state) {
     }
 }
 
-/// Names, roles and places of an object and all below it; how many there are.
+/// Names, roles, places and indices of an object and all below it; how many there are.
 int64_t Read(QAccessibleInterface* object) {
     int64_t count = 1;
     benchmark::DoNotOptimize(object->text(QAccessible::Name));
     benchmark::DoNotOptimize(object->role());
     benchmark::DoNotOptimize(object->rect());
-    for (int i = 0; i < object->childCount(); i++) count += Read(object->child(i));
+    for (int i = 0; i < object->childCount(); i++) {
+        benchmark::DoNotOptimize(object->indexOfChild(object->child(i)));
+        count += Read(object->child(i));
+    }
     return count;
 }
 

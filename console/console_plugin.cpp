@@ -48,7 +48,8 @@ HRESULT CConsoleControlPlugin::FinalConstruct() {
     if (Failed(hr)) return hr;
     for (size_t i = 0; i < VIEW_FLAGS; i++) m_shown[i] = VIEW_FLAG_KEYS[i].defaultValue;
     SetMap(new CConsoleControlMap(*this));
-    return QmList_CreateExZ(&m_entries, 0, -1, -1, 0, 0, 0, 0);
+    const HRESULT made = QmList_CreateExZ(&m_entries, 0, -1, -1, 0, 0, 0, 0);
+    return Succeeded(made) ? QmList_Sort(m_entries, Keys().AsCriteria(), nullptr) : made;
 }
 
 HRESULT CConsoleControlPlugin::GetPages(CAUUID* pages) {
@@ -128,20 +129,20 @@ HRESULT CConsoleControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t 
     constexpr uint32_t NEW_LAYOUT = 0x1;
     CriticalSectionLock lock(MainLock());
     if ((!post || !(ControlState() & CTRLSTATE_LAZY_IDLE)) && (rec->kindMask & NEW_LAYOUT) && m_view)
-        m_view->PostPendingChanges();
+        m_view->NotifyChannel(nullptr, DIRTY_ALL);
     return hr;
 }
 
 HRESULT CConsoleControlPlugin::OnTimeTick(uint64_t, uint64_t, uint64_t) {
     CriticalSectionLock lock(MainLock());
-    if (m_view) m_view->PostTick(false);
+    if (m_view) m_view->PostTick(TICK_VALUES);
     return S_OK;
 }
 
 HRESULT CConsoleControlPlugin::OnMeterTick(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
     if (!m_view) return S_FALSE;
-    m_view->PostTick(true);
+    m_view->PostTick(TICK_METERS);
     return S_OK;
 }
 
@@ -162,6 +163,6 @@ HRESULT CConsoleControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t post) {
 HRESULT CConsoleControlPlugin::OnTransportFlags(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
     if (!m_view) return S_FALSE;
-    m_view->PostTick(true);  // the last values after a stop
+    m_view->PostTick(TICK_VALUES | TICK_METERS);  // the last ones after a stop
     return S_OK;
 }

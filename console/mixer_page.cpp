@@ -14,7 +14,6 @@
 namespace {
 
 constexpr int WINDOW_ID = 1000;
-constexpr uint32_t TICK_VALUES = 1, TICK_METERS = 2;
 constexpr SIZE SMALLEST_PAGE{400, 300};
 
 }  // namespace
@@ -47,49 +46,38 @@ CConsoleMixerPage::~CConsoleMixerPage() {
 // IPropertyPage
 // ----------------------------------------------------------------------------------------------------
 
+bool CConsoleMixerPage::Takes(COPTPlugin& plugin) const {
+    return dynamic_cast<CConsoleControlPlugin*>(&plugin);
+}
+
 HRESULT CConsoleMixerPage::SetObjects(uint32_t count, IUnknown** objects) {
     const HRESULT hr = CBaseListPage::SetObjects(count, objects);
     if (hr != S_OK) return hr;
     if (m_console && Window()) Deactivate();
     const ComPtr<COPTPlugin> plugin = ThePlugin();
     m_console = ComPtr<CConsoleControlPlugin>(dynamic_cast<CConsoleControlPlugin*>(plugin.Get()));
-    return count == 0 || m_console ? S_OK : E_NOINTERFACE;
+    return S_OK;
 }
 
 HRESULT CConsoleMixerPage::Activate(HWND parent, const RECT* rect, BOOL) {
     if (!rect) return E_POINTER;
     if (!Site() || !m_console || Window()) return E_UNEXPECTED;
-    auto window = std::make_unique<PageWindow>(*this);
-    PageWindow* made = window.get();
-    if (!made->EmbedIn(parent)) return E_INVALIDARG;
-    made->setGeometry(ToQRect(*rect));
-    SetWindow(std::move(window));
-    if (!made->Create()) {
-        SetWindow(nullptr);
-        return E_OUTOFMEMORY;
-    }
-    ReSize();
-    return S_OK;
+    const HRESULT hr = Embed(std::make_unique<PageWindow>(*this), parent, rect);
+    if (hr == S_OK) ReSize();
+    return hr;
 }
 
-HRESULT CConsoleMixerPage::Deactivate() { return CBaseListPage::Deactivate(); }
-
 HRESULT CConsoleMixerPage::GetPageInfo(PROPPAGEINFO* info) {
-    if (!info) return E_POINTER;
-    const uint32_t size = info->size;
     const SIZE ideal = IdealSize();
-    info->title = CoTaskMemString(ConsoleText(IDS_MIXING_CONSOLE));
-    info->pageSize = {std::max(ideal.cx, SMALLEST_PAGE.cx), std::max(ideal.cy, SMALLEST_PAGE.cy)};
-    info->docString = info->helpFile = nullptr;
-    info->helpContext = 0;
-    if (size == sizeof(PROPPAGEINFOEX)) {
+    const HRESULT hr = TellPage(info, ConsoleText(IDS_MIXING_CONSOLE),
+                                {std::max(ideal.cx, SMALLEST_PAGE.cx), std::max(ideal.cy, SMALLEST_PAGE.cy)});
+    if (info && info->size == sizeof(PROPPAGEINFOEX)) {
         constexpr uint32_t STYLE_WHOLE_AREA = 0x80000;
         auto* extended = reinterpret_cast<PROPPAGEINFOEX*>(info);
         extended->style = STYLE_WHOLE_AREA;
-        extended->window = Window() ? Window()->Handle() : 0;
         extended->menuName = CoTaskMemString(ConsoleText(IDS_MENU_NAME));
     }
-    return info->title ? S_OK : E_OUTOFMEMORY;
+    return hr;
 }
 
 SIZE CConsoleMixerPage::IdealSize() const {
@@ -170,7 +158,7 @@ void CConsoleMixerPage::OnDestroy() {
     m_images.reset();
     m_hasFocus = false;
     m_tickWanted = 0;
-    m_pendingPosted = false;
+    m_pendingPosted = m_allPosted = false;
 }
 
 void CConsoleMixerPage::ReSize() {
@@ -239,8 +227,10 @@ void CConsoleMixerPage::NotifyChannel(ChannelEntry* channel, uint32_t dirty) {
         if (m_mixerView) m_mixerView->OnChannelUpdate(channel, dirty);
         return;
     }
-    if (channel && channel->pending.fetch_or(dirty)) return;  // a post is on its way
-    Poster().Post(PAGEMSG_REFRESH, REFRESH_CHANNEL, reinterpret_cast<intptr_t>(channel));
+    // A post may be on its way.
+    if (channel ? channel->pending.fetch_or(dirty) != 0 : m_allPosted.exchange(true)) return;
+    if (!Poster().Post(PAGEMSG_REFRESH, REFRESH_CHANNEL, reinterpret_cast<intptr_t>(channel)))
+        channel ? void(channel->pending = 0) : void(m_allPosted = false);
 }
 
 void CConsoleMixerPage::InvalidateAll() {
@@ -256,17 +246,15 @@ void CConsoleMixerPage::PostPendingChanges() {
         m_pendingPosted = false;
 }
 
-void CConsoleMixerPage::PostTick(bool meters) {
-    if (m_tickWanted.fetch_or(meters ? TICK_METERS : TICK_VALUES) == 0 && !Poster().Post(PAGEMSG_TICK))
-        m_tickWanted = 0;
+void CConsoleMixerPage::PostTick(uint32_t what) {
+    if (m_tickWanted.fetch_or(what) == 0 && !Poster().Post(PAGEMSG_TICK)) m_tickWanted = 0;
 }
 
 void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
     if (wparam & REFRESH_CHANNEL) {
         if (lparam == 0) {
-            m_pendingPosted = false;
-            if (m_console->ApplyPendingChanges()) OnEntriesChanged();
-            NotifyChannel(nullptr, DIRTY_ALL);
+            if (m_pendingPosted.exchange(false) && m_console->ApplyPendingChanges()) OnEntriesChanged();
+            if (m_allPosted.exchange(false)) NotifyChannel(nullptr, DIRTY_ALL);
         } else {
             // The pointer is only looked up: the channel may have gone since.
             ChannelEntry* channel = m_console->FindEntry(reinterpret_cast<const void*>(lparam));
@@ -282,7 +270,7 @@ void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
 
 void CConsoleMixerPage::OnTick() {
     const uint32_t wanted = m_tickWanted.exchange(0);
-    if (m_mixerView && wanted) m_mixerView->OnTick(wanted & TICK_METERS);
+    if (m_mixerView && wanted) m_mixerView->OnTick(wanted);
 }
 
 void CConsoleMixerPage::OnEntryGoing(ChannelEntry* channel) {

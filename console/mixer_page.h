@@ -24,7 +24,6 @@ public:
     ~CConsoleMixerPage() override;
 
     HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
-    HRESULT Deactivate() override;
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
 
@@ -32,7 +31,7 @@ public:
     void NotifyChannel(ChannelEntry* channel, uint32_t dirty) override;
     void InvalidateAll() override;
     void PostPendingChanges() override;
-    void PostTick(bool meters) override;
+    void PostTick(uint32_t what) override;
     void OnEntryGoing(ChannelEntry* channel) override;
     void OnEntriesChanged() override;
     void OnLookChanged(uint32_t bits) override;
@@ -51,6 +50,9 @@ public:
 
     /// Ideal size of the console, cut to the work area of the screen that it is on.
     SIZE IdealSize() const;
+
+protected:
+    bool Takes(COPTPlugin& plugin) const override;
 
 private:
     class PageWindow;
@@ -73,6 +75,7 @@ private:
     std::atomic<std::thread::id> m_uiThread{};
     std::atomic<uint32_t> m_tickWanted{0};
     std::atomic<bool> m_pendingPosted{false};
+    std::atomic<bool> m_allPosted{false};
     AccessiblePage* m_accessible = nullptr;
     bool m_hasFocus = false;
     uint32_t m_lastHit = 0;

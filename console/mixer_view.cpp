@@ -4,7 +4,7 @@
 #include "console/console_plugin.h"
 #include "console/mixer_page.h"
 #include "console/texts.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "platform/ui/paint.h"
 
@@ -46,6 +46,7 @@ void CMixerView::OnEntriesChanged() {
     for (ChannelEntry* entry : m_plugin.Entries()) {
         if (entry->view) continue;
         entry->view = std::make_unique<Strip>(*entry, site);
+        entry->pending = 0;  // what was posted to a window that is gone
         Strip::Of(*entry)->ReadBack();
     }
     LayoutStrips();
@@ -145,16 +146,16 @@ void CMixerView::PaintScrollLane(QPainter& painter) const {
     FillRect(painter, {left, lane.top + 2, left + length, lane.bottom - 2}, QmGetUIColor(UICOLOR_TICK));
 }
 
-void CMixerView::OnTick(bool meters) {
+void CMixerView::OnTick(uint32_t what) {
     if (m_plugin.IsPaintingOff()) return;
     const std::vector<Strip*> strips = VisibleStrips();
-    if (m_plugin.TransportFlags() & TRANSPORT_RUNNING_MASK) {
+    if (what & TICK_VALUES || m_plugin.TransportFlags() & TRANSPORT_RUNNING_MASK) {
         bool changed = false;
         for (Strip* strip : strips)
             if (strip->painted) changed |= strip->ReadBack();
         if (changed) InvalidateValues();
     }
-    if (!meters) return;
+    if (!(what & TICK_METERS)) return;
     WindowPainter painter(m_page.ThePageWindow());
     if (!painter) return;
     const ClipScope clip(*painter, m_bounds);

@@ -27,8 +27,8 @@ public:
     /// Makes the controls of channels that have none yet, and lays all out.
     void OnEntriesChanged();
     void OnEntryGoing(const ChannelEntry* channel);
-    /// Values read back from the host while it runs, then the meters.
-    void OnTick(bool meters);
+    /// TICK_: values read back from the host, then the meters.
+    void OnTick(uint32_t what);
     void OnKeyUp(uintptr_t wparam, intptr_t lparam);
 
     /// The strip with the keyboard focus: the one that had it, else the first selected, else the first.

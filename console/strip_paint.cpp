@@ -1,7 +1,7 @@
 // How a strip looks.
 #include "console/console_images.h"
 #include "console/strip.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/paint.h"

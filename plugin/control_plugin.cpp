@@ -20,10 +20,6 @@ COPTControlPlugin::COPTControlPlugin(IUnknown* owner)
 COPTControlPlugin::~COPTControlPlugin() {
     if (m_controlSink) m_controlSink->Orphan();
     if (m_driver) m_driver->Orphan();
-    if (m_map) m_map->Release();
-    DestroyReferences();
-    FreeCatalog();
-    for (HQMLIST list : {m_refs, m_controls, m_inputs, m_midiPorts, m_outputs}) QmList_Destroy(list);
 }
 
 HRESULT COPTControlPlugin::FinalConstruct() {
@@ -71,11 +67,8 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
     host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional, as the next one
     host->QueryInterface(IID_IMPEventOutput, output.OutVoid());
     m_ports.SetOutput(std::move(output));
-    {
-        std::lock_guard lock(m_ctrlLock);
-        m_ctrlChannels = std::move(channels);
-        m_catalogHost = std::move(catalog);
-    }
+    m_channels.Connect(std::move(channels));
+    m_catalog.Connect(std::move(catalog));
     if (ComPtr<IMPTimeConverter> times = TimeConverter()) times->GetRate(TIMEFORMAT_NANO, &m_hostTimeRate);
     if (ControlState() & CTRLSTATE_USE_OUTPUTS) LoadPorts(PORTS_OUTPUT);
     if (ControlState() & CTRLSTATE_USE_INPUTS) LoadPorts(PORTS_INPUT);
@@ -99,19 +92,9 @@ HRESULT COPTControlPlugin::Terminate() {
     m_wake.Set();
     if (m_worker.joinable()) m_worker.join();
     Unadvise(IID_IMPCtrlChannelSink, &m_controlCookie);
-    ComPtr<IMPCtrlChannels> channels;
-    ComPtr<IMPPlugInCatalog> catalog;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        catalog = std::move(m_catalogHost);
-    }
-    catalog.Reset();
+    m_catalog.Connect({});
     if (Host()) PreTerminate();
-    {
-        std::lock_guard lock(m_ctrlLock);
-        channels = std::move(m_ctrlChannels);
-    }
-    channels.Reset();
+    m_channels.Connect({});
     m_ports.SetOutput({});
     {
         // A later Initialise starts from a closed project, whether or not the host has closed this one.
@@ -137,7 +120,7 @@ HRESULT COPTControlPlugin::PostInitialise() {
         std::filesystem::create_directories(m_userDataPath, ignored);
     }
     GetProjectInfo();
-    LoadCatalog(1);
+    m_catalog.LoadCatalog();
     m_preferences.BeginReading();
     LoadMaps();
     const HRESULT hr = LoadPreferences();
@@ -149,13 +132,8 @@ HRESULT COPTControlPlugin::PreTerminate() {
     RequestPorts(1, 0);
     m_ports.WaitUntilTold();
     if (m_preferences.AllRead()) SavePreferences();
-    FreeCatalog();
+    m_catalog.FreeCatalog();
     return S_OK;
-}
-
-ComPtr<IMPCtrlChannels> COPTControlPlugin::CtrlChannels() const {
-    std::lock_guard lock(m_ctrlLock);
-    return m_ctrlChannels;
 }
 
 void COPTControlPlugin::RunWorker() {
@@ -166,31 +144,15 @@ void COPTControlPlugin::RunWorker() {
             CriticalSectionLock lock(m_mainLock);
             m_workerWait = ManualResetEvent::INFINITE_WAIT;
             DrainNotifications(0);
-            if (m_map && !(ControlState() & CTRLSTATE_SUSPENDED)) RunMap();
+            if (Map() && !(ControlState() & CTRLSTATE_SUSPENDED)) m_workerWait = m_runner.Run();
         }
         m_wake.Reset();
         // What was queued between the round and the reset has signalled an event that is gone by now.
         CriticalSectionLock lock(m_mainLock);
-        if (m_controls || HasQueuedNotifications()) m_wake.Set();
+        if (!m_controls.IsEmpty() || HasQueuedNotifications()) m_wake.Set();
     }
-    if (m_map) m_map->Idle(true);
+    if (Map()) Map()->Idle(true);
     DrainNotifications(1);
-}
-
-// Under the main lock, as all work with the map but OnEvent.
-void COPTControlPlugin::RunMap() {
-    if (std::exchange(m_mapLayoutStale, false)) m_map->LayoutBank(m_map->BankOffset());
-    m_workerWait = m_map->Idle(false);
-    if (!m_mapValuesStale) return;
-    // A fader that is drawn on the screen changes more often than a cable of MIDI can tell.
-    const auto now = std::chrono::steady_clock::now();
-    if (now - m_mapRefreshed < std::chrono::milliseconds(kIdleBusy)) {
-        m_workerWait = kIdleBusy;
-        return;
-    }
-    m_mapRefreshed = now;
-    m_mapValuesStale = false;
-    m_map->RefreshStrips(false);
 }
 
 void COPTControlPlugin::SignalIfWanted() {
@@ -258,7 +220,7 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
         if (ControlState() & CTRLSTATE_CAPTURE) {
             OnCaptureEvent(&event);
         } else {
-            if (m_map) taken = m_map->OnEvent(event, info->capabilities & FILTER_PEEK_ONLY);
+            if (Map()) taken = Map()->OnEvent(event, info->capabilities & FILTER_PEEK_ONLY);
             if (taken == S_OK) stream->Consume(cookie);
             OnEventSeen(event, taken == S_OK);
             const bool toPage =

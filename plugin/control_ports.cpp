@@ -9,13 +9,13 @@ uint32_t PortKey(uint32_t isOutput) {
 }
 
 /// 0 where none of them has the id that the user chose.
-uint64_t PortOf(const std::vector<COPTPlugin::PortRow>& ports, const GUID& guid) {
-    const auto at = std::ranges::find(ports, guid, &COPTPlugin::PortRow::guid);
+uint64_t PortOf(const std::vector<HostPorts::Row>& ports, const GUID& guid) {
+    const auto at = std::ranges::find(ports, guid, &HostPorts::Row::guid);
     return at == ports.end() ? 0 : at->id;
 }
 
-GUID GuidOf(const std::vector<COPTPlugin::PortRow>& ports, uint64_t port) {
-    const auto at = std::ranges::find(ports, port, &COPTPlugin::PortRow::id);
+GUID GuidOf(const std::vector<HostPorts::Row>& ports, uint64_t port) {
+    const auto at = std::ranges::find(ports, port, &HostPorts::Row::id);
     return at == ports.end() ? GUID{} : at->guid;
 }
 }  // namespace
@@ -90,7 +90,7 @@ void ControlPorts::End() {
 }
 
 bool ControlPorts::Choose(uint32_t isOutput, uint64_t port) {
-    const GUID guid = GuidOf(m_plugin.CopyPorts(isOutput), port);
+    const GUID guid = GuidOf(m_plugin.Ports(isOutput), port);
     {
         const std::lock_guard lock(m_lock);
         m_use[isOutput].chosen = guid;
@@ -100,7 +100,7 @@ bool ControlPorts::Choose(uint32_t isOutput, uint64_t port) {
 
 // A surface that was unplugged is used again when it comes back, and no other takes its place meanwhile.
 bool ControlPorts::Follow(uint32_t isOutput) {
-    const std::vector<COPTPlugin::PortRow> ports = m_plugin.CopyPorts(isOutput);
+    const std::vector<HostPorts::Row> ports = m_plugin.Ports(isOutput);
     GUID chosen;
     {
         const std::lock_guard lock(m_lock);
@@ -110,7 +110,7 @@ bool ControlPorts::Follow(uint32_t isOutput) {
 }
 
 HRESULT ControlPorts::LoadChoice(uint32_t isOutput) {
-    const std::vector<COPTPlugin::PortRow> ports = m_plugin.CopyPorts(isOutput);
+    const std::vector<HostPorts::Row> ports = m_plugin.Ports(isOutput);
     // Without a choice it is the port that was selected when the list came.
     const GUID chosen = m_preferences.Guid(PortKey(isOutput), GuidOf(ports, m_plugin.GetPort(isOutput)));
     {

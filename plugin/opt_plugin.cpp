@@ -18,8 +18,6 @@ COPTPlugin::~COPTPlugin() {
     DestroyTracks();
     QmList_Destroy(m_tracks);
     QmList_Destroy(m_filtered);
-    QmList_Destroy(m_deferred);
-    for (PortArray& ports : m_ports) FreePorts(ports);
 }
 
 HRESULT COPTPlugin::FinalConstruct() {
@@ -214,5 +212,12 @@ HRESULT COPTPlugin::Save(IStream*, BOOL) { return E_NOTIMPL; }
 HRESULT COPTPlugin::GetSizeMax(uint64_t*) { return E_NOTIMPL; }
 HRESULT COPTPlugin::SavePreferences() { return S_OK; }
 HRESULT COPTPlugin::LoadPreferences() { return S_OK; }
+
+HRESULT COPTPlugin::LoadPorts(uint32_t isOutput) {
+    const ComPtr<IMPPortList> list = PortList();
+    return list ? m_ports.Load(*list, isOutput) : E_UNEXPECTED;
+}
+uint64_t COPTPlugin::GetPort(uint32_t isOutput) { return m_ports.Selected(isOutput); }
+void COPTPlugin::SetPort(uint32_t isOutput, uint64_t id) { m_ports.Select(isOutput, id); }
 
 HRESULT COPTPlugin::SetLCID(uint32_t, uint32_t lcid) { return ApplyModuleLcid(lcid); }

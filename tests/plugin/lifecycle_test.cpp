@@ -183,6 +183,101 @@ TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
     plugin->Terminate();
 }
 
+TEST(Lifecycle, OnlyWhatIsEnumeratedBecomesAChannel) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    {
+        std::lock_guard guard(host.lock);
+        host.channels.push_back({9, KIND_FAMILY_40, 3, u"Video"});
+    }
+    host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 9, KIND_FAMILY_40);
+    plugin->DrainNotifications(0);
+    int32_t index = -1;
+    EXPECT_EQ(plugin->FindChannel(9, &index), S_FALSE);
+    EXPECT_EQ(Ids(*plugin).size(), 5u);
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 9, KIND_FAMILY_40);
+    plugin->DrainNotifications(0);
+    EXPECT_EQ(Ids(*plugin).size(), 5u);
+
+    host.namesUnasked = true;
+    MPCHANNELREC rec{};
+    EXPECT_EQ(plugin->GetChannelRecord({2, 0, 0}, &rec, MASK_VOLUME), S_OK);
+    EXPECT_EQ(rec.name, nullptr) << "freed: nobody asked for it";
+    EXPECT_EQ(plugin->GetChannelRecord({2, 0, 0}, &rec, MASK_NAME), S_OK);
+    EXPECT_EQ(std::u16string(rec.name), u"Bass");
+    CoTaskMemFree(rec.name);
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, AHostMayChangeItsChannelsWhileItIsAsked) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    // The question about the channel that came last brings another one, in front of it.
+    uint64_t next = 100;
+    host.onGet = [&](uint64_t channel) {
+        if (next == 160 || (next > 100 && channel + 1 != next)) return;
+        const uint64_t id = next++;
+        {
+            std::lock_guard guard(host.lock);
+            host.channels.push_back({id, KIND_AUDIO_TRACK, static_cast<int32_t>(-id), u"More"});
+        }
+        host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, id, KIND_AUDIO_TRACK);
+    };
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_IDENTITY);
+    plugin->DrainNotifications(0);
+    EXPECT_TRUE(Eventually([&] {
+        CriticalSectionLock lock(plugin->MainLock());
+        return next == 160;
+    }));
+    {
+        CriticalSectionLock lock(plugin->MainLock());
+        host.onGet = nullptr;
+    }
+    std::vector<uint64_t> expected;
+    for (uint64_t id = 159; id >= 100; id--) expected.push_back(id);
+    expected.insert(expected.end(), {1, 2, 5, 3, 4});
+    EXPECT_EQ(Ids(*plugin), expected);
+    int32_t count = 0, index = 0;
+    EXPECT_EQ(plugin->GetChannelCount(&count), S_OK);
+    EXPECT_EQ(count, 65);
+    EXPECT_EQ(plugin->FindChannel(100, &index), S_OK);
+    EXPECT_EQ(index, 59);
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, OneSwitchAmongManyChannelsIsReadAlone) {
+    FakeHost host;
+    for (uint64_t i = 1; i <= 400; i++)
+        host.channels.push_back({i, KIND_AUDIO_TRACK, static_cast<int32_t>(i), u"Track"});
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    const auto first = [&] {
+        CriticalSectionLock lock(plugin->MainLock());
+        return plugin->Map()->StripChannel(0).channel;
+    };
+    ASSERT_EQ(first(), 1u);
+    host.FailCall(0);  // counts anew
+    const auto change = [&](uint64_t id, uint32_t switches) {
+        {
+            std::lock_guard guard(host.lock);
+            host.Find(id)->switches = switches;
+        }
+        host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_SWITCHES);
+    };
+    change(200, SWITCH_MUTE);
+    change(1, SWITCH_HIDDEN);
+    EXPECT_TRUE(Eventually([&] { return first() == 2; })) << "a hidden one leaves the strips";
+    EXPECT_LT(host.Calls(), 40) << "the others are not asked for";
+    plugin->Terminate();
+}
+
 TEST(Lifecycle, DelayedChangesAreDoneByTheWorker) {
     struct Row {
         const char16_t* preference;

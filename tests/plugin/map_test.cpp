@@ -2,6 +2,7 @@
 #include "controlmap/xml_function_map.h"
 #include "platform/text.h"
 #include "plugin/catalog_names.h"
+#include "plugin/control_plugin.h"
 #include "tests/controlmap/map_support.h"
 #include "tests/support/fake_host.h"
 
@@ -283,10 +284,10 @@ TEST(PluginMaps, HostFunctionsHaveTheNamesOfTheHostsCatalog) {
     ASSERT_EQ(plugin->FinalConstruct(), S_OK);
     uint32_t capabilities = 0;
     ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities), S_OK);
-    EXPECT_EQ(plugin->CatalogFamilies(), (std::vector<uint32_t>{1, 2}));
-    EXPECT_EQ(plugin->CatalogItems(1), (std::vector<uint32_t>{10, 11}));
-    EXPECT_EQ(plugin->CatalogItems(7), std::vector<uint32_t>());
-    const CatalogNames names(*plugin);
+    EXPECT_EQ(plugin->Catalog().Families(), (std::vector<uint32_t>{1, 2}));
+    EXPECT_EQ(plugin->Catalog().Items(1), (std::vector<uint32_t>{10, 11}));
+    EXPECT_EQ(plugin->Catalog().Items(7), std::vector<uint32_t>());
+    const CatalogNames names(plugin->Catalog());
     EXPECT_EQ(names.HostFamilyName(2), "Delays");
     EXPECT_EQ(names.HostFamilyNumber("Filters"), 1u);
     EXPECT_EQ(names.HostFunctionName(1, 11), "High cut");

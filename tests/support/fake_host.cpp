@@ -285,6 +285,7 @@ HRESULT FakeHost::Channels::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC
 HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t,
                                 uint32_t mask) {
     if (host->Fails()) return E_FAIL;
+    if (host->onGet) host->onGet(id->channel);
     std::lock_guard guard(host->lock);
     const FakeChannel* channel = level == LEVEL_CHANNEL ? host->Find(id->channel) : nullptr;
     if (!channel) return S_FALSE;
@@ -297,7 +298,7 @@ HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNEL
     if (mask & MASK_SWITCHES) rec->switches = channel->switches;
     if (mask & MASK_VOLUME) rec->volume = rec->linkedVolume = channel->volume;
     if (mask & MASK_METERS) rec->meter.level = channel->level;
-    if (mask & MASK_NAME) rec->name = CoTaskMemString(channel->name.c_str());
+    if (mask & MASK_NAME || host->namesUnasked) rec->name = CoTaskMemString(channel->name.c_str());
     return S_OK;
 }
 

@@ -2,7 +2,7 @@
 // N-th call, and sends whatever the test wants.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <atomic>
 #include <functional>
@@ -49,6 +49,8 @@ public:
     std::map<uint32_t, std::u16string> catalog;
     uint32_t channelMode = 0;
     bool refuseCtrlChannels = false;
+    bool namesUnasked = false;            ///< a name with everything that is asked of a channel
+    std::function<void(uint64_t)> onGet;  ///< inside the plug-in's question about a channel, without the lock
 
     struct SetCall {
         uint64_t channel;

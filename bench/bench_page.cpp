@@ -1,10 +1,12 @@
-// The whole page with 100 and 500 strips: one meter tick from the worker's call to the pixels, and one
-// full paint. With the name of a PNG as the argument it saves what was painted, to be looked at.
+// The whole page with 100 to 2,000 strips: one meter tick from the worker's call to the pixels, one full
+// paint, opening it, and reading all that a screen reader is offered. With the name of a PNG as the argument
+// it saves what was painted, to be looked at.
 #include "console/console_plugin.h"
 #include "platform/ui/window.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/page_harness.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QPixmap>
 
@@ -87,14 +89,45 @@ void FullPaint(benchmark::State& state) {
     }
 }
 
+void OpenPage(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), QSize(1920, 600));
+    for (auto _ : state) {
+        scene.page->Close();
+        scene.page->Open(scene.object.Get());
+        QApplication::processEvents();
+    }
+}
+
+/// Names, roles, places and indices of an object and all below it; how many there are.
+int64_t Read(QAccessibleInterface* object) {
+    int64_t count = 1;
+    benchmark::DoNotOptimize(object->text(QAccessible::Name));
+    benchmark::DoNotOptimize(object->role());
+    benchmark::DoNotOptimize(object->rect());
+    for (int i = 0; i < object->childCount(); i++) {
+        benchmark::DoNotOptimize(object->indexOfChild(object->child(i)));
+        count += Read(object->child(i));
+    }
+    return count;
+}
+
+void ReadAccessible(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), QSize(1920, 600));
+    int64_t objects = 0;
+    for (auto _ : state) objects = Read(QAccessible::queryAccessibleInterface(scene.window));
+    state.counters["objects"] = static_cast<double>(objects);
+}
+
 /// Strips, and pixels of the window: a screen's width, where 22 strips are on view, and one wide enough for a
 /// hundred.
 void Sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->ArgNames({"strips", "width"})->Args({100, 1920})->Args({500, 1920})->Args({100, 8600});
+    benchmark->ArgNames({"strips", "width"})->Args({100, 1920})->Args({2000, 1920})->Args({100, 8600});
     benchmark->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 }
 BENCHMARK(MeterTick)->Apply(Sizes);
 BENCHMARK(FullPaint)->Apply(Sizes);
+BENCHMARK(OpenPage)->ArgName("strips")->Arg(100)->Arg(2000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ReadAccessible)->ArgName("strips")->Arg(100)->Arg(2000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -69,7 +69,7 @@ function(tarn_check_headers_alone)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
     ${CMAKE_SOURCE_DIR}/platform/*.h ${CMAKE_SOURCE_DIR}/kernel/*.h ${CMAKE_SOURCE_DIR}/audio/*.h
     ${CMAKE_SOURCE_DIR}/image/*.h ${CMAKE_SOURCE_DIR}/mediafile/*.h ${CMAKE_SOURCE_DIR}/controls/*.h
-    ${CMAKE_SOURCE_DIR}/controlmap/*.h ${CMAKE_SOURCE_DIR}/plugin/*.h ${CMAKE_SOURCE_DIR}/console/*.h
+    ${CMAKE_SOURCE_DIR}/contract/*.h ${CMAKE_SOURCE_DIR}/controlmap/*.h ${CMAKE_SOURCE_DIR}/plugin/*.h ${CMAKE_SOURCE_DIR}/console/*.h
     ${CMAKE_SOURCE_DIR}/surface/*.h ${CMAKE_SOURCE_DIR}/host/*.h)
   set(units)
   foreach(h ${headers})

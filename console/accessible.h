@@ -1,22 +1,58 @@
-// What a screen reader, or a script, finds on the page: a pane, in it one group a strip, in that the strip's
-// controls with name, role, value and range. All on the page's thread.
+// What a screen reader, or a script, finds on the page: a pane, in it what its regions offer, each with name,
+// role, place and value. All on the page's thread.
 #pragma once
 
-#include "console/channel_entry.h"
+#include "platform/types.h"
 
-/// The page's view of what was handed out about it.
-class AccessiblePage {
+#include <cstdint>
+#include <string>
+
+/// One thing that is offered. Whoever shows it owns it; with it goes what was handed out about it.
+class AccessibleNode {
 public:
-    /// Entries go, come or move: what was handed out about them is dropped.
-    virtual void Forget() = 0;
-    virtual void FocusMoved(ChannelEntry& focused) = 0;
+    enum class Role { None, Group, Slider, Thumb, Meter, Switch };
 
-protected:
-    ~AccessiblePage() = default;
+    AccessibleNode() = default;
+    AccessibleNode(const AccessibleNode&) = delete;
+    AccessibleNode& operator=(const AccessibleNode&) = delete;
+    virtual ~AccessibleNode();
+
+    /// Null where the parent is the page.
+    virtual AccessibleNode* Parent() const { return nullptr; }
+    /// Its place among the parent's children, or among those of its region.
+    virtual int Place() const = 0;
+    virtual int ChildCount() const { return 0; }
+    virtual AccessibleNode* Child(int) { return nullptr; }
+
+    virtual Role TheRole() const = 0;
+    virtual std::u16string Name() const = 0;
+    virtual std::u16string Description() const { return {}; }
+    /// For scripts: the same in every language.
+    virtual const char* Identifier() const { return ""; }
+    /// Pixels of the page.
+    virtual RECT Area() const = 0;
+    virtual bool IsOn() const { return false; }        ///< of a switch
+    virtual bool IsSelected() const { return false; }  ///< of a group
+
+    struct Range {
+        double value, min, max;
+    };
+    /// Of sliders and meters.
+    virtual Range Value() const { return {}; }
+    virtual std::u16string TextOfValue() const { return {}; }
+    virtual void Press() {}
+    /// The key that presses it; 0 for none.
+    virtual char Key() const { return 0; }
+
+    uint32_t handedOut = 0;  ///< the number under which it was handed out; 0 where it was not
 };
+
+class CConsoleMixerPage;
 
 /// The property of a page's window that names its CConsoleMixerPage.
 inline constexpr const char* ACCESSIBLE_PAGE_PROPERTY = "tarnConsolePage";
 
 /// Lets windows with that property answer; once for the process.
 void InstallConsoleAccessibility();
+/// Tells that the keyboard works on another part now.
+void TellFocus(CConsoleMixerPage& page, AccessibleNode& focused);

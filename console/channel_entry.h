@@ -2,7 +2,7 @@
 // the page's thread reads and changes them, and other threads touch nothing of an entry but its pending word.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <atomic>
 #include <memory>

@@ -1,6 +1,5 @@
 // The list of channel entries: built from the references, and kept in step with single changes of the host.
 #include "console/console_plugin.h"
-#include "plugin/sort_scope.h"
 
 #include <memory>
 #include <new>
@@ -23,14 +22,14 @@ ChannelKey KeyOf(const ChannelEntry& entry) {
 
 /// The index is what the host says now; the entry's own may be older.
 int32_t CompareEntries(uintptr_t criteria, const void* a, const void* b) {
-    auto& keys = *reinterpret_cast<ChannelKeys*>(criteria);
+    ChannelKeys& keys = ChannelKeys::FromCriteria(criteria);
     const auto& entryA = *static_cast<const ChannelEntry*>(a);
     const auto& entryB = *static_cast<const ChannelEntry*>(b);
     const bool mainA = entryA.state & ENTRY_MAIN_OUTPUT, mainB = entryB.state & ENTRY_MAIN_OUTPUT;
     if (mainA != mainB) return mainA ? -1 : 1;
     const auto key = [&keys](const ChannelEntry& entry) {
         ChannelKey k = KeyOf(entry);
-        k.order = keys.Of(entry.id).order;
+        k.order = keys.Of(entry.id.channel).order;
         return k;
     };
     return CompareChannels(key(entryA), key(entryB), ChannelOrder::Entries);
@@ -144,7 +143,7 @@ HRESULT CConsoleControlPlugin::AddEntry(const MPCHANNELID& id) {
     return hr;
 }
 
-/// Within a SortScope of the list.
+/// Within a round of the keys.
 HRESULT CConsoleControlPlugin::PlaceEntry(ChannelEntry* entry) {
     const int32_t at = QmList_FindSortedInsertIndexRange(m_entries, entry, 0, -1, CompareEntries);
     return QmList_InsertList(m_entries, at, &entry, 1);
@@ -177,17 +176,25 @@ HRESULT CConsoleControlPlugin::UpdateEntry(const MPCTRLREC& rec) {
 
 bool CConsoleControlPlugin::ApplyPendingChanges() {
     CriticalSectionLock lock(MainLock());
-    if (!m_rebuildPending && m_pendingChanges.empty()) return false;
-    SortScope scope(m_entries, *this);
-    bool changed = std::exchange(m_rebuildPending, false);
-    if (changed) RebuildChannels();
-    for (const MPCTRLREC& rec : std::exchange(m_pendingChanges, {})) changed |= ApplyChange(rec);
-    if (changed) scope.Sort(CompareEntries);
+    // What the host sends from within the calls that are made here waits for the next turn of the loop: the
+    // list must not change under a search of it.
+    if (m_applying) return false;
+    m_applying = true;
+    bool changed = false;
+    while (m_rebuildPending || !m_pendingChanges.empty()) {
+        const ChannelKeys::Round round(Keys());
+        bool moved = std::exchange(m_rebuildPending, false);
+        if (moved) RebuildChannels();
+        for (const MPCTRLREC& rec : std::exchange(m_pendingChanges, {})) changed |= ApplyChange(rec, &moved);
+        if (moved) QmList_Sort(m_entries, Keys().AsCriteria(), CompareEntries);
+        changed |= moved;
+    }
+    m_applying = false;
     return changed;
 }
 
-/// True when entries came, went or changed places.
-bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec) {
+/// True when entries came, went, were hidden or shown; *moved when the order may be another.
+bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec, bool* moved) {
     if (rec.id == MPCTRL_LOOK) {
         if (m_view) m_view->OnLookChanged(rec.kindMask);
         return false;
@@ -197,7 +204,11 @@ bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec) {
         if (entry) RemoveEntry(entry);
         return entry != nullptr;
     }
-    if (rec.flags & CHANGE_ADDED) return !entry && rec.object.channel && Succeeded(AddEntry(rec.object));
+    if (rec.flags & CHANGE_ADDED) {
+        const bool added = !entry && rec.object.channel && Succeeded(AddEntry(rec.object));
+        *moved |= added;
+        return added;
+    }
     if (!entry) return false;
     if (rec.flags & CHANGE_CTRL_REPLACED) entry->id = rec.second;
     const bool hadStrip = entry->HasStrip();
@@ -209,5 +220,6 @@ bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec) {
     if (entry->kind == hadKind && entry->order == hadOrder) return entry->HasStrip() != hadStrip;
     QmList_DeleteList(m_entries, QmList_FindSpecificItemRange(m_entries, 0, -1, entry), 1, 0);
     PlaceEntry(entry);
+    *moved = true;
     return true;
 }

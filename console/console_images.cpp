@@ -1,9 +1,9 @@
 #include "console/console_images.h"
 
-#include "kernel/ui/color_math.h"
+#include "contract/host_contract.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
-#include "plugin/host_contract.h"
 
 #include <string_view>
 

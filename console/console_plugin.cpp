@@ -48,7 +48,8 @@ HRESULT CConsoleControlPlugin::FinalConstruct() {
     if (Failed(hr)) return hr;
     for (size_t i = 0; i < VIEW_FLAGS; i++) m_shown[i] = VIEW_FLAG_KEYS[i].defaultValue;
     SetMap(new CConsoleControlMap(*this));
-    return QmList_CreateExZ(&m_entries, 0, -1, -1, 0, 0, 0, 0);
+    const HRESULT made = QmList_CreateExZ(&m_entries, 0, -1, -1, 0, 0, 0, 0);
+    return Succeeded(made) ? QmList_Sort(m_entries, Keys().AsCriteria(), nullptr) : made;
 }
 
 HRESULT CConsoleControlPlugin::GetPages(CAUUID* pages) {
@@ -79,29 +80,29 @@ uint32_t CConsoleControlPlugin::TransportFlags() {
 HRESULT CConsoleControlPlugin::LoadPreferences() {
     const HRESULT hr = COPTControlPlugin::LoadPreferences();
     for (const NamedPreference& row : NAMED)
-        ThisModule().*row.flag = ControlPreference(row.name, 0, row.defaultValue) != 0;
-    if (ControlPreference(nullptr, PREF_KEY_FORMAT, 0xFFFFFFFF) != PREF_FORMAT) return hr;
-    m_vuScale = ControlPreference(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
-    m_meterRange = ControlPreference(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
+        ThisModule().*row.flag = Preferences().Number(row.name, row.defaultValue) != 0;
+    if (Preferences().Number(PREF_KEY_FORMAT, 0xFFFFFFFF) != PREF_FORMAT) return hr;
+    m_vuScale = Preferences().Number(PREF_KEY_VU_SCALE, m_vuScale);
+    m_meterRange = Preferences().Number(PREF_KEY_METER_RANGE, m_meterRange);
     for (size_t i = 0; i < VIEW_FLAGS; i++)
-        m_shown[i] = ControlPreference(nullptr, VIEW_FLAG_KEYS[i].key, VIEW_FLAG_KEYS[i].defaultValue);
+        m_shown[i] = Preferences().Number(VIEW_FLAG_KEYS[i].key, VIEW_FLAG_KEYS[i].defaultValue);
     const HRESULT groups = LoadGroups(m_groups, Store());
     return Failed(groups) ? groups : hr;
 }
 
 GroupStore CConsoleControlPlugin::Store() {
-    return {[this](uint32_t key, uint32_t value) { return ControlPreference(nullptr, key, value); },
-            [this](uint32_t key) { return TextPreference(key); },
-            [this](uint32_t key, uint32_t value) { SetControlPreference(nullptr, key, value); },
-            [this](uint32_t key, const std::u16string& text) { SetTextPreference(key, text); }};
+    return {[this](uint32_t key, uint32_t value) { return Preferences().Number(key, value); },
+            [this](uint32_t key) { return Preferences().Text(key); },
+            [this](uint32_t key, uint32_t value) { Preferences().SetNumber(key, value); },
+            [this](uint32_t key, const std::u16string& text) { Preferences().SetText(key, text); }};
 }
 
 HRESULT CConsoleControlPlugin::SavePreferences() {
-    for (const NamedPreference& row : NAMED) SetControlPreference(row.name, 0, ThisModule().*row.flag);
-    SetControlPreference(nullptr, PREF_KEY_FORMAT, PREF_FORMAT);
-    SetControlPreference(nullptr, PREF_KEY_VU_SCALE, m_vuScale);
-    SetControlPreference(nullptr, PREF_KEY_METER_RANGE, m_meterRange);
-    for (size_t i = 0; i < VIEW_FLAGS; i++) SetControlPreference(nullptr, VIEW_FLAG_KEYS[i].key, m_shown[i]);
+    for (const NamedPreference& row : NAMED) Preferences().SetNumber(row.name, ThisModule().*row.flag);
+    Preferences().SetNumber(PREF_KEY_FORMAT, PREF_FORMAT);
+    Preferences().SetNumber(PREF_KEY_VU_SCALE, m_vuScale);
+    Preferences().SetNumber(PREF_KEY_METER_RANGE, m_meterRange);
+    for (size_t i = 0; i < VIEW_FLAGS; i++) Preferences().SetNumber(VIEW_FLAG_KEYS[i].key, m_shown[i]);
     SaveGroups(m_groups, Store());
     return COPTControlPlugin::SavePreferences();
 }
@@ -128,20 +129,20 @@ HRESULT CConsoleControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t 
     constexpr uint32_t NEW_LAYOUT = 0x1;
     CriticalSectionLock lock(MainLock());
     if ((!post || !(ControlState() & CTRLSTATE_LAZY_IDLE)) && (rec->kindMask & NEW_LAYOUT) && m_view)
-        m_view->PostPendingChanges();
+        m_view->NotifyChannel(nullptr, DIRTY_ALL);
     return hr;
 }
 
 HRESULT CConsoleControlPlugin::OnTimeTick(uint64_t, uint64_t, uint64_t) {
     CriticalSectionLock lock(MainLock());
-    if (m_view) m_view->PostTick(false);
+    if (m_view) m_view->PostTick(TICK_VALUES);
     return S_OK;
 }
 
 HRESULT CConsoleControlPlugin::OnMeterTick(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
     if (!m_view) return S_FALSE;
-    m_view->PostTick(true);
+    m_view->PostTick(TICK_METERS);
     return S_OK;
 }
 
@@ -162,6 +163,6 @@ HRESULT CConsoleControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t post) {
 HRESULT CConsoleControlPlugin::OnTransportFlags(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
     if (!m_view) return S_FALSE;
-    m_view->PostTick(true);  // the last values after a stop
+    m_view->PostTick(TICK_VALUES | TICK_METERS);  // the last ones after a stop
     return S_OK;
 }

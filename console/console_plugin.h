@@ -70,7 +70,7 @@ private:
     void NoteCompanion(ChannelEntry& entry);
     void NoteGroupHead(ChannelEntry& entry);
     ChannelEntry* EntryById(uint64_t channel) const;
-    bool ApplyChange(const MPCTRLREC& rec);
+    bool ApplyChange(const MPCTRLREC& rec, bool* moved);
 
     HQMLIST m_entries = nullptr;
     uint32_t m_channelCounter = 0;
@@ -83,5 +83,6 @@ private:
     // Under the main lock.
     ConsoleView* m_view = nullptr;
     bool m_rebuildPending = false;
+    bool m_applying = false;
     std::vector<MPCTRLREC> m_pendingChanges;
 };

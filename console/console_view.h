@@ -3,6 +3,10 @@
 
 #include "console/channel_entry.h"
 
+/// What a tick is to look after.
+inline constexpr uint32_t TICK_VALUES = 1;  ///< values of the host, read back
+inline constexpr uint32_t TICK_METERS = 2;  ///< the meters; while the transport runs the values too
+
 class ConsoleView {
 public:
     // From any thread.
@@ -13,8 +17,8 @@ public:
     virtual void InvalidateAll() = 0;
     /// Asks the page's thread to call ApplyPendingChanges.
     virtual void PostPendingChanges() = 0;
-    /// Asks for one round of meters, and of values read back; rounds not yet begun count as one.
-    virtual void PostTick(bool meters) = 0;
+    /// Asks for one round of TICK_; rounds not yet begun count as one.
+    virtual void PostTick(uint32_t what) = 0;
 
     // On the page's thread.
 

@@ -1,6 +1,5 @@
 // Mouse and keyboard of the mixer view: what is pressed, selected and focused.
 #include "console/console_plugin.h"
-#include "console/mixer_page.h"
 #include "console/mixer_view.h"
 
 #include <algorithm>
@@ -9,15 +8,9 @@ namespace {
 
 constexpr uint32_t NOT_SELECTABLE = KIND_NO_STRIP | KIND_SPECIAL;
 
-bool IsSelectElement(uint32_t element) {
-    return element == ELEMENT_TITLE || element == ELEMENT_NAME || element == ELEMENT_REST ||
-           element == ELEMENT_VALUE;
-}
-
-const StripSwitch* SwitchOf(uint32_t element) {
-    for (const StripSwitch& s : StripSwitches())
-        if (s.element == element) return &s;
-    return nullptr;
+PartAction ActionOf(uint32_t element) {
+    const StripPart* part = PartOfElement(element);
+    return part ? part->action : PartAction::None;
 }
 
 }  // namespace
@@ -45,16 +38,15 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
         return 0;
     }
     if (message == WM_CANCELMODE || message == WM_CAPTURECHANGED) {
-        if (m_held) m_page.ThePageWindow().Invalidate(m_held->Rects().strip);
+        if (m_held) m_site.Host().Invalidate(m_held->Rects().strip);
         m_held = nullptr;
         m_pressed = ELEMENT_NONE;
         return 0;
     }
     if (message == WM_MOUSEMOVE && m_held) {
-        const StripSwitch* s = SwitchOf(m_heldElement);
-        const uint32_t pressed = s && (m_held->Rects().*s->rect).Contains(at) ? m_heldElement : ELEMENT_NONE;
-        if (std::exchange(m_pressed, pressed) != pressed)
-            m_page.ThePageWindow().Invalidate(m_held->Rects().strip);
+        const StripPart* part = PartOfElement(m_heldElement);
+        const uint32_t pressed = part && part->area(*m_held).Contains(at) ? m_heldElement : ELEMENT_NONE;
+        if (std::exchange(m_pressed, pressed) != pressed) m_site.Host().Invalidate(m_held->Rects().strip);
         return 0;
     }
     if (message == WM_LBUTTONUP) {
@@ -66,9 +58,10 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     std::u16string tip;
     RECT area{};
     const uint32_t element = strip->HitTest(at, tip, area);
-    if (element == ELEMENT_FADER) {
+    const PartAction action = ActionOf(element);
+    if (action == PartAction::Fader) {
         OnFaderMouse(*strip, message, wparam, lparam);
-    } else if (element == ELEMENT_METER) {
+    } else if (action == PartAction::Meter) {
         MeterInst_Message(&strip->Meter(), message, wparam, lparam);
     } else if (message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK) {
         Press(*strip, element, wparam);
@@ -96,7 +89,7 @@ void CMixerView::SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lp
 }
 
 intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    const POINT at = m_page.ThePageWindow().ToClient(UnpackPoint(lparam));
+    const POINT at = m_site.ToClient(UnpackPoint(lparam));
     const int32_t turn = SignedHighWord(wparam);
     Strip* strip = m_bounds.Contains(at) ? StripAt(at.x) : nullptr;
     if (message == WM_MOUSEWHEEL && !(LowWord(wparam) & MK_SHIFT) && strip &&
@@ -112,14 +105,15 @@ intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam
 }
 
 void CMixerView::Press(Strip& strip, uint32_t element, uintptr_t keys) {
-    if (SwitchOf(element)) {
+    const PartAction action = ActionOf(element);
+    if (action == PartAction::Toggle) {
         m_held = &strip;
         m_heldElement = m_pressed = element;
-        m_page.ThePageWindow().SetCapture(true);
-        m_page.ThePageWindow().Invalidate(strip.Rects().strip);
+        m_site.Host().SetCapture(true);
+        m_site.Host().Invalidate(strip.Rects().strip);
         return;
     }
-    if (!IsSelectElement(element)) return;
+    if (action != PartAction::Select) return;
     Select(strip.Entry(), keys & MK_CONTROL ? SelectMode::Toggle
                           : keys & MK_SHIFT ? SelectMode::Extend
                                             : SelectMode::Alone);
@@ -129,11 +123,11 @@ void CMixerView::Release(POINT at) {
     Strip* strip = std::exchange(m_held, nullptr);
     m_pressed = ELEMENT_NONE;
     if (!strip) return;
-    m_page.ThePageWindow().SetCapture(false);
-    m_page.ThePageWindow().Invalidate(strip->Rects().strip);
-    const StripSwitch* s = SwitchOf(m_heldElement);
-    if (s && (strip->Rects().*s->rect).Contains(at)) {
-        strip->Toggle(*s);
+    m_site.Host().SetCapture(false);
+    m_site.Host().Invalidate(strip->Rects().strip);
+    const StripPart* part = PartOfElement(m_heldElement);
+    if (part && part->area(*strip).Contains(at)) {
+        strip->Toggle(part->bit);
         InvalidateValues();
     }
 }
@@ -142,21 +136,19 @@ void CMixerView::Release(POINT at) {
 // ----------------------------------------------------------------------------------------------
 
 void CMixerView::Select(ChannelEntry& channel, SelectMode mode) {
-    const std::vector<Strip*> strips = VisibleStrips();
-    const auto indexOf = [&](const ChannelEntry* entry) {
-        const auto at =
-            std::find_if(strips.begin(), strips.end(), [&](Strip* s) { return &s->Entry() == entry; });
-        return at - strips.begin();
+    const auto placeOf = [](ChannelEntry* entry) {
+        const Strip* strip = entry ? Strip::Of(*entry) : nullptr;
+        return strip ? strip->place : -1;
     };
-    const auto target = indexOf(&channel);
-    auto from = target, to = target;
-    if (mode == SelectMode::Extend && m_anchor && indexOf(m_anchor) < std::ssize(strips))
-        std::tie(from, to) = std::minmax(indexOf(m_anchor), target);
+    const int target = placeOf(&channel);
+    int from = target, to = target;
+    if (mode == SelectMode::Extend && placeOf(m_anchor) >= 0)
+        std::tie(from, to) = std::minmax({placeOf(m_anchor), target});
     if (mode != SelectMode::Extend) m_anchor = &channel;
-    for (auto i = std::ptrdiff_t{0}; i < std::ssize(strips); i++) {
-        Strip& strip = *strips[static_cast<size_t>(i)];
+    for (Strip* shown : m_strips) {
+        Strip& strip = *shown;
         if (strip.Entry().kind & NOT_SELECTABLE) continue;
-        const bool inside = i >= from && i <= to;
+        const bool inside = strip.place >= from && strip.place <= to;
         if (mode == SelectMode::Toggle) {
             if (inside) strip.SetSelected(!strip.IsSelected());
         } else if (strip.IsSelected() != inside) {
@@ -167,31 +159,34 @@ void CMixerView::Select(ChannelEntry& channel, SelectMode mode) {
 }
 
 void CMixerView::SelectAll() {
-    for (Strip* strip : VisibleStrips())
+    for (Strip* strip : m_strips)
         if (!(strip->Entry().kind & NOT_SELECTABLE) && !strip->IsSelected()) strip->SetSelected(true);
 }
 
 void CMixerView::EnsureFocus() {
     if (m_focus && Strip::Of(*m_focus)) return;
-    const std::vector<Strip*> strips = VisibleStrips();
-    if (strips.empty()) return;
-    const auto selected =
-        std::find_if(strips.begin(), strips.end(), [](Strip* s) { return s->IsSelected(); });
-    SetFocus(&(selected != strips.end() ? *selected : strips.front())->Entry());
+    if (m_strips.empty()) return;
+    const auto selected = std::ranges::find_if(m_strips, &Strip::IsSelected);
+    SetFocus(&(selected != m_strips.end() ? *selected : m_strips.front())->Entry());
+}
+
+Strip* CMixerView::FocusedStrip() const {
+    Strip* strip = m_focus ? Strip::Of(*m_focus) : nullptr;
+    return strip && strip->place >= 0 ? strip : nullptr;
 }
 
 void CMixerView::SetFocus(ChannelEntry* channel) {
     if (m_focus == channel) return;
     for (ChannelEntry* entry : {m_focus, channel})
         if (Strip* strip = entry ? Strip::Of(*entry) : nullptr)
-            m_page.ThePageWindow().Invalidate(strip->Rects().namePlate);
+            m_site.Host().Invalidate(strip->Rects().namePlate);
     m_focus = channel;
     if (Strip* strip = channel ? Strip::Of(*channel) : nullptr) {
         const RECT& rect = strip->Rects().strip;
         if (rect.left < m_bounds.left) SetScroll(m_offset - (m_bounds.left - rect.left));
         if (rect.right > m_bounds.right) SetScroll(m_offset + rect.right - m_bounds.right);
     }
-    m_page.OnFocusMoved();
+    m_site.FocusMoved();
 }
 
 // Keys
@@ -199,7 +194,7 @@ void CMixerView::SetFocus(ChannelEntry* channel) {
 
 bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     const auto key = static_cast<uint32_t>(wparam);
-    MessageWindow& window = m_page.ThePageWindow();
+    ControlHost& window = m_site.Host();
     const bool ctrl = window.IsKeyDown(VK_CONTROL);
     if (m_held && m_heldElement == ELEMENT_FADER) {
         SendToHeldFader(WM_KEYDOWN, wparam, lparam);  // Esc takes the drag back
@@ -222,20 +217,19 @@ bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     case 'A':
         if (ctrl) SelectAll();
         return ctrl;
-    case 'Z':
-    case 'X':
-        if (ctrl) return false;
-        ToggleByKey(StripSwitches()[key == 'Z' ? 0 : 1]);
-        return true;
     case VK_SHIFT:
     case VK_CONTROL: return true;
-    default: return false;
+    default: break;
     }
+    const StripPart* part = PartOfKey(key);
+    if (!part || ctrl) return false;
+    ToggleByKey(part->bit);
+    return true;
 }
 
 void CMixerView::OnKeyUp(uintptr_t wparam, intptr_t lparam) {
     if (!m_gesture.IsRunning() || m_held) return;
-    for (Strip* strip : VisibleStrips())
+    for (Strip* strip : m_strips)
         if (m_gesture.IsRunningOn(strip->Entry())) {
             FaderInst_Message(&strip->Fader(), WM_KEYUP, wparam, lparam);
             break;
@@ -244,22 +238,20 @@ void CMixerView::OnKeyUp(uintptr_t wparam, intptr_t lparam) {
 }
 
 bool CMixerView::MoveFocus(uint32_t key) {
-    const std::vector<Strip*> strips = VisibleStrips();
-    if (strips.empty() || !m_focus) return true;
-    const MessageWindow& window = m_page.ThePageWindow();
+    const Strip* focused = FocusedStrip();
+    if (!focused) return true;
+    const ControlHost& window = m_site.Host();
     const bool ctrl = window.IsKeyDown(VK_CONTROL), shift = window.IsKeyDown(VK_SHIFT);
-    const auto at =
-        std::find_if(strips.begin(), strips.end(), [this](Strip* s) { return &s->Entry() == m_focus; });
-    const auto last = std::ssize(strips) - 1;
-    auto index = at - strips.begin();
+    const int last = static_cast<int>(m_strips.size()) - 1;
+    int index = focused->place;
     const bool back = key == VK_LEFT || (key == VK_TAB && shift);
     if (key == VK_HOME)
         index = 0;
     else if (key == VK_END)
         index = last;
     else
-        index = std::clamp<std::ptrdiff_t>(index + (back ? -1 : 1), 0, last);
-    ChannelEntry& target = strips[static_cast<size_t>(index)]->Entry();
+        index = std::clamp(index + (back ? -1 : 1), 0, last);
+    ChannelEntry& target = m_strips[static_cast<size_t>(index)]->Entry();
     if (key == VK_TAB || (shift && ctrl))
         SetFocus(&target);
     else if (!ctrl)
@@ -271,7 +263,7 @@ bool CMixerView::MoveFocus(uint32_t key) {
 bool CMixerView::MoveFaders(uint32_t, uintptr_t wparam, intptr_t lparam) {
     Strip* strip = m_focus ? Strip::Of(*m_focus) : nullptr;
     if (!strip || strip->Rects().fader.IsEmpty()) return true;
-    const MessageWindow& keys = m_page.ThePageWindow();
+    const ControlHost& keys = m_site.Host();
     const bool ctrl = keys.IsKeyDown(VK_CONTROL), shift = keys.IsKeyDown(VK_SHIFT);
     const uintptr_t side = shift == ctrl ? u'S' : shift ? u'L' : u'R';
     FaderInst_Message(&strip->Fader(), WM_KEYDOWN, side, 1);
@@ -283,17 +275,17 @@ std::vector<Strip*> CMixerView::KeyTargets(bool alone) const {
     Strip* focused = m_focus ? Strip::Of(*m_focus) : nullptr;
     if (!focused) return {};
     if (alone || !focused->IsSelected()) return {focused};
-    std::vector<Strip*> targets = VisibleStrips();
+    std::vector<Strip*> targets = m_strips;
     std::erase_if(targets, [](Strip* s) { return !s->IsSelected(); });
     return targets;
 }
 
-void CMixerView::ToggleByKey(const StripSwitch& s) {
-    Strip* focused = m_focus ? Strip::Of(*m_focus) : nullptr;
+void CMixerView::ToggleByKey(uint32_t bit) {
+    Strip* focused = FocusedStrip();
     if (!focused) return;
     // All follow the focused strip, so that a mixed selection ends alike.
-    const bool on = !focused->IsOn(s);
-    for (Strip* strip : KeyTargets(m_page.ThePageWindow().IsKeyDown(VK_SHIFT)))
-        if (strip->IsOn(s) != on) strip->Toggle(s);
+    const bool on = !focused->Has(bit);
+    for (Strip* strip : KeyTargets(m_site.Host().IsKeyDown(VK_SHIFT)))
+        if (strip->Has(bit) != on) strip->Toggle(bit);
     InvalidateValues();
 }

@@ -1,5 +1,6 @@
 #include "console/mixer_page.h"
 
+#include "console/mixer_view.h"
 #include "console/texts.h"
 #include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr int WINDOW_ID = 1000;
-constexpr uint32_t TICK_VALUES = 1, TICK_METERS = 2;
 constexpr SIZE SMALLEST_PAGE{400, 300};
 
 }  // namespace
@@ -47,49 +47,38 @@ CConsoleMixerPage::~CConsoleMixerPage() {
 // IPropertyPage
 // ----------------------------------------------------------------------------------------------------
 
+bool CConsoleMixerPage::Takes(COPTPlugin& plugin) const {
+    return dynamic_cast<CConsoleControlPlugin*>(&plugin);
+}
+
 HRESULT CConsoleMixerPage::SetObjects(uint32_t count, IUnknown** objects) {
     const HRESULT hr = CBaseListPage::SetObjects(count, objects);
     if (hr != S_OK) return hr;
     if (m_console && Window()) Deactivate();
     const ComPtr<COPTPlugin> plugin = ThePlugin();
     m_console = ComPtr<CConsoleControlPlugin>(dynamic_cast<CConsoleControlPlugin*>(plugin.Get()));
-    return count == 0 || m_console ? S_OK : E_NOINTERFACE;
+    return S_OK;
 }
 
 HRESULT CConsoleMixerPage::Activate(HWND parent, const RECT* rect, BOOL) {
     if (!rect) return E_POINTER;
     if (!Site() || !m_console || Window()) return E_UNEXPECTED;
-    auto window = std::make_unique<PageWindow>(*this);
-    PageWindow* made = window.get();
-    if (!made->EmbedIn(parent)) return E_INVALIDARG;
-    made->setGeometry(ToQRect(*rect));
-    SetWindow(std::move(window));
-    if (!made->Create()) {
-        SetWindow(nullptr);
-        return E_OUTOFMEMORY;
-    }
-    ReSize();
-    return S_OK;
+    const HRESULT hr = Embed(std::make_unique<PageWindow>(*this), parent, rect);
+    if (hr == S_OK) ReSize();
+    return hr;
 }
 
-HRESULT CConsoleMixerPage::Deactivate() { return CBaseListPage::Deactivate(); }
-
 HRESULT CConsoleMixerPage::GetPageInfo(PROPPAGEINFO* info) {
-    if (!info) return E_POINTER;
-    const uint32_t size = info->size;
     const SIZE ideal = IdealSize();
-    info->title = CoTaskMemString(ConsoleText(IDS_MIXING_CONSOLE));
-    info->pageSize = {std::max(ideal.cx, SMALLEST_PAGE.cx), std::max(ideal.cy, SMALLEST_PAGE.cy)};
-    info->docString = info->helpFile = nullptr;
-    info->helpContext = 0;
-    if (size == sizeof(PROPPAGEINFOEX)) {
+    const HRESULT hr = TellPage(info, ConsoleText(IDS_MIXING_CONSOLE),
+                                {std::max(ideal.cx, SMALLEST_PAGE.cx), std::max(ideal.cy, SMALLEST_PAGE.cy)});
+    if (info && info->size == sizeof(PROPPAGEINFOEX)) {
         constexpr uint32_t STYLE_WHOLE_AREA = 0x80000;
         auto* extended = reinterpret_cast<PROPPAGEINFOEX*>(info);
         extended->style = STYLE_WHOLE_AREA;
-        extended->window = Window() ? Window()->Handle() : 0;
         extended->menuName = CoTaskMemString(ConsoleText(IDS_MENU_NAME));
     }
-    return info->title ? S_OK : E_OUTOFMEMORY;
+    return hr;
 }
 
 SIZE CConsoleMixerPage::IdealSize() const {
@@ -98,7 +87,8 @@ SIZE CConsoleMixerPage::IdealSize() const {
     const LONG title = (m.nTitleExtraRows + 2) * g + r;
     const LONG reserved = r + 2 * g;
     const LONG faders = 3 * (r + g) + s + r + g;
-    SIZE ideal{m_mixerView ? m_mixerView->TotalWidth() : 0, 4 * g + r + title + reserved + faders};
+    SIZE ideal{0, 4 * g + r + title + reserved + faders};
+    for (const auto& region : m_regions) ideal.cx += region->IdealWidth();
     if (Window()) {
         const QSize screen = Window()->screen()->availableSize();
         ideal = {std::min<LONG>(ideal.cx, screen.width()), std::min<LONG>(ideal.cy, screen.height())};
@@ -125,24 +115,26 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
     case WM_SETFOCUS:
     case WM_KILLFOCUS:
         m_hasFocus = message == WM_SETFOCUS;
-        if (m_mixerView && m_hasFocus) m_mixerView->EnsureFocus();
-        OnFocusMoved();
+        if (m_hasFocus)
+            for (const auto& region : m_regions) region->OnFocus();
+        FocusMoved();
         InvalidateAll();
         return 0;
     case WM_NCHITTEST: return HitTest(UnpackPoint(lparam));
     case WM_SETCURSOR: return SetCursor(lparam);
     case WM_KEYDOWN:
-        if (m_mixerView && m_mixerView->OnKeyDown(message, wparam, lparam)) return 0;
+        for (const auto& region : m_regions)
+            if (region->OnKeyDown(message, wparam, lparam)) return 0;
         return window.Default(message, wparam, lparam);
     case WM_KEYUP:
-        if (m_mixerView) m_mixerView->OnKeyUp(wparam, lparam);
+        for (const auto& region : m_regions) region->OnKeyUp(wparam, lparam);
         return window.Default(message, wparam, lparam);
     case WM_TIMER:
-        if (m_mixerView) m_mixerView->OnTimer(static_cast<uint32_t>(wparam));
+        for (const auto& region : m_regions) region->OnTimer(static_cast<uint32_t>(wparam));
         return 0;
     case WM_CAPTURECHANGED:
     case WM_CANCELMODE:
-        if (m_mixerView) m_mixerView->OnMouse(message, wparam, lparam);
+        for (const auto& region : m_regions) region->OnMouse(message, wparam, lparam);
         return 0;
     case WM_MOUSELEAVE: m_lastHit = 0; return 0;
     case PAGEMSG_REFRESH: OnRefresh(wparam, lparam); return 0;
@@ -159,31 +151,35 @@ HRESULT CConsoleMixerPage::OnCreate() {
     ApplyTheme(Theme::Dark);
     m_images = std::make_unique<ConsoleImages>();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
-    m_mixerView = std::make_unique<CMixerView>(*this, *m_console, *m_images);
+    RegionSite& site = *this;
+    m_regions.push_back(std::make_unique<CMixerView>(site));  // takes what the others leave
     m_console->SetView(this);
-    return m_mixerView->Create();
+    for (const auto& region : m_regions)
+        if (const HRESULT hr = region->Create(); Failed(hr)) return hr;
+    return S_OK;
 }
 
 void CConsoleMixerPage::OnDestroy() {
-    m_mixerView.reset();  // takes the strips off the entries while they are still this thread's
+    m_mouseRegion = nullptr;
+    m_regions.clear();  // the strips come off the entries while they are still this thread's
     if (m_console) m_console->SetView(nullptr);
     m_images.reset();
     m_hasFocus = false;
     m_tickWanted = 0;
-    m_pendingPosted = false;
+    m_pendingPosted = m_allPosted = false;
 }
 
 void CConsoleMixerPage::ReSize() {
-    if (!m_mixerView) return;
     RECT rest = ThePageWindow().ClientRect();
-    m_mixerView->ReSize(rest);
+    for (const auto& region : m_regions) region->ReSize(rest);
     InvalidateAll();
 }
 
 void CConsoleMixerPage::Paint(QPainter& painter, const RECT& area) {
-    if (!m_mixerView || m_console->IsPaintingOff()) return;
+    if (m_regions.empty() || m_console->IsPaintingOff()) return;
     FillRect(painter, area, m_images->background);
-    m_mixerView->Paint(painter, area);
+    for (const auto& region : m_regions)
+        if (region->Bounds().Intersects(area)) region->Paint(painter, area);
 }
 
 intptr_t CConsoleMixerPage::HitTest(POINT screen) {
@@ -195,40 +191,58 @@ intptr_t CConsoleMixerPage::HitTest(POINT screen) {
     m_lastPoint = at;
     std::u16string tip;
     RECT area{};
-    m_lastHit = m_mixerView ? m_mixerView->HitTest(at, tip, area) : 0;
+    CViewRegion* region = RegionAt(at);
+    m_lastHit = region ? region->HitTest(at, tip, area) : 0;
     ThePageWindow().TipService().SetHover(tip, area);
     return HTCLIENT;
 }
 
 bool CConsoleMixerPage::SetCursor(intptr_t lparam) {
-    if (LowWord(static_cast<uintptr_t>(lparam)) != HTCLIENT || !m_mixerView) return false;
-    ThePageWindow().SetPointer(m_mixerView->GetCursorForHit(m_lastHit & HIT_ELEMENT_MASK));
+    CViewRegion* hit = RegionAt(m_lastPoint);
+    if (LowWord(static_cast<uintptr_t>(lparam)) != HTCLIENT || !hit) return false;
+    ThePageWindow().SetPointer(hit->GetCursorForHit(m_lastHit & HIT_ELEMENT_MASK));
     return true;
 }
 
+/// A point in none of them is the last one's, which has what the others leave.
+CViewRegion* CConsoleMixerPage::RegionAt(POINT at) const {
+    for (const auto& region : m_regions)
+        if (region->Bounds().Contains(at)) return region.get();
+    return m_regions.empty() ? nullptr : m_regions.back().get();
+}
+
 intptr_t CConsoleMixerPage::RouteMouse(uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    if (!m_mixerView) return 0;
     if (message == WM_LBUTTONDOWN) ThePageWindow().TakeFocus();
-    return m_mixerView->OnMouse(message, wparam, lparam);
+    const bool wheel = message == WM_MOUSEWHEEL || message == WM_MOUSEHWHEEL;
+    const POINT at = wheel ? ToClient(UnpackPoint(lparam)) : UnpackPoint(lparam);
+    CViewRegion* region = ThePageWindow().HasCapture() ? m_mouseRegion : RegionAt(at);
+    if (m_mouseRegion && m_mouseRegion != region) m_mouseRegion->OnMouseAway();
+    m_mouseRegion = region;
+    return region ? region->OnMouse(message, wparam, lparam) : 0;
 }
 
-void CConsoleMixerPage::OnFocusMoved() {
+void CConsoleMixerPage::FocusMoved() {
     ThePageWindow().DestroyCaret();
-    ChannelEntry* focused = m_mixerView ? m_mixerView->Focused() : nullptr;
-    if (!m_hasFocus || !focused || !focused->view) return;
+    if (!m_hasFocus) return;
     constexpr SIZE CARET{4, 4};
-    const RECT& strip = Strip::Of(*focused)->Rects().strip;
-    const POINT at{strip.left + 2, strip.top + 2};
-    if (!m_mixerView->Bounds().Contains(at)) return;
-    ThePageWindow().CreateCaret(CARET);
-    ThePageWindow().CaretService().SetColor(QmGetUIColor(COLOR_HIGHLIGHT));
-    ThePageWindow().MoveCaret(at);
-    ThePageWindow().ShowCaret(true);
-    if (m_accessible) m_accessible->FocusMoved(*focused);
+    for (const auto& region : m_regions) {
+        AccessibleNode* focused = region->FocusedPart();
+        if (!focused) continue;
+        const RECT area = focused->Area();
+        const POINT at{area.left + 2, area.top + 2};
+        if (!region->Bounds().Contains(at)) return;
+        ThePageWindow().CreateCaret(CARET);
+        ThePageWindow().CaretService().SetColor(QmGetUIColor(COLOR_HIGHLIGHT));
+        ThePageWindow().MoveCaret(at);
+        ThePageWindow().ShowCaret(true);
+        TellFocus(*this, *focused);
+        return;
+    }
 }
 
-void CConsoleMixerPage::OnStripsMoved() {
-    if (m_hasFocus) OnFocusMoved();
+void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {
+    WindowPainter painter(ThePageWindow());
+    if (painter) draw(painter);
 }
 
 // Requests of other threads
@@ -236,11 +250,13 @@ void CConsoleMixerPage::OnStripsMoved() {
 
 void CConsoleMixerPage::NotifyChannel(ChannelEntry* channel, uint32_t dirty) {
     if (IsPageThread()) {
-        if (m_mixerView) m_mixerView->OnChannelUpdate(channel, dirty);
+        for (const auto& region : m_regions) region->OnChannelUpdate(channel, dirty);
         return;
     }
-    if (channel && channel->pending.fetch_or(dirty)) return;  // a post is on its way
-    Poster().Post(PAGEMSG_REFRESH, REFRESH_CHANNEL, reinterpret_cast<intptr_t>(channel));
+    // A post may be on its way.
+    if (channel ? channel->pending.fetch_or(dirty) != 0 : m_allPosted.exchange(true)) return;
+    if (!Poster().Post(PAGEMSG_REFRESH, REFRESH_CHANNEL, reinterpret_cast<intptr_t>(channel)))
+        channel ? void(channel->pending = 0) : void(m_allPosted = false);
 }
 
 void CConsoleMixerPage::InvalidateAll() {
@@ -256,17 +272,15 @@ void CConsoleMixerPage::PostPendingChanges() {
         m_pendingPosted = false;
 }
 
-void CConsoleMixerPage::PostTick(bool meters) {
-    if (m_tickWanted.fetch_or(meters ? TICK_METERS : TICK_VALUES) == 0 && !Poster().Post(PAGEMSG_TICK))
-        m_tickWanted = 0;
+void CConsoleMixerPage::PostTick(uint32_t what) {
+    if (m_tickWanted.fetch_or(what) == 0 && !Poster().Post(PAGEMSG_TICK)) m_tickWanted = 0;
 }
 
 void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
     if (wparam & REFRESH_CHANNEL) {
         if (lparam == 0) {
-            m_pendingPosted = false;
-            if (m_console->ApplyPendingChanges()) OnEntriesChanged();
-            NotifyChannel(nullptr, DIRTY_ALL);
+            if (m_pendingPosted.exchange(false) && m_console->ApplyPendingChanges()) OnEntriesChanged();
+            if (m_allPosted.exchange(false)) NotifyChannel(nullptr, DIRTY_ALL);
         } else {
             // The pointer is only looked up: the channel may have gone since.
             ChannelEntry* channel = m_console->FindEntry(reinterpret_cast<const void*>(lparam));
@@ -274,32 +288,33 @@ void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
             NotifyChannel(channel, dirty);
         }
     }
-    if ((wparam & (REFRESH_REGION | REFRESH_REDRAW)) && m_mixerView)
-        ThePageWindow().Invalidate(m_mixerView->Bounds());
+    if (wparam & (REFRESH_REGION | REFRESH_REDRAW))  // the pointer is only compared
+        for (const auto& region : m_regions)
+            if (region.get() == reinterpret_cast<const CViewRegion*>(lparam))
+                ThePageWindow().Invalidate(region->Bounds());
     if (wparam & REFRESH_ALL) InvalidateAll();
     if (wparam & REFRESH_IMAGES) OnLookChanged(static_cast<uint32_t>(lparam));
 }
 
 void CConsoleMixerPage::OnTick() {
     const uint32_t wanted = m_tickWanted.exchange(0);
-    if (m_mixerView && wanted) m_mixerView->OnTick(wanted & TICK_METERS);
+    if (wanted)
+        for (const auto& region : m_regions) region->OnTick(wanted);
 }
 
 void CConsoleMixerPage::OnEntryGoing(ChannelEntry* channel) {
-    if (m_accessible) m_accessible->Forget();
-    if (m_mixerView) m_mixerView->OnEntryGoing(channel);
+    for (const auto& region : m_regions) region->OnEntryGoing(channel);
     if (!channel) m_lastHit = 0;
 }
 
 void CConsoleMixerPage::OnEntriesChanged() {
-    if (m_accessible) m_accessible->Forget();
-    if (m_mixerView) m_mixerView->OnEntriesChanged();
+    for (const auto& region : m_regions) region->OnEntriesChanged();
 }
 
 void CConsoleMixerPage::OnLookChanged(uint32_t) {
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages();
-    if (m_mixerView) m_mixerView->OnImagesChanged();
+    for (const auto& region : m_regions) region->OnImagesChanged();
     InvalidateAll();
 }

@@ -5,9 +5,10 @@
 #include "console/accessible.h"
 #include "console/console_images.h"
 #include "console/console_plugin.h"
-#include "console/mixer_view.h"
+#include "console/view_region.h"
 #include "plugin/base_list_page.h"
 
+#include <span>
 #include <thread>
 
 /// Bits of PAGEMSG_REFRESH's wparam, tested in this order.
@@ -18,13 +19,12 @@ inline constexpr uintptr_t REFRESH_ALL = 2;      ///< lparam: -1
 inline constexpr uintptr_t REFRESH_IMAGES = 16;  ///< lparam: reload mask
 inline constexpr uint32_t PAGEMSG_TICK = 32771;  ///< values and meters of a running host
 
-class CConsoleMixerPage final : public CBaseListPage, public ConsoleView {
+class CConsoleMixerPage final : public CBaseListPage, public ConsoleView, private RegionSite {
 public:
     explicit CConsoleMixerPage(IUnknown* owner) : CBaseListPage(owner) {}
     ~CConsoleMixerPage() override;
 
     HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
-    HRESULT Deactivate() override;
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
 
@@ -32,27 +32,33 @@ public:
     void NotifyChannel(ChannelEntry* channel, uint32_t dirty) override;
     void InvalidateAll() override;
     void PostPendingChanges() override;
-    void PostTick(bool meters) override;
+    void PostTick(uint32_t what) override;
     void OnEntryGoing(ChannelEntry* channel) override;
     void OnEntriesChanged() override;
     void OnLookChanged(uint32_t bits) override;
 
-    // For the regions, on the page's thread.
+    // For what is offered to screen readers. [page-thread]
 
     MessageWindow& ThePageWindow() const { return *Window(); }
-    CMixerView* MixerView() const { return m_mixerView.get(); }
-    bool HasKeyboardFocus() const { return m_hasFocus; }
-    /// The focused strip or its place changed: the caret follows.
-    void OnFocusMoved();
-    /// Strips have new places: what is told to screen readers is out of date.
-    void OnStripsMoved();
-
-    void SetAccessible(AccessiblePage* accessible) { m_accessible = accessible; }
+    POINT ToClient(POINT screen) const override { return ThePageWindow().ToClient(screen); }
+    /// In the order in which they are laid out, painted and asked.
+    std::span<const std::unique_ptr<CViewRegion>> Regions() const { return m_regions; }
 
     /// Ideal size of the console, cut to the work area of the screen that it is on.
     SIZE IdealSize() const;
 
+protected:
+    bool Takes(COPTPlugin& plugin) const override;
+
 private:
+    // RegionSite
+    CConsoleControlPlugin& Console() override { return *m_console; }
+    const ConsoleImages& Images() override { return *m_images; }
+    ControlHost& Host() override { return ThePageWindow(); }
+    void DrawNow(const std::function<void(WindowPainter&)>& draw) override;
+    bool HasKeyboardFocus() const override { return m_hasFocus; }
+    void FocusMoved() override;
+
     class PageWindow;
 
     intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam);
@@ -62,6 +68,7 @@ private:
     void Paint(QPainter& painter, const RECT& area);
     intptr_t HitTest(POINT screen);
     bool SetCursor(intptr_t lparam);
+    CViewRegion* RegionAt(POINT at) const;
     intptr_t RouteMouse(uint32_t message, uintptr_t wparam, intptr_t lparam);
     void OnRefresh(uintptr_t wparam, intptr_t lparam);
     void OnTick();
@@ -69,11 +76,12 @@ private:
 
     ComPtr<CConsoleControlPlugin> m_console;
     std::unique_ptr<ConsoleImages> m_images;
-    std::unique_ptr<CMixerView> m_mixerView;
+    std::vector<std::unique_ptr<CViewRegion>> m_regions;
+    CViewRegion* m_mouseRegion = nullptr;  ///< that had the last mouse message
     std::atomic<std::thread::id> m_uiThread{};
     std::atomic<uint32_t> m_tickWanted{0};
     std::atomic<bool> m_pendingPosted{false};
-    AccessiblePage* m_accessible = nullptr;
+    std::atomic<bool> m_allPosted{false};
     bool m_hasFocus = false;
     uint32_t m_lastHit = 0;
     POINT m_lastPoint{-100, -100};

@@ -7,9 +7,11 @@
 #include "console/strip.h"
 #include "console/view_region.h"
 
+#include <span>
+
 class CMixerView final : public CViewRegion {
 public:
-    CMixerView(CConsoleMixerPage& page, CConsoleControlPlugin& plugin, const ConsoleImages& images);
+    explicit CMixerView(RegionSite& site);
     ~CMixerView() override;
 
     HRESULT Create() override;
@@ -21,29 +23,25 @@ public:
     void Paint(QPainter& painter, const RECT& area) override;
     void OnTimer(uint32_t id) override;
     bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
+    void OnKeyUp(uintptr_t wparam, intptr_t lparam) override;
+    void OnFocus() override { EnsureFocus(); }
     void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) override;
+    /// Makes the controls of channels that have none yet, and lays all out.
+    void OnEntriesChanged() override;
+    void OnEntryGoing(const ChannelEntry* channel) override;
+    void OnTick(uint32_t what) override;
     void OnImagesChanged() override;
 
-    /// Makes the controls of channels that have none yet, and lays all out.
-    void OnEntriesChanged();
-    void OnEntryGoing(const ChannelEntry* channel);
-    /// Values read back from the host while it runs, then the meters.
-    void OnTick(bool meters);
-    void OnKeyUp(uintptr_t wparam, intptr_t lparam);
-
-    /// The strip with the keyboard focus: the one that had it, else the first selected, else the first.
-    void EnsureFocus();
-    ChannelEntry* Focused() const { return m_focus; }
-
-    /// Strips that are shown, from left to right.
-    std::vector<Strip*> VisibleStrips() const;
-    LONG TotalWidth() const;
-    LONG ScrollOffset() const { return m_offset; }
-    void SetScroll(LONG offset);
+    LONG IdealWidth() const override { return m_totalWidth; }
+    int PartCount() const override { return static_cast<int>(m_strips.size()); }
+    AccessibleNode* Part(int index) const override { return m_strips[static_cast<size_t>(index)]; }
+    AccessibleNode* PartAt(POINT at) const override { return StripAt(at.x); }
+    AccessibleNode* FocusedPart() const override { return FocusedStrip(); }
 
 private:
     enum class SelectMode { Alone, Toggle, Extend };
 
+    void CollectStrips();
     static void OnFader(tQMFADER* fader, uint32_t id, uintptr_t userData, uint32_t code,
                         const int32_t* values, uint32_t channelMask);
     void HandleFader(Strip& strip, uint32_t code, int32_t position);
@@ -52,6 +50,13 @@ private:
     void PlaceStrip(Strip& strip, LONG x);
     bool IsOffBySolo(const Strip& strip) const;
     void InvalidateValues();
+    void SetScroll(LONG offset);
+    /// The strip with the keyboard focus: the one that had it, else the first selected, else the first.
+    void EnsureFocus();
+    /// Null for none.
+    Strip* FocusedStrip() const;
+    /// The strips that lie within the bounds.
+    std::span<Strip* const> OnView() const;
     void Press(Strip& strip, uint32_t element, uintptr_t keys);
     void Release(POINT at);
     void OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
@@ -62,7 +67,7 @@ private:
     void SetFocus(ChannelEntry* channel);
     bool MoveFocus(uint32_t key);
     bool MoveFaders(uint32_t key, uintptr_t wparam, intptr_t lparam);
-    void ToggleByKey(const StripSwitch& s);
+    void ToggleByKey(uint32_t bit);
     std::vector<Strip*> KeyTargets(bool alone) const;
     RECT ScrollLane() const;
     void PaintScrollLane(QPainter& painter) const;
@@ -71,6 +76,8 @@ private:
     CConsoleControlPlugin& m_plugin;
     const ConsoleImages& m_images;
     FaderGesture m_gesture;
+    std::vector<Strip*> m_strips;  ///< those that are shown, from left to right
+    LONG m_totalWidth = 0;         ///< of them all
     LONG m_offset = 0;
     ChannelEntry* m_focus = nullptr;
     ChannelEntry* m_anchor = nullptr;  ///< where Shift extends the selection from

@@ -2,6 +2,7 @@
 #include "plugin/module_entry.h"
 #include "console/console_plugin.h"
 #include "console/mixer_page.h"
+#include "console/shell_page.h"
 #include "console/text_ids.h"
 
 extern "C" {
@@ -21,12 +22,19 @@ QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_
 /// Makes a page by its class id; E_NOINTERFACE for one that the module does not have, and when it can't be
 /// made.
 QM_API HRESULT QmOPTPlug_CreateOPTPropertyPage(const GUID* pageId, IPropertyPage** out) {
-    return CreatePluginPage<CConsoleMixerPage>(CLSID_ConsoleMixerPage, pageId, out);
+    constexpr HRESULT (*PAGES[])(const GUID*, IPropertyPage**) = {
+        CreatePluginPage<CConsoleCfgPage, CLSID_ConsoleCfgPage>,
+        CreatePluginPage<CConsolePage, CLSID_ConsolePage>,
+        CreatePluginPage<CConsoleMixerPage, CLSID_ConsoleMixerPage>};
+    HRESULT hr = E_NOINTERFACE;
+    for (const auto make : PAGES)
+        if (hr == E_NOINTERFACE) hr = make(pageId, out);
+    return hr;
 }
 
 /// Changes the language of the module; 0 is US English. [page-thread]
 QM_API HRESULT QmOPTPlug_UpdateKernelLCID(uint32_t lcid) {
-    return ModuleEntry([&] { return ApplyModuleLcid(lcid), S_OK; });
+    return Guarded([&] { return ApplyModuleLcid(lcid), S_OK; });
 }
 
 }  // extern "C"

@@ -24,12 +24,6 @@ constexpr uint32_t METER_STYLE = METERS_VERTICAL | METERS_CLIP_CLICK | METERS_UI
                                  METERS_CLIP_ROOM | METERS_HOLD_HIGH;
 constexpr uint32_t CONTROL_ID_FADER = 4000;
 
-constexpr StripSwitch SWITCHES[] = {
-    {ELEMENT_MUTE, SWITCH_MUTE, u"M", "mute", IDS_MUTE, &StripRects::mute, UICOLOR_METER_HIGH},
-    {ELEMENT_SOLO, SWITCH_SOLO, u"S", "solo", IDS_SOLO, &StripRects::solo, UICOLOR_METER_MID},
-    {ELEMENT_PHASE, SWITCH_PHASE, u"\u00D8", "phase", IDS_PHASE, &StripRects::phase, COLOR_HIGHLIGHT},
-};
-
 struct KindWordRow {
     uint32_t mask, value;
     ConsoleTextId textId;
@@ -47,8 +41,6 @@ constexpr KindWordRow KIND_WORDS[] = {
 bool Differs(float a, float b) { return !(a == b); }  // a NaN differs from itself too
 
 }  // namespace
-
-std::span<const StripSwitch> StripSwitches() { return SWITCHES; }
 
 Strip::Strip(ChannelEntry& entry, const StripSite& site) : m_entry(entry), m_site(site) {
     const RECT none{};
@@ -124,25 +116,23 @@ void Strip::Layout(const RECT& rect) {
     FaderInst_SetThumbImageList(&m_fader, &thumb, &size);
     FaderInst_Move(&m_fader, &m_rects.fader);
     MeterInst_Move(&m_meter, &m_rects.meter);
+
+    uint32_t present = 0, bit = 1;
+    for (const StripPart& part : StripParts()) {
+        if (!part.area(*this).IsEmpty()) present |= bit;
+        bit <<= 1;
+    }
+    if (std::exchange(m_present, present) != present) m_nodes.clear();
 }
 
 uint32_t Strip::HitTest(POINT at, std::u16string& tip, RECT& area) const {
-    const auto hit = [&](const RECT& rect, uint32_t element, std::u16string text) {
-        area = rect;
-        tip = std::move(text);
-        return element;
-    };
-    for (const StripSwitch& s : SWITCHES)
-        if ((m_rects.*s.rect).Contains(at)) return hit(m_rects.*s.rect, s.element, ConsoleText(s.textId));
-    if (m_rects.fader.Contains(at)) return hit(m_rects.fader, ELEMENT_FADER, ConsoleText(IDS_FADER));
-    if (m_rects.meter.Contains(at)) return hit(m_rects.meter, ELEMENT_METER, {});
-    if (m_rects.valueLabel.Contains(at))
-        return hit(m_rects.valueLabel, ELEMENT_VALUE, ConsoleText(IDS_FADER));
-    if (m_rects.namePlate.Contains(at))
-        return hit(m_rects.namePlate, ELEMENT_NAME,
-                   m_entry.Name()[0] ? m_entry.Name() : ConsoleText(IDS_TRACK_NAME));
-    if (m_rects.title.Contains(at)) return hit(m_rects.title, ELEMENT_TITLE, {});
-    return hit(m_rects.strip, ELEMENT_REST, {});
+    for (const StripPart& part : StripParts()) {
+        area = part.area(*this);
+        if (!area.Contains(at)) continue;
+        tip = part.tip ? part.tip(*this, part) : std::u16string();
+        return part.element;
+    }
+    return ELEMENT_NONE;
 }
 
 bool Strip::ReadBack() {
@@ -160,8 +150,8 @@ bool Strip::ReadBack() {
     rec = {};
     if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_SWITCHES) != S_OK) return false;
     const uint32_t changed = std::exchange(m_switches, rec.switches) ^ rec.switches;
-    for (const StripSwitch& s : SWITCHES)
-        if (changed & s.bit) m_site.window.Invalidate(m_rects.*s.rect);
+    for (const StripPart& part : StripParts())
+        if (changed & part.bit) m_site.window.Invalidate(part.area(*this));
     if (changed & (SWITCH_MUTE | SWITCH_SOLO)) m_site.window.Invalidate(m_rects.valueLabel);
     if (changed & SWITCH_SELECTED) m_site.window.Invalidate(m_rects.strip);
     return changed != 0;
@@ -199,13 +189,13 @@ bool Strip::WriteSwitches(uint32_t set, uint32_t clear) {
            Succeeded(m_site.plugin.SetChannelRecord(m_entry.id, &rec, MASK_SWITCHES));
 }
 
-void Strip::Toggle(const StripSwitch& s) {
+void Strip::Toggle(uint32_t bit) {
     MPCHANNELREC rec{};
     if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_SWITCHES) != S_OK) return;
-    if (rec.switches & s.bit)
-        WriteSwitches(0, s.bit);
+    if (rec.switches & bit)
+        WriteSwitches(0, bit);
     else
-        WriteSwitches(s.bit, 0);
+        WriteSwitches(bit, 0);
     ReadBack();
 }
 

@@ -2,6 +2,7 @@
 // them, and is laid out, painted and hit-tested by the mixer view. All on the page's thread.
 #pragma once
 
+#include "console/accessible.h"
 #include "console/channel_entry.h"
 #include "console/strip_layout.h"
 #include "console/text_ids.h"
@@ -9,8 +10,10 @@
 #include "controls/meter.h"
 #include "platform/ui/control_host.h"
 
+#include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 class CConsoleControlPlugin;
 class ConsoleImages;
@@ -31,17 +34,40 @@ inline constexpr uint32_t ELEMENT_SOLO = 0x16E;
 inline constexpr uint32_t ELEMENT_PHASE = 0x16F;
 inline constexpr uint32_t ELEMENT_REST = 0x174;
 
-/// A strip's switch: the element, the bit at the host, its letter and its text.
-struct StripSwitch {
-    uint32_t element;
-    uint32_t bit;
-    const char16_t* letter;
-    const char* identifier;  ///< for scripts: the same in every language
-    ConsoleTextId textId;
-    RECT StripRects::*rect;
-    int32_t litColour;  ///< UI colour index
+/// What a press on a part does.
+enum class PartAction { None, Select, Toggle, Fader, Meter };
+
+/// How a strip is shown, beyond its own state.
+struct StripLook {
+    bool focused;
+    uint32_t pressed;  ///< element that is drawn pressed
+    bool offBySolo;
 };
-std::span<const StripSwitch> StripSwitches();
+
+/// A part of a strip. Painting, hit-testing, keys, screen readers and scripts read these rows, and nothing
+/// else says what a strip has.
+struct StripPart {
+    uint32_t element = ELEMENT_NONE;
+    RECT (*area)(const Strip& strip) = nullptr;  ///< empty where a strip has no such part
+    void (*paint)(Strip& strip, QPainter& painter, const StripPart& part, const StripLook& look) = nullptr;
+    std::u16string (*tip)(const Strip& strip, const StripPart& part) = nullptr;
+    PartAction action = PartAction::None;
+    AccessibleNode::Role role = AccessibleNode::Role::None;  ///< None: not offered
+    uint32_t parent = ELEMENT_NONE;                          ///< the part below which it is offered
+    ConsoleTextId name{};                                    ///< 0 for none
+    char key = 0;                                            ///< toggles it
+
+    // Of a switch.
+    uint32_t bit = 0;  ///< SWITCH_
+    const char16_t* letter = nullptr;
+    const char* identifier = "";  ///< for scripts: the same in every language
+    int32_t litColour = 0;        ///< UI colour index
+};
+/// In the order in which they are hit and offered.
+std::span<const StripPart> StripParts();
+/// Null for none.
+const StripPart* PartOfElement(uint32_t element);
+const StripPart* PartOfKey(uint32_t key);
 
 inline constexpr double METER_SILENCE_DB = -144.0;
 
@@ -54,7 +80,7 @@ struct StripSite {
     CMixerView& view;
 };
 
-class Strip final : public EntryView {
+class Strip final : public EntryView, public AccessibleNode {
 public:
     Strip(ChannelEntry& entry, const StripSite& site);
     ~Strip() override;
@@ -65,13 +91,15 @@ public:
 
     ChannelEntry& Entry() { return m_entry; }
     CMixerView& View() { return m_site.view; }
+    const ChannelEntry& Entry() const { return m_entry; }
     const StripRects& Rects() const { return m_rects; }
     tQMFADER& Fader() { return m_fader; }
+    const tQMFADER& Fader() const { return m_fader; }
     tQMMETER& Meter() { return m_meter; }
     LONG Width() const;
-    bool IsSelected() const { return m_switches & SWITCH_SELECTED; }
-    bool IsOn(const StripSwitch& s) const { return m_switches & s.bit; }
-    bool HasSwitch(const StripSwitch& s) const { return !(m_rects.*s.rect).IsEmpty(); }
+    bool IsSelected() const override { return m_switches & SWITCH_SELECTED; }
+    /// Whether one of these switches is set: SWITCH_.
+    bool Has(uint32_t bits) const { return m_switches & bits; }
     int32_t Position() const;
     /// The louder side's level as last read, METER_SILENCE_DB at least.
     double PeakDb() const;
@@ -80,25 +108,39 @@ public:
     std::u16string KindWord() const;
 
     void Layout(const RECT& rect);
-    void Paint(QPainter& painter, const RECT& area, bool focused, uint32_t pressed, bool offBySolo);
+    void Paint(QPainter& painter, const RECT& area, const StripLook& look);
     uint32_t HitTest(POINT at, std::u16string& tip, RECT& area) const;
 
     /// Shows the host's values, and repaints the elements that changed. True when a switch changed.
     bool ReadBack();
     /// Reads the levels and draws what of the meter changed.
     void TickMeters(WindowPainter& painter);
-    /// Flips a switch at the host.
-    void Toggle(const StripSwitch& s);
+    /// Flips a switch at the host: SWITCH_.
+    void Toggle(uint32_t bit);
     void SetSelected(bool on);
 
-    /// Whether the strip lies on the screen, so that its meters are worth reading.
-    bool painted = false;
+    // What it is to screen readers: a group of its parts.
+    int Place() const override { return place; }
+    int ChildCount() const override { return static_cast<int>(Nodes().size()); }
+    AccessibleNode* Child(int index) override { return Nodes()[static_cast<size_t>(index)].get(); }
+    Role TheRole() const override { return Role::Group; }
+    std::u16string Name() const override { return m_entry.Name(); }
+    std::u16string Description() const override { return KindWord(); }
+    RECT Area() const override { return m_rects.strip; }
 
-private:
-    bool WriteSwitches(uint32_t set, uint32_t clear);
-    void PaintSwitch(QPainter& painter, const StripSwitch& s, bool pressed) const;
+    // Painters of its parts.
     void PaintTitle(QPainter& painter) const;
     void PaintNamePlate(QPainter& painter, bool focused) const;
+    void PaintSwitch(QPainter& painter, const StripPart& part, bool pressed) const;
+    void PaintValue(QPainter& painter, bool offBySolo) const;
+
+    int place = -1;  ///< among the strips that are shown
+
+private:
+    using PartNodes = std::vector<std::unique_ptr<AccessibleNode>>;
+    /// Of the parts that it has, made when they are first asked for.
+    PartNodes& Nodes() const;
+    bool WriteSwitches(uint32_t set, uint32_t clear);
 
     ChannelEntry& m_entry;
     StripSite m_site;
@@ -107,4 +149,6 @@ private:
     StripRects m_rects{};
     uint32_t m_switches = 0;
     float m_levels[2] = {};
+    mutable PartNodes m_nodes;
+    uint32_t m_present = 0;  ///< bit a row: the strip has the part
 };

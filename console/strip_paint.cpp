@@ -1,7 +1,7 @@
 // How a strip looks.
 #include "console/console_images.h"
 #include "console/strip.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/paint.h"
@@ -25,7 +25,7 @@ void FillRounded(QPainter& painter, const RECT& rect, qreal radius, COLORREF fil
 
 }  // namespace
 
-void Strip::Paint(QPainter& painter, const RECT& area, bool focused, uint32_t pressed, bool offBySolo) {
+void Strip::Paint(QPainter& painter, const RECT& area, const StripLook& look) {
     const RECT& strip = m_rects.strip;
     const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
     const RECT body{strip.left, strip.top, strip.right - 1, strip.bottom};
@@ -34,19 +34,16 @@ void Strip::Paint(QPainter& painter, const RECT& area, bool focused, uint32_t pr
     VLine(painter, strip.left, strip.top, strip.bottom, QmGetUIColor(COLOR_3DLIGHT));
     VLine(painter, strip.right - 1, strip.top, strip.bottom, QmGetUIColor(COLOR_3DDKSHADOW));
 
-    if (m_rects.title.Intersects(area)) PaintTitle(painter);
-    if (m_rects.namePlate.Intersects(area)) PaintNamePlate(painter, focused);
-    for (const StripSwitch& s : StripSwitches())
-        if (HasSwitch(s) && (m_rects.*s.rect).Intersects(area)) PaintSwitch(painter, s, pressed == s.element);
-    if (m_rects.fader.Intersects(area)) FaderInst_Draw(&m_fader, &painter);
-    if (m_rects.meter.Intersects(area)) MeterInst_Draw(&m_meter, &painter);
-    if (m_rects.valueLabel.Intersects(area)) {
-        const bool silent = IsOn(StripSwitches()[0]) || offBySolo;
-        FillRounded(painter, m_rects.valueLabel, 2, QmGetUIColor(COLOR_3DDKSHADOW),
-                    QmGetUIColor(COLOR_BTNSHADOW));
-        DrawText(painter, m_rects.valueLabel, ValueText(offBySolo), QmGetUIFont(FONT_SMALL),
-                 QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
-    }
+    for (const StripPart& part : StripParts())
+        if (part.paint && part.area(*this).Intersects(area)) part.paint(*this, painter, part, look);
+}
+
+void Strip::PaintValue(QPainter& painter, bool offBySolo) const {
+    const bool silent = Has(SWITCH_MUTE) || offBySolo;
+    FillRounded(painter, m_rects.valueLabel, 2, QmGetUIColor(COLOR_3DDKSHADOW),
+                QmGetUIColor(COLOR_BTNSHADOW));
+    DrawText(painter, m_rects.valueLabel, ValueText(offBySolo), QmGetUIFont(FONT_SMALL),
+             QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
 void Strip::PaintTitle(QPainter& painter) const {
@@ -77,14 +74,14 @@ void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
              QmGetUIColor(IsSelected() ? COLOR_BTNHIGHLIGHT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
-void Strip::PaintSwitch(QPainter& painter, const StripSwitch& s, bool pressed) const {
-    const bool on = IsOn(s);
+void Strip::PaintSwitch(QPainter& painter, const StripPart& part, bool pressed) const {
+    const bool on = Has(part.bit);
     const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
-    const COLORREF lit = QmGetUIColor(s.litColour);
+    const COLORREF lit = QmGetUIColor(part.litColour);
     const COLORREF off = QmSkin_BlendColor(face, QmGetUIColor(COLOR_BTNHIGHLIGHT), 22, 0);
     COLORREF fill = on ? lit : off;
     if (pressed) fill = QmSkin_BlendColor(fill, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0);
-    FillRounded(painter, m_rects.*s.rect, 3, fill, QmGetUIColor(COLOR_3DDKSHADOW));
-    DrawText(painter, m_rects.*s.rect, s.letter, QmGetUIFont(FONT_BOLD),
+    FillRounded(painter, part.area(*this), 3, fill, QmGetUIColor(COLOR_3DDKSHADOW));
+    DrawText(painter, part.area(*this), part.letter, QmGetUIFont(FONT_BOLD),
              QmGetUIColor(on ? COLOR_3DDKSHADOW : COLOR_GRAYTEXT), TEXT_CENTER);
 }

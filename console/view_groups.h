@@ -3,8 +3,8 @@
 // preferences.
 #pragma once
 
+#include "contract/host_contract.h"
 #include "kernel/list.h"
-#include "plugin/host_contract.h"
 
 #include <functional>
 #include <memory>

@@ -2,13 +2,18 @@
 // window and is given that window's messages. All operations on the page's thread.
 #pragma once
 
+#include "console/accessible.h"
 #include "console/channel_entry.h"
+#include "platform/ui/control_host.h"
 #include "platform/ui/messages.h"
 
+#include <functional>
 #include <string>
 
-class CConsoleMixerPage;
+class CConsoleControlPlugin;
+class ConsoleImages;
 class QPainter;
+class WindowPainter;
 
 /// The high part of a hit word names the region, the low part the element.
 inline constexpr uint32_t HIT_MIXER_VIEW = 0x10000;
@@ -17,9 +22,29 @@ inline constexpr uint32_t HIT_LEFT_TOOLBAR = 0x40000;
 inline constexpr uint32_t HIT_CHANNEL_LIST = 0x80000;
 inline constexpr uint32_t HIT_ELEMENT_MASK = 0xFFFF;
 
+/// What a region sees of the page that it is a part of.
+class RegionSite {
+public:
+    virtual CConsoleControlPlugin& Console() = 0;
+    virtual const ConsoleImages& Images() = 0;
+    /// The page's window as controls see it: repaint requests, capture, timers, keys, the tip that follows a
+    /// value.
+    virtual ControlHost& Host() = 0;
+    virtual POINT ToClient(POINT screen) const = 0;
+    virtual void InvalidateAll() = 0;
+    /// Calls `draw` with the window, outside Paint; not while a paint is due.
+    virtual void DrawNow(const std::function<void(WindowPainter&)>& draw) = 0;
+    virtual bool HasKeyboardFocus() const = 0;
+    /// What the keyboard works on, or its place, is another: the caret follows.
+    virtual void FocusMoved() = 0;
+
+protected:
+    ~RegionSite() = default;
+};
+
 class CViewRegion {
 public:
-    explicit CViewRegion(CConsoleMixerPage& page) : m_page(page) {}
+    explicit CViewRegion(RegionSite& site) : m_site(site) {}
     CViewRegion(const CViewRegion&) = delete;
     CViewRegion& operator=(const CViewRegion&) = delete;
 
@@ -27,7 +52,9 @@ public:
     virtual HRESULT Create() = 0;
     /// Takes what it needs of the rectangle and leaves the rest in it.
     virtual void ReSize(RECT& rect) = 0;
-    /// Hit word of a point of the page; fills the tip's text and area.
+    /// The width at which it shows everything; 0 where it takes what there is.
+    virtual LONG IdealWidth() const { return 0; }
+    /// Hit word of a point of the page, 0 outside; fills the tip's text and area.
     virtual uint32_t HitTest(POINT at, std::u16string& tip, RECT& area) = 0;
     virtual uint32_t GetCursorForHit(uint32_t element) = 0;
     /// The mouse went to another region.
@@ -37,14 +64,31 @@ public:
     virtual void OnTimer(uint32_t id) = 0;
     /// True when the key was taken.
     virtual bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) = 0;
+    virtual void OnKeyUp(uintptr_t wparam, intptr_t lparam) = 0;
+    /// The page has the keyboard now.
+    virtual void OnFocus() = 0;
     /// Null is every channel.
     virtual void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) = 0;
+    /// Entries came, went or changed places.
+    virtual void OnEntriesChanged() = 0;
+    /// The entry is about to be destroyed; null is all of them.
+    virtual void OnEntryGoing(const ChannelEntry* channel) = 0;
+    /// TICK_: values read back from the host, then the meters.
+    virtual void OnTick(uint32_t what) = 0;
     virtual void OnImagesChanged() = 0;
+
+    // What it offers to screen readers, in constant time.
+
+    virtual int PartCount() const { return 0; }
+    virtual AccessibleNode* Part(int) const { return nullptr; }
+    /// Null for none.
+    virtual AccessibleNode* PartAt(POINT) const { return nullptr; }
+    virtual AccessibleNode* FocusedPart() const { return nullptr; }
 
     const RECT& Bounds() const { return m_bounds; }
 
 protected:
-    CConsoleMixerPage& m_page;
+    RegionSite& m_site;
     RECT m_bounds{};
     uint32_t m_hitWord = 0;
 };

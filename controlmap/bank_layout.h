@@ -1,7 +1,7 @@
 // Which channels a surface's strips show. Pure functions. [any-thread]
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <span>
 #include <vector>

@@ -57,7 +57,14 @@ HRESULT CControlMap::GetMap(int32_t index, FUNCTIONMAPENTRY* out) const {
     const std::scoped_lock lock(m_listLock);
     if (index < 0 || index >= std::ssize(m_maps)) return S_FALSE;
     *out = m_maps[static_cast<size_t>(index)];
+    out->tables = nullptr;
     return S_OK;
+}
+
+FunctionRows CControlMap::Rows(int32_t index) const {
+    const std::scoped_lock lock(m_listLock);
+    if (index < 0 || index >= std::ssize(m_maps)) return {};
+    return FunctionRows::Of(m_maps[static_cast<size_t>(index)]);
 }
 
 HRESULT CControlMap::DeleteMap(int32_t index) {

@@ -8,6 +8,7 @@
 
 #include "controlmap/bank_layout.h"
 #include "controlmap/function_lists.h"
+#include "controlmap/map_edit.h"
 #include "controlmap/map_value.h"
 #include "controlmap/mixer_functions.h"
 
@@ -66,8 +67,10 @@ public:
     // The maps that there are. A map is taken over with its tables; one of a known name replaces it.
     HRESULT AddMap(FUNCTIONMAPENTRY&& entry);
     int32_t GetMapCount() const;
-    /// S_FALSE when out of range. The tables stay the map's.
+    /// What a map is, without its tables, which may go at any time; S_FALSE when out of range.
     HRESULT GetMap(int32_t index, FUNCTIONMAPENTRY* out) const;
+    /// A copy of all its rows; none when out of range.
+    FunctionRows Rows(int32_t index) const;
     HRESULT DeleteMap(int32_t index);
     void DeleteAll();
     bool MapExists(const char16_t* name) const;
@@ -113,6 +116,7 @@ protected:
 private:
     struct Strip {
         MPCHANNELID id{};
+        uint32_t kind = 0;  ///< KIND_ of the channel
         std::array<TakeoverState, kMixerParameterCount> takeover;
         std::array<float, kMixerParameterCount> sent;
         uint32_t touched = 0;                          ///< bit a parameter
@@ -138,7 +142,8 @@ private:
     HRESULT SetAutomation(const Strip& strip, uint32_t mode);
     HRESULT StepAutomation(const Strip& strip, int32_t steps);
     HRESULT MoveBank(uint32_t function);
-    float ShareOf(const MixerParameter& parameter, const MPCHANNELREC& rec) const;
+    float ShareOf(const Strip& strip, const MixerParameter& parameter, const MPCHANNELREC& rec) const;
+    float ValueOf(const Strip& strip, const MixerParameter& parameter, float share) const;
 
     void BlankStrip(int32_t channel);
     void RefreshStrip(Strip& strip, int32_t channel, bool everything);

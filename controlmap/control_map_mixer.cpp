@@ -7,7 +7,6 @@
 
 namespace {
 constexpr float kUnknown = -1;
-constexpr int32_t kUnknownRaw = -1;
 
 template <class Row, size_t N>
 const Row* Find(const Row (&rows)[N], uint32_t function) {
@@ -29,10 +28,22 @@ uint64_t Stepped(const std::vector<uint64_t>& choices, uint64_t current, int32_t
     if (at == choices.end()) return choices.front();
     return choices[static_cast<size_t>((((at - choices.begin() + steps) % count) + count) % count)];
 }
+
+/// How a value lies along a control's way.
+enum class Law {
+    Travel,     ///< as it is, 0..1
+    Taper,      ///< a gain, along a fader's travel
+    BothSides,  ///< -1..1
+};
+Law LawOf(uint32_t kind, const MixerParameter& parameter) {
+    if (!parameter.isGain) return Law::BothSides;
+    // What a MIDI track is set to is no gain: its volume goes in even steps.
+    return parameter.mask == MASK_VOLUME && kind & KIND_MIDI_TRACK ? Law::Travel : Law::Taper;
+}
 }  // namespace
 
 CControlMap::Strip::Strip() {
-    takeover.fill({kUnknown, kUnknownRaw});
+    takeover.fill({kUnknown, RAW_UNKNOWN});
     sent.fill(kUnknown);
 }
 
@@ -64,7 +75,7 @@ void CControlMap::SetTarget(uint32_t target) {
     const auto forget = [](Strip& strip) {
         for (size_t i = 0; i < kMixerParameterCount; i++) {
             if (!kMixerParameters[i].hasInputSide) continue;
-            strip.takeover[i] = {kUnknown, kUnknownRaw};
+            strip.takeover[i] = {kUnknown, RAW_UNKNOWN};
             strip.sent[i] = kUnknown;
         }
     };
@@ -89,10 +100,25 @@ HRESULT CControlMap::GetParameter(const Strip& strip, const MixerParameter& para
     return hr;
 }
 
-float CControlMap::ShareOf(const MixerParameter& parameter, const MPCHANNELREC& rec) const {
+float CControlMap::ShareOf(const Strip& strip, const MixerParameter& parameter,
+                           const MPCHANNELREC& rec) const {
     const float value = rec.*parameter.field;
-    const float share = parameter.isGain ? m_site.ShareOfGain(value) : (value + 1) / 2;
+    float share = value;
+    switch (LawOf(strip.kind, parameter)) {
+    case Law::Travel: break;
+    case Law::Taper: share = m_site.ShareOfGain(value); break;
+    case Law::BothSides: share = (value + 1) / 2; break;
+    }
     return std::isfinite(share) ? std::clamp(share, 0.0f, 1.0f) : 0;
+}
+
+float CControlMap::ValueOf(const Strip& strip, const MixerParameter& parameter, float share) const {
+    switch (LawOf(strip.kind, parameter)) {
+    case Law::Travel: break;
+    case Law::Taper: return m_site.GainOfShare(share);
+    case Law::BothSides: return share * 2 - 1;
+    }
+    return share;
 }
 
 HRESULT CControlMap::OnMixerFunction(MPFUNCTIONMAP& row) {
@@ -167,11 +193,11 @@ HRESULT CControlMap::Move(Strip& strip, size_t parameter, MPFUNCTIONMAP& row) {
     const HRESULT hr = GetParameter(strip, p, MASK_AUTOMATION, &rec);
     if (hr != S_OK) return hr;
     TakeoverState& takeover = strip.takeover[parameter];
-    takeover.cached = ShareOf(p, rec);
+    takeover.cached = ShareOf(strip, p, rec);
     const bool touched = strip.touched & 1u << parameter, steps = IsStep(row);
     const float share = steps ? ValueAfterSteps(takeover.cached, row) : ValueFromEvent(0, row);
     if (!steps && !touched && Takeover(takeover, share, false, row) != S_OK) return S_FALSE;
-    rec.*p.field = p.isGain ? m_site.GainOfShare(share) : share * 2 - 1;
+    rec.*p.field = ValueOf(strip, p, share);
     const HRESULT set = m_site.SetChannel(strip.id, &rec, MaskOf(p));
     takeover.cached = share;
     // The control is where its value is: nothing is to be sent back to it. What has no place of its own is
@@ -293,12 +319,15 @@ void CControlMap::LayoutBank(int32_t index) {
     const ::BankLayout layout = ::LayoutBank(channels, m_bankFilter, index, m_strips.size());
     m_bankOffset = layout.offset;
     m_bankChannels = layout.channels;
-    const auto show = [this](Strip& strip, uint64_t channel) {
-        if (strip.id.channel == channel) return;
-        ReleaseTouches(strip);
-        // Another channel: what a hand or a lamp knew of the one before is of no use.
-        strip = {};
-        strip.id.channel = channel;
+    const auto show = [&](Strip& strip, uint64_t channel) {
+        if (strip.id.channel != channel) {
+            ReleaseTouches(strip);
+            // Another channel: what a hand or a lamp knew of the one before is of no use.
+            strip = {};
+            strip.id.channel = channel;
+        }
+        const auto at = std::ranges::find(channels, channel, &BankChannel::id);
+        strip.kind = at == channels.end() ? 0 : at->kind;
     };
     std::vector<bool> blanked(m_strips.size());
     for (size_t i = 0; i < m_strips.size(); i++) {

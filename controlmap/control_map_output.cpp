@@ -55,7 +55,7 @@ void CControlMap::RefreshValues(Strip& strip, int32_t channel, bool everything) 
         if (!p.field || strip.touched & 1u << i || !IsShown(p.value, channel)) continue;
         MPCHANNELREC rec;
         if (GetParameter(strip, p, 0, &rec) != S_OK) continue;
-        const float share = ShareOf(p, rec);
+        const float share = ShareOf(strip, p, rec);
         if (!everything && share == strip.sent[i]) continue;
         strip.sent[i] = share;
         SendValue(p.value, channel, share);

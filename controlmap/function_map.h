@@ -2,7 +2,7 @@
 // sends which event. Rows lie in arrays that end with a row whose command type is 0.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 inline constexpr uint32_t ECMDTYPE_NULL = 0, ECMDTYPE_RECIEVE = 1, ECMDTYPE_SEND = 2;
 

@@ -46,7 +46,16 @@ int32_t Clamped(int64_t value, int32_t min, int32_t max) {
     return static_cast<int32_t>(std::clamp<int64_t>(value, min, std::max(min, max)));
 }
 
+/// The number of 0..1 between two limits.
+int64_t Between(int32_t min, int32_t max, float value) {
+    const double span = static_cast<double>(max) - min;
+    const double raw = std::floor(span * static_cast<double>(std::isfinite(value) ? value : 0) + 0.5) + min;
+    return static_cast<int64_t>(std::clamp(raw, -1e9, 1e9));
+}
+
 HRESULT Write(int64_t raw, MPFUNCTIONMAP& row) {
+    // A wheel whose limits lie on both sides of its middle is counted from there, and sent from its low end.
+    if (row.first.type == MPPITCH_BEND && row.minValue < 0) raw += kBendMiddle;
     const auto high = static_cast<uint8_t>(raw >> 7), low = static_cast<uint8_t>(raw & 127);
     if (row.second.type == MPCNTRL_CHNG) row.second.byte2 = high;
     switch (row.first.type) {
@@ -82,10 +91,7 @@ int32_t RawFromEvent(const MPFUNCTIONMAP& row) {
 
 HRESULT EventFromValue(float value, MPFUNCTIONMAP& row) {
     if (!(row.flags & EFUNCFLAG_VALUE)) return S_FALSE;
-    const double span = static_cast<double>(row.maxValue) - row.minValue;
-    const double raw =
-        std::floor(span * static_cast<double>(std::isfinite(value) ? value : 0) + 0.5) + row.minValue;
-    return Write(static_cast<int64_t>(std::clamp(raw, -1e9, 1e9)), row);
+    return Write(Between(row.minValue, row.maxValue, value), row);
 }
 
 HRESULT EventFromRaw(int32_t low, int32_t high, float x, MPFUNCTIONMAP& row) {
@@ -121,10 +127,11 @@ std::u16string FitText(std::u16string text, size_t room) {
 
 HRESULT Takeover(TakeoverState& state, float value, bool touched, const MPFUNCTIONMAP& row) {
     if (state.cached < 0 || touched) state.cached = value;
-    MPFUNCTIONMAP copy = row;
-    EventFromValue(state.cached, copy);
-    const int32_t at = RawFromEvent(copy), moved = RawFromEvent(row);
-    const int32_t last = state.raw < 0 ? moved : state.raw;
+    // Where a control of these limits would stand; its events may have no room for all of them.
+    const Raw limits = Read(row);
+    const int32_t at = Clamped(Between(limits.min, limits.max, state.cached), limits.min, limits.max);
+    const int32_t moved = RawFromEvent(row);
+    const int32_t last = state.raw == RAW_UNKNOWN ? moved : state.raw;
     state.raw = moved;
     return at >= std::min(last, moved) && at <= std::max(last, moved) ? S_OK : S_FALSE;
 }

@@ -35,7 +35,9 @@ std::u16string FitText(std::u16string text, size_t room);
 /// What is known of a parameter that a control moves.
 struct TakeoverState {
     float cached;  ///< the value 0..1; below 0 unknown
-    int32_t raw;   ///< where the control was last; below 0 unknown
+    int32_t raw;   ///< where the control was last, or RAW_UNKNOWN
 };
+/// No place of a control: those of a wheel are on both sides of 0.
+inline constexpr int32_t RAW_UNKNOWN = INT32_MIN;
 /// 0 when the move may pass: the control has reached or passed the value, or the hand holds its touch.
 HRESULT Takeover(TakeoverState& state, float value, bool touched, const MPFUNCTIONMAP& row);

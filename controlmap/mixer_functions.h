@@ -2,7 +2,7 @@
 // writes. Data that the map's handlers walk.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <cstdint>
 

@@ -3,7 +3,7 @@
 #include "controls/fader_layout.h"
 #include "controls/fader_track.h"
 #include "controls/number_text.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/image_list.h"

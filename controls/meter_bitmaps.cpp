@@ -1,6 +1,6 @@
 #include "controls/meter_bitmaps.h"
 
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/skin_images.h"
 #include "platform/ui/paint.h"
 

@@ -1,7 +1,7 @@
 // How the peak meter fills in what meters share: the decibel law, the theme's bands, ticks in steps of 3 dB.
 #include "controls/meter_model.h"
 #include "controls/number_text.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "controls/pan_draw.h"
 
 #include "controls/pan_point.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"

@@ -1,7 +1,7 @@
 #include "controls/scope.h"
 
 #include "controls/scope_grid.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "platform/ui/control_host.h"
 #include "platform/ui/paint.h"

@@ -1,7 +1,7 @@
 #include "image/skin_bmp.h"
 
 #include "kernel/codes.h"
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "platform/file.h"
 #include "platform/guarded.h"
 #include "platform/memory.h"

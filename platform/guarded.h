@@ -1,14 +1,12 @@
-// The edge of functions with C linkage, which no exception crosses.
+// The edge of functions with C linkage and of interfaces, which no exception crosses.
 #pragma once
 
 #include "platform/types.h"
-
-#include <exception>
 
 /// The result of `work`; all that can be thrown there is want of memory in one form or another.
 template <class Work>
 HRESULT Guarded(Work work) try {
     return work();
-} catch (const std::exception&) {
+} catch (...) {
     return E_OUTOFMEMORY;
 }

@@ -3,6 +3,8 @@
 
 #include "platform/types.h"
 
+inline constexpr uint32_t LCID_ENGLISH_US = 1033;
+
 /// LCID of the user's language for messages; that of US English when the environment names none. [any-thread]
 QM_API uint32_t UserLanguageLcid();
 

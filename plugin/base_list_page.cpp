@@ -50,6 +50,33 @@ HRESULT CBaseListPage::Activate(HWND, const RECT* rect, BOOL) {
     return plugin->ReloadProjectTree(drained == S_OK ? 1 : 0);
 }
 
+HRESULT CBaseListPage::Embed(std::unique_ptr<MessageWindow> window, HWND parent, const RECT* rect) {
+    assert(m_thread.IsHere());
+    if (!rect) return E_POINTER;
+    if (m_window || !ThePlugin()) return E_UNEXPECTED;
+    MessageWindow* made = window.get();
+    if (!made->EmbedIn(parent)) return E_INVALIDARG;
+    made->setGeometry(ToQRect(*rect));
+    SetWindow(std::move(window));
+    if (made->Create()) return S_OK;
+    SetWindow(nullptr);
+    return E_OUTOFMEMORY;
+}
+
+HRESULT CBaseListPage::TellPage(PROPPAGEINFO* info, const char16_t* title, SIZE size) const {
+    if (!info) return E_POINTER;
+    info->title = CoTaskMemString(title);
+    info->pageSize = size;
+    info->docString = info->helpFile = nullptr;
+    info->helpContext = 0;
+    if (info->size == sizeof(PROPPAGEINFOEX)) {
+        auto* extended = reinterpret_cast<PROPPAGEINFOEX*>(info);
+        extended->window = m_window ? m_window->Handle() : 0;
+        extended->menuName = nullptr;
+    }
+    return info->title ? S_OK : E_OUTOFMEMORY;
+}
+
 HRESULT CBaseListPage::Deactivate() {
     assert(m_thread.IsHere());
     if (!m_window) return E_UNEXPECTED;
@@ -67,6 +94,7 @@ HRESULT CBaseListPage::SetObjects(uint32_t count, IUnknown** objects) {
     if (count == 1) {
         const HRESULT hr = objects[0]->QueryInterface(IID_COPTPlugin, plugin.OutVoid());
         if (Failed(hr)) return hr;
+        if (!Takes(*plugin)) return E_NOINTERFACE;
     }
     ComPtr<COPTPlugin> old = plugin;
     {

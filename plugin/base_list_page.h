@@ -39,8 +39,15 @@ public:
     HRESULT OnEvent(const MPEVENTREC*) override { return E_NOTIMPL; }
 
 protected:
+    /// Whether the page shows plug-ins of this kind; asked before one is attached.
+    virtual bool Takes(COPTPlugin&) const { return true; }
     /// The plug-in that SetObjects found, kept alive by the copy.
     ComPtr<COPTPlugin> ThePlugin() const;
+    /// What Activate does with a new window: it becomes the page's, at its place in the host's. A page that
+    /// has one, and one without a plug-in, is E_UNEXPECTED.
+    HRESULT Embed(std::unique_ptr<MessageWindow> window, HWND parent, const RECT* rect);
+    /// Fills the shorter record, and of the longer one the window.
+    HRESULT TellPage(PROPPAGEINFO* info, const char16_t* title, SIZE size) const;
     /// Puts the page's window in place of the old one, or takes it away.
     void SetWindow(std::unique_ptr<MessageWindow> window);
     MessageWindow* Window() const { return m_window.get(); }

@@ -3,13 +3,15 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <span>
 
 namespace {
 /// Empty where the host has no such entry.
 std::string EntryName(const ComPtr<IMPPlugInCatalog>& catalog, uint32_t id, uint32_t level) {
     MPCATALOGREC rec{};
-    if (!catalog || catalog->Get(&id, level, &rec, CATALOG_NAMES) != S_OK || !rec.name) return {};
-    std::string name = Utf8FromUtf16(rec.name);
+    if (!catalog) return {};
+    const bool isThere = catalog->Get(&id, level, &rec, CATALOG_NAMES) == S_OK;
+    std::string name = isThere && rec.name ? Utf8FromUtf16(rec.name) : std::string();
     CoTaskMemFree(rec.name);
     return name;
 }
@@ -24,17 +26,17 @@ uint32_t EntryOfName(const ComPtr<IMPPlugInCatalog>& catalog, std::span<const ui
 }  // namespace
 
 std::string CatalogNames::HostFamilyName(uint32_t family) const {
-    return EntryName(m_plugin.CatalogHost(), family, LEVEL_CHANNEL);
+    return EntryName(m_catalog.Host(), family, LEVEL_CHANNEL);
 }
 
 uint32_t CatalogNames::HostFamilyNumber(std::string_view name) const {
-    return EntryOfName(m_plugin.CatalogHost(), m_plugin.CatalogFamilies(), LEVEL_CHANNEL, name);
+    return EntryOfName(m_catalog.Host(), m_catalog.Families(), LEVEL_CHANNEL, name);
 }
 
 std::string CatalogNames::HostFunctionName(uint32_t, uint32_t function) const {
-    return EntryName(m_plugin.CatalogHost(), function, LEVEL_SUB_OBJECT);
+    return EntryName(m_catalog.Host(), function, LEVEL_SUB_OBJECT);
 }
 
 uint32_t CatalogNames::HostFunctionNumber(uint32_t family, std::string_view name) const {
-    return EntryOfName(m_plugin.CatalogHost(), m_plugin.CatalogItems(family), LEVEL_SUB_OBJECT, name);
+    return EntryOfName(m_catalog.Host(), m_catalog.Items(family), LEVEL_SUB_OBJECT, name);
 }

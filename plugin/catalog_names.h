@@ -2,11 +2,11 @@
 #pragma once
 
 #include "controlmap/name_table.h"
-#include "plugin/control_plugin.h"
+#include "plugin/catalog.h"
 
 class CatalogNames final : public NameTable {
 public:
-    explicit CatalogNames(const COPTControlPlugin& plugin) : m_plugin(plugin) {}
+    explicit CatalogNames(const EffectCatalog& catalog) : m_catalog(catalog) {}
 
     std::string HostFamilyName(uint32_t family) const override;
     uint32_t HostFamilyNumber(std::string_view name) const override;
@@ -14,5 +14,5 @@ public:
     uint32_t HostFunctionNumber(uint32_t family, std::string_view name) const override;
 
 private:
-    const COPTControlPlugin& m_plugin;
+    const EffectCatalog& m_catalog;
 };

@@ -1,7 +1,7 @@
 // The two orders in which channels stand: that of the reference list and that of the console's entries.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 /// What of a channel decides its place.
 struct ChannelKey {

@@ -61,12 +61,7 @@ HRESULT COPTControlPlugin::OnControl(const MPCTRLREC* rec, uint32_t post) {
 }
 
 HRESULT COPTControlPlugin::QueueControl(const MPCTRLREC* rec) {
-    CriticalSectionLock lock(m_mainLock);
-    if (!m_controls) {
-        const HRESULT hr = QmList_CreateExZ(&m_controls, sizeof(MPCTRLREC), -1, 8, QMLIST_ARRAY, 0, 0, 0);
-        if (Failed(hr)) return hr;
-    }
-    const HRESULT hr = QmList_InsertList(m_controls, -1, rec, 1);
+    const HRESULT hr = m_controls.Push(*rec);
     SetControlBits(CTRLSTATE_WAKE);
     return hr;
 }
@@ -84,15 +79,12 @@ HRESULT COPTControlPlugin::QueueNotification(const MPNOTIFYREC* rec) {
 HRESULT COPTControlPlugin::DrainNotifications(uint32_t discard) {
     const HRESULT hr = COPTPlugin::DrainNotifications(discard);
     CriticalSectionLock lock(m_mainLock);
-    HQMLIST queue = nullptr;
-    std::swap(queue, m_controls);
-    if (!queue) return hr;
-    const std::span<MPCTRLREC> rows = QmList_Records<MPCTRLREC>(queue);
+    const std::vector<MPCTRLREC> rows = m_controls.Take();
+    if (rows.empty()) return hr;
     if (!discard)
         for (size_t i = 0; i < rows.size(); i++)
             if (i + 1 == rows.size() || !Supersedes(rows[i], rows[i + 1])) OnControl(&rows[i], 0);
-    QmList_Destroy(queue);
-    ResortReferences();
+    m_refs.Resort();
     return S_OK;
 }
 
@@ -106,7 +98,7 @@ HRESULT COPTControlPlugin::OnNotify(const MPNOTIFYREC* rec, uint32_t post) {
 HRESULT COPTControlPlugin::OnDisplayChange(const MPNOTIFYREC* rec, uint32_t post) {
     if (post && (ControlState() & CTRLSTATE_LAZY_IDLE)) return QueueNotification(rec);
     CriticalSectionLock lock(m_mainLock);
-    if (m_map) m_map->RefreshStrips(true);
+    if (Map()) Map()->RefreshStrips(true);
     return S_OK;
 }
 
@@ -115,25 +107,46 @@ HRESULT COPTControlPlugin::OnProjectReload(const MPNOTIFYREC* rec, uint32_t post
     CriticalSectionLock lock(m_mainLock);
     if (!(ControlState() & CTRLSTATE_PROJECT_OPEN)) return S_FALSE;
     const HRESULT hr = FetchChannels(1, m_kindMask);
-    ReloadMapChannels();
-    return hr;
-}
-
-void COPTControlPlugin::ReloadMapChannels() {
-    if (!m_map) return;
-    m_mapLayoutStale = true;
+    m_runner.LayoutChanged();
     SetControlBits(CTRLSTATE_WAKE);
+    return hr;
 }
 
 HRESULT COPTControlPlugin::OnActivate(const MPCTRLREC* rec) {
     const bool on = rec->flags & ACTIVATE_ON;
     if (on == static_cast<bool>(ControlState() & CTRLSTATE_ACTIVE)) return S_OK;
-    if (!on && m_map) m_map->EnableMap(false);
+    if (!on && Map()) Map()->EnableMap(false);
     if (!on) OnActivateReset();
     PutControlBits(CTRLSTATE_ACTIVE, on);
     if (!on) return S_OK;
     const HRESULT hr = OnActivateStart(rec);
-    if (m_map) m_map->EnableMap(true);
+    if (Map()) Map()->EnableMap(true);
+    return hr;
+}
+
+HRESULT COPTControlPlugin::RequestPorts(uint32_t ending, uint32_t mode) {
+    if (ending)
+        m_ports.End();
+    else
+        m_ports.Begin(mode);  // the map is enabled behind it, which sends everything
+    return S_OK;
+}
+
+void COPTControlPlugin::RefreshSurface() {
+    CriticalSectionLock lock(m_mainLock);
+    if (Map()) Map()->RefreshStrips(true);
+}
+
+void COPTControlPlugin::ChoosePort(uint32_t isOutput, uint64_t port) {
+    if (m_ports.Choose(isOutput, port)) RefreshSurface();
+}
+
+HRESULT COPTControlPlugin::OnPortsChange(const MPNOTIFYREC* rec, uint32_t post) {
+    const HRESULT hr = COPTPlugin::OnPortsChange(rec, post);
+    for (const uint32_t isOutput : {PORTS_INPUT, PORTS_OUTPUT})
+        if (ControlState() & (isOutput ? CTRLSTATE_USE_OUTPUTS : CTRLSTATE_USE_INPUTS) &&
+            m_ports.Follow(isOutput))
+            RefreshSurface();
     return hr;
 }
 
@@ -144,21 +157,18 @@ HRESULT COPTControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
     const bool open = rec->flags & PROJECT_OPEN;
     PutControlBits(CTRLSTATE_PROJECT_OPEN, open);
     if (!open) {
-        if (m_map) m_map->ConnectProject(false, false);
-        for (HQMLIST* list : {&m_inputs, &m_midiPorts, &m_outputs}) {
-            QmList_Destroy(*list);
-            *list = nullptr;
-        }
+        if (Map()) Map()->ConnectProject(false, false);
+        m_refs.ClearPorts();
         DestroyReferences();
         return S_OK;
     }
     const HRESULT hr = FetchChannels(1, m_kindMask);
     if (m_kindMask & (KIND_AUDIO_TRACK | KIND_BUS | KIND_FAMILY_4)) {
-        LoadPortEntries(&m_inputs, KIND_INPUT_BUS);
-        LoadPortEntries(&m_outputs, KIND_OUTPUT_ENTRY);
+        m_refs.LoadPorts(KIND_INPUT_BUS);
+        m_refs.LoadPorts(KIND_OUTPUT_ENTRY);
     }
-    if (m_kindMask & KIND_FAMILY_40) LoadPortEntries(&m_midiPorts, KIND_MIDI_PORT_ENTRY);
-    if (hr == S_OK && m_map) m_map->ConnectProject(true, ThisModule().channelMode != 0);
+    if (m_kindMask & KIND_FAMILY_40) m_refs.LoadPorts(KIND_MIDI_PORT_ENTRY);
+    if (hr == S_OK && Map()) Map()->ConnectProject(true, ThisModule().channelMode != 0);
     return hr;
 }
 
@@ -167,7 +177,7 @@ HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
     PutControlBits(CTRLSTATE_SUSPENDED, rec->flags & SUSPEND_ON);
     SetControlBits(CTRLSTATE_WAKE);  // rows of the map may wait for the end of it
     // What the surface shows stands for as long as nothing follows.
-    if (suspends && rec->flags & SUSPEND_REFRESH && m_map) m_map->RefreshStrips(true);
+    if (suspends && rec->flags & SUSPEND_REFRESH && Map()) Map()->RefreshStrips(true);
     return S_OK;
 }
 
@@ -175,8 +185,8 @@ HRESULT COPTControlPlugin::OnSuspend(const MPCTRLREC* rec, uint32_t) {
 // no taker.
 HRESULT COPTControlPlugin::OnMapChange(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
-    if (!m_map) return S_FALSE;
-    m_map->RefreshStrips(true);
+    if (!Map()) return S_FALSE;
+    Map()->RefreshStrips(true);
     return S_OK;
 }
 HRESULT COPTControlPlugin::OnDisplaySettings(const MPCTRLREC* rec, uint32_t post) {

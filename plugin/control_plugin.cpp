@@ -20,10 +20,6 @@ COPTControlPlugin::COPTControlPlugin(IUnknown* owner)
 COPTControlPlugin::~COPTControlPlugin() {
     if (m_controlSink) m_controlSink->Orphan();
     if (m_driver) m_driver->Orphan();
-    if (m_map) m_map->Release();
-    DestroyReferences();
-    FreeCatalog();
-    for (HQMLIST list : {m_refs, m_controls, m_inputs, m_midiPorts, m_outputs}) QmList_Destroy(list);
 }
 
 HRESULT COPTControlPlugin::FinalConstruct() {
@@ -70,12 +66,9 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
     ComPtr<IMPEventOutput> output;
     host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional, as the next one
     host->QueryInterface(IID_IMPEventOutput, output.OutVoid());
-    {
-        std::lock_guard lock(m_ctrlLock);
-        m_eventOutput = std::move(output);
-        m_ctrlChannels = std::move(channels);
-        m_catalogHost = std::move(catalog);
-    }
+    m_ports.SetOutput(std::move(output));
+    m_channels.Connect(std::move(channels));
+    m_catalog.Connect(std::move(catalog));
     if (ComPtr<IMPTimeConverter> times = TimeConverter()) times->GetRate(TIMEFORMAT_NANO, &m_hostTimeRate);
     if (ControlState() & CTRLSTATE_USE_OUTPUTS) LoadPorts(PORTS_OUTPUT);
     if (ControlState() & CTRLSTATE_USE_INPUTS) LoadPorts(PORTS_INPUT);
@@ -99,22 +92,10 @@ HRESULT COPTControlPlugin::Terminate() {
     m_wake.Set();
     if (m_worker.joinable()) m_worker.join();
     Unadvise(IID_IMPCtrlChannelSink, &m_controlCookie);
-    ComPtr<IMPCtrlChannels> channels;
-    ComPtr<IMPPlugInCatalog> catalog;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        catalog = std::move(m_catalogHost);
-    }
-    catalog.Reset();
+    m_catalog.Connect({});
     if (Host()) PreTerminate();
-    ComPtr<IMPEventOutput> output;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        channels = std::move(m_ctrlChannels);
-        output = std::move(m_eventOutput);
-    }
-    channels.Reset();
-    output.Reset();
+    m_channels.Connect({});
+    m_ports.SetOutput({});
     {
         // A later Initialise starts from a closed project, whether or not the host has closed this one.
         CriticalSectionLock lock(m_mainLock);
@@ -139,21 +120,20 @@ HRESULT COPTControlPlugin::PostInitialise() {
         std::filesystem::create_directories(m_userDataPath, ignored);
     }
     GetProjectInfo();
-    LoadCatalog(1);
+    m_catalog.LoadCatalog();
+    m_preferences.BeginReading();
     LoadMaps();
-    return LoadPreferences();
+    const HRESULT hr = LoadPreferences();
+    if (Failed(hr)) m_preferences.NoteUnread();
+    return hr;
 }
 
 HRESULT COPTControlPlugin::PreTerminate() {
     RequestPorts(1, 0);
-    SavePreferences();
-    FreeCatalog();
+    m_ports.WaitUntilTold();
+    if (m_preferences.AllRead()) SavePreferences();
+    m_catalog.FreeCatalog();
     return S_OK;
-}
-
-ComPtr<IMPCtrlChannels> COPTControlPlugin::CtrlChannels() const {
-    std::lock_guard lock(m_ctrlLock);
-    return m_ctrlChannels;
 }
 
 void COPTControlPlugin::RunWorker() {
@@ -164,31 +144,15 @@ void COPTControlPlugin::RunWorker() {
             CriticalSectionLock lock(m_mainLock);
             m_workerWait = ManualResetEvent::INFINITE_WAIT;
             DrainNotifications(0);
-            if (m_map && !(ControlState() & CTRLSTATE_SUSPENDED)) RunMap();
+            if (Map() && !(ControlState() & CTRLSTATE_SUSPENDED)) m_workerWait = m_runner.Run();
         }
         m_wake.Reset();
         // What was queued between the round and the reset has signalled an event that is gone by now.
         CriticalSectionLock lock(m_mainLock);
-        if (m_controls || HasQueuedNotifications()) m_wake.Set();
+        if (!m_controls.IsEmpty() || HasQueuedNotifications()) m_wake.Set();
     }
-    if (m_map) m_map->Idle(true);
+    if (Map()) Map()->Idle(true);
     DrainNotifications(1);
-}
-
-// Under the main lock, as all work with the map but OnEvent.
-void COPTControlPlugin::RunMap() {
-    if (std::exchange(m_mapLayoutStale, false)) m_map->LayoutBank(m_map->BankOffset());
-    m_workerWait = m_map->Idle(false);
-    if (!m_mapValuesStale) return;
-    // A fader that is drawn on the screen changes more often than a cable of MIDI can tell.
-    const auto now = std::chrono::steady_clock::now();
-    if (now - m_mapRefreshed < std::chrono::milliseconds(kIdleBusy)) {
-        m_workerWait = kIdleBusy;
-        return;
-    }
-    m_mapRefreshed = now;
-    m_mapValuesStale = false;
-    m_map->RefreshStrips(false);
 }
 
 void COPTControlPlugin::SignalIfWanted() {
@@ -220,16 +184,16 @@ HRESULT COPTControlPlugin::LoadPreferences() {
                                  {u"DelayDataInserts", CTRLSTATE_DELAY_INSERTS},
                                  {u"DelayDataReloads", CTRLSTATE_DELAY_RELOADS},
                                  {u"LazyIdle", CTRLSTATE_LAZY_IDLE}};
-    for (const NamedBit& row : BITS) PutControlBits(row.bit, ControlPreference(row.name, 0, 0) != 0);
-    if (ControlState() & CTRLSTATE_USE_OUTPUTS) LoadPortChoice(PORTS_OUTPUT);
-    if (ControlState() & CTRLSTATE_USE_INPUTS) LoadPortChoice(PORTS_INPUT);
+    for (const NamedBit& row : BITS) PutControlBits(row.bit, m_preferences.Number(row.name, 0) != 0);
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) m_ports.LoadChoice(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) m_ports.LoadChoice(PORTS_INPUT);
     FetchChannels(0, m_kindMask);
     return S_OK;
 }
 
 HRESULT COPTControlPlugin::SavePreferences() {
-    if (ControlState() & CTRLSTATE_USE_OUTPUTS) SavePortChoice(PORTS_OUTPUT);
-    if (ControlState() & CTRLSTATE_USE_INPUTS) SavePortChoice(PORTS_INPUT);
+    if (ControlState() & CTRLSTATE_USE_OUTPUTS) m_ports.SaveChoice(PORTS_OUTPUT);
+    if (ControlState() & CTRLSTATE_USE_INPUTS) m_ports.SaveChoice(PORTS_INPUT);
     SaveMaps();
     return S_OK;
 }
@@ -242,11 +206,7 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
         stream->SetFilter(nullptr, 0);
         return S_OK;
     }
-    std::vector<uint64_t> ports;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        ports = m_portFilter;
-    }
+    std::vector<uint64_t> ports = m_ports.Filter();
     const MPFILTERKEY key{static_cast<uint32_t>(ports.size()), ports.data()};
     stream->SetFilter(ports.empty() ? nullptr : &key, 0);
 
@@ -260,7 +220,7 @@ HRESULT COPTControlPlugin::FilterEvents(IMPEventStream* stream, const MPFILTERIN
         if (ControlState() & CTRLSTATE_CAPTURE) {
             OnCaptureEvent(&event);
         } else {
-            if (m_map) taken = m_map->OnEvent(event, info->capabilities & FILTER_PEEK_ONLY);
+            if (Map()) taken = Map()->OnEvent(event, info->capabilities & FILTER_PEEK_ONLY);
             if (taken == S_OK) stream->Consume(cookie);
             OnEventSeen(event, taken == S_OK);
             const bool toPage =

@@ -5,16 +5,24 @@
 // A plug-in that works a control surface gives itself a control map: events of the filter go to it, the
 // worker runs what it took, and changes of channels go back through it.
 //
-// Locks, outer to inner: the main lock, the map's list lock, a list's own lock. The main lock guards the
-// reference list, the control queue and the worker's round; host calls are made inside it, so a host must not
-// call a sink while it holds a lock of its own that those calls need.
+// It owns a few objects that each keep one thing, with a lock of its own where other threads come to it: the
+// host's channels, the references, the catalog, the ports, the preferences, the controls that wait, the map's
+// runner. None of those locks is held across a call of the host.
+//
+// Locks, outer to inner: the main lock, the map's list lock, the objects' own. The main lock makes one order
+// of what the host's threads and the worker's rounds do; a thread that holds it may come in again, so a host
+// may send changes from within what a round asks of it. A host must not call a sink while it holds a lock of
+// its own that a round's calls need.
 #pragma once
 
-#include "controlmap/control_map.h"
 #include "controlmap/name_table.h"
-#include "plugin/opt_plugin.h"
+#include "platform/event.h"
+#include "plugin/catalog.h"
+#include "plugin/channel_refs.h"
+#include "plugin/control_ports.h"
+#include "plugin/control_preferences.h"
+#include "plugin/map_runner.h"
 
-#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -39,13 +47,6 @@ inline constexpr uint32_t CTRLSTATE_LAZY_IDLE = 0x4000;
 inline constexpr uint32_t CTRLSTATE_CONSTRUCTED = 0x10000;
 
 inline constexpr uint32_t CAPABILITY_CONTROL = 0x40;
-
-struct CATALOGROW {
-    uint32_t family;
-    uint32_t reserved;
-    HQMLIST items;  ///< array list of u32 ids
-};
-static_assert(sizeof(CATALOGROW) == 16);
 
 class COPTControlPlugin : public COPTPlugin, protected ControlMapSite {
 public:
@@ -93,9 +94,6 @@ public:
     virtual HRESULT OnCaptureEvent(const MPEVENTREC* event);
     /// An event came in, outside capture mode; `taken` by the map or not. [any-thread]
     virtual void OnEventSeen(const MPEVENTREC&, bool /*taken*/) {}
-    virtual HRESULT LoadCatalog(uint32_t reset);
-    virtual HRESULT LoadCatalogFamilies();
-    virtual HRESULT LoadCatalogItems(CATALOGROW* family);
     /// Fills the reference list from the host, in the references' order.
     virtual HRESULT FetchChannels(uint32_t reset, uint32_t kindMask);
     /// The function maps that were in use, and their files. S_FALSE without a map. A file that can't be read
@@ -108,20 +106,14 @@ public:
 
     uint32_t ControlState() const { return m_control; }
     /// Null in a plug-in without one.
-    CControlMap* Map() const { return m_map; }
-    ComPtr<IMPCtrlChannels> CtrlChannels() const;
-    /// Null where the host has none.
-    ComPtr<IMPPlugInCatalog> CatalogHost() const;
-    /// The catalog as it was loaded: families, and the items of one. [any-thread]
-    std::vector<uint32_t> CatalogFamilies() const;
-    std::vector<uint32_t> CatalogItems(uint32_t family) const;
+    CControlMap* Map() const { return m_runner.Map(); }
+    const EffectCatalog& Catalog() const { return m_catalog; }
 
     // Readers of the reference list. All answer 1 without IMPCtrlChannels, for an index out of range and for
     // a zero id; a stale list is fetched first and its error passed on. [any-thread]
     HRESULT GetChannelCount(int32_t* count);
     HRESULT GetChannelId(int32_t index, MPCHANNELID* id);
     HRESULT FindChannel(uint64_t channel, int32_t* index);
-    HRESULT GetSubCount(int32_t index, int32_t* count);
     HRESULT GetSubId(int32_t index, int32_t sub, MPCHANNELID* id);
     /// Ids of the I/O port entries of a kind: KIND_OUTPUT_ENTRY, KIND_INPUT_BUS or KIND_MIDI_PORT_ENTRY.
     std::vector<uint64_t> PortEntries(uint32_t kind);
@@ -156,16 +148,10 @@ protected:
     /// The console's part of a channel change, under the main lock.
     virtual HRESULT UpdateEntry(const MPCTRLREC& rec) = 0;
 
-    /// A number that the host keeps, by name or by number.
-    uint32_t ControlPreference(const char16_t* name, uint32_t numericKey, uint32_t defaultValue);
-    void SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value);
-    std::u16string TextPreference(uint32_t key);
-    void SetTextPreference(uint32_t key, std::u16string text);
-    GUID GuidPreference(uint32_t key, GUID defaultValue);
-    void SetGuidPreference(uint32_t key, GUID guid);
+    ControlPreferences& Preferences() { return m_preferences; }
     /// Queues on the host's thread for the replay; the common body of handlers without more to do there.
     HRESULT OnControlDeferred(const MPCTRLREC* rec);
-    HQMLIST References() const { return m_refs; }
+    ChannelKeys& Keys() { return m_keys; }
     void SetControlBits(uint32_t bits) { m_control |= bits; }
     void ClearControlBits(uint32_t bits) { m_control &= ~bits; }
     /// Sets or clears the bits.
@@ -173,7 +159,7 @@ protected:
 
     /// The map, taken over with the reference that it was made with; in FinalConstruct. What it asks of its
     /// site it asks under the main lock.
-    void SetMap(CControlMap* map) { m_map = map; }
+    void SetMap(CControlMap* map) { m_runner.Set(map); }
     /// The names that map files are written with; null: maps are neither loaded nor saved.
     virtual const FunctionNames* MapNames() { return nullptr; }
     /// File, line and reason, for a user to read.
@@ -181,64 +167,41 @@ protected:
 
     /// Where the plug-in keeps files of the user; empty when there is no place.
     const std::filesystem::path& UserDataPath() const { return m_userDataPath; }
-    /// Under the main lock.
-    void ReloadMapChannels();
 
     uint32_t m_kindMask = 255;
 
 private:
     void RunWorker();
-    void RunMap();
-    void SelectPort(uint32_t isOutput, uint64_t port);
-    void UsePort(uint32_t isOutput, uint64_t port);
-    HRESULT LoadPortChoice(uint32_t isOutput);
-    void SavePortChoice(uint32_t isOutput);
+    void RefreshSurface();
     void SignalIfWanted();
     void DestroyReferences();
     HRESULT RequireReferences();
-    HRESULT EnumerateReferences(IMPCtrlChannels& host, uint32_t kindMask);
-    HRESULT InsertReference(uint64_t channel);
-    HRESULT DeleteReference(uint64_t channel);
-    HRESULT ReplaceReference(uint64_t channel, uint64_t with);
-    HRESULT PlaceReference(const MPCHANNELREF& row);
-    void ResortReferences();
-    int32_t FindReference(uint64_t channel) const;
-    HRESULT LoadSubLists(IMPCtrlChannels& host, MPCHANNELREF& row);
-    HRESULT LoadPortEntries(HQMLIST* list, uint32_t kind);
+    void NoteForMap(const MPCTRLREC& rec);
+    HRESULT ReplaceOnHostThread(const MPCTRLREC& rec);
     HRESULT ApplyChannelChange(const MPCTRLREC& rec);
     HRESULT ApplySubChange(const MPCTRLREC& rec);
-    HRESULT ReplaceOnHostThread(const MPCTRLREC& rec);
-    void FreeCatalog();
 
-    CControlMap* m_map = nullptr;
-    bool m_mapLayoutStale = false;  ///< channels came, went or moved; under the main lock
-    bool m_mapValuesStale = false;
-    std::chrono::steady_clock::time_point m_mapRefreshed{};
-    ComPtr<CMPControlSurfaceDriver> m_driver;
     mutable CriticalSection m_mainLock;
-    MPPROJECTINFO m_projectInfo{};
     ManualResetEvent m_wake;
     std::thread m_worker;
     uint32_t m_workerWait = ManualResetEvent::INFINITE_WAIT;
     std::atomic<uint32_t> m_control;
-    HQMLIST m_refs = nullptr;
-    bool m_resortWanted = false;  ///< a channel's place has changed in this round
-    HQMLIST m_controls = nullptr;
-    HQMLIST m_inputs = nullptr, m_midiPorts = nullptr, m_outputs = nullptr;
     uint32_t m_filterTypes = 4095;
-    HQMLIST m_catalog = nullptr;
 
-    mutable std::mutex m_ctrlLock;  ///< guards the five below; never held across a call
-    std::vector<uint64_t> m_portFilter;
-    ComPtr<IMPEventOutput> m_eventOutput;
-    GUID m_chosenPort[2] = {};         ///< by isOutput, zeros for none; may not be there now
-    std::mutex m_requestLock;          ///< one request of ports at a time
-    uint64_t m_requestedPort[2] = {};  ///< by isOutput: what the host was told to begin with
-    ComPtr<IMPCtrlChannels> m_ctrlChannels;
-    ComPtr<IMPPlugInCatalog> m_catalogHost;
+    HostChannels m_channels;
+    ChannelKeys m_keys{m_channels};
+    ChannelReferences m_refs{m_channels, m_keys};
+    EffectCatalog m_catalog;
+    ControlPreferences m_preferences{*this};
+    ControlPorts m_ports{*this, m_preferences};
+    RecordQueue<MPCTRLREC> m_controls;
+    MapRunner m_runner;
+
+    ComPtr<CMPControlSurfaceDriver> m_driver;
     ComPtr<CIMPCtrlChannelSink> m_controlSink;
     uint32_t m_controlCookie = 0;
 
+    MPPROJECTINFO m_projectInfo{};
     std::filesystem::path m_userDataPath;
     std::u16string m_hostFolder;
     uint32_t m_hostVersion = 0;

@@ -1,65 +1,81 @@
-// Values that the host keeps for a control plug-in, in the section named after it.
-#include "plugin/control_plugin.h"
+#include "plugin/control_preferences.h"
 
 namespace {
-MPPREFREC Record(const char16_t* section, uint32_t key, uint32_t type) {
+MPPREFREC Record(const COPTPlugin& plugin, uint32_t key, uint32_t type) {
     MPPREFREC pref{};
     pref.size = sizeof pref;
-    pref.section = section;
+    pref.section = plugin.Name();
     pref.numericKey = key;
     pref.type = type;
     return pref;
 }
 
-MPPREFREC NumberRecord(const char16_t* section, const char16_t* name, uint32_t key, uint32_t number) {
-    MPPREFREC pref = Record(section, name ? PREF_NAMED : key, PREF_UINT);
+MPPREFREC NumberRecord(const COPTPlugin& plugin, const char16_t* name, uint32_t key, uint32_t number) {
+    MPPREFREC pref = Record(plugin, key, PREF_UINT);
     pref.keyName = name;
     pref.number = number;
     return pref;
 }
 }  // namespace
 
-uint32_t COPTControlPlugin::ControlPreference(const char16_t* name, uint32_t numericKey,
-                                              uint32_t defaultValue) {
-    MPPREFREC pref = NumberRecord(Name(), name, numericKey, defaultValue);
-    // The record carries its default, so that a failure or a missing key leaves the right answer.
-    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK) return defaultValue;
-    return static_cast<uint32_t>(pref.number);
+HRESULT ControlPreferences::Get(MPPREFREC& pref) {
+    const HRESULT hr = m_plugin.GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    if (Failed(hr)) NoteUnread();
+    return hr;
 }
 
-void COPTControlPlugin::SetControlPreference(const char16_t* name, uint32_t numericKey, uint32_t value) {
-    MPPREFREC pref = NumberRecord(Name(), name, numericKey, value);
+void ControlPreferences::Set(MPPREFREC pref) {
     pref.set = 1;
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    m_plugin.SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
 }
 
-std::u16string COPTControlPlugin::TextPreference(uint32_t key) {
-    MPPREFREC pref = Record(Name(), key, PREF_STRING);
-    if (GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref) != S_OK || !pref.data) return {};
+uint32_t ControlPreferences::GetNumber(MPPREFREC pref) {
+    const auto defaultValue = static_cast<uint32_t>(pref.number);
+    // The record carries its default, so that a missing key leaves the right answer.
+    return Get(pref) == S_OK ? static_cast<uint32_t>(pref.number) : defaultValue;
+}
+
+uint32_t ControlPreferences::Number(const char16_t* name, uint32_t defaultValue) {
+    return GetNumber(NumberRecord(m_plugin, name, PREF_NAMED, defaultValue));
+}
+
+uint32_t ControlPreferences::Number(uint32_t key, uint32_t defaultValue) {
+    return GetNumber(NumberRecord(m_plugin, nullptr, key, defaultValue));
+}
+
+void ControlPreferences::SetNumber(const char16_t* name, uint32_t value) {
+    Set(NumberRecord(m_plugin, name, PREF_NAMED, value));
+}
+
+void ControlPreferences::SetNumber(uint32_t key, uint32_t value) {
+    Set(NumberRecord(m_plugin, nullptr, key, value));
+}
+
+std::u16string ControlPreferences::Text(uint32_t key) {
+    MPPREFREC pref = Record(m_plugin, key, PREF_STRING);
+    if (Get(pref) != S_OK || !pref.data) return {};
     std::u16string text(static_cast<const char16_t*>(pref.data));
     CoTaskMemFree(pref.data);
     return text;
 }
 
-void COPTControlPlugin::SetTextPreference(uint32_t key, std::u16string text) {
-    MPPREFREC pref = Record(Name(), key, PREF_STRING);
-    pref.set = 1;
+void ControlPreferences::SetText(uint32_t key, std::u16string text) {
+    MPPREFREC pref = Record(m_plugin, key, PREF_STRING);
     pref.data = text.data();
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    Set(pref);
 }
 
-GUID COPTControlPlugin::GuidPreference(uint32_t key, GUID defaultValue) {
-    MPPREFREC pref = Record(Name(), key, PREF_BINARY);
+GUID ControlPreferences::Guid(uint32_t key, GUID defaultValue) {
+    MPPREFREC pref = Record(m_plugin, key, PREF_BINARY);
     pref.data = &defaultValue;
     pref.dataSize = sizeof defaultValue;
-    GetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    Get(pref);
     return defaultValue;
 }
 
-void COPTControlPlugin::SetGuidPreference(uint32_t key, GUID guid) {
-    MPPREFREC pref = Record(Name(), key, PREF_BINARY);
-    pref.set = 1;
+void ControlPreferences::SetGuid(uint32_t key, GUID guid) {
+    MPPREFREC pref = Record(m_plugin, key, PREF_BINARY);
     pref.data = &guid;
     pref.dataSize = sizeof guid;
-    SetHostProperty(MPPROP_PREFERENCE, &pref, sizeof pref);
+    Set(pref);
 }

@@ -3,14 +3,7 @@
 #include "platform/text.h"
 
 HRESULT CIMPCtrlChannelSink::OnControl(const MPCTRLREC* rec) {
-    COPTControlPlugin* plugin = ThePlugin();
-    if (!plugin) return E_UNEXPECTED;
-    if (!rec) return E_POINTER;
-    try {
-        return plugin->OnControl(rec, 1);
-    } catch (...) {
-        return E_OUTOFMEMORY;
-    }
+    return Forward(rec, [&](COPTControlPlugin& p) { return p.OnControl(rec, 1); });
 }
 
 HRESULT CMPControlSurfaceDriver::GetDeviceName(char16_t* out) {

@@ -1,7 +1,7 @@
 // What a plug-in object needs of its attached page.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 /// Own messages of a page's window.
 inline constexpr uint32_t PAGEMSG_REFRESH = 32769;

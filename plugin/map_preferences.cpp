@@ -14,48 +14,48 @@ constexpr uint32_t MOST_MAPS = KEY_MAP_PATH - KEY_MAP_NAME;
 
 HRESULT COPTControlPlugin::LoadMaps() {
     const FunctionNames* names = MapNames();
-    if (!m_map || !names) return S_FALSE;
-    const uint32_t count = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
+    if (!Map() || !names) return S_FALSE;
+    const uint32_t count = std::min(m_preferences.Number(KEY_MAP_COUNT, 0), MOST_MAPS);
     for (uint32_t n = 0; n < count; n++) {
-        const std::u16string path = TextPreference(KEY_MAP_PATH + n);
+        const std::u16string path = m_preferences.Text(KEY_MAP_PATH + n);
         if (path.empty()) continue;
         FUNCTIONMAPENTRY entry{};
         std::string error;
-        const auto strips = static_cast<uint32_t>(m_map->ChannelCount());
+        const auto strips = static_cast<uint32_t>(Map()->ChannelCount());
         if (ReadFunctionTables(Utf8FromUtf16(path), *names, strips, entry, error) == S_OK)
-            m_map->AddMap(std::move(entry));
+            Map()->AddMap(std::move(entry));
         else
             OnMapProblem(error);
     }
-    const std::u16string current = TextPreference(KEY_CURRENT_MAP);
-    for (int32_t i = 0; i < m_map->GetMapCount(); i++) {
+    const std::u16string current = m_preferences.Text(KEY_CURRENT_MAP);
+    for (int32_t i = 0; i < Map()->GetMapCount(); i++) {
         FUNCTIONMAPENTRY entry;
-        if (m_map->GetMap(i, &entry) != S_OK || current != entry.name) continue;
-        m_map->SelectMap(i);
+        if (Map()->GetMap(i, &entry) != S_OK || current != entry.name) continue;
+        Map()->SelectMap(i);
         break;
     }
     return S_OK;
 }
 
 HRESULT COPTControlPlugin::SaveMaps() {
-    if (!m_map || !MapNames()) return S_FALSE;
-    const uint32_t old = std::min(ControlPreference(nullptr, KEY_MAP_COUNT, 0), MOST_MAPS);
+    if (!Map() || !MapNames()) return S_FALSE;
+    const uint32_t old = std::min(m_preferences.Number(KEY_MAP_COUNT, 0), MOST_MAPS);
     for (uint32_t n = 0; n < old; n++) {
-        SetTextPreference(KEY_MAP_NAME + n, {});
-        SetTextPreference(KEY_MAP_PATH + n, {});
+        m_preferences.SetText(KEY_MAP_NAME + n, {});
+        m_preferences.SetText(KEY_MAP_PATH + n, {});
     }
     uint32_t saved = 0;
-    for (int32_t i = 0; i < m_map->GetMapCount() && saved < MOST_MAPS; i++) {
+    for (int32_t i = 0; i < Map()->GetMapCount() && saved < MOST_MAPS; i++) {
         FUNCTIONMAPENTRY entry;
-        if (m_map->GetMap(i, &entry) != S_OK || entry.flags & FUNCTIONMAP_BUILT_IN || !entry.path[0])
+        if (Map()->GetMap(i, &entry) != S_OK || entry.flags & FUNCTIONMAP_BUILT_IN || !entry.path[0])
             continue;
-        SetTextPreference(KEY_MAP_NAME + saved, entry.name);
-        SetTextPreference(KEY_MAP_PATH + saved, entry.path);
+        m_preferences.SetText(KEY_MAP_NAME + saved, entry.name);
+        m_preferences.SetText(KEY_MAP_PATH + saved, entry.path);
         saved++;
     }
-    SetControlPreference(nullptr, KEY_MAP_COUNT, saved);
+    m_preferences.SetNumber(KEY_MAP_COUNT, saved);
     FUNCTIONMAPENTRY entry{};
-    const bool isChosen = m_map->GetMap(m_map->CurrentMap(), &entry) == S_OK;
-    SetTextPreference(KEY_CURRENT_MAP, isChosen ? entry.name : u"");
+    const bool isChosen = Map()->GetMap(Map()->CurrentMap(), &entry) == S_OK;
+    m_preferences.SetText(KEY_CURRENT_MAP, isChosen ? entry.name : u"");
     return S_OK;
 }

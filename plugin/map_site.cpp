@@ -1,34 +1,19 @@
 // What a control map asks of the plug-in that owns it.
-#include "controls/fader_scale.h"
+#include "audio/fader_taper.h"
 #include "plugin/control_plugin.h"
 #include "plugin/module_state.h"
 
 HRESULT COPTControlPlugin::GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
-    if (id.sub == 0) return GetChannelRecord(id, rec, mask);
-    const ComPtr<IMPCtrlChannels> host = CtrlChannels();
-    return host ? host->Get(&id, LEVEL_SUB_OBJECT, rec, 0, mask) : S_FALSE;
+    return m_channels.Get(id, rec, mask);
 }
 
 HRESULT COPTControlPlugin::SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
-    if (id.sub == 0) return SetChannelRecord(id, rec, mask);
-    const ComPtr<IMPCtrlChannels> host = CtrlChannels();
-    return host ? host->Set(&id, LEVEL_SUB_OBJECT, rec, mask) : S_FALSE;
+    return m_channels.Set(id, rec, mask);
 }
 
 std::vector<BankChannel> COPTControlPlugin::Channels() {
-    std::vector<BankChannel> channels;
-    int32_t count = 0;
-    GetChannelCount(&count);
-    for (int32_t i = 0; i < count; i++) {
-        MPCHANNELID id{};
-        MPCHANNELREC rec{};
-        if (GetChannelId(i, &id) != S_OK || GetChannelRecord(id, &rec, MASK_IDENTITY | MASK_SWITCHES) != S_OK)
-            continue;
-        const bool hidden = rec.switches & SWITCH_HIDDEN && ThisModule().useHostHideState;
-        if (!hidden && !(rec.kind & (KIND_SPECIAL | KIND_NO_STRIP)))
-            channels.push_back({id.channel, rec.kind});
-    }
-    return channels;
+    if (RequireReferences() != S_OK) return {};
+    return m_refs.Shown(!ThisModule().useHostHideState);
 }
 
 std::u16string COPTControlPlugin::ChannelName(const MPCHANNELID& id) {
@@ -67,12 +52,4 @@ uint32_t COPTControlPlugin::AutomationCapabilities() {
     return GetHostProperty(MPPROP_AUTOMATION, words, sizeof words) == S_OK ? words[1] : 0;
 }
 
-void COPTControlPlugin::SendEvent(const MPEVENTREC& event) {
-    ComPtr<IMPEventOutput> output;
-    {
-        std::lock_guard lock(m_ctrlLock);
-        output = m_eventOutput;
-    }
-    const uint64_t port = GetPort(PORTS_OUTPUT);
-    if (output && port) output->Send(port, &event);
-}
+void COPTControlPlugin::SendEvent(const MPEVENTREC& event) { m_ports.Send(event); }

@@ -1,28 +1,19 @@
 // What the entry points of every plug-in module share.
 #pragma once
 
+#include "platform/guarded.h"
 #include "platform/text.h"
 #include "plugin/base_list_page.h"
 #include "plugin/module_state.h"
 
 #include <new>
 
-/// Runs an entry point so that no exception leaves the module.
-template <class F>
-HRESULT ModuleEntry(F&& body) {
-    try {
-        return body();
-    } catch (...) {
-        return E_OUTOFMEMORY;
-    }
-}
-
 /// QmOPTPlug_CreateOPTObject: *out receives the object's IUnknown with one reference.
 template <class Plugin>
 HRESULT CreatePluginObject(IUnknown** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    return ModuleEntry([&]() -> HRESULT {
+    return Guarded([&]() -> HRESULT {
         ComPtr<Plugin> object(new Plugin(nullptr));
         const HRESULT hr = object->FinalConstruct();
         return Failed(hr) ? hr : object->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(out));
@@ -34,7 +25,7 @@ HRESULT CreatePluginObject(IUnknown** out) {
 inline HRESULT TellPluginObject(const GUID& id, int32_t text, const char16_t* plain, GUID* classId,
                                 char16_t* name, uint32_t nameSize, uint32_t* flags) {
     if (!classId || !name || !flags) return E_POINTER;
-    return ModuleEntry([&]() -> HRESULT {
+    return Guarded([&]() -> HRESULT {
         if (QmLoadString(ThisModule().texts, QmTextId(text), name, nameSize) == 0)
             CopyText(name, nameSize, plain);
         *classId = id;
@@ -45,12 +36,12 @@ inline HRESULT TellPluginObject(const GUID& id, int32_t text, const char16_t* pl
 
 /// QmOPTPlug_CreateOPTPropertyPage for a module's page: E_NOINTERFACE for another id, and when it can't be
 /// made.
-template <class Page>
-HRESULT CreatePluginPage(const GUID& id, const GUID* pageId, IPropertyPage** out) {
+template <class Page, const GUID& id>
+HRESULT CreatePluginPage(const GUID* pageId, IPropertyPage** out) {
     if (!pageId || !out) return E_POINTER;
     *out = nullptr;
     if (*pageId != id) return E_NOINTERFACE;
-    const HRESULT hr = ModuleEntry([&]() -> HRESULT {
+    const HRESULT hr = Guarded([&]() -> HRESULT {
         ComPtr<CBaseListPage> page(new Page(nullptr));
         const HRESULT made = page->Init();
         return Failed(made) ? made : page->QueryInterface(IID_IPropertyPage, reinterpret_cast<void**>(out));

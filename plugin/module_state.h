@@ -2,8 +2,8 @@
 // switches that preferences set for the whole module.
 #pragma once
 
+#include "contract/host_contract.h"
 #include "kernel/lang/lang.h"
-#include "plugin/host_contract.h"
 
 inline constexpr uint32_t CHANNEL_MODE_SURROUND = 1;
 

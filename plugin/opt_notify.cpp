@@ -78,37 +78,17 @@ HRESULT COPTPlugin::OnPortsChange(const MPNOTIFYREC*, uint32_t) {
 }
 
 HRESULT COPTPlugin::QueueNotification(const MPNOTIFYREC* rec) {
-    CriticalSectionLock lock(m_deferredLock);
-    if (!m_deferred) {
-        const HRESULT hr = QmList_CreateExZ(&m_deferred, sizeof(MPNOTIFYREC), -1, 8,
-                                            QMLIST_ARRAY | QMLIST_ANY_THREAD, 0, 0, 0);
-        if (Failed(hr)) return hr;
-    }
-    const HRESULT hr = QmList_InsertList(m_deferred, -1, rec, 1);
+    const HRESULT hr = m_notifications.Push(*rec);
     if (Succeeded(hr)) SetStateBits(OPTSTATE_REFRESH_DUE);
     return hr;
 }
 
-bool COPTPlugin::HasQueuedNotifications() {
-    CriticalSectionLock lock(m_deferredLock);
-    return m_deferred != nullptr;
-}
-
 HRESULT COPTPlugin::DrainNotifications(uint32_t discard) {
-    HQMLIST rows = nullptr;
-    {
-        CriticalSectionLock lock(m_deferredLock);
-        std::swap(rows, m_deferred);
-    }
-    HRESULT hr = S_FALSE;
-    if (rows) {
-        if (rows->count > 0) hr = S_OK;
-        if (!discard)
-            for (const MPNOTIFYREC& row : QmList_Records<MPNOTIFYREC>(rows)) OnNotify(&row, 0);
-        QmList_Destroy(rows);
-    }
+    const std::vector<MPNOTIFYREC> rows = m_notifications.Take();
+    if (!discard)
+        for (const MPNOTIFYREC& row : rows) OnNotify(&row, 0);
     ClearStateBits(OPTSTATE_REFRESH_POSTED);
-    return hr;
+    return rows.empty() ? S_FALSE : S_OK;
 }
 
 HRESULT COPTPlugin::OnTimeTick(uint64_t, uint64_t, uint64_t) {

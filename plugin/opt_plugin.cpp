@@ -18,8 +18,6 @@ COPTPlugin::~COPTPlugin() {
     DestroyTracks();
     QmList_Destroy(m_tracks);
     QmList_Destroy(m_filtered);
-    QmList_Destroy(m_deferred);
-    for (PortArray& ports : m_ports) FreePorts(ports);
 }
 
 HRESULT COPTPlugin::FinalConstruct() {
@@ -58,19 +56,25 @@ uint32_t COPTPlugin::AddRef() { return m_refs.Increment(); }
 
 uint32_t COPTPlugin::Release() {
     const uint32_t left = m_refs.Decrement();
-    if (left == 0) delete this;
-    return left;
+    if (left > 0) return left;
+    // A host that forgets Terminate must leave neither a thread nor a connection behind. What the work's end
+    // takes of references and gives back is counted from 1, so that it does not come here again.
+    m_refs.Increment();
+    Terminate();
+    delete this;
+    return 0;
 }
 
 HRESULT COPTPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32_t, uint32_t,
                                uint32_t* capabilities) {
     if (!host || !capabilities) return E_POINTER;
-    *capabilities &= m_capabilities;
     {
         std::lock_guard lock(m_hostLock);
+        if (m_host) return E_UNEXPECTED;  // at work already, and it goes on
         m_host = ComPtr<IUnknown>(host);
         m_hostSite = ComPtr<IUnknown>(hostSite);
     }
+    *capabilities &= m_capabilities;
 
     ComPtr<IMPProjectTree> projectTree;
     ComPtr<IMPPropertyStore> propertyStore;
@@ -208,5 +212,12 @@ HRESULT COPTPlugin::Save(IStream*, BOOL) { return E_NOTIMPL; }
 HRESULT COPTPlugin::GetSizeMax(uint64_t*) { return E_NOTIMPL; }
 HRESULT COPTPlugin::SavePreferences() { return S_OK; }
 HRESULT COPTPlugin::LoadPreferences() { return S_OK; }
+
+HRESULT COPTPlugin::LoadPorts(uint32_t isOutput) {
+    const ComPtr<IMPPortList> list = PortList();
+    return list ? m_ports.Load(*list, isOutput) : E_UNEXPECTED;
+}
+uint64_t COPTPlugin::GetPort(uint32_t isOutput) { return m_ports.Selected(isOutput); }
+void COPTPlugin::SetPort(uint32_t isOutput, uint64_t id) { m_ports.Select(isOutput, id); }
 
 HRESULT COPTPlugin::SetLCID(uint32_t, uint32_t lcid) { return ApplyModuleLcid(lcid); }

@@ -7,9 +7,11 @@
 // thread.
 #pragma once
 
+#include "contract/host_contract.h"
 #include "kernel/list.h"
 #include "platform/event.h"
-#include "plugin/host_contract.h"
+#include "plugin/host_ports.h"
+#include "plugin/record_queue.h"
 
 #include <mutex>
 #include <string>
@@ -138,23 +140,18 @@ public:
     HRESULT GetHostProperty(const GUID& id, void* buffer, uint32_t size);
     HRESULT SetHostProperty(const GUID& id, const void* buffer, uint32_t size, uint32_t index = 0);
 
+    /// The host's ports as of the last load. [any-thread]
+    std::vector<HostPorts::Row> Ports(uint32_t isOutput) const { return m_ports.Rows(isOutput); }
+
 protected:
     ComPtr<CListPage> Page() const;
-    bool HasQueuedNotifications();
+    bool HasQueuedNotifications() const { return !m_notifications.IsEmpty(); }
     ComPtr<IUnknown> Host() const;
     /// Connects a sink of the host's connection points; *cookie stays 0 on failure.
     HRESULT Advise(const GUID& point, IUnknown* sink, uint32_t* cookie);
     /// Ends a connection and zeroes the cookie, whatever the host answers.
     void Unadvise(const GUID& point, uint32_t* cookie);
-    /// Loads one port array; the selected port stays when its GUID is still there, else the first is taken.
     HRESULT LoadPorts(uint32_t isOutput);
-    struct PortRow {
-        uint64_t id;
-        GUID guid;
-        std::u16string name;
-    };
-    /// The host's ports as of the last load. [any-thread]
-    std::vector<PortRow> CopyPorts(uint32_t isOutput) const;
 
     char16_t m_name[OPT_NAME_SIZE] = {};
     std::atomic<uint32_t> m_filterState{0};
@@ -165,14 +162,8 @@ protected:
     ComPtr<COPTPluginPersit> m_persist;
 
 private:
-    struct PortArray {
-        MPPORTARRAY rows{};
-        uint64_t selected = 0;
-        GUID selectedGuid{};
-    };
     class TreeLock;
 
-    void FreePorts(PortArray& ports);
     void DestroyTracks();
     int32_t FindTrack(uint64_t id) const;
     void NoteUsedChannel(uint32_t channel);
@@ -197,10 +188,9 @@ private:
     int32_t m_filterTrack = -1;
     int32_t m_filterEvent = -1;
 
-    CriticalSection m_deferredLock;
+    RecordQueue<MPNOTIFYREC> m_notifications;
     mutable CriticalSection m_treeLock;
     mutable std::mutex m_hostLock;  ///< guards the pointers below and the page; never held across a call
-    HQMLIST m_deferred = nullptr;
     std::atomic<uint32_t> m_state{0};
     uint32_t m_dirty = 0;
     uint32_t m_hostLockDepth = 0;
@@ -215,5 +205,5 @@ private:
     ComPtr<IMPPortList> m_portList;
     ComPtr<IUnknown> m_host;
     ComPtr<IUnknown> m_hostSite;
-    PortArray m_ports[2];  ///< by isOutput; guarded by m_treeLock
+    HostPorts m_ports;
 };

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/com.h"
+#include "platform/guarded.h"
 
 #include <atomic>
 
@@ -33,6 +34,14 @@ protected:
         return S_OK;
     }
     Owner* ThePlugin() const { return m_owner; }
+    /// Runs one operation of the plug-in; a null argument and a dead plug-in are answered here.
+    template <class F>
+    HRESULT Forward(const void* argument, F&& call) const {
+        Owner* plugin = m_owner;
+        if (!plugin) return E_UNEXPECTED;
+        if (!argument) return E_POINTER;
+        return Guarded([&] { return call(*plugin); });
+    }
 
 private:
     RefCount m_refs;

@@ -19,12 +19,12 @@ QM_API HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_
 /// Makes a page by its class id; E_NOINTERFACE for one that the module does not have, and when it can't be
 /// made.
 QM_API HRESULT QmOPTPlug_CreateOPTPropertyPage(const GUID* pageId, IPropertyPage** out) {
-    return CreatePluginPage<CSurfacePage>(CLSID_SurfacePage, pageId, out);
+    return CreatePluginPage<CSurfacePage, CLSID_SurfacePage>(pageId, out);
 }
 
 /// Changes the language of the module; 0 is US English. [page-thread]
 QM_API HRESULT QmOPTPlug_UpdateKernelLCID(uint32_t lcid) {
-    return ModuleEntry([&] { return ApplyModuleLcid(lcid), S_OK; });
+    return Guarded([&] { return ApplyModuleLcid(lcid), S_OK; });
 }
 
 }  // extern "C"

@@ -28,6 +28,8 @@ CSurfacePage::~CSurfacePage() {
     if (Window()) Deactivate();
 }
 
+bool CSurfacePage::Takes(COPTPlugin& plugin) const { return dynamic_cast<CSurfacePlugin*>(&plugin); }
+
 HRESULT CSurfacePage::SetObjects(uint32_t count, IUnknown** objects) {
     const HRESULT hr = CBaseListPage::SetObjects(count, objects);
     if (hr == S_OK && Window()) Deactivate();
@@ -38,27 +40,10 @@ HRESULT CSurfacePage::Activate(HWND parent, const RECT* rect, BOOL) {
     if (!rect) return E_POINTER;
     const ComPtr<COPTPlugin> plugin = ThePlugin();
     ComPtr<CSurfacePlugin> surface(dynamic_cast<CSurfacePlugin*>(plugin.Get()));
-    if (!surface || Window()) return E_UNEXPECTED;
-    auto window = std::make_unique<PageWindow>(std::move(surface));
-    PageWindow* made = window.get();
-    if (!made->EmbedIn(parent)) return E_INVALIDARG;
-    made->setGeometry(ToQRect(*rect));
-    SetWindow(std::move(window));
-    if (made->Create()) return S_OK;
-    SetWindow(nullptr);
-    return E_OUTOFMEMORY;
+    if (!surface) return E_UNEXPECTED;
+    return Embed(std::make_unique<PageWindow>(std::move(surface)), parent, rect);
 }
 
 HRESULT CSurfacePage::GetPageInfo(PROPPAGEINFO* info) {
-    if (!info) return E_POINTER;
-    info->title = CoTaskMemString(SurfaceText(IDS_SURFACE));
-    info->pageSize = IDEAL_SIZE;
-    info->docString = info->helpFile = nullptr;
-    info->helpContext = 0;
-    if (info->size == sizeof(PROPPAGEINFOEX)) {
-        auto* extended = reinterpret_cast<PROPPAGEINFOEX*>(info);
-        extended->window = Window() ? Window()->Handle() : 0;
-        extended->menuName = nullptr;
-    }
-    return info->title ? S_OK : E_OUTOFMEMORY;
+    return TellPage(info, SurfaceText(IDS_SURFACE), IDEAL_SIZE);
 }

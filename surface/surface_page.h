@@ -13,6 +13,9 @@ public:
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
 
+protected:
+    bool Takes(COPTPlugin& plugin) const override;
+
 private:
     class PageWindow;
 };

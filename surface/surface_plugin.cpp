@@ -121,10 +121,7 @@ void CSurfacePlugin::PickPort(uint32_t isOutput, uint64_t port) {
     SavePreferences();
 }
 
-FunctionRows CSurfacePlugin::CurrentRows() const {
-    FUNCTIONMAPENTRY entry;
-    return Map()->GetMap(Map()->CurrentMap(), &entry) == S_OK ? FunctionRows::Of(entry) : FunctionRows();
-}
+FunctionRows CSurfacePlugin::CurrentRows() const { return Map()->Rows(Map()->CurrentMap()); }
 
 // "X (own)", "X (own 2)": no map that is there is written over.
 std::u16string CSurfacePlugin::FreeName(const std::u16string& base) const {

@@ -7,6 +7,7 @@
 
 #include "controlmap/map_edit.h"
 #include "plugin/catalog_names.h"
+#include "plugin/control_plugin.h"
 
 #include <optional>
 
@@ -27,8 +28,8 @@ public:
 
     // What the page shows and does. What is chosen is kept at once. [page-thread]
 
-    using Port = PortRow;
-    std::vector<Port> Ports(uint32_t isOutput) const { return CopyPorts(isOutput); }
+    using Port = HostPorts::Row;
+
     void PickPort(uint32_t isOutput, uint64_t port);
 
     /// Their names, in their order.
@@ -79,7 +80,7 @@ private:
     bool UseOwnMap(FUNCTIONMAPENTRY& entry);
     void ShowTransport(bool everything);
 
-    CatalogNames m_names{*this};
+    CatalogNames m_names{Catalog()};
 
     mutable std::mutex m_seenLock;  // guards the ones below
     Seen m_seen{};

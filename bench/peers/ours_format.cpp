@@ -2,7 +2,7 @@
 // beside it there.
 #include "peers.h"
 
-#include "kernel/print/inat.h"
+#include "kernel/formats/inat.h"
 #include "kernel/print/print.h"
 #include "platform/locale.h"
 

@@ -2,7 +2,7 @@
 // keeps it as large as itself.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
 #include "host/app/settings.h"
 
 #include "kernel/lang/lang.h"
-#include "kernel/lang/user_lcid.h"
+#include "kernel/metrics/user_lcid.h"
 #include "kernel/time/position.h"
 #include "platform/text.h"
 

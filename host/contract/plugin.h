@@ -2,9 +2,9 @@
 // order that the contract asks for. [ui-thread]
 #pragma once
 
+#include "contract/host_contract.h"
 #include "host/contract/project.h"
 #include "platform/module.h"
-#include "plugin/host_contract.h"
 
 #include <filesystem>
 #include <string>

@@ -5,10 +5,10 @@
 // no lock is held while they do.
 #pragma once
 
+#include "contract/host_contract.h"
 #include "host/engine/engine.h"
 #include "host/midi/midi_ports.h"
 #include "host/session/session.h"
-#include "plugin/host_contract.h"
 
 #include <filesystem>
 #include <functional>

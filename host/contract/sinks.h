@@ -1,7 +1,7 @@
 // Connections of plug-ins to the host: who listens on which point, and the safe sending to them.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <condition_variable>
 #include <cstdint>

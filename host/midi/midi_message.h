@@ -1,7 +1,7 @@
 // MIDI 1.0 between bytes and the contract's events.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <cstdint>
 #include <functional>

@@ -3,7 +3,6 @@
 #include "kernel/lang/languages.h"
 #include "kernel/lang/string_resources.h"
 #include "kernel/list.h"
-#include "kernel/print/inat.h"
 #include "platform/event.h"
 #include "platform/layout_direction.h"
 #include "platform/made_once.h"

@@ -10,7 +10,7 @@
 // the main thread while nobody does.
 #pragma once
 
-#include "platform/types.h"
+#include "platform/user_language.h"
 
 struct QMLANG;
 typedef QMLANG* HQMLANG;
@@ -18,7 +18,6 @@ typedef QMLANG* HQMLANG;
 /// platform/string_resources.h).
 typedef const void* HINSTANCE;
 
-inline constexpr uint32_t LCID_ENGLISH_US = 1033;
 inline constexpr uint32_t LANG_PRIMARY_MASK = 0x3FF;
 inline constexpr uint32_t LANG_PRIMARY_ENGLISH = 9;
 inline constexpr uint32_t QMLANG_SLOTS = 18;
@@ -83,6 +82,11 @@ QM_API const char16_t* QmGetString(HQMLANG lang, const char16_t* idOrRecord);
 /// Plain text comes back as it is, and null as null.
 QM_API const char16_t* QmGetStringSmart(HQMLANG lang, const char16_t* text);
 QM_API BOOL IsQMLANGSTRINGID(HQMLANG lang, const void* pointer);
+
+/// Reads the user's locale, and the SMPTE and music separators in the handle's language, into the block of
+/// kernel/formats/inat.h; the latter become the tokens $(m.b) and $(b.t) too. Runs when a language is opened;
+/// call it when the locale changes. [main-thread]
+QM_API void QmLang_GetInternationals(HQMLANG lang);
 
 }  // extern "C"
 

@@ -1,7 +1,7 @@
 // Writing a number's digits in the user's groups and separators.
 #pragma once
 
-#include "kernel/print/inat.h"
+#include "kernel/formats/inat.h"
 #include "kernel/print/text_writer.h"
 
 /// The digits of a whole part, with the thousands separators that belong into it.

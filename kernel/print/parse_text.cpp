@@ -1,6 +1,6 @@
 #include "kernel/print/parse_text.h"
 
-#include "kernel/print/inat.h"
+#include "kernel/formats/inat.h"
 
 #include <algorithm>
 #include <charconv>

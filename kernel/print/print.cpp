@@ -1,10 +1,10 @@
 #include "kernel/print/print.h"
 
+#include "kernel/formats/tokens.h"
 #include "kernel/lang/lang.h"
 #include "kernel/print/digits.h"
 #include "kernel/print/directive.h"
 #include "kernel/print/group.h"
-#include "kernel/print/tokens.h"
 
 #include <charconv>
 #include <cmath>

@@ -17,7 +17,7 @@
 // [any-thread]
 #pragma once
 
-#include "platform/types.h"
+#include "kernel/formats/tokens.h"
 
 #include <cstdarg>
 
@@ -32,11 +32,5 @@ QM_API int32_t QmCchPrintF(char16_t* out, uint32_t capacity, uint32_t* outLength
                            ...);
 QM_API int32_t QmNVPrintF(char16_t* out, uint32_t capacity, uint32_t* outLength, const char16_t* format,
                           va_list values);
-
-/// Makes $(name) write `value`; a token of the same name, whatever its case, is replaced. False when out of
-/// memory, and then the old one is gone.
-QM_API BOOL QmPrintF_AddToken(const char16_t* name, const char16_t* value);
-/// True if there was one.
-QM_API BOOL QmPrintF_DeleteToken(const char16_t* name);
 
 }  // extern "C"

@@ -1,6 +1,6 @@
 #include "kernel/time/time_parse.h"
 
-#include "kernel/print/inat.h"
+#include "kernel/formats/inat.h"
 #include "kernel/print/parse_text.h"
 #include "kernel/time/time_math.h"
 #include "kernel/time/time_text.h"

@@ -1,8 +1,8 @@
 #include "kernel/ui/menu_manager.h"
 
 #include "kernel/codes.h"
+#include "kernel/color_math.h"
 #include "kernel/lang/lang.h"
-#include "kernel/ui/color_math.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_edge.h"
 #include "kernel/ui/ui_fonts.h"

@@ -1,8 +1,8 @@
 #include "kernel/ui/theme.h"
 
+#include "kernel/color_math.h"
 #include "kernel/profile/ini_file.h"
 #include "kernel/ui/color_files.h"
-#include "kernel/ui/color_math.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #include "kernel/ui/ui_colors.h"
 
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "platform/ui/paint.h"
 
 #include <QBrush>

@@ -56,6 +56,12 @@ protected:
     std::unique_ptr<PageHarness> page;
 };
 
+struct OtherPlugin final : COPTControlPlugin {
+    OtherPlugin() : COPTControlPlugin(nullptr) {}
+    HRESULT GetPages(CAUUID*) override { return E_NOTIMPL; }
+    HRESULT UpdateEntry(const MPCTRLREC&) override { return S_OK; }
+};
+
 const QString VOLUME = QStringLiteral("Volume"), MUTE = QStringLiteral("Mute"), SOLO = QStringLiteral("Solo");
 const QString DRUMS = QStringLiteral("Drums"), BASS = QStringLiteral("Bass"), KEYS = QStringLiteral("Keys");
 
@@ -246,7 +252,34 @@ TEST_F(Page, RefusesWhatTheContractRefuses) {
     EXPECT_EQ(other->SetObjects(2, two), E_UNEXPECTED);
     IUnknown* foreign = host.Unknown();
     EXPECT_NE(other->SetObjects(1, &foreign), S_OK) << "not our plug-in";
+    ComPtr<OtherPlugin> control(new OtherPlugin);
+    ASSERT_EQ(control->FinalConstruct(), S_OK);
+    ComPtr<IUnknown> unknown;
+    control->QueryInterface(IID_IUnknown, unknown.OutVoid());
+    IUnknown* ofAnotherModule = unknown.Get();
+    EXPECT_EQ(other->SetObjects(1, &ofAnotherModule), E_NOINTERFACE);
+    EXPECT_EQ(control->DetachPage(nullptr), E_UNEXPECTED) << "nothing was attached";
     EXPECT_EQ(other->SetObjects(0, nullptr), S_OK);
+}
+
+TEST_F(Page, EveryPageThatIsNamedCanBeMadeAndShown) {
+    for (const GUID& id : {CLSID_ConsoleCfgPage, CLSID_ConsolePage, CLSID_ConsoleMixerPage}) {
+        SCOPED_TRACE(id.Data1);
+        page->Close();
+        ASSERT_EQ(page->Open(object.Get(), id), S_OK);
+        EXPECT_TRUE(page->Page().isVisible());
+        EXPECT_FALSE(page->title.empty());
+    }
+}
+
+TEST_F(Page, ATimeTickReadsTheValuesBackWhileTheTransportStands) {
+    host.transport = 0;
+    Edit(1, [](FakeChannel& c) { c.volume = PositionToGain(-60); });  // by itself, and nobody was told
+    host.Control(MPCTRL_METERS);
+    PageHarness::Settle();
+    EXPECT_EQ(page->FaderDb(DRUMS), 0) << "a meter tick reads values of a running host alone";
+    host.Tick();
+    EXPECT_TRUE(PageHarness::Until([&] { return page->FaderDb(DRUMS) == -6.0; }));
 }
 
 TEST_F(Page, AMeterTickChangesTheMetersAloneOnTheScreen) {

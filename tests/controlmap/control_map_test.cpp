@@ -163,6 +163,76 @@ TEST_F(Map, AFaderTakesItsValueOverAndIsNotSentItsOwnMove) {
     EXPECT_EQ(map.Idle(false), kIdleQuiet) << "peeked at, not run";
 }
 
+TEST_F(Map, NoControlJumpsAnywhereAlongItsWay) {
+    struct Row {
+        const char* what;
+        uint32_t type;
+        int32_t min, max;
+        int32_t low, high;  ///< of what the control sends
+    };
+    constexpr int32_t kAll = 16383;
+    const Row controls[] = {{"a controller", MPCNTRL_CHNG, 0, 127, 0, 127},
+                            {"half of one", MPCNTRL_CHNG, 20, 90, 20, 90},
+                            {"one without limits", MPCNTRL_CHNG, 0, 0, 0, 127},
+                            {"a wheel around its middle", MPPITCH_BEND, -8192, 8191, 0, kAll},
+                            {"a wheel's upper half", MPPITCH_BEND, 0, 8191, 8192, kAll},
+                            {"14 bits", MPNRPN, 0, kAll, 0, kAll}};
+    const auto event = [](const Row& control, int32_t at) {
+        const auto high = static_cast<uint8_t>(at >> 7), low = static_cast<uint8_t>(at & 127);
+        return control.type == MPCNTRL_CHNG   ? Event(MPCNTRL_CHNG, 1, low)
+               : control.type == MPPITCH_BEND ? Event(MPPITCH_BEND, low, high)
+                                              : Event(MPNRPN, 1, 1, high, low);
+    };
+    for (const Row& control : controls)
+        for (const float start : {0.0f, 0.3f, 1.0f, 1.7f, 2.0f})
+            for (const bool upward : {true, false}) {
+                SCOPED_TRACE(testing::Message() << control.what << " from " << start << ' ' << upward);
+                rows.clear();
+                Add(ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, event(control, 0), control.max)
+                    .minValue = control.min;
+                map.SetBank(KIND_AUDIO_TRACK);  // forgets where the control was
+                Use();
+                Channel(101).volume = start;
+                const int32_t way = control.high - control.low, stride = way > 1000 ? 100 : 1;
+                const float step = 2.0f * static_cast<float>(stride + 1) / static_cast<float>(way);
+                float before = start;
+                for (int32_t i = 0; i <= way; i += stride) {
+                    Play(event(control, upward ? control.low + i : control.high - i));
+                    ASSERT_LE(std::abs(Channel(101).volume - before), step) << i;
+                    before = Channel(101).volume;
+                }
+                Play(event(control, upward ? control.high : control.low));
+                ASSERT_NEAR(Channel(101).volume, upward ? 2 : 0, 1e-3) << "and it follows to the end";
+            }
+    // The way back: what the wheel is sent is what it would send.
+    MPFUNCTIONMAP row{};
+    row.flags = EFUNCFLAG_VALUE;
+    row.minValue = -8192;
+    row.maxValue = 8191;
+    row.first = Event(MPPITCH_BEND);
+    for (const float value : {0.0f, 0.25f, 0.5f, 1.0f}) {
+        EXPECT_EQ(EventFromValue(value, row), S_OK);
+        EXPECT_LT(row.first.byte1 | row.first.byte2, 128);
+        EXPECT_NEAR(ValueFromEvent(0, row), value, 1e-4);
+    }
+}
+
+TEST_F(Map, AMidiTracksVolumeGoesInEvenSteps) {
+    site.AddChannel(107, KIND_MIDI_TRACK);
+    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    Use();
+    map.SetBank(KIND_MIDI_TRACK);
+    ASSERT_EQ(map.StripChannel(0).channel, 107u);
+    Channel(107).volume = 100 / 127.0f;
+    map.RefreshStrips(true);
+    ASSERT_FALSE(site.sent.empty());
+    EXPECT_EQ(site.sent.back().byte2, 100) << "no taper";
+    Play(Event(MPCNTRL_CHNG, 1, 100));
+    Play(Event(MPCNTRL_CHNG, 1, 90));
+    EXPECT_FLOAT_EQ(Channel(107).volume, 90 / 127.0f);
+}
+
 TEST_F(Map, ATouchedFaderFollowsTheHandAndFallsBackAfterwards) {
     Receive(5, 0, Event(MPNOTE_ON, 104, 127), 0);
     rows.back().first.byte2 = 127;
@@ -504,7 +574,12 @@ TEST_F(Map, FailuresOfTheHostEndAFunctionAndMapsComeAndGo) {
     EXPECT_TRUE(map.MapExists(u"Test"));
     EXPECT_EQ(map.SelectMap(5), S_FALSE);
     map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false);
+    FUNCTIONMAPENTRY told{};
+    EXPECT_EQ(map.GetMap(0, &told), S_OK);
+    EXPECT_EQ(told.tables, nullptr) << "they may go at any time";
+    const FunctionRows copied = map.Rows(0);
     EXPECT_EQ(map.DeleteMap(0), S_OK);
+    EXPECT_EQ(copied.All().size(), 2u) << "a copy stays";
     EXPECT_EQ(map.CurrentMap(), -1);
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
     map.Idle(false);

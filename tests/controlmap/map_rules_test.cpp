@@ -166,7 +166,7 @@ TEST(MapValue, NamesAreCutSoThatTheyStayApart) {
 }
 
 TEST(Takeovers, WaitUntilTheControlHasPassedTheValue) {
-    TakeoverState state{0.5f, -1};
+    TakeoverState state{0.5f, RAW_UNKNOWN};
     const auto move = [&](uint8_t to, bool touched = false) {
         const MPFUNCTIONMAP row = Row(V, Event(MPCNTRL_CHNG, 7, to), 0, 127);
         const HRESULT hr = Takeover(state, ValueFromEvent(0, row), touched, row);
@@ -177,12 +177,12 @@ TEST(Takeovers, WaitUntilTheControlHasPassedTheValue) {
     EXPECT_FALSE(move(30));
     EXPECT_TRUE(move(70)) << "passed it between two events";
     EXPECT_TRUE(move(90)) << "and has it";
-    state = {0.5f, -1};
+    state = {0.5f, RAW_UNKNOWN};
     EXPECT_FALSE(move(100));
     EXPECT_TRUE(move(64)) << "reached it exactly";
-    state = {0.5f, -1};
+    state = {0.5f, RAW_UNKNOWN};
     EXPECT_TRUE(move(3, true)) << "a hand that holds the touch";
-    state = {-1, -1};
+    state = {-1, RAW_UNKNOWN};
     EXPECT_TRUE(move(99)) << "nothing is known";
 }
 

@@ -1,7 +1,7 @@
 // Events as tests write them.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 inline MPEVENTREC Event(uint32_t type, uint8_t byte1 = 0, uint8_t byte2 = 0, uint8_t byte3 = 0,
                         uint8_t byte4 = 0, uint32_t channel = 0) {

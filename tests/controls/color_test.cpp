@@ -1,5 +1,5 @@
 // Colours by index, colour arithmetic, edges, fonts, and whether the theme can be read.
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_edge.h"

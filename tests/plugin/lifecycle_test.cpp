@@ -120,6 +120,27 @@ TEST(Lifecycle, OpensAProjectAndBalancesEveryReference) {
     EXPECT_EQ(host.References(), 0);
 }
 
+TEST(Lifecycle, AHostMayInitialiseTwiceAndForgetTerminate) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    uint32_t capabilities = 0x40;
+    EXPECT_EQ(plugin->Initialise(host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities), E_UNEXPECTED);
+    EXPECT_EQ(capabilities, 0x40u);
+    EXPECT_EQ(host.Connections(), 3) << "the first one goes on";
+    EXPECT_EQ(Ids(*plugin).size(), 5u);
+    ComPtr<IUnknown> last;
+    plugin->QueryInterface(IID_IUnknown, last.OutVoid());
+    plugin.Reset();
+    EXPECT_GT(host.References(), 0);
+    last.Reset();
+    EXPECT_EQ(host.References(), 0);
+    EXPECT_EQ(host.Connections(), 0);
+    EXPECT_EQ(host.preferences[std::u16string(1, 100)], 1015) << "what it kept is kept";
+}
+
 TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
     FakeHost host;
     AddChannels(host);
@@ -159,6 +180,101 @@ TEST(Lifecycle, FollowsSingleChangesOfTheHost) {
     host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 77, KIND_AUDIO_TRACK);
     host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, 0, 2, KIND_AUDIO_TRACK);
     EXPECT_EQ(Ids(*plugin).size(), 5u) << "an unknown id and a level of 0 change nothing";
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, OnlyWhatIsEnumeratedBecomesAChannel) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    {
+        std::lock_guard guard(host.lock);
+        host.channels.push_back({9, KIND_FAMILY_40, 3, u"Video"});
+    }
+    host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, 9, KIND_FAMILY_40);
+    plugin->DrainNotifications(0);
+    int32_t index = -1;
+    EXPECT_EQ(plugin->FindChannel(9, &index), S_FALSE);
+    EXPECT_EQ(Ids(*plugin).size(), 5u);
+    host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 9, KIND_FAMILY_40);
+    plugin->DrainNotifications(0);
+    EXPECT_EQ(Ids(*plugin).size(), 5u);
+
+    host.namesUnasked = true;
+    MPCHANNELREC rec{};
+    EXPECT_EQ(plugin->GetChannelRecord({2, 0, 0}, &rec, MASK_VOLUME), S_OK);
+    EXPECT_EQ(rec.name, nullptr) << "freed: nobody asked for it";
+    EXPECT_EQ(plugin->GetChannelRecord({2, 0, 0}, &rec, MASK_NAME), S_OK);
+    EXPECT_EQ(std::u16string(rec.name), u"Bass");
+    CoTaskMemFree(rec.name);
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, AHostMayChangeItsChannelsWhileItIsAsked) {
+    FakeHost host;
+    AddChannels(host);
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    // The question about the channel that came last brings another one, in front of it.
+    uint64_t next = 100;
+    host.onGet = [&](uint64_t channel) {
+        if (next == 160 || (next > 100 && channel + 1 != next)) return;
+        const uint64_t id = next++;
+        {
+            std::lock_guard guard(host.lock);
+            host.channels.push_back({id, KIND_AUDIO_TRACK, static_cast<int32_t>(-id), u"More"});
+        }
+        host.Control(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, id, KIND_AUDIO_TRACK);
+    };
+    host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_IDENTITY);
+    plugin->DrainNotifications(0);
+    EXPECT_TRUE(Eventually([&] {
+        CriticalSectionLock lock(plugin->MainLock());
+        return next == 160;
+    }));
+    {
+        CriticalSectionLock lock(plugin->MainLock());
+        host.onGet = nullptr;
+    }
+    std::vector<uint64_t> expected;
+    for (uint64_t id = 159; id >= 100; id--) expected.push_back(id);
+    expected.insert(expected.end(), {1, 2, 5, 3, 4});
+    EXPECT_EQ(Ids(*plugin), expected);
+    int32_t count = 0, index = 0;
+    EXPECT_EQ(plugin->GetChannelCount(&count), S_OK);
+    EXPECT_EQ(count, 65);
+    EXPECT_EQ(plugin->FindChannel(100, &index), S_OK);
+    EXPECT_EQ(index, 59);
+    plugin->Terminate();
+}
+
+TEST(Lifecycle, OneSwitchAmongManyChannelsIsReadAlone) {
+    FakeHost host;
+    for (uint64_t i = 1; i <= 400; i++)
+        host.channels.push_back({i, KIND_AUDIO_TRACK, static_cast<int32_t>(i), u"Track"});
+    ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
+    ASSERT_EQ(Initialise(*plugin, host), S_OK);
+    host.OpenProject();
+    const auto first = [&] {
+        CriticalSectionLock lock(plugin->MainLock());
+        return plugin->Map()->StripChannel(0).channel;
+    };
+    ASSERT_EQ(first(), 1u);
+    host.FailCall(0);  // counts anew
+    const auto change = [&](uint64_t id, uint32_t switches) {
+        {
+            std::lock_guard guard(host.lock);
+            host.Find(id)->switches = switches;
+        }
+        host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, MASK_SWITCHES);
+    };
+    change(200, SWITCH_MUTE);
+    change(1, SWITCH_HIDDEN);
+    EXPECT_TRUE(Eventually([&] { return first() == 2; })) << "a hidden one leaves the strips";
+    EXPECT_LT(host.Calls(), 40) << "the others are not asked for";
     plugin->Terminate();
 }
 
@@ -218,6 +334,9 @@ TEST(Lifecycle, AnyFailingCallLeavesAPluginThatWorksTheNextTime) {
         SCOPED_TRACE(n);
         FakeHost host;
         AddChannels(host);
+        const std::map<std::u16string, int64_t> kept = {
+            {u"ShowGroups", 1}, {std::u16string(1, 100), 1015}, {std::u16string(1, 201), 500}};
+        host.preferences = kept;
         ComPtr<CConsoleControlPlugin> plugin = MakePlugin();
         host.FailCall(n);
         if (Initialise(*plugin, host) == S_OK) {
@@ -229,6 +348,8 @@ TEST(Lifecycle, AnyFailingCallLeavesAPluginThatWorksTheNextTime) {
         const bool done = host.Calls() < n;
         ASSERT_EQ(host.References(), 0);
         ASSERT_LE(host.Connections(), 1) << "only a failing way to Unadvise may leave one";
+        for (const auto& [key, value] : kept)
+            ASSERT_EQ(host.preferences[key], value) << "no default over what the user chose";
 
         host.FailCall(0);
         ASSERT_EQ(Initialise(*plugin, host), S_OK);

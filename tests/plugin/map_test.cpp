@@ -2,6 +2,7 @@
 #include "controlmap/xml_function_map.h"
 #include "platform/text.h"
 #include "plugin/catalog_names.h"
+#include "plugin/control_plugin.h"
 #include "tests/controlmap/map_support.h"
 #include "tests/support/fake_host.h"
 
@@ -283,10 +284,10 @@ TEST(PluginMaps, HostFunctionsHaveTheNamesOfTheHostsCatalog) {
     ASSERT_EQ(plugin->FinalConstruct(), S_OK);
     uint32_t capabilities = 0;
     ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities), S_OK);
-    EXPECT_EQ(plugin->CatalogFamilies(), (std::vector<uint32_t>{1, 2}));
-    EXPECT_EQ(plugin->CatalogItems(1), (std::vector<uint32_t>{10, 11}));
-    EXPECT_EQ(plugin->CatalogItems(7), std::vector<uint32_t>());
-    const CatalogNames names(*plugin);
+    EXPECT_EQ(plugin->Catalog().Families(), (std::vector<uint32_t>{1, 2}));
+    EXPECT_EQ(plugin->Catalog().Items(1), (std::vector<uint32_t>{10, 11}));
+    EXPECT_EQ(plugin->Catalog().Items(7), std::vector<uint32_t>());
+    const CatalogNames names(plugin->Catalog());
     EXPECT_EQ(names.HostFamilyName(2), "Delays");
     EXPECT_EQ(names.HostFamilyNumber("Filters"), 1u);
     EXPECT_EQ(names.HostFunctionName(1, 11), "High cut");
@@ -306,10 +307,35 @@ TEST_F(PluginMap, TheChosenPortAloneIsHeardAndTheHostToldOfIt) {
     plugin->FilterEvents(&stream, &info);
     EXPECT_EQ(stream.ports, std::vector<uint64_t>{0}) << "none";
     plugin->ChoosePort(PORTS_INPUT, 7);
+    using Requests = std::vector<FakeHost::PortRequest>;
     EXPECT_EQ(host.portRequests,
-              (std::vector<std::pair<bool, uint64_t>>{
-                  {true, 7}, {true, 7}, {false, 7}, {false, 7}, {true, 7}, {false, 7}, {true, 7}, {true, 7}}))
-        << "both ends of each use, of input and output";
+              (Requests{{true, false, 7}, {true, true, 7}, {false, false, 7}, {true, false, 7}}))
+        << "both ends of each use, and the output stays open when the input changes";
     host.Notify(MPNOTIFY_PORTS);
-    EXPECT_EQ(host.portRequests.size(), 8u) << "nothing has changed";
+    EXPECT_EQ(host.portRequests.size(), 4u) << "nothing has changed";
+
+    // A host tells of its ports while it opens or closes one.
+    host.portRequests.clear();
+    bool told = false;
+    host.onPortRequest = [&] {
+        if (std::exchange(told, true)) return;
+        {
+            const std::scoped_lock lock(host.lock);
+            host.ports = {8};
+        }
+        host.Notify(MPNOTIFY_PORTS);
+    };
+    host.Control(MPCTRL_ACTIVATE, 0);
+    host.Control(MPCTRL_ACTIVATE, ACTIVATE_ON);
+    Requests expected = {{false, false, 7}, {false, true, 7}};
+    EXPECT_EQ(host.portRequests, expected) << "the chosen ones have gone";
+    {
+        const std::scoped_lock lock(host.lock);
+        host.ports = {7, 8};
+    }
+    told = false;
+    host.Notify(MPNOTIFY_PORTS);
+    expected.insert(expected.end(), {{true, false, 7}, {false, false, 7}});
+    EXPECT_EQ(host.portRequests, expected) << "back, and gone again while it was opened";
+    host.onPortRequest = nullptr;
 }

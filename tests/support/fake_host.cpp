@@ -212,10 +212,13 @@ HRESULT FakeHost::Store::GetProperty(const GUID* id, uint32_t, uint32_t, uint32_
 
 HRESULT FakeHost::Store::SetProperty(const GUID* id, uint32_t, uint32_t size, const void* buffer) {
     if (host->Fails()) return E_FAIL;
-    std::lock_guard guard(host->lock);
+    std::unique_lock guard(host->lock);
     if (*id == MPPROP_PORTS_BEGIN || *id == MPPROP_PORTS_END) {
         const auto* request = static_cast<const MPPORTREQUEST*>(buffer);
-        host->portRequests.emplace_back(*id == MPPROP_PORTS_BEGIN, request->port);
+        host->portRequests.push_back(
+            {*id == MPPROP_PORTS_BEGIN, request->kind == PORTREQUEST_OUTPUT, request->port});
+        guard.unlock();
+        if (host->onPortRequest) host->onPortRequest();
         return S_OK;
     }
     if (*id != MPPROP_PREFERENCE || size != sizeof(MPPREFREC)) return E_FAIL;
@@ -245,9 +248,13 @@ HRESULT FakeHost::Times::GetRate(uint32_t, uint32_t* out) {
 HRESULT FakeHost::Ports::GetPorts(uint32_t, MPPORTARRAY* out) {
     *out = {};
     if (host->Fails()) return E_FAIL;
-    out->ports = static_cast<MPPORT*>(CoTaskMemAlloc(sizeof(MPPORT)));
-    out->count = 1;
-    out->ports[0] = {7, "{00000000-0000-0000-0000-000000000007}"_guid, CoTaskMemString(u"Port")};
+    std::lock_guard guard(host->lock);
+    out->ports = static_cast<MPPORT*>(CoTaskMemAlloc(sizeof(MPPORT) * (host->ports.size() + 1)));
+    for (const uint64_t port : host->ports) {
+        GUID guid = "{00000000-0000-0000-0000-000000000000}"_guid;
+        guid.Data4[7] = static_cast<uint8_t>(port);
+        out->ports[out->count++] = {port, guid, CoTaskMemString(u"Port")};
+    }
     return S_OK;
 }
 
@@ -278,6 +285,7 @@ HRESULT FakeHost::Channels::Next(MPCHANNELREF* ref, uint32_t level, MPCHANNELREC
 HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t,
                                 uint32_t mask) {
     if (host->Fails()) return E_FAIL;
+    if (host->onGet) host->onGet(id->channel);
     std::lock_guard guard(host->lock);
     const FakeChannel* channel = level == LEVEL_CHANNEL ? host->Find(id->channel) : nullptr;
     if (!channel) return S_FALSE;
@@ -290,7 +298,7 @@ HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNEL
     if (mask & MASK_SWITCHES) rec->switches = channel->switches;
     if (mask & MASK_VOLUME) rec->volume = rec->linkedVolume = channel->volume;
     if (mask & MASK_METERS) rec->meter.level = channel->level;
-    if (mask & MASK_NAME) rec->name = CoTaskMemString(channel->name.c_str());
+    if (mask & MASK_NAME || host->namesUnasked) rec->name = CoTaskMemString(channel->name.c_str());
     return S_OK;
 }
 

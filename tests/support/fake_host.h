@@ -2,9 +2,10 @@
 // N-th call, and sends whatever the test wants.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -48,6 +49,8 @@ public:
     std::map<uint32_t, std::u16string> catalog;
     uint32_t channelMode = 0;
     bool refuseCtrlChannels = false;
+    bool namesUnasked = false;            ///< a name with everything that is asked of a channel
+    std::function<void(uint64_t)> onGet;  ///< inside the plug-in's question about a channel, without the lock
 
     struct SetCall {
         uint64_t channel;
@@ -55,7 +58,14 @@ public:
         MPCHANNELREC rec;
     };
     std::vector<SetCall> sets;
-    std::vector<std::pair<bool, uint64_t>> portRequests;  ///< begins or ends, port
+    struct PortRequest {
+        bool begins, isOutput;
+        uint64_t port;
+        friend bool operator==(const PortRequest&, const PortRequest&) = default;
+    };
+    std::vector<PortRequest> portRequests;
+    std::vector<uint64_t> ports = {7};    ///< of both directions
+    std::function<void()> onPortRequest;  ///< inside the plug-in's call, without the lock
 
     /// The call with this number from now on fails with E_FAIL, and only that one; 0 for none.
     void FailCall(int number) { m_calls = 0, m_failAt = number; }

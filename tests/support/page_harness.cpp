@@ -9,8 +9,8 @@ PageHarness::PageHarness(IUnknown* plugin, QSize size) {
     Settle();
 }
 
-HRESULT PageHarness::Open(IUnknown* plugin) {
-    HRESULT hr = QmOPTPlug_CreateOPTPropertyPage(&CLSID_ConsoleMixerPage, m_page.Out());
+HRESULT PageHarness::Open(IUnknown* plugin, const GUID& page) {
+    HRESULT hr = QmOPTPlug_CreateOPTPropertyPage(&page, m_page.Out());
     if (hr == S_OK) hr = m_page->SetPageSite(&m_site);
     if (hr == S_OK) hr = m_page->SetObjects(1, &plugin);
     const RECT rect{0, 0, top.width(), top.height()};
@@ -32,6 +32,7 @@ QWidget& PageHarness::Page() {
     PROPPAGEINFOEX info{};
     info.base.size = sizeof info;
     EXPECT_EQ(m_page->GetPageInfo(&info.base), S_OK);
+    title = info.base.title;
     CoTaskMemFree(info.base.title);
     CoTaskMemFree(info.menuName);
     QWidget* page = QWidget::find(static_cast<WId>(info.window));

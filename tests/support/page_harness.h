@@ -2,7 +2,7 @@
 // as a host does it.
 #pragma once
 
-#include "plugin/host_contract.h"
+#include "contract/host_contract.h"
 #include "tests/support/page_driver.h"
 
 extern "C" {
@@ -31,11 +31,12 @@ public:
     PageHarness(IUnknown* plugin, QSize size);
     ~PageHarness() override { Close(); }
 
-    HRESULT Open(IUnknown* plugin);
+    HRESULT Open(IUnknown* plugin, const GUID& page = CLSID_ConsoleMixerPage);
     void Close();
     QWidget& Page() override;
 
     QWidget top;
+    std::u16string title;  ///< of the page, as Page asked for it last
 
 private:
     PageSite m_site;

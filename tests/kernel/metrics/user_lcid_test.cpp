@@ -1,4 +1,4 @@
-#include "kernel/lang/user_lcid.h"
+#include "kernel/metrics/user_lcid.h"
 
 #include "home_fixture.h"
 

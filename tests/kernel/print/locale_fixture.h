@@ -1,7 +1,7 @@
 // Numbers as a given locale writes them.
 #pragma once
 
-#include "kernel/print/inat.h"
+#include "kernel/formats/inat.h"
 #include "kernel/print/print_text.h"
 #include "platform/locale.h"
 

@@ -1,4 +1,4 @@
-#include "kernel/print/inat.h"
+#include "kernel/formats/inat.h"
 #include "kernel/time/time_parse.h"
 #include "kernel/time/time_text.h"
 #include "platform/locale.h"

@@ -1,7 +1,6 @@
-#include "kernel/print/tokens.h"
+#include "kernel/formats/tokens.h"
 
 #include "kernel/list_internal.h"
-#include "kernel/print/print.h"
 #include "platform/made_once.h"
 #include "platform/text.h"
 

@@ -1,4 +1,4 @@
-#include "kernel/lang/user_lcid.h"
+#include "kernel/metrics/user_lcid.h"
 
 #include "kernel/lang/lang.h"
 #include "kernel/metrics/metric_key.h"

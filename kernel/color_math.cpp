@@ -1,4 +1,4 @@
-#include "kernel/ui/color_math.h"
+#include "kernel/color_math.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,10 @@
-// How the user writes numbers, times and lists: the block that the print engine takes its separators from.
+// How the user writes numbers, times and lists: the block that all printing and reading takes its separators
+// from. What fills it lies above, where the texts of the languages are.
 #pragma once
 
-#include "kernel/lang/lang.h"
+#include "platform/user_language.h"
 
+#include <memory>
 #include <string>
 
 /// What QmGetInat tells.
@@ -23,11 +25,6 @@ enum InatIndex : uint32_t {
 };
 
 extern "C" {
-
-/// Reads the user's locale, and the SMPTE and music separators in the handle's language; the latter become
-/// the tokens $(m.b) and $(b.t) too. Runs when a language is opened; call it when the locale changes.
-/// [main-thread]
-QM_API void QmLang_GetInternationals(HQMLANG lang);
 
 /// A number by its index, or the length of a text that is written to `out` unless that is null; 0 and an
 /// empty text for an index that has neither. [any-thread]
@@ -63,3 +60,7 @@ struct Inat {
 
 /// The block of now. It stays valid and unchanged for ever; a new locale makes a new one. [any-thread]
 const Inat& CurrentInat();
+/// Makes it the block of now.
+void PublishInat(std::unique_ptr<Inat> inat);
+/// Called, once, where the block is asked for before any was published; it publishes one.
+void SetInatReader(void (*reader)());

@@ -1,0 +1,32 @@
+// The host's catalog of effects: its families and their items, by id. [any-thread]
+#pragma once
+
+#include "contract/host_contract.h"
+
+#include <mutex>
+#include <vector>
+
+struct CATALOGROW {
+    uint32_t family;
+    std::vector<uint32_t> items;
+};
+
+class EffectCatalog {
+public:
+    /// Null for a host without one, and at the end.
+    void Connect(ComPtr<IMPPlugInCatalog> host);
+    ComPtr<IMPPlugInCatalog> Host() const;
+
+    /// S_FALSE without a host. What came before a failure stays.
+    HRESULT LoadCatalog();
+    void FreeCatalog();
+
+    /// As they were loaded.
+    std::vector<uint32_t> Families() const;
+    std::vector<uint32_t> Items(uint32_t family) const;
+
+private:
+    mutable std::mutex m_lock;  ///< never held across a call of the host
+    ComPtr<IMPPlugInCatalog> m_host;
+    std::vector<CATALOGROW> m_rows;
+};

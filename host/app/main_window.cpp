@@ -8,6 +8,7 @@
 #include "kernel/lang/languages.h"
 #include "kernel/time/position.h"
 #include "platform/text.h"
+#include "platform/ui/plain_text.h"
 
 #include <QActionGroup>
 #include <QCloseEvent>
@@ -15,8 +16,8 @@
 #include <QDialog>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
-#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressDialog>
@@ -24,6 +25,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace host {
@@ -52,6 +54,15 @@ constexpr TimeFormatRow TIME_FORMATS[] = {
 
 QString FromPath(const std::filesystem::path& path) { return QString::fromStdString(path.string()); }
 std::filesystem::path ToPath(const QString& path) { return path.toStdString(); }
+
+/// A line each, and no more than fit on a screen.
+QString Lines(const std::vector<std::string>& texts) {
+    constexpr size_t MOST = 20;
+    QStringList lines;
+    for (size_t i = 0; i < std::min(MOST, texts.size()); i++) lines += QString::fromStdString(texts[i]);
+    if (texts.size() > MOST) lines += QStringLiteral("…");
+    return lines.join(QLatin1Char('\n'));
+}
 
 }  // namespace
 
@@ -227,7 +238,7 @@ void MainWindow::LocateTo() {
 
 void MainWindow::MakeStatusLine() {
     const auto label = [this](int stretch) {
-        auto* made = new QLabel(this);
+        QLabel* made = MakePlainLabel(this);
         statusBar()->addPermanentWidget(made, stretch);
         return made;
     };
@@ -252,21 +263,22 @@ void MainWindow::Refresh() {
     m_device->setText(Format(IDS_DEVICE, Utf16FromUtf8(engine.device).c_str(),
                              static_cast<int32_t>(engine.sampleRate),
                              static_cast<int32_t>(engine.blockFrames)));
-    m_device->setToolTip(QString::fromStdString(engine.deviceProblem));
+    m_device->setToolTip(PlainText(QString::fromStdString(engine.deviceProblem)));
     m_load->setText(Format(IDS_LOAD, double{engine.load} * 100));
     m_dropouts->setText(Format(IDS_DROPOUTS, static_cast<int64_t>(engine.diskUnderruns + engine.lateBlocks)));
     if (const MidiPorts* midi = m_project.Midi())
         for (std::string& line : midi->Problems()) status.problems.push_back(std::move(line));
     m_problems->setVisible(!status.problems.empty());
     if (!status.problems.empty()) {
-        QStringList lines;
-        for (const std::string& problem : status.problems) lines += QString::fromStdString(problem);
-        m_problems->setText(lines.size() == 1 ? lines.front()
-                                              : Format(IDS_PROBLEMS, static_cast<int32_t>(lines.size())));
-        m_problems->setToolTip(lines.join(QLatin1Char('\n')));
+        m_problems->setText(status.problems.size() == 1
+                                ? QString::fromStdString(status.problems.front())
+                                : Format(IDS_PROBLEMS, static_cast<int32_t>(status.problems.size())));
+        m_problems->setToolTip(PlainText(Lines(status.problems)));
     }
     const std::filesystem::path path = m_project.Path();
-    const QString name = path.empty() ? Text(IDS_NEW_SESSION) : FromPath(path.stem());
+    QString name = path.empty() ? Text(IDS_NEW_SESSION) : FromPath(path.stem());
+    name.replace(QStringLiteral("[*]"),
+                 QStringLiteral("[*][*]"));  // the mark of a changed session is another
     setWindowTitle(QStringLiteral("%1[*] - %2").arg(name, m_pageHost->Title()));
     setWindowModified(m_project.IsModified());
 }
@@ -290,7 +302,7 @@ void MainWindow::RefreshMidi() {
 }
 
 void MainWindow::ShowProblem(const QString& title, const QString& text) {
-    QMessageBox::warning(this, title, text);
+    QMessageBox::warning(this, title, PlainText(text));
 }
 
 QString MainWindow::StartFolder() const {
@@ -299,6 +311,17 @@ QString MainWindow::StartFolder() const {
 
 void MainWindow::OpenSession() {
     if (!MayDiscard()) return;
+// The dialog's own question whether to replace takes the file's name for rich text.
+QString MainWindow::ChooseToWrite(HostTextId title, const QString& start, HostTextId filter) {
+    const QString chosen = QFileDialog::getSaveFileName(this, Text(title), start, Text(filter), nullptr,
+                                                        QFileDialog::DontConfirmOverwrite);
+    if (chosen.isEmpty() || !QFileInfo::exists(chosen)) return chosen;
+    const QString ask = Format(IDS_ASK_REPLACE, QFileInfo(chosen).fileName().toStdU16String().c_str());
+    const auto answer = QMessageBox::question(this, Text(title), PlainText(ask),
+                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+    return answer == QMessageBox::Yes ? chosen : QString();
+}
+
     const QString chosen =
         QFileDialog::getOpenFileName(this, Text(IDS_TITLE_OPEN), StartFolder(), Text(IDS_FILTER_SESSIONS));
     if (chosen.isEmpty()) return;
@@ -325,8 +348,7 @@ bool MainWindow::Save() {
 
 bool MainWindow::SaveAs() {
     const QString start = m_project.Path().empty() ? StartFolder() : FromPath(m_project.Path());
-    const QString chosen =
-        QFileDialog::getSaveFileName(this, Text(IDS_TITLE_SAVE), start, Text(IDS_FILTER_SESSIONS));
+    const QString chosen = ChooseToWrite(IDS_TITLE_SAVE, start, IDS_FILTER_SESSIONS);
     if (chosen.isEmpty()) return false;
     try {
         m_project.SaveAs(ToPath(chosen));
@@ -339,12 +361,11 @@ bool MainWindow::SaveAs() {
 }
 
 void MainWindow::RenderMix() {
-    const QString chosen = QFileDialog::getSaveFileName(this, Text(IDS_TITLE_RENDER),
-                                                        QStringLiteral("mix.wav"), Text(IDS_FILTER_WAVE));
+    const QString chosen = ChooseToWrite(IDS_TITLE_RENDER, QStringLiteral("mix.wav"), IDS_FILTER_WAVE);
     if (chosen.isEmpty()) return;
     constexpr int STEPS = 1000;
-    QProgressDialog progress(Format(IDS_RENDERING, chosen.toStdU16String().c_str()), Text(IDS_CANCEL), 0,
-                             STEPS, this);
+    QProgressDialog progress(PlainText(Format(IDS_RENDERING, chosen.toStdU16String().c_str())),
+                             Text(IDS_CANCEL), 0, STEPS, this);
     progress.setWindowModality(Qt::WindowModal);
     try {
         m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {

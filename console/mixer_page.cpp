@@ -126,6 +126,7 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
     case WM_KILLFOCUS:
         m_hasFocus = message == WM_SETFOCUS;
         if (m_mixerView && m_hasFocus) m_mixerView->EnsureFocus();
+        if (m_mixerView && !m_hasFocus) m_mixerView->EndKeyGesture();
         OnFocusMoved();
         InvalidateAll();
         return 0;
@@ -142,8 +143,15 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
         return 0;
     case WM_CAPTURECHANGED:
     case WM_CANCELMODE:
-        if (m_mixerView) m_mixerView->OnMouse(message, wparam, lparam);
+        if (m_mixerView) {
+            m_mixerView->EndKeyGesture();
+            m_mixerView->OnMouse(message, wparam, lparam);
+        }
         return 0;
+    case WM_SHOWWINDOW:
+    case WM_ENABLE:
+        if (m_mixerView && !wparam) m_mixerView->EndKeyGesture();
+        return window.Default(message, wparam, lparam);
     case WM_MOUSELEAVE: m_lastHit = 0; return 0;
     case PAGEMSG_REFRESH: OnRefresh(wparam, lparam); return 0;
     case PAGEMSG_TICK: OnTick(); return 0;

@@ -189,7 +189,7 @@ void CMixerView::OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) {
 void CMixerView::OnImagesChanged() { LayoutStrips(); }
 void CMixerView::OnTimer(uint32_t id) {
     // The repeat timer of a fader whose track is held.
-    if (m_held && m_heldElement == ELEMENT_FADER) SendToHeldFader(WM_TIMER, id, 0);
+    if (HoldsFader()) SendToHeldFader(WM_TIMER, id, 0);
 }
 
 // Faders

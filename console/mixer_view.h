@@ -30,6 +30,9 @@ public:
     /// Values read back from the host while it runs, then the meters.
     void OnTick(bool meters);
     void OnKeyUp(uintptr_t wparam, intptr_t lparam);
+    /// Ends the gesture of a key that is still down: its release will not come here, or something else
+    /// begins.
+    void EndKeyGesture();
 
     /// The strip with the keyboard focus: the one that had it, else the first selected, else the first.
     void EnsureFocus();
@@ -55,6 +58,7 @@ private:
     void Press(Strip& strip, uint32_t element, uintptr_t keys);
     void Release(POINT at);
     void OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
+    bool HoldsFader() const { return m_held && m_heldElement == ELEMENT_FADER; }
     void SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam);
     intptr_t OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam);
     void Select(ChannelEntry& channel, SelectMode mode);

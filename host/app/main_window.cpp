@@ -368,12 +368,16 @@ void MainWindow::RenderMix() {
                              Text(IDS_CANCEL), 0, STEPS, this);
     progress.setWindowModality(Qt::WindowModal);
     try {
-        m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
+        const RenderResult mix = m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
             progress.setValue(static_cast<int>(done * STEPS));
             return !progress.wasCanceled();
         });
     } catch (const std::exception& e) {
         if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
+        progress.reset();
+        if (!mix.problems.empty())
+            ShowProblem(Text(IDS_TITLE_RENDER),
+                        Text(IDS_NOT_ALL_RENDERED) + QStringLiteral("\n\n") + Lines(mix.problems));
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace host {
@@ -46,7 +47,8 @@ const char* KindText(ChannelKind kind) {
     return "";
 }
 
-bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::string& path) {
+bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::vector<std::string>& ofRender,
+                 const std::string& path) {
     const ProjectStatus status = project.Status();
     nlohmann::ordered_json report;
     report["sample_rate"] = status.engine.sampleRate;
@@ -67,7 +69,10 @@ bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::str
         row["peak_db"] = {channel.peakDb[0], channel.peakDb[1]};
         report["channels"].push_back(row);
     }
-    report["problems"] = status.problems;
+    std::vector<std::string> problems = status.problems;
+    for (const std::string& problem : ofRender)
+        if (std::ranges::find(problems, problem) == problems.end()) problems.push_back(problem);
+    report["problems"] = problems;
     std::string error;
     return ReplaceFile(path, report.dump(2) + "\n", error) || Complain(QString::fromStdString(error));
 }
@@ -102,12 +107,17 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     RunEvents(SETTLE_SECONDS);
     if (!options.render.empty()) {
         try {
-            frames = project.Render(options.render, options.seconds);
+            const RenderResult mix = project.Render(options.render, options.seconds);
+            frames = mix.frames;
+            problems = mix.problems;
+            // The file is there, but it is not the whole mix.
+            for (const std::string& problem : problems) good = Complain(QString::fromStdString(problem));
+    std::vector<std::string> problems;
         } catch (const std::exception& e) {
             good = Complain(QString::fromUtf8(e.what()));
         }
     }
-    if (!options.report.empty()) good &= WriteReport(project, *page, frames, options.report);
+    if (!options.report.empty()) good &= WriteReport(project, *page, frames, problems, options.report);
     return good ? 0 : 1;
 }
 

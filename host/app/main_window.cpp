@@ -329,7 +329,7 @@ QString MainWindow::ChooseToWrite(HostTextId title, const QString& start, HostTe
     try {
         m_project.Open(ToPath(chosen));
         m_settings.SetSessionFolder(ToPath(chosen).parent_path());
-    } catch (const SessionError& e) {
+    } catch (const std::exception& e) {
         ShowProblem(Text(IDS_TITLE_OPEN), QString::fromUtf8(e.what()));
     }
     ForPlugins([](Plugin& plugin) { plugin.ProjectOpened(); });
@@ -340,7 +340,7 @@ bool MainWindow::Save() {
     try {
         m_project.Save();
         return true;
-    } catch (const SessionError& e) {
+    } catch (const std::exception& e) {
         ShowProblem(Text(IDS_TITLE_SAVE), QString::fromUtf8(e.what()));
         return false;
     }
@@ -354,7 +354,7 @@ bool MainWindow::SaveAs() {
         m_project.SaveAs(ToPath(chosen));
         m_settings.SetSessionFolder(ToPath(chosen).parent_path());
         return true;
-    } catch (const SessionError& e) {
+    } catch (const std::exception& e) {
         ShowProblem(Text(IDS_TITLE_SAVE), QString::fromUtf8(e.what()));
         return false;
     }
@@ -372,14 +372,14 @@ void MainWindow::RenderMix() {
             progress.setValue(static_cast<int>(done * STEPS));
             return !progress.wasCanceled();
         });
-    } catch (const std::exception& e) {
-        if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
         progress.reset();
         if (!mix.problems.empty())
             ShowProblem(Text(IDS_TITLE_RENDER),
                         Text(IDS_NOT_ALL_RENDERED) + QStringLiteral("\n\n") + Lines(mix.problems));
     }
 }
+    } catch (const std::exception& e) {
+        if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
 
 bool MainWindow::MayDiscard() {
     if (!m_project.IsModified()) return true;

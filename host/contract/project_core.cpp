@@ -22,6 +22,15 @@ size_t PlaceInRow(const std::vector<Channel>& channels, ChannelKind kind, size_t
     return end;
 }
 
+/// A clip's file relative to another folder. Throws SessionError: a session that names another file than it
+/// plays must not be written.
+std::string SeenFrom(const std::filesystem::path& folder, const std::filesystem::path& file) {
+    std::error_code error;
+    const std::filesystem::path seen = std::filesystem::proximate(file, folder.empty() ? "." : folder, error);
+    if (error) throw SessionError(file.string(), {}, error.message());
+    return seen.generic_string();
+}
+
 }  // namespace
 
 uint32_t KindWord(ChannelKind kind) {
@@ -110,9 +119,7 @@ void ProjectCore::SaveAs(const std::filesystem::path& path) {
     const std::filesystem::path from = m_path.parent_path(), to = path.parent_path();
     if (from != to)
         for (Channel& channel : session.channels)
-            for (Clip& clip : channel.clips)
-                clip.file =
-                    std::filesystem::proximate(from / clip.file, to.empty() ? "." : to).generic_string();
+            for (Clip& clip : channel.clips) clip.file = SeenFrom(to, from / clip.file);
     SaveSession(session, path);
     m_session = std::move(session);
     m_path = path;

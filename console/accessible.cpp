@@ -207,6 +207,8 @@ QString PartAccessible::text(QAccessible::Text which) const {
         return ToQString(TheStrip().ValueText(false)) + " dB";
     if (which == QAccessible::Description && m_id.part == Part::Group)
         return ToQString(TheStrip().KindWord());
+    if (which == QAccessible::UserText && m_id.part == Part::Group)
+        return QString::number(m_entry.id.channel);
     if (which == QAccessible::UserText && m_id.part == Part::Switch)
         return QString::fromLatin1(TheSwitch().identifier);
     if (which != QAccessible::Name) return {};

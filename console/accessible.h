@@ -1,5 +1,6 @@
 // What a screen reader, or a script, finds on the page: a pane, in it one group a strip, in that the strip's
-// controls with name, role, value and range. All on the page's thread.
+// controls with name, role, value and range. Names are the user's: a strip's own word is the number that its
+// channel has at the host. All on the page's thread.
 #pragma once
 
 #include "console/channel_entry.h"

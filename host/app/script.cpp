@@ -56,13 +56,15 @@ bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::vec
     report["meter_ticks"] = status.meterTicks;
     report["dropouts"] = status.engine.diskUnderruns + status.engine.lateBlocks;
     report["channels"] = nlohmann::json::array();
+    // Where the strips stand, not where the engine is: the two are compared by whoever reads the report.
+    const std::map<ChannelId, double> shown = ShownFadersDb(page);
     for (const ChannelReport& channel : project.Report()) {
-        // Where the strip stands, not where the engine is: the two are compared by whoever reads the report.
-        const double shown = ShownFaderDb(page, QString::fromStdString(channel.name));
+        const auto strip = shown.find(channel.id);
         nlohmann::ordered_json row;
         row["name"] = channel.name;
         row["kind"] = KindText(channel.kind);
-        row["fader_db"] = shown;
+        row["fader_db"] =
+            strip == shown.end() ? nlohmann::ordered_json() : nlohmann::ordered_json(strip->second);
         row["engine_db"] = channel.faderDb;
         row["mute"] = channel.mute;
         row["solo"] = channel.solo;
@@ -88,7 +90,8 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     project.Play();
     for (const Gesture& gesture : options.gestures) {
         QString reason;
-        if (!Perform(*page, gesture, &reason)) good = Complain(reason);
+        const ChannelId channel = ChannelNamed(project.Snapshot(), gesture.channel, &reason);
+        if (channel == kNoChannel || !Perform(*page, gesture, channel, &reason)) good = Complain(reason);
     }
     RunEvents(SETTLE_SECONDS);
     project.ResetPeaks();  // what the gestures passed through is not the mix
@@ -105,6 +108,7 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     }
     project.Stop();
     RunEvents(SETTLE_SECONDS);
+    std::vector<std::string> problems;
     if (!options.render.empty()) {
         try {
             const RenderResult mix = project.Render(options.render, options.seconds);
@@ -112,7 +116,6 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
             problems = mix.problems;
             // The file is there, but it is not the whole mix.
             for (const std::string& problem : problems) good = Complain(QString::fromStdString(problem));
-    std::vector<std::string> problems;
         } catch (const std::exception& e) {
             good = Complain(QString::fromUtf8(e.what()));
         }

@@ -283,12 +283,10 @@ bool ProjectCore::UpdateLevels(double elapsed) {
     const std::vector<ChannelMeter> meters = engine.TakeMeters();
     bool showing = false;
     std::lock_guard lock(m_levelLock);
-    std::erase_if(m_levels, [&](const auto& row) {
-        return std::none_of(meters.begin(), meters.end(),
-                            [&](const ChannelMeter& m) { return m.id == row.first; });
-    });
+    const std::map<ChannelId, ShownLevels> old = std::exchange(m_levels, {});
     for (const ChannelMeter& meter : meters) {
         ShownLevels& shown = m_levels[meter.id];
+        if (const auto known = old.find(meter.id); known != old.end()) shown = known->second;
         for (size_t side : {Left, Right}) {
             const float before = shown.peak[side];
             float peak = std::max(meter.reading.peak[side], before * fall);

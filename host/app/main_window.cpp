@@ -158,10 +158,12 @@ void MainWindow::OpenPage() {
 QWidget* MainWindow::ConsolePage() const { return m_pageHost->PageWindow(); }
 
 void MainWindow::MakeMenus() {
-    menuBar()->clear();
+    // Clearing the bar leaves its menus alive.
+    qDeleteAll(menuBar()->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly));
     const auto add = [&](QMenu* menu, HostTextId text, const QKeySequence& keys, auto slot) {
         QAction* action = menu->addAction(Text(text));
         action->setShortcut(keys);
+        action->setShortcutContext(Qt::ApplicationShortcut);  // in the surface's window too
         connect(action, &QAction::triggered, this, slot);
     };
     QMenu* file = menuBar()->addMenu(Text(IDS_MENU_FILE));
@@ -309,8 +311,6 @@ QString MainWindow::StartFolder() const {
     return FromPath(m_project.Path().empty() ? m_settings.SessionFolder() : m_project.Path().parent_path());
 }
 
-void MainWindow::OpenSession() {
-    if (!MayDiscard()) return;
 // The dialog's own question whether to replace takes the file's name for rich text.
 QString MainWindow::ChooseToWrite(HostTextId title, const QString& start, HostTextId filter) {
     const QString chosen = QFileDialog::getSaveFileName(this, Text(title), start, Text(filter), nullptr,
@@ -322,6 +322,8 @@ QString MainWindow::ChooseToWrite(HostTextId title, const QString& start, HostTe
     return answer == QMessageBox::Yes ? chosen : QString();
 }
 
+void MainWindow::OpenSession() {
+    if (!MayDiscard()) return;
     const QString chosen =
         QFileDialog::getOpenFileName(this, Text(IDS_TITLE_OPEN), StartFolder(), Text(IDS_FILTER_SESSIONS));
     if (chosen.isEmpty()) return;
@@ -376,10 +378,10 @@ void MainWindow::RenderMix() {
         if (!mix.problems.empty())
             ShowProblem(Text(IDS_TITLE_RENDER),
                         Text(IDS_NOT_ALL_RENDERED) + QStringLiteral("\n\n") + Lines(mix.problems));
-    }
-}
     } catch (const std::exception& e) {
         if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
+    }
+}
 
 bool MainWindow::MayDiscard() {
     if (!m_project.IsModified()) return true;

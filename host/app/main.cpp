@@ -72,6 +72,10 @@ int main(int argc, char** argv) {
     host::Options options;
     if (const std::optional<int> code = host::ParseOptions(argc, argv, &options)) return *code;
     if (!HasDisplay()) options.headless = true;
+    // A display that can't be opened would have Qt abort.
+    const bool mayFail = !options.headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM") &&
+                         !qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (mayFail) qputenv("QT_QPA_PLATFORM", "xcb;offscreen");
     if (options.headless) qputenv("QT_QPA_PLATFORM", "offscreen");
     if (options.scale > 0) qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
     std::signal(SIGPIPE, SIG_IGN);  // an audio or MIDI server that ends takes its end of a socket with it
@@ -81,6 +85,11 @@ int main(int argc, char** argv) {
     int qtArgc = 1;
     QApplication app(qtArgc, argv);
     QApplication::setApplicationName(QStringLiteral("mixhost"));
+    if (mayFail && QGuiApplication::platformName() == QStringLiteral("offscreen") && !options.IsScripted()) {
+        std::fprintf(stderr, "mixhost: display %s cannot be opened\n",
+                     qPrintable(qEnvironmentVariable("DISPLAY")));
+        return 1;
+    }
     host::ApplyHostTheme(app);
     try {
         return Run(options);

@@ -5,6 +5,7 @@
 
 #include "platform/file.h"
 
+#include <QBuffer>
 #include <QEventLoop>
 #include <QPixmap>
 #include <QTimer>
@@ -32,9 +33,12 @@ bool Complain(const QString& what) {
 }
 
 bool SavePicture(QWidget& window, const std::string& path) {
-    const QString file = QString::fromStdString(path);
-    return window.grab().save(file, "PNG") ||
-           Complain(QStringLiteral("%1: the picture could not be written").arg(file));
+    QBuffer picture;
+    std::string error = path + ": the picture could not be made";
+    const bool good =
+        window.grab().save(&picture, "PNG") &&
+        ReplaceFile(path, {picture.data().constData(), static_cast<size_t>(picture.size())}, error);
+    return good || Complain(QString::fromStdString(error));
 }
 
 const char* KindText(ChannelKind kind) {

@@ -2,6 +2,7 @@
 #include "host/app/main_window.h"
 #include "host/app/settings.h"
 #include "host/session/session.h"
+#include "tests/e2e/midi_cable.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -16,7 +17,9 @@
 #include <QProcessEnvironment>
 #include <QSet>
 #include <QTemporaryDir>
+#include <QTest>
 
+#include <csignal>
 #include <functional>
 
 #include <fcntl.h>
@@ -185,6 +188,37 @@ TEST(Mixhost, AChangeOfTheLanguageLeavesNothingBehind) {
     for (int i = 0; i < 3; i++) change(i % 2 ? QStringLiteral("Deutsch") : QStringLiteral("English"));
     change(QStringLiteral("Deutsch"));
     EXPECT_EQ(window.findChildren<QObject*>().size(), objects);
+}
+
+TEST(Mixhost, ShortcutsWorkInTheSurfacesWindowToo) {
+    QTemporaryDir folder;
+    BytesCable cable;
+    host::Project project({.systemDevice = false}, cable.Driver());
+    project.SaveAs(folder.filePath(QStringLiteral("s.tarn")).toStdString());
+    host::Settings settings(false);
+    host::MainWindow window(project, settings, std::filesystem::path(TARN_CONSOLE_MODULE).parent_path(),
+                            1033);
+    window.show();
+    QWidget* surface = window.ShowSurface();
+    ASSERT_TRUE(surface && QTest::qWaitForWindowActive(surface));
+    project.RenameChannel(1, "other");
+    QTest::keyClick(surface, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_FALSE(project.IsModified());
+}
+
+TEST(Mixhost, AnAudioServerThatEndsIsToldOf) {
+    std::string why;
+    std::unique_ptr<MidiCable> cable = NewJackCable(why);
+    if (!cable) GTEST_SKIP() << why;
+    std::signal(SIGPIPE, SIG_IGN);  // as the program does
+    host::EngineOptions options;
+    options.deviceName = "system";
+    host::Project project(options);
+    ASSERT_EQ(project.Status().engine.device, "system");
+    EXPECT_TRUE(project.Status().problems.empty());
+    cable.reset();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !project.Status().problems.empty(); }, 120000));
+    EXPECT_EQ(project.Status().problems.front(), "system: the device or its server has gone");
 }
 
 TEST(Mixhost, ChannelsOfOneNameAreToldApart) {

@@ -53,6 +53,10 @@ RunResult Mixhost(const QStringList& arguments, const std::function<void()>& inC
                    inChild);
 }
 
+constexpr uint32_t ENGLISH = 1033;
+const std::filesystem::path MODULES = std::filesystem::path(TARN_CONSOLE_MODULE).parent_path();
+host::Settings NO_SETTINGS(false);
+
 nlohmann::json ReadJson(const QString& path) {
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly));
@@ -154,9 +158,7 @@ TEST(Mixhost, NamesFromASessionAreNeverTakenForRichText) {
 
     host::Project project({.systemDevice = false});
     project.Open(path);
-    host::Settings settings(false);
-    host::MainWindow window(project, settings, std::filesystem::path(TARN_CONSOLE_MODULE).parent_path(),
-                            1033);
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
     window.show();
     for (int i = 0; i < 20; i++) QApplication::processEvents();
     for (QWidget* widget : window.findChildren<QWidget*>()) {
@@ -173,9 +175,7 @@ TEST(Mixhost, NamesFromASessionAreNeverTakenForRichText) {
 
 TEST(Mixhost, AChangeOfTheLanguageLeavesNothingBehind) {
     host::Project project({.systemDevice = false});
-    host::Settings settings(false);
-    host::MainWindow window(project, settings, std::filesystem::path(TARN_CONSOLE_MODULE).parent_path(),
-                            1033);
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
     const auto change = [&](const QString& language) {
         for (QAction* action : window.findChildren<QAction*>())
             if (action->text() == language) action->trigger();
@@ -195,9 +195,7 @@ TEST(Mixhost, ShortcutsWorkInTheSurfacesWindowToo) {
     BytesCable cable;
     host::Project project({.systemDevice = false}, cable.Driver());
     project.SaveAs(folder.filePath(QStringLiteral("s.tarn")).toStdString());
-    host::Settings settings(false);
-    host::MainWindow window(project, settings, std::filesystem::path(TARN_CONSOLE_MODULE).parent_path(),
-                            1033);
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
     window.show();
     QWidget* surface = window.ShowSurface();
     ASSERT_TRUE(surface && QTest::qWaitForWindowActive(surface));

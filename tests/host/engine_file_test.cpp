@@ -149,9 +149,12 @@ private:
 TEST(AudioFile, TracksShareWhatTheSystemGrants) {
     const TempFolder folder;
     constexpr size_t FILES = 20;
-    for (size_t i = 0; i < FILES; i++)
-        WriteWave(folder / (std::to_string(i) + ".wav"), 48000, 1, 400,
+    std::vector<Clip> clips;
+    for (size_t i = 0; i < FILES; i++) {
+        clips.push_back({std::to_string(i) + ".wav", 0, 0, 400 / 48000.0, 0});
+        WriteWave(folder / clips[i].file, 48000, 1, 400,
                   [&](int64_t, int) { return static_cast<float>(i + 1) / 1024; });
+    }
     struct Row {
         size_t tracks, limit, atOnce;
     };
@@ -160,10 +163,7 @@ TEST(AudioFile, TracksShareWhatTheSystemGrants) {
         for (size_t t = 0; t < row.tracks; t++) ids.push_back(10 + t);
         Session session = TracksSession(ids, 1);
         for (Channel& channel : session.channels)
-            for (size_t i = 0; channel.kind == ChannelKind::AudioTrack && i < FILES; i++) {
-                if (i == 0) channel.clips.clear();
-                channel.clips.push_back({std::to_string(i) + ".wav", 0, 0, 400 / 48000.0, 0});
-            }
+            if (channel.kind == ChannelKind::AudioTrack) channel.clips = clips;
         const FileLimit limit;
         limit.Set(row.limit);
         const size_t before = FileLimit::Open();

@@ -151,7 +151,7 @@ QString NodeAccessible::text(QAccessible::Text which) const {
     case QAccessible::Name: return ToQString(m_node.Name());
     case QAccessible::Description: return ToQString(m_node.Description());
     case QAccessible::Value: return ToQString(m_node.TextOfValue());
-    case QAccessible::UserText: return QString::fromLatin1(m_node.Identifier());
+    case QAccessible::UserText: return QString::fromStdString(m_node.Identifier());
     default: return {};
     }
 }

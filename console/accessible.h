@@ -1,5 +1,6 @@
 // What a screen reader, or a script, finds on the page: a pane, in it what its regions offer, each with name,
-// role, place and value. All on the page's thread.
+// role, place and value. Names are the user's and may be alike; the word for scripts tells a strip by the
+// number that its channel has at the host. All on the page's thread.
 #pragma once
 
 #include "platform/types.h"
@@ -28,7 +29,7 @@ public:
     virtual std::u16string Name() const = 0;
     virtual std::u16string Description() const { return {}; }
     /// For scripts: the same in every language.
-    virtual const char* Identifier() const { return ""; }
+    virtual std::string Identifier() const { return {}; }
     /// Pixels of the page.
     virtual RECT Area() const = 0;
     virtual bool IsOn() const { return false; }        ///< of a switch

@@ -33,7 +33,7 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     if (message == WM_MOUSEWHEEL || message == WM_MOUSEHWHEEL) return OnWheel(message, wparam, lparam);
     const POINT at = UnpackPoint(lparam);
 
-    if (m_held && m_heldElement == ELEMENT_FADER) {
+    if (HoldsFader()) {
         SendToHeldFader(message, wparam, lparam);
         return 0;
     }
@@ -64,6 +64,7 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
     } else if (action == PartAction::Meter) {
         MeterInst_Message(&strip->Meter(), message, wparam, lparam);
     } else if (message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK) {
+        EndKeyGesture();
         Press(*strip, element, wparam);
     }
     return 0;
@@ -196,7 +197,7 @@ bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     const auto key = static_cast<uint32_t>(wparam);
     ControlHost& window = m_site.Host();
     const bool ctrl = window.IsKeyDown(VK_CONTROL);
-    if (m_held && m_heldElement == ELEMENT_FADER) {
+    if (HoldsFader()) {
         SendToHeldFader(WM_KEYDOWN, wparam, lparam);  // Esc takes the drag back
         return true;
     }
@@ -228,13 +229,17 @@ bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
 }
 
 void CMixerView::OnKeyUp(uintptr_t wparam, intptr_t lparam) {
-    if (!m_gesture.IsRunning() || m_held) return;
+    if (!m_gesture.IsRunning() || HoldsFader()) return;
     for (Strip* strip : m_strips)
         if (m_gesture.IsRunningOn(strip->Entry())) {
             FaderInst_Message(&strip->Fader(), WM_KEYUP, wparam, lparam);
             break;
         }
     m_gesture.End();
+}
+
+void CMixerView::EndKeyGesture() {
+    if (!HoldsFader()) m_gesture.End();
 }
 
 bool CMixerView::MoveFocus(uint32_t key) {

@@ -115,8 +115,7 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
     case WM_SETFOCUS:
     case WM_KILLFOCUS:
         m_hasFocus = message == WM_SETFOCUS;
-        if (m_hasFocus)
-            for (const auto& region : m_regions) region->OnFocus();
+        for (const auto& region : m_regions) m_hasFocus ? region->OnFocus() : region->EndKeyGesture();
         FocusMoved();
         InvalidateAll();
         return 0;
@@ -134,8 +133,16 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
         return 0;
     case WM_CAPTURECHANGED:
     case WM_CANCELMODE:
-        for (const auto& region : m_regions) region->OnMouse(message, wparam, lparam);
+        for (const auto& region : m_regions) {
+            region->EndKeyGesture();
+            region->OnMouse(message, wparam, lparam);
+        }
         return 0;
+    case WM_SHOWWINDOW:
+    case WM_ENABLE:
+        if (!wparam)
+            for (const auto& region : m_regions) region->EndKeyGesture();
+        return window.Default(message, wparam, lparam);
     case WM_MOUSELEAVE: m_lastHit = 0; return 0;
     case PAGEMSG_REFRESH: OnRefresh(wparam, lparam); return 0;
     case PAGEMSG_TICK: OnTick(); return 0;

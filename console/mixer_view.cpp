@@ -197,7 +197,7 @@ void CMixerView::OnImagesChanged() {
 }
 void CMixerView::OnTimer(uint32_t id) {
     // The repeat timer of a fader whose track is held.
-    if (m_held && m_heldElement == ELEMENT_FADER) SendToHeldFader(WM_TIMER, id, 0);
+    if (HoldsFader()) SendToHeldFader(WM_TIMER, id, 0);
 }
 
 // Faders

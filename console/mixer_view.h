@@ -25,6 +25,7 @@ public:
     bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     void OnKeyUp(uintptr_t wparam, intptr_t lparam) override;
     void OnFocus() override { EnsureFocus(); }
+    void EndKeyGesture() override;
     void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) override;
     /// Makes the controls of channels that have none yet, and lays all out.
     void OnEntriesChanged() override;
@@ -60,6 +61,7 @@ private:
     void Press(Strip& strip, uint32_t element, uintptr_t keys);
     void Release(POINT at);
     void OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
+    bool HoldsFader() const { return m_held && m_heldElement == ELEMENT_FADER; }
     void SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam);
     intptr_t OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam);
     void Select(ChannelEntry& channel, SelectMode mode);

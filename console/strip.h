@@ -126,6 +126,7 @@ public:
     Role TheRole() const override { return Role::Group; }
     std::u16string Name() const override { return m_entry.Name(); }
     std::u16string Description() const override { return KindWord(); }
+    std::string Identifier() const override { return std::to_string(m_entry.id.channel); }
     RECT Area() const override { return m_rects.strip; }
 
     // Painters of its parts.

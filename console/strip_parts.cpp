@@ -126,7 +126,7 @@ public:
     AccessibleNode* Child(int index) override { return m_below[static_cast<size_t>(index)].get(); }
     Role TheRole() const override { return m_part.role; }
     std::u16string Name() const override { return ConsoleText(m_part.name); }
-    const char* Identifier() const override { return m_part.identifier; }
+    std::string Identifier() const override { return m_part.identifier; }
     RECT Area() const override { return m_part.area(m_strip); }
     bool IsOn() const override { return m_strip.Has(m_part.bit); }
     Range Value() const override {

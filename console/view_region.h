@@ -67,6 +67,9 @@ public:
     virtual void OnKeyUp(uintptr_t wparam, intptr_t lparam) = 0;
     /// The page has the keyboard now.
     virtual void OnFocus() = 0;
+    /// Ends the gesture of a key that is still down: its release will not come here, or something else
+    /// begins.
+    virtual void EndKeyGesture() = 0;
     /// Null is every channel.
     virtual void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) = 0;
     /// Entries came, went or changed places.

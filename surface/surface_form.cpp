@@ -3,6 +3,7 @@
 #include "controlmap/mixer_functions.h"
 #include "kernel/print/print_text.h"
 #include "platform/text.h"
+#include "platform/ui/plain_text.h"
 #include "surface/surface_texts.h"
 #include "surface/transport.h"
 
@@ -70,7 +71,7 @@ SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     : QWidget(parent), m_plugin(std::move(plugin)), m_maps(new QComboBox(this)), m_knob(new QComboBox(this)),
       m_learn(new QPushButton(this)), m_forget(new QPushButton(Text(IDS_FORGET), this)),
       m_undo(new QPushButton(Text(IDS_UNDO), this)), m_delete(new QPushButton(Text(IDS_DELETE_MAP), this)),
-      m_last(new QLabel(this)), m_hint(new QLabel(this)), m_problem(new QLabel(this)) {
+      m_last(MakePlainLabel(this)), m_hint(MakePlainLabel(this)), m_problem(MakePlainLabel(this)) {
     setAutoFillBackground(true);
     m_ports[PORTS_INPUT] = MakePorts(PORTS_INPUT);
     m_ports[PORTS_OUTPUT] = MakePorts(PORTS_OUTPUT);
@@ -106,7 +107,6 @@ SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     for (QPushButton* button : {m_learn, m_forget, m_undo, m_delete})
         button->setAutoDefault(false);  // Enter is the table's
     m_problem->setWordWrap(true);
-    m_problem->setTextFormat(Qt::PlainText);
 
     // As they are read.
     QWidget* order[] = {m_ports[PORTS_INPUT],
@@ -252,7 +252,8 @@ void SurfaceForm::DeleteMap() {
     m_plugin->EndLearning();
     const QString ask =
         ToQt(PrintText(SurfaceText(IDS_ASK_DELETE), m_maps->currentText().toStdU16String().c_str()));
-    if (QMessageBox::question(this, Text(IDS_SURFACE), ask) == QMessageBox::Yes) m_plugin->DeleteOwnMap();
+    if (QMessageBox::question(this, Text(IDS_SURFACE), PlainText(ask)) == QMessageBox::Yes)
+        m_plugin->DeleteOwnMap();
     Refresh();
 }
 

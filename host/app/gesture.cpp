@@ -7,7 +7,7 @@
 #include <QWidget>
 
 #include <cmath>
-#include <limits>
+#include <vector>
 
 namespace host {
 namespace {
@@ -25,8 +25,10 @@ QAccessibleInterface* ChildOfRole(QAccessibleInterface* parent, QAccessible::Rol
     return nullptr;
 }
 
-QAccessibleInterface* Channel(QWidget& page, const QString& name) {
-    return ChildWithText(QAccessible::queryAccessibleInterface(&page), QAccessible::Name, name);
+/// A strip tells its channel's number in the console's own word, which names do not do: two may be alike.
+QAccessibleInterface* StripOf(QWidget& page, ChannelId channel) {
+    return ChildWithText(QAccessible::queryAccessibleInterface(&page), QAccessible::UserText,
+                         QString::number(channel));
 }
 
 /// A mouse with its buttons, as the window system would deliver it.
@@ -62,25 +64,30 @@ private:
 };
 
 /// Brings a strip that is scrolled away into view, by turning the wheel over the page.
-void ScrollIntoView(QWidget& page, const QString& channel) {
+void ScrollIntoView(QWidget& page, ChannelId channel) {
     const QRect view(page.mapToGlobal(QPoint(0, 0)), page.size());
-    for (int turn = 0; turn < 1000; turn++) {
-        QAccessibleInterface* strip = Channel(page, channel);
+    for (int turn = 0; turn < 100; turn++) {
+        QAccessibleInterface* strip = StripOf(page, channel);
         if (!strip || !strip->isValid()) return;
         const QRect rect = strip->rect();
         if (rect.left() >= view.left() && rect.right() <= view.right()) return;
-        const int delta = rect.right() > view.right() ? -120 : 120;
+        // A notch is a strip; nobody turns through thousands of them one by one.
+        constexpr int NOTCH = 120, MOST_NOTCHES = 200;
+        const bool beyond = rect.right() > view.right();
+        const int distance = beyond ? rect.right() - view.right() : view.left() - rect.left();
+        const int notches = std::clamp(distance / std::max(1, rect.width()), 1, MOST_NOTCHES);
+        const int delta = (beyond ? -NOTCH : NOTCH) * notches;
         const QPoint at = view.topLeft() + QPoint(view.width() / 2, 4);
         QWheelEvent event(QPointF(page.mapFromGlobal(at)), QPointF(at), QPoint(), QPoint(0, delta),
                           Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(&page, &event);
         QApplication::processEvents();
-        if (QAccessibleInterface* moved = Channel(page, channel); moved && moved->rect() == rect) return;
+        if (QAccessibleInterface* moved = StripOf(page, channel); moved && moved->rect() == rect) return;
     }
 }
 
-bool SetFader(QWidget& page, const Gesture& gesture, QString* error) {
-    QAccessibleInterface* slider = ChildOfRole(Channel(page, gesture.channel), QAccessible::Slider);
+bool SetFader(QWidget& page, const Gesture& gesture, ChannelId channel, QString* error) {
+    QAccessibleInterface* slider = ChildOfRole(StripOf(page, channel), QAccessible::Slider);
     QAccessibleInterface* thumb = ChildOfRole(slider, QAccessible::Indicator);
     if (!thumb || !slider->valueInterface()) {
         *error = QStringLiteral("channel \"%1\" has no fader on the page").arg(gesture.channel);
@@ -122,13 +129,11 @@ bool SetFader(QWidget& page, const Gesture& gesture, QString* error) {
     return false;
 }
 
-bool SetSwitch(QWidget& page, const Gesture& gesture, QString* error) {
+bool SetSwitch(QWidget& page, const Gesture& gesture, ChannelId channel, QString* error) {
     // The console's own word, which unlike the switch's name is the same in every language.
     const QString name =
         gesture.kind == Gesture::Kind::Mute ? QStringLiteral("mute") : QStringLiteral("solo");
-    const auto find = [&] {
-        return ChildWithText(Channel(page, gesture.channel), QAccessible::UserText, name);
-    };
+    const auto find = [&] { return ChildWithText(StripOf(page, channel), QAccessible::UserText, name); };
     QAccessibleInterface* button = find();
     if (!button || !button->state().checkable) {
         *error = QStringLiteral("channel \"%1\" has no switch \"%2\" on the page").arg(gesture.channel, name);
@@ -172,20 +177,50 @@ bool Gesture::Parse(const QString& text, Gesture* out, QString* error) {
     return good;
 }
 
-bool Perform(QWidget& page, const Gesture& gesture, QString* error) {
-    if (!Channel(page, gesture.channel)) {
-        *error = QStringLiteral("there is no channel \"%1\" on the page").arg(gesture.channel);
-        return false;
+ChannelId ChannelNamed(const Session& session, const QString& name, QString* error) {
+    const auto named = [&](const QString& wanted) {
+        std::vector<ChannelId> ids;
+        for (const Channel& channel : session.channels)
+            if (QString::fromStdString(channel.name) == wanted) ids.push_back(channel.id);
+        return ids;
+    };
+    const std::vector<ChannelId> whole = named(name);
+    if (whole.size() == 1) return whole.front();
+    if (whole.size() > 1) {
+        *error = QStringLiteral("%1 channels are called \"%2\": say which, as \"%2#1\"")
+                     .arg(whole.size())
+                     .arg(name);
+        return kNoChannel;
     }
-    ScrollIntoView(page, gesture.channel);
-    return gesture.kind == Gesture::Kind::Fader ? SetFader(page, gesture, error)
-                                                : SetSwitch(page, gesture, error);
+    const qsizetype mark = name.lastIndexOf(QLatin1Char('#'));
+    const std::vector<ChannelId> alike = mark > 0 ? named(name.left(mark)) : whole;
+    const uint number = name.mid(mark + 1).toUInt();
+    if (number >= 1 && number <= alike.size()) return alike[number - 1];
+    *error = QStringLiteral("there is no channel \"%1\"").arg(name);
+    return kNoChannel;
 }
 
-double ShownFaderDb(QWidget& page, const QString& channel) {
-    QAccessibleInterface* slider = ChildOfRole(Channel(page, channel), QAccessible::Slider);
-    return slider && slider->valueInterface() ? slider->valueInterface()->currentValue().toDouble()
-                                              : std::numeric_limits<double>::quiet_NaN();
+bool Perform(QWidget& page, const Gesture& gesture, ChannelId channel, QString* error) {
+    if (!StripOf(page, channel)) {
+        *error = QStringLiteral("channel \"%1\" has no strip on the page").arg(gesture.channel);
+        return false;
+    }
+    ScrollIntoView(page, channel);
+    return gesture.kind == Gesture::Kind::Fader ? SetFader(page, gesture, channel, error)
+                                                : SetSwitch(page, gesture, channel, error);
+}
+
+std::map<ChannelId, double> ShownFadersDb(QWidget& page) {
+    std::map<ChannelId, double> shown;
+    QAccessibleInterface* strips = QAccessible::queryAccessibleInterface(&page);
+    for (int i = 0, count = strips ? strips->childCount() : 0; i < count; i++) {
+        QAccessibleInterface* strip = strips->child(i);
+        QAccessibleInterface* slider = ChildOfRole(strip, QAccessible::Slider);
+        if (slider && slider->valueInterface())
+            shown[strip->text(QAccessible::UserText).toULongLong()] =
+                slider->valueInterface()->currentValue().toDouble();
+    }
+    return shown;
 }
 
 }  // namespace host

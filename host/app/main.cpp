@@ -4,9 +4,11 @@
 #include "host/app/script.h"
 #include "host/app/settings.h"
 #include "host/app/theme.h"
+#include "host/engine/open_files.h"
 
 #include <QApplication>
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
 
@@ -38,21 +40,7 @@ void LoadPluginPreferences(const host::Settings& settings, host::Project& projec
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    host::Options options;
-    if (const std::optional<int> code = host::ParseOptions(argc, argv, &options)) return *code;
-    if (!HasDisplay()) options.headless = true;
-    if (options.headless) qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (options.scale > 0) qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
-
-    // Qt would take arguments of its own out of ours.
-    int qtArgc = 1;
-    QApplication app(qtArgc, argv);
-    QApplication::setApplicationName(QStringLiteral("mixhost"));
-    host::ApplyHostTheme(app);
-
+int Run(const host::Options& options) {
     host::EngineOptions engine;
     engine.systemDevice = !options.nullDevice && (!options.headless || !options.device.empty());
     engine.deviceName = options.device;
@@ -63,21 +51,49 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "mixhost: %s\n", e.what());
         return EXIT_SESSION;
     }
+    host::Settings settings(!options.IsScripted());
+    LoadPluginPreferences(settings, project);
+    const uint32_t lcid = options.lcid ? options.lcid : settings.Language();
+    auto window = std::make_unique<host::MainWindow>(project, settings, ModuleFolder(), lcid);
+    if (options.size || !window->restoreGeometry(settings.Geometry()))
+        window->resize(options.size.value_or(host::DEFAULT_WINDOW_SIZE));
+    window->show();
+    if (options.IsScripted()) return host::RunScript(*window, project, options);
+    const int code = QApplication::exec();
+    window.reset();  // a plug-in leaves its preferences when it goes
+    settings.SetPluginPreferences(host::FormatPreferences(project.UserPreferences()));
+    project.SavePreferences();
+    return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    host::Options options;
+    if (const std::optional<int> code = host::ParseOptions(argc, argv, &options)) return *code;
+    if (!HasDisplay()) options.headless = true;
+    // A display that can't be opened would have Qt abort.
+    const bool mayFail = !options.headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM") &&
+                         !qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (mayFail) qputenv("QT_QPA_PLATFORM", "xcb;offscreen");
+    if (options.headless) qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (options.scale > 0) qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
+    std::signal(SIGPIPE, SIG_IGN);  // an audio or MIDI server that ends takes its end of a socket with it
+    host::RaiseOpenFileLimit();
+
+    // Qt would take arguments of its own out of ours.
+    int qtArgc = 1;
+    QApplication app(qtArgc, argv);
+    QApplication::setApplicationName(QStringLiteral("mixhost"));
+    if (mayFail && QGuiApplication::platformName() == QStringLiteral("offscreen") && !options.IsScripted()) {
+        std::fprintf(stderr, "mixhost: display %s cannot be opened\n",
+                     qPrintable(qEnvironmentVariable("DISPLAY")));
+        return 1;
+    }
+    host::ApplyHostTheme(app);
     try {
-        host::Settings settings(!options.IsScripted());
-        LoadPluginPreferences(settings, project);
-        const uint32_t lcid = options.lcid ? options.lcid : settings.Language();
-        auto window = std::make_unique<host::MainWindow>(project, settings, ModuleFolder(), lcid);
-        if (options.size || !window->restoreGeometry(settings.Geometry()))
-            window->resize(options.size.value_or(host::DEFAULT_WINDOW_SIZE));
-        window->show();
-        if (options.IsScripted()) return host::RunScript(*window, project, options);
-        const int code = QApplication::exec();
-        window.reset();  // a plug-in leaves its preferences when it goes
-        settings.SetPluginPreferences(host::FormatPreferences(project.UserPreferences()));
-        project.SavePreferences();
-        return code;
-    } catch (const std::exception& e) {
+        return Run(options);
+    } catch (const std::exception& e) {  // what the system does not give: threads, memory
         std::fprintf(stderr, "mixhost: %s\n", e.what());
         return 1;
     }

@@ -8,6 +8,7 @@
 #include "kernel/lang/languages.h"
 #include "kernel/time/position.h"
 #include "platform/text.h"
+#include "platform/ui/plain_text.h"
 
 #include <QActionGroup>
 #include <QCloseEvent>
@@ -15,8 +16,8 @@
 #include <QDialog>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
-#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressDialog>
@@ -24,6 +25,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace host {
@@ -52,6 +54,15 @@ constexpr TimeFormatRow TIME_FORMATS[] = {
 
 QString FromPath(const std::filesystem::path& path) { return QString::fromStdString(path.string()); }
 std::filesystem::path ToPath(const QString& path) { return path.toStdString(); }
+
+/// A line each, and no more than fit on a screen.
+QString Lines(const std::vector<std::string>& texts) {
+    constexpr size_t MOST = 20;
+    QStringList lines;
+    for (size_t i = 0; i < std::min(MOST, texts.size()); i++) lines += QString::fromStdString(texts[i]);
+    if (texts.size() > MOST) lines += QStringLiteral("…");
+    return lines.join(QLatin1Char('\n'));
+}
 
 }  // namespace
 
@@ -147,10 +158,12 @@ void MainWindow::OpenPage() {
 QWidget* MainWindow::ConsolePage() const { return m_pageHost->PageWindow(); }
 
 void MainWindow::MakeMenus() {
-    menuBar()->clear();
+    // Clearing the bar leaves its menus alive.
+    qDeleteAll(menuBar()->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly));
     const auto add = [&](QMenu* menu, HostTextId text, const QKeySequence& keys, auto slot) {
         QAction* action = menu->addAction(Text(text));
         action->setShortcut(keys);
+        action->setShortcutContext(Qt::ApplicationShortcut);  // in the surface's window too
         connect(action, &QAction::triggered, this, slot);
     };
     QMenu* file = menuBar()->addMenu(Text(IDS_MENU_FILE));
@@ -227,7 +240,7 @@ void MainWindow::LocateTo() {
 
 void MainWindow::MakeStatusLine() {
     const auto label = [this](int stretch) {
-        auto* made = new QLabel(this);
+        QLabel* made = MakePlainLabel(this);
         statusBar()->addPermanentWidget(made, stretch);
         return made;
     };
@@ -252,21 +265,22 @@ void MainWindow::Refresh() {
     m_device->setText(Format(IDS_DEVICE, Utf16FromUtf8(engine.device).c_str(),
                              static_cast<int32_t>(engine.sampleRate),
                              static_cast<int32_t>(engine.blockFrames)));
-    m_device->setToolTip(QString::fromStdString(engine.deviceProblem));
+    m_device->setToolTip(PlainText(QString::fromStdString(engine.deviceProblem)));
     m_load->setText(Format(IDS_LOAD, double{engine.load} * 100));
     m_dropouts->setText(Format(IDS_DROPOUTS, static_cast<int64_t>(engine.diskUnderruns + engine.lateBlocks)));
     if (const MidiPorts* midi = m_project.Midi())
         for (std::string& line : midi->Problems()) status.problems.push_back(std::move(line));
     m_problems->setVisible(!status.problems.empty());
     if (!status.problems.empty()) {
-        QStringList lines;
-        for (const std::string& problem : status.problems) lines += QString::fromStdString(problem);
-        m_problems->setText(lines.size() == 1 ? lines.front()
-                                              : Format(IDS_PROBLEMS, static_cast<int32_t>(lines.size())));
-        m_problems->setToolTip(lines.join(QLatin1Char('\n')));
+        m_problems->setText(status.problems.size() == 1
+                                ? QString::fromStdString(status.problems.front())
+                                : Format(IDS_PROBLEMS, static_cast<int32_t>(status.problems.size())));
+        m_problems->setToolTip(PlainText(Lines(status.problems)));
     }
     const std::filesystem::path path = m_project.Path();
-    const QString name = path.empty() ? Text(IDS_NEW_SESSION) : FromPath(path.stem());
+    QString name = path.empty() ? Text(IDS_NEW_SESSION) : FromPath(path.stem());
+    name.replace(QStringLiteral("[*]"),
+                 QStringLiteral("[*][*]"));  // the mark of a changed session is another
     setWindowTitle(QStringLiteral("%1[*] - %2").arg(name, m_pageHost->Title()));
     setWindowModified(m_project.IsModified());
 }
@@ -290,11 +304,22 @@ void MainWindow::RefreshMidi() {
 }
 
 void MainWindow::ShowProblem(const QString& title, const QString& text) {
-    QMessageBox::warning(this, title, text);
+    QMessageBox::warning(this, title, PlainText(text));
 }
 
 QString MainWindow::StartFolder() const {
     return FromPath(m_project.Path().empty() ? m_settings.SessionFolder() : m_project.Path().parent_path());
+}
+
+// The dialog's own question whether to replace takes the file's name for rich text.
+QString MainWindow::ChooseToWrite(HostTextId title, const QString& start, HostTextId filter) {
+    const QString chosen = QFileDialog::getSaveFileName(this, Text(title), start, Text(filter), nullptr,
+                                                        QFileDialog::DontConfirmOverwrite);
+    if (chosen.isEmpty() || !QFileInfo::exists(chosen)) return chosen;
+    const QString ask = Format(IDS_ASK_REPLACE, QFileInfo(chosen).fileName().toStdU16String().c_str());
+    const auto answer = QMessageBox::question(this, Text(title), PlainText(ask),
+                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+    return answer == QMessageBox::Yes ? chosen : QString();
 }
 
 void MainWindow::OpenSession() {
@@ -306,7 +331,7 @@ void MainWindow::OpenSession() {
     try {
         m_project.Open(ToPath(chosen));
         m_settings.SetSessionFolder(ToPath(chosen).parent_path());
-    } catch (const SessionError& e) {
+    } catch (const std::exception& e) {
         ShowProblem(Text(IDS_TITLE_OPEN), QString::fromUtf8(e.what()));
     }
     ForPlugins([](Plugin& plugin) { plugin.ProjectOpened(); });
@@ -317,7 +342,7 @@ bool MainWindow::Save() {
     try {
         m_project.Save();
         return true;
-    } catch (const SessionError& e) {
+    } catch (const std::exception& e) {
         ShowProblem(Text(IDS_TITLE_SAVE), QString::fromUtf8(e.what()));
         return false;
     }
@@ -325,32 +350,34 @@ bool MainWindow::Save() {
 
 bool MainWindow::SaveAs() {
     const QString start = m_project.Path().empty() ? StartFolder() : FromPath(m_project.Path());
-    const QString chosen =
-        QFileDialog::getSaveFileName(this, Text(IDS_TITLE_SAVE), start, Text(IDS_FILTER_SESSIONS));
+    const QString chosen = ChooseToWrite(IDS_TITLE_SAVE, start, IDS_FILTER_SESSIONS);
     if (chosen.isEmpty()) return false;
     try {
         m_project.SaveAs(ToPath(chosen));
         m_settings.SetSessionFolder(ToPath(chosen).parent_path());
         return true;
-    } catch (const SessionError& e) {
+    } catch (const std::exception& e) {
         ShowProblem(Text(IDS_TITLE_SAVE), QString::fromUtf8(e.what()));
         return false;
     }
 }
 
 void MainWindow::RenderMix() {
-    const QString chosen = QFileDialog::getSaveFileName(this, Text(IDS_TITLE_RENDER),
-                                                        QStringLiteral("mix.wav"), Text(IDS_FILTER_WAVE));
+    const QString chosen = ChooseToWrite(IDS_TITLE_RENDER, QStringLiteral("mix.wav"), IDS_FILTER_WAVE);
     if (chosen.isEmpty()) return;
     constexpr int STEPS = 1000;
-    QProgressDialog progress(Format(IDS_RENDERING, chosen.toStdU16String().c_str()), Text(IDS_CANCEL), 0,
-                             STEPS, this);
+    QProgressDialog progress(PlainText(Format(IDS_RENDERING, chosen.toStdU16String().c_str())),
+                             Text(IDS_CANCEL), 0, STEPS, this);
     progress.setWindowModality(Qt::WindowModal);
     try {
-        m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
+        const RenderResult mix = m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
             progress.setValue(static_cast<int>(done * STEPS));
             return !progress.wasCanceled();
         });
+        progress.reset();
+        if (!mix.problems.empty())
+            ShowProblem(Text(IDS_TITLE_RENDER),
+                        Text(IDS_NOT_ALL_RENDERED) + QStringLiteral("\n\n") + Lines(mix.problems));
     } catch (const std::exception& e) {
         if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
     }

@@ -2,6 +2,7 @@
 // page of the control surface in a window of its own.
 #pragma once
 
+#include "host/app/text_ids.h"
 #include "host/contract/plugin.h"
 #include "host/contract/project.h"
 
@@ -46,6 +47,7 @@ private:
     void LocateTo();
     QString StartFolder() const;
     void MakeStatusLine();
+    QString ChooseToWrite(HostTextId title, const QString& start, HostTextId filter);
     void OpenSession();
     bool Save();
     bool SaveAs();

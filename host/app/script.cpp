@@ -5,12 +5,14 @@
 
 #include "platform/file.h"
 
+#include <QBuffer>
 #include <QEventLoop>
 #include <QPixmap>
 #include <QTimer>
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace host {
@@ -31,9 +33,12 @@ bool Complain(const QString& what) {
 }
 
 bool SavePicture(QWidget& window, const std::string& path) {
-    const QString file = QString::fromStdString(path);
-    return window.grab().save(file, "PNG") ||
-           Complain(QStringLiteral("%1: the picture could not be written").arg(file));
+    QBuffer picture;
+    std::string error = path + ": the picture could not be made";
+    const bool good =
+        window.grab().save(&picture, "PNG") &&
+        ReplaceFile(path, {picture.data().constData(), static_cast<size_t>(picture.size())}, error);
+    return good || Complain(QString::fromStdString(error));
 }
 
 const char* KindText(ChannelKind kind) {
@@ -46,7 +51,8 @@ const char* KindText(ChannelKind kind) {
     return "";
 }
 
-bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::string& path) {
+bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::vector<std::string>& ofRender,
+                 const std::string& path) {
     const ProjectStatus status = project.Status();
     nlohmann::ordered_json report;
     report["sample_rate"] = status.engine.sampleRate;
@@ -54,20 +60,25 @@ bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::str
     report["meter_ticks"] = status.meterTicks;
     report["dropouts"] = status.engine.diskUnderruns + status.engine.lateBlocks;
     report["channels"] = nlohmann::json::array();
+    // Where the strips stand, not where the engine is: the two are compared by whoever reads the report.
+    const std::map<ChannelId, double> shown = ShownFadersDb(page);
     for (const ChannelReport& channel : project.Report()) {
-        // Where the strip stands, not where the engine is: the two are compared by whoever reads the report.
-        const double shown = ShownFaderDb(page, QString::fromStdString(channel.name));
+        const auto strip = shown.find(channel.id);
         nlohmann::ordered_json row;
         row["name"] = channel.name;
         row["kind"] = KindText(channel.kind);
-        row["fader_db"] = shown;
+        row["fader_db"] =
+            strip == shown.end() ? nlohmann::ordered_json() : nlohmann::ordered_json(strip->second);
         row["engine_db"] = channel.faderDb;
         row["mute"] = channel.mute;
         row["solo"] = channel.solo;
         row["peak_db"] = {channel.peakDb[0], channel.peakDb[1]};
         report["channels"].push_back(row);
     }
-    report["problems"] = status.problems;
+    std::vector<std::string> problems = status.problems;
+    for (const std::string& problem : ofRender)
+        if (std::ranges::find(problems, problem) == problems.end()) problems.push_back(problem);
+    report["problems"] = problems;
     std::string error;
     return ReplaceFile(path, report.dump(2) + "\n", error) || Complain(QString::fromStdString(error));
 }
@@ -83,7 +94,8 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     project.Play();
     for (const Gesture& gesture : options.gestures) {
         QString reason;
-        if (!Perform(*page, gesture, &reason)) good = Complain(reason);
+        const ChannelId channel = ChannelNamed(project.Snapshot(), gesture.channel, &reason);
+        if (channel == kNoChannel || !Perform(*page, gesture, channel, &reason)) good = Complain(reason);
     }
     RunEvents(SETTLE_SECONDS);
     project.ResetPeaks();  // what the gestures passed through is not the mix
@@ -100,14 +112,19 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     }
     project.Stop();
     RunEvents(SETTLE_SECONDS);
+    std::vector<std::string> problems;
     if (!options.render.empty()) {
         try {
-            frames = project.Render(options.render, options.seconds);
+            const RenderResult mix = project.Render(options.render, options.seconds);
+            frames = mix.frames;
+            problems = mix.problems;
+            // The file is there, but it is not the whole mix.
+            for (const std::string& problem : problems) good = Complain(QString::fromStdString(problem));
         } catch (const std::exception& e) {
             good = Complain(QString::fromUtf8(e.what()));
         }
     }
-    if (!options.report.empty()) good &= WriteReport(project, *page, frames, options.report);
+    if (!options.report.empty()) good &= WriteReport(project, *page, frames, problems, options.report);
     return good ? 0 : 1;
 }
 

@@ -35,6 +35,7 @@ TransportBar::TransportBar(Project& project, QWidget* parent)
 
     m_start = addAction(TransportIcon(TransportShape::ToStart, ink), QString());
     m_start->setShortcut(Qt::Key_Home | Qt::CTRL);
+    m_start->setShortcutContext(Qt::ApplicationShortcut);
     connect(m_start, &QAction::triggered, this, [this] { m_project.Locate(0); });
 
     m_play = addAction(m_playIcon, QString());
@@ -45,6 +46,7 @@ TransportBar::TransportBar(Project& project, QWidget* parent)
     m_loop = addAction(TransportIcon(TransportShape::Loop, ink), QString());
     m_loop->setCheckable(true);
     m_loop->setShortcut(Qt::CTRL | Qt::Key_L);
+    m_loop->setShortcutContext(Qt::ApplicationShortcut);
     connect(m_loop, &QAction::triggered, this, [this](bool on) {
         LoopRange loop = m_project.Transport().loop;
         loop.on = on;

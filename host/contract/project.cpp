@@ -4,7 +4,6 @@
 #include "host/contract/project_core.h"
 #include "host/contract/time.h"
 #include "host/engine/gain.h"
-#include "host/engine/render.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -162,14 +161,14 @@ bool Project::EditChannel(ChannelId id, const std::function<void(Channel&)>& edi
     }) == S_OK;
 }
 
-int64_t Project::Render(const std::filesystem::path& path, std::optional<double> seconds,
-                        const std::function<bool(double)>& progress) {
+RenderResult Project::Render(const std::filesystem::path& path, std::optional<double> seconds,
+                             const std::function<bool(double)>& progress) {
     RenderOptions options;
     options.end = seconds.value_or(0);
     options.progress = progress;
-    const RenderResult result = RenderToFile(Snapshot(), Path().parent_path(), path, options);
+    RenderResult result = RenderToFile(Snapshot(), Path().parent_path(), path, options);
     if (!result.finished) throw RenderError(path.string() + ": cancelled");
-    return result.frames;
+    return result;
 }
 
 ProjectStatus Project::Status() const {

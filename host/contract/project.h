@@ -7,6 +7,7 @@
 
 #include "contract/host_contract.h"
 #include "host/engine/engine.h"
+#include "host/engine/render.h"
 #include "host/midi/midi_ports.h"
 #include "host/session/session.h"
 
@@ -72,10 +73,11 @@ public:
     bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
 
     /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave,
-    /// written aside and renamed. `progress` is called with 0..1 and ends the work by false. Returns frames
-    /// written; throws std::runtime_error with file and reason, and on cancel.
-    int64_t Render(const std::filesystem::path& path, std::optional<double> seconds,
-                   const std::function<bool(double)>& progress = {});
+    /// written aside and renamed. `progress` is called with 0..1 and ends the work by false. What could not
+    /// be played is missing in the file and named in the result; throws std::runtime_error with file and
+    /// reason, and on cancel.
+    RenderResult Render(const std::filesystem::path& path, std::optional<double> seconds,
+                        const std::function<bool(double)>& progress = {});
 
     ProjectStatus Status() const;
     std::vector<ChannelReport> Report() const;

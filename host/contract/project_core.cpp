@@ -22,6 +22,15 @@ size_t PlaceInRow(const std::vector<Channel>& channels, ChannelKind kind, size_t
     return end;
 }
 
+/// A clip's file relative to another folder. Throws SessionError: a session that names another file than it
+/// plays must not be written.
+std::string SeenFrom(const std::filesystem::path& folder, const std::filesystem::path& file) {
+    std::error_code error;
+    const std::filesystem::path seen = std::filesystem::proximate(file, folder.empty() ? "." : folder, error);
+    if (error) throw SessionError(file.string(), {}, error.message());
+    return seen.generic_string();
+}
+
 }  // namespace
 
 uint32_t KindWord(ChannelKind kind) {
@@ -110,9 +119,7 @@ void ProjectCore::SaveAs(const std::filesystem::path& path) {
     const std::filesystem::path from = m_path.parent_path(), to = path.parent_path();
     if (from != to)
         for (Channel& channel : session.channels)
-            for (Clip& clip : channel.clips)
-                clip.file =
-                    std::filesystem::proximate(from / clip.file, to.empty() ? "." : to).generic_string();
+            for (Clip& clip : channel.clips) clip.file = SeenFrom(to, from / clip.file);
     SaveSession(session, path);
     m_session = std::move(session);
     m_path = path;
@@ -276,12 +283,10 @@ bool ProjectCore::UpdateLevels(double elapsed) {
     const std::vector<ChannelMeter> meters = engine.TakeMeters();
     bool showing = false;
     std::lock_guard lock(m_levelLock);
-    std::erase_if(m_levels, [&](const auto& row) {
-        return std::none_of(meters.begin(), meters.end(),
-                            [&](const ChannelMeter& m) { return m.id == row.first; });
-    });
+    const std::map<ChannelId, ShownLevels> old = std::exchange(m_levels, {});
     for (const ChannelMeter& meter : meters) {
         ShownLevels& shown = m_levels[meter.id];
+        if (const auto known = old.find(meter.id); known != old.end()) shown = known->second;
         for (size_t side : {Left, Right}) {
             const float before = shown.peak[side];
             float peak = std::max(meter.reading.peak[side], before * fall);

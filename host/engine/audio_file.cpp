@@ -3,7 +3,13 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace host {
 
@@ -23,21 +29,28 @@ float Tame(float x) {
 }  // namespace
 
 struct AudioFile::Handle {
+    int fd = -1;
     SNDFILE* file = nullptr;
     ~Handle() {
         if (file) sf_close(file);
+        if (fd >= 0) ::close(fd);
     }
 };
 
 AudioFile::AudioFile(const std::filesystem::path& path) : m_handle(std::make_unique<Handle>()) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::not_found) throw AudioFileError("no such file");
-    if (!std::filesystem::is_regular_file(status))
-        throw AudioFileError("not a file");  // opening a pipe would wait
+    // A pipe that nobody writes must not keep us waiting.
+    m_handle->fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    struct stat status;
+    if (m_handle->fd < 0 || ::fstat(m_handle->fd, &status) != 0) {
+        if (errno == ENOENT) throw AudioFileError("no such file");
+        const bool limit = errno == EMFILE || errno == ENFILE;
+        throw AudioFileError(
+            limit ? "the system grants no more open files" : std::generic_category().message(errno), limit);
+    }
+    if (!S_ISREG(status.st_mode)) throw AudioFileError("not a file");
 
     SF_INFO info{};
-    m_handle->file = sf_open(path.c_str(), SFM_READ, &info);
+    m_handle->file = sf_open_fd(m_handle->fd, SFM_READ, &info, SF_FALSE);
     if (!m_handle->file) {
         std::string why = sf_strerror(nullptr);
         while (!why.empty() && (why.back() == '\n' || why.back() == '.')) why.pop_back();

@@ -12,7 +12,10 @@ namespace host {
 
 /// Why a file cannot be played; what() is one line without the file's name.
 struct AudioFileError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    explicit AudioFileError(const std::string& why, bool passing = false)
+        : std::runtime_error(why), mayPass(passing) {}
+
+    bool mayPass;  ///< it is not the file's fault, and later it may be played
 };
 
 /// A file at its own sample rate. A mono file fills both sides; of more than two channels the first two are

@@ -4,14 +4,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 
 namespace host {
 
 namespace {
 
-// Files that a track keeps open, so that a session of many clips stays within the process's limit.
-constexpr ptrdiff_t kOpenFiles = 8;
+// A file that has not been played this near is closed.
+constexpr double kNearSeconds = 5;
 
 }  // namespace
 
@@ -37,31 +38,53 @@ ClipPlayer::ClipPlayer(const std::vector<Clip>& clips, const std::filesystem::pa
                      [](const Placed& a, const Placed& b) { return a.start < b.start; });
     int64_t end = 0;
     for (Placed& clip : m_clips) clip.endSoFar = end = std::max(end, clip.end);
-    for (Source& source : m_sources) Open(source);
+    for (size_t i = 0; i < m_sources.size(); i++) {
+        Open(i, 0);
+        KeepOpen(0);
+    }
 }
 
 ClipPlayer::~ClipPlayer() = default;
 
-FileAtRate* ClipPlayer::Open(Source& source) {
-    source.used = ++m_uses;
-    if (source.open || source.broken) return source.open.get();
-    const auto isOpen = [](const Source& s) { return s.open != nullptr; };
-    if (std::count_if(m_sources.begin(), m_sources.end(), isOpen) >= kOpenFiles) {
-        Source* oldest = &source;
-        for (Source& s : m_sources)
-            if (s.open && s.used < oldest->used) oldest = &s;
-        oldest->open.reset();
+FileAtRate* ClipPlayer::Open(size_t index, int64_t frame) {
+    Source& source = m_sources[index];
+    source.usedAt = frame;
+    if (source.broken) return nullptr;
+    if (source.open) {
+        const auto place = std::find(m_open.begin(), m_open.end(), index);
+        std::rotate(place, place + 1, m_open.end());
+        return source.open.get();
     }
+    KeepOpen(std::max<size_t>(1, OpenFileShare::Files()) - 1);
     try {
         source.open = std::make_unique<FileAtRate>(source.path, m_sampleRate);
+        m_open.push_back(index);
         if (source.open->Channels() > 2)
             m_problems.Report(source.name + ": has " + std::to_string(source.open->Channels()) +
                               " channels, the first two are played");
     } catch (const AudioFileError& e) {
-        source.broken = true;
+        source.broken = !e.mayPass;
         m_problems.Report(source.name + ": " + e.what());
     }
     return source.open.get();
+}
+
+void ClipPlayer::CloseDistant(int64_t frame) {
+    const auto near = static_cast<int64_t>(kNearSeconds * m_sampleRate);
+    std::erase_if(m_open, [&](size_t index) {
+        Source& source = m_sources[index];
+        const bool distant = std::abs(frame - source.usedAt) > near;
+        if (distant) source.open.reset();
+        return distant;
+    });
+}
+
+// The longest unused go first.
+void ClipPlayer::KeepOpen(size_t most) {
+    if (m_open.size() <= most) return;
+    const auto kept = m_open.end() - static_cast<std::ptrdiff_t>(most);
+    std::for_each(m_open.begin(), kept, [this](size_t index) { m_sources[index].open.reset(); });
+    m_open.erase(m_open.begin(), kept);
 }
 
 void ClipPlayer::Produce(int64_t frame, size_t n, float* left, float* right) {
@@ -80,11 +103,13 @@ void ClipPlayer::Produce(int64_t frame, size_t n, float* left, float* right) {
         const int64_t skip = from - frame;
         Add(*clip, from, static_cast<size_t>(to - from), left + skip, right + skip);
     }
+    CloseDistant(frame);
+    KeepOpen(OpenFileShare::Files());
 }
 
 void ClipPlayer::Add(const Placed& clip, int64_t frame, size_t n, float* left, float* right) {
     Source& source = m_sources[clip.file];
-    FileAtRate* file = Open(source);
+    FileAtRate* file = Open(clip.file, frame);
     if (!file) return;
     if (m_left.size() < n) {
         m_left.resize(n);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/engine/audio_file.h"
+#include "host/engine/open_files.h"
 #include "host/engine/problem_log.h"
 #include "host/session/session.h"
 
@@ -18,7 +19,8 @@ int64_t FrameAt(double seconds, int sampleRate);
 class ClipPlayer {
 public:
     /// Opens each file once to see that it can be played; one that cannot is reported with its name and is
-    /// silent. `problems` must outlive the player.
+    /// silent. Afterwards files are open while they are played, see OpenFileShare. `problems` must outlive
+    /// the player.
     ClipPlayer(const std::vector<Clip>& clips, const std::filesystem::path& folder, int sampleRate,
                ProblemLog& problems);
     ~ClipPlayer();
@@ -41,19 +43,22 @@ private:
         std::filesystem::path path;
         std::unique_ptr<FileAtRate> open;
         bool broken = false;
-        uint64_t used = 0;
+        int64_t usedAt = 0;  ///< project frame
     };
 
     void Add(const Placed& clip, int64_t frame, size_t n, float* left, float* right);
-    FileAtRate* Open(Source& source);
+    FileAtRate* Open(size_t index, int64_t frame);
+    void CloseDistant(int64_t frame);
+    void KeepOpen(size_t most);
 
     const int m_sampleRate;
     ProblemLog& m_problems;
+    const OpenFileShare m_share;
     std::vector<Source> m_sources;
+    std::vector<size_t> m_open;   ///< sources, the one used last at the end
     std::vector<Placed> m_clips;  ///< by start
     std::vector<const Placed*> m_found;
     std::vector<float> m_left, m_right;
-    uint64_t m_uses = 0;
 };
 
 }  // namespace host

@@ -28,6 +28,8 @@ struct AudioDevice {
     virtual size_t BlockFrames() const = 0;
     /// Blocks that came too late for the sound to be whole, since the start. [any-thread]
     virtual uint64_t LateBlocks() const = 0;
+    /// Why it plays nothing though it was started; empty while it plays. The control thread's.
+    virtual std::string Fault() const { return {}; }
 };
 
 /// Keeps the pace of a device of this block length by the clock; the sound goes nowhere.

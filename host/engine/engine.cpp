@@ -205,6 +205,7 @@ EngineStatus Engine::Status() const {
     status.deviceProblem = c.deviceProblem;
     if (!c.rig) return status;
     status.device = c.rig->device->Name();
+    if (const std::string fault = c.rig->device->Fault(); !fault.empty()) status.deviceProblem = fault;
     status.sampleRate = c.rig->device->SampleRate();
     status.blockFrames = c.rig->device->BlockFrames();
     status.load = c.rig->player.Load();
@@ -215,6 +216,13 @@ EngineStatus Engine::Status() const {
     return status;
 }
 
-std::vector<std::string> Engine::Problems() const { return m_control->problems.Lines(); }
+std::vector<std::string> Engine::Problems() const {
+    const Control& c = *m_control;
+    const std::lock_guard lock(c.mutex);
+    std::vector<std::string> lines = c.problems.Lines();
+    const std::string fault = c.rig ? c.rig->device->Fault() : std::string();
+    if (!fault.empty()) lines.push_back(c.rig->device->Name() + ": " + fault);
+    return lines;
+}
 
 }  // namespace host

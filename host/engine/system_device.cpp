@@ -36,14 +36,17 @@ public:
     void Start(DeviceClient& client) override {
         Stop();
         m_client = &client;
+        m_started = true;
+        m_refusal.clear();
         try {
             m_api->startStream();
-        } catch (const RtAudioError&) {
-            m_late.fetch_add(1, std::memory_order_relaxed);  // seen as a device that plays nothing
+        } catch (const RtAudioError& e) {
+            m_refusal = e.getMessage();
         }
     }
 
     void Stop() override {
+        m_started = false;
         try {
             if (m_api->isStreamRunning()) m_api->abortStream();
         } catch (const RtAudioError&) {
@@ -55,6 +58,10 @@ public:
     int SampleRate() const override { return m_sampleRate; }
     size_t BlockFrames() const override { return m_blockFrames; }
     uint64_t LateBlocks() const override { return m_late.load(std::memory_order_relaxed); }
+    std::string Fault() const override {
+        if (!m_refusal.empty()) return m_refusal;
+        return m_started && !m_api->isStreamRunning() ? "the device or its server has gone" : std::string();
+    }
 
 private:
     static int OnBlock(void* output, void*, unsigned frames, double, RtAudioStreamStatus status, void* self) {
@@ -68,6 +75,8 @@ private:
     const std::unique_ptr<RtAudio> m_api;
     const std::string m_name;
     DeviceClient* m_client = nullptr;
+    bool m_started = false;
+    std::string m_refusal;
     size_t m_blockFrames = 0;
     int m_sampleRate = 0;
     std::atomic<uint64_t> m_late{0};

@@ -36,6 +36,7 @@ inline constexpr double kMinTempo = 1.0, kMaxTempo = 1000.0;
 inline constexpr uint32_t kTrackColours = 52;
 inline constexpr size_t kMaxChannels = 4096;
 inline constexpr size_t kMaxClips = 65536;            ///< of one channel
+inline constexpr size_t kMaxSessionClips = 262144;    ///< of all channels together
 inline constexpr size_t kMaxTextBytes = 1024;         ///< of a name or key
 inline constexpr size_t kMaxPreferenceBytes = 65536;  ///< of one value
 inline constexpr size_t kMaxPreferences = 65536;

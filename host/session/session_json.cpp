@@ -211,7 +211,9 @@ std::string FormatSession(const Session& session) {
     ordered_json& channels = out["channels"] = ordered_json::array();
     for (const Channel& channel : session.channels) channels.push_back(Format(channel));
     out["preferences"] = Format(session.preferences);
-    return out.dump(2) + "\n";
+    std::string text = out.dump(2) + "\n";
+    if (text.size() > kMaxSessionBytes) throw SessionError({}, {}, "is larger than a session may be");
+    return text;
 }
 
 Preferences ParsePreferences(std::string_view text) {

@@ -165,8 +165,12 @@ void CheckSession(const Session& session) {
                   "must lie after the start");
     if (session.tempo) check.Range(*session.tempo, kMinTempo, kMaxTempo, "/tempo");
     check.Require(session.channels.size() <= kMaxChannels, "/channels", "has too many elements");
-    for (size_t i = 0; i < session.channels.size(); i++)
+    size_t clips = 0;
+    for (size_t i = 0; i < session.channels.size(); i++) {
         CheckChannel(session.channels[i], "/channels/" + std::to_string(i));
+        clips += session.channels[i].clips.size();
+    }
+    check.Require(clips <= kMaxSessionClips, "/channels", "have too many clips together");
 
     const auto count = [&](ChannelKind kind) {
         return std::count_if(session.channels.begin(), session.channels.end(),

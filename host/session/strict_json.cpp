@@ -3,7 +3,7 @@
 #include "host/session/session.h"
 
 #include <algorithm>
-#include <set>
+#include <vector>
 
 namespace host {
 
@@ -25,60 +25,94 @@ std::string PointerToken(std::string_view name) {
     return token;
 }
 
-// Watches the parser for members that come twice; a document tree would silently keep the last of them.
-class DuplicateWatch {
+// Far above what a session needs, and low enough that no file costs more than a second and some hundred MB.
+constexpr size_t kMaxDepth = 8, kMaxMembers = 32, kMaxElements = kMaxClips, kMaxValues = 2'000'000;
+
+// Builds the tree while the text is read, so that what is too much is refused before it is held. A member
+// that comes twice is refused as well, where the library would silently keep the last one.
+class TreeBuilder final : public nlohmann::json_sax<json> {
 public:
-    bool operator()(int, json::parse_event_t event, json& parsed) {
-        switch (event) {
-        case json::parse_event_t::object_start: m_open.push_back({}); break;
-        case json::parse_event_t::array_start: m_open.push_back({.is_array = true}); break;
-        case json::parse_event_t::object_end:
-        case json::parse_event_t::array_end:
-            m_open.pop_back();
-            CountElement();
-            break;
-        case json::parse_event_t::value: CountElement(); break;
-        case json::parse_event_t::key:
-            m_open.back().current = parsed.get_ref<const std::string&>();
-            if (!m_open.back().members.insert(m_open.back().current).second)
-                throw SessionError({}, Place(), "this member is given twice");
-            break;
-        }
+    json Take() { return std::move(m_root); }
+
+    bool null() override { return Put(nullptr); }
+    bool boolean(bool value) override { return Put(value); }
+    bool number_integer(number_integer_t value) override { return Put(value); }
+    bool number_unsigned(number_unsigned_t value) override { return Put(value); }
+    bool number_float(number_float_t value, const string_t&) override { return Put(value); }
+    bool string(string_t& value) override { return Put(std::move(value)); }
+    bool binary(binary_t&) override { return false; }  // no JSON text has any
+    bool start_object(size_t) override { return Open(json::object()); }
+    bool start_array(size_t) override { return Open(json::array()); }
+    bool end_object() override { return Close(); }
+    bool end_array() override { return Close(); }
+
+    bool key(string_t& name) override {
+        Level& level = m_open.back();
+        const auto [member, isNew] = level.value->emplace(name, nullptr);
+        level.current = &*member;
+        level.name = std::move(name);
+        if (!isNew) Refuse("this member is given twice");
+        if (level.value->size() > kMaxMembers) Refuse("too many members");
         return true;
+    }
+
+    bool parse_error(size_t, const std::string&, const json::exception& e) override {
+        if (const auto* at = dynamic_cast<const json::parse_error*>(&e))
+            throw SessionError({}, "byte " + std::to_string(at->byte), "not JSON");
+        throw SessionError({}, {}, "not JSON: a number is out of range");
     }
 
 private:
     struct Level {
-        bool is_array = false;
-        size_t index = 0;
-        std::string current{};
-        std::set<std::string> members{};
+        json* value;
+        json* current = nullptr;  ///< of an object: the member whose value comes next
+        std::string name{};       ///< of that member
     };
 
-    void CountElement() {
-        if (!m_open.empty() && m_open.back().is_array) m_open.back().index++;
-    }
-
-    std::string Place() const {
+    [[noreturn]] void Refuse(std::string_view reason) const {
         std::string place;
         for (const Level& level : m_open)
-            place += "/" + (level.is_array ? std::to_string(level.index) : PointerToken(level.current));
-        return place;
+            place += "/" + (level.value->is_array() ? std::to_string(level.value->size() - 1)
+                                                    : PointerToken(level.name));
+        throw SessionError({}, place, reason);
     }
 
+    /// Where the value stands from now on.
+    json& Place(json value) {
+        if (++m_values > kMaxValues) Refuse("too many values in one file");
+        if (m_open.empty()) return m_root = std::move(value);
+        Level& level = m_open.back();
+        if (!level.value->is_array()) return *level.current = std::move(value);
+        level.value->push_back(std::move(value));
+        if (level.value->size() > kMaxElements) Refuse("too many elements");
+        return level.value->back();
+    }
+    bool Put(json value) {
+        Place(std::move(value));
+        return true;
+    }
+    bool Open(json container) {
+        json& value = Place(std::move(container));
+        if (m_open.size() == kMaxDepth) Refuse("too deep");
+        m_open.push_back({.value = &value});
+        return true;
+    }
+    bool Close() {
+        m_open.pop_back();
+        return true;
+    }
+
+    json m_root;
     std::vector<Level> m_open;
+    size_t m_values = 0;
 };
 
 }  // namespace
 
 json ParseStrictJson(std::string_view text) {
-    try {
-        return json::parse(text.begin(), text.end(), DuplicateWatch());
-    } catch (const json::parse_error& e) {
-        throw SessionError({}, "byte " + std::to_string(e.byte), "not JSON");
-    } catch (const json::exception&) {
-        throw SessionError({}, {}, "not JSON: a number is out of range");
-    }
+    TreeBuilder builder;
+    json::sax_parse(text.begin(), text.end(), &builder);
+    return builder.Take();
 }
 
 void JsonNode::Refuse(std::string_view reason) const {

@@ -10,7 +10,8 @@
 
 namespace host {
 
-/// Parses a text in which no object has a member twice. Throws SessionError with the byte or the pointer.
+/// Parses a text in which no object has a member twice, and whose depth and counts are those of a session:
+/// what is beyond is refused where it begins. Throws SessionError with the byte or the pointer.
 nlohmann::json ParseStrictJson(std::string_view text);
 
 /// A value and where it stands. Every accessor throws SessionError when the value is not what the caller

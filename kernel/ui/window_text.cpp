@@ -40,6 +40,7 @@ bool Get(HWND window, int32_t control, char16_t* out, uint32_t capacity) {
 
 bool Set(HWND window, int32_t control, const char16_t* text) {
     QWidget* widget = Find(window, control);
+    if (auto* label = qobject_cast<QLabel*>(widget)) label->setTextFormat(Qt::PlainText);
     return widget && widget->setProperty(TextProperty(*widget), QString::fromUtf16(text));
 }
 

@@ -1,10 +1,10 @@
 #include "platform/ui/tips.h"
 
 #include "platform/ui/paint.h"
+#include "platform/ui/plain_text.h"
 
 #include <QGuiApplication>
 #include <QHelpEvent>
-#include <QLabel>
 #include <QToolTip>
 #include <QWidget>
 
@@ -16,7 +16,7 @@ constexpr LONG kTrackedMargin = 8;  // at each side of the text
 
 // A child of the window, not a window of its own, since it moves with every step of a drag.
 QLabel* MakeTracked(QWidget& window) {
-    auto* label = new QLabel(&window);
+    QLabel* label = MakePlainLabel(&window);
     label->setFont(QToolTip::font());
     label->setPalette(QGuiApplication::palette());
     label->setAutoFillBackground(true);
@@ -45,7 +45,8 @@ void Tips::SetHover(std::u16string_view text, const RECT& area) {
 
 void Tips::OnHelp(const QHelpEvent& event) {
     if (m_text.empty()) return;
-    QToolTip::showText(event.globalPos(), ViewText(m_text), &m_window, ToQRect(m_area), kHoverMilliseconds);
+    QToolTip::showText(event.globalPos(), PlainText(QString::fromStdU16String(m_text)), &m_window,
+                       ToQRect(m_area), kHoverMilliseconds);
 }
 
 void Tips::Track(std::u16string_view text, POINT at) {

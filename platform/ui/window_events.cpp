@@ -123,8 +123,11 @@ void MessageWindow::TranslateKey(QKeyEvent& event, uint32_t message) {
 }
 
 void MessageWindow::TranslateFocus(QFocusEvent& event, uint32_t message) {
-    // A menu takes the keys for a while; the focus stays where it was.
-    if (event.reason() != Qt::PopupFocusReason) OnMessage(message, 0, 0);
+    // A menu takes the keys for a while; the focus stays where it was. But what is held is released there.
+    if (event.reason() != Qt::PopupFocusReason)
+        OnMessage(message, 0, 0);
+    else if (message == WM_KILLFOCUS)
+        OnMessage(WM_CANCELMODE, 0, 0);
 }
 
 bool MessageWindow::TranslateTimer(QTimerEvent& event) {

@@ -5,7 +5,12 @@
 #include "tests/support/fake_host.h"
 #include "tests/support/page_harness.h"
 
+#include <QApplication>
+#include <QKeyEvent>
+
 #include <gtest/gtest.h>
+
+#include <functional>
 
 namespace {
 
@@ -200,6 +205,27 @@ TEST_F(Page, FollowsTheHostWhileItIsOpen) {
     Edit(3, [](FakeChannel& c) { c.switches |= SWITCH_HIDDEN; });
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 3, MASK_SWITCHES);
     EXPECT_TRUE(PageHarness::Until([&] { return !page->Channels().contains(KEYS); }));
+}
+
+// The release of a key that is held comes to whoever has the keyboard then.
+TEST_F(Page, AKeyThatIsHeldLetsGoOfItsFaderWhateverComesBetween) {
+    QWidget& window = page->Page();
+    const auto send = [&](QEvent&& event) { QApplication::sendEvent(&window, &event); };
+    const std::pair<const char*, std::function<void()>> ways[] = {
+        {"focus", [&] { send(QFocusEvent(QEvent::FocusOut, Qt::ActiveWindowFocusReason)); }},
+        {"menu", [&] { send(QFocusEvent(QEvent::FocusOut, Qt::PopupFocusReason)); }},
+        {"hidden", [&] { page->top.hide(), page->top.show(); }},
+        {"disabled", [&] { window.setEnabled(false), window.setEnabled(true); }},
+        {"switch", [&] { page->Press(page->Centre(BASS, MUTE)); }},
+        {"key up over a switch that is held", [&] { send(QKeyEvent(QEvent::KeyRelease, Qt::Key_Down, {})); }},
+    };
+    page->Click(page->Title(DRUMS));
+    for (const auto& [name, way] : ways) {
+        send(QKeyEvent(QEvent::KeyPress, Qt::Key_Down, {}));
+        ASSERT_TRUE(Touched(1)) << name;
+        way();
+        EXPECT_FALSE(Touched(1)) << name;
+    }
 }
 
 TEST_F(Page, AChannelRemovedUnderTheMouseEndsItsGesture) {

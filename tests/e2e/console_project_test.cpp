@@ -67,7 +67,9 @@ protected:
         Gesture parsed;
         QString reason;
         ASSERT_TRUE(Gesture::Parse(QString::fromLatin1(gesture), &parsed, &reason)) << reason.toStdString();
-        ASSERT_TRUE(Perform(Page(), parsed, &reason)) << reason.toStdString();
+        ASSERT_TRUE(
+            Perform(Page(), parsed, ChannelNamed(project.Snapshot(), parsed.channel, &reason), &reason))
+            << reason.toStdString();
     }
     double RenderDb(const char* name) {
         project.Render(Folder() / name, std::nullopt);

@@ -1,15 +1,31 @@
-// The program as a script runs it.
+// The program as a script runs it, and its window.
+#include "host/app/main_window.h"
+#include "host/app/settings.h"
 #include "host/session/session.h"
+#include "tests/e2e/midi_cable.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <QApplication>
 #include <QFile>
+#include <QHelpEvent>
 #include <QImage>
+#include <QMenu>
+#include <QMenuBar>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QSet>
 #include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <functional>
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,9 +35,11 @@ struct RunResult {
 };
 
 RunResult Execute(const QString& program, const QStringList& arguments,
-                  const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
+                  const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment(),
+                  const std::function<void()>& inChild = {}) {
     QProcess process;
     process.setProcessEnvironment(environment);
+    process.setChildProcessModifier(inChild);
     process.start(program, arguments);
     EXPECT_TRUE(process.waitForFinished(120000));
     QByteArray errors;
@@ -30,7 +48,20 @@ RunResult Execute(const QString& program, const QStringList& arguments,
     return {process.exitCode(), errors};
 }
 
-RunResult Mixhost(const QStringList& arguments) { return Execute(QStringLiteral(TARN_MIXHOST), arguments); }
+RunResult Mixhost(const QStringList& arguments, const std::function<void()>& inChild = {}) {
+    return Execute(QStringLiteral(TARN_MIXHOST), arguments, QProcessEnvironment::systemEnvironment(),
+                   inChild);
+}
+
+constexpr uint32_t ENGLISH = 1033;
+const std::filesystem::path MODULES = std::filesystem::path(TARN_CONSOLE_MODULE).parent_path();
+host::Settings NO_SETTINGS(false);
+
+nlohmann::json ReadJson(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return nlohmann::json::parse(file.readAll().toStdString());
+}
 
 void Write(const QString& path, const QByteArray& bytes) {
     QFile file(path);
@@ -93,9 +124,7 @@ TEST(Mixhost, AScriptedRunLeavesPictureRenderAndReport) {
                                      "Master:fader=-6.0", "--gesture", "Master:mute=on"});
     EXPECT_EQ(good.code, 0) << good.errors.toStdString();
     EXPECT_GT(QImage(png).width(), 600);
-    QFile file(json);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const nlohmann::json report = nlohmann::json::parse(file.readAll().toStdString());
+    const nlohmann::json report = ReadJson(json);
     EXPECT_EQ(report["sample_rate"], 48000);
     EXPECT_EQ(report["frames"], 9600);
     for (const auto& channel : report["channels"]) {
@@ -110,6 +139,139 @@ TEST(Mixhost, AScriptedRunLeavesPictureRenderAndReport) {
     EXPECT_TRUE(bad.errors.contains("Nobody"));
     EXPECT_EQ(Mixhost(common + QStringList{"--gesture", "nonsense"}).code, 1);
     EXPECT_EQ(Mixhost(common + QStringList{"--render", "/nonexistent/x.wav"}).code, 1);
+}
+
+// Taken for rich text a name would have the picture that it names opened; a pipe there would keep the window.
+TEST(Mixhost, NamesFromASessionAreNeverTakenForRichText) {
+    QTemporaryDir folder;
+    const std::string picture = folder.filePath(QStringLiteral("x.png")).toStdString();
+    Write(QString::fromStdString(picture), "no picture");
+    const std::string html = "<img src=\"" + picture + "\">";
+    host::Session session = host::NewSession();
+    session.length = 1;
+    session.channels[0].name = html;
+    session.channels.push_back({.id = 3, .name = html, .output = 1, .clips = {{html, 0, 0, 1, 0}}});
+    const std::string path = folder.filePath(QStringLiteral("<b>s[*].tarn")).toStdString();
+    host::SaveSession(session, path);
+    const int watch = inotify_init1(IN_NONBLOCK);
+    ASSERT_GE(inotify_add_watch(watch, picture.c_str(), IN_OPEN), 0);
+
+    host::Project project({.systemDevice = false});
+    project.Open(path);
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
+    window.show();
+    for (int i = 0; i < 20; i++) QApplication::processEvents();
+    for (QWidget* widget : window.findChildren<QWidget*>()) {
+        QHelpEvent help(QEvent::ToolTip, {}, widget->mapToGlobal(QPoint()));
+        QApplication::sendEvent(widget, &help);
+        EXPECT_FALSE(widget->toolTip().contains(QString::fromStdString(html)))
+            << "a tip that Qt would take so";
+    }
+    EXPECT_TRUE(window.windowTitle().startsWith(QStringLiteral("<b>s[*][*]")));
+    char event[256];
+    EXPECT_LT(read(watch, event, sizeof event), 0) << "the picture was opened";
+    close(watch);
+}
+
+TEST(Mixhost, AChangeOfTheLanguageLeavesNothingBehind) {
+    host::Project project({.systemDevice = false});
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
+    const auto change = [&](const QString& language) {
+        for (QAction* action : window.findChildren<QAction*>())
+            if (action->text() == language) action->trigger();
+        QApplication::processEvents();
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    change(QStringLiteral("Deutsch"));
+    EXPECT_EQ(window.menuBar()->actions().front()->text(), QStringLiteral("&Datei"));
+    const auto objects = window.findChildren<QObject*>().size();
+    for (int i = 0; i < 3; i++) change(i % 2 ? QStringLiteral("Deutsch") : QStringLiteral("English"));
+    change(QStringLiteral("Deutsch"));
+    EXPECT_EQ(window.findChildren<QObject*>().size(), objects);
+}
+
+TEST(Mixhost, ShortcutsWorkInTheSurfacesWindowToo) {
+    QTemporaryDir folder;
+    BytesCable cable;
+    host::Project project({.systemDevice = false}, cable.Driver());
+    project.SaveAs(folder.filePath(QStringLiteral("s.tarn")).toStdString());
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
+    window.show();
+    QWidget* surface = window.ShowSurface();
+    ASSERT_TRUE(surface && QTest::qWaitForWindowActive(surface));
+    project.RenameChannel(1, "other");
+    QTest::keyClick(surface, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_FALSE(project.IsModified());
+}
+
+TEST(Mixhost, AnAudioServerThatEndsIsToldOf) {
+    std::string why;
+    std::unique_ptr<MidiCable> cable = NewJackCable(why);
+    if (!cable) GTEST_SKIP() << why;
+    std::signal(SIGPIPE, SIG_IGN);  // as the program does
+    host::EngineOptions options;
+    options.deviceName = "system";
+    host::Project project(options);
+    ASSERT_EQ(project.Status().engine.device, "system");
+    EXPECT_TRUE(project.Status().problems.empty());
+    cable.reset();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !project.Status().problems.empty(); }, 120000));
+    EXPECT_EQ(project.Status().problems.front(), "system: the device or its server has gone");
+}
+
+TEST(Mixhost, ChannelsOfOneNameAreToldApart) {
+    QTemporaryDir folder;
+    host::Session session = host::NewSession();
+    session.length = 1;
+    const std::string longName(1000, 'n');
+    for (const char* name : {"Twin", "Twin", "Twin#2", longName.c_str()})
+        session.channels.push_back({.id = session.channels.size() + 1, .name = name, .output = 1});
+    const std::string path = folder.filePath(QStringLiteral("s.tarn")).toStdString();
+    host::SaveSession(session, path);
+    const QString json = folder.filePath(QStringLiteral("a.json"));
+    const QStringList common = {
+        QString::fromStdString(path), "--headless", "--seconds", "0", "--report", json};
+    const RunResult run =
+        Mixhost(common + QStringList{"--gesture", "Twin#1:fader=-3", "--gesture", "Twin#2:mute=on",
+                                     "--gesture", QString::fromStdString(longName) + ":fader=-9"});
+    EXPECT_EQ(run.code, 0) << run.errors.toStdString();
+    const double faders[] = {0, 0, -3, 0, 0, -9};
+    const nlohmann::json channels = ReadJson(json)["channels"];
+    for (size_t i = 0; i < std::size(faders); i++) {
+        EXPECT_NEAR(channels[i]["fader_db"].get<double>(), faders[i], 0.05) << i;
+        EXPECT_EQ(channels[i]["mute"].get<bool>(), i == 4) << "the whole name comes first";
+    }
+    for (const char* gesture : {"Twin:mute=on", "Twin#3:mute=on", "Twin#0:mute=on", "#1:mute=on"}) {
+        const RunResult refused = Mixhost(common + QStringList{"--gesture", gesture});
+        EXPECT_EQ(refused.code, 1) << gesture;
+        EXPECT_EQ(refused.errors.count('\n'), 1) << refused.errors.toStdString();
+    }
+}
+
+TEST(Mixhost, WhatTheSystemDoesNotGiveIsAMessage) {
+    QTemporaryDir folder;
+    host::Session session = host::NewSession();
+    session.length = 1;
+    session.channels.push_back({.id = 3, .name = "T", .output = 1, .clips = {{"gone.wav", 0, 0, 1, 0}}});
+    const std::string path = folder.filePath(QStringLiteral("s.tarn")).toStdString();
+    host::SaveSession(session, path);
+    const QStringList arguments = {QString::fromStdString(path), "--headless", "--seconds", "0"};
+    // Stacks of threads that no memory holds.
+    const RunResult threads = Mixhost(arguments, [] {
+        rlimit limit{};
+        getrlimit(RLIMIT_STACK, &limit);
+        limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, rlim_t{1} << 46);
+        setrlimit(RLIMIT_STACK, &limit);
+    });
+    EXPECT_EQ(threads.code, 1);
+    EXPECT_EQ(threads.errors.count('\n'), 1) << threads.errors.toStdString();
+
+    const QString json = folder.filePath(QStringLiteral("a.json")),
+                  wav = folder.filePath(QStringLiteral("a.wav"));
+    const RunResult media = Mixhost(arguments + QStringList{"--render", wav, "--report", json});
+    EXPECT_EQ(media.code, 1);
+    EXPECT_EQ(media.errors, QByteArray("mixhost: gone.wav: no such file\n"));
+    EXPECT_EQ(ReadJson(json)["problems"], nlohmann::json::array({"gone.wav: no such file"}));
 }
 
 }  // namespace

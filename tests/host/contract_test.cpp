@@ -2,6 +2,7 @@
 // hears.
 #include "host/contract/project.h"
 #include "host/contract/time.h"
+#include "tests/host/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -248,6 +249,35 @@ TEST_F(Contract, PreferencesOfEveryTypeLiveInTheSession) {
     binary.dataSize = 3;
     EXPECT_EQ(call(binary, false).first, E_INVALIDARG) << "never more or less than was asked";
     EXPECT_EQ(project.Snapshot().preferences.size(), 3u);
+}
+
+TEST_F(Contract, AFaultOfTheFileSystemLeavesTheProjectAsItWas) {
+    const test::TempFolder folder;
+    for (const char* name : {"a", "b"}) std::filesystem::create_directory(folder / name);
+    std::filesystem::create_symlink("loop.wav", folder / "a/loop.wav");
+    project.SaveAs(folder / "a/s.tarn");
+    for (const std::string& file :
+         {std::string("loop.wav"), std::string(300, 'x'), std::string("loop.wav/c")}) {
+        ASSERT_TRUE(project.EditChannel(drums, [&](Channel& c) { c.clips = {{file, 0, 0, 1, 0}}; }));
+        const Session before = project.Snapshot();
+        EXPECT_THROW(project.SaveAs(folder / "b/s.tarn"), SessionError) << file;
+        EXPECT_EQ(project.Snapshot(), before);
+        EXPECT_EQ(project.Path(), folder / "a/s.tarn");
+        EXPECT_TRUE(project.IsModified());
+        EXPECT_TRUE(std::filesystem::is_empty(folder / "b"));
+    }
+}
+
+TEST_F(Contract, AMixNamesTheFilesThatItLacks) {
+    const test::TempFolder folder;
+    test::WriteWave(folder / "a.wav", 48000, 1, 4800, [](int64_t, int) { return 0.5f; });
+    project.SaveAs(folder / "s.tarn");
+    project.EditChannel(drums, [&](Channel& c) { c.clips = {{"a.wav", 0, 0, 1, 0}}; });
+    EXPECT_TRUE(project.Render(folder / "mix.wav", 0.1).problems.empty());
+    std::filesystem::remove(folder / "a.wav");
+    const RenderResult mix = project.Render(folder / "mix.wav", 0.1);
+    EXPECT_EQ(mix.frames, 4800);
+    EXPECT_EQ(mix.problems, std::vector<std::string>{"a.wav: no such file"});
 }
 
 TEST_F(Contract, TransportAndTimesThroughTheProperties) {

@@ -9,7 +9,9 @@
 #include <limits>
 #include <numbers>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace host {
 namespace {
@@ -125,27 +127,75 @@ TEST(AudioFile, WhatCannotBePlayedIsSilentAndToldOnce) {
     }
 }
 
-TEST(AudioFile, ManyFilesOnOneTrackStayWithinALimitOfOpenOnes) {
-    const TempFolder folder;
-    Session session = TracksSession({10}, 1);
-    session.channels[2].clips.clear();
-    for (int i = 0; i < 40; i++) {
-        const std::string name = std::to_string(i) + ".wav";
-        WriteWave(folder / name, 48000, 1, 100, [&](int64_t, int) { return static_cast<float>(i + 1); });
-        session.channels[2].clips.push_back({name, i / 480.0, 0, 100 / 48000.0, 0});
+/// What is open, and how much of it the system grants, until the end of the scope.
+class FileLimit {
+public:
+    FileLimit() { getrlimit(RLIMIT_NOFILE, &m_before); }
+    ~FileLimit() { setrlimit(RLIMIT_NOFILE, &m_before); }
+    void Set(size_t most) const {
+        const rlimit limit{most, m_before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
     }
-    ProblemLog problems;
-    const auto openFiles = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                             std::filesystem::directory_iterator{});
+    static size_t Open() {
+        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                                                 std::filesystem::directory_iterator{}));
+    }
+
+private:
+    rlimit m_before{};
+};
+
+// However many files there are and however few may be open, every one is heard.
+TEST(AudioFile, TracksShareWhatTheSystemGrants) {
+    const TempFolder folder;
+    constexpr size_t FILES = 20;
+    std::vector<Clip> clips;
+    for (size_t i = 0; i < FILES; i++) {
+        clips.push_back({std::to_string(i) + ".wav", 0, 0, 400 / 48000.0, 0});
+        WriteWave(folder / clips[i].file, 48000, 1, 400,
+                  [&](int64_t, int) { return static_cast<float>(i + 1) / 1024; });
+    }
+    struct Row {
+        size_t tracks, limit, atOnce;
     };
-    const auto before = openFiles();
-    OfflineMix mix(session, folder.Path(), 0, problems);
-    std::vector<float> left(4000), right(4000);
-    mix.Process(left.data(), right.data(), 4000);
-    for (size_t i = 0; i < 40; i++) EXPECT_EQ(left[i * 100 + 50], static_cast<float>(i + 1));
-    EXPECT_LE(openFiles() - before, 8);
-    EXPECT_TRUE(problems.Lines().empty());
+    for (const Row& row : {Row{1, 1024, 8}, Row{10, 168, 40}, Row{50, 168, 0}, Row{10, 64, 0}}) {
+        std::vector<ChannelId> ids;
+        for (size_t t = 0; t < row.tracks; t++) ids.push_back(10 + t);
+        Session session = TracksSession(ids, 1);
+        for (Channel& channel : session.channels)
+            if (channel.kind == ChannelKind::AudioTrack) channel.clips = clips;
+        const FileLimit limit;
+        limit.Set(row.limit);
+        const size_t before = FileLimit::Open();
+        ProblemLog problems;
+        OfflineMix mix(session, folder.Path(), 0, problems);
+        std::vector<float> left(400), right(400);
+        mix.Process(left.data(), right.data(), 400);
+        const auto sum = static_cast<float>(row.tracks * FILES * (FILES + 1) / 2) / 1024;
+        EXPECT_FLOAT_EQ(left[200], sum);
+        EXPECT_EQ(FileLimit::Open() - before, row.atOnce);
+        EXPECT_TRUE(problems.Lines().empty()) << problems.Lines().front();
+        for (int i = 0; i < 800; i++) mix.Process(left.data(), right.data(), 400);
+        EXPECT_EQ(FileLimit::Open(), before) << "what lies far behind is closed";
+    }
+}
+
+TEST(AudioFile, ALimitThatIsReachedIsToldAndPassesAgain) {
+    const TempFolder folder;
+    WriteWave(folder / "10.wav", 48000, 1, 48000, [](int64_t, int) { return 0.5f; });
+    ProblemLog problems;
+    const FileLimit limit;
+    const int next = dup(0);
+    close(next);
+    limit.Set(static_cast<size_t>(next));
+    OfflineMix mix(TracksSession({10}, 1), folder.Path(), 0, problems);
+    std::vector<float> left(8192), right(8192);
+    mix.Process(left.data(), right.data(), 4096);
+    EXPECT_EQ(left[100], 0.0f);
+    EXPECT_EQ(problems.Lines(), std::vector<std::string>{"10.wav: the system grants no more open files"});
+    limit.Set(256);
+    mix.Process(left.data(), right.data(), 8192);
+    EXPECT_EQ(left[8000], 0.5f);
 }
 
 }  // namespace

@@ -126,7 +126,25 @@ TEST(Session, RefusesWhatIsNotJson) {
               "/channels/3/id: this member is given twice");
     EXPECT_NE(RefusalOf(R"({"format":"tarn-session","version":1,"length":1e999})"), "accepted");
     EXPECT_NE(RefusalOf("{\"format\":\"\xff\"}"), "accepted");
-    EXPECT_NE(RefusalOf(std::string(1 << 20, '[')), "accepted");
+}
+
+// Before it is held in memory, and where it begins.
+TEST(Session, RefusesWhatIsTooMuch) {
+    const auto times = [](size_t n, const char* text) {
+        std::string all;
+        for (size_t i = 0; i < n; i++) all += (i ? "," : "") + std::string(text);
+        return all;
+    };
+    std::string members;
+    for (int i = 0; i < 40; i++) members += (i ? ",\"m" : "\"m") + std::to_string(i) + "\":0";
+    const std::pair<std::string, const char*> rows[] = {
+        {std::string(30'000'000, '['), "/0/0/0/0/0/0/0/0: too deep"},
+        {R"({"channels":[)" + times(200'000, "{}"), "/channels/65536: too many elements"},
+        {"{" + members, "/m32: too many members"},
+        {"[" + times(50, ("[" + times(50'000, "0") + "]").c_str()), "/39/"},
+    };
+    for (const auto& [text, refusal] : rows)
+        EXPECT_EQ(RefusalOf(text).rfind(refusal, 0), 0u) << RefusalOf(text) << " for " << refusal;
 }
 
 // What Load would refuse must not reach the disk, and a name that is not UTF-8 is such a thing.

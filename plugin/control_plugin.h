@@ -174,6 +174,7 @@ protected:
     uint32_t m_kindMask = 255;
 
 private:
+    HRESULT Connect(IUnknown& host);
     void RunWorker();
     void RefreshSurface();
     void SignalIfWanted();

@@ -1,6 +1,7 @@
 // The list of channel entries: built from the references, and kept in step with single changes of the host.
 #include "console/console_plugin.h"
 
+#include <cassert>
 #include <memory>
 #include <new>
 
@@ -38,6 +39,7 @@ int32_t CompareEntries(uintptr_t criteria, const void* a, const void* b) {
 }  // namespace
 
 ChannelEntry* CConsoleControlPlugin::FindEntry(const void* pointer) const {
+    assert(m_pageThread.IsHere());
     for (ChannelEntry* entry : Entries())
         if (entry == pointer) return entry;
     return nullptr;
@@ -178,6 +180,7 @@ bool CConsoleControlPlugin::ApplyPendingChanges() {
     CriticalSectionLock lock(MainLock());
     // What the host sends from within the calls that are made here waits for the next turn of the loop: the
     // list must not change under a search of it.
+    assert(!m_view || m_pageThread.IsHere());
     if (m_applying) return false;
     m_applying = true;
     bool changed = false;

@@ -64,6 +64,7 @@ HRESULT CConsoleControlPlugin::GetPages(CAUUID* pages) {
 
 void CConsoleControlPlugin::SetView(ConsoleView* view) {
     CriticalSectionLock lock(MainLock());
+    if (!m_view) m_pageThread.MoveHere();
     ApplyPendingChanges();
     m_view = view;
 }

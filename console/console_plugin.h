@@ -8,6 +8,7 @@
 
 #include "console/console_view.h"
 #include "console/view_groups.h"
+#include "platform/thread_check.h"
 #include "plugin/control_plugin.h"
 
 /// Switches of the view that are kept: fader ticks, kinds of channels, panes.
@@ -50,9 +51,8 @@ public:
     bool IsChannelHidden(const ChannelEntry& entry) const;
     uint32_t TransportFlags();
 
-    /// Display range of the peak meters, and scale of the VU meters: preferences 202 and 201.
+    /// Display range of the peak meters: preference 202.
     uint32_t MeterRange() const { return m_meterRange; }
-    uint32_t VuScale() const { return m_vuScale; }
 
 protected:
     HRESULT UpdateEntry(const MPCTRLREC& rec) override;
@@ -79,6 +79,8 @@ private:
     uint32_t m_meterRange = 32768;
     uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
     ViewGroups m_groups;                ///< the first is the console's own state; none before one was kept
+
+    ThreadCheck m_pageThread;  ///< of the page that is attached
 
     // Under the main lock.
     ConsoleView* m_view = nullptr;

@@ -17,44 +17,43 @@ int32_t Clamp(const ChannelEntry& entry, int32_t position) {
 
 }  // namespace
 
-bool FaderGesture::SetTouch(ChannelEntry& entry, bool on, int32_t* position) {
-    MPCHANNELREC rec{};
-    rec.pairSelector = SPEAKER_FRONT;
-    if (on)
-        entry.state |= ENTRY_GESTURE;
-    else
-        entry.state &= ~ENTRY_GESTURE;
-    // The value goes back as it came: a touch must not round it to a position.
-    if (m_plugin.GetChannelRecord(entry.id, &rec, MASK_VOLUME) != S_OK) return false;
-    *position = entry.IsMidi() ? MidiValueToPosition(rec.volume) : GainToPosition(rec.volume);
-    rec.automation = on ? AUTOMATION_TOUCH : 0;
-    rec.selector = SELECT_CONSOLE_WRITE;
-    rec.pairSelector = SPEAKER_FRONT;
-    return Succeeded(m_plugin.SetChannelRecord(entry.id, &rec, MASK_TOUCHED_VOLUME));
+bool FaderGesture::Touch(Member& member, ChannelEntry& entry) {
+    constexpr GestureParameter VOLUME{.mask = MASK_VOLUME,
+                                      .pairSelector = SPEAKER_FRONT,
+                                      .selector = SELECT_CONSOLE_WRITE,
+                                      .field = &MPCHANNELREC::volume,
+                                      .linked = &MPCHANNELREC::linkedVolume,
+                                      .changeMask = MASK_AUTOMATION};
+    member = {&entry, {m_plugin.Access(), entry.id, VOLUME}, 0};
+    entry.state |= ENTRY_GESTURE;
+    HRESULT told = S_OK;
+    if (member.gesture.Begin(&told) != S_OK) return false;
+    const float value = member.gesture.Value();
+    member.start = entry.IsMidi() ? MidiValueToPosition(value) : GainToPosition(value);
+    return Succeeded(told);
 }
 
-void FaderGesture::Move(ChannelEntry& entry, int32_t position) {
-    MPCHANNELREC rec{};
-    rec.automation = AUTOMATION_TOUCH;
-    rec.selector = SELECT_CONSOLE_WRITE;
-    rec.pairSelector = SPEAKER_FRONT;
-    rec.volume = rec.linkedVolume = entry.IsMidi() ? MidiPositionToValue(position) : PositionToGain(position);
-    m_plugin.SetChannelRecord(entry.id, &rec, MASK_TOUCHED_VOLUME);
+void FaderGesture::Release(Member& member) {
+    member.entry->state &= ~ENTRY_GESTURE;
+    member.gesture.End();
+}
+
+void FaderGesture::Move(Member& member, int32_t position) {
+    position = Clamp(*member.entry, position);
+    member.gesture.Change(member.entry->IsMidi() ? MidiPositionToValue(position) : PositionToGain(position));
 }
 
 void FaderGesture::Begin(ChannelEntry& source, bool selected) {
     End();
-    m_source.entry = &source;
     m_offset = 0;
-    SetTouch(source, true, &m_source.start);
+    Touch(m_source, source);
     if (!selected) return;
     for (ChannelEntry* entry : m_plugin.Entries()) {
         if (entry == &source || (entry->kind & NEVER_ALONG) || entry->IsMidi() != source.IsMidi()) continue;
         MPCHANNELREC rec{};
         if (m_plugin.GetChannelRecord(entry->id, &rec, MASK_SWITCHES) != S_OK) continue;
-        Member member{entry, 0};
-        if ((rec.switches & SWITCH_SELECTED) && SetTouch(*entry, true, &member.start))
-            m_others.push_back(member);
+        Member member;
+        if ((rec.switches & SWITCH_SELECTED) && Touch(member, *entry)) m_others.push_back(member);
     }
 }
 
@@ -63,19 +62,18 @@ void FaderGesture::Change(int32_t position) {
     position = Clamp(*m_source.entry, position);
     if (position == m_source.start + m_offset) return;
     m_offset = position - m_source.start;
-    Move(*m_source.entry, position);
-    for (const Member& member : m_others) Move(*member.entry, Clamp(*member.entry, member.start + m_offset));
+    Move(m_source, position);
+    for (Member& member : m_others) Move(member, member.start + m_offset);
 }
 
 void FaderGesture::EndOthers() {
-    int32_t position = 0;
-    for (const Member& member : std::exchange(m_others, {})) SetTouch(*member.entry, false, &position);
+    for (Member& member : std::exchange(m_others, {})) Release(member);
 }
 
 void FaderGesture::End() {
     if (!IsRunning()) return;
-    int32_t position = 0;
-    SetTouch(*std::exchange(m_source, {}).entry, false, &position);
+    Member source = std::exchange(m_source, {});
+    Release(source);
     EndOthers();
 }
 

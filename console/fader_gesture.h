@@ -3,6 +3,7 @@
 #pragma once
 
 #include "console/channel_entry.h"
+#include "controlmap/parameter_gesture.h"
 
 #include <vector>
 
@@ -28,13 +29,14 @@ public:
 private:
     struct Member {
         ChannelEntry* entry = nullptr;
+        ParameterGesture gesture;
         int32_t start = 0;
     };
 
-    /// Begins or ends the touch of a channel and leaves its value as the host has it; its position in
-    /// *position.
-    bool SetTouch(ChannelEntry& entry, bool on, int32_t* position);
-    void Move(ChannelEntry& entry, int32_t position);
+    /// False when the host does not take the touch.
+    bool Touch(Member& member, ChannelEntry& entry);
+    void Release(Member& member);
+    void Move(Member& member, int32_t position);
     void EndOthers();
 
     CConsoleControlPlugin& m_plugin;

@@ -10,6 +10,7 @@
 #include <QScreen>
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 
 namespace {
@@ -100,6 +101,7 @@ SIZE CConsoleMixerPage::IdealSize() const {
 // -----------------------------------------------------------------------------------------------------------
 
 intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    assert(m_thread.IsHere());
     auto& window = static_cast<PageWindow&>(*Window());
     switch (message) {
     case WM_CREATE: return Failed(OnCreate()) ? -1 : 0;

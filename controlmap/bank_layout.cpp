@@ -3,12 +3,12 @@
 #include <algorithm>
 
 namespace {
-constexpr uint32_t kFamilies = 0xFF;
+constexpr uint32_t FAMILIES = 0xFF;
 }  // namespace
 
 bool PassesBank(uint32_t kind, uint32_t filter) {
-    const uint32_t above = filter & ~kFamilies;
-    return kind & filter & kFamilies && (above == 0 || kind & above);
+    const uint32_t above = filter & ~FAMILIES;
+    return kind & filter & FAMILIES && (above == 0 || kind & above);
 }
 
 BankLayout LayoutBank(std::span<const BankChannel> channels, uint32_t filter, int32_t index, size_t strips) {

@@ -150,13 +150,13 @@ HRESULT CControlMap::OnEvent(const MPEVENTREC& event, bool peekOnly) {
 
 uint32_t CControlMap::Idle(bool flush) {
     const std::unique_ptr<Pending> pending(m_pending.exchange(nullptr));
-    if (!pending || flush) return kIdleQuiet;
+    if (!pending || flush) return IDLE_QUIET;
     for (size_t i = 0; i < pending->size(); i++) {
         // Of a burst of moves of one control only the last one counts.
         const bool superseded = i + 1 < pending->size() && SameControl((*pending)[i], (*pending)[i + 1]);
         if (!superseded) Run((*pending)[i]);
     }
-    return kIdleBusy;
+    return IDLE_BUSY;
 }
 
 void CControlMap::Run(MPFUNCTIONMAP& row) {
@@ -191,30 +191,30 @@ void CControlMap::ConnectProject(bool on, bool audioMode) {
 }
 
 void CControlMap::SetSurfaceMode(bool on) {
-    constexpr uint32_t kMode = MAPSTATE_SURFACE_ON | MAPSTATE_SURFACE_MODE;
-    on ? m_state |= kMode : m_state &= ~kMode;
+    constexpr uint32_t MODE = MAPSTATE_SURFACE_ON | MAPSTATE_SURFACE_MODE;
+    on ? m_state |= MODE : m_state &= ~MODE;
 }
 
 namespace {
 // Odd functions press what the even ones behind them release.
-constexpr uint32_t kModifierBits[] = {
+constexpr uint32_t MODIFIER_BITS[] = {
     MAPSTATE_SHIFT,         MAPSTATE_ALT,           MAPSTATE_CTRL,
     MAPSTATE_OPT,           MAPSTATE_SURFMOD1,      MAPSTATE_SURFMOD1 << 1,
     MAPSTATE_SURFMOD1 << 2, MAPSTATE_SURFMOD1 << 3, MAPSTATE_SURFACE_MODE,
 };
-constexpr uint32_t kInputSideOn = 2 * std::size(kModifierBits) + 1, kInputSideOff = kInputSideOn + 1;
+constexpr uint32_t INPUT_SIDE_ON = 2 * std::size(MODIFIER_BITS) + 1, INPUT_SIDE_OFF = INPUT_SIDE_ON + 1;
 }  // namespace
 
 HRESULT CControlMap::OnSurfaceFunction(const MPFUNCTIONMAP& row) {
     const bool press = row.function % 2 == 1, toggle = row.flags & EFUNCFLAG_TOGGLE;
-    if (row.function == kInputSideOn || row.function == kInputSideOff) {
+    if (row.function == INPUT_SIDE_ON || row.function == INPUT_SIDE_OFF) {
         const bool on = press && !(toggle && m_target & MASK_INPUT_SIDE);
         SetTarget(on ? m_target | MASK_INPUT_SIDE : m_target & ~MASK_INPUT_SIDE);
-        SendLamp(ECONTROL_GRP_ASSIGN, kInputSideOn, 0, on);
+        SendLamp(ECONTROL_GRP_ASSIGN, INPUT_SIDE_ON, 0, on);
         return S_OK;
     }
-    if (row.function < 1 || row.function > kInputSideOff) return S_FALSE;
-    const uint32_t bit = kModifierBits[(row.function - 1) / 2];
+    if (row.function < 1 || row.function > INPUT_SIDE_OFF) return S_FALSE;
+    const uint32_t bit = MODIFIER_BITS[(row.function - 1) / 2];
     const bool on = press && !(toggle && m_state & bit);
     if (bit == MAPSTATE_SURFACE_MODE)
         SetSurfaceMode(on);

@@ -11,6 +11,7 @@
 #include "controlmap/map_edit.h"
 #include "controlmap/map_value.h"
 #include "controlmap/mixer_functions.h"
+#include "controlmap/parameter_gesture.h"
 
 #include <array>
 #include <atomic>
@@ -21,10 +22,7 @@
 #include <vector>
 
 /// What the map asks of the plug-in that owns it. [worker] SendEvent also [any-thread].
-struct ControlMapSite {
-    /// Of a channel, or of an effect when the path has a second part.
-    virtual HRESULT GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) = 0;
-    virtual HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) = 0;
+struct ControlMapSite : ChannelAccess {
     /// All channels, in the host's order.
     virtual std::vector<BankChannel> Channels() = 0;
     virtual std::u16string ChannelName(const MPCHANNELID& id) = 0;
@@ -49,14 +47,14 @@ protected:
     ~ControlMapSite() = default;
 };
 
-inline constexpr uint32_t kIdleBusy = 10, kIdleQuiet = 50;  ///< milliseconds until the next Idle
-inline constexpr uint32_t kBankFilterDefault = 255;
+inline constexpr uint32_t IDLE_BUSY = 10, IDLE_QUIET = 50;  ///< milliseconds until the next Idle
+inline constexpr uint32_t BANK_FILTER_DEFAULT = 255;
 /// The target word after Reset: its bit MASK_INPUT_SIDE aims volume, pan and send at a channel's input side.
-inline constexpr uint32_t kTargetReset = 2050;
+inline constexpr uint32_t TARGET_RESET = 2050;
 
 class CControlMap {
 public:
-    CControlMap(ControlMapSite& site, int32_t strips, uint32_t bankFilter = kBankFilterDefault);
+    CControlMap(ControlMapSite& site, int32_t strips, uint32_t bankFilter = BANK_FILTER_DEFAULT);
     virtual ~CControlMap();
     CControlMap(const CControlMap&) = delete;
     CControlMap& operator=(const CControlMap&) = delete;
@@ -91,7 +89,7 @@ public:
     /// The surface's own mode, which rows can ask for. [any-thread]
     void SetSurfaceMode(bool on);
     uint32_t State() const { return m_state; }
-    void Reset() { SetTarget(kTargetReset); }
+    void Reset() { SetTarget(TARGET_RESET); }
     /// Aims at the channels' main or input side; faders go to where the values of that side are. [worker]
     void SetTarget(uint32_t target);
     uint32_t Target() const { return m_target; }
@@ -104,8 +102,8 @@ public:
     /// Sends what changed since it was sent last; all of it with `everything`. [worker]
     virtual void RefreshStrips(bool everything);
     /// Lights or darkens a lamp of a function, if the surface has one. [worker]
-    void SendLamp(uint32_t group, uint32_t function, int32_t channel, bool on, uint32_t index = kAnyIndex);
-    static constexpr uint32_t kAnyIndex = 0xFFFFFFFF;
+    void SendLamp(uint32_t group, uint32_t function, int32_t channel, bool on, uint32_t index = ANY_INDEX);
+    static constexpr uint32_t ANY_INDEX = 0xFFFFFFFF;
 
 protected:
     virtual HRESULT OnMixerFunction(MPFUNCTIONMAP& row);
@@ -117,19 +115,16 @@ private:
     struct Strip {
         MPCHANNELID id{};
         uint32_t kind = 0;  ///< KIND_ of the channel
-        std::array<TakeoverState, kMixerParameterCount> takeover;
-        std::array<float, kMixerParameterCount> sent;
-        uint32_t touched = 0;                          ///< bit a parameter
+        std::array<TakeoverState, MIXER_PARAMETER_COUNT> takeover;
+        std::array<float, MIXER_PARAMETER_COUNT> sent;
+        std::array<ParameterGesture, MIXER_PARAMETER_COUNT> gestures;
         std::map<uint32_t, bool> lamps;                ///< by function and index; absent: not sent yet
         std::map<uint32_t, std::u16string> sentTexts;  ///< by function
         Strip();
     };
 
     Strip* FindStrip(int32_t channel);
-    uint32_t MaskOf(const MixerParameter& parameter) const;
-    HRESULT GetParameter(const Strip& strip, const MixerParameter& parameter, uint32_t extra,
-                         MPCHANNELREC* rec);
-    HRESULT SetTouch(const Strip& strip, const MixerParameter& parameter, bool on, HRESULT* set);
+    ParameterGesture GestureOf(const Strip& strip, const MixerParameter& parameter);
     HRESULT Touch(Strip& strip, size_t parameter, bool on);
     void ReleaseTouches(Strip& strip);
     HRESULT Move(Strip& strip, size_t parameter, MPFUNCTIONMAP& row);
@@ -142,7 +137,7 @@ private:
     HRESULT SetAutomation(const Strip& strip, uint32_t mode);
     HRESULT StepAutomation(const Strip& strip, int32_t steps);
     HRESULT MoveBank(uint32_t function);
-    float ShareOf(const Strip& strip, const MixerParameter& parameter, const MPCHANNELREC& rec) const;
+    float ShareOf(const Strip& strip, const MixerParameter& parameter, float value) const;
     float ValueOf(const Strip& strip, const MixerParameter& parameter, float share) const;
 
     void BlankStrip(int32_t channel);

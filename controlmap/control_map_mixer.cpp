@@ -6,7 +6,7 @@
 #include <utility>
 
 namespace {
-constexpr float kUnknown = -1;
+constexpr float UNKNOWN = -1;
 
 template <class Row, size_t N>
 const Row* Find(const Row (&rows)[N], uint32_t function) {
@@ -43,8 +43,8 @@ Law LawOf(uint32_t kind, const MixerParameter& parameter) {
 }  // namespace
 
 CControlMap::Strip::Strip() {
-    takeover.fill({kUnknown, RAW_UNKNOWN});
-    sent.fill(kUnknown);
+    takeover.fill({UNKNOWN, RAW_UNKNOWN});
+    sent.fill(UNKNOWN);
 }
 
 HRESULT CControlMap::SetChannelCount(int32_t strips) {
@@ -73,10 +73,10 @@ void CControlMap::SetTarget(uint32_t target) {
     if (sameSide) return;
     // Values of the other side: what is known of the controls' places is of no use.
     const auto forget = [](Strip& strip) {
-        for (size_t i = 0; i < kMixerParameterCount; i++) {
-            if (!kMixerParameters[i].hasInputSide) continue;
-            strip.takeover[i] = {kUnknown, RAW_UNKNOWN};
-            strip.sent[i] = kUnknown;
+        for (size_t i = 0; i < MIXER_PARAMETER_COUNT; i++) {
+            if (!MIXER_PARAMETERS[i].hasInputSide) continue;
+            strip.takeover[i] = {UNKNOWN, RAW_UNKNOWN};
+            strip.sent[i] = UNKNOWN;
         }
     };
     for (Strip& strip : m_strips) forget(strip);
@@ -84,25 +84,12 @@ void CControlMap::SetTarget(uint32_t target) {
     RefreshStrips(false);
 }
 
-uint32_t CControlMap::MaskOf(const MixerParameter& parameter) const {
-    return parameter.mask | (parameter.hasInputSide ? m_target & MASK_INPUT_SIDE : 0);
+ParameterGesture CControlMap::GestureOf(const Strip& strip, const MixerParameter& p) {
+    const uint32_t mask = p.mask | (p.hasInputSide ? m_target & MASK_INPUT_SIDE : 0);
+    return {m_site, strip.id, {mask, p.pairSelector, p.sendSelector, 0, p.field}};
 }
 
-HRESULT CControlMap::GetParameter(const Strip& strip, const MixerParameter& parameter, uint32_t extra,
-                                  MPCHANNELREC* rec) {
-    *rec = {};
-    rec->pairSelector = parameter.pairSelector;
-    rec->sendSelector = parameter.sendSelector;
-    const HRESULT hr = m_site.GetChannel(strip.id, rec, MaskOf(parameter) | extra);
-    // A set reads them as well.
-    rec->pairSelector = parameter.pairSelector;
-    rec->sendSelector = parameter.sendSelector;
-    return hr;
-}
-
-float CControlMap::ShareOf(const Strip& strip, const MixerParameter& parameter,
-                           const MPCHANNELREC& rec) const {
-    const float value = rec.*parameter.field;
+float CControlMap::ShareOf(const Strip& strip, const MixerParameter& parameter, float value) const {
     float share = value;
     switch (LawOf(strip.kind, parameter)) {
     case Law::Travel: break;
@@ -122,21 +109,21 @@ float CControlMap::ValueOf(const Strip& strip, const MixerParameter& parameter, 
 }
 
 HRESULT CControlMap::OnMixerFunction(MPFUNCTIONMAP& row) {
-    constexpr uint32_t kModifiers = EFUNCFLAG_SHIFT | EFUNCFLAG_ALT | EFUNCFLAG_CTRL;
-    if ((row.flags ^ FlagsOfState(m_state)) & kModifiers) return S_FALSE;
+    constexpr uint32_t MODIFIERS = EFUNCFLAG_SHIFT | EFUNCFLAG_ALT | EFUNCFLAG_CTRL;
+    if ((row.flags ^ FlagsOfState(m_state)) & MODIFIERS) return S_FALSE;
     const uint32_t f = row.function;
     if (f >= MIXFUNC_BANK_NEXT && f <= MIXFUNC_CHANNEL_PREVIOUS) return MoveBank(f);
     Strip* strip = FindStrip(row.channel);
     if (!strip || f == 0) return S_FALSE;
-    for (size_t i = 0; i < kMixerParameterCount; i++) {
-        const MixerParameter& parameter = kMixerParameters[i];
+    for (size_t i = 0; i < MIXER_PARAMETER_COUNT; i++) {
+        const MixerParameter& parameter = MIXER_PARAMETERS[i];
         if (f == parameter.value) return Move(*strip, i, row);
         if (f == parameter.touchOn || f == parameter.touchOff)
             return Touch(*strip, i, f == parameter.touchOn);
     }
-    if (const MixerSwitch* s = Find(kMixerSwitches, f)) return Toggle(*strip, s->bit, row.flags);
-    if (const MixerAutomation* a = Find(kMixerAutomation, f)) return SetAutomation(*strip, a->mode);
-    if (const MixerRoute* r = Find(kMixerRoutes, f)) return StepRoute(*strip, *r, StepsFromEvent(row));
+    if (const MixerSwitch* s = Find(MIXER_SWITCHES, f)) return Toggle(*strip, s->bit, row.flags);
+    if (const MixerAutomation* a = Find(MIXER_AUTOMATION, f)) return SetAutomation(*strip, a->mode);
+    if (const MixerRoute* r = Find(MIXER_ROUTES, f)) return StepRoute(*strip, *r, StepsFromEvent(row));
     switch (f) {
     case MIXFUNC_SEND_TARGET: return StepSendTarget(*strip, StepsFromEvent(row));
     case MIXFUNC_SEND_SWITCH: return ToggleSend(*strip, row.flags);
@@ -152,53 +139,43 @@ HRESULT CControlMap::OnMixerFunction(MPFUNCTIONMAP& row) {
     }
 }
 
-// What the host says to being asked, and in `set` what it says to being told: it may know no touches.
-HRESULT CControlMap::SetTouch(const Strip& strip, const MixerParameter& parameter, bool on, HRESULT* set) {
-    MPCHANNELREC rec;
-    const HRESULT hr = GetParameter(strip, parameter, MASK_AUTOMATION, &rec);
-    if (hr != S_OK) return hr;
-    rec.automation = on ? rec.automation | AUTOMATION_TOUCH : rec.automation & ~AUTOMATION_TOUCH;
-    *set = m_site.SetChannel(strip.id, &rec, MaskOf(parameter) | MASK_AUTOMATION);
-    return S_OK;
-}
-
 // The strip turns to another channel under the hand, or to none: the one before must not stay touched.
 void CControlMap::ReleaseTouches(Strip& strip) {
-    for (size_t i = 0; i < kMixerParameterCount; i++)
-        if (HRESULT set; strip.touched & 1u << i) SetTouch(strip, kMixerParameters[i], false, &set);
-    strip.touched = 0;
+    for (ParameterGesture& gesture : strip.gestures) {
+        if (gesture.IsRunning()) gesture.End();
+        gesture = {};
+    }
 }
 
 HRESULT CControlMap::Touch(Strip& strip, size_t parameter, bool on) {
-    HRESULT set = S_OK;
-    const HRESULT hr = SetTouch(strip, kMixerParameters[parameter], on, &set);
+    ParameterGesture& gesture = strip.gestures[parameter];
+    if (!gesture.IsRunning()) gesture = GestureOf(strip, MIXER_PARAMETERS[parameter]);
+    HRESULT told = S_OK;
+    const HRESULT hr = on ? gesture.Begin(&told) : gesture.End(&told);
     if (hr != S_OK) return hr;
-    const uint32_t bit = 1u << parameter;
-    strip.touched = on ? strip.touched | bit : strip.touched & ~bit;
     // A hand that lets go leaves the control where the value is.
     if (!on) {
-        strip.sent[parameter] = kUnknown;
+        strip.sent[parameter] = UNKNOWN;
         RefreshStrips(false);
     }
-    return set;
+    return told;
 }
 
 HRESULT CControlMap::Move(Strip& strip, size_t parameter, MPFUNCTIONMAP& row) {
-    const MixerParameter& p = kMixerParameters[parameter];
+    const MixerParameter& p = MIXER_PARAMETERS[parameter];
     if (p.mask == MASK_SEND) {
         const HRESULT hr = AimSend(strip);
         if (hr != S_OK) return hr;
     }
-    MPCHANNELREC rec;
-    const HRESULT hr = GetParameter(strip, p, MASK_AUTOMATION, &rec);
+    ParameterGesture gesture = GestureOf(strip, p);
+    const HRESULT hr = gesture.Read();
     if (hr != S_OK) return hr;
     TakeoverState& takeover = strip.takeover[parameter];
-    takeover.cached = ShareOf(strip, p, rec);
-    const bool touched = strip.touched & 1u << parameter, steps = IsStep(row);
+    takeover.cached = ShareOf(strip, p, gesture.Value());
+    const bool touched = strip.gestures[parameter].IsRunning(), steps = IsStep(row);
     const float share = steps ? ValueAfterSteps(takeover.cached, row) : ValueFromEvent(0, row);
     if (!steps && !touched && Takeover(takeover, share, false, row) != S_OK) return S_FALSE;
-    rec.*p.field = ValueOf(strip, p, share);
-    const HRESULT set = m_site.SetChannel(strip.id, &rec, MaskOf(p));
+    const HRESULT set = gesture.Change(ValueOf(strip, p, share));
     takeover.cached = share;
     // The control is where its value is: nothing is to be sent back to it. What has no place of its own is
     // told where the value went.

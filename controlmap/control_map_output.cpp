@@ -6,7 +6,7 @@
 
 namespace {
 // Rows that show a text.
-constexpr uint32_t kTextFunctions[] = {MIXFUNC_NAME, MIXFUNC_SEND_TARGET, MIXFUNC_OUTPUT_TARGET,
+constexpr uint32_t TEXT_FUNCTIONS[] = {MIXFUNC_NAME, MIXFUNC_SEND_TARGET, MIXFUNC_OUTPUT_TARGET,
                                        MIXFUNC_INPUT_ROUTE, MIXFUNC_OUTPUT_ROUTE};
 }  // namespace
 
@@ -39,23 +39,23 @@ void CControlMap::RefreshStrip(Strip& strip, int32_t channel, bool everything) {
 }
 
 void CControlMap::BlankStrip(int32_t channel) {
-    for (const MixerParameter& p : kMixerParameters) SendValue(p.value, channel, 0);
-    for (const MixerSwitch& s : kMixerSwitches) SendLamp(ECONTROL_GRP_INSERT, s.function, channel, false);
-    for (const MixerAutomation& a : kMixerAutomation)
+    for (const MixerParameter& p : MIXER_PARAMETERS) SendValue(p.value, channel, 0);
+    for (const MixerSwitch& s : MIXER_SWITCHES) SendLamp(ECONTROL_GRP_INSERT, s.function, channel, false);
+    for (const MixerAutomation& a : MIXER_AUTOMATION)
         SendLamp(ECONTROL_GRP_INSERT, a.function, channel, false);
     for (const uint32_t function : {MIXFUNC_SEND_SWITCH, MIXFUNC_CHAIN})
         SendLamp(ECONTROL_GRP_INSERT, function, channel, false);
-    for (const uint32_t function : kTextFunctions) SendText(function, channel, {});
+    for (const uint32_t function : TEXT_FUNCTIONS) SendText(function, channel, {});
 }
 
 void CControlMap::RefreshValues(Strip& strip, int32_t channel, bool everything) {
-    for (size_t i = 0; i < kMixerParameterCount; i++) {
-        const MixerParameter& p = kMixerParameters[i];
+    for (size_t i = 0; i < MIXER_PARAMETER_COUNT; i++) {
+        const MixerParameter& p = MIXER_PARAMETERS[i];
         // A motor must not pull against the hand.
-        if (!p.field || strip.touched & 1u << i || !IsShown(p.value, channel)) continue;
-        MPCHANNELREC rec;
-        if (GetParameter(strip, p, 0, &rec) != S_OK) continue;
-        const float share = ShareOf(strip, p, rec);
+        if (!p.field || strip.gestures[i].IsRunning() || !IsShown(p.value, channel)) continue;
+        ParameterGesture gesture = GestureOf(strip, p);
+        if (gesture.Read() != S_OK) continue;
+        const float share = ShareOf(strip, p, gesture.Value());
         if (!everything && share == strip.sent[i]) continue;
         strip.sent[i] = share;
         SendValue(p.value, channel, share);
@@ -63,7 +63,7 @@ void CControlMap::RefreshValues(Strip& strip, int32_t channel, bool everything) 
 }
 
 void CControlMap::RefreshLamps(Strip& strip, int32_t channel, bool everything) {
-    const auto show = [&](uint32_t function, bool on, uint32_t index = kAnyIndex) {
+    const auto show = [&](uint32_t function, bool on, uint32_t index = ANY_INDEX) {
         const auto [lamp, isNew] = strip.lamps.try_emplace(function << 8 | (index & 0xFF), on);
         if (!everything && !isNew && lamp->second == on) return;
         lamp->second = on;
@@ -71,13 +71,13 @@ void CControlMap::RefreshLamps(Strip& strip, int32_t channel, bool everything) {
     };
     const auto isShown = [&](const auto& row) { return IsShown(row.function, channel); };
     MPCHANNELREC rec{};
-    if (std::ranges::any_of(kMixerSwitches, isShown) &&
+    if (std::ranges::any_of(MIXER_SWITCHES, isShown) &&
         m_site.GetChannel(strip.id, &rec, MASK_SWITCHES) == S_OK)
-        for (const MixerSwitch& s : kMixerSwitches) show(s.function, rec.switches & s.bit);
+        for (const MixerSwitch& s : MIXER_SWITCHES) show(s.function, rec.switches & s.bit);
     rec = {};
-    if (std::ranges::any_of(kMixerAutomation, isShown) &&
+    if (std::ranges::any_of(MIXER_AUTOMATION, isShown) &&
         m_site.GetChannel(strip.id, &rec, MASK_AUTOMATION) == S_OK)
-        for (const MixerAutomation& a : kMixerAutomation)
+        for (const MixerAutomation& a : MIXER_AUTOMATION)
             show(a.function, (rec.automation & AUTOMATION_MODES) == a.mode);
     rec = {};
     if (IsShown(MIXFUNC_SEND_SWITCH, channel) && m_site.GetChannel(strip.id, &rec, MASK_SEND) == S_OK)
@@ -104,7 +104,7 @@ void CControlMap::RefreshTexts(Strip& strip, int32_t channel, bool everything) {
         show(function, rec.*target ? m_site.ChannelName({rec.*target, 0, 0}) : std::u16string());
     };
     showTarget(MIXFUNC_SEND_TARGET, MASK_SEND, &MPCHANNELREC::sendTarget);
-    for (const MixerRoute& route : kMixerRoutes) showTarget(route.function, route.mask, route.target);
+    for (const MixerRoute& route : MIXER_ROUTES) showTarget(route.function, route.mask, route.target);
 }
 
 void CControlMap::SendValue(uint32_t function, int32_t channel, float share) {
@@ -127,7 +127,7 @@ void CControlMap::SendLamp(uint32_t group, uint32_t function, int32_t channel, b
         const std::scoped_lock lock(m_listLock);
         for (const MPFUNCTIONMAP* row : m_lists.FindSend(group, function, channel))
             if (row->flags & (on ? EFUNCFLAG_STATE_ON : EFUNCFLAG_STATE_OFF) &&
-                (index == kAnyIndex || index == row->index))
+                (index == ANY_INDEX || index == row->index))
                 events.push_back(row->first);
     }
     for (const MPEVENTREC& event : events) m_site.SendEvent(event);

@@ -9,13 +9,13 @@
 #include <new>
 
 namespace {
-constexpr uint32_t kValueEvents = MPNRPN | MPRPN | MPCNTRL_CHNG | MPAFTER_TOUCH | MPPITCH_BEND;
-constexpr int32_t kSevenBits = 127, kFourteenBits = 16383, kBendMiddle = 8192;
+constexpr uint32_t VALUE_EVENTS = MPNRPN | MPRPN | MPCNTRL_CHNG | MPAFTER_TOUCH | MPPITCH_BEND;
+constexpr int32_t SEVEN_BITS = 127, FOURTEEN_BITS = 16383, BEND_MIDDLE = 8192;
 
 const MixerParameter* ParameterOf(const LearnTarget& target, uint32_t MixerParameter::*function) {
     if (target.group != ECONTROL_GRP_INSERT) return nullptr;
-    const auto* at = std::ranges::find(kMixerParameters, target.function, function);
-    return at == std::end(kMixerParameters) ? nullptr : at;
+    const auto* at = std::ranges::find(MIXER_PARAMETERS, target.function, function);
+    return at == std::end(MIXER_PARAMETERS) ? nullptr : at;
 }
 
 /// The function that ends what the target begins; 0 for none. Touches and modifiers come in two.
@@ -50,9 +50,9 @@ MPFUNCTIONMAP NewRow(const LearnTarget& target, uint32_t command, uint32_t flags
 void SetRange(MPFUNCTIONMAP& row) {
     const bool bend = row.first.type == MPPITCH_BEND;
     const bool receives = row.commandType == ECMDTYPE_RECIEVE;
-    row.minValue = bend && receives ? -kBendMiddle : 0;
-    row.maxValue = bend && receives ? kBendMiddle - 1 : kFourteenBits;
-    if (row.first.type == MPCNTRL_CHNG || row.first.type == MPAFTER_TOUCH) row.maxValue = kSevenBits;
+    row.minValue = bend && receives ? -BEND_MIDDLE : 0;
+    row.maxValue = bend && receives ? BEND_MIDDLE - 1 : FOURTEEN_BITS;
+    if (row.first.type == MPCNTRL_CHNG || row.first.type == MPAFTER_TOUCH) row.maxValue = SEVEN_BITS;
     // The bytes that carry the value stay out of the row.
     if (bend) row.first.byte1 = 0;
     if (row.first.type & (MPPITCH_BEND | MPCNTRL_CHNG)) row.first.byte2 = 0;
@@ -96,7 +96,7 @@ FUNCTIONTABLE* FunctionRows::NewTables(const char16_t* name) const {
 }
 
 bool CanLearn(const LearnTarget& target, const MPEVENTREC& event) {
-    if (ParameterOf(target, &MixerParameter::value)) return event.type & kValueEvents;
+    if (ParameterOf(target, &MixerParameter::value)) return event.type & VALUE_EVENTS;
     if (event.type == MPNOTE_ON) return true;
     return event.type == MPCNTRL_CHNG && event.byte2 > 0;
 }
@@ -126,10 +126,10 @@ std::vector<MPFUNCTIONMAP> RowsOfControl(const LearnTarget& target, const MPEVEN
         rows.push_back(row);
     }
     if (ParameterOf(target, &MixerParameter::touchOn)) return rows;  // nothing shows a touch
-    constexpr uint8_t kLit = 127;
+    constexpr uint8_t LIT = 127;
     for (const uint32_t state : {EFUNCFLAG_STATE_ON, EFUNCFLAG_STATE_OFF}) {
         MPFUNCTIONMAP lamp = NewRow(target, ECMDTYPE_SEND, state, event);
-        lamp.first.byte2 = state == EFUNCFLAG_STATE_ON ? kLit : 0;
+        lamp.first.byte2 = state == EFUNCFLAG_STATE_ON ? LIT : 0;
         rows.push_back(lamp);
     }
     return rows;

@@ -3,14 +3,14 @@
 #include <cstring>
 
 namespace {
-constexpr uint32_t kModifiers = EFUNCFLAG_SHIFT | EFUNCFLAG_ALT | EFUNCFLAG_CTRL | EFUNCFLAG_OPT;
-constexpr uint32_t kUsed = 0xFF00000;  // EFUNCFLAG_USE_, eight bits above the ones that they name
+constexpr uint32_t MODIFIERS = EFUNCFLAG_SHIFT | EFUNCFLAG_ALT | EFUNCFLAG_CTRL | EFUNCFLAG_OPT;
+constexpr uint32_t USED = 0xFF00000;  // EFUNCFLAG_USE_, eight bits above the ones that they name
 
 // The plain modifiers always count, the surface's modifiers and the modes when the row says so.
 bool ModifiersMatch(const MPFUNCTIONMAP& row, uint32_t stateFlags) {
     // A modifier button works whatever else is held.
-    if (row.group == ECONTROL_GRP_ASSIGN) stateFlags &= ~kModifiers;
-    const uint32_t mask = kModifiers | (row.flags & kUsed) >> 8;
+    if (row.group == ECONTROL_GRP_ASSIGN) stateFlags &= ~MODIFIERS;
+    const uint32_t mask = MODIFIERS | (row.flags & USED) >> 8;
     return ((row.flags ^ stateFlags) & mask) == 0;
 }
 
@@ -67,8 +67,8 @@ bool IsEarlierHalf(const MPFUNCTIONMAP& row, const MPEVENTREC& event, uint32_t s
 
 bool SameControl(const MPFUNCTIONMAP& a, const MPFUNCTIONMAP& b) {
     // Steps add up: none of them may be left out.
-    constexpr uint32_t kSteps = EFUNCFLAG_RELATIVE | EFUNCFLAG_INC | EFUNCFLAG_DEC;
-    if (a.flags & kSteps) return false;
+    constexpr uint32_t STEPS = EFUNCFLAG_RELATIVE | EFUNCFLAG_INC | EFUNCFLAG_DEC;
+    if (a.flags & STEPS) return false;
     return a.flags == b.flags && a.group == b.group && a.function == b.function && a.channel == b.channel &&
            a.index == b.index && a.first.type == b.first.type && a.first.channel == b.first.channel &&
            (a.flags & EFUNCFLAG_VALUE ? SameIdentity(a.first, b.first) : SameData(a.first, b.first));

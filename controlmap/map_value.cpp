@@ -4,7 +4,7 @@
 #include <cmath>
 
 namespace {
-constexpr int32_t kFourteenBits = 16383, kBendMiddle = 8192;
+constexpr int32_t FOURTEEN_BITS = 16383, BEND_MIDDLE = 8192;
 
 struct Raw {
     int32_t value, min, max;
@@ -21,7 +21,7 @@ Raw Read(const MPFUNCTIONMAP& row) {
     case MPNRPN:
     case MPRPN:
         raw.value = row.first.byte3 * 128 + row.first.byte4;
-        raw.max = kFourteenBits;
+        raw.max = FOURTEEN_BITS;
         break;
     case MPCNTRL_CHNG:
     case MPAFTER_TOUCH:
@@ -30,8 +30,8 @@ Raw Read(const MPFUNCTIONMAP& row) {
         break;
     case MPPITCH_BEND:
         raw.value = row.first.byte2 * 128 + row.first.byte1;
-        if (row.maxValue != 0 || host) raw.value -= kBendMiddle;
-        raw.max = kBendMiddle - 1;
+        if (row.maxValue != 0 || host) raw.value -= BEND_MIDDLE;
+        raw.max = BEND_MIDDLE - 1;
         raw.min = -raw.max;
         break;
     default: break;
@@ -55,7 +55,7 @@ int64_t Between(int32_t min, int32_t max, float value) {
 
 HRESULT Write(int64_t raw, MPFUNCTIONMAP& row) {
     // A wheel whose limits lie on both sides of its middle is counted from there, and sent from its low end.
-    if (row.first.type == MPPITCH_BEND && row.minValue < 0) raw += kBendMiddle;
+    if (row.first.type == MPPITCH_BEND && row.minValue < 0) raw += BEND_MIDDLE;
     const auto high = static_cast<uint8_t>(raw >> 7), low = static_cast<uint8_t>(raw & 127);
     if (row.second.type == MPCNTRL_CHNG) row.second.byte2 = high;
     switch (row.first.type) {
@@ -103,12 +103,12 @@ HRESULT EventFromRaw(int32_t low, int32_t high, float x, MPFUNCTIONMAP& row) {
 
 int32_t StepsFromEvent(const MPFUNCTIONMAP& row) {
     if (!(row.flags & EFUNCFLAG_RELATIVE)) return row.flags & EFUNCFLAG_DEC ? -1 : 1;
-    constexpr int32_t kHalf = 64;
+    constexpr int32_t HALF = 64;
     const int32_t byte = row.first.byte2 & 127;
     switch (row.index) {
-    case STEPS_TWOS_COMPLEMENT: return byte < kHalf ? byte : byte - 2 * kHalf;
-    case STEPS_OFFSET: return byte - kHalf;
-    default: return byte < kHalf ? byte : kHalf - byte;
+    case STEPS_TWOS_COMPLEMENT: return byte < HALF ? byte : byte - 2 * HALF;
+    case STEPS_OFFSET: return byte - HALF;
+    default: return byte < HALF ? byte : HALF - byte;
     }
 }
 

@@ -27,7 +27,7 @@ struct MixerParameter {
     bool isGain;                        ///< along a fader's travel; else -1..1
     bool hasInputSide;                  ///< follows the map's target: MASK_INPUT_SIDE
 };
-inline constexpr MixerParameter kMixerParameters[] = {
+inline constexpr MixerParameter MIXER_PARAMETERS[] = {
     {MIXFUNC_VOLUME_TOUCH, 6, MIXFUNC_VOLUME, MASK_VOLUME, 0, 0, &MPCHANNELREC::volume, true, true},
     {10, 11, MIXFUNC_PAN, MASK_PAN, SPEAKER_FRONT, 0, &MPCHANNELREC::pan, false, true},
     {13, 14, 15, MASK_PAN, SPEAKER_REAR, 0, &MPCHANNELREC::pan, false, false},
@@ -40,13 +40,13 @@ inline constexpr MixerParameter kMixerParameters[] = {
     {45, 46, 47, MASK_SEND, 0, SENDSELECT_MAIN, &MPCHANNELREC::sendLevel, true, false},
     {49, 50, 51, MASK_INSERT, 0, 0, &MPCHANNELREC::insertLevel, true, false},
 };
-inline constexpr size_t kMixerParameterCount = sizeof kMixerParameters / sizeof kMixerParameters[0];
+inline constexpr size_t MIXER_PARAMETER_COUNT = sizeof MIXER_PARAMETERS / sizeof MIXER_PARAMETERS[0];
 
 /// A switch that a button toggles.
 struct MixerSwitch {
     uint32_t function, bit;  ///< SWITCH_
 };
-inline constexpr MixerSwitch kMixerSwitches[] = {
+inline constexpr MixerSwitch MIXER_SWITCHES[] = {
     {MIXFUNC_SELECT, SWITCH_SELECTED},
     {MIXFUNC_SOLO, SWITCH_SOLO},
     {MIXFUNC_MUTE, SWITCH_MUTE},
@@ -60,7 +60,7 @@ inline constexpr MixerSwitch kMixerSwitches[] = {
 struct MixerAutomation {
     uint32_t function, mode;
 };
-inline constexpr MixerAutomation kMixerAutomation[] = {{58, 0}, {59, 1}, {60, 4}, {61, 8}};
+inline constexpr MixerAutomation MIXER_AUTOMATION[] = {{58, 0}, {59, 1}, {60, 4}, {61, 8}};
 
 /// Where a channel comes from or goes to, stepped through what there is.
 struct MixerRoute {
@@ -68,7 +68,7 @@ struct MixerRoute {
     uint32_t mask;  ///< MASK_ of the route
     uint64_t MPCHANNELREC::*target;
 };
-inline constexpr MixerRoute kMixerRoutes[] = {
+inline constexpr MixerRoute MIXER_ROUTES[] = {
     {MIXFUNC_OUTPUT_TARGET, MASK_OUTPUT_ROUTE, &MPCHANNELREC::outputTarget},
     {MIXFUNC_INPUT_ROUTE, MASK_INPUT_ROUTE, &MPCHANNELREC::inputTarget},
     {MIXFUNC_OUTPUT_ROUTE, MASK_OUTPUT_ROUTE, &MPCHANNELREC::outputTarget},

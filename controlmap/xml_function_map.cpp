@@ -142,9 +142,9 @@ private:
         event.channel = any ? MIDI_CHANNEL_ANY : static_cast<uint32_t>(channel) & 0xFF;
         if (event.type == MPSYS_EX1) return SystemExclusive(node.child("sysexbytes"), event);
         uint8_t* const bytes[] = {&event.byte1, &event.byte2, &event.byte3, &event.byte4};
-        constexpr const char* kNames[] = {"byte1", "byte2", "byte3", "byte4"};
+        constexpr const char* NAMES[] = {"byte1", "byte2", "byte3", "byte4"};
         for (size_t i = 0; i < std::size(bytes); i++)
-            *bytes[i] = static_cast<uint8_t>(Child(node, kNames[i], 0, 0, 255));
+            *bytes[i] = static_cast<uint8_t>(Child(node, NAMES[i], 0, 0, 255));
     }
 
     void SystemExclusive(const pugi::xml_node& node, MPEVENTREC& event) const {

@@ -7,12 +7,12 @@
 #include <charconv>
 
 namespace {
-constexpr size_t kLimit = size_t{16} << 20;
+constexpr size_t LIMIT = size_t{16} << 20;
 }  // namespace
 
 bool XmlText::Load(const std::filesystem::path& path, std::string& error) {
     std::string bytes;
-    return ReadWholeFile(path, kLimit, bytes, error) && Parse(bytes, path.string(), error);
+    return ReadWholeFile(path, LIMIT, bytes, error) && Parse(bytes, path.string(), error);
 }
 
 bool XmlText::Parse(std::string_view bytes, const std::string& name, std::string& error) {

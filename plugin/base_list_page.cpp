@@ -37,6 +37,7 @@ void CBaseListPage::SetWindow(std::unique_ptr<MessageWindow> window) {
 }
 
 HRESULT CBaseListPage::SetPageSite(IPropertyPageSite* site) {
+    assert(m_thread.IsHere());
     m_site = ComPtr<IPropertyPageSite>(site);
     return S_OK;
 }
@@ -88,6 +89,7 @@ HRESULT CBaseListPage::Deactivate() {
 }
 
 HRESULT CBaseListPage::SetObjects(uint32_t count, IUnknown** objects) {
+    assert(m_thread.IsHere());
     if (count > 1) return E_UNEXPECTED;
     if (count == 1 && (!objects || !objects[0])) return E_POINTER;
     ComPtr<COPTPlugin> plugin;
@@ -106,12 +108,14 @@ HRESULT CBaseListPage::SetObjects(uint32_t count, IUnknown** objects) {
 }
 
 HRESULT CBaseListPage::Show(uint32_t cmd) {
+    assert(m_thread.IsHere());
     if (!m_window) return E_UNEXPECTED;
     m_window->setVisible(cmd != SW_HIDE);
     return S_OK;
 }
 
 HRESULT CBaseListPage::Move(const RECT* rect) {
+    assert(m_thread.IsHere());
     if (!rect) return E_POINTER;
     if (!m_window) return E_UNEXPECTED;
     m_window->setGeometry(ToQRect(*rect));

@@ -1,5 +1,6 @@
 #include "plugin/control_plugin.h"
 
+#include "platform/guarded.h"
 #include "platform/user_folders.h"
 #include "plugin/control_sinks.h"
 #include "plugin/list_page.h"
@@ -48,6 +49,12 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
     HRESULT hr = COPTPlugin::Initialise(host, hostSite, flags, reserved, capabilities);
     if (Failed(hr)) return hr;
 
+    hr = Guarded([&] { return Connect(*host); });
+    if (Failed(hr)) Terminate();
+    return hr;
+}
+
+HRESULT COPTControlPlugin::Connect(IUnknown& host) {
     ModuleState& module = ThisModule();
     uint32_t mode = 0;
     GetHostProperty(MPPROP_CHANNEL_MODE, &mode, sizeof mode);
@@ -57,15 +64,12 @@ HRESULT COPTControlPlugin::Initialise(IUnknown* host, IUnknown* hostSite, uint32
 
     ComPtr<IMPCtrlChannels> channels;
     ComPtr<IMPPlugInCatalog> catalog;
-    hr = host->QueryInterface(IID_IMPCtrlChannels, channels.OutVoid());
+    HRESULT hr = host.QueryInterface(IID_IMPCtrlChannels, channels.OutVoid());
     if (Succeeded(hr)) hr = Advise(IID_IMPCtrlChannelSink, m_controlSink.Get(), &m_controlCookie);
-    if (Failed(hr)) {
-        Terminate();
-        return hr;
-    }
+    if (Failed(hr)) return hr;
     ComPtr<IMPEventOutput> output;
-    host->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional, as the next one
-    host->QueryInterface(IID_IMPEventOutput, output.OutVoid());
+    host.QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid());  // optional, as the next one
+    host.QueryInterface(IID_IMPEventOutput, output.OutVoid());
     m_ports.SetOutput(std::move(output));
     m_channels.Connect(std::move(channels));
     m_catalog.Connect(std::move(catalog));
@@ -93,7 +97,7 @@ HRESULT COPTControlPlugin::Terminate() {
     if (m_worker.joinable()) m_worker.join();
     Unadvise(IID_IMPCtrlChannelSink, &m_controlCookie);
     m_catalog.Connect({});
-    if (Host()) PreTerminate();
+    if (Host()) Guarded([this] { return PreTerminate(); });
     m_channels.Connect({});
     m_ports.SetOutput({});
     {
@@ -132,6 +136,7 @@ HRESULT COPTControlPlugin::PreTerminate() {
     RequestPorts(1, 0);
     m_ports.WaitUntilTold();
     if (m_preferences.AllRead()) SavePreferences();
+    m_preferences.NoteUnread();  // the next host has its own
     m_catalog.FreeCatalog();
     return S_OK;
 }
@@ -140,12 +145,14 @@ void COPTControlPlugin::RunWorker() {
     while (ControlState() & CTRLSTATE_INITIALISED) {
         m_wake.Wait(m_workerWait);
         if (!(ControlState() & CTRLSTATE_INITIALISED)) break;
-        {
+        // What memory does not suffice for is dropped; the next round begins anew.
+        Guarded([this] {
             CriticalSectionLock lock(m_mainLock);
             m_workerWait = ManualResetEvent::INFINITE_WAIT;
             DrainNotifications(0);
             if (Map() && !(ControlState() & CTRLSTATE_SUSPENDED)) m_workerWait = m_runner.Run();
-        }
+            return S_OK;
+        });
         m_wake.Reset();
         // What was queued between the round and the reset has signalled an event that is gone by now.
         CriticalSectionLock lock(m_mainLock);

@@ -125,6 +125,9 @@ public:
 
     CriticalSection& MainLock() const { return m_mainLock; }
 
+    /// For gestures on its channels. [any-thread]
+    ChannelAccess& Access() { return *this; }
+
     /// The user's choice of a MIDI port, 0 for none: kept, and taken up again when a port that went comes
     /// back. [any-thread]
     void ChoosePort(uint32_t isOutput, uint64_t port);
@@ -171,6 +174,7 @@ protected:
     uint32_t m_kindMask = 255;
 
 private:
+    HRESULT Connect(IUnknown& host);
     void RunWorker();
     void RefreshSurface();
     void SignalIfWanted();

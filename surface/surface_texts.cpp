@@ -17,7 +17,7 @@ int32_t FirstTwo(const MPEVENTREC& e) { return e.byte1 * 128 + e.byte2; }
 int32_t LastTwo(const MPEVENTREC& e) { return e.byte3 * 128 + e.byte4; }
 int32_t Bend(const MPEVENTREC& e) { return e.byte2 * 128 + e.byte1 - 8192; }
 
-constexpr EventRow kEvents[] = {
+constexpr EventRow EVENTS[] = {
     {MPCNTRL_CHNG, IDS_CONTROLLER, IDS_CELL_CONTROLLER, First, Second},
     {MPNOTE_ON, IDS_NOTE_ON, IDS_CELL_NOTE, First, Second},
     {MPNOTE_OFF, IDS_NOTE_OFF, IDS_CELL_NOTE, First, Second},
@@ -27,7 +27,7 @@ constexpr EventRow kEvents[] = {
     {MPRPN, IDS_RPN, IDS_CELL_RPN, FirstTwo, LastTwo},
 };
 const EventRow* RowOf(uint32_t type) {
-    for (const EventRow& row : kEvents)
+    for (const EventRow& row : EVENTS)
         if (row.type == type) return &row;
     return nullptr;
 }

@@ -66,7 +66,7 @@ QM_API void QmLang_DisableProcessMirroring();
 /// Makes the handle's language the thread's, for what the platform formats in it.
 QM_API void QmLang_UpdateThreadLocale(HQMLANG lang);
 /// Changes the language of the handle and of the kernel's own texts, 0 to US English, and the process's
-/// layout direction. Texts handed out before lose their storage. [main-thread]
+/// layout direction. Texts handed out before lose their storage. [page-thread]
 QM_API void QmLang_UpdateKernelLCID(HQMLANG lang, uint32_t lcid);
 
 /// The process's three-letter language code, for programs that name their files by it; empty or null is
@@ -85,7 +85,7 @@ QM_API BOOL IsQMLANGSTRINGID(HQMLANG lang, const void* pointer);
 
 /// Reads the user's locale, and the SMPTE and music separators in the handle's language, into the block of
 /// kernel/formats/inat.h; the latter become the tokens $(m.b) and $(b.t) too. Runs when a language is opened;
-/// call it when the locale changes. [main-thread]
+/// call it when the locale changes. [page-thread]
 QM_API void QmLang_GetInternationals(HQMLANG lang);
 
 }  // extern "C"

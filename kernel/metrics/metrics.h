@@ -46,7 +46,7 @@ QM_API HRESULT QmMetric_OpenSubKey(HQMMETRIC* out, HQMMETRIC parent, const char1
 QM_API HRESULT QmMetric_Close(HQMMETRIC handle);
 QM_API HRESULT QmMetric_CloseAndDeleteKey(HQMMETRIC handle);
 /// Makes a handle the default; null goes back to the kernel's own. The handle stays its owner's, who sets
-/// another before he closes it. [main-thread]
+/// another before he closes it. [page-thread]
 QM_API void QmMetric_SetDefault(HQMMETRIC handle);
 
 /// Deletes the settings of one sub-key, of all metrics of an application, of everything the application

@@ -160,7 +160,7 @@ TEST_F(Map, AFaderTakesItsValueOverAndIsNotSentItsOwnMove) {
     map.RefreshStrips(false);
     EXPECT_EQ(site.sent.size(), 1u) << "once";
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 1), true), S_OK);
-    EXPECT_EQ(map.Idle(false), kIdleQuiet) << "peeked at, not run";
+    EXPECT_EQ(map.Idle(false), IDLE_QUIET) << "peeked at, not run";
 }
 
 TEST_F(Map, NoControlJumpsAnywhereAlongItsWay) {
@@ -170,13 +170,13 @@ TEST_F(Map, NoControlJumpsAnywhereAlongItsWay) {
         int32_t min, max;
         int32_t low, high;  ///< of what the control sends
     };
-    constexpr int32_t kAll = 16383;
+    constexpr int32_t ALL = 16383;
     const Row controls[] = {{"a controller", MPCNTRL_CHNG, 0, 127, 0, 127},
                             {"half of one", MPCNTRL_CHNG, 20, 90, 20, 90},
                             {"one without limits", MPCNTRL_CHNG, 0, 0, 0, 127},
-                            {"a wheel around its middle", MPPITCH_BEND, -8192, 8191, 0, kAll},
-                            {"a wheel's upper half", MPPITCH_BEND, 0, 8191, 8192, kAll},
-                            {"14 bits", MPNRPN, 0, kAll, 0, kAll}};
+                            {"a wheel around its middle", MPPITCH_BEND, -8192, 8191, 0, ALL},
+                            {"a wheel's upper half", MPPITCH_BEND, 0, 8191, 8192, ALL},
+                            {"14 bits", MPNRPN, 0, ALL, 0, ALL}};
     const auto event = [](const Row& control, int32_t at) {
         const auto high = static_cast<uint8_t>(at >> 7), low = static_cast<uint8_t>(at & 127);
         return control.type == MPCNTRL_CHNG   ? Event(MPCNTRL_CHNG, 1, low)
@@ -240,8 +240,9 @@ TEST_F(Map, ATouchedFaderFollowsTheHandAndFallsBackAfterwards) {
     Add(ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPPITCH_BEND, 0), 8191).minValue = -8192;
     Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPPITCH_BEND, 0), 16383);
     Use();
+    Channel(101).automation = 4;
     Play(Event(MPNOTE_ON, 104, 127));
-    EXPECT_TRUE(Channel(101).automation & AUTOMATION_TOUCH);
+    EXPECT_EQ(Channel(101).automation, AUTOMATION_TOUCH | 4) << "its mode stays";
     Play(Event(MPPITCH_BEND, 127, 127));
     EXPECT_NEAR(Channel(101).volume, 2, 1e-4) << "no takeover under the hand";
     Channel(101).volume = 0.3f;
@@ -255,20 +256,20 @@ TEST_F(Map, ATouchedFaderFollowsTheHandAndFallsBackAfterwards) {
 
 TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
     uint8_t number = 1;
-    for (const MixerParameter& p : kMixerParameters) {
+    for (const MixerParameter& p : MIXER_PARAMETERS) {
         if (p.value) Receive(p.value, 1, Event(MPCNTRL_CHNG, number));
         if (p.touchOn) Receive(p.touchOn, 1, Event(MPNOTE_ON, number), 0);
         if (p.touchOff) Receive(p.touchOff, 1, Event(MPNOTE_OFF, number), 0);
         if (p.value) Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, p.value, 1, Event(MPCNTRL_CHNG, number));
         number++;
     }
-    for (const MixerSwitch& s : kMixerSwitches) {
+    for (const MixerSwitch& s : MIXER_SWITCHES) {
         Button(s.function, 1, number);
         Lamp(s.function, 1, number++);
     }
     Use();
     number = 1;
-    for (const MixerParameter& p : kMixerParameters) {
+    for (const MixerParameter& p : MIXER_PARAMETERS) {
         Play(Event(MPCNTRL_CHNG, number, 1));  // where the control is
         Channel(102).automation = 0;
         Play(Event(MPNOTE_ON, number));
@@ -290,7 +291,7 @@ TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
         EXPECT_EQ(told, p.value != 0);
         number++;
     }
-    for (const MixerSwitch& s : kMixerSwitches) {
+    for (const MixerSwitch& s : MIXER_SWITCHES) {
         Play(Event(MPNOTE_ON, number, 127));
         EXPECT_EQ(Channel(102).switches, s.bit) << s.function;
         EXPECT_EQ(site.setMasks.back(), MASK_SWITCHES | MASK_TARGET);
@@ -429,18 +430,18 @@ TEST_F(Map, NumbersWithoutAnActionDoNothing) {
 
 TEST_F(Map, AutomationModesAreSetAndStepped) {
     Button(MIXFUNC_AUTOMATION_STEP, 0, 1);
-    for (uint8_t i = 0; i < std::size(kMixerAutomation); i++) {
-        Button(kMixerAutomation[i].function, 0, static_cast<uint8_t>(10 + i));
-        Lamp(kMixerAutomation[i].function, 0, static_cast<uint8_t>(10 + i));
+    for (uint8_t i = 0; i < std::size(MIXER_AUTOMATION); i++) {
+        Button(MIXER_AUTOMATION[i].function, 0, static_cast<uint8_t>(10 + i));
+        Lamp(MIXER_AUTOMATION[i].function, 0, static_cast<uint8_t>(10 + i));
     }
     Use();
     for (const uint32_t mode : {1u, 4u, 0u, 1u}) {
         Play(Event(MPNOTE_ON, 1, 127));
         EXPECT_EQ(Channel(101).automation, mode) << "the modes that there are, and off";
     }
-    for (uint8_t i = 0; i < std::size(kMixerAutomation); i++) {
+    for (uint8_t i = 0; i < std::size(MIXER_AUTOMATION); i++) {
         Play(Event(MPNOTE_ON, static_cast<uint8_t>(10 + i), 127));
-        EXPECT_EQ(Channel(101).automation, kMixerAutomation[i].mode);
+        EXPECT_EQ(Channel(101).automation, MIXER_AUTOMATION[i].mode);
         map.RefreshStrips(true);
         for (const MPEVENTREC& lamp : site.sent)
             EXPECT_EQ(lamp.byte2, lamp.byte1 == 10 + i ? 127 : 0) << "one of the lamps";
@@ -513,7 +514,7 @@ TEST_F(Map, TwoHalvesMakeOneValueAndABurstOneChange) {
         map.OnEvent(Event(MPCNTRL_CHNG, 10, 64), false);
         map.OnEvent(Event(MPCNTRL_CHNG, 42, static_cast<uint8_t>(i % 100)), false);
     }
-    EXPECT_EQ(map.Idle(false), kIdleBusy);
+    EXPECT_EQ(map.Idle(false), IDLE_BUSY);
     EXPECT_EQ(site.setMasks.size(), 1u);
     EXPECT_NEAR(Channel(101).pan, (8192 + 99) / 16383.0 * 2 - 1, 1e-4) << "the last value";
 }

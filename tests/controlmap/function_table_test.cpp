@@ -10,7 +10,7 @@
 #include <filesystem>
 
 namespace {
-constexpr const char* kNames = R"(<?xml version="1.0"?>
+constexpr const char* NAMES = R"(<?xml version="1.0"?>
 <functiontables>
   <group name="ECONTROL_GRP_INSERT">
     <function name="Volume" value="7"/>
@@ -22,7 +22,7 @@ constexpr const char* kNames = R"(<?xml version="1.0"?>
 struct Names : NameTable {
     Names() {
         std::string error;
-        EXPECT_TRUE(Parse(kNames, "names.xml", error)) << error;
+        EXPECT_TRUE(Parse(NAMES, "names.xml", error)) << error;
     }
     std::string HostFamilyName(uint32_t family) const override { return family == 3 ? "Transport" : ""; }
     uint32_t HostFamilyNumber(std::string_view name) const override { return name == "Transport" ? 3 : 0; }

@@ -11,7 +11,7 @@
 #include <set>
 
 namespace {
-const std::filesystem::path kFolder = TARN_SURFACES;
+const std::filesystem::path FOLDER = TARN_SURFACES;
 
 class SurfaceFiles : public testing::TestWithParam<const char*> {
 protected:
@@ -20,8 +20,8 @@ protected:
     std::string error;
 
     void SetUp() override {
-        ASSERT_TRUE(names.Load(kFolder / "names.xml", error)) << error;
-        ASSERT_EQ(ReadFunctionTables(kFolder / GetParam(), names, 8, entry, error), S_OK) << error;
+        ASSERT_TRUE(names.Load(FOLDER / "names.xml", error)) << error;
+        ASSERT_EQ(ReadFunctionTables(FOLDER / GetParam(), names, 8, entry, error), S_OK) << error;
     }
     void TearDown() override { FreeFunctionTables(entry); }
     bool HasKnobWithoutEnds(uint32_t function, int32_t strip) {
@@ -90,10 +90,10 @@ INSTANTIATE_TEST_SUITE_P(All, SurfaceFiles,
 TEST(SurfaceNames, NameWhatTheMapDoes) {
     NameTable names;
     std::string error;
-    ASSERT_TRUE(names.Load(kFolder / "names.xml", error)) << error;
-    for (const MixerParameter& p : kMixerParameters)
+    ASSERT_TRUE(names.Load(FOLDER / "names.xml", error)) << error;
+    for (const MixerParameter& p : MIXER_PARAMETERS)
         for (const uint32_t function : {p.value, p.touchOn, p.touchOff})
             EXPECT_EQ(names.FunctionName(ECONTROL_GRP_INSERT, function) != "", function != 0) << function;
-    for (const MixerSwitch& s : kMixerSwitches)
+    for (const MixerSwitch& s : MIXER_SWITCHES)
         EXPECT_NE(names.FunctionName(ECONTROL_GRP_INSERT, s.function), "") << s.function;
 }

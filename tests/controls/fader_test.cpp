@@ -2,7 +2,7 @@
 #include "controls/fader.h"
 #include "controls/fader_layout.h"
 #include "controls/game_controller.h"
-#include "fake_host.h"
+#include "fake_window.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ constexpr uint32_t kPair = kMono | FADERS_STEREO;
 
 class Fader : public testing::Test {
 protected:
-    FakeHost host;
+    FakeWindow host;
     tQMFADER f{};
     std::string codes;  // one digit a call of the scroll proc
 
@@ -300,7 +300,7 @@ TEST_F(Fader, Keys) {
 }
 
 TEST_F(Fader, KeysThatItDoesNotUseGoToTheOwner) {
-    FakeHost owner;
+    FakeWindow owner;
     Make(kMono | FADERS_COMMANDS);
     FaderInst_SetOwnerHwnd(&f, &owner);
     Key(VK_DELETE);

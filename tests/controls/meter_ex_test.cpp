@@ -2,7 +2,7 @@
 #include "controls/meter_ex.h"
 #include "controls/meter_model.h"
 #include "controls/meter_scales.h"
-#include "fake_host.h"
+#include "fake_window.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ float Amplitude(double decibels) { return static_cast<float>(std::pow(10, decibe
 
 class MeterEx : public testing::Test {
 protected:
-    FakeHost host;
+    FakeWindow host;
     tQMMETEREX m{};
 
     void Make(uint32_t scale) {

@@ -1,7 +1,7 @@
 // Painting of meters: what changed must look as if all had been painted.
 #include "controls/meter.h"
 #include "controls/meter_bitmaps.h"
-#include "fake_host.h"
+#include "fake_window.h"
 #include "kernel/ui/theme.h"
 #include "platform/ui/paint.h"
 
@@ -38,7 +38,7 @@ QImage Blank(double scale) {
     return image;
 }
 
-void Init(tQMMETER& m, const Look& look, FakeHost& host) {
+void Init(tQMMETER& m, const Look& look, FakeWindow& host) {
     MeterInst_Init(&m, look.style, &look.rect, &host, 1, 0, 0);
     MeterInst_Message(&m, METERM_SETCHANNELS, 0, look.channels);
     MeterInst_Message(&m, METERM_SETDISPLAYRANGE, 0, look.displayRange);
@@ -55,7 +55,7 @@ QRect DifferentPixels(const QImage& a, const QImage& b) {
 
 class MeterChanges : public testing::TestWithParam<Look> {
 protected:
-    FakeHost host;
+    FakeWindow host;
     std::mt19937 random{12345};
 
     void SetUp() override { ApplyTheme(Theme::Dark); }
@@ -148,7 +148,7 @@ TEST_P(MeterChanges, SurvivePaintsUnderAClip) {
 }
 
 TEST(MeterBitmaps, AreSharedByMetersThatLookAlike) {
-    FakeHost host;
+    FakeWindow host;
     const size_t before = CountMeterBitmaps();
     std::vector<tQMMETER> meters(500);
     QImage image(2000, 220, QImage::Format_RGB32);
@@ -167,7 +167,7 @@ TEST(MeterBitmaps, AreSharedByMetersThatLookAlike) {
 }
 
 TEST(MeterPaint, TheBarEndsWhereTheLevelSays) {
-    FakeHost host;
+    FakeWindow host;
     tQMMETER m;
     Init(m, {METERS_VERTICAL, 1, {0, 0, 10, 302}, 1.0, 0}, host);
     const METERBAND band{-1440, 0x00FF00, 0x0000FF};

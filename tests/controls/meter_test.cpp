@@ -2,7 +2,7 @@
 #include "controls/meter.h"
 #include "controls/meter_layout.h"
 #include "controls/meter_levels.h"
-#include "fake_host.h"
+#include "fake_window.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ int32_t Bits(float value) { return std::bit_cast<int32_t>(value); }
 
 class Meter : public testing::Test {
 protected:
-    FakeHost host;
+    FakeWindow host;
     tQMMETER m{};
 
     void Make(uint32_t style, uint32_t channels = 1, RECT rect = {0, 0, 40, 300}, uint32_t flags = 0) {

@@ -3,7 +3,7 @@
 #include "controls/pan.h"
 #include "controls/pan_draw.h"
 #include "controls/pan_point.h"
-#include "fake_host.h"
+#include "fake_window.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@
 namespace {
 class Pan : public testing::Test {
 protected:
-    FakeHost host;
+    FakeWindow host;
     tQMPAN p{};
     std::vector<uint32_t> codes;
 

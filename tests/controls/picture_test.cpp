@@ -2,7 +2,7 @@
 // them that a machine can make.
 #include "controls/fader.h"
 #include "controls/meter.h"
-#include "fake_host.h"
+#include "fake_window.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/image_list.h"
@@ -40,11 +40,11 @@ struct Canvas {
 
 class Pictures : public testing::TestWithParam<double> {
 protected:
-    FakeHost host;
+    FakeWindow host;
 };
 INSTANTIATE_TEST_SUITE_P(Scales, Pictures, testing::Values(1.0, 1.25, 1.5, 2.0));
 
-void DrawFader(Canvas& canvas, FakeHost& host, uint32_t style, RECT rect, std::vector<int32_t> values,
+void DrawFader(Canvas& canvas, FakeWindow& host, uint32_t style, RECT rect, std::vector<int32_t> values,
                bool tapered, const ImageList* thumbs = nullptr, bool focused = false) {
     tQMFADER fader;
     FaderInst_Init(&fader, style, &rect, &host, 1, nullptr, 0, 1.0f);

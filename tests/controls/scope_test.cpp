@@ -1,7 +1,7 @@
 // The scope's plot: points where the formulae put them, and nothing outside the image.
 #include "controls/scope.h"
 #include "controls/scope_grid.h"
-#include "fake_host.h"
+#include "fake_window.h"
 
 #include <gtest/gtest.h>
 
@@ -164,7 +164,7 @@ TEST(ScopeGrids, MarksHalveDownToTheLeastSpacing) {
 }
 
 TEST(Scope, FollowsItsMessages) {
-    FakeHost host;
+    FakeWindow host;
     tQMSCOPE s;
     const RECT rect{0, 0, 80, 80};
     ScopeInst_Init(&s, SCOPES_XY, &rect, &host, 1, 0);

@@ -1,7 +1,7 @@
 // The trackbar: what differs from a fader.
 #include "controls/fader_layout.h"
 #include "controls/trackbar.h"
-#include "fake_host.h"
+#include "fake_window.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 namespace {
 class Trackbar : public testing::Test {
 protected:
-    FakeHost host;
+    FakeWindow host;
     tQMTRACKBAR t{};
     std::string codes;
 

@@ -132,7 +132,7 @@ protected:
         project->SetUserPreferences(all);
         Start();
         auto* bytes = dynamic_cast<BytesCable*>(cable.get());
-        ASSERT_TRUE(!bytes || Eventually([&] { return bytes->IsOpen(); }));
+        ASSERT_TRUE(!bytes || PageDriver::Until([&] { return bytes->IsOpen(); }));
     }
     /// With the preferences that there are.
     void Start() {
@@ -151,10 +151,6 @@ protected:
     }
     void SetFader(int index, double db) {
         project->EditChannel(100 + static_cast<ChannelId>(index), [db](Channel& c) { c.fader_db = db; });
-    }
-    template <class F>
-    bool Eventually(F condition) {
-        return PageDriver::Until(condition);
     }
     bool Received(const Bytes& wanted) {
         const Bytes more = cable->TakeReceived();
@@ -177,7 +173,7 @@ protected:
     void SendAndWait(const Bytes& bytes) {
         const int before = last.batches;
         cable->Send(bytes);
-        ASSERT_TRUE(Eventually([&] { return last.batches > before; }));
+        ASSERT_TRUE(PageDriver::Until([&] { return last.batches > before; }));
     }
     /// Sends, and waits until it has been done: a button behind it, which has done its work on a track,
     /// tells.
@@ -185,7 +181,7 @@ protected:
         const bool before = Track(track).mute;
         bytes.insert(bytes.end(), {0xB0, 17, 127});
         cable->Send(bytes);
-        ASSERT_TRUE(Eventually([&] { return Track(track).mute != before; }));
+        ASSERT_TRUE(PageDriver::Until([&] { return Track(track).mute != before; }));
     }
 };
 
@@ -211,38 +207,39 @@ protected:
 TEST_P(SurfaceOnACable, AMotorFaderMovesTheMixAndTheMixMovesIt) {
     Open();
     Load("Motor faders, pitch bend");
-    ASSERT_TRUE(Eventually([&] { return std::abs(MotorPlace(0) - UNITY) <= 1; }));
-    ASSERT_TRUE(Eventually([&] {
+    ASSERT_TRUE(PageDriver::Until([&] { return std::abs(MotorPlace(0) - UNITY) <= 1; }));
+    ASSERT_TRUE(PageDriver::Until([&] {
         return Received({'T', 'r', 'a', 'c', 'k', '2'});
     })) << "names reach the display";
     const double before = (project->Render(Folder() / "a.wav", {}), RmsDb(Folder() / "a.wav"));
 
     cable->Send({0x90, 104, 127});  // a hand on the fader
     cable->Send(Bend(0, MINUS_SIX));
-    ASSERT_TRUE(Eventually([&] { return std::abs(Track(0).fader_db + 6) < 0.01; })) << Track(0).fader_db;
+    ASSERT_TRUE(PageDriver::Until([&] { return std::abs(Track(0).fader_db + 6) < 0.01; }))
+        << Track(0).fader_db;
     project->Render(Folder() / "b.wav", {});
     EXPECT_NEAR(RmsDb(Folder() / "b.wav"), before - 6, 0.02) << "the engine plays it";
     Forget();
     SetFader(0, -20);
     SetFader(1, -6);
-    ASSERT_TRUE(Eventually([&] { return std::abs(MotorPlace(1) - MINUS_SIX) <= 1; }));
+    ASSERT_TRUE(PageDriver::Until([&] { return std::abs(MotorPlace(1) - MINUS_SIX) <= 1; }));
     EXPECT_EQ(MotorPlace(0), -1) << "the motor does not pull against the hand";
     cable->Send({0x90, 104, 0});
-    ASSERT_TRUE(Eventually([&] { return MotorPlace(0) > 0; })) << "let go, it goes where the value is";
+    ASSERT_TRUE(PageDriver::Until([&] { return MotorPlace(0) > 0; })) << "let go, it goes where the value is";
     EXPECT_LT(MotorPlace(0), MINUS_SIX);
 
     Forget();
     cable->Send({0x90, 16, 127, 0x90, 16, 0});
-    ASSERT_TRUE(Eventually([&] { return Track(0).mute; }));
-    ASSERT_TRUE(Eventually([&] { return Received({0x90, 16, 127}); })) << "the lamp";
+    ASSERT_TRUE(PageDriver::Until([&] { return Track(0).mute; }));
+    ASSERT_TRUE(PageDriver::Until([&] { return Received({0x90, 16, 127}); })) << "the lamp";
     project->EditChannel(100, [](Channel& c) { c.mute = false; });
-    ASSERT_TRUE(Eventually([&] { return Received({0x90, 16, 0}); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return Received({0x90, 16, 0}); }));
 
     cable->Send({0x90, 94, 127});
-    ASSERT_TRUE(Eventually([&] { return project->Transport().playing; }));
-    ASSERT_TRUE(Eventually([&] { return Received({0x90, 94, 127}); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return project->Transport().playing; }));
+    ASSERT_TRUE(PageDriver::Until([&] { return Received({0x90, 94, 127}); }));
     project->Stop();
-    ASSERT_TRUE(Eventually([&] { return Received({0x90, 94, 0}); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return Received({0x90, 94, 0}); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Over, SurfaceOnACable, testing::Values("bytes", "jack"),
@@ -305,7 +302,8 @@ TEST_F(Surface, TwoHalvesMakeOneValueAndAThousandMovesOneChange) {
     SendAndWait(burst);
     EXPECT_EQ(counter.changes, 0);
     project->SendControl(MPCTRL_SUSPEND, 0);
-    ASSERT_TRUE(Eventually([&] { return std::abs(Track(0).fader_db + 6) < 0.01; })) << Track(0).fader_db;
+    ASSERT_TRUE(PageDriver::Until([&] { return std::abs(Track(0).fader_db + 6) < 0.01; }))
+        << Track(0).fader_db;
     EXPECT_EQ(counter.changes, 1);
     point->Unadvise(cookie);
 }
@@ -314,17 +312,17 @@ TEST_F(Surface, ComesBackWhenItIsPluggedInAgain) {
     Open();
     Load("Motor faders, pitch bend");
     auto& bytes = static_cast<BytesCable&>(*cable);
-    ASSERT_TRUE(Eventually([&] { return bytes.IsOpen() && MotorPlace(0) >= 0; }));
+    ASSERT_TRUE(PageDriver::Until([&] { return bytes.IsOpen() && MotorPlace(0) >= 0; }));
     bytes.Plug(false);
-    ASSERT_TRUE(Eventually([&] { return !bytes.IsOpen(); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return !bytes.IsOpen(); }));
     Unload();
     Start();  // without it, it is waited for
     Forget();
     bytes.Plug(true);
-    ASSERT_TRUE(Eventually([&] { return bytes.IsOpen() && std::abs(MotorPlace(0) - UNITY) <= 1; }))
+    ASSERT_TRUE(PageDriver::Until([&] { return bytes.IsOpen() && std::abs(MotorPlace(0) - UNITY) <= 1; }))
         << "and is shown where things are";
     cable->Send({0x90, 16, 127});
-    ASSERT_TRUE(Eventually([&] { return Track(0).mute; }));
+    ASSERT_TRUE(PageDriver::Until([&] { return Track(0).mute; }));
 }
 
 TEST_F(Surface, AControlIsLearntOnThePageAndTheMapIsTheUsersOwn) {
@@ -349,24 +347,24 @@ TEST_F(Surface, AControlIsLearntOnThePageAndTheMapIsTheUsersOwn) {
     };
     EXPECT_EQ(cell(0, 1), "CC 2");
     cable->Send({0xB2, 20, 5});
-    ASSERT_TRUE(Eventually([&] { return shows("Controller 20, channel 3: 5: no function"); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return shows("Controller 20, channel 3: 5: no function"); }));
     table->setCurrentCell(0, 1);
     button("Learn")->click();
-    ASSERT_TRUE(Eventually([&] { return button("End learning"); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return button("End learning"); }));
     SendAndWait({0x92, 60, 100});  // the touch of the fader is not its move
     SendAndWait({0xB2, 20, 5});
-    ASSERT_TRUE(Eventually([&] { return cell(0, 1) == "CC 20"; })) << cell(0, 1).toStdString();
+    ASSERT_TRUE(PageDriver::Until([&] { return cell(0, 1) == "CC 20"; })) << cell(0, 1).toStdString();
     EXPECT_TRUE(button("Learn"));
     Play({0xB2, 20, 5});
     Play({0xB2, 20, 127});
     EXPECT_GT(Track(1).fader_db, 11.9) << "and works at once";
     cable->Send({0xB2, 20, 127});
-    ASSERT_TRUE(Eventually([&] { return shows("Controller 20, channel 3: 127: Volume, Strip 2"); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return shows("Controller 20, channel 3: 127: Volume, Strip 2"); }));
 
     table->setCurrentCell(3, 0);
     button("Learn")->click();
     SendAndWait({0xB2, 20, 127});  // a control has one function
-    ASSERT_TRUE(Eventually([&] { return cell(3, 0) == "CC 20" && cell(0, 1).isEmpty(); }));
+    ASSERT_TRUE(PageDriver::Until([&] { return cell(3, 0) == "CC 20" && cell(0, 1).isEmpty(); }));
     button("Undo")->click();
     EXPECT_EQ(cell(0, 1), "CC 20");
     EXPECT_EQ(cell(3, 0), "CC 17");

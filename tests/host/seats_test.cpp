@@ -1,6 +1,7 @@
 // Several plug-ins at one host: each has its seat, its preferences and the ports that it asks for.
 #include "host/contract/project.h"
 #include "platform/memory.h"
+#include "tests/support/eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -62,12 +63,6 @@ HRESULT Preference(IUnknown* host, bool set, int64_t* number) {
                            : store->GetProperty(&MPPROP_PREFERENCE, 0, 0, sizeof pref, &pref);
     *number = pref.number;
     return hr;
-}
-
-template <class F>
-bool Eventually(F condition) {
-    for (int i = 0; i < 5000 && !condition(); i++) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return condition();
 }
 }  // namespace
 

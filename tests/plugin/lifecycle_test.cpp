@@ -2,11 +2,11 @@
 // call.
 #include "console/console_plugin.h"
 #include "plugin/module_state.h"
+#include "tests/support/eventually.h"
 #include "tests/support/fake_host.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <thread>
 
 namespace {
@@ -37,13 +37,6 @@ std::vector<uint64_t> Ids(const CConsoleControlPlugin& plugin) {
     std::vector<uint64_t> ids;
     for (const ChannelEntry* entry : plugin.Entries()) ids.push_back(entry->id.channel);
     return ids;
-}
-
-/// Waits for the worker; the limit is only there so that a fault ends the test.
-template <class F>
-bool Eventually(F condition) {
-    for (int i = 0; i < 5000 && !condition(); i++) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return condition();
 }
 
 TEST(Lifecycle, AnswersItsInterfacesAndNoOthers) {

@@ -4,12 +4,12 @@
 #include "plugin/catalog_names.h"
 #include "plugin/control_plugin.h"
 #include "tests/controlmap/map_support.h"
+#include "tests/support/eventually.h"
 #include "tests/support/fake_host.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <deque>
 #include <filesystem>
 #include <thread>
@@ -137,19 +137,12 @@ protected:
         return stream;
     }
     template <class F>
-    bool Eventually(F condition) {
-        for (int i = 0; i < 5000; i++) {
-            {
-                const std::scoped_lock lock(host.lock);
-                if (condition()) return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return false;
+    bool Becomes(F condition) {
+        return Eventually(condition, &host.lock);
     }
     bool SentEventually(uint8_t byte1, uint8_t byte2) {
         std::vector<MPEVENTREC> all;
-        return Eventually([&] {
+        return Becomes([&] {
             for (const MPEVENTREC& e : plugin->TakeSent()) all.push_back(e);
             return std::ranges::any_of(
                 all, [&](const MPEVENTREC& e) { return e.byte1 == byte1 && e.byte2 == byte2; });
@@ -163,8 +156,8 @@ TEST_F(PluginMap, EventsBecomeChangesOfTheHostAndAreTakenOut) {
                                   Event(MPNOTE_ON, 16, 127), Event(MPCNTRL_CHNG, 7, 64)});
     EXPECT_EQ(stream.consumed, (std::vector<uint32_t>{0, 2, 3}));
     EXPECT_TRUE(stream.filterEnded);
-    EXPECT_TRUE(Eventually([&] { return std::abs(host.Find(1)->volume - 64 / 127.0f) < 1e-5f; }));
-    EXPECT_TRUE(Eventually([&] { return host.Find(1)->switches == SWITCH_MUTE; }));
+    EXPECT_TRUE(Becomes([&] { return std::abs(host.Find(1)->volume - 64 / 127.0f) < 1e-5f; }));
+    EXPECT_TRUE(Becomes([&] { return host.Find(1)->switches == SWITCH_MUTE; }));
     const Stream peeked = Filter({Event(MPNOTE_ON, 16, 127)}, CAPABILITY_CONTROL | FILTER_PEEK_ONLY);
     EXPECT_EQ(peeked.consumed.size(), 1u);
     const Stream other = Filter({Event(MPNOTE_ON, 16, 127)}, 0);
@@ -183,7 +176,7 @@ TEST_F(PluginMap, CapturedEventsHaveNoEffectAndASuspendedMapWaits) {
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1, MASK_NAME);  // a round of the worker
     EXPECT_EQ(host.Find(1)->switches, 0u);
     host.Control(MPCTRL_SUSPEND, 0);
-    EXPECT_TRUE(Eventually([&] { return host.Find(1)->switches == SWITCH_MUTE; })) << "it waited";
+    EXPECT_TRUE(Becomes([&] { return host.Find(1)->switches == SWITCH_MUTE; })) << "it waited";
 }
 
 TEST_F(PluginMap, ChangesOfTheHostReachTheSurface) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-struct FakeHost : ControlHost {
+struct FakeWindow : ControlHost {
     struct Sent {
         uint32_t message;
         uintptr_t wparam;

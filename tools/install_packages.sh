@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
-# Installs what packages.txt lists and the machine lacks; does nothing, and needs no network, when all is there.
+# install_packages.sh GROUP...: installs what those groups of packages.txt list and the machine lacks; does nothing, and
+# needs no network, when all is there.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
-mapfile -t wanted < <(sed -e 's/#.*//' "$top/packages.txt" | awk 'NF { print $1 }')
+mapfile -t wanted < <(awk -v groups=" $* " '/^#/ { next }
+  /^\[/ { asked = index(groups, " " substr($1, 2, length($1) - 2) " "); next }
+  NF && asked { print $1 }' "$top/packages.txt")
+[ ${#wanted[@]} -gt 0 ] || { echo "install_packages.sh: no such group: $*" >&2; exit 1; }
 missing=()
 is_there() { [ "$(dpkg-query -W -f='${db:Status-Abbrev}' "$1" 2>/dev/null)" = "ii " ]; }
 for choice in "${wanted[@]}"; do

@@ -20,7 +20,11 @@ bool HasDisplay() {
     return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }
 
-std::filesystem::path ModuleFolder() { return QCoreApplication::applicationDirPath().toStdString(); }
+/// Beside the program in a build folder, else where they are installed.
+std::filesystem::path ModuleFolder() {
+    const std::filesystem::path programs = QCoreApplication::applicationDirPath().toStdString();
+    return exists(programs / "mixconsole.so") ? programs : programs / INSTALLED_MODULES;
+}
 
 std::unique_ptr<host::MidiDriver> OpenMidi(const host::Options& options) {
     if (options.midi.value_or(options.IsScripted() ? "none" : "") == "none") return nullptr;

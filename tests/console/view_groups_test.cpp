@@ -37,8 +37,9 @@ TEST(ViewGroups, NoneAreKeptAsNone) {
 TEST(ViewGroups, ComeBackWithDefaultsAndLimits) {
     const tConsoleMetrics& m = MeasuredConsoleMetrics();
     Store store;
-    store.numbers = {{1000, 2},    {2000, 1},    {2001, GROUP_CURRENT_STATE}, {2101, GROUP_VIEW},
-                     {2102, 0x11}, {2113, 9999}, {2117, 1},                   {2124, 77}};
+    store.numbers = {{1000, 2},          {2000, 1},    {2001, GROUP_CURRENT_STATE},
+                     {2101, GROUP_VIEW}, {2102, 0x11}, {2113, 9999},
+                     {2117, 1},          {2124, 77}};
     store.texts[2109] = u"Drums only";
     ViewGroups groups;
     ASSERT_EQ(LoadGroups(groups, store.Functions()), S_OK);

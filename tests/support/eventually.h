@@ -5,8 +5,8 @@
 #include <mutex>
 #include <thread>
 
-/// Whether the condition comes to hold; asked under the lock if there is one. The limit is only there so that a
-/// fault ends the test.
+/// Whether the condition comes to hold; asked under the lock if there is one. The limit is only there so that
+/// a fault ends the test.
 template <class F>
 bool Eventually(F condition, std::mutex* lock = nullptr) {
     const auto holds = [&] {

@@ -1,0 +1,44 @@
+# What `cmake --install` puts where: headers below include/tarn, the kernel library with its version, the modules in
+# lib/tarn, where the host looks for them, the programs, a pkg-config file and a CMake package.
+include(GNUInstallDirs)
+set(TARN_MODULES_DIR ${CMAKE_INSTALL_LIBDIR}/tarn)
+set(TARN_HEADERS_DIR ${CMAKE_INSTALL_INCLUDEDIR}/tarn)
+
+set_target_properties(tarn-kernel PROPERTIES
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN")
+install(TARGETS tarn-kernel LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+file(RELATIVE_PATH from_modules /${TARN_MODULES_DIR} /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(mixconsole mixsurface PROPERTIES INSTALL_RPATH "$ORIGIN/${from_modules}")
+install(TARGETS mixconsole mixsurface LIBRARY DESTINATION ${TARN_MODULES_DIR})
+install(DIRECTORY resources/surfaces DESTINATION ${TARN_MODULES_DIR} FILES_MATCHING PATTERN *.xml)
+
+set(programs mixhost tarn-demo tarn-gallery tarn-media tarn-settings)
+file(RELATIVE_PATH from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_programs}")
+install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# Where the host looks when the modules do not lie beside it, as they do in the build folder.
+file(RELATIVE_PATH modules_from_programs /${CMAKE_INSTALL_BINDIR} /${TARN_MODULES_DIR})
+target_compile_definitions(mixhost PRIVATE INSTALLED_MODULES="${modules_from_programs}")
+
+# Headers that need no window system, without those that families share among their own sources.
+foreach(room platform kernel audio mediafile contract)
+  install(DIRECTORY ${room} DESTINATION ${TARN_HEADERS_DIR} FILES_MATCHING
+    PATTERN *.h
+    PATTERN *_internal.h EXCLUDE
+    PATTERN ui EXCLUDE
+    PATTERN copy EXCLUDE)
+endforeach()
+install(FILES ${CMAKE_BINARY_DIR}/strings/kernel/lang/kernel_strings.h DESTINATION ${TARN_HEADERS_DIR}/kernel/lang)
+install(DIRECTORY resources/themes DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn FILES_MATCHING PATTERN *.ini)
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+file(RELATIVE_PATH from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /${CMAKE_INSTALL_INCLUDEDIR})
+configure_file(cmake/tarn-kernel.pc.in tarn-kernel.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/tarn-kernel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+include(CMakePackageConfigHelpers)
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Tarn)
+configure_package_config_file(cmake/TarnConfig.cmake.in TarnConfig.cmake INSTALL_DESTINATION ${package}
+  PATH_VARS CMAKE_INSTALL_LIBDIR TARN_HEADERS_DIR TARN_MODULES_DIR)
+write_basic_package_version_file(TarnConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/TarnConfig.cmake ${CMAKE_BINARY_DIR}/TarnConfigVersion.cmake DESTINATION ${package})

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/formats/inat.h"
+#include "kernel/lang/lang.h"
 #include "kernel/print/print_text.h"
 #include "platform/locale.h"
 

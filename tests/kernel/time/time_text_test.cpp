@@ -1,4 +1,5 @@
 #include "kernel/formats/inat.h"
+#include "kernel/lang/lang.h"
 #include "kernel/time/time_parse.h"
 #include "kernel/time/time_text.h"
 #include "platform/locale.h"

@@ -1,5 +1,6 @@
 // The print engine beside the C library, {fmt} and ICU, on the same random numbers; one item a call.
 #include "kernel/formats/inat.h"
+#include "kernel/lang/lang.h"
 #include "kernel/print/print.h"
 #include "platform/locale.h"
 

@@ -1,5 +1,6 @@
 // SMPTE labels and position texts, of frames spread over a day; beside libltc and a plain loop.
 #include "kernel/formats/inat.h"
+#include "kernel/lang/lang.h"
 #include "kernel/time/time_parse.h"
 #include "kernel/time/time_text.h"
 #include "platform/locale.h"

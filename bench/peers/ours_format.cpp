@@ -3,6 +3,7 @@
 #include "peers.h"
 
 #include "kernel/formats/inat.h"
+#include "kernel/lang/lang.h"
 #include "kernel/print/print.h"
 #include "platform/locale.h"
 

@@ -72,8 +72,8 @@ private:
     [[noreturn]] void Refuse(std::string_view reason) const {
         std::string place;
         for (const Level& level : m_open)
-            place += "/" + (level.value->is_array() ? std::to_string(level.value->size() - 1)
-                                                    : PointerToken(level.name));
+            place.append(1, '/').append(level.value->is_array() ? std::to_string(level.value->size() - 1)
+                                                                : PointerToken(level.name));
         throw SessionError({}, place, reason);
     }
 

@@ -53,7 +53,7 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
         });
     {
         PageHarness page(object.Get(), QSize(500, 300));
-        for (int round = 0; round < 1000 || callbacks < 20000; round++) {
+        for (int round = 0; round < 300 || callbacks < 20000; round++) {
             page.Close();
             ASSERT_EQ(page.Open(object.Get()), S_OK);
             if (round % 8 == 0) PageHarness::Settle();

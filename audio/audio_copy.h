@@ -1,8 +1,8 @@
 // Any layout of samples into any other, with a gain.
 //
 // Full scale is 1.0. A sample is taken as a fraction of its full scale, times the gain, times the full scale
-// of the destination, clamped and rounded to nearest with ties to even; what is no number becomes silence.
-// There is no dither. At a gain of exactly 1 equal types are copied and whole numbers widened by a shift. The
+// of the destination, clamped and rounded to nearest with ties to even; NaN becomes silence.
+// There is no dither. At a gain of exactly 1 equal types are copied and integers widened by a shift. The
 // forms for the processor's vector units give the same results bit for bit.
 //
 // Source and destination may be the same buffer, else they do not overlap. Nothing is allocated, and no

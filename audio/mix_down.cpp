@@ -24,7 +24,7 @@ void MixFrame(uint8_t* d, const uint8_t* s, int64_t channels) {
     }
 }
 
-/// Two channels of whole numbers, without the way over doubles: their sum and half of it are exact there.
+/// Two channels of integers, without the way over doubles: their sum and half of it are exact there.
 template <QMSAMPLETYPE TYPE, Mix MIX>
 void MixPair(uint8_t* d, const uint8_t* s) {
     using S = Sample<TYPE>;

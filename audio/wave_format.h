@@ -194,7 +194,7 @@ QM_API BOOL QmAudio_FixBadWfx(WAVEFORMATEX* wfx);
 QM_API void QmAudio_CopyWfxToWfExt(const WAVEFORMATEX* wfx, WAVEFORMATEXTENSIBLE* ext);
 /// Writes 16 bytes and cbSize; an extensible record that is neither PCM nor float writes nothing.
 QM_API void QmAudio_CopyWfExtToWfx(const WAVEFORMATEXTENSIBLE* ext, WAVEFORMATEX* wfx);
-/// Full scale of whole numbers of so many bits; 1 for what is none.
+/// Full scale of integers of so many bits; 1 for what is none.
 QM_API double QmAudio_GetNormalizeFactor(uint32_t bits);
 
 /// Platform record to platform record, through the normal form. E_INVALIDARG below 18 bytes of room.

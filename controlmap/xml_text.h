@@ -26,6 +26,6 @@ private:
     std::string m_bytes, m_name;
 };
 
-/// The whole number that a text begins with, decimal or hexadecimal behind "0x"; 0 for a text without one.
+/// The integer that a text begins with, decimal or hexadecimal behind "0x"; 0 for a text without one.
 /// Nothing beyond 64 bits.
 std::optional<int64_t> LeadingNumber(std::string_view text);

@@ -19,7 +19,7 @@ struct Wanted {
 };
 
 std::u16string UsableFormat(const std::u16string& format) {
-    // Whole numbers, texts and characters share the general registers and the stack: all are passed as
+    // Integers, texts and characters share the general registers and the stack: all are passed as
     // pointers to the same text, which is right for each of them.
     Wanted wanted;
     size_t at = 0;

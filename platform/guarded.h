@@ -3,7 +3,7 @@
 
 #include "platform/types.h"
 
-/// The result of `work`; all that can be thrown there is want of memory in one form or another.
+/// The result of `work`; all that can be thrown there is lack of memory in one form or another.
 template <class Work>
 HRESULT Guarded(Work work) try {
     return work();

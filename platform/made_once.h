@@ -4,7 +4,7 @@
 #include <atomic>
 #include <mutex>
 
-/// Where making gives null, as for want of memory, the next use tries again. Lives in static storage.
+/// Where making gives null, as for lack of memory, the next use tries again. Lives in static storage.
 /// [any-thread]
 template <class Pointer>
 class MadeOnce {

@@ -124,7 +124,7 @@ struct Vector {
     static Whole Rounded(Float x, float factor) {
         return _mm256_cvtps_epi32(_mm256_mul_ps(x, _mm256_set1_ps(factor)));
     }
-    // The product, 0 for what is no number.
+    // The product, 0 for NaN.
     static Float Product(Float x, float factor) {
         x = _mm256_mul_ps(x, _mm256_set1_ps(factor));
         return _mm256_and_ps(x, _mm256_cmp_ps(x, x, _CMP_ORD_Q));

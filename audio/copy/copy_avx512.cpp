@@ -113,7 +113,7 @@ struct Vector {
     static Whole Rounded(Float x, float factor) {
         return _mm512_cvtps_epi32(_mm512_mul_ps(x, _mm512_set1_ps(factor)));
     }
-    // The lesser of the product and the limit, 0 for what is no number.
+    // The lesser of the product and the limit, 0 for NaN.
     static Float Below(Float x, float factor, float high) {
         x = _mm512_mul_ps(x, _mm512_set1_ps(factor));
         return _mm512_maskz_min_ps(_mm512_cmp_ps_mask(x, x, _CMP_ORD_Q), x, _mm512_set1_ps(high));

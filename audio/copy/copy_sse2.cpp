@@ -108,7 +108,7 @@ struct Vector {
     static Whole Rounded(Float x, float factor) {
         return _mm_cvtps_epi32(_mm_mul_ps(x, _mm_set1_ps(factor)));
     }
-    // The product, 0 for what is no number.
+    // The product, 0 for NaN.
     static Float Product(Float x, float factor) {
         x = _mm_mul_ps(x, _mm_set1_ps(factor));
         return _mm_and_ps(x, _mm_cmpord_ps(x, x));

@@ -1,4 +1,4 @@
-// The routines of one level, made from its pieces: a vector of LANES samples as whole numbers, floats or
+// The routines of one level, made from its pieces: a vector of LANES samples as integers, floats or
 // doubles, loaded, converted and stored. A level says what differs from the others and nothing else.
 //
 // A routine whose destination is wider works from the last sample to the first, any other from the first to
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// A vector of whole numbers from memory, and back; the level brings one piece a width.
+/// A vector of integers from memory, and back; the level brings one piece a width.
 template <class V, QMSAMPLETYPE TYPE>
 inline typename V::Whole LoadWholes(const uint8_t* p) {
     constexpr bool SWAP = Sample<TYPE>::IS_BIG_ENDIAN;
@@ -28,7 +28,7 @@ inline void StoreWholes(uint8_t* p, typename V::Whole value) {
     if constexpr (Sample<TYPE>::BYTES == 4) V::template Store32<SWAP>(p, value);
 }
 
-/// Whole numbers of one width as those of another, at a scale of 1.
+/// Integers of one width as those of another, at a scale of 1.
 template <class V, QMSAMPLETYPE DST, QMSAMPLETYPE SRC>
 inline typename V::Whole Shifted(const uint8_t* s) {
     using D = Sample<DST>;
@@ -64,7 +64,7 @@ inline typename V::Whole Shifted(const uint8_t* s) {
     }
 }
 
-/// Floats or doubles times a factor, clamped and rounded; what is no number is 0. Where the store saturates,
+/// Floats or doubles times a factor, clamped and rounded; NaN is 0. Where the store saturates,
 /// only what would not convert at all is cut.
 template <class V, QMSAMPLETYPE DST, class Vector, class Factor>
 inline typename V::Whole RoundedTo(Vector x, Factor factor) {

@@ -40,7 +40,7 @@ inline void Stored(uint8_t* p, Word word) {
     std::memcpy(p, &word, sizeof word);
 }
 
-/// A whole number, undoing the offset of unsigned bytes and the byte order.
+/// An integer, undoing the offset of unsigned bytes and the byte order.
 template <QMSAMPLETYPE TYPE>
 inline int32_t LoadWhole(const uint8_t* p) {
     using S = Sample<TYPE>;
@@ -111,7 +111,7 @@ inline void StoreValue(uint8_t* p, double value) {
         StoreWhole<TYPE>(p, Rounded<TYPE>(value * Sample<TYPE>::FULL_SCALE));
 }
 
-/// One sample from type to type. UNITY is a scale of exactly 1, where widening whole numbers is a shift.
+/// One sample from type to type. UNITY is a scale of exactly 1, where widening integers is a shift.
 template <QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
 inline void CopySample(uint8_t* d, const uint8_t* s, float scale) {
     using D = Sample<DST>;

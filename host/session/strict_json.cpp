@@ -150,7 +150,7 @@ int64_t JsonNode::Integer(int64_t low, int64_t high) const {
         m_value.is_number_integer() &&
         !(m_value.is_number_unsigned() && m_value.get<uint64_t>() > static_cast<uint64_t>(INT64_MAX));
     if (!fits || m_value.get<int64_t>() < low || m_value.get<int64_t>() > high)
-        Refuse("must be a whole number in " + std::to_string(low) + " to " + std::to_string(high));
+        Refuse("must be an integer in " + std::to_string(low) + " to " + std::to_string(high));
     return m_value.get<int64_t>();
 }
 

@@ -32,7 +32,7 @@ std::u16string WithSubKey(std::u16string path, const char16_t* subKey) {
     return path;
 }
 
-/// `makePath` gives the whole path. Want of memory leaves *out null, wherever it comes.
+/// `makePath` gives the whole path. Lack of memory leaves *out null, wherever it comes.
 template <class MakePath>
 HRESULT Open(HQMMETRIC* out, MakePath makePath) {
     if (!out) return E_POINTER;

@@ -1,4 +1,4 @@
-// Decimal digits of whole numbers, two at a time.
+// Decimal digits of integers, two at a time.
 #pragma once
 
 #include <cstdint>

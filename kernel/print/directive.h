@@ -20,7 +20,7 @@ struct Directive {
     }
 };
 
-/// Conversions: whole numbers, floating point, text, fixed point, and the separators of the user.
+/// Conversions: integers, floating point, text, fixed point, and the separators of the user.
 inline constexpr std::string_view DIRECTIVE_CONVERSIONS = "!&*,:EGXcdefgiosuxz";
 
 /// A directive that is longer is none.

@@ -12,7 +12,7 @@ extern "C" {
 /// floor that isn't 0 it is "-Inf."; a handle without a ring gives "Err.".
 QM_API const char16_t* QmGetLabeledStringFixed(HQMLANG lang, int32_t value, int32_t decimals, int32_t floor,
                                                const char16_t* unit);
-/// Without decimals the value is cut to a whole number.
+/// Without decimals the value is cut to an integer.
 QM_API const char16_t* QmGetLabeledStringFloat(HQMLANG lang, double value, int32_t decimals, double floor,
                                                const char16_t* unit);
 /// With " dB" behind when the flag is set, in the kernel's language.

@@ -33,7 +33,7 @@ constexpr double HALF_UNITS[digits::FIXED_DECIMALS + 1] = {0.5,  0.05, 0.005, 0.
 /// The text with '.', not terminated; returns its length. 350 characters hold it.
 size_t DoubleDigits(double value, int32_t decimals, char16_t* out) {
     const double magnitude = std::fabs(value) + HALF_UNITS[decimals];
-    if (!(magnitude < 9e18)) {  // beyond whole numbers of 64 bits, or none at all
+    if (!(magnitude < 9e18)) {  // beyond integers of 64 bits, or none at all
         char text[350];
         const auto [end, error] =
             std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);

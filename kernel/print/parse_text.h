@@ -3,7 +3,7 @@
 // A token begins behind leading white space and ends before white space, one of the delimiters (a terminated
 // set, or null) or the text's end; *end, unless null, gets that place. What follows the value inside the
 // token is ignored, and a token that does not begin with a value is 0. Values that don't fit their type give
-// its nearest bound. Whole numbers with a sign take '-' and '+'; a decimal number has '.' or the user's
+// its nearest bound. Integers with a sign take '-' and '+'; a decimal number has '.' or the user's
 // separator.
 //
 // The Ex forms end at white space alone and clamp to minimum..maximum; a token that is there and whose value

@@ -154,7 +154,7 @@ void PutFloatDirective(TextWriter& out, const Directive& d, Values& values, bool
     PutNumber(out, number, false, -1, CurrentInat());
 }
 
-/// A whole number with a decimal separator so many digits before its end.
+/// An integer with a decimal separator so many digits before its end.
 void PutFixedPoint(TextWriter& out, const Directive& d, Values& values, bool group) {
     const int32_t value = va_arg(values.list, int32_t);
     const auto decimals = static_cast<size_t>(std::max(d.precision, 0));

@@ -6,7 +6,7 @@
 
 namespace timemath {
 
-/// Cut to a whole number; held where 64 bits end, 0 for what is no number.
+/// Cut to an integer; held where 64 bits end, 0 for NaN.
 inline int64_t Truncate(double x) {
     constexpr double LIMIT = 9223372036854775808.0;  // 2^63
     if (std::isnan(x)) return 0;

@@ -63,8 +63,7 @@ TEST(AiffRate, BothWays) {
     const uint16_t zero[4] = {}, most[4] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
     for (const int e : {0, 1, 0x3FFF, 0x7FFF}) {
         EXPECT_EQ(aiff_ConvertRate(static_cast<uint16_t>(e), zero), 0u);
-        EXPECT_LE(aiff_ConvertRate(static_cast<uint16_t>(e), most), 192000u)
-            << "infinity and what is no number, too";
+        EXPECT_LE(aiff_ConvertRate(static_cast<uint16_t>(e), most), 192000u) << "infinity and NaN, too";
     }
 }
 

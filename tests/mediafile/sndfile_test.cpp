@@ -56,7 +56,7 @@ protected:
     }
 };
 
-/// Whole numbers as they are, floats with 1.0 as full scale: the ways on which libsndfile changes nothing.
+/// Integers as they are, floats with 1.0 as full scale: the ways on which libsndfile changes nothing.
 bool IsFloat(const Row& row) { return row.type == QMSAMPLE_FLOAT32 || row.type == QMSAMPLE_FLOAT64; }
 std::vector<double> Doubles(const std::vector<int>& samples) {
     std::vector<double> values;

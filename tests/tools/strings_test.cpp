@@ -17,10 +17,10 @@ TEST(Directives, AreWhatTheEngineReads) {
     } rows[] = {
         {"plain", {}},
         {"$d of %u, %I64d bytes, %5.1f %%",
-         {"32-bit whole number", "32-bit whole number", "64-bit whole number", "floating-point number"}},
+         {"32-bit integer", "32-bit integer", "64-bit integer", "floating-point number"}},
         {"$(AppName) cannot open '%s'", {"text", "$(AppName)"}},
         {"$(1234.5) costs $$5 %c$.2z", {"character", "fixed-point number"}},
-        {"%02u$:%02u$*%03u$&.$!,", {"32-bit whole number", "32-bit whole number", "32-bit whole number"}},
+        {"%02u$:%02u$*%03u$&.$!,", {"32-bit integer", "32-bit integer", "32-bit integer"}},
         {"$(open", {}},
         {"100%", {}},
     };
@@ -79,7 +79,7 @@ TEST_F(CompileStrings, RefusesWhatWouldGoWrongOnTheScreen) {
         const char* reason;
     } rows[] = {
         {"de.po", Entry("7 FIRST", "One %d", "Eins %s"),
-         "reads text where the English text reads 32-bit whole number"},
+         "reads text where the English text reads 32-bit integer"},
         {"de.po", Entry("7 FIRST", "One %d", "Eins"), "reads nothing where"},
         {"fr.po", Entry("8 OTHER", "$(AppName)", "$(AppNom)"), "reads $(AppNom) where"},
         {"de.po", Entry("9 NONE", "Nine", "Neun"), "is not in the template"},

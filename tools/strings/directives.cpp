@@ -15,7 +15,7 @@ std::string ArgumentOf(const Directive& d) {
     case 'u':
     case 'x':
     case 'X':
-    case 'o': return d.size == ArgumentSize::Int64 ? "64-bit whole number" : "32-bit whole number";
+    case 'o': return d.size == ArgumentSize::Int64 ? "64-bit integer" : "32-bit integer";
     case 'f':
     case 'e':
     case 'E':

@@ -58,7 +58,7 @@ HRESULT SampleFile::Begin() { return IsAiff(m_container) ? BeginAiff() : BeginWa
 
 HRESULT SampleFile::BeginWave() {
     WAVEFORMATEXTENSIBLE wfx;
-    // Of Wave64 with the extensible record some readers take floats for whole numbers.
+    // Of Wave64 with the extensible record some readers take floats for integers.
     const bool isPlain = m_container == MediaContainer::Wave64 && !m_format.HasOwnMask();
     m_format.ToWfx(&wfx.Format, sizeof wfx,
                    isPlain ? QMWAVEFORMAT_COPY_PLAIN : QMWAVEFORMAT_COPY_MULTICHANNEL);

@@ -116,7 +116,7 @@ std::optional<std::string> ParsedValue(uint32_t type, const std::string& text, s
     switch (type) {
     case STORE_NUMBER:
         bytes = ParsedNumber(text);
-        if (!bytes) error = "'" + text + "' is no whole number of 32 bits";
+        if (!bytes) error = "'" + text + "' is not an integer of 32 bits";
         return bytes;
     case STORE_TEXT: return Bytes(Utf16FromUtf8(text) + u'\0');
     case STORE_MULTI_TEXT: return ParsedTexts(text);

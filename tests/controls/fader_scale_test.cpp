@@ -1,4 +1,5 @@
 // The taper, and the way between values and pixels.
+#include "audio/fader_taper.h"
 #include "controls/fader_scale.h"
 #include "controls/number_text.h"
 

@@ -23,13 +23,12 @@ constexpr struct {
     {FADERS_COMMANDS, FADERST_COMMANDS}, {FADERS_DISABLED, FADERST_DISABLED},
 };
 
+bool IsOneSided(uint32_t style) { return (style & FADERS_ONE_SIDED) == FADERS_ONE_SIDED; }
+
 void DeriveState(tQMFADER& f) {
     uint32_t& state = f.state;
     if (f.style & FADERS_STEREO) f.style |= FADERS_SELF_KEYS;
     for (const auto& row : kDerived) state = f.style & row.style ? state | row.state : state & ~row.state;
-    const bool oneSided = (f.style & FADERS_ONE_SIDED) == FADERS_ONE_SIDED ||
-                          (f.style & FADERS_SCALE && f.style & FADERS_LABELS);
-    state = oneSided ? state | FADERST_ONE_SIDED : state & ~FADERST_ONE_SIDED;
     f.channels = f.style & FADERS_STEREO ? 2 : 1;
     f.scale.taper = f.style & FADERS_TAPER;
 }
@@ -40,8 +39,15 @@ void SetMask(tQMFADER& f, uint32_t mask) {
     f.activeChannel = static_cast<uint32_t>(std::countr_zero(f.channelMask));
 }
 
+bool SetFlag(tQMFADER& f, uint32_t bit, bool on) {
+    const bool was = f.state & bit;
+    f.state = on ? f.state | bit : f.state & ~bit;
+    return was;
+}
+
 uint32_t ChangeStyle(tQMFADER& f, uint32_t style) {
     const uint32_t channels = f.channels;
+    if (IsOneSided(style) != IsOneSided(f.style)) SetFlag(f, FADERST_ONE_SIDED, IsOneSided(style));
     f.style = style;
     DeriveState(f);
     if (f.channels != channels) SetMask(f, FaderAllChannels(f));
@@ -62,12 +68,6 @@ void SetRange(tQMFADER& f, int32_t min, int32_t max, bool redraw) {
     f.def = Clamped(f, !bipolar ? static_cast<int32_t>((int64_t{min} + max) / 2) : max == 0 ? min : 0);
     FaderLayout(f);
     if (redraw) FaderRepaint(f);
-}
-
-bool SetFlag(tQMFADER& f, uint32_t bit, bool on) {
-    const bool was = f.state & bit;
-    f.state = on ? f.state | bit : f.state & ~bit;
-    return was;
 }
 
 void Setup(tQMFADER& f, const FADERSETUP& s) {
@@ -109,8 +109,9 @@ intptr_t ReplaceTicks(tQMFADER& f, uint32_t count, const int32_t* list) {
 }
 
 intptr_t GetTicks(const tQMFADER& f, uint32_t* count) {
-    if (count) *count = f.tickCount;
-    return reinterpret_cast<intptr_t>(f.ticks);
+    const std::span<const int32_t> list = FaderTickList(f);
+    if (count) *count = static_cast<uint32_t>(list.size());
+    return reinterpret_cast<intptr_t>(list.data());
 }
 
 intptr_t SetPosition(tQMFADER& f, int32_t value, bool redraw) {
@@ -167,8 +168,10 @@ uint32_t FaderInst_GetSize() { return sizeof(tQMFADER); }
 void FaderInst_Init(tQMFADER* f, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id,
                     FADERSCROLLPROC scrollProc, uintptr_t userData, float scale) {
     new (f) tQMFADER{};
-    f->style = style & FADERS_SCALE ? style | FADERS_TICKS : style;
+    const bool hasScale = style & FADERS_SCALE;
+    f->style = hasScale ? (style & ~FADERS_SCALE) | FADERS_TICKS : style;
     f->state = FADERST_INSTANCE | FADERST_DRAWN_THUMB;
+    if (IsOneSided(style) || (hasScale && style & FADERS_LABELS)) f->state |= FADERST_ONE_SIDED;
     f->client = *rect;
     f->window = window;
     f->id = id;

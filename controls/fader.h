@@ -29,7 +29,7 @@ inline constexpr uint32_t FADER_LINE_UP = 0, FADER_LINE_DOWN = 1, FADER_PAGE_UP 
                           FADER_START = 9;
 inline constexpr int32_t FADER_NOWHERE = -1, FADER_THUMB = 5;
 
-// Style.
+// Style. FADERS_SCALE given at init becomes FADERS_TICKS; with FADERS_LABELS the scale is one-sided.
 inline constexpr uint32_t FADERS_VERTICAL = 0x0001, FADERS_NO_FOCUS = 0x0008, FADERS_STEREO = 0x0040,
                           FADERS_TAPER = 0x0080, FADERS_ONE_SIDED = 0x0030, FADERS_TICKS = 0x0100,
                           FADERS_LABELS = 0x0400, FADERS_UI_COLORS = 0x0800, FADERS_SCALE = 0x1000,
@@ -65,7 +65,7 @@ inline constexpr uint32_t FADERM_GETPOS = 1546, FADERM_GETMIN = 1547, FADERM_GET
     FADERM_GETSTYLE = 1590,
                           FADERM_CHANGESTYLE = 1591,  ///< bits; non-zero sets them, zero clears them
     FADERM_SETTICKS = 1592,                           ///< count; const int32_t*, null for the default list
-    FADERM_GETTICKS = 1593,                           ///< -; uint32_t* count or null
+    FADERM_GETTICKS = 1593,                           ///< -; uint32_t* count or null. The list that is shown
     FADERM_REPLACESTYLE = 1594,                       ///< bits to set; bits to clear
     FADERM_SETSTEREO = 1595;                          ///< -; flag
 

@@ -4,6 +4,7 @@
 #include "controls/fader_track.h"
 #include "controls/number_text.h"
 #include "kernel/color_math.h"
+#include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/image_list.h"
@@ -16,10 +17,16 @@
 namespace {
 constexpr int32_t kFont = 110;
 constexpr int32_t kTickReach = 3;  // beyond the thumb's edge
+constexpr int32_t kEndReach = 4;   // of the marks at the slot's ends
 constexpr int32_t kLinearTickDistance = 10;
 
 COLORREF Color(const tQMFADER& f, int32_t index) {
     return f.style & FADERS_UI_COLORS ? QmGetUIColor(index) : QmGetSysColor(index);
+}
+
+COLORREF Face(const tQMFADER& f) { return Color(f, COLOR_BTNFACE); }
+COLORREF TickColor(const tQMFADER& f) {
+    return VisibleOn(Color(f, f.style & FADERS_UI_COLORS ? UICOLOR_TICK : COLOR_BTNSHADOW), Face(f));
 }
 
 bool IsVertical(const tQMFADER& f) { return f.state & FADERST_VERTICAL; }
@@ -54,6 +61,10 @@ void DrawSlot(const tQMFADER& f, QPainter& p) {
     const RECT slot = AxisRect(f, first + margin, last - margin, track.centre - 1, track.centre + 2);
     FillRect(p, slot, Color(f, COLOR_3DDKSHADOW));
     DrawSides(p, slot, SIDE_RIGHT | SIDE_BOTTOM, 0, Color(f, COLOR_3DLIGHT));
+    // Where the thumb's line can go no further.
+    for (const int32_t end : {f.scale.min, f.scale.max})
+        LineAcross(f, p, FaderPixel(f, end), track.centre - kEndReach, track.centre + kEndReach + 1,
+                   TickColor(f));
 }
 
 // A tick at both sides of the slot, reaching out from under the thumb; with a one-sided
@@ -79,15 +90,15 @@ void DrawLabel(const tQMFADER& f, QPainter& p, int32_t value, int32_t pixel, COL
 }
 
 void DrawDecibelScale(const tQMFADER& f, QPainter& p) {
-    const COLORREF tickColor = Color(f, f.style & FADERS_UI_COLORS ? UICOLOR_TICK : COLOR_BTNSHADOW);
+    const COLORREF tickColor = TickColor(f), labelColor = ReadableOn(Color(f, COLOR_GRAYTEXT), Face(f));
     const bool labels = FaderHasLabels(f);
     for (const FaderTick& tick : FaderTicks(f)) {
         DrawTick(f, p, tick.pixel, kTickReach, tickColor);
-        if (labels && tick.labelled) DrawLabel(f, p, tick.value, tick.pixel, Color(f, COLOR_GRAYTEXT));
+        if (labels && tick.labelled) DrawLabel(f, p, tick.value, tick.pixel, labelColor);
     }
     // Unity is where an engineer's eye goes first.
     if (!FaderShowsUnity(f)) return;
-    DrawTick(f, p, FaderPixel(f, 0), kTickReach + 1, Color(f, COLOR_HIGHLIGHT));
+    DrawTick(f, p, FaderPixel(f, 0), kTickReach + 1, VisibleOn(Color(f, COLOR_HIGHLIGHT), Face(f)));
     if (labels) DrawLabel(f, p, 0, FaderPixel(f, 0), Color(f, COLOR_BTNTEXT));
 }
 
@@ -95,15 +106,18 @@ void DrawLinearScale(const tQMFADER& f, QPainter& p) {
     const auto step = std::max(static_cast<int32_t>(std::floor(kLinearTickDistance * f.interfaceScale)), 2);
     const int32_t low = FaderPixel(f, f.scale.min), high = FaderPixel(f, f.scale.max);
     const int32_t first = std::min(low, high), last = std::max(low, high);
+    // A dark line and a light one, of which that on the other side of the face is the one that is seen.
+    const COLORREF tick = TickColor(f);
+    const bool isLight = ContrastOf(tick, 0) > ContrastOf(Face(f), 0);
     const auto groove = [&](int32_t pixel) {
-        DrawTick(f, p, pixel, kTickReach, Color(f, COLOR_BTNSHADOW));
-        DrawTick(f, p, pixel + 1, kTickReach, Color(f, COLOR_3DLIGHT));
+        DrawTick(f, p, pixel, kTickReach, isLight ? Color(f, COLOR_BTNSHADOW) : tick);
+        DrawTick(f, p, pixel + 1, kTickReach, isLight ? tick : Color(f, COLOR_BTNHIGHLIGHT));
     };
     // The ticks stand centred between the two at the ends.
     const int32_t rest = (last - first) % step / 2;
     for (int32_t pixel = first + rest; pixel < last; pixel += step) groove(pixel);
-    DrawTick(f, p, first, kTickReach, Color(f, COLOR_GRAYTEXT));
-    DrawTick(f, p, last, kTickReach, Color(f, COLOR_GRAYTEXT));
+    const COLORREF end = ReadableOn(Color(f, COLOR_GRAYTEXT), Face(f));
+    for (const int32_t pixel : {first, last}) DrawTick(f, p, pixel, kTickReach, end);
 }
 
 // The image of a pair covers both thumbs; each shows its half, at its own place along the axis.
@@ -126,15 +140,14 @@ QLinearGradient ThumbLight(const tQMFADER& f, const QRectF& r) {
 }
 
 void DrawThumbShape(const tQMFADER& f, QPainter& p, const RECT& r) {
-    const bool disabled = f.state & FADERST_DISABLED;
-    const COLORREF dark = Color(f, COLOR_3DDKSHADOW), bright = Color(f, COLOR_BTNHIGHLIGHT);
-    const COLORREF body = QmSkin_BlendColor(Color(f, COLOR_BTNFACE), bright, disabled ? 28 : 92, 0);
+    const ImageState state = f.state & FADERST_DISABLED ? ImageState::Disabled : ImageState::Normal;
+    const auto [line, outline, body] = ThumbTones(Face(f))[static_cast<size_t>(state)];
     const QRectF outer = SnapRect(p, QRectF(ToQRect(r))), inner = outer.adjusted(1, 1, -1, -1);
     p.save();
     p.setRenderHint(QPainter::Antialiasing);
     p.setPen(Qt::NoPen);
     for (const auto& [shape, brush] :
-         {std::pair(outer, QBrush(ToColor(dark))), std::pair(inner, QBrush(ToColor(body))),
+         {std::pair(outer, QBrush(ToColor(outline))), std::pair(inner, QBrush(ToColor(body))),
           std::pair(inner, QBrush(ThumbLight(f, inner)))}) {
         p.setBrush(brush);
         p.drawRoundedRect(shape, shape == outer ? 2 : 1.4, shape == outer ? 2 : 1.4);
@@ -143,8 +156,8 @@ void DrawThumbShape(const tQMFADER& f, QPainter& p, const RECT& r) {
 
     const int32_t middle = IsVertical(f) ? (r.top + r.bottom) / 2 : (r.left + r.right) / 2;
     const int32_t low = (IsVertical(f) ? r.left : r.top) + 1, high = (IsVertical(f) ? r.right : r.bottom) - 1;
-    FillRect(p, AxisRect(f, middle - 1, middle + 2, low, high), QmSkin_BlendColor(body, dark, 150, 0));
-    LineAcross(f, p, middle, low, high, disabled ? QmSkin_BlendColor(body, bright, 60, 0) : bright);
+    FillRect(p, AxisRect(f, middle - 1, middle + 2, low, high), QmSkin_BlendColor(body, outline, 178, 0));
+    LineAcross(f, p, middle, low, high, line);
 }
 }  // namespace
 

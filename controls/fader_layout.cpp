@@ -8,6 +8,7 @@ namespace {
 constexpr int32_t kDefaultTicks[] = {120, 60, 30, -30, -60, -90, -120, -150, -180, -240, -420, -600, -720};
 constexpr int32_t kTickDistance = 6;
 constexpr int32_t kLabelOverlap = 3;  // a line's height has air in it
+constexpr int32_t kLabelSpace = 4;    // between two labels side by side
 constexpr int32_t kDrawnThumbWidth = 24;
 constexpr int32_t kLabelGap = 8;  // between a label and the thumb: room for the tick
 
@@ -125,23 +126,26 @@ FaderHit FaderHitTest(const tQMFADER& f, POINT at, bool shift) {
     return hit;
 }
 
+std::span<const int32_t> FaderTickList(const tQMFADER& f) {
+    if (!f.ticks) return kDefaultTicks;
+    return {f.ticks, f.tickCount};
+}
+
 std::vector<FaderTick> FaderTicks(const tQMFADER& f) {
     std::vector<FaderTick> ticks;
     if (!(f.state & FADERST_TAPER)) return ticks;
-    const int32_t* list = f.ticks ? f.ticks : kDefaultTicks;
-    const uint32_t count = f.ticks ? std::min(f.tickCount, kFaderMaxTicks) : std::size(kDefaultTicks);
     const SIZE label = FaderLabelSize();
-    const int32_t room = IsVertical(f) ? label.cy - kLabelOverlap : label.cx;
+    const int32_t room = IsVertical(f) ? label.cy - kLabelOverlap : label.cx + kLabelSpace;
     std::vector<int32_t> taken;
     if (FaderShowsUnity(f)) taken.push_back(FaderPixel(f, 0));
-    for (uint32_t i = 0; i < count; i++) {
-        if (list[i] <= f.scale.min || list[i] >= f.scale.max) continue;
-        const int32_t pixel = FaderPixel(f, list[i]);
+    for (const int32_t value : FaderTickList(f)) {
+        if (value <= f.scale.min || value >= f.scale.max) continue;
+        const int32_t pixel = FaderPixel(f, value);
         if (!ticks.empty() && std::abs(pixel - ticks.back().pixel) <= kTickDistance) continue;
         const bool free =
             std::none_of(taken.begin(), taken.end(), [&](int32_t t) { return std::abs(t - pixel) < room; });
         if (free) taken.push_back(pixel);
-        ticks.push_back({list[i], pixel, free});
+        ticks.push_back({value, pixel, free});
     }
     return ticks;
 }

@@ -12,6 +12,7 @@
 namespace {
 constexpr int32_t kFont = 110;
 constexpr LONG kTickRoom = 5;
+constexpr LONG kLabelGap = 2, kLabelSpace = 4;  // between labels, one above the other and side by side
 constexpr COLORREF kNoBitmaps = 0xFF0000;
 // The bitmaps and the pixels of the scale belong to a size of the bars: made when that is first seen.
 bool Prepare(tQMMETER& m, const MeterBars& bars) {
@@ -123,8 +124,11 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
     const bool vertical = bars.vertical, far = m.style & METERS_LABELS_OTHER_SIDE;
     const SIZE size = MeterLabelSize(m);
     const RECT& box = layout.labels;
-    const COLORREF tickColor = QmSkin_BlendColor(m.text, m.background, 120, 0);
-    const auto labelPixels = static_cast<int32_t>(((vertical ? size.cy : size.cx) + 2) * scale);
+    const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
+    const COLORREF tickColor = VisibleOn(QmSkin_BlendColor(m.text, face, 120, 0), face);
+    const LONG labelUnits = vertical ? size.cy + kLabelGap : size.cx + kLabelSpace;
+    // A line of the well at each end.
+    const LONG units = std::max((vertical ? layout.bars.Height() : layout.bars.Width()) - 2, 0);
     const auto line = [&](LONG at, LONG reach) {
         if (vertical)
             HLine(p, far ? box.left : box.right - reach, far ? box.left + reach : box.right, at, tickColor);
@@ -141,17 +145,12 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
         return {left, far ? box.top + kTickRoom : box.top, left + size.cx,
                 far ? box.bottom : box.bottom - kTickRoom};
     };
-    RECT last{};
-    for (const MeterMark& mark : m.model->marks(m, bars.length, labelPixels, scale)) {
+    for (const MeterMark& mark : m.model->marks(m, bars.length, units, labelUnits)) {
         const double pixel = (bars.Margin() + mark.pixel - (m.scalePixels - bars.length)) / scale;
         const auto at =
             static_cast<LONG>(std::lround(vertical ? layout.bars.bottom - pixel : layout.bars.left + pixel));
         const RECT text = textBox(at);
-        // One that was moved into the column at its end may meet its neighbour.
-        const bool labelled = !mark.text.empty() && !text.Intersects(last);
-        line(at, labelled ? 4 : 2);
-        if (!labelled) continue;
-        last = text;
+        line(at, mark.text.empty() ? 2 : 4);
         DrawText(p, text, mark.text, QmGetUIFont(kFont), m.text, vertical ? TEXT_RIGHT : TEXT_CENTER);
     }
 }

@@ -63,22 +63,25 @@ void Look(const tQMMETER& base, MeterLook& look) {
     }
 }
 
-std::vector<MeterMark> Marks(const tQMMETER& base, int32_t length, int32_t labelPixels, double) {
+std::vector<MeterMark> Marks(const tQMMETER& base, int32_t length, int32_t units, int32_t labelUnits) {
     const tQMMETEREX& m = Ex(base);
+    const auto pixelOf = [&](uint32_t i, int32_t pixels) {
+        return MeterExPixel(m.segments, m.segmentCount, m.labels[i].level, pixels);
+    };
     std::vector<MeterMark> marks;
     std::vector<uint32_t> order;
     for (uint32_t i = 0; i < m.labelCount; i++) {
-        const int32_t pixel = MeterExPixel(m.segments, m.segmentCount, m.labels[i].level, length);
-        marks.push_back({pixel, {}});
-        if (pixel >= 0 && pixel <= length) order.push_back(i);
+        marks.push_back({pixelOf(i, length), {}});
+        if (marks[i].pixel >= 0 && marks[i].pixel <= length) order.push_back(i);
     }
     std::ranges::stable_sort(order, {}, [&](uint32_t i) { return m.labels[i].importance; });
     std::vector<int32_t> taken;
     for (const uint32_t i : order) {
-        const bool clear = std::ranges::all_of(
-            taken, [&](int32_t pixel) { return std::abs(pixel - marks[i].pixel) >= labelPixels; });
+        const int32_t at = MeterLabelPlace(pixelOf(i, units), units, labelUnits);
+        const bool clear =
+            std::ranges::all_of(taken, [&](int32_t other) { return std::abs(other - at) >= labelUnits; });
         if (!clear) continue;
-        taken.push_back(marks[i].pixel);
+        taken.push_back(at);
         marks[i].text = NumberText(static_cast<double>(m.labels[i].level), m.secondFormat);
     }
     std::erase_if(marks, [&](const MeterMark& mark) { return mark.pixel < 0 || mark.pixel > length; });

@@ -73,6 +73,9 @@ MeterLayout MeterLayoutOf(tQMMETER& m) {
         const bool high = m.style & METERS_LABELS_OTHER_SIDE;  // labels right of the bars, or below them
         out.labels =
             high != vertical ? TakeLow(out.bars, !vertical, column) : TakeHigh(out.bars, !vertical, column);
+        // Names stand at the ends of the bars, not of the labels.
+        (vertical ? out.names.left : out.names.top) = vertical ? out.bars.left : out.bars.top;
+        (vertical ? out.names.right : out.names.bottom) = vertical ? out.bars.right : out.bars.bottom;
     }
     m.strip = vertical ? SIZE{out.bars.Width() / static_cast<LONG>(m.channels), out.strip.Height()}
                        : SIZE{out.strip.Width(), out.bars.Height() / static_cast<LONG>(m.channels)};

@@ -21,15 +21,19 @@ struct MeterModel {
     void (*advance)(tQMMETER& meter, uint32_t now);
     /// Fills in the bands.
     void (*look)(const tQMMETER& meter, MeterLook& look);
-    /// From the top down; no two labels are closer than `labelPixels`.
-    std::vector<MeterMark> (*marks)(const tQMMETER& meter, int32_t length, int32_t labelPixels,
-                                    double pixelsPerUnit);
+    /// From the top down. Which ones there are is decided in logical pixels, so that every screen shows the
+    /// same: `units` of the bar, no two labels closer than `labelUnits`. Their places are pixels of the bar
+    /// of `length` device pixels.
+    std::vector<MeterMark> (*marks)(const tQMMETER& meter, int32_t length, int32_t units, int32_t labelUnits);
     /// Text of a sticky value.
     MeterReadout (*readout)(const tQMMETER& meter, int32_t value);
 };
 
 /// Of tQMMETER itself.
 extern const MeterModel kPeakMeterModel;
+
+/// The middle of a label that belongs at a pixel: at the ends of the bar it moves in until it is whole.
+int32_t MeterLabelPlace(int32_t pixel, int32_t units, int32_t labelUnits);
 
 /// A pixel of the scale as one of the bar.
 int32_t MeterBarPixel(const tQMMETER& meter, int32_t length, int32_t scalePixel);

@@ -32,17 +32,29 @@ void Look(const tQMMETER& m, MeterLook& look) {
     }
 }
 
-std::vector<MeterMark> Marks(const tQMMETER& m, int32_t length, int32_t labelPixels, double pixelsPerUnit) {
-    const int32_t step = MeterTickStep(m.scale.Decibels(), static_cast<int32_t>(length / pixelsPerUnit));
+std::vector<MeterMark> Marks(const tQMMETER& m, int32_t length, int32_t units, int32_t labelUnits) {
+    const int32_t step = MeterTickStep(m.scale.Decibels(), units);
+    const int32_t hidden = m.scale.ScalePixels(units) - units;
     std::vector<MeterMark> marks;
-    for (const MeterTick& tick : MeterTicks(m.scale, length, step, labelPixels))
-        marks.push_back(
-            {tick.pixel, tick.labelled ? NumberText(tick.decibels, m.labelFormat) : std::u16string()});
+    int32_t last = units + labelUnits;
+    for (const MeterTick& tick : MeterTicks(m.scale, units, step, labelUnits)) {
+        const int32_t pixel = m.scale.Pixel(std::pow(10.0, tick.decibels / 20.0), m.scalePixels);
+        const int32_t at = MeterLabelPlace(tick.pixel - hidden, units, labelUnits);
+        const bool labelled = tick.labelled && last - at >= labelUnits;
+        if (labelled) last = at;
+        marks.push_back({std::max(pixel, m.scalePixels - length),
+                         labelled ? NumberText(tick.decibels, m.labelFormat) : std::u16string()});
+    }
     return marks;
 }
 }  // namespace
 
 const MeterModel kPeakMeterModel = {MeterRescale, MeterAdvance, Look, Marks, MeterClipText};
+
+int32_t MeterLabelPlace(int32_t pixel, int32_t units, int32_t labelUnits) {
+    const int32_t half = std::min(labelUnits, units) / 2;
+    return std::clamp(pixel, half, std::max(units - half, half));
+}
 
 int32_t MeterBarPixel(const tQMMETER& m, int32_t length, int32_t scalePixel) {
     return std::clamp(scalePixel - (m.scalePixels - length), 0, length);

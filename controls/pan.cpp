@@ -39,10 +39,20 @@ void SetMask(tQMPAN& p, uint32_t& mask, intptr_t value) {
     p.window->Invalidate(p.client);
 }
 
+void KeepInField(tQMPAN& p) {
+    const PanPoint point = PanInField(p, {p.at.x, p.at.y});
+    p.at.x = point.x;
+    p.at.y = point.y;
+}
+
+void SetCircular(tQMPAN& p, bool on) {
+    SetBit(p, p.style, PANS_CIRCULAR, on);
+    KeepInField(p);
+}
+
 void SetState(tQMPAN& p, const PANSTATE& state, bool relayout) {
     p.at = state;
-    p.at.x = std::clamp(state.x, -1.0, 1.0);
-    p.at.y = std::clamp(state.y, -1.0, 1.0);
+    KeepInField(p);
     p.at.channelsMask &= kAllSpeakers;
     p.channelCount = static_cast<uint32_t>(std::popcount(p.at.channelsMask));
     if (relayout) return Relayout(p);
@@ -105,7 +115,7 @@ intptr_t Control(tQMPAN& p, uint32_t message, uintptr_t wparam, intptr_t lparam)
     case PANM_SETSKIN: return SetSkin(p, reinterpret_cast<const PANSKIN*>(lparam)), 0;
     case PANM_GETLOCK: return p.at.lock;
     case PANM_SETLOCK: return p.at.lock = lparam >= 0 && lparam <= 2 ? static_cast<uint32_t>(lparam) : 0, 0;
-    case PANM_SETCIRCULAR: return SetBit(p, p.style, PANS_CIRCULAR, lparam), 0;
+    case PANM_SETCIRCULAR: return SetCircular(p, lparam), 0;
     case PANM_SETGRID: return SetBit(p, p.style, PANS_GRID, lparam), 0;
     case PANM_FREEZE: return SetBit(p, p.state, PANST_FROZEN, lparam == 0), 0;
     case PANM_SHOWMARKER:

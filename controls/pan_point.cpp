@@ -40,9 +40,7 @@ PanPoint OnLine(const tQMPAN& p, PanPoint mouse) {
     return {direction.x * along, direction.y * along};
 }
 
-PanPoint InCircle(const tQMPAN& p, PanPoint point) {
-    const double length = std::hypot(point.x, point.y);
-    if (length > 1) point = {point.x / length, point.y / length};
+PanPoint Snapped(const tQMPAN& p, PanPoint point) {
     const double radius = kSnap * p.cell.cx / std::max<double>(p.field.Width() / 2.0, 1);
     for (uint32_t i = 0; i < kPanSpeakers; i++) {
         const PanPoint speaker = PanSpeakerPoint(i);
@@ -107,17 +105,24 @@ PanHit PanHitTest(const tQMPAN& p, POINT at) {
     return {PAN_NOWHERE, 0};
 }
 
+PanPoint PanInField(const tQMPAN& p, PanPoint point) {
+    const double length = std::hypot(point.x, point.y);
+    if (p.style & PANS_CIRCULAR && length > 1) return {point.x / length, point.y / length};
+    return {Unit(point.x), Unit(point.y)};
+}
+
 PanPoint PanConstrained(const tQMPAN& p, PanPoint point, bool shift, bool alt) {
     if (p.at.lock == 1 || AlongX(p.at.panMode)) point.y = p.startY;
     if (p.at.lock == 2 || AlongY(p.at.panMode)) point.x = p.startX;
     if (alt && p.at.lock == 0) {
         const double angle = std::atan2(point.y, point.x);
         const double radius = shift ? 1 : std::hypot(p.startX, p.startY);
-        point = {Unit(radius * std::cos(angle)), Unit(radius * std::sin(angle))};
+        point = {radius * std::cos(angle), radius * std::sin(angle)};
     } else if (shift) {
         point = OnLine(p, point);
     }
-    return p.style & PANS_CIRCULAR ? InCircle(p, point) : point;
+    point = PanInField(p, point);
+    return p.style & PANS_CIRCULAR ? Snapped(p, point) : point;
 }
 
 void PanNudge(tQMPAN& p, uint32_t code, double size) {
@@ -131,8 +136,12 @@ void PanNudge(tQMPAN& p, uint32_t code, double size) {
     const auto* row = std::ranges::find(kRows, code, &Row::code);
     if (row == std::end(kRows)) return;
     // In a pan mode the first nudge along its axis only leaves the mode.
-    if (!AlongX(p.at.panMode)) p.at.x = Unit(p.at.x + row->x * size);
-    if (!AlongY(p.at.panMode)) p.at.y = Unit(p.at.y + row->y * size);
+    PanPoint point{p.at.x, p.at.y};
+    if (!AlongX(p.at.panMode)) point.x += row->x * size;
+    if (!AlongY(p.at.panMode)) point.y += row->y * size;
+    point = PanInField(p, point);
+    p.at.x = point.x;
+    p.at.y = point.y;
     if (p.at.panMode) p.at.modeMuteMask = 0;
     p.at.panMode = 0;
 }

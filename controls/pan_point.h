@@ -24,6 +24,8 @@ struct PanHit {
 };
 PanHit PanHitTest(const tQMPAN& pan, POINT at);
 
+/// The nearest point of the field: both coordinates within -1..1, in a circular field the unit circle too.
+PanPoint PanInField(const tQMPAN& pan, PanPoint point);
 /// What a drag makes of the mouse's point: lock, pan mode, Alt (the distance from the centre stays, 1 with
 /// Shift), Shift (along the line through the centre), the circle and the speakers that a point snaps to.
 PanPoint PanConstrained(const tQMPAN& pan, PanPoint mouse, bool shift, bool alt);

@@ -38,6 +38,7 @@ void PullStick(const tQMPAN& p, uint32_t saturation) {
 }
 
 void Place(tQMPAN& p, PanPoint point) {
+    point = PanInField(p, point);
     InvalidatePuck(p);
     p.at.x = point.x;
     p.at.y = point.y;
@@ -129,8 +130,7 @@ void Wheel(tQMPAN& p, int32_t counts, uint32_t keys) {
     }
     const double angle = std::atan2(p.at.y, p.at.x) + notches * (control ? 0.025 : 0.125);
     const double radius = shift ? 1 : std::hypot(p.at.x, p.at.y);
-    Place(p,
-          {std::clamp(radius * std::cos(angle), -1.0, 1.0), std::clamp(radius * std::sin(angle), -1.0, 1.0)});
+    Place(p, {radius * std::cos(angle), radius * std::sin(angle)});
     Report(p, PAN_TRACK);
 }
 
@@ -227,7 +227,7 @@ void Focus(tQMPAN& p, bool gained) {
 }  // namespace
 
 void PanSet(tQMPAN& p, double x, double y, uint32_t code) {
-    Place(p, {std::clamp(x, -1.0, 1.0), std::clamp(y, -1.0, 1.0)});
+    Place(p, {x, y});
     Report(p, code);
 }
 

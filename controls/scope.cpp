@@ -3,6 +3,7 @@
 #include "controls/scope_grid.h"
 #include "kernel/color_math.h"
 #include "kernel/ui/ui_colors.h"
+#include "platform/guarded.h"
 #include "platform/ui/control_host.h"
 #include "platform/ui/paint.h"
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <new>
 
 namespace {
@@ -18,18 +20,40 @@ constexpr uint32_t kGrid = 0x3C4440;
 
 void Repaint(const tQMSCOPE& s) { s.window->Invalidate(s.client); }
 
-void Fit(tQMSCOPE& s, int32_t width, int32_t height, double scale) {
-    // A frame of one pixel around the plot.
-    s.plot->Resize(width, height, {1, 1, std::max(width - 1, 1), std::max(height - 1, 1)});
-    s.plot->SetGrid(ScopeGrid(s, scale), kGrid);
+// Made again in the size of the next paint.
+void DropPlot(tQMSCOPE& s) {
+    delete s.plot;
+    s.plot = nullptr;
 }
 
-void FitLogical(tQMSCOPE& s) { Fit(s, s.client.Width(), s.client.Height(), 1); }
+// False when there was no memory for it.
+bool Fit(tQMSCOPE& s, int32_t width, int32_t height, double scale) {
+    DropPlot(s);
+    return Guarded([&] {
+               auto plot = std::make_unique<ScopePlot>();
+               // A frame of one pixel around the plot.
+               plot->Resize(width, height, {1, 1, std::max(width - 1, 1), std::max(height - 1, 1)});
+               plot->SetGrid(ScopeGrid(s, *plot, scale), kGrid);
+               s.plot = plot.release();
+               return S_OK;
+           }) == S_OK;
+}
 
 void Regrid(tQMSCOPE& s) {
-    // Made again in the size of the next paint.
-    s.plot->Resize(0, 0, {});
+    DropPlot(s);
     Repaint(s);
+}
+
+HRESULT Draw(tQMSCOPE& s, QPainter& painter) {
+    const DevicePixels device(painter);
+    const QRect area = device.Map(s.client);
+    const double scale = area.width() / static_cast<double>(s.client.Width());
+    const bool fits = s.plot && s.plot->IsSize(area.width(), area.height());
+    if (!fits && !Fit(s, area.width(), area.height(), scale)) return E_OUTOFMEMORY;
+    const QImage image(reinterpret_cast<const uchar*>(s.plot->Pixels()), area.width(), area.height(),
+                       static_cast<qsizetype>(area.width()) * 4, QImage::Format_RGB32);
+    painter.drawImage(area.topLeft(), image);
+    return S_OK;
 }
 
 uint32_t ChangeStyle(tQMSCOPE& s, uint32_t bits, bool on) {
@@ -41,7 +65,7 @@ uint32_t ChangeStyle(tQMSCOPE& s, uint32_t bits, bool on) {
 
 void SetPos(tQMSCOPE& s, SCOPESAMPLES samples) {
     if (!(s.state & SCOPEST_ENABLED)) return;
-    if (s.plot->Width() == 0) FitLogical(s);
+    if (!s.plot && !Fit(s, s.client.Width(), s.client.Height(), 1)) return;
     if (s.count)
         samples.pairs = std::min(samples.pairs, static_cast<int32_t>(std::min(s.count, 0x7FFFFFFFu)));
     s.plot->Fade(s.fade);
@@ -74,31 +98,20 @@ void ScopeInst_Init(tQMSCOPE* s, uint32_t style, const RECT* rect, ControlHost* 
     s->userData = userData;
     s->client = *rect;
     s->fade = std::sqrt(0.5f);
-    s->plot = new ScopePlot;
 }
 
-void ScopeInst_Deinit(tQMSCOPE* s) {
-    delete s->plot;
-    s->plot = nullptr;
-}
+void ScopeInst_Deinit(tQMSCOPE* s) { DropPlot(*s); }
 
 void ScopeInst_SetOwnerHwnd(tQMSCOPE* s, ControlHost* owner) { s->owner = owner; }
 
 void ScopeInst_Move(tQMSCOPE* s, const RECT* rect) {
     const bool sized = rect->Width() != s->client.Width() || rect->Height() != s->client.Height();
     s->client = *rect;
-    if (sized) s->plot->Resize(0, 0, {});
+    if (sized) DropPlot(*s);
 }
 
 void ScopeInst_Draw(tQMSCOPE* s, QPainter* painter) {
-    if (s->client.IsEmpty()) return;
-    const DevicePixels device(*painter);
-    const QRect area = device.Map(s->client);
-    if (!s->plot->IsSize(area.width(), area.height()))
-        Fit(*s, area.width(), area.height(), area.width() / static_cast<double>(s->client.Width()));
-    const QImage image(reinterpret_cast<const uchar*>(s->plot->Pixels()), area.width(), area.height(),
-                       static_cast<qsizetype>(area.width()) * 4, QImage::Format_RGB32);
-    painter->drawImage(area.topLeft(), image);
+    if (!s->client.IsEmpty()) Guarded([&] { return Draw(*s, *painter); });
 }
 
 intptr_t ScopeInst_Message(tQMSCOPE* scope, uint32_t message, uintptr_t wparam, intptr_t lparam) {
@@ -121,7 +134,7 @@ intptr_t ScopeInst_Message(tQMSCOPE* scope, uint32_t message, uintptr_t wparam, 
     case SCOPEM_ENABLE: return Enable(s, wparam);
     case WM_ENABLE: return Enable(s, wparam), 0;
     case SCOPEM_RESET:
-        s.plot->Clear();
+        if (s.plot) s.plot->Clear();
         Repaint(s);
         return 0;
     default: return 0;

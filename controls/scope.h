@@ -42,7 +42,7 @@ struct tQMSCOPE {
     float fade;
     const float* ticks[2];  ///< the caller's: across, up
     uint32_t tickCounts[2];
-    ScopePlot* plot;
+    ScopePlot* plot;  ///< null until the next paint or samples, and while there is no memory for it
 };
 
 extern "C" {

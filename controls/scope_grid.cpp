@@ -100,10 +100,10 @@ std::vector<int32_t> ScopeMarks(const float* ticks, uint32_t count, int32_t leng
     return marks;
 }
 
-std::vector<uint32_t> ScopeGrid(const tQMSCOPE& s, double scale) {
-    const RECT& plot = s.plot->Plot();
-    Grid grid(*s.plot);
-    const int32_t right = s.plot->Width() - 1, bottom = s.plot->Height() - 1;
+std::vector<uint32_t> ScopeGrid(const tQMSCOPE& s, const ScopePlot& image, double scale) {
+    const RECT& plot = image.Plot();
+    Grid grid(image);
+    const int32_t right = image.Width() - 1, bottom = image.Height() - 1;
     grid.Line(0, 0, right, 0);
     grid.Line(0, bottom, right, bottom);
     grid.Line(0, 0, 0, bottom);

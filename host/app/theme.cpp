@@ -33,6 +33,9 @@ void ApplyHostTheme(QApplication& app) {
         palette.setColor(row.role, QColor(row.color));
         palette.setColor(QPalette::Disabled, row.role, QColor(row.disabled));
     }
+    // The style draws a shadow of this under disabled texts, which would double them.
+    palette.setColor(QPalette::Disabled, QPalette::Light,
+                     palette.color(QPalette::Disabled, QPalette::Button));
     app.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     app.setPalette(palette);
     QFont font(QFontDatabase::hasFamily(QStringLiteral("Inter")) ? QStringLiteral("Inter")

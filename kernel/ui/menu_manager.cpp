@@ -5,13 +5,13 @@
 #include "kernel/lang/lang.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_edge.h"
-#include "kernel/ui/ui_fonts.h"
 #include "kernel/ui/ui_glyphs.h"
 #include "platform/ui/control_host.h"
 #include "platform/ui/image_list.h"
 #include "platform/ui/messages.h"
 #include "platform/ui/paint.h"
 
+#include <QApplication>
 #include <QFontMetrics>
 
 #include <algorithm>
@@ -23,12 +23,12 @@ struct QMMENUBUTTON {
     int32_t image;
     bool hasCheckedImage;
     bool isSpacer;
-    SIZE size;  ///< 0 until it is measured
+    SIZE size;            ///< 0 until it is measured
+    std::u16string keys;  ///< what was added to the item's text
 };
 
 namespace {
 constexpr LONG kIcon = 16, kIconMargin = 3, kTextGap = 5, kEastAsian = 3;
-constexpr int32_t kMenuFont = 140;
 
 struct ItemText {
     std::u16string_view label, keys;
@@ -71,7 +71,7 @@ BOOL CQmMenuManager::MenuMan_GetImage(const Menu*, uint32_t command, BOOL* check
 }
 
 bool CQmMenuManager::MakeFonts() {
-    m_font = std::make_unique<QFont>(QmGetUIFont(kMenuFont));
+    m_font = std::make_unique<QFont>(QApplication::font("QMenu"));
     m_boldFont = std::make_unique<QFont>(*m_font);
     m_boldIsSame = m_font->weight() >= QFont::Bold;
     m_boldFont->setWeight(std::max(m_font->weight(), QFont::Bold));
@@ -149,8 +149,8 @@ void CQmMenuManager::AddButtons(Menu& menu) {
     InsertColumnSpacers(menu);
     for (MenuItem& item : menu.items) {
         if (item.type & MF_OWNERDRAW || ButtonOf(item)) continue;
-        auto button =
-            std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{item.type, item.data, nullptr, -1, false, false, {}});
+        auto button = std::make_unique<QMMENUBUTTON>(
+            QMMENUBUTTON{item.type, item.data, nullptr, -1, false, false, {}, {}});
         BOOL checked = 0;
         if (!item.IsSeparator() && !item.submenu &&
             MenuMan_GetImage(&menu, item.id, &checked, &button->images, &button->image))
@@ -159,7 +159,8 @@ void CQmMenuManager::AddButtons(Menu& menu) {
         if (!item.IsSeparator() && item.text.find(u'\t') == item.text.npos &&
             MenuMan_GetAcceleratorInfo(item.id, &keys)) {
             const std::u16string text = AcceleratorToString(keys);
-            if (!text.empty()) item.text.append(u"\t").append(text);
+            if (!text.empty()) button->keys = u"\t" + text;
+            item.text += button->keys;
         }
         item.type |= MF_OWNERDRAW;
         item.data = reinterpret_cast<uintptr_t>(button.get());
@@ -176,6 +177,8 @@ void CQmMenuManager::FreeButtons(Menu& menu) {
         if (button) {
             item.type = button->oldType;
             item.data = button->oldData;
+            // The command may have other keys, or the language other names for them, when it opens again.
+            if (item.text.ends_with(button->keys)) item.text.resize(item.text.size() - button->keys.size());
             std::erase_if(m_buttons, [&](const auto& b) { return b.get() == button; });
         }
         if (isSpacer)
@@ -200,7 +203,7 @@ void CQmMenuManager::InsertSpacerMenuItem(Menu& menu, size_t position) {
     item.type = MF_OWNERDRAW;
     item.state = MF_DISABLED;
     m_buttons.push_back(
-        std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{MF_OWNERDRAW, 0, nullptr, -1, false, true, {}}));
+        std::make_unique<QMMENUBUTTON>(QMMENUBUTTON{MF_OWNERDRAW, 0, nullptr, -1, false, true, {}, {}}));
     item.data = reinterpret_cast<uintptr_t>(m_buttons.back().get());
 }
 
@@ -286,7 +289,7 @@ void CQmMenuManager::DrawMenuItem(const MENUDRAW& draw, const QMMENUBUTTON& butt
 
 namespace {
 int32_t InkOf(const MENUDRAW& draw) {
-    if (draw.state & MENUDRAW_DISABLED) return COLOR_BTNSHADOW;
+    if (draw.state & MENUDRAW_DISABLED) return COLOR_GRAYTEXT;
     return draw.state & MENUDRAW_SELECTED ? COLOR_HIGHLIGHTTEXT : COLOR_MENUTEXT;
 }
 }  // namespace

@@ -15,8 +15,6 @@ class QBrush;
 struct ControlHost;
 struct QMMENUBUTTON;
 
-inline constexpr uint32_t WM_SYSCOLORCHANGE = 21, WM_SETTINGCHANGE = 26;
-
 struct _qmmenuman_info {
     const ImageList* images;  ///< null: no icons. The caller keeps it alive
     SIZE imageSize;           ///< of items without an image; 0 for 16
@@ -43,7 +41,8 @@ public:
     /// The keys of a command; 0: none.
     virtual BOOL MenuMan_GetAcceleratorInfo(uint32_t command, QMACCEL* accelerator);
 
-    /// Makes the fonts. QM_E_ALREADY when called twice, QM_E_NO_RESOURCE when there is no font.
+    /// Makes the fonts from the window system's menu font. QM_E_ALREADY when called twice, QM_E_NO_RESOURCE
+    /// when there is no font.
     HRESULT MenuMan_Init();
     void MenuMan_DeInit();
     /// Only MENUMAN_ bits are taken; returns the flags from before.
@@ -63,7 +62,7 @@ protected:
     void DrawButton(const MENUDRAW& draw, const QMMENUBUTTON& button, const RECT& rect);
     void DrawMenuText(const MENUDRAW& draw, const RECT& rect, bool bold);
     void Draw3DCheckmark(const MENUDRAW& draw, const RECT& rect);
-    /// Makes the items of a menu the manager's to draw, and gives them back.
+    /// Makes the items of a menu the manager's to draw, with their keys in the text, and gives them back.
     void AddButtons(Menu& menu);
     void FreeButtons(Menu& menu);
     /// Measures everything anew.

@@ -19,11 +19,17 @@ double Luminance(COLORREF color) {
     };
     return 0.2126 * linear(0) + 0.7152 * linear(8) + 0.0722 * linear(16);
 }
+
+COLORREF FarFrom(COLORREF ground) {
+    constexpr COLORREF kBlack = 0, kWhite = 0xFFFFFF;
+    return ContrastOf(kWhite, ground) >= ContrastOf(kBlack, ground) ? kWhite : kBlack;
+}
 }  // namespace
 
 void ApplyTheme(Theme theme) {
+    QByteArray bytes;
     QFile file(theme == Theme::Dark ? ":/themes/dark.ini" : ":/themes/light.ini");
-    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (theme != Theme::System && file.open(QIODevice::ReadOnly)) bytes = file.readAll();
     ApplyUIColors(IniFile(std::string_view(bytes.data(), static_cast<size_t>(bytes.size()))), "colors");
 }
 
@@ -33,30 +39,43 @@ double ContrastOf(COLORREF a, COLORREF b) {
 }
 
 COLORREF ReadableOn(COLORREF text, COLORREF ground) {
-    constexpr COLORREF kBlack = 0, kWhite = 0xFFFFFF;
-    if (ContrastOf(text, ground) >= 4.5) return text;
-    return ContrastOf(kWhite, ground) >= ContrastOf(kBlack, ground) ? kWhite : kBlack;
+    return ContrastOf(text, ground) >= 4.5 ? text : FarFrom(ground);
 }
+
+COLORREF VisibleOn(COLORREF mark, COLORREF ground) {
+    constexpr uint32_t kStep = 15;
+    const COLORREF far = FarFrom(ground);
+    COLORREF seen = mark;
+    for (uint32_t weight = kStep; ContrastOf(seen, ground) < 3 && weight <= 255; weight += kStep)
+        seen = BlendChannels(mark, far, weight);
+    return seen;
+}
+
+COLORREF StrongInk(COLORREF ground) { return ReadableOn(QmGetUIColor(UICOLOR_STRONG), ground); }
 
 ImageTheme IconTones() {
     const COLORREF face = QmGetUIColor(COLOR_BTNFACE), text = QmGetUIColor(COLOR_BTNTEXT);
-    const COLORREF accent = QmGetUIColor(COLOR_HIGHLIGHT), bright = QmGetUIColor(COLOR_BTNHIGHLIGHT);
+    const COLORREF accent = QmGetUIColor(COLOR_HIGHLIGHT), strong = StrongInk(face);
     const auto dimmed = [face](COLORREF c) { return QmSkin_BlendColor(c, face, 160, 0); };
     const COLORREF shade = QmSkin_BlendColor(text, face, 110, 0);
-    return {{{text, accent, shade}, {bright, bright, text}, {dimmed(text), dimmed(accent), dimmed(shade)}}};
+    return {{{text, accent, shade}, {strong, strong, text}, {dimmed(text), dimmed(accent), dimmed(shade)}}};
 }
 
-ImageTheme ThumbTones() {
-    const COLORREF face = QmGetUIColor(COLOR_BTNFACE), bright = QmGetUIColor(COLOR_BTNHIGHLIGHT);
-    const COLORREF accent = QmGetUIColor(COLOR_HIGHLIGHT), dark = QmGetUIColor(COLOR_3DDKSHADOW);
-    const COLORREF body = QmSkin_BlendColor(face, bright, 92, 0);
-    return {{{bright, accent, body},
-             {bright, accent, QmSkin_BlendColor(body, bright, 48, 0)},
-             {QmSkin_BlendColor(face, bright, 80, 0), QmSkin_BlendColor(face, dark, 60, 0),
-              QmSkin_BlendColor(face, bright, 28, 0)}}};
+ImageTheme ThumbTones() { return ThumbTones(QmGetUIColor(COLOR_BTNFACE)); }
+
+// A disabled thumb lies flat: its body, its line and its outline all come close to the face.
+ImageTheme ThumbTones(COLORREF face) {
+    const COLORREF strong = StrongInk(face);
+    const auto raised = [&](uint32_t weight) { return BlendChannels(face, strong, weight); };
+    const auto tones = [](COLORREF ink, COLORREF body, uint32_t outline) {
+        return ImageColors{ink, BlendChannels(body, 0, outline), body};
+    };
+    return {
+        {tones(strong, raised(92), 190), tones(strong, raised(122), 190), tones(raised(80), raised(40), 70)}};
 }
 
 MeterTones ThemeMeterTones() {
-    return {QmGetUIColor(UICOLOR_METER_GROUND), QmGetUIColor(COLOR_GRAYTEXT), 0xFFFFFF, kClipGround,
+    const COLORREF text = ReadableOn(QmGetUIColor(COLOR_GRAYTEXT), QmGetUIColor(COLOR_BTNFACE));
+    return {QmGetUIColor(UICOLOR_METER_GROUND), text, 0xFFFFFF, kClipGround,
             QmGetUIColor(UICOLOR_METER_HIGH)};
 }

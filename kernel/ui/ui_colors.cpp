@@ -78,7 +78,12 @@ Tables& T() {
 }
 
 COLORREF PlatformColor(int32_t index) {
-    return FromColor(QGuiApplication::palette().color(QPalette::Active, kSystemRoles[index]));
+    const QPalette palette = QGuiApplication::palette();
+    const auto of = [&](QPalette::ColorRole role) { return palette.color(QPalette::Active, role); };
+    const QColor color = of(kSystemRoles[index]);
+    // The grey of texts may be an ink that lets the ground through.
+    return BlendChannels(FromColor(of(QPalette::Window)), FromColor(color),
+                         static_cast<uint32_t>(color.alpha()));
 }
 
 COLORREF SystemColor(int32_t index, bool shadowed) {

@@ -23,9 +23,10 @@ inline constexpr int32_t COLOR_MENU = 4, COLOR_WINDOW = 5, COLOR_WINDOWFRAME = 6
                          COLOR_BTNHIGHLIGHT = 20, COLOR_3DDKSHADOW = 21, COLOR_3DLIGHT = 22,
                          COLOR_MENUHILIGHT = 29, COLOR_MENUBAR = 30;
 
-// Palette indices that the controls draw with.
-inline constexpr int32_t UICOLOR_TICK = 112, UICOLOR_METER_LOW = 126, UICOLOR_METER_MID = 120,
-                         UICOLOR_METER_HIGH = 151, UICOLOR_METER_GROUND = 124;
+// Palette indices that the controls draw with. Strong ink is for what has to stand out from the face: the
+// highlight of edges cannot serve, since it is lighter than the face in every theme.
+inline constexpr int32_t UICOLOR_STRONG = 105, UICOLOR_TICK = 112, UICOLOR_METER_LOW = 126,
+                         UICOLOR_METER_MID = 120, UICOLOR_METER_HIGH = 151, UICOLOR_METER_GROUND = 124;
 
 extern "C" {
 /// The colour as it is drawn. See QmGetUIColorAbsolute.

@@ -10,24 +10,22 @@
 namespace {
 struct EdgeRow {
     uint32_t edge;
-    int32_t leftTop, rightBottom;  // colour indices
-    int32_t softLeftTop, softRightBottom;
+    int32_t leftTop, softLeftTop, rightBottom;  // colour indices
 };
-// The lit side is the light colour rather than the highlight, which is a colour of text in a dark theme.
+// The window system's own rule. Soft edges swap the two lines above and left.
 constexpr EdgeRow kEdges[] = {
-    {EDGE_RAISED_OUTER, COLOR_BTNFACE, COLOR_3DDKSHADOW, COLOR_3DLIGHT, COLOR_3DDKSHADOW},
-    {EDGE_SUNKEN_OUTER, COLOR_BTNSHADOW, COLOR_3DLIGHT, COLOR_3DDKSHADOW, COLOR_3DLIGHT},
-    {EDGE_RAISED_INNER, COLOR_3DLIGHT, COLOR_BTNSHADOW, COLOR_BTNFACE, COLOR_BTNSHADOW},
-    {EDGE_SUNKEN_INNER, COLOR_3DDKSHADOW, COLOR_BTNFACE, COLOR_BTNSHADOW, COLOR_BTNFACE},
+    {EDGE_RAISED_OUTER, COLOR_3DLIGHT, COLOR_BTNHIGHLIGHT, COLOR_3DDKSHADOW},
+    {EDGE_SUNKEN_OUTER, COLOR_BTNSHADOW, COLOR_3DDKSHADOW, COLOR_BTNHIGHLIGHT},
+    {EDGE_RAISED_INNER, COLOR_BTNHIGHLIGHT, COLOR_3DLIGHT, COLOR_BTNSHADOW},
+    {EDGE_SUNKEN_INNER, COLOR_3DDKSHADOW, COLOR_BTNSHADOW, COLOR_3DLIGHT},
 };
 
 struct EdgeLight {
     COLORREF leftTop, rightBottom;
 };
 EdgeLight LightOf(const EdgeRow& row, uint32_t flags) {
-    const bool outer = row.edge & (EDGE_RAISED_OUTER | EDGE_SUNKEN_OUTER), soft = flags & EDGE_SOFT;
-    int32_t leftTop = soft ? row.softLeftTop : row.leftTop,
-            rightBottom = soft ? row.softRightBottom : row.rightBottom;
+    const bool outer = row.edge & (EDGE_RAISED_OUTER | EDGE_SUNKEN_OUTER);
+    int32_t leftTop = flags & EDGE_SOFT ? row.softLeftTop : row.leftTop, rightBottom = row.rightBottom;
     if (flags & EDGE_MONO) leftTop = rightBottom = outer ? COLOR_WINDOWFRAME : COLOR_WINDOW;
     if (flags & EDGE_FLAT) leftTop = rightBottom = outer ? COLOR_BTNSHADOW : COLOR_BTNFACE;
     return {QmGetUIColor(leftTop), QmGetUIColor(rightBottom)};

@@ -12,10 +12,12 @@ inline constexpr uint32_t WM_DESTROY = 2;
 inline constexpr uint32_t WM_SIZE = 5;  ///< wparam SIZE_; lparam width and height
 inline constexpr uint32_t WM_SETFOCUS = 7;
 inline constexpr uint32_t WM_KILLFOCUS = 8;
-inline constexpr uint32_t WM_ENABLE = 10;      ///< wparam non-zero when enabled
-inline constexpr uint32_t WM_PAINT = 15;       ///< wparam: PaintInfo*
-inline constexpr uint32_t WM_SHOWWINDOW = 24;  ///< wparam non-zero when shown
-inline constexpr uint32_t WM_CANCELMODE = 31;  ///< a drag has to end
+inline constexpr uint32_t WM_ENABLE = 10;          ///< wparam non-zero when enabled
+inline constexpr uint32_t WM_PAINT = 15;           ///< wparam: PaintInfo*
+inline constexpr uint32_t WM_SYSCOLORCHANGE = 21;  ///< the window system has another palette
+inline constexpr uint32_t WM_SHOWWINDOW = 24;      ///< wparam non-zero when shown
+inline constexpr uint32_t WM_SETTINGCHANGE = 26;   ///< the window system has another font
+inline constexpr uint32_t WM_CANCELMODE = 31;      ///< a drag has to end
 inline constexpr uint32_t WM_SETCURSOR =
     32;  ///< low word of lparam the hit code; non-zero when the cursor is set
 inline constexpr uint32_t WM_NOTIFY = 78;        ///< wparam the control's id; lparam: NMHDR*

@@ -71,6 +71,9 @@ bool MessageWindow::Translate(QEvent& event) {
         if (!isEnabled()) CancelDrag();
         OnMessage(WM_ENABLE, isEnabled(), 0);
         break;
+    // The application's own changes reach windows inside others by these only.
+    case QEvent::PaletteChange: OnMessage(WM_SYSCOLORCHANGE, 0, 0); break;
+    case QEvent::FontChange: OnMessage(WM_SETTINGCHANGE, 0, 0); break;
     case QEvent::WindowDeactivate: CancelDrag(); break;
     default: break;
     }

@@ -1,4 +1,7 @@
-// Colours by index, colour arithmetic, edges, fonts, and whether the theme can be read.
+// Colours by index, colour arithmetic, edges, fonts, and whether what is drawn can be seen in any theme.
+#include "controls/fader.h"
+#include "controls/fader_layout.h"
+#include "fake_window.h"
 #include "kernel/color_math.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"
@@ -11,19 +14,36 @@
 #include <QBrush>
 #include <QImage>
 
+#include <array>
 #include <cmath>
 
 namespace {
 /// Colours as the system sets them before a theme, back again at the end.
 class Colors : public testing::Test {
 protected:
-    void SetUp() override { Reset(); }
-    void TearDown() override { Reset(); }
-    static void Reset() {
-        for (int32_t i = 0; i <= 30; i++) QmSetUIColor(i, UICOLOR_NONE);
-        for (int32_t i = 100; i <= 152; i++) QmSetUIColor(i, QmGetUIColorAbsolute(-i));
-    }
+    void SetUp() override { ApplyTheme(Theme::System); }
+    void TearDown() override { ApplyTheme(Theme::System); }
 };
+
+// Colours as many a user's desktop has them.
+void ApplyOrdinaryScheme() {
+    ApplyTheme(Theme::System);
+    constexpr std::pair<int32_t, COLORREF> kColors[] = {
+        {COLOR_BTNFACE, 0xC8D0D4},    {COLOR_BTNSHADOW, 0x808080},    {COLOR_GRAYTEXT, 0x808080},
+        {COLOR_BTNTEXT, 0x000000},    {COLOR_BTNHIGHLIGHT, 0xFFFFFF}, {COLOR_3DLIGHT, 0xC8D0D4},
+        {COLOR_3DDKSHADOW, 0x404040}, {COLOR_HIGHLIGHT, 0x6A240A},    {COLOR_HIGHLIGHTTEXT, 0xFFFFFF},
+    };
+    for (const auto& [index, color] : kColors) QmSetUIColor(index, color);
+}
+
+struct Scheme {
+    const char* name;
+    void (*apply)();
+};
+const Scheme kSchemes[] = {{"dark", [] { ApplyTheme(Theme::Dark); }},
+                           {"light", [] { ApplyTheme(Theme::Light); }},
+                           {"system", [] { ApplyTheme(Theme::System); }},
+                           {"ordinary", ApplyOrdinaryScheme}};
 
 double Luminance(COLORREF color) {
     const auto part = [color](int shift) {
@@ -166,13 +186,13 @@ TEST_F(Colors, TheThemesCanBeRead) {
              {Row{"button text", c(COLOR_BTNTEXT), c(COLOR_BTNFACE)},
               Row{"on the ground", c(COLOR_BTNTEXT), c(COLOR_WINDOWFRAME)},
               Row{"grey text", c(COLOR_GRAYTEXT), c(COLOR_BTNFACE)},
-              Row{"bright text", c(COLOR_BTNHIGHLIGHT), c(COLOR_BTNFACE)},
+              Row{"strong ink", c(UICOLOR_STRONG), c(COLOR_BTNFACE)},
               Row{"list", c(COLOR_WINDOWTEXT), c(COLOR_WINDOW)},
               Row{"highlight", c(COLOR_HIGHLIGHTTEXT), c(COLOR_HIGHLIGHT)}, Row{"menu", c(7), c(4)},
               Row{"menu bar", c(7), c(30)}, Row{"tip", c(23), c(24)}, Row{"caption", c(9), c(2)},
               Row{"idle caption", c(19), c(3)}, Row{"selected strip", c(COLOR_BTNTEXT), selection},
               Row{"selected strip, grey", c(COLOR_GRAYTEXT), selection},
-              Row{"selected strip, bright", c(COLOR_BTNHIGHLIGHT), selection},
+              Row{"selected strip, strong", c(UICOLOR_STRONG), selection},
               Row{"meter", ReadableOn(meter.text, meter.background), meter.background},
               Row{"meter on a strip", meter.text, c(COLOR_BTNFACE)},
               Row{"clip", meter.clipText, meter.clipTextBackground}})
@@ -182,9 +202,91 @@ TEST_F(Colors, TheThemesCanBeRead) {
     }
 }
 
+TEST_F(Colors, WhatMattersIsSeenInAnyScheme) {
+    for (const Scheme& scheme : kSchemes) {
+        SCOPED_TRACE(scheme.name);
+        scheme.apply();
+        const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
+        const ImageTheme icons = IconTones(), thumbs = ThumbTones();
+        EXPECT_GE(Contrast(icons[0].ink, face), 4.5);
+        EXPECT_GE(Contrast(icons[1].ink, face), 4.5) << "under the mouse";
+        EXPECT_GE(Contrast(ThemeMeterTones().text, face), 4.5);
+        EXPECT_GE(Contrast(thumbs[0].shade, face), 1.8);
+        EXPECT_GE(Contrast(thumbs[0].shade, thumbs[0].accent), 3) << "the outline";
+        EXPECT_GE(Contrast(thumbs[0].shade, thumbs[2].shade), 1.4) << "disabled ones do not look enabled";
+        EXPECT_LT(Contrast(thumbs[2].accent, face), 3) << "nor do they stand out";
+
+        for (const uint32_t style : {FADERS_VERTICAL | FADERS_TAPER, FADERS_VERTICAL,
+                                     FADERS_VERTICAL | FADERS_TAPER | FADERS_UI_COLORS}) {
+            FakeWindow host;
+            tQMFADER fader;
+            constexpr RECT kRect{0, 0, 80, 200};
+            FaderInst_Init(&fader, style | FADERS_TICKS | FADERS_LABELS, &kRect, &host, 1, nullptr, 0, 1);
+            FaderInst_Message(&fader, FADERM_SETRANGE, 0,
+                              static_cast<intptr_t>(PackWords(static_cast<uint32_t>(-720), 120)));
+            QImage image(80, 200, QImage::Format_RGB32);
+            image.fill(ToColor(face));
+            QPainter painter(&image);
+            FaderInst_Draw(&fader, &painter);
+            painter.end();
+            const auto strongest = [&](int x1, int x2, int y1, int y2) {
+                double most = 1;
+                for (int x = x1; x < x2; x++)
+                    for (int y = y1; y < y2; y++)
+                        most = std::max(most, Contrast(FromColor(image.pixelColor(x, y)), face));
+                return most;
+            };
+            const int centre = (fader.track.left + fader.track.right) / 2, right = fader.track.right + 1;
+            for (const int32_t end : {-720, 120}) {
+                const int y = FaderPixel(fader, end);
+                EXPECT_GE(strongest(centre + 3, centre + 5, y, y + 1), 3) << "the end at " << end;
+            }
+            for (const FaderTick& tick : FaderTicks(fader)) {
+                EXPECT_GE(strongest(right, right + 2, tick.pixel, tick.pixel + 1), 3) << tick.value;
+                if (!tick.labelled) continue;
+                EXPECT_GE(strongest(0, fader.track.left - 6, tick.pixel - 6, tick.pixel + 6), 4)
+                    << "the label " << tick.value;
+            }
+            EXPECT_GE(strongest(right, right + 2, 60, 85), 3) << "one of the ticks of a linear one";
+        }
+    }
+}
+
+// From the outside in: the outer line above and left, the inner one, the inner one below and right, the
+// outer.
+TEST_F(Colors, EdgesAreLitByTheWindowSystemsRule) {
+    constexpr int32_t kLight = COLOR_3DLIGHT, kHighlight = COLOR_BTNHIGHLIGHT, kShadow = COLOR_BTNSHADOW,
+                      kDark = COLOR_3DDKSHADOW, kFace = COLOR_BTNFACE, kFrame = COLOR_WINDOWFRAME,
+                      kWindow = COLOR_WINDOW;
+    for (const int32_t index : {kLight, kHighlight, kShadow, kDark, kFace, kFrame, kWindow})
+        QmSetUIColor(index, static_cast<COLORREF>(index));
+    constexpr uint32_t kRaised = EDGE_RAISED_OUTER | EDGE_RAISED_INNER,
+                       kSunken = EDGE_SUNKEN_OUTER | EDGE_SUNKEN_INNER;
+    struct Row {
+        uint32_t edge, flags;
+        std::array<int32_t, 4> colors;
+    };
+    for (const Row& row : {Row{kRaised, 0, {kLight, kHighlight, kShadow, kDark}},
+                           Row{kRaised, EDGE_SOFT, {kHighlight, kLight, kShadow, kDark}},
+                           Row{kSunken, 0, {kShadow, kDark, kLight, kHighlight}},
+                           Row{kSunken, EDGE_SOFT, {kDark, kShadow, kLight, kHighlight}},
+                           Row{kSunken, EDGE_FLAT, {kShadow, kFace, kFace, kShadow}},
+                           Row{kRaised, EDGE_MONO, {kFrame, kWindow, kWindow, kFrame}}}) {
+        QImage image(10, 10, QImage::Format_RGB32);
+        QPainter painter(&image);
+        QmDrawEdge(painter, {0, 0, 10, 10}, row.edge, row.flags | SIDE_ALL);
+        constexpr int kAt[] = {0, 1, 8, 9};
+        for (size_t i = 0; i < std::size(kAt); i++) {
+            EXPECT_EQ(FromColor(image.pixelColor(kAt[i], 5)), static_cast<COLORREF>(row.colors[i]))
+                << row.edge << " " << row.flags << " " << i;
+            EXPECT_EQ(image.pixel(5, kAt[i]), image.pixel(kAt[i], 5));
+        }
+    }
+}
+
 TEST_F(Colors, EdgesTakeTheirSidesFromTheFlags) {
     QmSetUIColor(COLOR_BTNSHADOW, 0x0000FF);
-    QmSetUIColor(COLOR_3DLIGHT, 0x00FF00);
+    QmSetUIColor(COLOR_BTNHIGHLIGHT, 0x00FF00);
     QmSetUIColor(COLOR_BTNFACE, 0xFF0000);
     constexpr RECT rect{2, 2, 8, 8};
     const auto draw = [&](uint32_t edge, uint32_t flags) {

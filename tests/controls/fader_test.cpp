@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 #include <string>
 
@@ -409,7 +410,43 @@ TEST_F(Fader, TicksKeepTheirDistance) {
               reinterpret_cast<intptr_t>(f.ticks));
     EXPECT_EQ(count, 64u);
     EXPECT_NE(Send(FADERM_SETTICKS, 0, 0), 0) << "the previous list";
+    const auto* list =
+        reinterpret_cast<const int32_t*>(Send(FADERM_GETTICKS, 0, reinterpret_cast<intptr_t>(&count)));
+    ASSERT_EQ(count, 13u) << "the default list is told too";
+    EXPECT_EQ(list[0], 120);
+    EXPECT_EQ(list[12], -720);
     EXPECT_EQ(FaderTicks(f).size(), 11u) << "the default list without its two ends";
+}
+
+TEST_F(Fader, AScaleAtInitBecomesTicksAndMayBeOneSided) {
+    struct Row {
+        uint32_t style, kept;
+        bool oneSided;
+    };
+    for (const Row& row : {Row{FADERS_SCALE, FADERS_TICKS, false},
+                           Row{FADERS_SCALE | FADERS_LABELS, FADERS_TICKS | FADERS_LABELS, true},
+                           Row{FADERS_TICKS | FADERS_LABELS, FADERS_TICKS | FADERS_LABELS, false},
+                           Row{FADERS_ONE_SIDED, FADERS_ONE_SIDED, true}}) {
+        Make(row.style);
+        EXPECT_EQ(Send(FADERM_GETSTYLE), static_cast<intptr_t>(row.kept));
+        EXPECT_EQ((f.state & FADERST_ONE_SIDED) != 0, row.oneSided) << row.style;
+        Send(FADERM_CHANGESTYLE, FADERS_VERTICAL, 1);
+        EXPECT_EQ((f.state & FADERST_ONE_SIDED) != 0, row.oneSided) << "whatever else changes";
+    }
+    Send(FADERM_CHANGESTYLE, 0x0010, 0);
+    EXPECT_FALSE(f.state & FADERST_ONE_SIDED) << "half of the pair";
+}
+
+TEST_F(Fader, LabelsSideBySideDoNotTouch) {
+    const LONG room = FaderLabelSize().cx;
+    for (LONG width = 120; width < 500; width += 20) {
+        Make(FADERS_TAPER | FADERS_TICKS | FADERS_LABELS, {0, 0, width, 50});
+        std::vector<int32_t> places{FaderPixel(f, 0)};
+        for (const FaderTick& tick : FaderTicks(f))
+            if (tick.labelled) places.push_back(tick.pixel);
+        std::ranges::sort(places);
+        for (size_t i = 1; i < places.size(); i++) EXPECT_GE(places[i] - places[i - 1], room + 4) << width;
+    }
 }
 
 TEST_F(Fader, MinimumSizes) {

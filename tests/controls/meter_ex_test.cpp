@@ -153,7 +153,7 @@ TEST_F(MeterEx, LabelsOfLessImportanceGiveWay) {
     Make(kUk);
     const auto texts = [&](int32_t room) {
         std::u16string all;
-        for (const MeterMark& mark : m.base.model->marks(m.base, 300, room, 1)) all += mark.text;
+        for (const MeterMark& mark : m.base.model->marks(m.base, 600, 300, room)) all += mark.text;
         return all;
     };
     EXPECT_EQ(texts(12), u"7654321");

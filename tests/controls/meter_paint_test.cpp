@@ -1,6 +1,8 @@
 // Painting of meters: what changed must look as if all had been painted.
 #include "controls/meter.h"
 #include "controls/meter_bitmaps.h"
+#include "controls/meter_layout.h"
+#include "controls/meter_scales.h"
 #include "fake_window.h"
 #include "kernel/ui/theme.h"
 #include "platform/ui/paint.h"
@@ -164,6 +166,82 @@ TEST(MeterBitmaps, AreSharedByMetersThatLookAlike) {
     EXPECT_EQ(CountMeterBitmaps() - before, 3u) << "its bands lie elsewhere";
     for (tQMMETER& m : meters) MeterInst_Deinit(&m);
     EXPECT_EQ(CountMeterBitmaps(), before);
+}
+
+namespace {
+// Runs of rows, or columns, in which the area has anything other than the ground.
+std::vector<std::pair<int, int>> InkRuns(const QImage& image, const QRect& area, bool rows) {
+    std::vector<std::pair<int, int>> runs;
+    const int first = rows ? area.top() : area.left(), count = rows ? area.height() : area.width();
+    bool inRun = false;
+    for (int at = first; at < first + count; at++) {
+        bool ink = false;
+        for (int i = 0; i < (rows ? area.width() : area.height()) && !ink; i++)
+            ink = image.pixelColor(rows ? area.left() + i : at, rows ? at : area.top() + i) != Qt::darkGray;
+        if (ink && !inRun) runs.push_back({at, at});
+        if (ink) runs.back().second = at;
+        inRun = ink;
+    }
+    return runs;
+}
+}  // namespace
+
+TEST(MeterPaint, NamesStandAtTheirBars) {
+    constexpr const char16_t* kNames[] = {u"I", u"I", u"I", u"I"};
+    for (const uint32_t style : {METERS_VERTICAL | METERS_LABELS, METERS_LABELS, uint32_t{METERS_VERTICAL},
+                                 METERS_VERTICAL | METERS_LABELS | METERS_LABELS_OTHER_SIDE}) {
+        FakeWindow host;
+        tQMMETER m;
+        const bool vertical = style & METERS_VERTICAL;
+        Init(m, {style, 4, {0, 0, 200, 200}, 1.0, 0}, host);
+        MeterInst_Message(&m, METERM_SETNAMES, PackWords(0, 4), reinterpret_cast<intptr_t>(kNames));
+        QImage image = Blank(1);
+        QPainter painter(&image);
+        MeterInst_Draw(&m, &painter);
+        painter.end();
+        RECT bar;
+        MeterInst_Message(&m, METERM_GETRECT, PackWords(METER_PART_BAR, 0), reinterpret_cast<intptr_t>(&bar));
+        const QRect names =
+            vertical ? QRect(0, bar.bottom, 200, 200 - bar.bottom) : QRect(0, 0, bar.left, 200);
+        const auto runs = InkRuns(image, names, !vertical);
+        ASSERT_EQ(runs.size(), 4u) << style;
+        for (uint32_t i = 0; i < 4; i++) {
+            MeterInst_Message(&m, METERM_GETRECT, PackWords(METER_PART_BAR, i),
+                              reinterpret_cast<intptr_t>(&bar));
+            const LONG middle = vertical ? (bar.left + bar.right) / 2 : (bar.top + bar.bottom) / 2;
+            EXPECT_NEAR((runs[i].first + runs[i].second) / 2, middle, 2) << style << " " << i;
+        }
+        MeterInst_Deinit(&m);
+    }
+}
+
+TEST(MeterPaint, EveryScreenShowsTheSameLabels) {
+    for (LONG height = 100; height <= 210; height += 5)
+        for (uint32_t scale = 0; scale <= kMeterScaleCount; scale++) {
+            std::vector<size_t> labels;
+            for (const double pixels : {1.0, 1.25, 1.5, 2.0}) {
+                FakeWindow host;
+                tQMMETEREX m;
+                const RECT rect{0, 0, 58, height};
+                constexpr uint32_t kStyle = METERS_VERTICAL | METERS_LABELS;
+                MeterExInst_Init(&m, kStyle, &rect, &host, 1, 0, 0);
+                if (scale < kMeterScaleCount)
+                    MeterExInst_SetScale(&m, &MeterScaleOf(scale));
+                else
+                    MeterInst_Init(&m.base, kStyle, &rect, &host, 1, 0, 0);
+                QImage image = Blank(pixels);
+                QPainter painter(&image);
+                MeterInst_Draw(&m.base, &painter);
+                painter.end();
+                const LONG column = MeterLabelSize(m.base).cx;
+                labels.push_back(
+                    InkRuns(image, QRectF(0, 0, column * pixels, height * pixels).toAlignedRect(), true)
+                        .size());
+                MeterInst_Deinit(&m.base);
+            }
+            EXPECT_EQ(labels, std::vector<size_t>(4, labels[0]))
+                << "scale " << scale << ", height " << height;
+        }
 }
 
 TEST(MeterPaint, TheBarEndsWhereTheLevelSays) {

@@ -163,6 +163,29 @@ TEST(ScopeGrids, MarksHalveDownToTheLeastSpacing) {
     EXPECT_EQ(ScopeMarks(nullptr, 0, 160, 20), std::vector<int32_t>());
 }
 
+TEST(Scope, WithoutMemoryForItsImageItShowsNothing) {
+    FakeWindow host;
+    tQMSCOPE s;
+    const RECT beyond{0, 0, 0x7FFFFFF0, 0x7FFFFFF0}, rect{0, 0, 80, 80};
+    ScopeInst_Init(&s, SCOPES_XY, &beyond, &host, 1, 0);
+    const float pair[] = {0.5f, 0.5f};
+    const SCOPESAMPLES samples{pair, 1, 0, 1, 2};
+    QImage image(80, 80, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    const QImage before = image;
+    QPainter painter(&image);
+    ScopeInst_Draw(&s, &painter);
+    ScopeInst_SetPos(&s, &samples);
+    ScopeInst_Reset(&s);
+    EXPECT_EQ(image, before);
+    ScopeInst_Move(&s, &rect);
+    ScopeInst_SetPos(&s, &samples);
+    ASSERT_NE(s.plot, nullptr);
+    EXPECT_EQ(s.plot->At(59, 20) >> 24, 110u) << "there is memory again";
+    painter.end();
+    ScopeInst_Deinit(&s);
+}
+
 TEST(Scope, FollowsItsMessages) {
     FakeWindow host;
     tQMSCOPE s;

@@ -17,6 +17,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QStyle>
 #include <QStyleFactory>
 #include <QVBoxLayout>
 
@@ -90,7 +91,7 @@ QPalette ThemePalette() {
         {QPalette::Text, COLOR_WINDOWTEXT},
         {QPalette::Button, COLOR_BTNFACE},
         {QPalette::ButtonText, COLOR_BTNTEXT},
-        {QPalette::BrightText, COLOR_BTNHIGHLIGHT},
+        {QPalette::BrightText, UICOLOR_STRONG},
         {QPalette::Highlight, COLOR_HIGHLIGHT},
         {QPalette::HighlightedText, COLOR_HIGHLIGHTTEXT},
         {QPalette::PlaceholderText, COLOR_GRAYTEXT},
@@ -99,6 +100,8 @@ QPalette ThemePalette() {
     for (const Row& row : kRows) palette.setColor(row.role, ToColor(QmGetUIColor(row.index)));
     palette.setColor(QPalette::ToolTipBase, ToColor(QmGetUIColor(24)));
     palette.setColor(QPalette::ToolTipText, ToColor(QmGetUIColor(23)));
+    // A disabled text has a shadow in this one.
+    palette.setColor(QPalette::Disabled, QPalette::Light, ToColor(QmGetUIColor(COLOR_BTNFACE)));
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, ToColor(QmGetUIColor(COLOR_GRAYTEXT)));
     return palette;
@@ -123,7 +126,8 @@ GalleryWindow::~GalleryWindow() { delete m_controls; }
 
 void GalleryWindow::Rebuild() {
     ApplyTheme(m_choices.theme);
-    QApplication::setPalette(ThemePalette());
+    QApplication::setPalette(m_choices.theme == Theme::System ? QApplication::style()->standardPalette()
+                                                              : ThemePalette());
     delete m_controls;
     QmSkin_RemoveImageListsItems();
     m_peakMeters.clear();
@@ -157,9 +161,10 @@ QWidget* GalleryWindow::BuildBar() {
         row->addSpacing(14);
         connect(box, &QComboBox::currentIndexChanged, this, changed);
     };
-    choice(QStringLiteral("&Theme"), {QStringLiteral("Dark"), QStringLiteral("Light")},
-           m_choices.theme == Theme::Light, [this](int i) {
-               m_choices.theme = i ? Theme::Light : Theme::Dark;
+    choice(QStringLiteral("&Theme"),
+           {QStringLiteral("Dark"), QStringLiteral("Light"), QStringLiteral("System")},
+           static_cast<int>(m_choices.theme), [this](int i) {
+               m_choices.theme = static_cast<Theme>(i);
                Rebuild();
            });
     QStringList scales;
@@ -293,7 +298,7 @@ QWidget* GalleryWindow::BuildMeters() {
         m_peakMeters.push_back(w);
         return Captioned(w, name);
     };
-    auto* names = meter(kUp | METERS_LABELS, {128, 200}, "Six channels", 6);
+    auto* names = meter(kUp | METERS_LABELS, {160, 200}, "Six channels", 6);
     static constexpr const char16_t* kNames[] = {u"L", u"R", u"C", u"LFE", u"Ls", u"Rs"};
     QmSendControl(m_peakMeters.back(), METERM_SETNAMES, PackWords(0, 6), reinterpret_cast<intptr_t>(kNames));
     return Group(

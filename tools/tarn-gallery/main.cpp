@@ -12,10 +12,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 
 namespace {
 struct Options {
-    std::string recording, theme = "dark", screenshot;
+    std::string recording, screenshot;
+    Theme theme = Theme::Dark;
     double from = 0, seconds = 2, scale = 1;
     uint32_t meterScale = 4;
 };
@@ -45,7 +47,7 @@ int Run(const Options& o, int argc, char** argv) {
     app.setFont(font);
 
     GalleryChoices choices;
-    choices.theme = o.theme == "light" ? Theme::Light : Theme::Dark;
+    choices.theme = o.theme;
     choices.scale = o.meterScale;
     choices.from = o.from;
     GalleryWindow window(std::move(recording), QString::fromStdString(path.filename().string()), choices);
@@ -68,7 +70,10 @@ int main(int argc, char** argv) {
     CLI::App app{"Shows every control of the console in every style, live.", "tarn-gallery"};
     Options o;
     app.add_option("recording", o.recording, "audio file that the meters and scopes follow");
-    app.add_option("--theme", o.theme, "dark or light")->check(CLI::IsMember({"dark", "light"}));
+    const std::map<std::string, Theme> themes{
+        {"dark", Theme::Dark}, {"light", Theme::Light}, {"system", Theme::System}};
+    app.add_option("--theme", o.theme, "dark, light, or system for the window system's palette")
+        ->transform(CLI::CheckedTransformer(themes));
     app.add_option("--meter-scale", o.meterScale, "scale of the large meter, 0 to 6")
         ->check(CLI::Range(0u, kMeterScaleCount - 1));
     app.add_option("--screenshot", o.screenshot, "save a picture as PNG, without a window, and end");

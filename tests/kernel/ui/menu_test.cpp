@@ -57,8 +57,8 @@ public:
         return MessageWindow::OnMessage(message, wparam, lparam);
     }
     BOOL MenuMan_GetAcceleratorInfo(uint32_t command, QMACCEL* keys) override {
-        *keys = {VK_F1 + 1, ACCEL_CTRL | ACCEL_SHIFT, command};
-        return command == 1;
+        *keys = {key, ACCEL_CTRL | ACCEL_SHIFT, command};
+        return command == 1 && key;
     }
     using CQmMenuManager::AddButtons;
     using CQmMenuManager::FitSpacersToMenuHeight;
@@ -68,6 +68,7 @@ public:
     using CQmMenuManager::VkToLParam;
 
     int drawn = 0;
+    uint32_t key = VK_F1 + 1;
     List selected, commands;
 };
 
@@ -178,7 +179,9 @@ TEST(MenuManager, DrawsAPopupThatKeysWork) {
     Menu menu = Of({1, 2, kSeparator});
     menu.items[1].state = MF_CHECKED;
     menu.AddSubmenu(u"more").submenu->Add(3, u"third");
-    WhenOpen([](QWidget* popup) {
+    std::u16string shown;
+    WhenOpen([&](QWidget* popup) {
+        shown = menu.items[0].text;
         QTest::keyClick(popup, Qt::Key_Down);
         QTest::keyClick(popup, Qt::Key_Down);
         QTest::keyClick(popup, Qt::Key_Return);
@@ -187,8 +190,9 @@ TEST(MenuManager, DrawsAPopupThatKeysWork) {
     EXPECT_EQ(TrackPopupMenu(menu, {10, 10}, owner), 2u);
     EXPECT_GE(manager.drawn, 4);
     EXPECT_EQ(manager.selected, (List{1, 2, 0}));
-    EXPECT_EQ(menu.items[0].text, u"item\tCtrl+Shift+F2");
-    EXPECT_EQ(menu.items[0].type, 0u) << "given back";
+    EXPECT_EQ(shown, u"item\tCtrl+Shift+F2");
+    EXPECT_EQ(menu.items[0].text, u"item") << "given back";
+    EXPECT_EQ(menu.items[0].type, 0u);
     manager.selected.clear();
     WhenOpen([](QWidget* popup) {
         QTest::keyClick(popup, Qt::Key_Up);
@@ -198,6 +202,58 @@ TEST(MenuManager, DrawsAPopupThatKeysWork) {
     EXPECT_EQ(TrackPopupMenu(menu, {10, 10}, owner), 3u) << "from the submenu";
     WhenOpen([](QWidget* popup) { QTest::keyClick(popup, Qt::Key_Escape); });
     EXPECT_EQ(TrackPopupMenu(menu, {10, 10}, owner), 0u);
+}
+
+TEST(MenuManager, FollowsTheFontAndTheKeysOfTheDay) {
+    Manager manager;
+    Menu menu = Of({1});
+    const auto open = [&] {
+        manager.AddButtons(menu);
+        MENUMEASURE m{&menu, &menu.items[0], {}};
+        EXPECT_TRUE(manager.OnMeasureItem(m));
+        const std::u16string text = menu.items[0].text;
+        manager.FreeButtons(menu);
+        return std::pair(m.size, text);
+    };
+    const auto [before, keys] = open();
+    manager.key = VK_F1 + 2;
+    EXPECT_NE(open().second, keys);
+    manager.key = 0;
+    EXPECT_EQ(open().second, u"item") << "it has none any more";
+    manager.key = VK_F1 + 1;
+    const QFont usual = QApplication::font();
+    const auto set = [](const QFont& font) {
+        QApplication::setFont(font);
+        QCoreApplication::processEvents();
+    };
+    QFont large = usual;
+    large.setPixelSize(40);
+    set(large);
+    EXPECT_GT(open().first.cy, before.cy);
+    set(usual);
+    EXPECT_EQ(open().first.cy, before.cy);
+}
+
+TEST(MenuManager, DisabledTextsHaveNoShadow) {
+    const QPalette usual = QApplication::palette();
+    QPalette red = usual;
+    red.setColor(QPalette::Light, Qt::red);
+    QApplication::setPalette(red);
+    Menu menu = Of({1});
+    menu.items[0].state = MF_GRAYED;
+    int reds = 0;
+    WhenOpen([&](QWidget* popup) {
+        const QImage image = popup->grab().toImage();
+        for (int y = 0; y < image.height(); y++)
+            for (int x = 0; x < image.width(); x++) {
+                const QColor c = image.pixelColor(x, y);
+                reds += c.red() > c.green() + 60;
+            }
+        QTest::keyClick(popup, Qt::Key_Escape);
+    });
+    TrackPopupMenu(menu, {10, 10}, [](uint32_t, uintptr_t, intptr_t) { return intptr_t{0}; });
+    QApplication::setPalette(usual);
+    EXPECT_EQ(reds, 0);
 }
 
 TEST(MenuManager, MeasuresAndSpacesColumns) {

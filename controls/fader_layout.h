@@ -36,10 +36,10 @@ struct FaderTick {
     int32_t value, pixel;
     bool labelled;  ///< its label has room
 };
-/// The ticks that are drawn: inside the range, none within 6 pixels of the one before. Empty in a linear
-/// fader. Labels are given in the order of the list, and only where they meet neither each other nor unity's.
 /// The values of the ticks: the caller's, else the default ones.
 std::span<const int32_t> FaderTickList(const tQMFADER& fader);
+/// The ticks that are drawn: inside the range, none within 6 pixels of the one before. Empty in a linear
+/// fader. Labels are given in the order of the list, and only where they meet neither each other nor unity's.
 std::vector<FaderTick> FaderTicks(const tQMFADER& fader);
 /// Unity has a mark and a label of its own, whatever the list says.
 bool FaderShowsUnity(const tQMFADER& fader);

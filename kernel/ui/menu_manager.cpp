@@ -289,7 +289,7 @@ void CQmMenuManager::DrawMenuItem(const MENUDRAW& draw, const QMMENUBUTTON& butt
 
 namespace {
 int32_t InkOf(const MENUDRAW& draw) {
-    if (draw.state & MENUDRAW_DISABLED) return COLOR_GRAYTEXT;
+    if (draw.state & MENUDRAW_DISABLED) return UICOLOR_TICK;
     return draw.state & MENUDRAW_SELECTED ? COLOR_HIGHLIGHTTEXT : COLOR_MENUTEXT;
 }
 }  // namespace

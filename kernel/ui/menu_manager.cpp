@@ -278,8 +278,10 @@ void CQmMenuManager::DrawMenuItem(const MENUDRAW& draw, const QMMENUBUTTON& butt
         return;
     }
     const bool chosen = draw.state & MENUDRAW_SELECTED && !(draw.state & MENUDRAW_DISABLED);
-    if (chosen) FillRect(*draw.painter, r, MenuGetSysColor(COLOR_MENUHILIGHT));
     const LONG side = r.Height();
+    // An icon keeps its ground: its colours, and the frame of a checked one, are made for that.
+    const RECT lit{r.left + (button.images ? side : 0), r.top, r.right, r.bottom};
+    if (chosen) FillRect(*draw.painter, lit, MenuGetSysColor(COLOR_MENUHILIGHT));
     DrawButton(draw, button, {r.left, r.top, r.left + side, r.bottom});
     const RECT text{r.left + side + kTextGap, r.top, r.right - (draw.item->submenu ? side / 2 : kTextGap),
                     r.bottom};
@@ -289,7 +291,7 @@ void CQmMenuManager::DrawMenuItem(const MENUDRAW& draw, const QMMENUBUTTON& butt
 
 namespace {
 int32_t InkOf(const MENUDRAW& draw) {
-    if (draw.state & MENUDRAW_DISABLED) return COLOR_GRAYTEXT;
+    if (draw.state & MENUDRAW_DISABLED) return UICOLOR_TICK;
     return draw.state & MENUDRAW_SELECTED ? COLOR_HIGHLIGHTTEXT : COLOR_MENUTEXT;
 }
 }  // namespace

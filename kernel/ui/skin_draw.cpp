@@ -43,7 +43,7 @@ void QmSkin_DrawToolbarDropdownArrow(QPainter& painter, const RECT& rect, uint32
     const LONG size = std::min({rect.Width(), rect.Height(), LONG{10}});
     const LONG left = (rect.left + rect.right - size) / 2, top = (rect.top + rect.bottom - size) / 2;
     QmBltStandardUIGlyph(painter, {left, top}, size, UIGLYPH_DOWN,
-                         state & SKINBUTTON_DISABLED ? COLOR_GRAYTEXT : COLOR_BTNTEXT);
+                         state & SKINBUTTON_DISABLED ? UICOLOR_TICK : COLOR_BTNTEXT);
 }
 
 void QmSkin_ToolbarOnCustomDraw(SKINTOOLBARDRAW* draw) {

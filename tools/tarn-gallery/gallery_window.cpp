@@ -138,7 +138,7 @@ void GalleryWindow::Rebuild() {
     };
     m_thumbs = list("thumb_fader", {13, 19});
     m_thumbsAcross = list("thumb_fader_h", {19, 13});
-    m_thumbPairs = list("thumb_fader_pair", {27, 19});
+    m_thumbPairs = list("thumb_fader_pair", {13, 19});
     m_controls = BuildControls();
     static_cast<QVBoxLayout*>(layout())->insertWidget(1, m_controls, 1);
     ApplyRange();

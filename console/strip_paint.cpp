@@ -71,14 +71,14 @@ void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
     const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3,
                     m_rects.name.bottom + 1};
     DrawText(painter, text, m_entry.Name(), QmGetUIFont(FONT_TEXT),
-             QmGetUIColor(IsSelected() ? COLOR_BTNHIGHLIGHT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
+             QmGetUIColor(IsSelected() ? UICOLOR_STRONG : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
 void Strip::PaintSwitch(QPainter& painter, const StripPart& part, bool pressed) const {
     const bool on = Has(part.bit);
     const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
     const COLORREF lit = QmGetUIColor(part.litColour);
-    const COLORREF off = QmSkin_BlendColor(face, QmGetUIColor(COLOR_BTNHIGHLIGHT), 22, 0);
+    const COLORREF off = QmSkin_BlendColor(face, QmGetUIColor(UICOLOR_STRONG), 22, 0);
     COLORREF fill = on ? lit : off;
     if (pressed) fill = QmSkin_BlendColor(fill, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0);
     FillRounded(painter, part.area(*this), 3, fill, QmGetUIColor(COLOR_3DDKSHADOW));

@@ -17,6 +17,11 @@ thread_local int allocationsLeft = -1;
     if (!block) throw std::bad_alloc();
     return block;
 }
+[[gnu::noinline]] void* operator new(size_t bytes, const std::nothrow_t&) noexcept try {
+    return operator new(bytes);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, size_t) noexcept { std::free(block); }
 

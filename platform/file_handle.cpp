@@ -69,12 +69,13 @@ struct QMFILE {
 };
 
 /// Takes the descriptor. Opening a folder or a pipe for reading succeeds, and every read at a place fails:
-/// say so here.
-static HQMFILE Handle(int fd) {
+/// say so here. A disk may be read, but what writes files must not write over one.
+static HQMFILE Handle(int fd, QmFileAccess access) {
     if (fd < 0) return Fail(), nullptr;
-    struct stat info;
+    struct stat info {};
     const bool isTold = ::fstat(fd, &info) == 0,
-               isFile = isTold && (S_ISREG(info.st_mode) || S_ISBLK(info.st_mode));
+               isDiskToRead = S_ISBLK(info.st_mode) && access == FILE_ACCESS_READ;
+    const bool isFile = isTold && (S_ISREG(info.st_mode) || isDiskToRead);
     auto* file = isFile ? new (std::nothrow) QMFILE : nullptr;
     if (file) return file->fd = fd, file;
     const int code = !isTold ? errno : isFile ? ENOMEM : S_ISDIR(info.st_mode) ? EISDIR : ESPIPE;
@@ -91,12 +92,14 @@ HQMFILE QmFile_Open(const char16_t* path, QmFileAccess access, QmFileCreation cr
     int fd;
     do fd = ::open(name.c_str(), flags, 0666);
     while (fd < 0 && errno == EINTR);
-    return Handle(fd);
+    return Handle(fd, access);
 } catch (const std::exception&) {
     return Fail(ENOMEM), nullptr;
 }
 
-HQMFILE QmFile_OpenDescriptor(int descriptor) { return Handle(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)); }
+HQMFILE QmFile_OpenDescriptor(int descriptor) {
+    return Handle(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0), FILE_ACCESS_READ_WRITE);
+}
 
 BOOL QmFile_Close(HQMFILE file) {
     if (!file) return 1;

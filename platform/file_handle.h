@@ -22,8 +22,8 @@ enum QmFileOrigin : uint32_t { FILE_FROM_START, FILE_FROM_CURRENT, FILE_FROM_END
 
 extern "C" {
 
-/// Null when the file cannot be opened so, and for what has no positions (a folder, a pipe, a terminal);
-/// QmFile_LastError tells why. The path is as WideFromPath makes it.
+/// Null when the file cannot be opened so, for what has no positions (a folder, a pipe, a terminal), and for
+/// a disk that is to be written; QmFile_LastError tells why. The path is as WideFromPath makes it.
 [[nodiscard]] QM_API HQMFILE QmFile_Open(const char16_t* path, QmFileAccess access, QmFileCreation creation);
 /// A handle on the file that a descriptor is open on; the descriptor stays the caller's. Null on failure.
 [[nodiscard]] QM_API HQMFILE QmFile_OpenDescriptor(int descriptor);

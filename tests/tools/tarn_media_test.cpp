@@ -194,6 +194,8 @@ TEST_F(TarnMedia, WritesOnlyOverFilesAndOnlyTheirContent) {
             EXPECT_EQ(refused.code, 2) << refused.text;
             EXPECT_FALSE(std::filesystem::is_regular_file(Path(target)));
         }
+    EXPECT_EQ(Run("header insert --in-place " + Path("device.wav")).code, 2);
+    EXPECT_EQ(Run("repair --in-place " + Path("pipe")).code, 2);
     const Outcome pipe = Run("info " + Path("pipe"));
     EXPECT_EQ(pipe.code, 2);
     EXPECT_NE(pipe.text.find("it is a pipe"), std::string::npos) << pipe.text;

@@ -256,6 +256,7 @@ TEST(Mixhost, WhatTheSystemDoesNotGiveIsAMessage) {
     const std::string path = folder.filePath(QStringLiteral("s.tarn")).toStdString();
     host::SaveSession(session, path);
     const QStringList arguments = {QString::fromStdString(path), "--headless", "--seconds", "0"};
+#ifndef __SANITIZE_THREAD__  // whose own thread is the first that can't be had
     // Stacks of threads that no memory holds.
     const RunResult threads = Mixhost(arguments, [] {
         rlimit limit{};
@@ -265,6 +266,7 @@ TEST(Mixhost, WhatTheSystemDoesNotGiveIsAMessage) {
     });
     EXPECT_EQ(threads.code, 1);
     EXPECT_EQ(threads.errors.count('\n'), 1) << threads.errors.toStdString();
+#endif
 
     const QString json = folder.filePath(QStringLiteral("a.json")),
                   wav = folder.filePath(QStringLiteral("a.wav"));

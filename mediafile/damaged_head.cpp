@@ -21,6 +21,18 @@ bool IsLikelyFormat(const uint8_t* record) {
            rate >= 1000 && rate <= 10'000'000;
 }
 
+/// A record that proves itself: of plain samples, with the bytes of a frame and of a second that follow.
+bool IsConsistentFormat(const uint8_t* record) {
+    const auto tag = FromLittleEndian<uint16_t>(record), channels = FromLittleEndian<uint16_t>(record + 2),
+               align = FromLittleEndian<uint16_t>(record + 12),
+               bits = FromLittleEndian<uint16_t>(record + 14);
+    const auto rate = FromLittleEndian<uint32_t>(record + 4),
+               perSecond = FromLittleEndian<uint32_t>(record + 8);
+    return (tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT || tag == WAVE_TAG_EXTENSIBLE) && bits > 0 &&
+           bits <= 64 && IsLikelyFormat(record) && align == (bits + 7u) / 8 * channels &&
+           perSecond == uint64_t{align} * rate;
+}
+
 class HeadFinder {
 public:
     HeadFinder(const ByteSource& source, const WAVEFORMATEX* hint) : m_source(source), m_hint(hint) {}
@@ -36,8 +48,7 @@ public:
             const bool isValid = m_g->Payload(head, &size);
             m_head.formEnd = isValid ? size + m_g->header : UINT64_MAX;
         }
-        const bool isAiff = m_g->isBigEndian;
-        isAiff ? FindAiff() : FindWave();
+        m_g->isBigEndian ? FindAiff() : FindWave();
         if (m_head.refusal.empty() && m_head.dataHeader == 0) Refused("the samples' chunk is not found");
         return m_head;
     }
@@ -341,17 +352,6 @@ private:
 };
 
 }  // namespace
-
-bool IsConsistentFormat(const uint8_t* record) {
-    const auto tag = FromLittleEndian<uint16_t>(record), channels = FromLittleEndian<uint16_t>(record + 2),
-               align = FromLittleEndian<uint16_t>(record + 12),
-               bits = FromLittleEndian<uint16_t>(record + 14);
-    const auto rate = FromLittleEndian<uint32_t>(record + 4),
-               perSecond = FromLittleEndian<uint32_t>(record + 8);
-    return (tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT || tag == WAVE_TAG_EXTENSIBLE) && bits > 0 &&
-           bits <= 64 && IsLikelyFormat(record) && align == (bits + 7u) / 8 * channels &&
-           perSecond == uint64_t{align} * rate;
-}
 
 DamagedHead FindDamagedHead(const ByteSource& source, const WAVEFORMATEX* hint) {
     return HeadFinder(source, hint).Find();

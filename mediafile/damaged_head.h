@@ -24,6 +24,3 @@ struct DamagedHead {
 
 /// `hint`, which may be null, takes the place of a format that is not found.
 DamagedHead FindDamagedHead(const ByteSource& source, const WAVEFORMATEX* hint);
-
-/// A record that proves itself: of plain samples, with the bytes of a frame and of a second that follow.
-bool IsConsistentFormat(const uint8_t* record);

@@ -148,7 +148,11 @@ bool ReplacingFile::Open(const fs::path& path, std::string& error) {
         m_aside = folder / FreshName();
         m_fd = ::open(m_aside.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     } while (m_fd < 0 && (errno == EEXIST || errno == EINTR));
-    if (m_fd < 0) return Fail(error, "cannot write in", folder);
+    if (m_fd < 0) {
+        Fail(error, "cannot write in", folder);
+        m_aside.clear();  // what has that name is not ours to remove
+        return false;
+    }
     if (!isThere || TakeAttributes(m_fd, old)) return true;
     Fail(error, "cannot write", m_target);
     Discard();

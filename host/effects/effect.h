@@ -1,0 +1,107 @@
+// An effect or an instrument in a channel's chain, whatever standard it is made for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace host {
+
+/// A value that the user or an automation moves, or one that the effect shows.
+struct EffectParameter {
+    std::string symbol{};  ///< the key in sessions and automation, unique within the effect
+    std::string name{};    ///< UTF-8, in the user's language where the effect has it
+    std::string unit{};    ///< as it is printed behind a number, "dB", "Hz"; may be empty
+    float minimum = 0;
+    float maximum = 1;
+    float preset = 0;  ///< where it stands at first
+    bool logarithmic = false;
+    bool toggled = false;
+    bool integer = false;
+    bool shown = false;                                   ///< the effect writes it: a meter, a state
+    std::vector<std::pair<float, std::string>> points{};  ///< values that have a name, ascending
+};
+
+/// What is known of an effect without loading it.
+struct EffectInfo {
+    std::string uri{};
+    std::string name{};
+    std::string maker{};
+    std::string family{};  ///< the group that a menu lists it in, "Equaliser", "Instrument"
+    uint32_t inputs = 0;   ///< audio channels
+    uint32_t outputs = 0;
+    bool midiInput = false;
+    bool instrument = false;
+    std::string problem{};  ///< why it can't be used; empty when it can
+};
+
+/// Why an effect can't be made or a state can't be taken; what() is one line that names the effect.
+struct EffectError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct EffectMidi {
+    uint32_t frame = 0;  ///< within the block, ascending
+    uint8_t size = 0;    ///< 1..3
+    uint8_t bytes[3]{};
+};
+
+/// Where the project stands at a block's first frame.
+struct EffectTime {
+    int64_t frame = 0;
+    bool playing = false;
+    double tempo = 120;  ///< quarter notes a minute
+    double beat = 0;     ///< quarter notes since the project's start
+};
+
+/// One instance. Operations without a tag belong to the control thread, one at a time, and may run beside
+/// Process.
+class Effect {
+public:
+    virtual ~Effect() = default;
+
+    virtual const EffectInfo& Info() const = 0;
+    virtual std::span<const EffectParameter> Parameters() const = 0;
+    virtual float Value(size_t parameter) const = 0;  ///< [any-thread]
+    /// Clamped into the range; takes effect with the next Process. NaN is left out. [any-thread]
+    virtual void SetValue(size_t parameter, float value) = 0;
+    /// Frames that the output lies behind the input; as the effect said last, at most ten seconds.
+    /// [any-thread]
+    virtual size_t Latency() const = 0;
+
+    /// Info().inputs and Info().outputs buffers of n frames, n at most kMaxEffectFrames; an output may be an
+    /// input's buffer with the same index. What comes out may be anything: the caller looks for NaN and
+    /// infinity. [audio-thread]
+    virtual void Process(const float* const* in, float* const* out, size_t n,
+                         std::span<const EffectMidi> midi, const EffectTime& time) = 0;
+    /// The next Process starts from silence: tails and held notes are forgotten. [any-thread]
+    virtual void Reset() = 0;
+
+    /// Everything that makes it sound as it does, values too, as UTF-8 text. Throws EffectError.
+    virtual std::string SaveState() const = 0;
+    /// Throws EffectError, and then nothing has changed.
+    virtual void LoadState(std::string_view state) = 0;
+
+    virtual std::vector<std::string> Presets() const = 0;  ///< names, in the order of a menu
+    virtual void LoadPreset(size_t index) = 0;             ///< throws EffectError
+};
+
+inline constexpr size_t kMaxEffectFrames = 256;
+
+/// What there is to choose from.
+class EffectLibrary {
+public:
+    virtual ~EffectLibrary() = default;
+    /// Sorted by family and name; those that can't be used too.
+    virtual std::vector<EffectInfo> List() const = 0;  ///< [any-thread]
+    /// Throws EffectError: not there, unusable, refused to start. [any-thread]
+    virtual std::unique_ptr<Effect> Make(std::string_view uri, int sampleRate) = 0;
+};
+
+}  // namespace host

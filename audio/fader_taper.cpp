@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <iterator>
 
+namespace tarn {
+
 namespace {
 // The first 3 dB around unity take a quarter of the half-scale.
 struct TaperPair {
@@ -59,3 +61,5 @@ float FaderGainOfShare(float share) {
     return static_cast<float>(
         std::pow(10, InterpolateFine(position, &TaperPair::position, &TaperPair::value) / 200));
 }
+
+}  // namespace tarn

@@ -3,6 +3,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 /// Position on the tapered scale of a value in tenths of a decibel; the sign is kept,
 /// and values beyond 1000 stay.
 QM_API int32_t FaderTaper(int32_t value);
@@ -13,3 +15,5 @@ QM_API int32_t FaderTaperInverse(int32_t position);
 /// 12 dB, by the taper and without steps.
 QM_API float FaderShareOfGain(float gain);
 QM_API float FaderGainOfShare(float share);
+
+}  // namespace tarn

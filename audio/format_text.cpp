@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t PART_LENGTH = 64;

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t HEAD = 32, HEAD_WITH_EXTRA = 34;

@@ -14,6 +14,8 @@
 
 #include <unistd.h>
 
+using namespace tarn;
+
 namespace {
 
 /// A file of its own that goes with the program.

@@ -12,6 +12,8 @@
 
 #include <benchmark/benchmark.h>
 
+using namespace tarn;
+
 namespace {
 
 /// Levels that wander as those of music do: every strip changes at every tick.

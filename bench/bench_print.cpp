@@ -17,6 +17,8 @@
 #include <fmt/xchar.h>
 #endif
 
+using namespace tarn;
+
 namespace {
 
 constexpr size_t COUNT = 1024;

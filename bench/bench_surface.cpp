@@ -9,6 +9,8 @@
 #include <atomic>
 #include <chrono>
 
+using namespace tarn;
+
 namespace {
 
 using namespace host;

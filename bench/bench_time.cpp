@@ -12,6 +12,8 @@
 #include <ltc.h>
 #endif
 
+using namespace tarn;
+
 namespace {
 
 constexpr size_t COUNT = 4096;

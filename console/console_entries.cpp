@@ -5,6 +5,8 @@
 #include <memory>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t SURROUND_HEAD = KIND_MASTER | KIND_SURROUND;

@@ -5,6 +5,8 @@
 #include "platform/text.h"
 #include "plugin/module_state.h"
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t CONSOLE_KINDS = 0x203F;

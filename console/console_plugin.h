@@ -80,7 +80,7 @@ private:
     uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
     ViewGroups m_groups;                ///< the first is the console's own state; none before one was kept
 
-    ThreadCheck m_pageThread;  ///< of the page that is attached
+    tarn::ThreadCheck m_pageThread;  ///< of the page that is attached
 
     // Under the main lock.
     ConsoleView* m_view = nullptr;

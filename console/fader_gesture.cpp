@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t NEVER_ALONG = KIND_NO_STRIP | KIND_SPECIAL;

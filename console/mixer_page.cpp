@@ -13,6 +13,8 @@
 #include <cassert>
 #include <cstdlib>
 
+using namespace tarn;
+
 namespace {
 
 constexpr int WINDOW_ID = 1000;

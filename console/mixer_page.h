@@ -74,7 +74,7 @@ private:
     void OnTick();
     bool IsPageThread() const { return std::this_thread::get_id() == m_uiThread; }
 
-    ComPtr<CConsoleControlPlugin> m_console;
+    tarn::ComPtr<CConsoleControlPlugin> m_console;
     std::unique_ptr<ConsoleImages> m_images;
     std::vector<std::unique_ptr<CViewRegion>> m_regions;
     CViewRegion* m_mouseRegion = nullptr;  ///< that had the last mouse message

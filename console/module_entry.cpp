@@ -5,6 +5,8 @@
 #include "console/shell_page.h"
 #include "console/text_ids.h"
 
+using namespace tarn;
+
 extern "C" {
 
 /// Makes the plug-in object; *out receives its IUnknown with one reference.

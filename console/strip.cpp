@@ -14,6 +14,8 @@
 #include <cmath>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t FADER_STYLE =

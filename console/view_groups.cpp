@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t KEY_COUNT = 1000, KEY_FIRST = 2000, KEYS_A_GROUP = 100, NO_GROUPS = 0xFFFFFFFE;
 constexpr uint32_t MOST_GROUPS = 256;

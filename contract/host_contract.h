@@ -16,102 +16,113 @@
 // Ids of interfaces
 
 // The plug-in's side.
-inline constexpr GUID IID_IMPInitialise = "{0958ECA1-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IQmTranslationInfo = "{9E43494C-2217-425F-B36A-762C9D4EE58A}"_guid;
-inline constexpr GUID IID_IMPNotificationSink = "{0958ECAB-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPTimeSink = "{0958ECA6-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPCtrlChannelSink = "{E56E4CEB-A949-4B33-8134-0B3D47CAB224}"_guid;
-inline constexpr GUID IID_IMPEventFilter = "{0958ECA3-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPControlSurfaceDriver = "{9B62C4EA-B633-46F4-A229-4DA1A309FE63}"_guid;
+inline constexpr GUID IID_IMPInitialise = tarn::Guid("{0958ECA1-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IQmTranslationInfo = tarn::Guid("{9E43494C-2217-425F-B36A-762C9D4EE58A}");
+inline constexpr GUID IID_IMPNotificationSink = tarn::Guid("{0958ECAB-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPTimeSink = tarn::Guid("{0958ECA6-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPCtrlChannelSink = tarn::Guid("{E56E4CEB-A949-4B33-8134-0B3D47CAB224}");
+inline constexpr GUID IID_IMPEventFilter = tarn::Guid("{0958ECA3-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPControlSurfaceDriver = tarn::Guid("{9B62C4EA-B633-46F4-A229-4DA1A309FE63}");
 
 // The host's side. IConnectionPointContainer and IMPCtrlChannels are required, IMPPlugInCatalog is optional.
-inline constexpr GUID IID_IMPProjectTree = "{0958ECA8-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPPropertyStore = "{0958ECAA-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPTimeConverter = "{0958ECA2-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPPortList = "{0958ECA9-6709-4267-9696-33D56FEC4F6A}"_guid;
-inline constexpr GUID IID_IMPCtrlChannels = "{A9040FD5-E64D-46EE-8778-9D7A99E35D9F}"_guid;
-inline constexpr GUID IID_IMPPlugInCatalog = "{91B8A1BA-6E7C-4AD6-8EEA-409C25A49AF7}"_guid;
-inline constexpr GUID IID_IMPEventOutput = "{3E5B7A52-6C0F-4B6E-9D0B-54A6E1C7F2D8}"_guid;  ///< optional
+inline constexpr GUID IID_IMPProjectTree = tarn::Guid("{0958ECA8-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPPropertyStore = tarn::Guid("{0958ECAA-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPTimeConverter = tarn::Guid("{0958ECA2-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPPortList = tarn::Guid("{0958ECA9-6709-4267-9696-33D56FEC4F6A}");
+inline constexpr GUID IID_IMPCtrlChannels = tarn::Guid("{A9040FD5-E64D-46EE-8778-9D7A99E35D9F}");
+inline constexpr GUID IID_IMPPlugInCatalog = tarn::Guid("{91B8A1BA-6E7C-4AD6-8EEA-409C25A49AF7}");
+inline constexpr GUID IID_IMPEventOutput =
+    tarn::Guid("{3E5B7A52-6C0F-4B6E-9D0B-54A6E1C7F2D8}");  ///< optional
 
 // What the modules make.
-inline constexpr GUID CLSID_SurfacePlugin = "{7B0E1D1C-6A2B-4C0E-8E1B-2F6D7B0C9A41}"_guid;
-inline constexpr GUID CLSID_SurfacePage = "{C5D2A0B4-3F7E-4B59-9C66-1E8A4D3B7F02}"_guid;
-inline constexpr GUID CLSID_ConsolePlugin = "{D1565167-CF92-491B-B6D4-D97A746A5A3C}"_guid;
-inline constexpr GUID CLSID_ConsoleCfgPage = "{6D4F62A1-DD63-4B72-A57F-97BB07C65276}"_guid;
-inline constexpr GUID CLSID_ConsolePage = "{1F8F3445-DAC3-4F65-9AB2-5907A9B90E07}"_guid;
-inline constexpr GUID CLSID_ConsoleMixerPage = "{9A55B70C-2FF6-43C0-9BE5-7EB9209BDA9D}"_guid;
+inline constexpr GUID CLSID_SurfacePlugin = tarn::Guid("{7B0E1D1C-6A2B-4C0E-8E1B-2F6D7B0C9A41}");
+inline constexpr GUID CLSID_SurfacePage = tarn::Guid("{C5D2A0B4-3F7E-4B59-9C66-1E8A4D3B7F02}");
+inline constexpr GUID CLSID_ConsolePlugin = tarn::Guid("{D1565167-CF92-491B-B6D4-D97A746A5A3C}");
+inline constexpr GUID CLSID_ConsoleCfgPage = tarn::Guid("{6D4F62A1-DD63-4B72-A57F-97BB07C65276}");
+inline constexpr GUID CLSID_ConsolePage = tarn::Guid("{1F8F3445-DAC3-4F65-9AB2-5907A9B90E07}");
+inline constexpr GUID CLSID_ConsoleMixerPage = tarn::Guid("{9A55B70C-2FF6-43C0-9BE5-7EB9209BDA9D}");
 
 inline constexpr uint32_t OPTOBJECT_INFO_FLAGS = 0x30010;
 
 // ---------------------------------------------------------------------------------------------------------------
 // Ids of notifications (MPNOTIFYREC) and controls (MPCTRLREC)
 
-inline constexpr GUID MPNOTIFY_OBJECT = "{9DD48DE0-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_PROJECT_RELOAD = "{9DD48DE1-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_E3 = "{9DD48DE3-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_E4 = "{9DD48DE4-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_E5 = "{9DD48DE5-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_PORTS = "{9DD48DE6-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_E7 = "{9DD48DE7-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_E8 = "{9DD48DE8-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_DISPLAY = "{9DD48DE9-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_EA = "{9DD48DEA-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_EB = "{9DD48DEB-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_EC = "{9DD48DEC-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
-inline constexpr GUID MPNOTIFY_EE = "{9DD48DEE-9F3F-4E80-BCB5-4482A5B5240A}"_guid;
+inline constexpr GUID MPNOTIFY_OBJECT = tarn::Guid("{9DD48DE0-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_PROJECT_RELOAD = tarn::Guid("{9DD48DE1-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_E3 = tarn::Guid("{9DD48DE3-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_E4 = tarn::Guid("{9DD48DE4-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_E5 = tarn::Guid("{9DD48DE5-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_PORTS = tarn::Guid("{9DD48DE6-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_E7 = tarn::Guid("{9DD48DE7-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_E8 = tarn::Guid("{9DD48DE8-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_DISPLAY = tarn::Guid("{9DD48DE9-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_EA = tarn::Guid("{9DD48DEA-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_EB = tarn::Guid("{9DD48DEB-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_EC = tarn::Guid("{9DD48DEC-9F3F-4E80-BCB5-4482A5B5240A}");
+inline constexpr GUID MPNOTIFY_EE = tarn::Guid("{9DD48DEE-9F3F-4E80-BCB5-4482A5B5240A}");
 
-inline constexpr GUID MPCTRL_ACTIVATE = "{C4237101-5EBD-47EA-B820-CBF3EB2BFB02}"_guid;  ///< flags bit 0: on
-inline constexpr GUID MPCTRL_PROJECT = "{F7C25659-D15C-41B0-8B32-570A2A2490B0}"_guid;   ///< flags bit 1: open
-inline constexpr GUID MPCTRL_CHANNEL = "{A73ECD19-2435-46CF-85C1-CF73E2B14607}"_guid;   ///< a channel changed
-inline constexpr GUID MPCTRL_MAP = "{6C221A8D-E758-4202-AFEE-12E3705D8C69}"_guid;  ///< to the map, no data
+inline constexpr GUID MPCTRL_ACTIVATE =
+    tarn::Guid("{C4237101-5EBD-47EA-B820-CBF3EB2BFB02}");  ///< flags bit 0: on
+inline constexpr GUID MPCTRL_PROJECT =
+    tarn::Guid("{F7C25659-D15C-41B0-8B32-570A2A2490B0}");  ///< flags bit 1: open
+inline constexpr GUID MPCTRL_CHANNEL =
+    tarn::Guid("{A73ECD19-2435-46CF-85C1-CF73E2B14607}");  ///< a channel changed
+inline constexpr GUID MPCTRL_MAP =
+    tarn::Guid("{6C221A8D-E758-4202-AFEE-12E3705D8C69}");  ///< to the map, no data
 inline constexpr GUID MPCTRL_DISPLAY =
-    "{2B4739CF-847B-4003-A081-FF54C0AED967}"_guid;  ///< MPPROP_DISPLAY changed
+    tarn::Guid("{2B4739CF-847B-4003-A081-FF54C0AED967}");  ///< MPPROP_DISPLAY changed
 inline constexpr GUID MPCTRL_LOOK =
-    "{9810AD2D-048F-40D6-BCF7-82A92049DF5B}"_guid;  ///< kindMask 7: rebuild; 16: colours
+    tarn::Guid("{9810AD2D-048F-40D6-BCF7-82A92049DF5B}");  ///< kindMask 7: rebuild; 16: colours
 inline constexpr GUID MPCTRL_TRANSPORT =
-    "{817FE573-8986-4B83-91E7-6841BFB0D6AC}"_guid;  ///< MPPROP_TRANSPORT changed
-inline constexpr GUID MPCTRL_BLOCK = "{BC611924-3D4D-463B-BFDE-D73E86BFE5AD}"_guid;  ///< MPPROP_BLOCK changed
-inline constexpr GUID MPCTRL_JOG = "{DA8C0DC5-6572-4137-8BA5-EB193F3F48ED}"_guid;    ///< MPPROP_JOG changed
-inline constexpr GUID MPCTRL_METERS = "{BD5843D9-D7AD-4093-9B70-3EDFA0E5E195}"_guid;  ///< new meter values
+    tarn::Guid("{817FE573-8986-4B83-91E7-6841BFB0D6AC}");  ///< MPPROP_TRANSPORT changed
+inline constexpr GUID MPCTRL_BLOCK =
+    tarn::Guid("{BC611924-3D4D-463B-BFDE-D73E86BFE5AD}");  ///< MPPROP_BLOCK changed
+inline constexpr GUID MPCTRL_JOG =
+    tarn::Guid("{DA8C0DC5-6572-4137-8BA5-EB193F3F48ED}");  ///< MPPROP_JOG changed
+inline constexpr GUID MPCTRL_METERS =
+    tarn::Guid("{BD5843D9-D7AD-4093-9B70-3EDFA0E5E195}");  ///< new meter values
 inline constexpr GUID MPCTRL_SUSPEND =
-    "{48431309-153E-4C38-98BB-25BACAAB0F6E}"_guid;  ///< flags bit 0: suspend display work
+    tarn::Guid("{48431309-153E-4C38-98BB-25BACAAB0F6E}");  ///< flags bit 0: suspend display work
 inline constexpr GUID MPCTRL_BUSY =
-    "{645B4740-EEDD-488A-A252-ADF4E215A073}"_guid;  ///< flags bits 0, 1: page state
-inline constexpr GUID MPCTRL_NONE = "{8B87C4F0-1BEC-4803-87AC-36E75AD6D278}"_guid;  ///< no action
+    tarn::Guid("{645B4740-EEDD-488A-A252-ADF4E215A073}");  ///< flags bits 0, 1: page state
+inline constexpr GUID MPCTRL_NONE = tarn::Guid("{8B87C4F0-1BEC-4803-87AC-36E75AD6D278}");  ///< no action
 
 // ---------------------------------------------------------------------------------------------------------------
 // Ids of properties and the sizes of their records
 
 inline constexpr GUID MPPROP_TRANSPORT =
-    "{9DD48DD7-9F3F-4E80-BCB5-4482A5B5240A}"_guid;                                    ///< 4, TRANSPORT_ bits
-inline constexpr GUID MPPROP_RANGE = "{9DD48DD5-9F3F-4E80-BCB5-4482A5B5240A}"_guid;   ///< 24, MPTIMERANGE
-inline constexpr GUID MPPROP_TIME16 = "{9DD48DD6-9F3F-4E80-BCB5-4482A5B5240A}"_guid;  ///< 16, MPTIME
+    tarn::Guid("{9DD48DD7-9F3F-4E80-BCB5-4482A5B5240A}");  ///< 4, TRANSPORT_ bits
+inline constexpr GUID MPPROP_RANGE =
+    tarn::Guid("{9DD48DD5-9F3F-4E80-BCB5-4482A5B5240A}");  ///< 24, MPTIMERANGE
+inline constexpr GUID MPPROP_TIME16 = tarn::Guid("{9DD48DD6-9F3F-4E80-BCB5-4482A5B5240A}");  ///< 16, MPTIME
 inline constexpr GUID MPPROP_TIME12 =
-    "{9DD48DD1-9F3F-4E80-BCB5-4482A5B5240A}"_guid;  ///< 12, a time with format
+    tarn::Guid("{9DD48DD1-9F3F-4E80-BCB5-4482A5B5240A}");  ///< 12, a time with format
 inline constexpr GUID MPPROP_CHANNEL_MODE =
-    "{B397A098-47B9-460A-BB5F-4AD8A2BBCD7F}"_guid;  ///< 4; 1 is surround
-inline constexpr GUID MPPROP_CHANNEL_MODE_EX = "{94BB6707-BEB3-4070-BD8F-31F24BA82338}"_guid;  ///< 12
-inline constexpr GUID MPPROP_TOOLBAR = "{C56B3756-E654-49C9-8891-3016ABE801E0}"_guid;          ///< 12
-inline constexpr GUID MPPROP_COMMANDS = "{9E987136-B74F-4208-9B2A-1E154F1E29FC}"_guid;  ///< 72, MPCOMMANDREG
-inline constexpr GUID MPPROP_DISPLAY = "{95E55783-99B2-4748-8598-ACB51B00467F}"_guid;   ///< 32
+    tarn::Guid("{B397A098-47B9-460A-BB5F-4AD8A2BBCD7F}");  ///< 4; 1 is surround
+inline constexpr GUID MPPROP_CHANNEL_MODE_EX = tarn::Guid("{94BB6707-BEB3-4070-BD8F-31F24BA82338}");  ///< 12
+inline constexpr GUID MPPROP_TOOLBAR = tarn::Guid("{C56B3756-E654-49C9-8891-3016ABE801E0}");          ///< 12
+inline constexpr GUID MPPROP_COMMANDS =
+    tarn::Guid("{9E987136-B74F-4208-9B2A-1E154F1E29FC}");  ///< 72, MPCOMMANDREG
+inline constexpr GUID MPPROP_DISPLAY = tarn::Guid("{95E55783-99B2-4748-8598-ACB51B00467F}");  ///< 32
 inline constexpr GUID MPPROP_AUDIO_FORMAT =
-    "{B025F079-C14D-4FDF-95E9-DFC59EEE3974}"_guid;  ///< 76, MPAUDIOFORMAT
-inline constexpr GUID MPPROP_PREFERENCE = "{20BDE4A3-FE53-428E-9A2E-D71BB0EA4C83}"_guid;  ///< 56, MPPREFREC
+    tarn::Guid("{B025F079-C14D-4FDF-95E9-DFC59EEE3974}");  ///< 76, MPAUDIOFORMAT
+inline constexpr GUID MPPROP_PREFERENCE =
+    tarn::Guid("{20BDE4A3-FE53-428E-9A2E-D71BB0EA4C83}");  ///< 56, MPPREFREC
 inline constexpr GUID MPPROP_PROJECT_INFO =
-    "{2EFDEB4F-D6E4-48A9-8646-EC5DFD253213}"_guid;                                        ///< 56, size first
-inline constexpr GUID MPPROP_AUTOMATION = "{D5C5607D-F2F8-4894-B5BD-53C26B6F8951}"_guid;  ///< 8
-inline constexpr GUID MPPROP_JOG = "{946E6C4A-3B72-412D-90D9-0F8071700BA0}"_guid;         ///< 104
-inline constexpr GUID MPPROP_SHUTTLE = "{D417EA4B-2EEB-4B10-A486-4027991941E8}"_guid;     ///< 24
-inline constexpr GUID MPPROP_BLOCK = "{C398314E-D0B4-4FA8-8F42-1BD17FF4D2D3}"_guid;       ///< 32
+    tarn::Guid("{2EFDEB4F-D6E4-48A9-8646-EC5DFD253213}");  ///< 56, size first
+inline constexpr GUID MPPROP_AUTOMATION = tarn::Guid("{D5C5607D-F2F8-4894-B5BD-53C26B6F8951}");  ///< 8
+inline constexpr GUID MPPROP_JOG = tarn::Guid("{946E6C4A-3B72-412D-90D9-0F8071700BA0}");         ///< 104
+inline constexpr GUID MPPROP_SHUTTLE = tarn::Guid("{D417EA4B-2EEB-4B10-A486-4027991941E8}");     ///< 24
+inline constexpr GUID MPPROP_BLOCK = tarn::Guid("{C398314E-D0B4-4FA8-8F42-1BD17FF4D2D3}");       ///< 32
 inline constexpr GUID MPPROP_HOST_KIND =
-    "{F0EB4892-4965-4407-809E-3A29D3751823}"_guid;  ///< 4; 1 is the full editor
+    tarn::Guid("{F0EB4892-4965-4407-809E-3A29D3751823}");  ///< 4; 1 is the full editor
 inline constexpr GUID MPPROP_HOST_FEATURES =
-    "{5507CCFE-32BE-4E0C-B98F-F20BF948F87C}"_guid;  ///< 12, MPHOSTFEATURES
-inline constexpr GUID MPPROP_PAGE_START = "{033336BA-E836-4E96-8EB5-8E0EBA0D9612}"_guid;  ///< varies
+    tarn::Guid("{5507CCFE-32BE-4E0C-B98F-F20BF948F87C}");  ///< 12, MPHOSTFEATURES
+inline constexpr GUID MPPROP_PAGE_START = tarn::Guid("{033336BA-E836-4E96-8EB5-8E0EBA0D9612}");  ///< varies
 inline constexpr GUID MPPROP_PORTS_END =
-    "{6BE89E31-4E12-4E7F-B88E-B2914C5AC37B}"_guid;  ///< 32, MPPORTREQUEST
+    tarn::Guid("{6BE89E31-4E12-4E7F-B88E-B2914C5AC37B}");  ///< 32, MPPORTREQUEST
 inline constexpr GUID MPPROP_PORTS_BEGIN =
-    "{FCC31668-7C9B-4318-899E-CA0524D57A6A}"_guid;  ///< 32, MPPORTREQUEST
+    tarn::Guid("{FCC31668-7C9B-4318-899E-CA0524D57A6A}");  ///< 32, MPPORTREQUEST
 
 inline constexpr uint32_t MPPROP_TABLE = 0xFFFFFFFF;  ///< property index of a whole table
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 template <class Rows>
 void ClearRows(Rows& rows) {

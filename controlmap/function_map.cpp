@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 bool OwnsData(const MPEVENTREC& event) {
     return event.type & MPOWNED_DATA_TYPES && event.dataSize > 0 && event.data;

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t VALUE_EVENTS = MPNRPN | MPRPN | MPCNTRL_CHNG | MPAFTER_TOUCH | MPPITCH_BEND;
 constexpr int32_t SEVEN_BITS = 127, FOURTEEN_BITS = 16383, BEND_MIDDLE = 8192;

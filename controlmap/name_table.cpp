@@ -4,6 +4,8 @@
 #include "controlmap/xml_text.h"
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace {
 using Groups = std::map<uint32_t, std::map<uint32_t, std::string>>;
 

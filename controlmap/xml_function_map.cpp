@@ -13,6 +13,8 @@
 #include <sstream>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace {
 /// A file that says what can't be.
 struct BadTable : std::runtime_error {

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <charconv>
 
+using namespace tarn;
+
 namespace {
 constexpr size_t LIMIT = size_t{16} << 20;
 }  // namespace

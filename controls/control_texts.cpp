@@ -2,6 +2,8 @@
 
 #include "kernel/lang/string_resources.h"
 
+using namespace tarn;
+
 HQMLANG ControlLang() {
     static HQMLANG lang = nullptr;
     const uint32_t wanted = QmLang_GetLCID(KernelLang());

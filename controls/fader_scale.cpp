@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 void FaderScale::Update() {
     span = std::max(FaderTaper(max) - FaderTaper(min), 1);
     origin = max - static_cast<int32_t>((int64_t{max} - min) * FaderTaper(max) / span);

@@ -7,6 +7,8 @@
 
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 tQMFADER& F(void* record) { return *static_cast<tQMFADER*>(record); }
 const tQMFADER& F(const void* record) { return *static_cast<const tQMFADER*>(record); }

@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 std::vector<std::unique_ptr<MeterBitmaps>>& Pairs() {
     static std::vector<std::unique_ptr<MeterBitmaps>> pairs;

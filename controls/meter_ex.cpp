@@ -15,6 +15,8 @@
 #include <cstddef>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 static_assert(offsetof(tQMMETEREX, base) == 0);
 tQMMETEREX& Ex(tQMMETER& m) { return reinterpret_cast<tQMMETEREX&>(m); }

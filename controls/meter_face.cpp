@@ -4,6 +4,8 @@
 #include "kernel/lang/kernel_strings.h"
 #include "kernel/ui/theme.h"
 
+using namespace tarn;
+
 std::u16string MeterName() { return KernelText(KS_Control_Meter); }
 std::u16string DecibelText(double decibels) { return NumberText(decibels) + u" dB"; }
 

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <limits>
 
+using namespace tarn;
+
 namespace {
 float AsFloat(int32_t bits) { return std::bit_cast<float>(bits); }
 constexpr int32_t kFloatOne = std::bit_cast<int32_t>(1.0f);

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t kMenu = 40000;
 constexpr uint32_t kFirstRange = 40001, kFullRange = 40009, kLabels = 40010, kReset = 40011, kPeaks = 40012,

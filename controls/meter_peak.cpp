@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t kUnlitWeight = 210;  // towards the background
 constexpr uint32_t kFootShade = 77;     // a band is darker at its foot

@@ -11,6 +11,8 @@
 #include <bit>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t kAllSpeakers = (1u << kPanSpeakers) - 1;
 

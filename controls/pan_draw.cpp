@@ -13,6 +13,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 struct PanPicture {
     QImage image;
 };

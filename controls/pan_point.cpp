@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <numbers>
 
+using namespace tarn;
+
 namespace {
 // Degrees; the screen's y points down.
 constexpr double kAngles[kPanSpeakers] = {-120, -90, -60, 0, 20, 90, 160, 180};

@@ -5,6 +5,8 @@
 #include "controls/pan_track.h"
 #include "kernel/lang/kernel_strings.h"
 
+using namespace tarn;
+
 namespace {
 tQMPAN& P(void* record) { return *static_cast<tQMPAN*>(record); }
 const tQMPAN& P(const void* record) { return *static_cast<const tQMPAN*>(record); }

@@ -14,6 +14,8 @@
 #include <memory>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 // The plot is black in every theme, so its lines are a dark tone of their own.
 constexpr uint32_t kGrid = 0x3C4440;

@@ -3,6 +3,8 @@
 #include "controls/scope.h"
 #include "kernel/lang/kernel_strings.h"
 
+using namespace tarn;
+
 namespace {
 void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
     auto* scope = static_cast<tQMSCOPE*>(record);

@@ -17,6 +17,8 @@
 #include <cstdlib>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 constexpr LONG kBorder = 2;
 

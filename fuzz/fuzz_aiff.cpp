@@ -2,6 +2,8 @@
 #include "fuzz/fuzz_support.h"
 #include "mediafile/aiff.h"
 
+using namespace tarn;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 20000) return 0;
     const FuzzFile fuzz(data, size);

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 using Input = FuzzedDataProvider;
 constexpr int32_t kMostItems = 4096;

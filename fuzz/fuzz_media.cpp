@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <vector>
 
+using namespace tarn;
+
 /// No byte at or behind the first sample changes, what comes out has no errors, and nothing more is done to
 /// it.
 static void Repair(HQMFILE file, const uint8_t* data, size_t size, const MediaRepairOptions& options) {

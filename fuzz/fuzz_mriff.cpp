@@ -5,6 +5,8 @@
 
 #include <vector>
 
+using namespace tarn;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 20000) return 0;
     std::vector<uint8_t> block(data, data + size);

@@ -7,6 +7,8 @@
 #include <numeric>
 #include <string_view>
 
+using namespace tarn;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     tQMSKINBMP bmp;
     const HRESULT hr = QmSkin_Bmp_Load(&bmp, data, size);

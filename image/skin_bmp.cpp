@@ -13,6 +13,8 @@
 #include <cstring>
 #include <memory>
 
+using namespace tarn;
+
 namespace {
 constexpr size_t kFileLimit = size_t{1} << 28;
 

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+namespace tarn {
+
 namespace {
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLastChunk = size_t{1} << 20;
@@ -133,3 +135,5 @@ void BlockHeap::Free(void* block) {
 }
 
 size_t BlockHeap::Size(const void* block) { return block ? static_cast<const size_t*>(block)[-1] : 0; }
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 class BlockHeap {
 public:
     /// Starts with one chunk of 4096 bytes, in which the heap itself lies; null when out of memory.
@@ -51,3 +53,5 @@ private:
     size_t m_nextChunk = 0;
     FreeBlock* m_freed[kClasses] = {};
 };
+
+}  // namespace tarn

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdlib>
 
+using namespace tarn;
+
 namespace {
 constexpr int32_t kMax = 240;  // of hue, saturation and lightness
 
@@ -36,7 +38,7 @@ int32_t HueChannel(int32_t low, int32_t high, int32_t hue) {
 }
 }  // namespace
 
-COLORREF BlendChannels(COLORREF from, COLORREF to, uint32_t weight) {
+COLORREF tarn::BlendChannels(COLORREF from, COLORREF to, uint32_t weight) {
     const Channels f = Split(from), t = Split(to);
     Channels out;
     for (size_t i = 0; i < 3; i++) {

@@ -4,8 +4,12 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 /// from + round((to - from) * weight / 255), channel by channel. weight 0..255.
 QM_API COLORREF BlendChannels(COLORREF from, COLORREF to, uint32_t weight);
+
+}  // namespace tarn
 
 extern "C" {
 /// Hue in bits 0-7, saturation in 8-15, lightness in 16-23, each 0..240. A grey has hue 160.

@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+using namespace tarn;
+
 using namespace qmlist;
 
 namespace {

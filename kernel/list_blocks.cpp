@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+using namespace tarn;
+
 using namespace qmlist;
 
 namespace {

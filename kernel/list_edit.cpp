@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+using namespace tarn;
+
 using namespace qmlist;
 
 namespace {

@@ -7,6 +7,8 @@
 
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t FORM = BigFourCC("FORM"), AIFF = BigFourCC("AIFF"), AIFC = BigFourCC("AIFC");

@@ -6,6 +6,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 /// What a writer of ours puts where, and by what its data chunk is known.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 struct Row {
     HRESULT status;

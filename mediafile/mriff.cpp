@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 struct MemoryStream {

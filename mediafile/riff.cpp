@@ -3,6 +3,8 @@
 #include "mediafile/file_stream.h"
 #include "mediafile/riff_core.h"
 
+using namespace tarn;
+
 namespace {
 Riff<FileStream> On(HQMFILE file) { return Riff<FileStream>(FileStream{file}); }
 }  // namespace

@@ -3,6 +3,8 @@
 #include "mediafile/file_stream.h"
 #include "mediafile/riff_core.h"
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint64_t TYPE_BYTES = 16;

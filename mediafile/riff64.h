@@ -9,14 +9,14 @@
 inline constexpr uint64_t RIFF64_CHUNK_HEADER = 24;
 inline constexpr uint64_t RIFF64_DATA_START = 40;
 
-inline constexpr GUID W64_RIFF = "{66666972-912E-11CF-A5D6-28DB04C10000}"_guid;
-inline constexpr GUID W64_LIST = "{7473696C-912F-11CF-A5D6-28DB04C10000}"_guid;
-inline constexpr GUID W64_WAVE = "{65766177-ACF3-11D3-8CD1-00C04F8EDB8A}"_guid;
-inline constexpr GUID W64_FMT = "{20746D66-ACF3-11D3-8CD1-00C04F8EDB8A}"_guid;
-inline constexpr GUID W64_DATA = "{61746164-ACF3-11D3-8CD1-00C04F8EDB8A}"_guid;
+inline constexpr GUID W64_RIFF = tarn::Guid("{66666972-912E-11CF-A5D6-28DB04C10000}");
+inline constexpr GUID W64_LIST = tarn::Guid("{7473696C-912F-11CF-A5D6-28DB04C10000}");
+inline constexpr GUID W64_WAVE = tarn::Guid("{65766177-ACF3-11D3-8CD1-00C04F8EDB8A}");
+inline constexpr GUID W64_FMT = tarn::Guid("{20746D66-ACF3-11D3-8CD1-00C04F8EDB8A}");
+inline constexpr GUID W64_DATA = tarn::Guid("{61746164-ACF3-11D3-8CD1-00C04F8EDB8A}");
 inline constexpr GUID W64_JUNK =
-    "{6B6E756A-ACF3-113D-8CD1-00C04F8EDB8A}"_guid;  ///< 113D, as the writers put it
-inline constexpr GUID W64_DISP_ITEM = "{612CCA25-92BB-4C55-8408-7BDA2F15BD27}"_guid;
+    tarn::Guid("{6B6E756A-ACF3-113D-8CD1-00C04F8EDB8A}");  ///< 113D, as the writers put it
+inline constexpr GUID W64_DISP_ITEM = tarn::Guid("{612CCA25-92BB-4C55-8408-7BDA2F15BD27}");
 
 extern "C" {
 

@@ -73,10 +73,10 @@ public:
         if (block->size == 0) return S_OK;
         // A size that the file cannot have is no reason to ask for the memory.
         if (m_s.Size() - m_s.Tell() < int64_t{block->size}) return MEDIA_E_READ;
-        block->data = MemAlloc(block->size);
+        block->data = tarn::MemAlloc(block->size);
         if (!block->data) return E_OUTOFMEMORY;
         const HRESULT hr = ReadData(block->data, block->size);
-        if (Failed(hr)) MemFree(std::exchange(block->data, nullptr));
+        if (tarn::Failed(hr)) tarn::MemFree(std::exchange(block->data, nullptr));
         return hr;
     }
 
@@ -88,7 +88,7 @@ public:
         *size = 0;
         if (!m_s.Seek(0)) return MEDIA_E_READ;
         uint32_t stored = 0, form = 0;
-        if (const HRESULT hr = ReadFileHeader(&stored, &form); Failed(hr)) return hr;
+        if (const HRESULT hr = ReadFileHeader(&stored, &form); tarn::Failed(hr)) return hr;
         *size = stored > UINT32_MAX - 4 ? UINT32_MAX : stored + 4;
         return S_OK;
     }
@@ -111,7 +111,7 @@ public:
         return WriteWord(id) && WriteWord(size) ? S_OK : MEDIA_E_WRITE;
     }
     HRESULT WriteChunk(uint32_t id, const void* buffer, uint32_t size, uint32_t* written) {
-        if (Failed(WriteChunkHeader(id, size)) || !m_s.Write(buffer, size) || !WritePad(size))
+        if (tarn::Failed(WriteChunkHeader(id, size)) || !m_s.Write(buffer, size) || !WritePad(size))
             return MEDIA_E_WRITE;
         if (written)
             *written =
@@ -119,7 +119,7 @@ public:
         return S_OK;
     }
     HRESULT WriteListHeader(uint32_t type, uint32_t size) {
-        return Succeeded(WriteChunkHeader(LIST, size)) && WriteWord(type) ? S_OK : MEDIA_E_WRITE;
+        return tarn::Succeeded(WriteChunkHeader(LIST, size)) && WriteWord(type) ? S_OK : MEDIA_E_WRITE;
     }
     HRESULT WriteFileId(uint32_t form, uint32_t size) {
         WriteChunkHeader(RIFF, size);
@@ -131,7 +131,7 @@ public:
     }
     HRESULT ReadListHeader(uint32_t* type, uint32_t* size) {
         uint32_t id = 0, stored = 0;
-        if (Failed(ReadChunkHeader(&id, &stored))) return MEDIA_E_READ;
+        if (tarn::Failed(ReadChunkHeader(&id, &stored))) return MEDIA_E_READ;
         if (id != LIST) return MEDIA_E_NO_LIST;
         if (!ReadWord(type)) return MEDIA_E_READ;
         *size = WithoutType(stored);
@@ -140,7 +140,7 @@ public:
     HRESULT ReadFileId(uint32_t* size, uint32_t* form) {
         *size = 0;
         uint32_t stored = 0;
-        if (const HRESULT hr = ReadFileHeader(&stored, form); Failed(hr)) return hr;
+        if (const HRESULT hr = ReadFileHeader(&stored, form); tarn::Failed(hr)) return hr;
         *size = WithoutType(stored);
         return S_OK;
     }
@@ -155,7 +155,7 @@ public:
                 return MEDIA_E_NOT_FOUND;
             }
             uint32_t found = 0, length = 0;
-            if (Failed(ReadChunkHeader(&found, &length))) return MEDIA_E_READ;
+            if (tarn::Failed(ReadChunkHeader(&found, &length))) return MEDIA_E_READ;
             left -= std::min(left, RIFF_CHUNK_HEADER);
             if (found == id) {
                 *size = length;
@@ -168,7 +168,7 @@ public:
     HRESULT FindChunkHeaderInRiff(uint32_t id, uint32_t* size, uint32_t* remaining) {
         uint32_t left = 0, form = 0;
         if (!m_s.Seek(0)) return MEDIA_E_READ;
-        if (const HRESULT hr = ReadFileId(&left, &form); Failed(hr)) return hr;
+        if (const HRESULT hr = ReadFileId(&left, &form); tarn::Failed(hr)) return hr;
         const HRESULT hr = FindChunkHeader(id, size, &left);
         if (remaining) *remaining = left;
         return hr;
@@ -177,7 +177,7 @@ public:
     HRESULT FindListChunk(uint32_t type, uint32_t* size, uint32_t* remaining) {
         for (;;) {
             uint32_t length = 0;
-            if (const HRESULT hr = FindChunkHeader(LIST, &length, remaining); Failed(hr)) return hr;
+            if (const HRESULT hr = FindChunkHeader(LIST, &length, remaining); tarn::Failed(hr)) return hr;
             if (remaining && *remaining < 4) return MEDIA_E_NOT_FOUND;
             uint32_t found = 0;
             if (!ReadWord(&found)) return MEDIA_E_READ;
@@ -194,7 +194,7 @@ public:
     HRESULT FindListChunkFromStart(uint32_t type, uint32_t* size) {
         uint32_t left = 0, form = 0;
         if (!m_s.Seek(0)) return MEDIA_E_READ;
-        if (const HRESULT hr = ReadFileId(&left, &form); Failed(hr)) return hr;
+        if (const HRESULT hr = ReadFileId(&left, &form); tarn::Failed(hr)) return hr;
         return FindListChunk(type, size, &left);
     }
 
@@ -203,7 +203,7 @@ public:
         *count = 0;
         uint32_t left = remaining ? *remaining : UINT32_MAX, id = 0, size = 0;
         while (left >= RIFF_CHUNK_HEADER) {
-            if (Failed(ReadChunkHeader(&id, &size))) return remaining ? MEDIA_E_READ : S_OK;
+            if (tarn::Failed(ReadChunkHeader(&id, &size))) return remaining ? MEDIA_E_READ : S_OK;
             left -= RIFF_CHUNK_HEADER;
             const uint32_t skipped = SkipChunk(size);
             left = remaining ? left - std::min(left, skipped) : UINT32_MAX;
@@ -215,7 +215,7 @@ public:
         for (; entry > 0; entry--) {
             if (remaining && *remaining < RIFF_CHUNK_HEADER) return MEDIA_E_NOT_FOUND;
             uint32_t id = 0, size = 0;
-            if (Failed(ReadChunkHeader(&id, &size))) return MEDIA_E_NOT_FOUND;
+            if (tarn::Failed(ReadChunkHeader(&id, &size))) return MEDIA_E_NOT_FOUND;
             const uint32_t skipped = SkipChunk(size);
             if (!remaining) continue;
             *remaining -= RIFF_CHUNK_HEADER;
@@ -228,19 +228,19 @@ public:
         uint32_t size = 0;
         const HRESULT found =
             isList ? FindListChunkFromStart(id, &size) : FindChunkHeaderInRiff(id, &size, nullptr);
-        if (Failed(found)) return found;
+        if (tarn::Failed(found)) return found;
         const uint32_t header = RIFF_CHUNK_HEADER + (isList ? 4 : 0);
         const int64_t start = m_s.Tell() - header;
         const auto amount = static_cast<int64_t>(Padded(size)) + header;
-        if (const HRESULT hr = MoveTailDown(m_s, start, start + amount); Failed(hr)) return hr;
-        if (const HRESULT hr = UpdateRiffSize(-amount); Failed(hr)) return hr;
+        if (const HRESULT hr = MoveTailDown(m_s, start, start + amount); tarn::Failed(hr)) return hr;
+        if (const HRESULT hr = UpdateRiffSize(-amount); tarn::Failed(hr)) return hr;
         if (removed) *removed = static_cast<uint32_t>(std::min<int64_t>(amount, UINT32_MAX));
         return S_OK;
     }
 
     HRESULT WriteAnsiString(const char16_t* text, uint32_t* written) try {
         const std::string ansi =
-            Windows1252FromUtf16(text ? std::u16string_view(text) : std::u16string_view());
+            tarn::Windows1252FromUtf16(text ? std::u16string_view(text) : std::u16string_view());
         const auto bytes = static_cast<uint32_t>(ansi.size() + 1);
         if (!m_s.Write(ansi.c_str(), bytes) || !WritePad(bytes)) return MEDIA_E_WRITE;
         if (written) *written = static_cast<uint32_t>(Padded(bytes));
@@ -256,7 +256,7 @@ public:
         const bool isCut = ansi.size() < std::min(*size, capacity);
         if (isCut || !m_s.Read(ansi.data(), static_cast<uint32_t>(ansi.size()))) return MEDIA_E_READ;
         if (!ansi.empty()) ansi.back() = '\0';
-        CopyText(text, capacity, Utf16FromWindows1252(ansi.c_str()).c_str());
+        tarn::CopyText(text, capacity, tarn::Utf16FromWindows1252(ansi.c_str()).c_str());
         m_s.Seek(start + static_cast<int64_t>(Padded(*size)));
         ++*size;
         return S_OK;
@@ -286,7 +286,7 @@ protected:
     /// From here: "RIFF", the size as stored, the form.
     HRESULT ReadFileHeader(uint32_t* stored, uint32_t* form) {
         uint32_t id = 0;
-        if (Failed(ReadChunkHeader(&id, stored))) return MEDIA_E_READ;
+        if (tarn::Failed(ReadChunkHeader(&id, stored))) return MEDIA_E_READ;
         if (id != RIFF) return MEDIA_E_NO_RIFF;
         return ReadWord(form) ? S_OK : MEDIA_E_READ;
     }

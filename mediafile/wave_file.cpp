@@ -9,6 +9,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 struct Closing {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace tarn {
+
 uint32_t RegisterClipboardFormat(const char16_t* name) {
     constexpr uint32_t FIRST_REGISTERED = 0xC000;  // numbers below are the window system's own formats
     static std::mutex lock;
@@ -14,3 +16,5 @@ uint32_t RegisterClipboardFormat(const char16_t* name) {
     if (at == names.end()) at = names.emplace(at, name);
     return FIRST_REGISTERED + static_cast<uint32_t>(at - names.begin());
 }
+
+}  // namespace tarn

@@ -21,6 +21,7 @@ struct GUID {
 };
 static_assert(sizeof(GUID) == 16);
 
+namespace tarn {
 namespace detail {
 consteval uint32_t HexDigit(char c) {
     if (c >= '0' && c <= '9') return static_cast<uint32_t>(c - '0');
@@ -35,9 +36,9 @@ consteval uint32_t HexField(const char* s, int digits) {
 }
 }  // namespace detail
 
-/// "{0958ECA1-6709-4267-9696-33D56FEC4F6A}"_guid, checked by the compiler.
-consteval GUID operator""_guid(const char* s, size_t n) {
-    if (n != 38 || s[0] != '{' || s[9] != '-' || s[14] != '-' || s[19] != '-' || s[24] != '-' || s[37] != '}')
+/// Guid("{0958ECA1-6709-4267-9696-33D56FEC4F6A}"), checked by the compiler.
+consteval GUID Guid(const char (&s)[39]) {
+    if (s[0] != '{' || s[9] != '-' || s[14] != '-' || s[19] != '-' || s[24] != '-' || s[37] != '}')
         throw "a GUID is written {8-4-4-4-12}";
     GUID g{};
     g.Data1 = detail::HexField(s + 1, 8);
@@ -47,8 +48,9 @@ consteval GUID operator""_guid(const char* s, size_t n) {
     for (int i = 0; i < 6; i++) g.Data4[2 + i] = static_cast<uint8_t>(detail::HexField(s + 25 + 2 * i, 2));
     return g;
 }
+}  // namespace tarn
 
-inline constexpr GUID IID_IUnknown = "{00000000-0000-0000-C000-000000000046}"_guid;
+inline constexpr GUID IID_IUnknown = tarn::Guid("{00000000-0000-0000-C000-000000000046}");
 
 struct IUnknown {
     /// Gives a counted reference in *out, or E_NOINTERFACE and null. [any-thread]
@@ -66,6 +68,8 @@ QM_API void* CoTaskMemAlloc(size_t bytes);
 /// Frees such a block; null is fine. [any-thread]
 QM_API void CoTaskMemFree(void* block);
 }
+
+namespace tarn {
 
 /// Copies a terminated text into a CoTaskMem block that the receiver frees; null when out of memory.
 /// [any-thread]
@@ -117,3 +121,5 @@ public:
 private:
     std::atomic<uint32_t> m_count{0};
 };
+
+}  // namespace tarn

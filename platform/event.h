@@ -5,6 +5,8 @@
 #include <condition_variable>
 #include <mutex>
 
+namespace tarn {
+
 /// Recursive: host calls made inside it may come straight back.
 using CriticalSection = std::recursive_mutex;
 using CriticalSectionLock = std::lock_guard<CriticalSection>;
@@ -41,3 +43,5 @@ private:
     std::condition_variable m_changed;
     bool m_set = false;
 };
+
+}  // namespace tarn

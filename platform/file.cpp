@@ -18,6 +18,8 @@
 #include <unicode/utf8.h>
 #include <unistd.h>
 
+namespace tarn {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -227,3 +229,5 @@ fs::path PathFromWide(std::u16string_view text) {
     }
     return name;
 }
+
+}  // namespace tarn

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+namespace tarn {
+
 /// Reads a file of at most `limit` bytes. On failure `bytes` is empty.
 [[nodiscard]] QM_API bool ReadWholeFile(const std::filesystem::path& path, size_t limit, std::string& bytes,
                                         std::string& error);
@@ -50,3 +52,5 @@ private:
 /// becomes the lone surrogate U+DC00 + byte, and comes back as that byte.
 QM_API std::u16string WideFromPath(const std::filesystem::path& path);
 QM_API std::filesystem::path PathFromWide(std::u16string_view text);
+
+}  // namespace tarn

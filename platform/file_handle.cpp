@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t WINDOW = 8192;

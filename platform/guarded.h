@@ -3,6 +3,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 /// The result of `work`; all that can be thrown there is lack of memory in one form or another.
 template <class Work>
 HRESULT Guarded(Work work) try {
@@ -10,3 +12,5 @@ HRESULT Guarded(Work work) try {
 } catch (...) {
     return E_OUTOFMEMORY;
 }
+
+}  // namespace tarn

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+namespace tarn {
+
 namespace {
 constinit std::atomic<LayoutDirectionHandler> current = nullptr;
 }
@@ -11,3 +13,5 @@ void SetLayoutDirectionHandler(LayoutDirectionHandler handler) { current = handl
 void ApplyLayoutDirection(bool rightToLeft) {
     if (const LayoutDirectionHandler handler = current) handler(rightToLeft);
 }
+
+}  // namespace tarn

@@ -4,6 +4,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 using LayoutDirectionHandler = void (*)(bool rightToLeft);
 
 /// Set once by the module that talks to the window system. [any-thread]
@@ -11,3 +13,5 @@ QM_API void SetLayoutDirectionHandler(LayoutDirectionHandler handler);
 
 /// Without a handler it does nothing. [page-thread]
 QM_API void ApplyLayoutDirection(bool rightToLeft);
+
+}  // namespace tarn

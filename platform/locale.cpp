@@ -12,6 +12,8 @@
 #include <mutex>
 #include <utility>
 
+namespace tarn {
+
 namespace {
 
 using icu::DecimalFormatSymbols;
@@ -134,3 +136,5 @@ LocaleFacts ReadUserLocale() {
     if (last.first != name) last = {name, ReadLocale(name)};
     return last.second;
 }
+
+}  // namespace tarn

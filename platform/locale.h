@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace tarn {
+
 struct LocaleFacts {
     uint32_t lcid = 0;
     std::u16string languageName, englishLanguageName;  ///< the first in the language itself
@@ -27,3 +29,5 @@ QM_API LocaleFacts ReadUserLocale();
 
 /// Names the locale ("de_CH") in the place of the environment's; empty goes back to it. [any-thread]
 QM_API void SetUserLocale(std::string name);
+
+}  // namespace tarn

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <mutex>
 
+namespace tarn {
+
 /// Where making gives null, as for lack of memory, the next use tries again. Lives in static storage.
 /// [any-thread]
 template <class Pointer>
@@ -21,3 +23,5 @@ private:
     std::mutex m_guard;
     std::atomic<Pointer> m_made = nullptr;
 };
+
+}  // namespace tarn

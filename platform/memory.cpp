@@ -8,6 +8,8 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+namespace tarn {
+
 namespace {
 std::atomic<MemGate> g_gate{nullptr};
 
@@ -37,3 +39,5 @@ bool ReadOwnMemory(const void* address, void* out, size_t bytes) {
     const iovec from{const_cast<void*>(address), bytes};
     return process_vm_readv(getpid(), &to, 1, &from, 1, 0) == static_cast<ssize_t>(bytes);
 }
+
+}  // namespace tarn

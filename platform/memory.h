@@ -6,6 +6,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 /// A zero-filled block, also for 0 bytes; null when out of memory.
 QM_API void* MemAlloc(size_t bytes);
 /// Resizes a block of which `oldBytes` are in use: keeps them, and zero-fills what is added. Null when out of
@@ -23,3 +25,5 @@ QM_API bool ReadOwnMemory(const void* address, void* out, size_t bytes);
 using MemGate = bool (*)(size_t bytes);
 /// For tests. Returns the previous gate; null, the usual state, lets all pass.
 QM_API MemGate SetMemGate(MemGate gate);
+
+}  // namespace tarn

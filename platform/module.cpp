@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+namespace tarn {
+
 namespace {
 const char* LastError() {
     const char* text = ::dlerror();
@@ -39,3 +41,5 @@ std::filesystem::path Module::FolderOf(const void* address) {
     const std::filesystem::path file = std::filesystem::canonical(info.dli_fname, error);
     return error ? std::filesystem::path() : file.parent_path();
 }
+
+}  // namespace tarn

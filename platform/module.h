@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+namespace tarn {
+
 class Module {
 public:
     Module() = default;
@@ -38,3 +40,5 @@ private:
 
     void* m_handle = nullptr;
 };
+
+}  // namespace tarn

@@ -4,13 +4,13 @@
 
 #include "platform/com.h"
 
-inline constexpr GUID IID_IConnectionPointContainer = "{B196B284-BAB4-101A-B69C-00AA00341D07}"_guid;
-inline constexpr GUID IID_IConnectionPoint = "{B196B286-BAB4-101A-B69C-00AA00341D07}"_guid;
-inline constexpr GUID IID_ISpecifyPropertyPages = "{B196B28B-BAB4-101A-B69C-00AA00341D07}"_guid;
-inline constexpr GUID IID_IPropertyPageSite = "{B196B28C-BAB4-101A-B69C-00AA00341D07}"_guid;
-inline constexpr GUID IID_IPropertyPage = "{B196B28D-BAB4-101A-B69C-00AA00341D07}"_guid;
-inline constexpr GUID IID_IPersistStream = "{00000109-0000-0000-C000-000000000046}"_guid;
-inline constexpr GUID IID_IPersist = "{0000010C-0000-0000-C000-000000000046}"_guid;
+inline constexpr GUID IID_IConnectionPointContainer = tarn::Guid("{B196B284-BAB4-101A-B69C-00AA00341D07}");
+inline constexpr GUID IID_IConnectionPoint = tarn::Guid("{B196B286-BAB4-101A-B69C-00AA00341D07}");
+inline constexpr GUID IID_ISpecifyPropertyPages = tarn::Guid("{B196B28B-BAB4-101A-B69C-00AA00341D07}");
+inline constexpr GUID IID_IPropertyPageSite = tarn::Guid("{B196B28C-BAB4-101A-B69C-00AA00341D07}");
+inline constexpr GUID IID_IPropertyPage = tarn::Guid("{B196B28D-BAB4-101A-B69C-00AA00341D07}");
+inline constexpr GUID IID_IPersistStream = tarn::Guid("{00000109-0000-0000-C000-000000000046}");
+inline constexpr GUID IID_IPersist = tarn::Guid("{0000010C-0000-0000-C000-000000000046}");
 
 struct IStream;  // platform/stream.h
 

@@ -10,6 +10,8 @@
 
 extern char** environ;
 
+namespace tarn {
+
 namespace {
 std::string Reason(int code) { return std::generic_category().message(code); }
 
@@ -74,3 +76,5 @@ bool RunProgram(const std::vector<std::string>& arguments, std::string& error) {
     if (const std::string line = LastLine(tail); !line.empty()) error += ": " + line;
     return false;
 }
+
+}  // namespace tarn

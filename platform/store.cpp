@@ -10,6 +10,8 @@
 #include <cstring>
 #include <limits>
 
+namespace tarn {
+
 struct StoreKey {
     std::shared_ptr<StoreFile> file;
     std::string path;
@@ -150,3 +152,5 @@ HRESULT StoreList(std::u16string_view path, std::vector<StoreEntry>& out) {
         return hr == STORE_NOT_FOUND ? S_OK : hr;
     });
 }
+
+}  // namespace tarn

@@ -23,6 +23,8 @@
 #include <string_view>
 #include <vector>
 
+namespace tarn {
+
 inline constexpr uint32_t STORE_TEXT = 1;
 inline constexpr uint32_t STORE_BINARY = 3;
 inline constexpr uint32_t STORE_NUMBER = 4;  ///< 4 bytes
@@ -69,3 +71,5 @@ struct StoreEntry {
 
 /// Where the file is or would be; empty without a home.
 QM_API std::filesystem::path StorePath(StoreScope scope);
+
+}  // namespace tarn

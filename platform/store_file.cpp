@@ -10,6 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace tarn {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -217,3 +219,5 @@ HRESULT StoreFile::Run(Statement which, const std::function<int(sqlite3_stmt*)>&
 } catch (const fs::filesystem_error&) {
     return STORE_IO_ERROR;
 }
+
+}  // namespace tarn

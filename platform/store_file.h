@@ -10,6 +10,8 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
+namespace tarn {
+
 /// Any thread; one at a time gets in.
 class StoreFile {
 public:
@@ -43,3 +45,5 @@ private:
     sqlite3_stmt* m_statements[STATEMENTS] = {};
     bool m_readOnly = false;
 };
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 #include <new>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint64_t MOST_BYTES = INT32_MAX;
@@ -77,7 +79,7 @@ private:
 
 }  // namespace
 
-IStream* CreateMemoryStream() {
+IStream* tarn::CreateMemoryStream() {
     IStream* stream = new (std::nothrow) MemoryStream;
     if (stream) stream->AddRef();
     return stream;

@@ -3,8 +3,8 @@
 
 #include "platform/com.h"
 
-inline constexpr GUID IID_ISequentialStream = "{0C733A30-2A1C-11CE-ADE5-00AA0044773D}"_guid;
-inline constexpr GUID IID_IStream = "{0000000C-0000-0000-C000-000000000046}"_guid;
+inline constexpr GUID IID_ISequentialStream = tarn::Guid("{0C733A30-2A1C-11CE-ADE5-00AA0044773D}");
+inline constexpr GUID IID_IStream = tarn::Guid("{0000000C-0000-0000-C000-000000000046}");
 
 inline constexpr uint32_t STREAM_SEEK_SET = 0;
 inline constexpr uint32_t STREAM_SEEK_CUR = 1;
@@ -25,6 +25,8 @@ struct IStream : IUnknown {
     virtual HRESULT Clone(IStream** out) = 0;
 };
 
+namespace tarn {
 /// A stream that grows in memory, to 2 GiB at most; empty, with one reference. Null when out of memory.
 /// CopyTo, locks, Stat and Clone are E_NOTIMPL. [any-thread]
 QM_API IStream* CreateMemoryStream();
+}  // namespace tarn

@@ -9,6 +9,8 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+namespace tarn {
+
 namespace {
 /// ICU counts in 32 bits. `growth` is the largest number of output units for one input unit.
 int32_t CheckedLength(size_t length, int32_t growth) {
@@ -91,3 +93,5 @@ std::string JoinText(std::initializer_list<std::string_view> parts) {
     for (const std::string_view part : parts) text += part;
     return text;
 }
+
+}  // namespace tarn

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+namespace tarn {
+
 QM_API std::u16string Utf16FromUtf8(std::string_view text);
 QM_API std::string Utf8FromUtf16(std::u16string_view text);
 QM_API std::u16string Utf16FromWindows1252(std::string_view text);
@@ -23,3 +25,5 @@ QM_API size_t TextLength(const char16_t* text);
 /// Copies what fits into dst's `capacity` units and terminates it; a surrogate pair is not split. A null src
 /// is empty. Returns the units copied; a capacity of 0 writes nothing.
 QM_API size_t CopyText(char16_t* dst, size_t capacity, const char16_t* src);
+
+}  // namespace tarn

@@ -5,6 +5,12 @@
 //     assert(m_thread.IsHere());               // the first line of each
 #pragma once
 
+#ifndef NDEBUG
+#include <thread>
+#endif
+
+namespace tarn {
+
 #ifdef NDEBUG
 
 class ThreadCheck {
@@ -14,8 +20,6 @@ public:
 };
 
 #else
-
-#include <thread>
 
 class ThreadCheck {
 public:
@@ -28,3 +32,5 @@ private:
 };
 
 #endif
+
+}  // namespace tarn

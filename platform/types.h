@@ -16,20 +16,21 @@ using COLORREF = uint32_t;  ///< 0x00BBGGRR; 0xFFFFFFFF where a colour may be ab
 /// Native window id across the host boundary (`WId` inside the module), 0 for none.
 using HWND = uintptr_t;
 
+namespace tarn {
 constexpr HRESULT StatusCode(uint32_t bits) { return static_cast<HRESULT>(bits); }
+constexpr bool Succeeded(HRESULT hr) { return hr >= 0; }
+constexpr bool Failed(HRESULT hr) { return hr < 0; }
+}  // namespace tarn
 
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT S_FALSE = 1;  ///< not handled, or nothing there
-inline constexpr HRESULT E_NOTIMPL = StatusCode(0x80004001);
-inline constexpr HRESULT E_NOINTERFACE = StatusCode(0x80004002);
-inline constexpr HRESULT E_POINTER = StatusCode(0x80004003);
-inline constexpr HRESULT E_FAIL = StatusCode(0x80004005);
-inline constexpr HRESULT E_UNEXPECTED = StatusCode(0x8000FFFF);
-inline constexpr HRESULT E_OUTOFMEMORY = StatusCode(0x8007000E);
-inline constexpr HRESULT E_INVALIDARG = StatusCode(0x80070057);
-
-constexpr bool Succeeded(HRESULT hr) { return hr >= 0; }
-constexpr bool Failed(HRESULT hr) { return hr < 0; }
+inline constexpr HRESULT E_NOTIMPL = tarn::StatusCode(0x80004001);
+inline constexpr HRESULT E_NOINTERFACE = tarn::StatusCode(0x80004002);
+inline constexpr HRESULT E_POINTER = tarn::StatusCode(0x80004003);
+inline constexpr HRESULT E_FAIL = tarn::StatusCode(0x80004005);
+inline constexpr HRESULT E_UNEXPECTED = tarn::StatusCode(0x8000FFFF);
+inline constexpr HRESULT E_OUTOFMEMORY = tarn::StatusCode(0x8007000E);
+inline constexpr HRESULT E_INVALIDARG = tarn::StatusCode(0x80070057);
 
 struct POINT {
     LONG x, y;

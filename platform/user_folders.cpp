@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string>
 
+namespace tarn {
+
 namespace {
 std::filesystem::path Folder(const char* variable, const char* belowHome) {
     // A relative path there is invalid by the XDG base directory rules and is ignored.
@@ -22,3 +24,5 @@ std::filesystem::path MachineConfigFolder() {
     const std::string folder = first.substr(0, first.find(':'));
     return !folder.empty() && folder[0] == '/' ? folder : "/etc/xdg";
 }
+
+}  // namespace tarn

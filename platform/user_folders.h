@@ -5,9 +5,13 @@
 
 #include <filesystem>
 
+namespace tarn {
+
 /// $XDG_DATA_HOME, else ~/.local/share; empty when neither is known. [any-thread]
 QM_API std::filesystem::path UserDataFolder();
 /// $XDG_CONFIG_HOME, else ~/.config; empty when neither is known. [any-thread]
 QM_API std::filesystem::path UserConfigFolder();
 /// The first of $XDG_CONFIG_DIRS, else /etc/xdg: what an administrator sets for all users. [any-thread]
 QM_API std::filesystem::path MachineConfigFolder();
+
+}  // namespace tarn

@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+namespace tarn {
+
 namespace {
 
 constexpr uint32_t LCID_INVARIANT = 0x7F;  // what "C" and "POSIX" are
@@ -51,3 +53,5 @@ void SetThreadLanguage(uint32_t lcid) {
     else
         freelocale(base);
 }
+
+}  // namespace tarn

@@ -2,6 +2,8 @@
 
 #include <cassert>
 
+using namespace tarn;
+
 HRESULT CBaseListPage::QueryInterface(const GUID& iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;

@@ -42,7 +42,7 @@ protected:
     /// Whether the page shows plug-ins of this kind; asked before one is attached.
     virtual bool Takes(COPTPlugin&) const { return true; }
     /// The plug-in that SetObjects found, kept alive by the copy.
-    ComPtr<COPTPlugin> ThePlugin() const;
+    tarn::ComPtr<COPTPlugin> ThePlugin() const;
     /// What Activate does with a new window: it becomes the page's, at its place in the host's. A page that
     /// has one, and one without a plug-in, is E_UNEXPECTED.
     HRESULT Embed(std::unique_ptr<MessageWindow> window, HWND parent, const RECT* rect);
@@ -54,15 +54,15 @@ protected:
     IPropertyPageSite* Site() const { return m_site.Get(); }
     MessagePoster Poster() const;
 
-    ThreadCheck m_thread;
+    tarn::ThreadCheck m_thread;
 
 private:
-    RefCount m_refs;
-    ComPtr<IUnknown> m_owner;
-    ComPtr<IPropertyPageSite> m_site;
+    tarn::RefCount m_refs;
+    tarn::ComPtr<IUnknown> m_owner;
+    tarn::ComPtr<IPropertyPageSite> m_site;
     std::unique_ptr<MessageWindow> m_window;
 
     mutable std::mutex m_lock;  ///< guards what other threads read
-    ComPtr<COPTPlugin> m_plugin;
+    tarn::ComPtr<COPTPlugin> m_plugin;
     MessagePoster m_poster;
 };

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+using namespace tarn;
+
 namespace {
 
 /// Calls each(id) for the entries of one level of the catalog, below `parent` for items.

@@ -14,8 +14,8 @@ struct CATALOGROW {
 class EffectCatalog {
 public:
     /// Null for a host without one, and at the end.
-    void Connect(ComPtr<IMPPlugInCatalog> host);
-    ComPtr<IMPPlugInCatalog> Host() const;
+    void Connect(tarn::ComPtr<IMPPlugInCatalog> host);
+    tarn::ComPtr<IMPPlugInCatalog> Host() const;
 
     /// S_FALSE without a host. What came before a failure stays.
     HRESULT LoadCatalog();
@@ -27,6 +27,6 @@ public:
 
 private:
     mutable std::mutex m_lock;  ///< never held across a call of the host
-    ComPtr<IMPPlugInCatalog> m_host;
+    tarn::ComPtr<IMPPlugInCatalog> m_host;
     std::vector<CATALOGROW> m_rows;
 };

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <span>
 
+using namespace tarn;
+
 namespace {
 /// Empty where the host has no such entry.
 std::string EntryName(const ComPtr<IMPPlugInCatalog>& catalog, uint32_t id, uint32_t level) {

@@ -2,6 +2,8 @@
 
 #include "plugin/module_state.h"
 
+using namespace tarn;
+
 namespace {
 
 void DestroySubLists(MPCHANNELREF& row) {

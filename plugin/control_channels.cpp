@@ -1,6 +1,8 @@
 // A control plug-in's channels: the readers of the reference list, and the host's changes of it.
 #include "plugin/control_plugin.h"
 
+using namespace tarn;
+
 void COPTControlPlugin::DestroyReferences() {
     m_refs.Clear();
     ClearControlBits(CTRLSTATE_REFS_VALID);

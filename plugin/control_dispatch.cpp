@@ -4,6 +4,8 @@
 
 #include "plugin/module_state.h"
 
+using namespace tarn;
+
 namespace {
 
 using Handler = HRESULT (COPTControlPlugin::*)(const MPCTRLREC*, uint32_t);

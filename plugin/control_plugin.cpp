@@ -11,6 +11,8 @@
 #include <new>
 #include <utility>
 
+using namespace tarn;
+
 COPTControlPlugin::COPTControlPlugin(IUnknown* owner)
     : COPTPlugin(owner), m_control(CTRLSTATE_WANT_WORKER | CTRLSTATE_USE_INPUTS | CTRLSTATE_USE_OUTPUTS |
                                    CTRLSTATE_CONSTRUCTED) {

@@ -123,7 +123,7 @@ public:
     /// The channel's name cut to `capacity`; SELECT_SHORT_NAME or SELECT_LONG_NAME.
     HRESULT GetChannelName(const MPCHANNELID& id, uint32_t which, char16_t* out, uint32_t capacity);
 
-    CriticalSection& MainLock() const { return m_mainLock; }
+    tarn::CriticalSection& MainLock() const { return m_mainLock; }
 
     /// For gestures on its channels. [any-thread]
     ChannelAccess& Access() { return *this; }
@@ -185,10 +185,10 @@ private:
     HRESULT ApplyChannelChange(const MPCTRLREC& rec);
     HRESULT ApplySubChange(const MPCTRLREC& rec);
 
-    mutable CriticalSection m_mainLock;
-    ManualResetEvent m_wake;
+    mutable tarn::CriticalSection m_mainLock;
+    tarn::ManualResetEvent m_wake;
     std::thread m_worker;
-    uint32_t m_workerWait = ManualResetEvent::INFINITE_WAIT;
+    uint32_t m_workerWait = tarn::ManualResetEvent::INFINITE_WAIT;
     std::atomic<uint32_t> m_control;
     uint32_t m_filterTypes = 4095;
 
@@ -201,8 +201,8 @@ private:
     RecordQueue<MPCTRLREC> m_controls;
     MapRunner m_runner;
 
-    ComPtr<CMPControlSurfaceDriver> m_driver;
-    ComPtr<CIMPCtrlChannelSink> m_controlSink;
+    tarn::ComPtr<CMPControlSurfaceDriver> m_driver;
+    tarn::ComPtr<CIMPCtrlChannelSink> m_controlSink;
     uint32_t m_controlCookie = 0;
 
     MPPROJECTINFO m_projectInfo{};

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 namespace {
 uint32_t PortKey(uint32_t isOutput) {
     constexpr uint32_t OUTPUT = 100, INPUT = 101;

@@ -36,7 +36,7 @@ public:
     std::vector<uint64_t> Filter() const;
 
     /// Where the events of SendEvent go; null for nowhere.
-    void SetOutput(ComPtr<IMPEventOutput> output);
+    void SetOutput(tarn::ComPtr<IMPEventOutput> output);
     /// To the selected output port.
     void Send(const MPEVENTREC& event);
 
@@ -60,5 +60,5 @@ private:
     std::thread::id m_teller;  ///< of the thread that is telling the host
     std::condition_variable m_told;
     std::vector<uint64_t> m_filter;
-    ComPtr<IMPEventOutput> m_output;
+    tarn::ComPtr<IMPEventOutput> m_output;
 };

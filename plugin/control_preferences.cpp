@@ -1,5 +1,7 @@
 #include "plugin/control_preferences.h"
 
+using namespace tarn;
+
 namespace {
 MPPREFREC Record(const COPTPlugin& plugin, uint32_t key, uint32_t type) {
     MPPREFREC pref{};

@@ -2,6 +2,8 @@
 
 #include "platform/text.h"
 
+using namespace tarn;
+
 HRESULT CIMPCtrlChannelSink::OnControl(const MPCTRLREC* rec) {
     return Forward(rec, [&](COPTControlPlugin& p) { return p.OnControl(rec, 1); });
 }

@@ -2,6 +2,8 @@
 
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace {
 uint32_t LevelOf(const MPCHANNELID& id) { return id.sub == 0 ? LEVEL_CHANNEL : LEVEL_SUB_OBJECT; }
 }  // namespace

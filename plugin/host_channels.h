@@ -11,9 +11,9 @@
 class HostChannels {
 public:
     /// Null ends it.
-    void Connect(ComPtr<IMPCtrlChannels> host);
+    void Connect(tarn::ComPtr<IMPCtrlChannels> host);
     /// A copy stays valid while another thread disconnects. Null outside Initialise..Terminate.
-    ComPtr<IMPCtrlChannels> Host() const;
+    tarn::ComPtr<IMPCtrlChannels> Host() const;
 
     /// The host's Get and Set of a channel, or of what the path goes on to. S_FALSE without a host and for a
     /// channel of 0. Texts come only where the mask asks for them; they are the caller's.
@@ -26,7 +26,7 @@ public:
     /// ends it. S_FALSE without a host.
     template <class F>
     HRESULT ForEach(const MPCHANNELREF& start, uint32_t level, uint32_t kindMask, F each) const {
-        const ComPtr<IMPCtrlChannels> host = Host();
+        const tarn::ComPtr<IMPCtrlChannels> host = Host();
         if (!host) return S_FALSE;
         MPCHANNELREF ref = start;
         MPCHANNELREC rec{};
@@ -34,10 +34,10 @@ public:
         HRESULT hr = host->First(&ref, level, &rec, &more, kindMask, 0);
         for (;;) {
             FreeTexts(rec, level, MASK_IDENTITY);
-            if (hr != S_OK) return Failed(hr) ? hr : S_OK;
+            if (hr != S_OK) return tarn::Failed(hr) ? hr : S_OK;
             ref.subList = ref.subSubList = nullptr;
             const HRESULT kept = each(ref, rec);
-            if (Failed(kept)) return kept;
+            if (tarn::Failed(kept)) return kept;
             if (!more) return S_OK;
             rec = {};
             hr = host->Next(&ref, level, &rec, &more, kindMask, 0);
@@ -48,5 +48,5 @@ private:
     static void FreeTexts(MPCHANNELREC& rec, uint32_t level, uint32_t asked);
 
     mutable std::mutex m_lock;
-    ComPtr<IMPCtrlChannels> m_host;
+    tarn::ComPtr<IMPCtrlChannels> m_host;
 };

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t KEY_MAP_COUNT = 102, KEY_CURRENT_MAP = 103, KEY_MAP_NAME = 200, KEY_MAP_PATH = 400;
 constexpr uint32_t MOST_MAPS = KEY_MAP_PATH - KEY_MAP_NAME;

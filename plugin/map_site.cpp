@@ -3,6 +3,8 @@
 #include "plugin/control_plugin.h"
 #include "plugin/module_state.h"
 
+using namespace tarn;
+
 HRESULT COPTControlPlugin::GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
     return m_channels.Get(id, rec, mask);
 }

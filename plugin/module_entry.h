@@ -13,10 +13,10 @@ template <class Plugin>
 HRESULT CreatePluginObject(IUnknown** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    return Guarded([&]() -> HRESULT {
-        ComPtr<Plugin> object(new Plugin(nullptr));
+    return tarn::Guarded([&]() -> HRESULT {
+        tarn::ComPtr<Plugin> object(new Plugin(nullptr));
         const HRESULT hr = object->FinalConstruct();
-        return Failed(hr) ? hr : object->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(out));
+        return tarn::Failed(hr) ? hr : object->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(out));
     });
 }
 
@@ -25,9 +25,9 @@ HRESULT CreatePluginObject(IUnknown** out) {
 inline HRESULT TellPluginObject(const GUID& id, int32_t text, const char16_t* plain, GUID* classId,
                                 char16_t* name, uint32_t nameSize, uint32_t* flags) {
     if (!classId || !name || !flags) return E_POINTER;
-    return Guarded([&]() -> HRESULT {
+    return tarn::Guarded([&]() -> HRESULT {
         if (QmLoadString(ThisModule().texts, QmTextId(text), name, nameSize) == 0)
-            CopyText(name, nameSize, plain);
+            tarn::CopyText(name, nameSize, plain);
         *classId = id;
         *flags = OPTOBJECT_INFO_FLAGS;
         return S_OK;
@@ -41,10 +41,11 @@ HRESULT CreatePluginPage(const GUID* pageId, IPropertyPage** out) {
     if (!pageId || !out) return E_POINTER;
     *out = nullptr;
     if (*pageId != id) return E_NOINTERFACE;
-    const HRESULT hr = Guarded([&]() -> HRESULT {
-        ComPtr<CBaseListPage> page(new Page(nullptr));
+    const HRESULT hr = tarn::Guarded([&]() -> HRESULT {
+        tarn::ComPtr<CBaseListPage> page(new Page(nullptr));
         const HRESULT made = page->Init();
-        return Failed(made) ? made : page->QueryInterface(IID_IPropertyPage, reinterpret_cast<void**>(out));
+        return tarn::Failed(made) ? made
+                                  : page->QueryInterface(IID_IPropertyPage, reinterpret_cast<void**>(out));
     });
     return hr == S_OK ? S_OK : E_NOINTERFACE;
 }

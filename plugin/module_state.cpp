@@ -3,6 +3,8 @@
 #include "kernel/lang/string_resources.h"
 #include "platform/user_language.h"
 
+using namespace tarn;
+
 namespace {
 
 struct OpenedState : ModuleState {

@@ -2,6 +2,8 @@
 #include "plugin/list_page.h"
 #include "plugin/opt_plugin.h"
 
+using namespace tarn;
+
 namespace {
 
 using Handler = HRESULT (COPTPlugin::*)(const MPNOTIFYREC*, uint32_t);

@@ -7,6 +7,8 @@
 
 #include <new>
 
+using namespace tarn;
+
 COPTPlugin::COPTPlugin(IUnknown* owner) : m_owner(owner) {}
 
 COPTPlugin::~COPTPlugin() {

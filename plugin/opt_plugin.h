@@ -25,7 +25,7 @@ class COPTPluginPersit;
 class CSpecifyPropertyPages;
 
 /// Answers with the object itself, to the module's own pages alone.
-inline constexpr GUID IID_COPTPlugin = "{5A1F7C3E-0C54-4C1B-9B43-6B0D0A6A7E21}"_guid;
+inline constexpr GUID IID_COPTPlugin = tarn::Guid("{5A1F7C3E-0C54-4C1B-9B43-6B0D0A6A7E21}");
 
 struct TRACKROW {
     uint64_t track;
@@ -131,10 +131,10 @@ public:
 
     // The host's interfaces, null outside Initialise..Terminate. A copy stays valid while Terminate runs on
     // another thread.
-    ComPtr<IMPProjectTree> ProjectTree() const;
-    ComPtr<IMPPropertyStore> PropertyStore() const;
-    ComPtr<IMPTimeConverter> TimeConverter() const;
-    ComPtr<IMPPortList> PortList() const;
+    tarn::ComPtr<IMPProjectTree> ProjectTree() const;
+    tarn::ComPtr<IMPPropertyStore> PropertyStore() const;
+    tarn::ComPtr<IMPTimeConverter> TimeConverter() const;
+    tarn::ComPtr<IMPPortList> PortList() const;
 
     /// GetProperty into a record; E_UNEXPECTED without a host.
     HRESULT GetHostProperty(const GUID& id, void* buffer, uint32_t size);
@@ -144,9 +144,9 @@ public:
     std::vector<HostPorts::Row> Ports(uint32_t isOutput) const { return m_ports.Rows(isOutput); }
 
 protected:
-    ComPtr<CListPage> Page() const;
+    tarn::ComPtr<CListPage> Page() const;
     bool HasQueuedNotifications() const { return !m_notifications.IsEmpty(); }
-    ComPtr<IUnknown> Host() const;
+    tarn::ComPtr<IUnknown> Host() const;
     /// Connects a sink of the host's connection points; *cookie stays 0 on failure.
     HRESULT Advise(const GUID& point, IUnknown* sink, uint32_t* cookie);
     /// Ends a connection and zeroes the cookie, whatever the host answers.
@@ -158,8 +158,8 @@ protected:
     uint32_t m_hostTimeRate = 0;
     uint32_t m_eventTypeMask = OPT_EVENT_TYPES;
     uint32_t m_capabilities = 0;
-    ComPtr<COPTFilter> m_filter;
-    ComPtr<COPTPluginPersit> m_persist;
+    tarn::ComPtr<COPTFilter> m_filter;
+    tarn::ComPtr<COPTPluginPersit> m_persist;
 
 private:
     class TreeLock;
@@ -170,14 +170,14 @@ private:
     HRESULT UpdateTrack(const MPNOTIFYREC& rec);
     HRESULT UpdateEvent(const MPNOTIFYREC& rec);
 
-    RefCount m_refs;
+    tarn::RefCount m_refs;
     GUID m_classId{};
     [[maybe_unused]] IUnknown* m_owner;
 
-    ComPtr<CMPNotificationSink> m_notificationSink;
-    ComPtr<CMPTimeSink> m_timeSink;
-    ComPtr<CSpecifyPropertyPages> m_pages;
-    ComPtr<CListPage> m_page;
+    tarn::ComPtr<CMPNotificationSink> m_notificationSink;
+    tarn::ComPtr<CMPTimeSink> m_timeSink;
+    tarn::ComPtr<CSpecifyPropertyPages> m_pages;
+    tarn::ComPtr<CListPage> m_page;
     uint32_t m_notificationCookie = 0;
     uint32_t m_timeCookie = 0;
 
@@ -189,7 +189,7 @@ private:
     int32_t m_filterEvent = -1;
 
     RecordQueue<MPNOTIFYREC> m_notifications;
-    mutable CriticalSection m_treeLock;
+    mutable tarn::CriticalSection m_treeLock;
     mutable std::mutex m_hostLock;  ///< guards the pointers below and the page; never held across a call
     std::atomic<uint32_t> m_state{0};
     uint32_t m_dirty = 0;
@@ -199,11 +199,11 @@ private:
     uint32_t m_clipboardFormat = 0;
     uint32_t m_timeFormat = 1;
 
-    ComPtr<IMPProjectTree> m_projectTree;
-    ComPtr<IMPPropertyStore> m_propertyStore;
-    ComPtr<IMPTimeConverter> m_timeConverter;
-    ComPtr<IMPPortList> m_portList;
-    ComPtr<IUnknown> m_host;
-    ComPtr<IUnknown> m_hostSite;
+    tarn::ComPtr<IMPProjectTree> m_projectTree;
+    tarn::ComPtr<IMPPropertyStore> m_propertyStore;
+    tarn::ComPtr<IMPTimeConverter> m_timeConverter;
+    tarn::ComPtr<IMPPortList> m_portList;
+    tarn::ComPtr<IUnknown> m_host;
+    tarn::ComPtr<IUnknown> m_hostSite;
     HostPorts m_ports;
 };

@@ -3,6 +3,8 @@
 
 #include "platform/com.h"
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t ALL_KINDS = 0xFFFFFFFF;

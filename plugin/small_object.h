@@ -40,10 +40,10 @@ protected:
         Owner* plugin = m_owner;
         if (!plugin) return E_UNEXPECTED;
         if (!argument) return E_POINTER;
-        return Guarded([&] { return call(*plugin); });
+        return tarn::Guarded([&] { return call(*plugin); });
     }
 
 private:
-    RefCount m_refs;
+    tarn::RefCount m_refs;
     std::atomic<Owner*> m_owner;
 };

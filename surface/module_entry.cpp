@@ -4,6 +4,8 @@
 #include "surface/surface_plugin.h"
 #include "surface/text_ids.h"
 
+using namespace tarn;
+
 extern "C" {
 
 /// Makes the plug-in object; *out receives its IUnknown with one reference.

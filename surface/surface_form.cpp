@@ -20,6 +20,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 namespace {
 constexpr int REFRESH_MILLISECONDS = 60;
 

@@ -12,7 +12,7 @@ class QTableWidget;
 
 class SurfaceForm final : public QWidget {
 public:
-    SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent);
+    SurfaceForm(tarn::ComPtr<CSurfacePlugin> plugin, QWidget* parent);
     ~SurfaceForm() override;
 
     /// Shows what has changed in the plug-in; by a timer, since events come on other threads.
@@ -38,7 +38,7 @@ private:
     std::u16string FunctionText(uint32_t group, uint32_t function) const;
     std::u16string PlaceText(const LearnTarget& target) const;
 
-    ComPtr<CSurfacePlugin> m_plugin;
+    tarn::ComPtr<CSurfacePlugin> m_plugin;
     QComboBox* m_ports[2];
     QComboBox* m_maps;
     QComboBox* m_knob;

@@ -3,6 +3,8 @@
 #include "surface/surface_form.h"
 #include "surface/surface_texts.h"
 
+using namespace tarn;
+
 namespace {
 constexpr SIZE IDEAL_SIZE{760, 560};
 }  // namespace

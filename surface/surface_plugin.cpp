@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 constexpr char16_t PLUGIN_NAME[] = u"Control Surface";
 constexpr char MAPS_FOLDER[] = "surfaces";

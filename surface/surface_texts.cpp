@@ -3,6 +3,8 @@
 #include "kernel/print/print_text.h"
 #include "plugin/module_state.h"
 
+using namespace tarn;
+
 namespace {
 struct EventRow {
     uint32_t type;

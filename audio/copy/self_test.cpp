@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 /// All values of the type, or as many spread over its range.

@@ -5,6 +5,8 @@
 #include "mediafile/byte_order.h"
 #include "mediafile/mriff.h"
 
+using namespace tarn;
+
 namespace {
 
 std::vector<uint8_t>& Wave() {

@@ -9,6 +9,8 @@
 
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 constexpr size_t N = 1024;
 int32_t ints[N];

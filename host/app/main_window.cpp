@@ -28,6 +28,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -8,6 +8,8 @@
 
 #include <cstdio>
 
+using namespace tarn;
+
 namespace host {
 
 std::optional<int> ParseOptions(int argc, char** argv, Options* options) {

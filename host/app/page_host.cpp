@@ -1,5 +1,7 @@
 #include "host/app/page_host.h"
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

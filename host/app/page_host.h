@@ -14,7 +14,7 @@ public:
     ~PageHost() override;
 
     /// Makes the page of `plugin` live here; false when it refuses. Another page goes first.
-    bool Open(ComPtr<IPropertyPage> page, IUnknown* plugin);
+    bool Open(tarn::ComPtr<IPropertyPage> page, IUnknown* plugin);
     void Close();
     /// The page's title; empty without a page.
     QString Title() const;
@@ -36,8 +36,8 @@ private:
     Info GetInfo() const;
     RECT Area() const { return {0, 0, width(), height()}; }
 
-    ComPtr<IPropertyPage> m_page;
-    ComPtr<IPropertyPageSite> m_site;
+    tarn::ComPtr<IPropertyPage> m_page;
+    tarn::ComPtr<IPropertyPageSite> m_site;
 };
 
 }  // namespace host

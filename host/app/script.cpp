@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

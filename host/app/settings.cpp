@@ -5,6 +5,8 @@
 #include "kernel/time/position.h"
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

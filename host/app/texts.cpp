@@ -3,6 +3,8 @@
 #include "kernel/lang/languages.h"
 #include "kernel/lang/string_resources.h"
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -20,7 +20,7 @@ inline QString Text(HostTextId id) { return QString::fromUtf16(HostText(id)); }
 /// Values must be what the text's directives read.
 template <class... Values>
 QString Format(HostTextId id, Values... values) {
-    return QString::fromStdU16String(PrintText(HostText(id), values...));
+    return QString::fromStdU16String(tarn::PrintText(HostText(id), values...));
 }
 
 }  // namespace host

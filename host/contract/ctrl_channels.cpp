@@ -7,6 +7,8 @@
 #include <cmath>
 #include <optional>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -2,6 +2,8 @@
 
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace host {
 
 HostObject::HostObject(std::shared_ptr<ProjectCore> core, const SeatOptions& seat)

@@ -141,7 +141,7 @@ public:
 private:
     ~HostObject() = default;
 
-    RefCount m_refs;
+    tarn::RefCount m_refs;
     std::shared_ptr<ProjectCore> m_core;
     const SeatOptions m_seat;
     ProjectTreePart m_tree;

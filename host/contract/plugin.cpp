@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

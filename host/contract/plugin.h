@@ -33,20 +33,20 @@ public:
     const std::u16string& Name() const { return m_name; }
     IUnknown* Object() { return m_object.Get(); }
     /// A page of the plug-in, or null.
-    ComPtr<IPropertyPage> MakePage(const GUID& pageId);
+    tarn::ComPtr<IPropertyPage> MakePage(const GUID& pageId);
 
 private:
     void Send(const GUID& id, uint32_t flags);
 
-    Module m_module;
+    tarn::Module m_module;
     QmOPTPlug_CreateOPTPropertyPageProc m_createPage = nullptr;
     QmOPTPlug_UpdateKernelLCIDProc m_updateLcid = nullptr;
     Project& m_project;
     Project::Seat m_seat;
     std::u16string m_name;
-    ComPtr<IUnknown> m_object;
-    ComPtr<IMPInitialise> m_initialise;
-    ComPtr<IMPEventFilter> m_filter;
+    tarn::ComPtr<IUnknown> m_object;
+    tarn::ComPtr<IMPInitialise> m_initialise;
+    tarn::ComPtr<IMPEventFilter> m_filter;
 };
 
 }  // namespace host

@@ -9,6 +9,8 @@
 #include <condition_variable>
 #include <thread>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -89,7 +89,7 @@ public:
     /// The same for one plug-in with a place of its own, from which controls can be sent to it alone. Its
     /// preferences are kept with the session, or for the user.
     struct Seat {
-        ComPtr<IUnknown> host;
+        tarn::ComPtr<IUnknown> host;
         uint32_t number;
     };
     enum class Keeps { ForSession, ForUser };

@@ -102,7 +102,7 @@ private:
 
     Preferences m_userPreferences;  // under m_lock
     std::mutex m_filterLock;
-    std::vector<ComPtr<IMPEventFilter>> m_filters;
+    std::vector<tarn::ComPtr<IMPEventFilter>> m_filters;
 
 public:
     std::unique_ptr<MidiPorts> midi;  ///< its thread calls all of the above: the first to go

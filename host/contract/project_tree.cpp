@@ -2,6 +2,8 @@
 #include "host/contract/host_object.h"
 #include "host/contract/time.h"
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

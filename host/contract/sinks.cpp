@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 namespace host {
 
 HRESULT SinkList::Add(IUnknown* listener, uint32_t* cookie, uint32_t seat) {

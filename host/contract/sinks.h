@@ -43,7 +43,8 @@ public:
 private:
     struct Connection {
         uint32_t cookie, seat;
-        ComPtr<IUnknown> listener;  ///< the pointer of the point's own interface; null once it is removed
+        tarn::ComPtr<IUnknown>
+            listener;  ///< the pointer of the point's own interface; null once it is removed
         std::vector<std::thread::id> callers;
     };
     /// A call in progress, which Remove waits for.
@@ -58,7 +59,7 @@ private:
     private:
         SinkList& m_list;
         Connection& m_connection;
-        ComPtr<IUnknown> m_listener;
+        tarn::ComPtr<IUnknown> m_listener;
     };
     std::vector<std::shared_ptr<Connection>> Current();
 

@@ -14,6 +14,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+using namespace tarn;
+
 namespace fs = std::filesystem;
 
 namespace host {

@@ -10,6 +10,8 @@
 #include <memory>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace fs = std::filesystem;
 
 namespace host {

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <memory>
 
+using namespace tarn;
+
 namespace host {
 
 namespace {

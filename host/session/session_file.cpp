@@ -3,6 +3,8 @@
 
 #include "platform/file.h"
 
+using namespace tarn;
+
 namespace host {
 
 namespace {

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 std::atomic<const Inat*> current = nullptr;
@@ -57,11 +59,11 @@ uint32_t Tell(uint32_t index, char16_t* out, size_t capacity) {
 
 }  // namespace
 
-Separator::Separator(std::u16string_view source) {
+tarn::Separator::Separator(std::u16string_view source) {
     length = static_cast<uint32_t>(source.copy(text, std::size(text) - 1));
 }
 
-const Inat& CurrentInat() {
+const Inat& tarn::CurrentInat() {
     static const Inat plain;  // until a language is open, and where memory is out
     const Inat* inat = current;
     if (void (*const read)() = inat ? nullptr : reader.load()) {
@@ -73,7 +75,7 @@ const Inat& CurrentInat() {
 
 /// Keeps every block that differs: a thread may still be printing with an old one, and a user has few
 /// locales.
-void PublishInat(std::unique_ptr<Inat> inat) {
+void tarn::PublishInat(std::unique_ptr<Inat> inat) {
     static std::mutex guard;
     static auto& all = *new std::vector<std::unique_ptr<const Inat>>;
     const std::lock_guard lock(guard);
@@ -83,7 +85,7 @@ void PublishInat(std::unique_ptr<Inat> inat) {
     current = all.back().get();
 }
 
-void SetInatReader(void (*read)()) { reader = read; }
+void tarn::SetInatReader(void (*read)()) { reader = read; }
 
 extern "C" {
 

@@ -34,6 +34,8 @@ QM_API uint32_t QmGetInatN(uint32_t index, char16_t* out, uint32_t capacity);
 
 }  // extern "C"
 
+namespace tarn {
+
 /// A separator; cut to 8 characters, as long as any locale's.
 struct Separator {
     char16_t text[9] = {};
@@ -64,3 +66,5 @@ const Inat& CurrentInat();
 void PublishInat(std::unique_ptr<Inat> inat);
 /// Called, once, where the block is asked for before any was published; it publishes one.
 void SetInatReader(void (*reader)());
+
+}  // namespace tarn

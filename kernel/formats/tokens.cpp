@@ -8,6 +8,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 /// The name and, behind its terminator, the value follow in the same block.

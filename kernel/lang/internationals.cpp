@@ -6,6 +6,8 @@
 
 #include <new>
 
+using namespace tarn;
+
 namespace {
 
 std::unique_ptr<Inat> ReadInat(HQMLANG lang) {

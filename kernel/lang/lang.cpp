@@ -16,6 +16,8 @@
 #include <new>
 #include <string_view>
 
+using namespace tarn;
+
 struct QMLANG {
     HINSTANCE module;
     uint32_t hasLock;
@@ -253,7 +255,7 @@ BOOL IsQMLANGSTRINGID(HQMLANG, const void* pointer) { return !IsId(pointer) && I
 
 }  // extern "C"
 
-char16_t* QmLang_TemporaryText(HQMLANG lang, uint32_t characters) {
+char16_t* tarn::QmLang_TemporaryText(HQMLANG lang, uint32_t characters) {
     if (!lang || characters > lang->ringReserve) return nullptr;
     const CriticalSectionLock lock(lang->lock);
     if (lang->ringAt > lang->ringSize - lang->ringReserve) lang->ringAt = 0;
@@ -262,7 +264,7 @@ char16_t* QmLang_TemporaryText(HQMLANG lang, uint32_t characters) {
     return slot;
 }
 
-HQMLANG KernelLang() {
+HQMLANG tarn::KernelLang() {
     // Without memory for it every text falls back, and so do all callers of a null handle.
     static MadeOnce<HQMLANG> lang;
     return lang.Get([] {

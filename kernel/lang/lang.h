@@ -90,6 +90,8 @@ QM_API void QmLang_GetInternationals(HQMLANG lang);
 
 }  // extern "C"
 
+namespace tarn {
+
 /// A slot of the temporary ring for `characters`; null without a ring, or for more than its reserve.
 QM_API char16_t* QmLang_TemporaryText(HQMLANG lang, uint32_t characters);
 
@@ -99,3 +101,5 @@ QM_API HQMLANG KernelLang();
 inline const char16_t* KernelText(const QMLANGSTRINGID& record) {
     return QmGetString(KernelLang(), reinterpret_cast<const char16_t*>(&record));
 }
+
+}  // namespace tarn

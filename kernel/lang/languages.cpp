@@ -9,6 +9,8 @@
 #include <cctype>
 #include <string>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t PRIMARY_CHINESE = 4, PRIMARY_PORTUGUESE = 22;
@@ -54,16 +56,16 @@ std::u16string Iso3Name(uint32_t lcid) {
 
 }  // namespace
 
-std::span<const LanguageInfo, QMLANG_SLOTS> Languages() { return LANGUAGES; }
+std::span<const LanguageInfo, QMLANG_SLOTS> tarn::Languages() { return LANGUAGES; }
 
-uint32_t TranslatedLanguages(HINSTANCE module) {
+uint32_t tarn::TranslatedLanguages(HINSTANCE module) {
     uint32_t languages = 0;
     for (uint32_t slot = 1; slot <= QMLANG_SLOTS; slot++)
         if (HasStringResources(module, slot)) languages |= 1u << (slot - 1);
     return languages;
 }
 
-uint32_t SlotOfLcid(uint32_t lcid) {
+uint32_t tarn::SlotOfLcid(uint32_t lcid) {
     const uint32_t wanted = QmLang_GetConditionedLCID(lcid);
     const auto matches = [&](const LanguageInfo& l) { return QmLang_GetConditionedLCID(l.lcid) == wanted; };
     const LanguageInfo* at = std::find_if(std::begin(LANGUAGES), std::end(LANGUAGES), matches);

@@ -6,6 +6,8 @@
 
 #include <span>
 
+namespace tarn {
+
 struct LanguageInfo {
     uint32_t lcid;
     const char* code;              ///< BCP 47, "pt-BR"
@@ -22,3 +24,5 @@ inline constexpr uint32_t SLOT_ENGLISH = 1;
 
 /// The slot, 1 to QMLANG_SLOTS, whose language has the same main form as `lcid`; English without one.
 uint32_t SlotOfLcid(uint32_t lcid);
+
+}  // namespace tarn

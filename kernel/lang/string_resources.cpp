@@ -5,6 +5,8 @@
 #include <shared_mutex>
 #include <utility>
 
+using namespace tarn;
+
 namespace {
 
 // Modules register while they are loaded, so neither may need an initialiser of this file to have run.
@@ -18,20 +20,20 @@ const char16_t* FindIn(std::span<const StringRow> rows, uint32_t id) {
 
 }  // namespace
 
-ModuleStrings::ModuleStrings(HINSTANCE module, std::span<const StringTable> tables)
+tarn::ModuleStrings::ModuleStrings(HINSTANCE module, std::span<const StringTable> tables)
     : m_module(module), m_tables(tables) {
     const std::lock_guard lock(guard);
     m_next = std::exchange(first, this);
 }
 
-ModuleStrings::~ModuleStrings() {
+tarn::ModuleStrings::~ModuleStrings() {
     const std::lock_guard lock(guard);
     ModuleStrings** at = &first;
     while (*at != this) at = &(*at)->m_next;
     *at = m_next;
 }
 
-const char16_t* FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id) {
+const char16_t* tarn::FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id) {
     const std::shared_lock lock(guard);
     for (const ModuleStrings* strings = first; strings; strings = strings->m_next) {
         if (strings->m_module != module) continue;
@@ -42,7 +44,7 @@ const char16_t* FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id)
     return nullptr;
 }
 
-bool HasStringResources(HINSTANCE module, uint32_t slot) {
+bool tarn::HasStringResources(HINSTANCE module, uint32_t slot) {
     const std::shared_lock lock(guard);
     for (const ModuleStrings* strings = first; strings; strings = strings->m_next)
         if (strings->m_module == module && std::ranges::count(strings->m_tables, slot, &StringTable::slot))

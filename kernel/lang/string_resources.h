@@ -11,6 +11,8 @@
 /// The runtime's own name for the module that a piece of code was linked into.
 extern "C" __attribute__((visibility("hidden"))) void* __dso_handle;
 
+namespace tarn {
+
 /// The module of the caller.
 static inline HINSTANCE ThisInstance() { return &__dso_handle; }
 
@@ -46,3 +48,5 @@ private:
 const char16_t* FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id);
 /// Whether the module has any text in that language.
 bool HasStringResources(HINSTANCE module, uint32_t slot);
+
+}  // namespace tarn

@@ -8,6 +8,8 @@
 #include <atomic>
 #include <memory>
 
+using namespace tarn;
+
 namespace {
 
 std::atomic<HQMMETRIC> chosen = nullptr;

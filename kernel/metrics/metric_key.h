@@ -8,7 +8,7 @@
 
 struct QMMETRIC {
     char16_t path[QMMETRIC_PATH_CHARACTERS];
-    StoreKeyPtr key;  ///< null when the settings can't be reached
+    tarn::StoreKeyPtr key;  ///< null when the settings can't be reached
 };
 
 inline constexpr char16_t METRIC_COMPANY[] = u"Brena Creative Software";
@@ -17,4 +17,4 @@ inline constexpr char16_t METRIC_COMPANY[] = u"Brena Creative Software";
 std::u16string ApplicationPath(const char16_t* company, const char16_t* application, uint32_t version);
 
 /// The key behind a handle, the default's for QMMETRIC_DEFAULT; null without one.
-StoreKey* KeyOf(HQMMETRIC handle);
+tarn::StoreKey* KeyOf(HQMMETRIC handle);

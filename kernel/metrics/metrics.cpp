@@ -8,6 +8,8 @@
 #include <cstring>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t NAME_CHARACTERS = 12;

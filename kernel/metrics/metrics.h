@@ -23,8 +23,8 @@ inline constexpr uint32_t QMMETRIC_BINARY = 3;
 inline constexpr uint32_t QMMETRIC_NUMBER = 4;
 inline constexpr uint32_t QMMETRIC_MULTI_TEXT = 7;
 
-inline constexpr HRESULT QM_E_WRONG_TYPE = StatusCode(0x8004E00A);
-inline constexpr HRESULT QM_E_MORE_DATA = StatusCode(0x8004E03C);
+inline constexpr HRESULT QM_E_WRONG_TYPE = tarn::StatusCode(0x8004E00A);
+inline constexpr HRESULT QM_E_MORE_DATA = tarn::StatusCode(0x8004E03C);
 
 /// Of a key's path, with the terminator.
 inline constexpr uint32_t QMMETRIC_PATH_CHARACTERS = 260;

@@ -5,6 +5,8 @@
 #include "platform/guarded.h"
 #include "platform/user_language.h"
 
+using namespace tarn;
+
 namespace {
 
 constexpr std::u16string_view VALUE = u"ULangID";

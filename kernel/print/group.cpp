@@ -3,6 +3,8 @@
 #include "kernel/print/number_text.h"
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace {
 
 bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }

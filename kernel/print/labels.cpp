@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <limits>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t LABEL_CHARACTERS = 26;

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <type_traits>
 
+using namespace tarn;
+
 namespace {
 
 template <class Number>

@@ -7,6 +7,8 @@
 #include <limits>
 #include <string_view>
 
+using namespace tarn;
+
 namespace {
 
 using Token = std::u16string_view;

@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <utility>
 
+using namespace tarn;
+
 namespace {
 
 constexpr char16_t NO_TEXT[] = u"(null)";

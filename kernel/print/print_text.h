@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace tarn {
+
 /// Values must be what the format's directives read: int32_t, int64_t, double, const char16_t*. [any-thread]
 template <class... Values>
 std::u16string PrintText(const char16_t* format, Values... values) {
@@ -21,3 +23,5 @@ std::u16string PrintText(const char16_t* format, Values... values) {
     longer.resize(length);
     return longer;
 }
+
+}  // namespace tarn

@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t LIMIT = 1024;
@@ -34,7 +36,7 @@ bool Print(Setter* set, HWND window, int32_t control, const char16_t* format, va
 
 }  // namespace
 
-void SetWindowTextService(const WindowTextService* service) { current = service; }
+void tarn::SetWindowTextService(const WindowTextService* service) { current = service; }
 
 extern "C" {
 

@@ -7,6 +7,8 @@
 
 #include "kernel/lang/lang.h"
 
+namespace tarn {
+
 struct WindowTextService {
     /// The window itself, or its control of that number; both return false when it does not exist.
     bool (*get)(HWND window, int32_t control, char16_t* out, uint32_t capacity);
@@ -17,6 +19,8 @@ inline constexpr int32_t WINDOW_ITSELF = -1;
 
 /// The service lives as long as the process. Null takes it away. [page-thread]
 QM_API void SetWindowTextService(const WindowTextService* service);
+
+}  // namespace tarn
 
 extern "C" {
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace tarn {
+
 namespace {
 constexpr std::string_view kSpace = " \t\r\f\v";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -76,3 +78,5 @@ std::string IniFile::Text() const {
     for (const Line& line : m_lines) text.append(line.raw).append(1, '\n');
     return text;
 }
+
+}  // namespace tarn

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+namespace tarn {
+
 class IniFile {
 public:
     IniFile() = default;
@@ -28,3 +30,5 @@ private:
     };
     std::vector<Line> m_lines;
 };
+
+}  // namespace tarn

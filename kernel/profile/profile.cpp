@@ -8,6 +8,8 @@
 #include <charconv>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace {
 constexpr size_t kLimit = 1 << 20;
 
@@ -32,7 +34,7 @@ BOOL WriteNumber(const char16_t* section, const char16_t* key, Number value, con
 }
 }  // namespace
 
-HRESULT ReadIniFile(const std::filesystem::path& path, IniFile& out) {
+HRESULT tarn::ReadIniFile(const std::filesystem::path& path, IniFile& out) {
     std::error_code ignored;
     std::string bytes, error;
     if (!std::filesystem::is_regular_file(path, ignored) || !ReadWholeFile(path, kLimit, bytes, error))
@@ -41,7 +43,7 @@ HRESULT ReadIniFile(const std::filesystem::path& path, IniFile& out) {
     return S_OK;
 }
 
-COLORREF ColorFromText(std::string_view text) {
+COLORREF tarn::ColorFromText(std::string_view text) {
     const bool redFirst = text.starts_with('#');
     if (redFirst)
         text.remove_prefix(1);
@@ -55,7 +57,7 @@ COLORREF ColorFromText(std::string_view text) {
     return (value & 0xFF) << 16 | (value & 0xFF00) | value >> 16;
 }
 
-std::string TextFromColor(COLORREF color) {
+std::string tarn::TextFromColor(COLORREF color) {
     char text[11];
     std::snprintf(text, sizeof text, "0x%06X", color);
     return text;

@@ -8,6 +8,8 @@
 
 #include <filesystem>
 
+namespace tarn {
+
 inline constexpr COLORREF PROFILE_BAD_COLOR = 0x00F000F0;  ///< what an unreadable colour reads as
 
 /// The file's lines; 0x8004E007 when there is no such file, or it is a folder, or it can't be read.
@@ -16,6 +18,8 @@ QM_API HRESULT ReadIniFile(const std::filesystem::path& path, IniFile& out);
 /// A colour as hexadecimal digits of a COLORREF, with or without "0x", or as #RRGGBB.
 QM_API COLORREF ColorFromText(std::string_view text);
 QM_API std::string TextFromColor(COLORREF color);
+
+}  // namespace tarn
 
 extern "C" {
 /// `absent` when there is no such value, PROFILE_BAD_COLOR when it is no colour.

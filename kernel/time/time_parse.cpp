@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+using namespace tarn;
+
 namespace {
 
 constexpr double PER_SECOND = static_cast<double>(NANO_TIME_PER_SECOND);

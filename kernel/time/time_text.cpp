@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <string_view>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t TEXT_CAPACITY = 64;
@@ -161,7 +163,7 @@ constexpr Kind KINDS[POSITION_FORMATS] = {
 
 }  // namespace
 
-const char16_t* PrintFormatOfTime(uint32_t format, bool isShort) {
+const char16_t* tarn::PrintFormatOfTime(uint32_t format, bool isShort) {
     if (format >= POSITION_FORMATS) return WHOLE;
     return isShort ? KINDS[format].shortFormat : KINDS[format].longFormat;
 }

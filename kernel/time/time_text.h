@@ -44,5 +44,8 @@ QM_API int32_t QmTicksToText(char16_t* out, const _qmposfmt* format, uint32_t ti
 
 }  // extern "C"
 
+namespace tarn {
+
 /// The print format of a format number; that of raw units for an unknown one.
 QM_API const char16_t* PrintFormatOfTime(uint32_t format, bool isShort);
+}  // namespace tarn

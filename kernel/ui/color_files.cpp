@@ -6,6 +6,8 @@
 #include "platform/guarded.h"
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace {
 constexpr const char* kDefaultSection = "colors";
 

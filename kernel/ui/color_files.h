@@ -5,14 +5,16 @@
 
 #include "platform/types.h"
 
+namespace tarn {
 class IniFile;
+}  // namespace tarn
 
 /// QmSaveUIColors: also the palette's colours that differ from the defaults.
 inline constexpr uint32_t UICOLORS_PALETTE = 1;
 
 /// Sets every named colour. A system colour that the section does not name goes back to the window system, a
 /// palette colour to its default; an unreadable one becomes 0xF000F0.
-void ApplyUIColors(const IniFile& file, const char* section);
+void ApplyUIColors(const tarn::IniFile& file, const char* section);
 
 extern "C" {
 /// section null: "colors". 0x8004E007 when there is no such file.

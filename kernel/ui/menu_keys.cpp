@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 struct NamedKey {
     uint32_t key, scan;

@@ -16,6 +16,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 struct QMMENUBUTTON {
     uint32_t oldType;
     uintptr_t oldData;

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 struct Pixels {
     tQMSKINBMP bmp{};

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 constexpr COLORREF kClipGround = 0x2C35B3;  // dark red
 

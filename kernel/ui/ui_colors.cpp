@@ -14,6 +14,8 @@
 #include <map>
 #include <optional>
 
+using namespace tarn;
+
 namespace {
 constexpr int32_t kSystemCount = UICOLOR_SYSTEM_COUNT, kPaletteFirst = UICOLOR_PALETTE_FIRST,
                   kPaletteLast = UICOLOR_PALETTE_LAST;

@@ -10,6 +10,8 @@
 #include <QVariant>
 #include <QWidget>
 
+using namespace tarn;
+
 namespace {
 
 QWidget* Find(HWND window, int32_t control) {

@@ -3,6 +3,8 @@
 
 #include <QGuiApplication>
 
+using namespace tarn;
+
 namespace {
 
 void Apply(bool rightToLeft) {

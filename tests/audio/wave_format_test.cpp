@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint8_t PCM_SUB_FORMAT[16] = {1, 0, 0, 0, 0, 0, 0x10, 0, 0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};

@@ -12,6 +12,8 @@
 
 #include <functional>
 
+using namespace tarn;
+
 namespace {
 
 class Page : public ::testing::Test {

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {

@@ -7,6 +7,8 @@
 
 #include <map>
 
+using namespace tarn;
+
 namespace {
 struct Store {
     std::map<uint32_t, uint32_t> numbers;

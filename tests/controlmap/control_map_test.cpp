@@ -12,6 +12,8 @@
 #include <map>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 struct Site : ControlMapSite {
     std::vector<BankChannel> channels;

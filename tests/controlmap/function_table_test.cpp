@@ -9,6 +9,8 @@
 #include <cstring>
 #include <filesystem>
 
+using namespace tarn;
+
 namespace {
 constexpr const char* NAMES = R"(<?xml version="1.0"?>
 <functiontables>

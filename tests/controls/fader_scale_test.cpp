@@ -9,6 +9,8 @@
 #include <cmath>
 #include <limits>
 
+using namespace tarn;
+
 namespace {
 FaderScale Scale(int32_t min, int32_t max, bool taper) {
     FaderScale scale;

@@ -23,6 +23,8 @@
 #include <fstream>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 using namespace host;

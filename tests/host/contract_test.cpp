@@ -12,6 +12,8 @@
 #include <limits>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 using namespace host;

@@ -16,6 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace tarn;
+
 namespace fs = std::filesystem;
 using namespace host;
 

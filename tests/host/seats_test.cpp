@@ -7,6 +7,8 @@
 
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 using namespace host;
 

@@ -10,7 +10,8 @@ mv "$work/stage" "$work/there"
 
 export PKG_CONFIG_PATH=$(dirname "$(find "$work/there" -name tarn-kernel.pc)")
 flags=$(pkg-config --cflags --libs tarn-kernel)
-c++ -Wall -Werror $sanitize -o "$work/program" "$sources/program.cpp" $flags
+(cd "$work"/there/include/tarn && find . -name '*.h' -printf '#include <%P>\n') > "$work/every_header.h"
+c++ -std=c++20 -Wall -Werror $sanitize -I "$work" -o "$work/program" "$sources/program.cpp" $flags
 libraries=$(dirname "$PKG_CONFIG_PATH")
 told=$(LD_LIBRARY_PATH=$libraries "$work/program" "$work/a.wav")
 [ "$told" = "-12.5 dB, a wave: 1" ] || { echo "the program said: $told"; exit 1; }

@@ -16,8 +16,8 @@ int main() {
         std::memcpy(&create, &entry, sizeof create);
         IUnknown* object = nullptr;
         IMPInitialise* initialise = nullptr;
-        if (!create || Failed(create(&object))) return 1;
-        if (Failed(object->QueryInterface(IID_IMPInitialise, reinterpret_cast<void**>(&initialise))))
+        if (!create || tarn::Failed(create(&object))) return 1;
+        if (tarn::Failed(object->QueryInterface(IID_IMPInitialise, reinterpret_cast<void**>(&initialise))))
             return 1;
         initialise->Release();
         object->Release();

@@ -5,6 +5,8 @@
 
 #include <sys/mman.h>
 
+using namespace tarn;
+
 namespace {
 using Ints = std::vector<int32_t>;
 

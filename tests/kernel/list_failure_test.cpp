@@ -6,6 +6,8 @@
 #include <functional>
 #include <string>
 
+using namespace tarn;
+
 namespace {
 /// All that an observer sees of a list: the record's words and the items, a heap list's blocks too.
 std::string Snapshot(HQMLIST list) {

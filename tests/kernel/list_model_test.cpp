@@ -5,6 +5,8 @@
 #include <array>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 /// What the items of a kind look like. An id stands for one item; 0 is an empty slot.
 struct Kind {

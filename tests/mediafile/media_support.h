@@ -31,7 +31,7 @@ protected:
     ~MediaTest() override { std::filesystem::remove_all(m_folder); }
 
     std::string Path(const std::string& name) const { return (m_folder / name).string(); }
-    std::u16string WidePath(const std::string& name) const { return Utf16FromUtf8(Path(name)); }
+    std::u16string WidePath(const std::string& name) const { return tarn::Utf16FromUtf8(Path(name)); }
 
     OwnedHandle Open(const std::string& name, QmFileCreation creation = FILE_OPEN_EXISTING) const {
         OwnedHandle file(QmFile_Open(WidePath(name).c_str(), FILE_ACCESS_READ_WRITE, creation));

@@ -5,10 +5,12 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
-constexpr GUID ONE = "{00000001-0000-0000-0000-000000000001}"_guid,
-               TWO = "{00000002-0000-0000-0000-000000000002}"_guid;
+constexpr GUID ONE = tarn::Guid("{00000001-0000-0000-0000-000000000001}"),
+               TWO = tarn::Guid("{00000002-0000-0000-0000-000000000002}");
 
 class Riff64 : public MediaTest {
 protected:

@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t AAAA = FourCC("aaaa"), BBBB = FourCC("bbbb"), CCCC = FourCC("cccc"), INFO = FourCC("INFO"),

@@ -9,6 +9,8 @@
 
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 struct Row {

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 WAVEFORMATEX Format(QMSAMPLETYPE type = QMSAMPLE_PCM16, uint32_t channels = 2) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace tarn;
+
 namespace {
 TEST(Module, FindsFunctionsAndNamesWhatIsMissing) {
     std::string error;

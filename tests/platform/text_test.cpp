@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace {
 TEST(Text, Utf8GoesBothWays) {
     struct Row {

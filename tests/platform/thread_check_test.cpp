@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace tarn;
+
 namespace {
 TEST(ThreadCheck, TellsThreadsApart) {
     ThreadCheck check;

@@ -9,6 +9,8 @@
 
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 void AddChannels(FakeHost& host) {

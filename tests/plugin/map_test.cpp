@@ -14,6 +14,8 @@
 #include <filesystem>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 /// A surface of four strips without a scale: a fader's travel is the gain.
 class SurfacePlugin final : public COPTControlPlugin {

@@ -12,9 +12,9 @@ public:
         s_seen = 0;
         s_nth = nth;
         s_onwards = onwards;
-        SetMemGate(&Gate);
+        tarn::SetMemGate(&Gate);
     }
-    ~FailAlloc() { SetMemGate(nullptr); }
+    ~FailAlloc() { tarn::SetMemGate(nullptr); }
     FailAlloc(const FailAlloc&) = delete;
     FailAlloc& operator=(const FailAlloc&) = delete;
 

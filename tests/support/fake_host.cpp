@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 FakeHost::FakeHost() {
     m_container.host = m_tree.host = m_store.host = m_times.host = m_ports.host = m_channels.host =
         m_catalog.host = this;
@@ -251,7 +253,7 @@ HRESULT FakeHost::Ports::GetPorts(uint32_t, MPPORTARRAY* out) {
     std::lock_guard guard(host->lock);
     out->ports = static_cast<MPPORT*>(CoTaskMemAlloc(sizeof(MPPORT) * (host->ports.size() + 1)));
     for (const uint64_t port : host->ports) {
-        GUID guid = "{00000000-0000-0000-0000-000000000000}"_guid;
+        GUID guid = tarn::Guid("{00000000-0000-0000-0000-000000000000}");
         guid.Data4[7] = static_cast<uint8_t>(port);
         out->ports[out->count++] = {port, guid, CoTaskMemString(u"Port")};
     }

@@ -99,7 +99,7 @@ private:
     };
     struct Point : Object<IConnectionPoint> {
         GUID iid;
-        std::vector<std::pair<uint32_t, ComPtr<IUnknown>>> sinks;
+        std::vector<std::pair<uint32_t, tarn::ComPtr<IUnknown>>> sinks;
         HRESULT GetConnectionInterface(GUID*) override { return E_NOTIMPL; }
         HRESULT GetConnectionPointContainer(IConnectionPointContainer**) override { return E_NOTIMPL; }
         HRESULT Advise(IUnknown* sink, uint32_t* cookie) override;

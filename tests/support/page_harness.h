@@ -40,5 +40,5 @@ public:
 
 private:
     PageSite m_site;
-    ComPtr<IPropertyPage> m_page;
+    tarn::ComPtr<IPropertyPage> m_page;
 };

@@ -6,6 +6,8 @@
 
 #include <filesystem>
 
+using namespace tarn;
+
 namespace {
 
 namespace fs = std::filesystem;

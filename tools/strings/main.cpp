@@ -63,7 +63,8 @@ void WriteResources(const Catalog& catalog, const std::string& type, std::ofstre
 
     std::vector<TextEntry> sorted = catalog.entries;
     std::ranges::sort(sorted, {}, &TextEntry::id);
-    source << "// Made from resources/strings.\n#include \"kernel/lang/string_resources.h\"\n\nnamespace {\n";
+    source << "// Made from resources/strings.\n#include \"kernel/lang/string_resources.h\"\n\nusing "
+              "namespace tarn;\n\nnamespace {\n";
     std::ostringstream tables;
     for (size_t slot = 0; slot < SLOTS; slot++) {
         std::ostringstream rows;

@@ -12,6 +12,8 @@
 
 #include <array>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t kFirstIcon = 100, kIcons = 7, kFirstScale = 200;
 }  // namespace

@@ -24,6 +24,8 @@
 #include <array>
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 constexpr int kTick = 33;  // milliseconds
 constexpr LONG kGain[] = {-720, 120};

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t PIECE_BYTES = 1 << 20;

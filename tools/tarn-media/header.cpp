@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace {
 
 bool IsWave64(const HeaderOptions& options, const std::string& path) {

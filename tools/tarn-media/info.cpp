@@ -8,6 +8,8 @@
 #include <cinttypes>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace {
 
 std::string FormatText(const _qmwaveformat& format) {

@@ -15,6 +15,8 @@
 
 #include <unistd.h>
 
+using namespace tarn;
+
 namespace fs = std::filesystem;
 
 namespace {

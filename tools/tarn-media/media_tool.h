@@ -42,7 +42,7 @@ public:
     void Commit();
 
 private:
-    ReplacingFile m_new;
+    tarn::ReplacingFile m_new;
     OwnedFile m_file;
 };
 

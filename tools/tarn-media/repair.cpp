@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace {
 
 /// "take.wav" to "take.repaired.wav".

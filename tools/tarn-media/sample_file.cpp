@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t AIFC_VERSION = 0xA2805140;  // of May 23, 1990, the only one

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace {
 
 struct Arguments {

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+using namespace tarn;
+
 namespace {
 
 struct Type {

@@ -15,6 +15,6 @@ std::optional<uint32_t> TypeNamed(std::string_view name);
 uint32_t TypeByName(std::u16string_view name);
 
 /// A number, a text, bytes in hexadecimal, or texts in lines.
-std::string ShownValue(const StoreEntry& entry);
+std::string ShownValue(const tarn::StoreEntry& entry);
 /// The bytes to store for a typed value; empty with the reason when it is none of its type.
 std::optional<std::string> ParsedValue(uint32_t type, const std::string& text, std::string& error);

@@ -8,11 +8,11 @@
 
 #include <string>
 
-inline constexpr StringRow ENGLISH_ROWS[] = {
+inline constexpr tarn::StringRow ENGLISH_ROWS[] = {
     {15, u"Fifteen"}, {16, u"Sixteen"}, {1020, u"Mixing Console"}, {1021, u"^*Marked"}, {65535, u"Last"}};
-inline constexpr StringRow GERMAN_ROWS[] = {{16, u"Sechzehn"}, {1020, u"Mischpult"}};
-inline constexpr StringRow FRENCH_ROWS[] = {{1020, u"Console de mixage"}};
-inline constexpr StringTable TEST_TABLES[] = {{1, ENGLISH_ROWS}, {3, GERMAN_ROWS}, {5, FRENCH_ROWS}};
+inline constexpr tarn::StringRow GERMAN_ROWS[] = {{16, u"Sechzehn"}, {1020, u"Mischpult"}};
+inline constexpr tarn::StringRow FRENCH_ROWS[] = {{1020, u"Console de mixage"}};
+inline constexpr tarn::StringTable TEST_TABLES[] = {{1, ENGLISH_ROWS}, {3, GERMAN_ROWS}, {5, FRENCH_ROWS}};
 
 class LangTest : public testing::Test {
 protected:
@@ -27,11 +27,11 @@ protected:
     }
     ~LangTest() override {
         for (const HQMLANG lang : m_opened) QmLang_Close(lang);
-        QmLang_UpdateKernelLCID(nullptr, LCID_ENGLISH_US);
+        QmLang_UpdateKernelLCID(nullptr, tarn::LCID_ENGLISH_US);
     }
     static std::u16string Text(HQMLANG lang, uint32_t id) { return QmGetString(lang, QmTextId(id)); }
 
     int m_module = 0;
-    ModuleStrings m_strings{&m_module, TEST_TABLES};
+    tarn::ModuleStrings m_strings{&m_module, TEST_TABLES};
     std::vector<HQMLANG> m_opened;
 };

@@ -5,6 +5,8 @@
 
 #include <malloc.h>
 
+using namespace tarn;
+
 namespace {
 
 QMLANGSTRINGID Record(std::initializer_list<const char16_t*> texts) {

@@ -2,6 +2,8 @@
 
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 TEST_F(LangTest, AnyThreadLooksTextsUp) {

@@ -17,7 +17,7 @@ protected:
     }
     ~HomeTest() override { std::filesystem::remove_all(m_home); }
 
-    std::filesystem::path Database() const { return StorePath(StoreScope::User); }
+    std::filesystem::path Database() const { return tarn::StorePath(tarn::StoreScope::User); }
 
     const std::filesystem::path m_home =
         std::filesystem::path(testing::TempDir()) /

@@ -6,6 +6,8 @@
 #include <new>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 /// Allocations of this thread until one fails; none does below 0.
 thread_local int allocationsLeft = -1;

@@ -2,6 +2,8 @@
 
 #include "home_fixture.h"
 
+using namespace tarn;
+
 namespace {
 
 class UserLcid : public HomeTest {};

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 class InatTest : public LocaleTest {};

@@ -4,6 +4,8 @@
 
 #include <limits>
 
+using namespace tarn;
+
 namespace {
 
 class Labels : public LocaleTest {};

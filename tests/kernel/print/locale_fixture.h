@@ -14,7 +14,7 @@ protected:
     ~LocaleTest() override { Use(""); }
 
     static void Use(const char* locale) {
-        SetUserLocale(locale);
-        QmLang_GetInternationals(KernelLang());
+        tarn::SetUserLocale(locale);
+        QmLang_GetInternationals(tarn::KernelLang());
     }
 };

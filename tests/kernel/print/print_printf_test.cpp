@@ -8,6 +8,8 @@
 #include <limits>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 class Formats {

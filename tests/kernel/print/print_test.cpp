@@ -10,6 +10,8 @@
 #include <memory>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 class Print : public LocaleTest {};

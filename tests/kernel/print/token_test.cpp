@@ -4,6 +4,8 @@
 #include <atomic>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 
 TEST(PrintToken, IsFoundWhateverItsCase) {

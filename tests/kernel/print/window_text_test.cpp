@@ -8,6 +8,8 @@
 
 #include <map>
 
+using namespace tarn;
+
 namespace {
 
 std::map<std::pair<HWND, int32_t>, std::u16string> texts;

@@ -9,6 +9,8 @@
 #include <cmath>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 constexpr int64_t SECOND = NANO_TIME_PER_SECOND;

@@ -20,6 +20,8 @@
 
 #include <functional>
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t kSeparator = 0xFFFFFFFF;
 

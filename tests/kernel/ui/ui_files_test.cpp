@@ -18,6 +18,8 @@
 #include <fstream>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 struct Folder {
     QTemporaryDir dir;

@@ -10,7 +10,6 @@ using namespace tarn;
 namespace {
 
 constexpr uint32_t NEVER_ALONG = KIND_NO_STRIP | KIND_SPECIAL;
-constexpr uint32_t MASK_TOUCHED_VOLUME = MASK_AUTOMATION | MASK_VOLUME;
 
 int32_t Clamp(const ChannelEntry& entry, int32_t position) {
     return entry.IsMidi() ? std::clamp(position, 0, MIDI_POSITION_MAX)

@@ -15,6 +15,6 @@ int main(int, char** argv) {
     WAVEFORMATEX format;
     QmAudio_InitWfx(&format, 48000, QMSAMPLE_PCM24, 2);
     if (tarn::Failed(QmInitializeWav(path.c_str(), &format, FILE_CREATE_ALWAYS))) return 1;
-    std::printf("%s, a wave: %d\n", tarn::Utf8FromUtf16(PrintText(u"%.1z dB", -125)).c_str(),
+    std::printf("%s, a wave: %d\n", tarn::Utf8FromUtf16(tarn::PrintText(u"%.1z dB", -125)).c_str(),
                 QmFileIsWave(path.c_str(), 0));
 }

@@ -22,7 +22,7 @@ void CopyText(char16_t* out, uint32_t length, const char16_t* text) {
 }
 
 struct ChannelsRow {
-    uint32_t mask, channels;
+    uint32_t mask = 0, channels = 0;
     const QMLANGSTRINGID& text;
     bool withLfe = false;
 };
@@ -213,7 +213,7 @@ void QmAudio_GetFormatText(const _qmwaveformat* format, char16_t* out, uint32_t 
     if (length == 0) return;
     PartList parts(out, length);
     if (format->IsForeign() && (flags & FORMAT_TEXT_AS_PCM)) {
-        _qmwaveformat pcm;
+        _qmwaveformat pcm{};
         pcm.Init(format->sampleRate, format->bitsPerSample <= 16 ? QMSAMPLE_PCM16 : QMSAMPLE_PCM24,
                  format->channels, format->channelMask, sizeof pcm);
         return AddFormat(parts, pcm, flags);

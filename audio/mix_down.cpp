@@ -16,7 +16,8 @@ void MixFrame(uint8_t* d, const uint8_t* s, int64_t channels) {
     if constexpr (TYPE == QMSAMPLE_PCM8 && MIX == Mix::Average) {
         int64_t sum = 0;
         for (int64_t c = 0; c < channels; c++) sum += LoadWhole<TYPE>(s + c) * 256;
-        StoreValue<TYPE>(d, static_cast<double>(sum / channels) / 32768);
+        const int64_t average = sum / channels;
+        StoreValue<TYPE>(d, static_cast<double>(average) / 32768);
     } else {
         double sum = ScaledValue<TYPE>(s, 1.0f);
         for (int64_t c = 1; c < channels; c++) sum += ScaledValue<TYPE>(s + c * BYTES, 1.0f);
@@ -73,6 +74,7 @@ void MixDown(void* dst, const void* src, int64_t channels, int64_t frames) {
     if (channels != 2)
         mix(channels, [=](uint8_t* to, const uint8_t* from) { MixFrame<TYPE, MIX>(to, from, channels); });
     else if constexpr (Sample<TYPE>::IS_FLOAT)
+        // NOLINTNEXTLINE(bugprone-branch-clone): a type has one of the branches
         mix(2, [](uint8_t* to, const uint8_t* from) { MixFrame<TYPE, MIX>(to, from, 2); });
     else if constexpr (Sample<TYPE>::BITS <= 24 && !Sample<TYPE>::IS_BIG_ENDIAN)
         MixWords<TYPE, MIX>(d, s, frames);

@@ -116,7 +116,7 @@ HRESULT CControlMap::RebuildLists() {
 HRESULT CControlMap::OnEvent(const MPEVENTREC& event, bool peekOnly) {
     if (!(m_state & MAPSTATE_ENABLED)) return S_FALSE;
     const uint32_t flags = FlagsOfState(m_state);
-    MPFUNCTIONMAP waiting;
+    MPFUNCTIONMAP waiting{};
     {
         const std::scoped_lock lock(m_listLock);
         const MPEVENTREC* held = m_held.type == MPNULL ? nullptr : &m_held;

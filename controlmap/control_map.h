@@ -115,8 +115,8 @@ private:
     struct Strip {
         MPCHANNELID id{};
         uint32_t kind = 0;  ///< KIND_ of the channel
-        std::array<TakeoverState, MIXER_PARAMETER_COUNT> takeover;
-        std::array<float, MIXER_PARAMETER_COUNT> sent;
+        std::array<TakeoverState, MIXER_PARAMETER_COUNT> takeover{};
+        std::array<float, MIXER_PARAMETER_COUNT> sent{};
         std::array<ParameterGesture, MIXER_PARAMETER_COUNT> gestures;
         std::map<uint32_t, bool> lamps;                ///< by function and index; absent: not sent yet
         std::map<uint32_t, std::u16string> sentTexts;  ///< by function

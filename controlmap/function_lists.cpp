@@ -17,7 +17,7 @@ void ClearRows(Rows& rows) {
 bool FunctionLists::Add(const FUNCTIONTABLE& table) {
     FunctionLists added;
     for (const MPFUNCTIONMAP* row = table.rows; row && row->commandType != ECMDTYPE_NULL; row++) {
-        MPFUNCTIONMAP copy;
+        MPFUNCTIONMAP copy{};
         if (Failed(CopyFunctionRow(copy, *row))) return false;
         Rows& rows = row->commandType == ECMDTYPE_SEND ? added.m_send : added.m_receive;
         rows[{row->group, row->function}].push_back(copy);

@@ -69,7 +69,7 @@ void FunctionRows::Clear() {
 void FunctionRows::Add(std::span<const MPFUNCTIONMAP> rows) {
     m_rows.reserve(m_rows.size() + rows.size());
     for (const MPFUNCTIONMAP& row : rows) {
-        MPFUNCTIONMAP copy;
+        MPFUNCTIONMAP copy{};
         if (Failed(CopyFunctionRow(copy, row))) throw std::bad_alloc();
         m_rows.push_back(copy);
     }

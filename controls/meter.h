@@ -91,7 +91,7 @@ struct METERCHANNEL {
     int32_t shownClip;
 };
 
-struct tQMMETER {
+struct tQMMETER {  // NOLINT(cppcoreguidelines-pro-type-member-init): made with zeros
     uint32_t style, state;
     ControlHost* window;  ///< never null
     uint32_t id;

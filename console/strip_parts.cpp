@@ -171,7 +171,7 @@ Strip::PartNodes& Strip::Nodes() const {
     if (m_nodes.empty())
         for (const StripPart& part : PARTS)
             if (part.role != Role::None && part.parent == ELEMENT_NONE && !part.area(*this).IsEmpty()) {
-                auto& strip = const_cast<Strip&>(*this);  // NOLINT(*-const-cast): its nodes act on it
+                auto& strip = const_cast<Strip&>(*this);
                 m_nodes.push_back(
                     std::make_unique<PartNode>(strip, part, strip, static_cast<int>(m_nodes.size())));
             }

@@ -61,7 +61,7 @@ void ControlWindow::Paint(const PaintInfo& paint) {
 void ControlWindow::Refresh() {
     WindowPainter painter(*this);
     if (!painter || !m_class.drawChanges || (m_focused && !m_class.showsFocus)) return InvalidateAll();
-    RECT changed;
+    RECT changed{};
     if (m_class.drawChanges(m_record.get(), &*painter, &changed)) painter.Drawn(changed);
 }
 

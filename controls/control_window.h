@@ -30,15 +30,15 @@ struct ControlFace {
 };
 
 struct ControlClass {
-    const char16_t* name;
-    size_t recordSize;
-    void (*init)(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id);
-    void (*deinit)(void* record);
-    void (*move)(void* record, const RECT* rect);
-    void (*draw)(void* record, QPainter* painter);
-    intptr_t (*message)(void* record, uint32_t message, uintptr_t wparam, intptr_t lparam);
-    ControlFace face;
-    bool showsFocus;  ///< the control draws its focus itself
+    const char16_t* name = nullptr;
+    size_t recordSize = 0;
+    void (*init)(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) = nullptr;
+    void (*deinit)(void* record) = nullptr;
+    void (*move)(void* record, const RECT* rect) = nullptr;
+    void (*draw)(void* record, QPainter* painter) = nullptr;
+    intptr_t (*message)(void* record, uint32_t message, uintptr_t wparam, intptr_t lparam) = nullptr;
+    ControlFace face{};
+    bool showsFocus = false;  ///< the control draws its focus itself
     /// Paints over the last paint what changed since; null: it is all painted.
     BOOL (*drawChanges)(void* record, QPainter* painter, RECT* changed) = nullptr;
 };

@@ -210,7 +210,7 @@ bool PaintWhole(tQMMETER& m, QPainter& p, const MeterLayout& layout, MeterBars* 
 RECT PaintBarsChanges(tQMMETER& m, QPainter& p, const MeterBars& bars, const DevicePixels& device) {
     QRect touched;
     for (uint32_t i = 0; i < m.channels; i++) {
-        int32_t low, high;
+        int32_t low = 0, high = 0;
         if (PaintBarChanges(m, p, bars, i, &low, &high)) touched |= bars.Part(i, low, high - low);
     }
     return touched.isEmpty() ? RECT{} : device.Unmap(touched);
@@ -235,7 +235,7 @@ BOOL MeterInst_DrawChanges(tQMMETER* meter, QPainter* painter, RECT* changed) {
     if (m.client.IsEmpty()) return 0;
     const MeterLayout layout = MeterLayoutOf(m);
     const int32_t line = DeviceLine(*painter);
-    bool known;
+    bool known = false;
     {
         const DevicePixels device(*painter);
         MeterBars bars = MeterBarsIn(m, device.Map(layout.bars), line);

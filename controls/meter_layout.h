@@ -21,11 +21,11 @@ int32_t MeterMinLength(const tQMMETER& meter);
 
 /// The bars of the channels in the well, all of one width.
 struct MeterBars {
-    int32_t length;       ///< along the scale
-    int32_t width;        ///< of one bar
-    int32_t first, step;  ///< across: of the first bar, and from one to the next
+    int32_t length = 0;           ///< along the scale
+    int32_t width = 0;            ///< of one bar
+    int32_t first = 0, step = 0;  ///< across: of the first bar, and from one to the next
     QRect well;
-    bool vertical;
+    bool vertical = false;
 
     /// From the well's edge to the end of a bar.
     int32_t Margin() const { return ((vertical ? well.height() : well.width()) - length) / 2; }

@@ -155,7 +155,7 @@ std::u16string PanText(PanPoint at) {
         {&KS_Pan_Center_Rear, &KS_Pan_Center_Center, &KS_Pan_Center_Front},
         {&KS_Pan_Right_Rear, &KS_Pan_Right_Center, &KS_Pan_Right_Front},
     };
-    const auto sign = [](int32_t v) { return static_cast<size_t>((v > 0) - (v < 0) + 1); };
+    const auto sign = [](int32_t v) { return v < 0 ? 0 : v > 0 ? 2 : 1; };
     const char16_t* format = KernelText(*kTexts[sign(a)][sign(b)]);
     if (a != 0) return PrintText(format, std::abs(a), std::abs(b));
     return PrintText(format, std::abs(b));

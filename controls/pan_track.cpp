@@ -150,7 +150,8 @@ const NudgeKey* FindNudge(uint32_t key) {
 bool IsPlaceKey(uint32_t key) { return key > VK_NUMPAD0 && key <= VK_NUMPAD9; }
 
 void JumpTo(tQMPAN& p, uint32_t digit, bool onCircle) {
-    PanPoint point{static_cast<double>(digit % 3) - 1, static_cast<double>(digit / 3) - 1};
+    const uint32_t column = digit % 3, row = digit / 3;
+    PanPoint point{static_cast<double>(column) - 1, static_cast<double>(row) - 1};
     const double length = std::hypot(point.x, point.y);
     if (onCircle && length > 0) point = {point.x / length, point.y / length};
     PanSet(p, point.x, point.y, PAN_TRACK);

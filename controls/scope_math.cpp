@@ -12,7 +12,7 @@ constexpr int32_t kSines = 512;
 
 const std::array<float, kSines>& Sines() {
     static const std::array<float, kSines> table = [] {
-        std::array<float, kSines> t;
+        std::array<float, kSines> t{};
         for (size_t i = 0; i < t.size(); i++)
             t[i] = static_cast<float>(std::sin(2 * std::numbers::pi * static_cast<double>(i) / kSines));
         return t;

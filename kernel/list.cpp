@@ -48,7 +48,7 @@ bool MakeTable(tQMLIST* list, int32_t initialCount, int32_t growBy) {
     list->growBy = std::min(SlotsOrDefault(growBy), kLargestStep);
     const int64_t step = list->growBy;
     const int64_t slots = (SlotsOrDefault(initialCount) + step - 1) / step * step;
-    size_t bytes;
+    size_t bytes = 0;
     if (slots > INT32_MAX || __builtin_mul_overflow(static_cast<size_t>(slots), list->itemSize, &bytes))
         return false;
     list->data = static_cast<uint8_t*>(MemAlloc(bytes));
@@ -124,7 +124,7 @@ HRESULT QmList_ConvertToInPlace(HQMLIST* list, tQMLIST* record) {
 }
 
 BOOL QmList_IsList(const void* list, uint32_t size) {
-    tQMLIST record;
+    tQMLIST record{};
     return size == sizeof(record) && ReadOwnMemory(list, &record, sizeof(record)) &&
            record.magic == QMLIST_MAGIC;
 }

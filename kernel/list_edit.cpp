@@ -31,7 +31,7 @@ private:
 
 HRESULT qmlist::Grow(tQMLIST* list, int64_t slots) {
     const int64_t total = list->allocated + (slots < 1 ? list->growBy : RoundUp(slots, list->growBy));
-    size_t bytes;
+    size_t bytes = 0;
     if (total > INT32_MAX || __builtin_mul_overflow(static_cast<size_t>(total), list->itemSize, &bytes))
         return E_OUTOFMEMORY;
     const size_t oldBytes = static_cast<size_t>(list->allocated) * list->itemSize;

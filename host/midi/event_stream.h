@@ -8,7 +8,7 @@
 namespace host {
 
 struct ReceivedEvent {
-    uint64_t port;
+    uint64_t port = 0;
     MidiEvent event;
     bool consumed = false;
 };

@@ -56,7 +56,7 @@ int32_t CompareId(uintptr_t, const void* key, const void* item) {
 
 bool IsRecord(const void* pointer) {
     if (!pointer || reinterpret_cast<uintptr_t>(pointer) % 4 != 0) return false;
-    uint16_t marker;  // a text may end after its first character
+    uint16_t marker = 0;  // a text may end after its first character
     std::memcpy(&marker, pointer, sizeof marker);
     return marker == QMLANGSTRINGID_MARKER;
 }
@@ -215,7 +215,7 @@ void QmSetLangID(const char16_t* code) {
     constexpr size_t LETTERS = 3;
     char16_t letters[LETTERS + 1] = {};
     if (CopyText(letters, LETTERS + 1, code) == 0) CopyText(letters, LETTERS + 1, u"ENU");
-    uint64_t packed;  // read and written as one
+    uint64_t packed = 0;  // read and written as one
     static_assert(sizeof packed == sizeof letters);
     std::memcpy(&packed, letters, sizeof packed);
     languageCode = packed;

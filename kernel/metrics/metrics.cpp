@@ -29,7 +29,7 @@ const char16_t* PrefixOf(uint32_t type) {
 }
 
 Name NameOf(int32_t id, uint32_t type) {
-    Name name;
+    Name name{};
     QmCchPrintF(name.text, NAME_CHARACTERS, nullptr, u"%s%u", PrefixOf(type), Magnitude(id));
     return name;
 }

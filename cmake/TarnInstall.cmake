@@ -22,12 +22,13 @@ file(RELATIVE_PATH modules_from_programs /${CMAKE_INSTALL_BINDIR} /${TARN_MODULE
 target_compile_definitions(mixhost PRIVATE INSTALLED_MODULES="${modules_from_programs}")
 
 # Headers that need no window system, without those that families share among their own sources.
-foreach(room platform kernel audio mediafile contract)
+foreach(room platform kernel audio image mediafile contract)
   install(DIRECTORY ${room} DESTINATION ${TARN_HEADERS_DIR} FILES_MATCHING
     PATTERN *.h
     PATTERN *_internal.h EXCLUDE
     PATTERN ui EXCLUDE
-    PATTERN copy EXCLUDE)
+    PATTERN copy EXCLUDE
+    PATTERN rows EXCLUDE)
 endforeach()
 install(FILES ${CMAKE_BINARY_DIR}/strings/kernel/lang/kernel_strings.h DESTINATION ${TARN_HEADERS_DIR}/kernel/lang)
 install(DIRECTORY resources/themes DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn FILES_MATCHING PATTERN *.ini)

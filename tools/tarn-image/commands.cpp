@@ -1,0 +1,120 @@
+#include "image/composite.h"
+#include "image/scale.h"
+#include "tools/tarn-image/image_tool.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+constexpr double MOST_PIXELS = INT32_MAX / Q14_ONE;
+
+/// In 1/16384 pixel. Throws where that does not hold it.
+LONG ToQ14(double value, const std::string& file) {
+    if (!(std::abs(value) <= MOST_PIXELS))
+        throw Complaint(file, "no place or size beyond 131071 pixels", EXIT_USAGE);
+    return static_cast<LONG>(std::lround(value * Q14_ONE));
+}
+
+/// Rotations take pixels of whole bytes.
+QMPIXELTYPE WholeBytes(QMPIXELTYPE type) {
+    switch (type) {
+    case QMPIXEL_GRAY1:
+    case QMPIXEL_GRAY2:
+    case QMPIXEL_GRAY4: return QMPIXEL_GRAY8;
+    case QMPIXEL_PAL1:
+    case QMPIXEL_PAL4:
+    case QMPIXEL_PAL8: return QMPIXEL_RGB24;
+    default: return IsVideo(type) ? QMPIXEL_RGB24 : type;
+    }
+}
+
+}  // namespace
+
+int Info(const Options& o) {
+    const OwnedDib dib = ReadImage(o.input);
+    const QMPIXELTYPE type = QmGetPixelType(dib.get());
+    uint8_t bits[4];
+    const uint32_t all = QmGetPixelBitsPerChannel(type, bits);
+    const uint32_t colors = all <= 8 && bits[3] < 2 ? dib->biClrUsed : 0;
+    if (o.json) {
+        const nlohmann::json json = {{"file", o.input},
+                                     {"width", dib->biWidth},
+                                     {"height", std::abs(dib->biHeight)},
+                                     {"type", NameOf(type)},
+                                     {"bits_per_pixel", all},
+                                     {"bits_per_channel", {bits[0], bits[1], bits[2], bits[3]}},
+                                     {"colors", colors},
+                                     {"bytes", dib->biSizeImage}};
+        std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+        return EXIT_FINE;
+    }
+    std::printf("%s: %d x %d pixels, %s, %u bits a pixel", o.input.c_str(), dib->biWidth,
+                std::abs(dib->biHeight), NameOf(type), all);
+    if (colors) std::printf(", %u colors", colors);
+    std::printf(", %u bytes\n", dib->biSizeImage);
+    return EXIT_FINE;
+}
+
+int Convert(const Options& o) {
+    OwnedDib dib = ReadImage(o.input);
+    if (!o.type.empty()) dib = As(dib, TypeByName(o.type), o.output);
+    WriteImage(o.output, dib, o.quality);
+    return EXIT_FINE;
+}
+
+int Scale(const Options& o) {
+    const OwnedDib dib = ReadImage(o.input);
+    const QMPIXELTYPE working = WorkingType(dib);
+    const OwnedDib src = ToWork(dib, working, o.input);
+    if (o.size.x != std::floor(o.size.x) || o.size.y != std::floor(o.size.y) || o.size.x > MOST_PIXELS ||
+        o.size.y > MOST_PIXELS)
+        throw Complaint(o.output, "the size is of whole pixels, 131071 at most", EXIT_USAGE);
+    OwnedDib dst =
+        NewImage(working, static_cast<int32_t>(o.size.x), static_cast<int32_t>(o.size.y), o.output);
+    const SIZE from{src->biWidth, std::abs(src->biHeight)}, to{dst->biWidth, dst->biHeight};
+    // Rows lie alike in both, so that it does not matter from where they are counted.
+    const auto scale = o.filter == "bicubic" ? QmDibScale_BiCubic : QmDibScale_Bilinear;
+    Check(scale(QmDibBits(dst.get()), &to, static_cast<int32_t>(QmDibStride(dst.get())), nullptr,
+                QmDibBits(src.get()), &from, static_cast<int32_t>(QmDibStride(src.get())), nullptr,
+                working == QMPIXEL_RGBAFLOAT ? 16 : 4),
+          o.output);
+    WriteImage(o.output, FromWork(std::move(dst), QmGetPixelType(dib.get()), o.output), o.quality);
+    return EXIT_FINE;
+}
+
+int Composite(const Options& o) {
+    const OwnedDib base = ReadImage(o.input), over = ReadImage(o.over);
+    const QMPIXELTYPE working = WorkingType(base);
+    OwnedDib dst = ToWork(base, working, o.input);
+    const OwnedDib src = ToWork(over, working, o.over);
+    const double width = o.hasSize ? o.size.x : src->biWidth,
+                 height = o.hasSize ? o.size.y : std::abs(src->biHeight);
+    const RECT to{ToQ14(o.at.x, o.output), ToQ14(o.at.y, o.output), ToQ14(o.at.x + width, o.output),
+                  ToQ14(o.at.y + height, o.output)};
+    QMCOMPOSITEPARAMS params{sizeof params, o.mode, {}};
+    Check(QmDibComposite(dst.get(), nullptr, &to, 0, src.get(), nullptr, nullptr, 0, &params,
+                         COMPOSITE_SUBPIXEL),
+          o.output);
+    WriteImage(o.output, FromWork(std::move(dst), QmGetPixelType(base.get()), o.output), o.quality);
+    return EXIT_FINE;
+}
+
+int Rotate(const Options& o) {
+    OwnedDib dib = ReadImage(o.input);
+    const QMPIXELTYPE type = WholeBytes(QmGetPixelType(dib.get()));
+    if (type != QmGetPixelType(dib.get())) dib = As(dib, type, o.output);
+    const int32_t width = dib->biWidth, height = std::abs(dib->biHeight);
+    const bool isHalf = o.angle == "180";
+    const OwnedDib dst = NewImage(type, isHalf ? width : height, isHalf ? height : width, o.output);
+    const QMDIBREF to = Ref(dst), from = Ref(dib);
+    if (isHalf)
+        Check(QmDibRotate180(&to, &from), o.output);
+    else
+        Check(QmDibRotate90(&to, &from, o.angle == "90" ? DIB_ROTATE_CLOCKWISE : DIB_ROTATE_COUNTERCLOCKWISE),
+              o.output);
+    WriteImage(o.output, dst, o.quality);
+    return EXIT_FINE;
+}

@@ -28,7 +28,8 @@ foreach(room platform kernel audio image mediafile contract)
     PATTERN *_internal.h EXCLUDE
     PATTERN ui EXCLUDE
     PATTERN copy EXCLUDE
-    PATTERN rows EXCLUDE)
+    PATTERN rows EXCLUDE
+    PATTERN opencl EXCLUDE)
 endforeach()
 install(FILES ${CMAKE_BINARY_DIR}/strings/kernel/lang/kernel_strings.h DESTINATION ${TARN_HEADERS_DIR}/kernel/lang)
 install(DIRECTORY resources/themes DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn FILES_MATCHING PATTERN *.ini)

@@ -1,4 +1,5 @@
 #include "image/composite.h"
+#include "image/dib_opencl.h"
 #include "image/scale.h"
 #include "tools/tarn-image/image_tool.h"
 
@@ -29,6 +30,26 @@ QMPIXELTYPE WholeBytes(QMPIXELTYPE type) {
     case QMPIXEL_PAL8: return QMPIXEL_RGB24;
     default: return IsVideo(type) ? QMPIXEL_RGB24 : type;
     }
+}
+
+/// The programs that the commands need, while it lives. Throws where there is no device.
+class Device {
+public:
+    Device() {
+        if (Failed(DibComposite_OpenCL_Initialize())) throw Complaint("", "no OpenCL device is there");
+        if (Succeeded(DibCopy_OpenCL_Initialize())) return;
+        DibComposite_OpenCL_Shutdown();
+        throw Complaint("", "the OpenCL device does not take its programs");
+    }
+    ~Device() {
+        DibCopy_OpenCL_Shutdown();
+        DibComposite_OpenCL_Shutdown();
+    }
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+};
+std::unique_ptr<Device> DeviceOf(const Options& o) {
+    return o.device == "opencl" ? std::make_unique<Device>() : nullptr;
 }
 
 }  // namespace
@@ -75,11 +96,17 @@ int Scale(const Options& o) {
     OwnedDib dst =
         NewImage(working, static_cast<int32_t>(o.size.x), static_cast<int32_t>(o.size.y), o.output);
     const SIZE from{src->biWidth, std::abs(src->biHeight)}, to{dst->biWidth, dst->biHeight};
+    const auto device = DeviceOf(o);
+    if (device && o.filter == "bicubic")
+        throw Complaint("", "the OpenCL device scales bilinearly", EXIT_USAGE);
+    const QMCOMPOSITEPARAMS replace{sizeof replace, COMPOSITE_REPLACE, {}};
     // Rows lie alike in both, so that it does not matter from where they are counted.
     const auto scale = o.filter == "bicubic" ? QmDibScale_BiCubic : QmDibScale_Bilinear;
-    Check(scale(QmDibBits(dst.get()), &to, static_cast<int32_t>(QmDibStride(dst.get())), nullptr,
-                QmDibBits(src.get()), &from, static_cast<int32_t>(QmDibStride(src.get())), nullptr,
-                working == QMPIXEL_RGBAFLOAT ? 16 : 4),
+    Check(device
+              ? QmDibCompositeOCL(dst.get(), nullptr, nullptr, 0, src.get(), nullptr, nullptr, 0, &replace, 0)
+              : scale(QmDibBits(dst.get()), &to, static_cast<int32_t>(QmDibStride(dst.get())), nullptr,
+                      QmDibBits(src.get()), &from, static_cast<int32_t>(QmDibStride(src.get())), nullptr,
+                      working == QMPIXEL_RGBAFLOAT ? 16 : 4),
           o.output);
     WriteImage(o.output, FromWork(std::move(dst), QmGetPixelType(dib.get()), o.output), o.quality);
     return EXIT_FINE;
@@ -95,8 +122,11 @@ int Composite(const Options& o) {
     const RECT to{ToQ14(o.at.x, o.output), ToQ14(o.at.y, o.output), ToQ14(o.at.x + width, o.output),
                   ToQ14(o.at.y + height, o.output)};
     QMCOMPOSITEPARAMS params{sizeof params, o.mode, {}};
-    Check(QmDibComposite(dst.get(), nullptr, &to, 0, src.get(), nullptr, nullptr, 0, &params,
-                         COMPOSITE_SUBPIXEL),
+    const auto device = DeviceOf(o);
+    if (device && ((to.left | to.top | to.right | to.bottom) & (Q14_ONE - 1)))
+        throw Complaint("", "the OpenCL device places whole pixels", EXIT_USAGE);
+    const auto composite = device ? QmDibCompositeOCL : QmDibComposite;
+    Check(composite(dst.get(), nullptr, &to, 0, src.get(), nullptr, nullptr, 0, &params, COMPOSITE_SUBPIXEL),
           o.output);
     WriteImage(o.output, FromWork(std::move(dst), QmGetPixelType(base.get()), o.output), o.quality);
     return EXIT_FINE;
@@ -110,10 +140,13 @@ int Rotate(const Options& o) {
     const bool isHalf = o.angle == "180";
     const OwnedDib dst = NewImage(type, isHalf ? width : height, isHalf ? height : width, o.output);
     const QMDIBREF to = Ref(dst), from = Ref(dib);
+    const auto device = DeviceOf(o);
+    const auto half = device ? QmDibRotate180OCL : QmDibRotate180;
+    const auto quarter = device ? QmDibRotate90OCL : QmDibRotate90;
     if (isHalf)
-        Check(QmDibRotate180(&to, &from), o.output);
+        Check(half(&to, &from), o.output);
     else
-        Check(QmDibRotate90(&to, &from, o.angle == "90" ? DIB_ROTATE_CLOCKWISE : DIB_ROTATE_COUNTERCLOCKWISE),
+        Check(quarter(&to, &from, o.angle == "90" ? DIB_ROTATE_CLOCKWISE : DIB_ROTATE_COUNTERCLOCKWISE),
               o.output);
     WriteImage(o.output, dst, o.quality);
     return EXIT_FINE;

@@ -34,6 +34,10 @@ void AddOutput(CLI::App* command, Options& o) {
     command->add_option("--quality", o.quality, "of JPEG, 1 to 100")->check(CLI::Range(1, 100));
 }
 
+void AddDevice(CLI::App* command, Options& o) {
+    command->add_option("--device", o.device, "cpu or opencl")->check(CLI::IsMember({"cpu", "opencl"}));
+}
+
 void AddSize(CLI::App* command, Options& o, const char* help) {
     command->add_option_function<std::string>(
         "--size",
@@ -81,6 +85,7 @@ int main(int argc, char** argv) {
     AddSize(command, o, "WIDTHxHEIGHT in whole pixels");
     command->get_option("--size")->required();
     command->add_option("--filter", o.filter)->check(CLI::IsMember({"bilinear", "bicubic"}));
+    AddDevice(command, o);
 
     command = add("composite", "lay one image over another", Composite);
     command->add_option("BASE", o.input)->required();
@@ -95,11 +100,13 @@ int main(int argc, char** argv) {
         },
         "X,Y of its top left corner, with fractions of pixels");
     AddSize(command, o, "WIDTHxHEIGHT that it is scaled to, with fractions of pixels");
+    AddDevice(command, o);
 
     command = add("rotate", "by 90, 180 or 270 degrees clockwise", Rotate);
     command->add_option("IN", o.input)->required();
     AddOutput(command, o);
     command->add_option("ANGLE", o.angle)->required()->check(CLI::IsMember({"90", "180", "270"}));
+    AddDevice(command, o);
 
     command =
         add("frame", "a frame of raw or y4m video to a picture, or a picture to a .y4m, .yuv or .raw", Frame);

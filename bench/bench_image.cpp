@@ -112,7 +112,7 @@ void AddScales() {
     for (const SIZE size : {SIZE{1280, 720}, SIZE{3840, 2160}}) {
         const Shared dst = Keep(Noise(QMPIXEL_RGBA32_ALT, size.cx, size.cy));
         const uint64_t in = (*src)->biSizeImage, out = (*dst)->biSizeImage;
-        const std::string to = "/" + std::to_string(size.cy);
+        const std::string to = size.cy == 720 ? "/720" : "/2160";
         const auto add = [&](const char* name, auto scale) {
             RowOnOneAndTwo(name + to, in, out, [=] {
                 const SIZE from{WIDTH, HEIGHT};

@@ -62,7 +62,7 @@ void Clip(Range& range, int64_t bound, Range& other, double factor) {
 bool PrepareAxis(Range& dst, LONG dstSide, Range& src, LONG srcSide, int64_t& scale, int64_t& step) {
     constexpr int64_t LEAST = Q14_ONE / 16;
     const Range asked = src;
-    if (dst.Width() < LEAST || asked.Width() <= 0) return false;
+    if (dst.Width() < LEAST || asked.Width() < Q14_ONE) return false;
     const double factor = static_cast<double>(asked.Width()) / static_cast<double>(dst.Width());
     scale = static_cast<int64_t>(factor * Q14_ONE);
     Clip(src, Bound(srcSide), dst, 1 / factor);

@@ -19,6 +19,18 @@ LONG ToQ14(double value, const std::string& file) {
     return static_cast<LONG>(std::lround(value * Q14_ONE));
 }
 
+/// The picture's top row, and the bytes to the one below.
+struct TopRow {
+    uint8_t* first;
+    int32_t stride;
+};
+TopRow TopRowOf(const OwnedDib& dib) {
+    auto* bits = static_cast<uint8_t*>(QmDibBits(dib.get()));
+    const auto stride = static_cast<int32_t>(QmDibStride(dib.get()));
+    if (dib->biHeight < 0) return {bits, stride};
+    return {bits + int64_t{stride} * (dib->biHeight - 1), -stride};
+}
+
 /// Rotations take pixels of whole bytes.
 QMPIXELTYPE WholeBytes(QMPIXELTYPE type) {
     switch (type) {
@@ -100,12 +112,11 @@ int Scale(const Options& o) {
     if (device && o.filter == "bicubic")
         throw Complaint("", "the OpenCL device scales bilinearly", EXIT_USAGE);
     const QMCOMPOSITEPARAMS replace{sizeof replace, COMPOSITE_REPLACE, {}};
-    // Rows lie alike in both, so that it does not matter from where they are counted.
+    const TopRow source = TopRowOf(src), target = TopRowOf(dst);
     const auto scale = o.filter == "bicubic" ? QmDibScale_BiCubic : QmDibScale_Bilinear;
     Check(device
               ? QmDibCompositeOCL(dst.get(), nullptr, nullptr, 0, src.get(), nullptr, nullptr, 0, &replace, 0)
-              : scale(QmDibBits(dst.get()), &to, static_cast<int32_t>(QmDibStride(dst.get())), nullptr,
-                      QmDibBits(src.get()), &from, static_cast<int32_t>(QmDibStride(src.get())), nullptr,
+              : scale(target.first, &to, target.stride, nullptr, source.first, &from, source.stride, nullptr,
                       working == QMPIXEL_RGBAFLOAT ? 16 : 4),
           o.output);
     WriteImage(o.output, FromWork(std::move(dst), QmGetPixelType(dib.get()), o.output), o.quality);

@@ -13,32 +13,53 @@
 
 namespace {
 
-#define OPENCL_FUNCTIONS(X)                                                                                  \
-    X(clGetPlatformIDs)                                                                                      \
-    X(clGetDeviceIDs)                                                                                        \
-    X(clGetDeviceInfo)                                                                                       \
-    X(clCreateContext) X(clReleaseContext) X(clCreateCommandQueue) X(clReleaseCommandQueue)                  \
-        X(clCreateProgramWithSource) X(clCreateProgramWithBinary) X(clBuildProgram) X(clGetProgramInfo)      \
-            X(clReleaseProgram) X(clCreateKernel) X(clReleaseKernel) X(clSetKernelArg) X(clCreateBuffer)     \
-                X(clReleaseMemObject) X(clEnqueueNDRangeKernel) X(clEnqueueWriteBuffer)                      \
-                    X(clEnqueueWriteBufferRect) X(clEnqueueReadBufferRect) X(clFinish)
-
 struct OpenCL {
     Module module;
-#define DECLARE(name) decltype(&::name) name = nullptr;
-    OPENCL_FUNCTIONS(DECLARE)
-#undef DECLARE
+    decltype(&::clGetPlatformIDs) clGetPlatformIDs;
+    decltype(&::clGetDeviceIDs) clGetDeviceIDs;
+    decltype(&::clGetDeviceInfo) clGetDeviceInfo;
+    decltype(&::clCreateContext) clCreateContext;
+    decltype(&::clReleaseContext) clReleaseContext;
+    decltype(&::clCreateCommandQueue) clCreateCommandQueue;
+    decltype(&::clReleaseCommandQueue) clReleaseCommandQueue;
+    decltype(&::clCreateProgramWithSource) clCreateProgramWithSource;
+    decltype(&::clCreateProgramWithBinary) clCreateProgramWithBinary;
+    decltype(&::clBuildProgram) clBuildProgram;
+    decltype(&::clGetProgramInfo) clGetProgramInfo;
+    decltype(&::clReleaseProgram) clReleaseProgram;
+    decltype(&::clCreateKernel) clCreateKernel;
+    decltype(&::clReleaseKernel) clReleaseKernel;
+    decltype(&::clSetKernelArg) clSetKernelArg;
+    decltype(&::clCreateBuffer) clCreateBuffer;
+    decltype(&::clReleaseMemObject) clReleaseMemObject;
+    decltype(&::clEnqueueNDRangeKernel) clEnqueueNDRangeKernel;
+    decltype(&::clEnqueueWriteBuffer) clEnqueueWriteBuffer;
+    decltype(&::clEnqueueWriteBufferRect) clEnqueueWriteBufferRect;
+    decltype(&::clEnqueueReadBufferRect) clEnqueueReadBufferRect;
+    decltype(&::clFinish) clFinish;
 
     bool Load() {
         std::string error;
         module = Module::Load("libOpenCL.so.1", error);
-        if (!module) return false;
-#define FIND(name)                                                                                           \
-    name = module.Find<std::remove_pointer_t<decltype(&::name)>>(#name, error);                              \
-    if (!name) return false;
-        OPENCL_FUNCTIONS(FIND)
-#undef FIND
-        return true;
+        const auto find = [&]<class Function>(Function*& function, const char* name) {
+            function = module.Find<Function>(name, error);
+            return function != nullptr;
+        };
+        return module && find(clGetPlatformIDs, "clGetPlatformIDs") &&
+               find(clGetDeviceIDs, "clGetDeviceIDs") && find(clGetDeviceInfo, "clGetDeviceInfo") &&
+               find(clCreateContext, "clCreateContext") && find(clReleaseContext, "clReleaseContext") &&
+               find(clCreateCommandQueue, "clCreateCommandQueue") &&
+               find(clReleaseCommandQueue, "clReleaseCommandQueue") &&
+               find(clCreateProgramWithSource, "clCreateProgramWithSource") &&
+               find(clCreateProgramWithBinary, "clCreateProgramWithBinary") &&
+               find(clBuildProgram, "clBuildProgram") && find(clGetProgramInfo, "clGetProgramInfo") &&
+               find(clReleaseProgram, "clReleaseProgram") && find(clCreateKernel, "clCreateKernel") &&
+               find(clReleaseKernel, "clReleaseKernel") && find(clSetKernelArg, "clSetKernelArg") &&
+               find(clCreateBuffer, "clCreateBuffer") && find(clReleaseMemObject, "clReleaseMemObject") &&
+               find(clEnqueueNDRangeKernel, "clEnqueueNDRangeKernel") &&
+               find(clEnqueueWriteBuffer, "clEnqueueWriteBuffer") &&
+               find(clEnqueueWriteBufferRect, "clEnqueueWriteBufferRect") &&
+               find(clEnqueueReadBufferRect, "clEnqueueReadBufferRect") && find(clFinish, "clFinish");
     }
 };
 

@@ -13,7 +13,7 @@ set_target_properties(mixconsole mixsurface PROPERTIES INSTALL_RPATH "$ORIGIN/${
 install(TARGETS mixconsole mixsurface LIBRARY DESTINATION ${TARN_MODULES_DIR})
 install(DIRECTORY resources/surfaces DESTINATION ${TARN_MODULES_DIR} FILES_MATCHING PATTERN *.xml)
 
-set(programs mixhost tarn-demo tarn-gallery tarn-media tarn-settings)
+set(programs mixhost tarn-demo tarn-gallery tarn-image tarn-media tarn-settings)
 file(RELATIVE_PATH from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_programs}")
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -27,11 +27,13 @@ foreach(own platform/store_file kernel/block_heap kernel/list_internal kernel/me
     audio/sub_format)
   list(APPEND own_headers REGEX "/${own}[.]h$" EXCLUDE)
 endforeach()
-foreach(room platform kernel audio mediafile contract)
+foreach(room platform kernel audio image mediafile contract)
   install(DIRECTORY ${room} DESTINATION ${TARN_HEADERS_DIR} FILES_MATCHING
     PATTERN *.h
     PATTERN ui EXCLUDE
     PATTERN copy EXCLUDE
+    PATTERN rows EXCLUDE
+    PATTERN opencl EXCLUDE
     ${own_headers})
 endforeach()
 install(FILES ${CMAKE_BINARY_DIR}/strings/kernel/lang/kernel_strings.h DESTINATION ${TARN_HEADERS_DIR}/kernel/lang)

@@ -1,5 +1,7 @@
 #include "image/skin_bmp.h"
 
+#include "image/dib_copy.h"
+#include "image/pictures.h"
 #include "kernel/codes.h"
 #include "kernel/color_math.h"
 #include "platform/file.h"
@@ -7,9 +9,7 @@
 #include "platform/memory.h"
 #include "platform/text.h"
 
-#include <png.h>
-#include <turbojpeg.h>
-
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -60,46 +60,31 @@ uint32_t WithColor(uint32_t pixel, Change change) {
     return Multiplied(alpha << 24 | (color & 0xFF) << 16 | (color & 0xFF00) | (color >> 16 & 0xFF));
 }
 
-HRESULT LoadPng(tQMSKINBMP& bmp, const void* bytes, size_t size) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    const std::unique_ptr<png_image, void (*)(png_image*)> freed(&image, png_image_free);
-    if (!png_image_begin_read_from_memory(&image, bytes, size)) return QM_E_UNKNOWN_FORMAT;
-    if (const HRESULT hr = Allocate(bmp, image.width, image.height); Failed(hr)) return hr;
-    image.format = PNG_FORMAT_BGRA;  // in memory; 0xAARRGGBB as a word
-    if (!png_image_finish_read(&image, nullptr, bmp.pixels, 0, nullptr)) return QM_E_UNKNOWN_FORMAT;
+/// The picture's pixels, its colours multiplied with alpha, from the top.
+HRESULT Fill(tQMSKINBMP& bmp, const BITMAPINFOHEADER* picture) {
+    BITMAPINFOHEADER target;
+    HRESULT hr = QmDibInfo(nullptr, nullptr, &target, QMPIXEL_RGBA32_ALT, bmp.width, -bmp.height, nullptr, 0);
+    if (Succeeded(hr)) hr = QmDibCopy(&target, bmp.pixels, 0, picture, nullptr, 0, 0);
+    if (Failed(hr)) return hr;
     ForPixels(bmp, [&](uint32_t pixel) {
         if (pixel >> 24 != 0xFF) bmp.flags |= SKINBMP_ALPHA;
-        return Multiplied(pixel);
+        return pixel;
     });
     return S_OK;
-}
-
-HRESULT LoadJpeg(tQMSKINBMP& bmp, const void* bytes, size_t size) {
-    const std::unique_ptr<void, int (*)(tjhandle)> jpeg(tjInitDecompress(), tjDestroy);
-    if (!jpeg) return E_OUTOFMEMORY;
-    const auto* data = static_cast<const unsigned char*>(bytes);
-    int width = 0, height = 0, subsampling = 0, colorspace = 0;
-    if (tjDecompressHeader3(jpeg.get(), data, size, &width, &height, &subsampling, &colorspace) != 0)
-        return QM_E_UNKNOWN_FORMAT;
-    if (const HRESULT hr = Allocate(bmp, width, height); Failed(hr)) return hr;
-    const int result = tjDecompress2(jpeg.get(), data, size, reinterpret_cast<unsigned char*>(bmp.pixels),
-                                     width, 0, height, TJPF_BGRA, TJFLAG_LIMITSCANS);
-    return result == 0 ? S_OK : QM_E_UNKNOWN_FORMAT;
-}
-
-bool StartsWith(const void* bytes, size_t size, std::string_view magic) {
-    return size >= magic.size() && std::memcmp(bytes, magic.data(), magic.size()) == 0;
 }
 }  // namespace
 
 HRESULT QmSkin_Bmp_Load(tQMSKINBMP* bmp, const void* bytes, size_t size) {
     *bmp = {};
-    HRESULT hr = QM_E_UNKNOWN_FORMAT;
-    if (StartsWith(bytes, size, "\x89PNG"))
-        hr = LoadPng(*bmp, bytes, size);
-    else if (StartsWith(bytes, size, "\xFF\xD8\xFF"))
-        hr = LoadJpeg(*bmp, bytes, size);
+    BITMAPINFOHEADER info;
+    HRESULT hr = bytes ? QmDibPictureInfo(&info, bytes, size) : QM_E_UNKNOWN_FORMAT;
+    // Before the picture takes memory.
+    if (Succeeded(hr)) hr = Allocate(*bmp, info.biWidth, info.biHeight);
+    if (Failed(hr)) return hr;
+    BITMAPINFOHEADER* picture = nullptr;
+    hr = QmDibFromPicture(&picture, bytes, size);
+    const std::unique_ptr<BITMAPINFOHEADER, FreeDib> owned(picture);
+    if (Succeeded(hr)) hr = Fill(*bmp, picture);
     if (Failed(hr)) QmSkin_Bmp_Free(bmp);
     return hr;
 }

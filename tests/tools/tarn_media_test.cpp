@@ -1,10 +1,9 @@
 // The program itself: exit codes, messages, and that no original is harmed.
 #include "mediafile/wave_file.h"
 #include "tests/mediafile/media_support.h"
+#include "tests/support/program.h"
 
-#include <array>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 
 #include <sys/stat.h>
@@ -12,22 +11,9 @@
 
 namespace {
 
-struct Outcome {
-    int code;
-    std::string text;
-};
-
 class TarnMedia : public MediaTest {
 protected:
-    Outcome Run(const std::string& arguments) {
-        const std::string command = std::string(TARN_MEDIA) + " " + arguments + " 2>&1";
-        std::FILE* pipe = ::popen(command.c_str(), "r");
-        std::string text;
-        std::array<char, 256> line;
-        while (std::fgets(line.data(), line.size(), pipe)) text += line.data();
-        const int status = ::pclose(pipe);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text};
-    }
+    Outcome Run(const std::string& arguments) { return RunShell(std::string(TARN_MEDIA) + " " + arguments); }
     void MakeWave(const std::string& name, size_t frames = 1000) {
         Bytes samples(frames * 4);
         for (size_t i = 0; i < samples.size(); i++) samples[i] = static_cast<uint8_t>(i * 31);

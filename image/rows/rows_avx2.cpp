@@ -1,0 +1,17 @@
+#include "image/rows/simple_loops.h"
+#include "image/rows/vector_blends.h"
+#include "image/rows/vector_scaling.h"
+
+namespace {
+
+constexpr ImageRows Made() {
+    ImageRows rows{};
+    AddSimpleLoops(rows);
+    AddBlends<32>(rows);
+    AddScaling(rows);
+    return rows;
+}
+
+}  // namespace
+
+constexpr ImageRows IMAGE_ROWS_AVX2 = Made();

@@ -1,0 +1,152 @@
+// A frame of raw or y4m video to a picture, and a picture to a frame.
+#include "image/dib_copy.h"
+#include "image/video_layout.h"
+#include "tools/tarn-image/image_tool.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+using namespace tarn;
+
+namespace {
+
+/// How y4m names what lies as one of our types, but for the order of U and V.
+struct Chroma {
+    std::string_view name;
+    QMPIXELTYPE type;
+};
+// The first of a type is what is written.
+constexpr Chroma CHROMAS[] = {
+    {"420mpeg2", QMPIXEL_I420}, {"420jpeg", QMPIXEL_I420}, {"420paldv", QMPIXEL_I420}, {"420", QMPIXEL_I420},
+    {"420p10", QMPIXEL_PL10},   {"422", QMPIXEL_YV16},     {"444", QMPIXEL_YV24},      {"411", QMPIXEL_Y41B}};
+constexpr std::string_view MAGIC = "YUV4MPEG2";
+
+/// Where the frames of a file are, and what they are.
+struct Stream {
+    QMPIXELTYPE type = QMPIXEL_UNKNOWN;
+    int32_t width = 0, height = 0;
+    size_t first = 0;
+    bool isY4m = false, isFullRange = false;
+};
+
+Stream ReadY4mHeader(std::string_view bytes, const std::string& file) {
+    Stream stream;
+    stream.isY4m = true;
+    const size_t end = bytes.find('\n');
+    if (end == bytes.npos || end > 4096) throw Complaint(file, "at 0: the header has no end");
+    std::string_view chroma = "420";
+    size_t at = MAGIC.size();
+    while (at < end) {
+        const size_t next = std::min(bytes.find(' ', at + 1), end);
+        const std::string_view word = bytes.substr(at + 1, next - at - 1);
+        const auto number = [&](int32_t& value) {
+            const auto [stop, error] = std::from_chars(word.data() + 1, word.data() + word.size(), value);
+            if (error != std::errc() || stop != word.data() + word.size())
+                throw Complaint(file, "at " + std::to_string(at + 1) + ": a size that is no number");
+        };
+        if (word.starts_with('W')) number(stream.width);
+        if (word.starts_with('H')) number(stream.height);
+        if (word.starts_with('C')) chroma = word.substr(1);
+        if (word == "XCOLORRANGE=FULL") stream.isFullRange = true;
+        at = next;
+    }
+    const auto* row = std::ranges::find(CHROMAS, chroma, &Chroma::name);
+    if (row == std::end(CHROMAS))
+        throw Complaint(file, "frames of '" + std::string(chroma.substr(0, 32)) + "' are not supported");
+    stream.type = row->type;
+    stream.first = end + 1;
+    return stream;
+}
+
+/// Our codes of these types have V before U, the file has U first.
+void ExchangeChroma(const OwnedDib& dib) {
+    const VideoLayout* layout = FindVideoLayout(QmGetPixelType(dib.get()));
+    if (!layout || layout->kind != VideoKind::Planar || !layout->vFirst) return;
+    auto* bits = static_cast<uint8_t*>(QmDibBits(dib.get()));
+    const VideoPlanes planes = PlacePlanes(*layout, dib->biWidth, dib->biHeight);
+    std::swap_ranges(bits + planes.offset[2], bits + planes.offset[1], bits + planes.offset[1]);
+}
+
+uint32_t FlagsOf(const Options& o, int32_t height, bool isFullRange) {
+    constexpr int32_t FIRST_HD = 720;
+    const bool is709 = o.matrix.empty() ? height >= FIRST_HD : o.matrix == "bt709";
+    return (is709 ? DIB_COPY_BT709 : 0) | (isFullRange || o.isFullRange ? DIB_COPY_FULL_RANGE : 0);
+}
+
+QMPIXELTYPE VideoType(const Options& o) {
+    const QMPIXELTYPE type = TypeByName(o.type);
+    if (!o.type.empty() && !IsVideo(type))
+        throw Complaint(o.output, "'" + o.type + "' is no video", EXIT_USAGE);
+    return o.type.empty() ? QMPIXEL_I420 : type;
+}
+
+int ToVideo(const Options& o) {
+    const OwnedDib picture = ReadImage(o.input);
+    const QMPIXELTYPE type = VideoType(o);
+    const int32_t width = picture->biWidth, height = std::abs(picture->biHeight);
+    const OwnedDib frame = As(picture, type, o.output, FlagsOf(o, height, false));
+    std::string bytes;
+    if (ExtensionOf(o.output) == ".y4m") {
+        const auto* row = std::ranges::find(CHROMAS, type, &Chroma::type);
+        if (row == std::end(CHROMAS))
+            throw Complaint(o.output, "y4m holds i420, pl10, yv16, yv24 and y41b only", EXIT_USAGE);
+        ExchangeChroma(frame);
+        bytes = std::string(MAGIC) + " W" + std::to_string(width) + " H" + std::to_string(height) +
+                " F25:1 Ip A1:1 C" + std::string(row->name) + (o.isFullRange ? " XCOLORRANGE=FULL" : "") +
+                "\nFRAME\n";
+    }
+    bytes.append(static_cast<const char*>(QmDibBits(frame.get())), frame->biSizeImage);
+    WriteBytes(o.output, bytes);
+    return EXIT_FINE;
+}
+
+/// Where frame `index` begins; throws where the file ends before its end.
+size_t FindFrame(const Stream& stream, std::string_view bytes, uint64_t index, uint64_t size,
+                 const std::string& file) {
+    size_t at = stream.first;
+    for (uint64_t i = 0;; i++) {
+        if (stream.isY4m) {
+            const size_t end = bytes.find('\n', at);
+            if (end == bytes.npos || bytes.substr(at, 5) != "FRAME")
+                throw Complaint(file, "at " + std::to_string(at) + ": no frame " + std::to_string(i));
+            at = end + 1;
+        }
+        if (bytes.size() - at < size) throw Complaint(file, "ends within frame " + std::to_string(i));
+        if (i == index) return at;
+        at += size;
+    }
+}
+
+int FromVideo(const Options& o, const std::string& bytes) {
+    Stream stream;
+    if (bytes.starts_with(MAGIC)) {
+        stream = ReadY4mHeader(bytes, o.input);
+    } else {
+        if (!o.hasSize) throw Complaint(o.input, "raw video needs --size", EXIT_USAGE);
+        stream.type = VideoType(o);
+        stream.width = static_cast<int32_t>(std::min(o.size.x, double{INT32_MAX}));
+        stream.height = static_cast<int32_t>(std::min(o.size.y, double{INT32_MAX}));
+    }
+    uint32_t size = 0;
+    if (Failed(QmDibInfo(nullptr, &size, nullptr, stream.type, stream.width, stream.height, nullptr, 0)))
+        throw Complaint(o.input, "no frame has " + std::to_string(stream.width) + " x " +
+                                     std::to_string(stream.height) + " pixels");
+    const size_t at = FindFrame(stream, bytes, o.index, size, o.input);
+    const OwnedDib frame = NewImage(stream.type, stream.width, stream.height, o.input);
+    std::memcpy(QmDibBits(frame.get()), bytes.data() + at, size);
+    if (stream.isY4m) ExchangeChroma(frame);
+    uint8_t bits[4];
+    QmGetPixelBitsPerChannel(stream.type, bits);
+    const QMPIXELTYPE type = bits[0] > 8 ? QMPIXEL_RGBA64 : QMPIXEL_RGB24;
+    WriteImage(o.output, As(frame, type, o.output, FlagsOf(o, stream.height, stream.isFullRange)), o.quality);
+    return EXIT_FINE;
+}
+
+}  // namespace
+
+int Frame(const Options& o) {
+    const std::string extension = ExtensionOf(o.output);
+    const bool isVideo = extension == ".y4m" || extension == ".yuv" || extension == ".raw";
+    return isVideo ? ToVideo(o) : FromVideo(o, ReadBytes(o.input));
+}

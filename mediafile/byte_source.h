@@ -29,3 +29,24 @@ public:
 private:
     FileStream m_s;
 };
+
+/// A source as the readers of chunks take it.
+class SourceStream {
+public:
+    explicit SourceStream(const ByteSource& source) : m_source(&source) {}
+    uint32_t ReadSome(void* bytes, uint32_t count) {
+        const uint32_t got = m_source->ReadSome(static_cast<uint64_t>(m_at), bytes, count);
+        m_at += got;
+        return got;
+    }
+    bool Read(void* bytes, uint32_t count) { return ReadSome(bytes, count) == count; }
+    int64_t Tell() const { return m_at; }
+    int64_t Size() const {
+        return static_cast<int64_t>(std::min<uint64_t>(m_source->Size(), uint64_t{INT64_MAX}));
+    }
+    bool Seek(int64_t at) { return at >= 0 && (m_at = at, true); }
+
+private:
+    const ByteSource* m_source;
+    int64_t m_at = 0;
+};

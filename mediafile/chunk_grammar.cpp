@@ -79,18 +79,46 @@ bool IsPlausibleLabel(const uint8_t* bytes) {
 
 }  // namespace
 
-const ChunkGrammar WAVE_GRAMMAR = {8,     12,     2,      4,           4,         4,          false,
-                                   false, "fmt ", "data", PrintableId, IsKnownId, IsPrintable};
-const ChunkGrammar AIFF_GRAMMAR = {8,     12,     2,      4,           4,         4,          true,
-                                   false, "COMM", "SSND", PrintableId, IsKnownId, IsPrintable};
-const ChunkGrammar WAVE64_GRAMMAR = {
-    24, 40, 8, 16, 16, 8, false, true, "fmt ", "data", LabelText, IsKnownLabel, IsPlausibleLabel};
+const ChunkGrammar WAVE_GRAMMAR = {8,      12,     2,           4,         4,          4,
+                                   false,  false,  4,           "RIFF",    "LIST",     "JUNK",
+                                   "fmt ", "data", PrintableId, IsKnownId, IsPrintable};
+const ChunkGrammar AIFF_GRAMMAR = {8,      12,     2,           4,         4,          4,
+                                   true,   false,  4,           "FORM",    "LIST",     "JUNK",
+                                   "COMM", "SSND", PrintableId, IsKnownId, IsPrintable};
+const ChunkGrammar WAVE64_GRAMMAR = {24,
+                                     40,
+                                     8,
+                                     16,
+                                     16,
+                                     8,
+                                     false,
+                                     true,
+                                     0,
+                                     &W64_RIFF,
+                                     &W64_LIST,
+                                     &W64_JUNK,
+                                     "fmt ",
+                                     "data",
+                                     LabelText,
+                                     IsKnownLabel,
+                                     IsPlausibleLabel};
+
+uint64_t ChunkGrammar::ReadSize(const uint8_t* bytes) const {
+    if (sizeBytes == 8) return FromLittleEndian<uint64_t>(bytes);
+    return isBigEndian ? FromBigEndian<uint32_t>(bytes) : FromLittleEndian<uint32_t>(bytes);
+}
+void ChunkGrammar::WriteSize(uint8_t* bytes, uint64_t stored) const {
+    if (sizeBytes == 8) return ToLittleEndian(bytes, stored);
+    const auto size = static_cast<uint32_t>(stored);
+    isBigEndian ? ToBigEndian(bytes, size) : ToLittleEndian(bytes, size);
+}
+void ChunkGrammar::MakeHead(uint8_t* chunkHeader, const void* label, uint64_t payload) const {
+    std::memcpy(chunkHeader, label, sizeAt);
+    WriteSize(chunkHeader + sizeAt, Stored(payload));
+}
 
 bool ChunkGrammar::Payload(const uint8_t* chunkHeader, uint64_t* payload) const {
-    const uint8_t* at = chunkHeader + sizeAt;
-    const uint64_t stored = sizeBytes == 8 ? FromLittleEndian<uint64_t>(at)
-                            : isBigEndian  ? FromBigEndian<uint32_t>(at)
-                                           : FromLittleEndian<uint32_t>(at);
+    const uint64_t stored = ReadSize(chunkHeader + sizeAt);
     const uint64_t own = sizeHasHeader ? header : 0;
     *payload = stored - std::min(stored, own);
     return stored >= own && stored <= uint64_t{INT64_MAX};
@@ -98,11 +126,6 @@ bool ChunkGrammar::Payload(const uint8_t* chunkHeader, uint64_t* payload) const 
 
 uint64_t ChunkGrammar::LargestPayload() const {
     return sizeBytes == 8 ? uint64_t{INT64_MAX} / 2 : isBigEndian ? UINT32_MAX - 1 : RIFF_LARGEST;
-}
-
-bool ChunkGrammar::IsList(const uint8_t* chunkHeader) const {
-    const std::string id = Id(chunkHeader);
-    return id == "LIST" || id == "list";
 }
 
 MediaContainer ContainerOf(const uint8_t* head, uint32_t got) {

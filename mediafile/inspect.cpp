@@ -2,9 +2,8 @@
 
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"
-#include "mediafile/byte_order.h"
 #include "mediafile/byte_source.h"
-#include "mediafile/chunk_grammar.h"
+#include "mediafile/chunk_io.h"
 #include "mediafile/riff64.h"
 
 #include <cstring>
@@ -80,29 +79,30 @@ private:
     }
 
     void Chunks(const ChunkGrammar& g, uint64_t at, uint64_t end, uint32_t depth) {
-        uint8_t header[24];
+        ChunkIo<SourceStream> chunks(SourceStream(m_source), g);
+        ChunkHead head;
         while (at < end) {
             if (m_contents.chunks.size() >= MOST_CHUNKS) return Note(at, "more chunks than are looked at");
             if (end - at < g.header) {
                 if (end - at >= g.multiple) Note(at, std::to_string(end - at) + " bytes that are no chunk");
                 return;
             }
-            if (!m_source.Read(at, header, g.header)) return Error(at, "cannot be read");
-            const std::string id = g.Id(header);
-            uint64_t size = 0;
-            const bool isValid = g.Payload(header, &size);
-            const uint64_t body = at + g.header, inFile = std::min(size, m_contents.fileBytes - body);
+            if (!chunks.ReadHeadAt(at, &head)) return Error(at, "cannot be read");
+            const std::string id = g.Id(head.bytes);
+            const uint64_t size = head.size, body = at + g.header,
+                           inFile = std::min(size, m_contents.fileBytes - body);
             const uint64_t there = depth == 0 ? inFile : std::min(size, end - body);
             m_contents.chunks.push_back({id, at, size, depth});
-            if (!g.IsPlausible(header)) Note(at, "the id of a chunk is not printable");
-            if (!isValid) return Error(at, "'" + id + "' has a size that cannot be");
+            if (!g.IsPlausible(head.bytes)) Note(at, "the id of a chunk is not printable");
+            if (!head.isValid) return Error(at, "'" + id + "' has a size that cannot be");
             if (there < size)
                 Error(at, "'" + id + "' tells of " + std::to_string(size) + " bytes, " +
                               std::to_string(there) + " are there");
             else if (body + size > end)
                 Error(at, "'" + id + "' reaches beyond the form");
             if (depth == 0) Take(id, body, size, there);
-            if (depth == 0 && g.IsList(header) && there >= g.type) Chunks(g, body + g.type, body + there, 1);
+            if (depth == 0 && g.IsList(head.bytes) && there >= g.type)
+                Chunks(g, body + g.type, body + there, 1);
             if (there < size) return;
             at = body + g.Padded(size);
         }

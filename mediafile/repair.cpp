@@ -187,22 +187,12 @@ private:
 
     void WriteForm(uint64_t payload) {
         std::vector<uint8_t> bytes(m_g->first);
-        const auto put = [&](uint64_t at, const void* label, size_t count) {
-            std::memcpy(&bytes[at], label, count);
-        };
-        if (m_g->sizeBytes == 8) {
-            put(0, &W64_RIFF, sizeof(GUID));
-            ToLittleEndian(&bytes[16], m_g->Stored(payload));
-            put(24, &W64_WAVE, sizeof(GUID));
-        } else if (m_g->isBigEndian) {
-            put(0, "FORM", 4);
-            ToBigEndian(&bytes[4], static_cast<uint32_t>(payload));
-            put(8, m_head.container == MediaContainer::Aifc ? "AIFC" : "AIFF", 4);
-        } else {
-            put(0, "RIFF", 4);
-            ToLittleEndian(&bytes[4], static_cast<uint32_t>(payload));
-            put(8, "WAVE", 4);
-        }
+        m_g->MakeHead(bytes.data(), m_g->form, payload);
+        const void* type = m_g->sizeBytes == 8                        ? static_cast<const void*>(&W64_WAVE)
+                           : !m_g->isBigEndian                        ? "WAVE"
+                           : m_head.container == MediaContainer::Aifc ? "AIFC"
+                                                                      : "AIFF";
+        std::memcpy(&bytes[m_g->header], type, m_g->type);
         m_plan.edits.push_back(
             {0, m_head.formBytes, std::move(bytes), "the head of the file is written anew"});
     }

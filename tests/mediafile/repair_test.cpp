@@ -3,7 +3,7 @@
 #include "mediafile/repair.h"
 #include "mediafile/riff64.h"
 #include "tests/mediafile/media_support.h"
-#include "tools/tarn-media/sample_file.h"
+#include "mediafile/sample_file.h"
 
 #include <cstring>
 #include <functional>

@@ -3,7 +3,7 @@
 #include "mediafile/wave_file.h"
 #include "platform/memory.h"
 #include "tests/mediafile/media_support.h"
-#include "tools/tarn-media/sample_file.h"
+#include "mediafile/sample_file.h"
 
 #include <sndfile.h>
 

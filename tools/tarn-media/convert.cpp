@@ -1,7 +1,7 @@
 #include "audio/audio_copy.h"
 #include "audio/channels.h"
 #include "tools/tarn-media/media_tool.h"
-#include "tools/tarn-media/sample_file.h"
+#include "mediafile/sample_file.h"
 
 #include <algorithm>
 #include <cmath>

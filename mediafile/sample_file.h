@@ -5,12 +5,12 @@
 #include "mediafile/media_codes.h"
 
 /// What of the types a container stores for one that is asked for; 0 when it holds nothing like it.
-QMSAMPLETYPE StoredType(MediaContainer container, QMSAMPLETYPE type);
+QM_API QMSAMPLETYPE StoredType(MediaContainer container, QMSAMPLETYPE type);
 
 /// Most bytes of samples that the container's sizes can tell of.
-uint64_t LargestData(MediaContainer container);
+QM_API uint64_t LargestData(MediaContainer container);
 
-class SampleFile {
+class QM_API SampleFile {
 public:
     SampleFile(HQMFILE file, MediaContainer container, const _qmwaveformat& format)
         : m_file(file), m_container(container), m_format(format) {}

@@ -1,4 +1,4 @@
-#include "tools/tarn-media/sample_file.h"
+#include "mediafile/sample_file.h"
 
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"

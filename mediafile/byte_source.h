@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <span>
 
 class ByteSource {
 public:
@@ -49,4 +51,20 @@ public:
 private:
     const ByteSource* m_source;
     int64_t m_at = 0;
+};
+
+/// Bytes in memory, which stay there meanwhile.
+class MemorySource : public ByteSource {
+public:
+    explicit MemorySource(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+    uint64_t Size() const override { return m_bytes.size(); }
+    uint32_t ReadSome(uint64_t at, void* bytes, uint32_t count) const override {
+        const uint64_t there = m_bytes.size() - std::min<uint64_t>(at, m_bytes.size());
+        const auto got = static_cast<uint32_t>(std::min<uint64_t>(there, count));
+        if (got) std::memcpy(bytes, m_bytes.data() + at, got);
+        return got;
+    }
+
+private:
+    std::span<const uint8_t> m_bytes;
 };

@@ -79,6 +79,8 @@ public:
         return padded;
     }
 
+    void SkipBytes(uint64_t count) { Move(static_cast<int64_t>(count)); }
+
     /// Payload here, all of it, and over the pad.
     HRESULT ReadData(void* buffer, uint32_t bytes) {
         if (!m_s.Read(buffer, bytes)) return MEDIA_E_READ;

@@ -12,6 +12,7 @@ inline constexpr HRESULT MEDIA_E_UNKNOWN_FORMAT = StatusCode(0x8004E00B);
 inline constexpr HRESULT MEDIA_E_UNSUPPORTED_FORMAT = StatusCode(0x8004E016);
 inline constexpr HRESULT MEDIA_E_UNSUPPORTED_VERSION = StatusCode(0x8004E01C);
 inline constexpr HRESULT MEDIA_E_TOO_LARGE = StatusCode(0x8004E03A);
+inline constexpr HRESULT MEDIA_E_NO_PROJECT = StatusCode(0x8004E05D);
 inline constexpr HRESULT MEDIA_E_NO_RIFF = StatusCode(0x8004E080);
 inline constexpr HRESULT MEDIA_E_NO_LIST = StatusCode(0x8004E081);
 inline constexpr HRESULT MEDIA_E_EMPTY_CHUNK = StatusCode(0x8004E082);

@@ -24,6 +24,8 @@ struct ChunkGrammar {
     const void* filler;            ///< label of a chunk that readers skip
     const char *format, *samples;  ///< ids of the chunks without which there is no sound
 
+    bool IsAiff() const { return format[0] == 'C'; }
+
     /// Four characters, what is not printable as '?'; of Wave64 a known name or the GUID.
     std::string (*Id)(const uint8_t* header);
     /// An id that chunks of such files are known to have.
@@ -49,7 +51,8 @@ struct ChunkGrammar {
     bool IsList(const uint8_t* chunkHeader) const { return std::memcmp(chunkHeader, list, sizeAt) == 0; }
 };
 
-extern const ChunkGrammar WAVE_GRAMMAR, WAVE64_GRAMMAR, AIFF_GRAMMAR;
+extern const ChunkGrammar WAVE_GRAMMAR, WAVE64_GRAMMAR, AIFF_GRAMMAR, RF64_GRAMMAR, BW64_GRAMMAR,
+    RIFX_GRAMMAR;
 
 /// By the first 40 bytes of a file, of which `got` are there; Unknown for any other file.
 MediaContainer ContainerOf(const uint8_t* head, uint32_t got);

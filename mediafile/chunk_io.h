@@ -10,6 +10,7 @@
 
 #include "mediafile/byte_order.h"
 #include "mediafile/chunk_grammar.h"
+#include "mediafile/long_sizes.h"
 #include "mediafile/media_codes.h"
 #include "mediafile/riff.h"
 #include "platform/memory.h"
@@ -57,7 +58,9 @@ struct ChunkHead {
 template <class Stream>
 class ChunkIo {
 public:
-    ChunkIo(Stream stream, const ChunkGrammar& grammar) : m_s(stream), m_g(grammar) {}
+    /// `longSizes`, which may be null and outlives this, has the sizes that chunks tell of elsewhere.
+    ChunkIo(Stream stream, const ChunkGrammar& grammar, const LongSizes* longSizes = nullptr)
+        : m_s(stream), m_g(grammar), m_longSizes(longSizes) {}
 
     bool Is(const ChunkHead& head, const void* label) const {
         return std::memcmp(head.bytes, label, m_g.sizeAt) == 0;
@@ -67,6 +70,8 @@ public:
     bool ReadHead(ChunkHead* head) {
         const bool read = m_s.Read(head->bytes, m_g.header);
         head->isValid = m_g.Payload(head->bytes, &head->size) && read;
+        if (m_longSizes) head->size = m_longSizes->Of(head->bytes, head->size);
+        if (head->size > uint64_t{INT64_MAX}) head->isValid = false;
         return read;
     }
     bool ReadHeadAt(uint64_t at, ChunkHead* head) {
@@ -269,7 +274,7 @@ public:
         const int64_t start = m_s.Tell() - headBytes;
         auto amount = static_cast<int64_t>(std::min<uint64_t>(m_g.Padded(size), INT64_MAX / 2)) + headBytes;
         // The size of a RIFF form falls by what the chunk tells, so that it fits a file that was cut there.
-        if (m_g.sizeBytes == 8 || m_g.isBigEndian) amount = std::min(amount, m_s.Size() - start);
+        if (m_g.sizeBytes == 8 || m_g.IsAiff()) amount = std::min(amount, m_s.Size() - start);
         if (const HRESULT hr = MoveTailDown(m_s, start, start + amount); Failed(hr)) return hr;
         if (const HRESULT hr = AddToFormSize(-amount); Failed(hr)) return hr;
         if (removed) *removed = static_cast<uint64_t>(amount);
@@ -296,4 +301,5 @@ private:
 
     Stream m_s;
     const ChunkGrammar& m_g;
+    const LongSizes* m_longSizes;
 };

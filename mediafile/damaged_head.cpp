@@ -40,15 +40,17 @@ public:
     DamagedHead Find() {
         uint8_t head[128] = {};
         const uint32_t got = m_source.ReadSome(0, head, sizeof head);
-        if (!Identify(head, got))
-            return Refused(m_head.refusal.empty() ? Unknown(head, got) : m_head.refusal);
+        if (!Identify(head, got)) return Refused(m_head.refusal.empty() ? Unknown(got) : m_head.refusal);
         m_g = &GrammarOf(m_head.container);
+        if (m_head.container == MediaContainer::Rifx) return Refused("a file of kind RIFX is not repaired");
         if (m_head.isFormWhole) {
             uint64_t size = 0;
             const bool isValid = m_g->Payload(head, &size);
-            m_head.formEnd = isValid ? size + m_g->header : UINT64_MAX;
+            if (IsLongWave(m_head.container)) m_head.longSizes = ReadLongSizes(m_source);
+            size = m_head.longSizes.Of(head, size);
+            m_head.formEnd = isValid && size < INT64_MAX ? size + m_g->header : UINT64_MAX;
         }
-        m_g->isBigEndian ? FindAiff() : FindWave();
+        m_g->IsAiff() ? FindAiff() : FindWave();
         if (m_head.refusal.empty() && m_head.dataHeader == 0) Refused("the samples' chunk is not found");
         return m_head;
     }
@@ -60,11 +62,8 @@ private:
         return m_head;
     }
 
-    static std::string Unknown(const uint8_t* head, uint32_t got) {
+    static std::string Unknown(uint32_t got) {
         if (got == 0) return "the file is empty";
-        for (const char* id : {"RF64", "BW64", "RIFX"})
-            if (got >= 4 && std::memcmp(head, id, 4) == 0)
-                return std::string("a file of kind ") + id + " is not repaired";
         return got < 12 ? "the file ends within its header" : "neither wave, Wave64 nor AIFF";
     }
 
@@ -129,7 +128,8 @@ private:
         std::string id;
     };
     bool ReadChunk(uint64_t at, Chunk* chunk) const {
-        if (!ChunkIo<SourceStream>(SourceStream(m_source), *m_g).ReadHeadAt(at, chunk)) return false;
+        if (!ChunkIo<SourceStream>(SourceStream(m_source), *m_g, &m_head.longSizes).ReadHeadAt(at, chunk))
+            return false;
         chunk->at = at;
         chunk->body = at + m_g->header;
         chunk->id = m_g->Id(chunk->bytes);

@@ -1,7 +1,7 @@
 #include "audio/audio_copy.h"
 #include "audio/channels.h"
-#include "tools/tarn-media/media_tool.h"
 #include "mediafile/sample_file.h"
+#include "tools/tarn-media/media_tool.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +16,8 @@ constexpr uint32_t PIECE_BYTES = 1 << 20;
 MediaContainer ContainerByName(const std::string& name) {
     if (name == "wav" || name == "wave") return MediaContainer::Wave;
     if (name == "w64") return MediaContainer::Wave64;
+    if (name == "rf64") return MediaContainer::Rf64;
+    if (name == "bw64") return MediaContainer::Bw64;
     if (name == "aif" || name == "aiff") return MediaContainer::Aiff;
     if (name == "aifc" || name == "sowt") return MediaContainer::Aifc;
     return MediaContainer::Unknown;
@@ -132,7 +134,8 @@ void CopySamples(HQMFILE in, const MediaContents& c, Converter& converter, Sampl
 int Convert(const ConvertOptions& options) {
     const MediaContainer container = ContainerOf(options);
     if (container == MediaContainer::Unknown)
-        return Complain(options.output, "which container? --container wav, w64, aiff or aifc", EXIT_USAGE);
+        return Complain(options.output, "which container? --container wav, rf64, bw64, w64, aiff or aifc",
+                        EXIT_USAGE);
     const OwnedFile in = OpenFile(options.input, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
     if (!in) return Complain(options.input, ReasonOf(MEDIA_E_OPEN));
     const MediaContents contents = InspectMedia(in.get());
@@ -158,7 +161,8 @@ int Convert(const ConvertOptions& options) {
                         EXIT_USAGE);
     if (contents.frames * to.blockAlign > LargestData(container))
         return Complain(options.output,
-                        std::string(NameOf(container)) + " holds at most 4 GB; Wave64 (.w64) has no limit",
+                        std::string(NameOf(container)) +
+                            " holds at most 4 GB; RF64 (--container rf64) and Wave64 (.w64) have no limit",
                         EXIT_USAGE);
     if (!options.quiet)
         for (const MediaProblem& p : contents.problems)

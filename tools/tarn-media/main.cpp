@@ -59,8 +59,10 @@ int main(int argc, char** argv) {
     command->add_option("OUTPUT", convert.output)->required();
     command->add_option("--type", convert.type, "of the samples: " + TypeNames() + "; else as they are")
         ->check(TypeComplaint);
-    command->add_option("--container", convert.container, "wav, w64, aiff or aifc; else by the output's name")
-        ->check(CLI::IsMember({"wav", "w64", "aiff", "aifc"}));
+    command
+        ->add_option("--container", convert.container,
+                     "wav, rf64, bw64, w64, aiff or aifc; else by the output's name")
+        ->check(CLI::IsMember({"wav", "rf64", "bw64", "w64", "aiff", "aifc"}));
     command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));
     command->add_option("--channels", convert.channels, "1 averages; more repeat a single one")
         ->check(CLI::Range(1u, 1024u));

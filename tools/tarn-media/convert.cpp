@@ -1,5 +1,6 @@
 #include "audio/audio_copy.h"
 #include "audio/channels.h"
+#include "mediafile/meta/meta_carry.h"
 #include "mediafile/sample_file.h"
 #include "tools/tarn-media/media_tool.h"
 
@@ -129,6 +130,29 @@ void CopySamples(HQMFILE in, const MediaContents& c, Converter& converter, Sampl
     }
 }
 
+/// What goes along, and what does not, which is said before anything is written.
+MetaCarried Carried(HQMFILE in, const MediaContents& contents, MediaContainer container,
+                    const ConvertOptions& options) {
+    if (options.dropsMetadata) return {};
+    const FileSource source(in);
+    MetaCarried carried = CarryMetadata(ReadMetaDocument(source, contents), container);
+    for (const MetaLoss& loss : carried.losses)
+        if (!options.quiet)
+            Complain(options.output,
+                     "'" + loss.id + "': " + loss.reason +
+                         (options.dropsLost ? "; dropped" : "; kept in " + options.output + ".qml"));
+    return carried;
+}
+
+void WriteMetadata(HQMFILE file, const MetaDocument& document) {
+    if (document.blocks.empty()) return;
+    const FileSource source(file);
+    const MetaEditPlan plan = PlanMetaEdit(source, InspectMedia(source), document);
+    if (plan.IsRefused())
+        throw std::runtime_error("metadata: " + plan.refusal + "; --no-metadata leaves it out");
+    if (const HRESULT hr = ApplyMetaEdit(file, plan); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
+}
+
 }  // namespace
 
 int Convert(const ConvertOptions& options) {
@@ -169,6 +193,7 @@ int Convert(const ConvertOptions& options) {
             if (p.fault == MediaFault::Error)
                 Complain(options.input,
                          "at " + std::to_string(p.offset) + ": " + p.text + " (goes on with what is there)");
+    const MetaCarried carried = Carried(in.get(), contents, container, options);
     try {
         NewFile out(options.output, options.force);
         SampleFile writer(out.File(), container, to);
@@ -176,6 +201,12 @@ int Convert(const ConvertOptions& options) {
         if (const HRESULT hr = writer.Begin(); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
         CopySamples(in.get(), contents, converter, writer);
         if (const HRESULT hr = writer.End(); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
+        WriteMetadata(out.File(), carried.document);
+        // The side file first: what is lost from the target must lie somewhere when that takes its name.
+        if (!carried.lost.empty() && !options.dropsLost)
+            if (const HRESULT hr = WriteLostMetadata(WideFromPath(options.output).c_str(), carried.lost);
+                Failed(hr))
+                throw std::runtime_error("its side file: " + ReasonOf(hr));
         out.Commit();
     } catch (const std::runtime_error& e) {
         return Complain(options.output, e.what());

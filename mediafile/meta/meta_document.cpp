@@ -54,7 +54,9 @@ public:
     }
 
     MetaDocument Read() {
-        if (m_contents.container == MediaContainer::Unknown) return std::move(m_document);
+        // The numbers of a big-endian file lie the other way round within its chunks, too.
+        if (m_contents.container == MediaContainer::Unknown || m_contents.container == MediaContainer::Rifx)
+            return std::move(m_document);
         const ChunkGrammar& g = GrammarOf(m_contents.container);
         for (size_t i = 1; i < m_contents.chunks.size(); i++) {
             const MediaChunk& chunk = m_contents.chunks[i];

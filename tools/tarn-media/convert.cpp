@@ -97,6 +97,8 @@ std::string Refusal(const MediaContents& c, const ConvertOptions& options) {
     const std::string at = "at " + std::to_string(c.formatOffset) + ": ";
     if (f.sampleType == QMSAMPLE_UNKNOWN || f.IsCompressed() || f.channels == 0)
         return at + "samples of this format are not converted";
+    if (c.isBigEndian && (f.sampleType == QMSAMPLE_FLOAT32 || f.sampleType == QMSAMPLE_FLOAT64))
+        return at + "big-endian floats are not converted";
     if (f.sampleRate == 0) return at + "the format has a rate of 0";
     if (f.blockAlign != f.BytesPerSample() * f.channels)
         return at + "frames of " + std::to_string(f.blockAlign) +

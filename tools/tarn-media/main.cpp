@@ -79,7 +79,8 @@ void AddMeta(CLI::App& app, int& code) {
         command
             ->add_option("--kinds", options.kinds,
                          "of these alone: bext, info, ixml, cue, smpl, ... or a chunk's id")
-            ->delimiter(',');
+            ->delimiter(',')
+            ->allow_extra_args(false);
     };
     CLI::App* command = meta->add_subcommand("show", "each value with its key");
     AddBatch(command, show.batch);

@@ -289,24 +289,25 @@ int MetaImport(const MetaOptions& options) {
         json old = json::object();
         if (in.contains("blocks")) {
             const std::string container = in.value("container", NameOf(edit.Media().contents.container));
-            MetaDocument told;
-            told.container = edit.Media().contents.container;
+            MetaDocument document;
+            document.container = edit.Media().contents.container;
             for (const MediaContainer kind :
                  {MediaContainer::Aiff, MediaContainer::Wave64, MediaContainer::Wave})
-                if (container == NameOf(kind)) told.container = kind;
+                if (container == NameOf(kind)) document.container = kind;
             for (const json& block : in["blocks"])
                 if (block.contains("hex"))
-                    told.blocks.push_back(
+                    document.blocks.push_back(
                         {block.value("id", ""), FromHex(block.value("hex", "")), MetaBlock::NEW, true});
-            for (const MetaValue& value : ListMetaValues(told)) old[value.key] = value.text;
-            MetaCarried carried = CarryMetadata(told, edit.Media().contents.container);
+            for (const MetaValue& value : ListMetaValues(document)) old[value.key] = value.text;
+            MetaCarried carried = CarryMetadata(document, edit.Media().contents.container);
             for (const MetaBlock& block : carried.document.blocks) edit.Document().Remove(block.id);
             for (MetaBlock& block : carried.document.blocks)
                 edit.Document().blocks.push_back(std::move(block));
         }
         // Values that were edited, or all where there are no blocks.
         json values = json::object();
-        for (const auto& [key, value] : in.value("values", json::object()).items())
+        const json told = in.value("values", json::object());
+        for (const auto& [key, value] : told.items())
             if (!old.contains(key) || old[key] != value) values[key] = value;
         SetAll(edit.Document(), values);
         return edit.Run();

@@ -109,7 +109,7 @@ void Collect(pugi::xml_node parent, const std::string& before, std::vector<IxmlV
         std::string path = before + node.name();
         const unsigned index = ++seen[node.name()];
         const bool isListed = before.ends_with("_LIST.") && HasElements(node);
-        if (all[node.name()] > 1 || isListed) path += "." + std::to_string(index);
+        if (all[node.name()] > 1 || isListed) path.append(".").append(std::to_string(index));
         if (HasElements(node))
             Collect(node, path + ".", values, depth + 1);
         else
@@ -121,7 +121,7 @@ std::string WithoutNumbers(const std::string& path) {
     std::string plain;
     std::istringstream names(path);
     for (std::string name; std::getline(names, name, '.');)
-        if (!IsIndex(name)) plain += (plain.empty() ? "" : ".") + name;
+        if (!IsIndex(name)) plain.append(plain.empty() ? "" : ".").append(name);
     return plain;
 }
 

@@ -339,8 +339,9 @@ void ListText(const MetaDocument& document, const MetaBlock& block, Values& out)
         count++;
         if (&other < &block) number++;
     }
-    out.push_back({"text." + TextKey(block.id) + (count > 1 ? "." + std::to_string(number) : ""),
-                   MetaTextFrom(block.payload), number == 1});
+    std::string key = "text." + TextKey(block.id);
+    if (count > 1) key.append(".").append(std::to_string(number));
+    out.push_back({std::move(key), MetaTextFrom(block.payload), number == 1});
 }
 std::string SetText(MetaDocument& document, const std::string& name, const std::string& text) {
     for (const char* id : AIFF_TEXTS) {

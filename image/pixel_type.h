@@ -2,6 +2,7 @@
 // and each derived from the other. [any-thread]
 #pragma once
 
+#include "platform/four_cc.h"
 #include "platform/types.h"
 
 #pragma pack(push, 2)
@@ -24,11 +25,6 @@ struct RGBQUAD {
 };
 static_assert(sizeof(RGBQUAD) == 4);
 
-constexpr uint32_t FourCC(const char (&code)[5]) {
-    uint32_t word = 0;
-    for (int i = 3; i >= 0; i--) word = word << 8 | static_cast<uint8_t>(code[i]);
-    return word;
-}
 inline constexpr uint32_t BI_RGB = 0;
 inline constexpr uint32_t BI_BITFIELDS = 3;          ///< three masks of 32 bits follow the head
 inline constexpr uint32_t BI_QMGS = FourCC("QMGS");  ///< grey

@@ -1,9 +1,8 @@
 #include "mediafile/aiff.h"
 
 #include "mediafile/aiff_comm.h"
-#include "mediafile/byte_order.h"
+#include "mediafile/chunk_io.h"
 #include "mediafile/file_stream.h"
-#include "mediafile/riff_core.h"
 
 #include <cmath>
 
@@ -17,6 +16,7 @@ constexpr uint32_t CHUNK_HEADER = 8;
 constexpr int64_t FIRST_CHUNK = 12;
 
 FileStream On(HQMFILE file) { return FileStream{file}; }
+ChunkIo<FileStream> ChunksOf(HQMFILE file) { return {FileStream{file}, AIFF_GRAMMAR}; }
 void Move(HQMFILE file, int64_t bytes) { QmFile_Seek(file, bytes, FILE_FROM_CURRENT); }
 
 template <class Number>
@@ -41,8 +41,6 @@ void SwapAll(void* buffer, uint32_t count) {
         ToLittleEndian(at, value);
     }
 }
-
-uint64_t PaddedSize(uint32_t size) { return uint64_t{size} + (size & 1); }
 
 /// Among the chunks of the form, from its first.
 HRESULT FindInForm(HQMFILE file, uint32_t formSize, uint32_t id, uint32_t* size) {
@@ -86,49 +84,31 @@ HRESULT iff_ReadFormType(HQMFILE file, IFFCHUNKHEADER* header, uint32_t* form) {
 }
 
 uint32_t iff_SkipChunk(HQMFILE file, uint32_t size) {
-    Move(file, static_cast<int64_t>(PaddedSize(size)));
-    return static_cast<uint32_t>(std::min<uint64_t>(PaddedSize(size), UINT32_MAX));
+    return static_cast<uint32_t>(std::min<uint64_t>(ChunksOf(file).Skip(size), UINT32_MAX));
 }
 
 HRESULT iff_DeleteChunk(HQMFILE file, uint32_t id, uint32_t* removed) {
     uint32_t formSize = 0, size = 0;
-    const int64_t length = QmFile_Size(file);
     if (!iff_IsAIFFFile(file, &formSize)) return MEDIA_E_UNKNOWN_FORMAT;
     if (Failed(FindInForm(file, formSize, id, &size))) return MEDIA_E_NOT_FOUND;
-    const int64_t start = QmFile_Tell(file) - CHUNK_HEADER;
-    const auto amount =
-        std::min<int64_t>(length - start, static_cast<int64_t>(PaddedSize(size)) + CHUNK_HEADER);
-    if (const HRESULT hr = MoveTailDown(On(file), start, start + amount); Failed(hr)) return hr;
-    const auto gone = static_cast<uint32_t>(std::min<int64_t>(amount, UINT32_MAX));
-    On(file).Seek(4);
-    if (Failed(WriteNumber(file, formSize - std::min(formSize, gone)))) return MEDIA_E_WRITE;
-    if (removed) *removed = gone;
+    uint64_t amount = 0;
+    if (const HRESULT hr = ChunksOf(file).DeleteFound(size, CHUNK_HEADER, &amount); Failed(hr)) return hr;
+    if (removed) *removed = static_cast<uint32_t>(std::min<uint64_t>(amount, UINT32_MAX));
     return S_OK;
 }
 
 HRESULT iff_FindChunkHeader(HQMFILE file, uint32_t id, uint32_t* size, uint32_t* remaining) {
-    uint32_t left = *remaining;
-    for (;;) {
-        if (left < CHUNK_HEADER) return *remaining = left, MEDIA_E_NOT_FOUND;
-        IFFCHUNKHEADER header{};
-        if (Failed(iff_ReadChunkHdr(file, &header))) return MEDIA_E_READ;
-        left -= CHUNK_HEADER;
-        if (header.id == id) {
-            *size = header.size;
-            *remaining = left;
-            return S_OK;
-        }
-        left -= std::min(left, iff_SkipChunk(file, header.size));
-    }
+    uint8_t label[4];
+    ToBigEndian(label, id);
+    uint64_t left = remaining ? *remaining : 0, length = 0;
+    const HRESULT hr = ChunksOf(file).Find(label, &length, remaining ? &left : nullptr);
+    if (Succeeded(hr)) *size = static_cast<uint32_t>(length);
+    if (remaining) *remaining = static_cast<uint32_t>(left);
+    return hr;
 }
 
 HRESULT iff_SeekChunkHeader(HQMFILE file, uint32_t id, uint32_t* size) {
-    for (;;) {
-        IFFCHUNKHEADER header{};
-        if (Failed(iff_ReadChunkHdr(file, &header))) return MEDIA_E_READ;
-        if (header.id == id) return *size = header.size, S_OK;
-        iff_SkipChunk(file, header.size);
-    }
+    return iff_FindChunkHeader(file, id, size, nullptr);
 }
 
 HRESULT iff_FindChunkFromStart(HQMFILE file, uint32_t id, uint32_t* size) {

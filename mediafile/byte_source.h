@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <span>
 
 class ByteSource {
 public:
@@ -28,4 +30,41 @@ public:
 
 private:
     FileStream m_s;
+};
+
+/// A source as the readers of chunks take it.
+class SourceStream {
+public:
+    explicit SourceStream(const ByteSource& source) : m_source(&source) {}
+    uint32_t ReadSome(void* bytes, uint32_t count) {
+        const uint32_t got = m_source->ReadSome(static_cast<uint64_t>(m_at), bytes, count);
+        m_at += got;
+        return got;
+    }
+    bool Read(void* bytes, uint32_t count) { return ReadSome(bytes, count) == count; }
+    int64_t Tell() const { return m_at; }
+    int64_t Size() const {
+        return static_cast<int64_t>(std::min<uint64_t>(m_source->Size(), uint64_t{INT64_MAX}));
+    }
+    bool Seek(int64_t at) { return at >= 0 && (m_at = at, true); }
+
+private:
+    const ByteSource* m_source;
+    int64_t m_at = 0;
+};
+
+/// Bytes in memory, which stay there meanwhile.
+class MemorySource : public ByteSource {
+public:
+    explicit MemorySource(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+    uint64_t Size() const override { return m_bytes.size(); }
+    uint32_t ReadSome(uint64_t at, void* bytes, uint32_t count) const override {
+        const uint64_t there = m_bytes.size() - std::min<uint64_t>(at, m_bytes.size());
+        const auto got = static_cast<uint32_t>(std::min<uint64_t>(there, count));
+        if (got) std::memcpy(bytes, m_bytes.data() + at, got);
+        return got;
+    }
+
+private:
+    std::span<const uint8_t> m_bytes;
 };

@@ -1,5 +1,7 @@
 #include "mediafile/chunk_chain.h"
 
+#include "mediafile/chunk_io.h"
+
 #include <cstring>
 #include <vector>
 
@@ -10,13 +12,13 @@ constexpr uint32_t MOST_CHUNKS = 10000, MOST_TRAILING = 64;
 /// Chunks within a list.
 bool IsListWellFormed(const ByteSource& source, const ChunkGrammar& g, uint64_t body, uint64_t end) {
     if (end - body < g.type) return false;
-    uint8_t header[24];
+    ChunkIo<SourceStream> chunks(SourceStream(source), g);
+    ChunkHead head;
     uint64_t at = body + g.type;
     for (uint32_t n = 0; at < end; n++) {
-        uint64_t size = 0;
-        if (n == MOST_CHUNKS || end - at < g.header || !source.Read(at, header, g.header)) return false;
-        if (!g.IsPlausible(header) || !g.Payload(header, &size) || size > end - at - g.header) return false;
-        at += g.header + g.Padded(size);
+        if (n == MOST_CHUNKS || end - at < g.header || !chunks.ReadHeadAt(at, &head)) return false;
+        if (!g.IsPlausible(head.bytes) || !head.isValid || head.size > end - at - g.header) return false;
+        at += g.header + g.Padded(head.size);
     }
     return true;
 }
@@ -26,18 +28,18 @@ bool IsListWellFormed(const ByteSource& source, const ChunkGrammar& g, uint64_t 
 ChunkChain FollowChunks(const ByteSource& source, const ChunkGrammar& g, uint64_t at, uint64_t end) {
     ChunkChain chain;
     std::vector<std::string> seen;
-    uint8_t header[24];
+    ChunkIo<SourceStream> chunks(SourceStream(source), g);
+    ChunkHead head;
     for (;;) {
         chain.wholeEnd = std::min(at, end);
         if (at >= end) return chain.kind = ChunkChain::Whole, chain;
-        uint64_t size = 0;
-        if (chain.chunks == MOST_CHUNKS || end - at < g.header || !source.Read(at, header, g.header))
-            return chain;
-        if (!g.IsPlausible(header) || !g.Payload(header, &size)) return chain;
-        const std::string id = g.Id(header);
-        const uint64_t body = at + g.header;
-        const bool isList = g.IsList(header), isTold = std::find(seen.begin(), seen.end(), id) != seen.end();
-        if (!g.IsKnown(header) || id == g.format || id == g.samples || (isTold && !isList) ||
+        if (chain.chunks == MOST_CHUNKS || end - at < g.header || !chunks.ReadHeadAt(at, &head)) return chain;
+        if (!g.IsPlausible(head.bytes) || !head.isValid) return chain;
+        const std::string id = g.Id(head.bytes);
+        const uint64_t body = at + g.header, size = head.size;
+        const bool isList = g.IsList(head.bytes),
+                   isTold = std::find(seen.begin(), seen.end(), id) != seen.end();
+        if (!g.IsKnown(head.bytes) || id == g.format || id == g.samples || (isTold && !isList) ||
             chain.chunks == MOST_TRAILING)
             chain.isConvincing = false;
         if (size > end - body) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -79,37 +80,71 @@ bool IsPlausibleLabel(const uint8_t* bytes) {
 
 }  // namespace
 
-const ChunkGrammar WAVE_GRAMMAR = {8,     12,     2,      4,           4,         4,          false,
-                                   false, "fmt ", "data", PrintableId, IsKnownId, IsPrintable};
-const ChunkGrammar AIFF_GRAMMAR = {8,     12,     2,      4,           4,         4,          true,
-                                   false, "COMM", "SSND", PrintableId, IsKnownId, IsPrintable};
-const ChunkGrammar WAVE64_GRAMMAR = {
-    24, 40, 8, 16, 16, 8, false, true, "fmt ", "data", LabelText, IsKnownLabel, IsPlausibleLabel};
+namespace {
+constexpr ChunkGrammar FourCharacters(const char* form, bool isBigEndian, const char* format,
+                                      const char* samples) {
+    return {8,    12,     2,      4,      4,       4,           isBigEndian, false,      4,
+            form, "LIST", "JUNK", format, samples, PrintableId, IsKnownId,   IsPrintable};
+}
+}  // namespace
+
+const ChunkGrammar WAVE_GRAMMAR = FourCharacters("RIFF", false, "fmt ", "data");
+const ChunkGrammar RF64_GRAMMAR = FourCharacters("RF64", false, "fmt ", "data");
+const ChunkGrammar BW64_GRAMMAR = FourCharacters("BW64", false, "fmt ", "data");
+const ChunkGrammar RIFX_GRAMMAR = FourCharacters("RIFX", true, "fmt ", "data");
+const ChunkGrammar AIFF_GRAMMAR = FourCharacters("FORM", true, "COMM", "SSND");
+const ChunkGrammar WAVE64_GRAMMAR = {24,
+                                     40,
+                                     8,
+                                     16,
+                                     16,
+                                     8,
+                                     false,
+                                     true,
+                                     0,
+                                     &W64_RIFF,
+                                     &W64_LIST,
+                                     &W64_JUNK,
+                                     "fmt ",
+                                     "data",
+                                     LabelText,
+                                     IsKnownLabel,
+                                     IsPlausibleLabel};
+
+uint64_t ChunkGrammar::ReadSize(const uint8_t* bytes) const {
+    if (sizeBytes == 8) return FromLittleEndian<uint64_t>(bytes);
+    return isBigEndian ? FromBigEndian<uint32_t>(bytes) : FromLittleEndian<uint32_t>(bytes);
+}
+void ChunkGrammar::WriteSize(uint8_t* bytes, uint64_t stored) const {
+    if (sizeBytes == 8) return ToLittleEndian(bytes, stored);
+    const auto size = static_cast<uint32_t>(stored);
+    isBigEndian ? ToBigEndian(bytes, size) : ToLittleEndian(bytes, size);
+}
+void ChunkGrammar::MakeHead(uint8_t* chunkHeader, const void* label, uint64_t payload) const {
+    std::memcpy(chunkHeader, label, sizeAt);
+    WriteSize(chunkHeader + sizeAt, Stored(payload));
+}
 
 bool ChunkGrammar::Payload(const uint8_t* chunkHeader, uint64_t* payload) const {
-    const uint8_t* at = chunkHeader + sizeAt;
-    const uint64_t stored = sizeBytes == 8 ? FromLittleEndian<uint64_t>(at)
-                            : isBigEndian  ? FromBigEndian<uint32_t>(at)
-                                           : FromLittleEndian<uint32_t>(at);
+    const uint64_t stored = ReadSize(chunkHeader + sizeAt);
     const uint64_t own = sizeHasHeader ? header : 0;
     *payload = stored - std::min(stored, own);
     return stored >= own && stored <= uint64_t{INT64_MAX};
 }
 
 uint64_t ChunkGrammar::LargestPayload() const {
-    return sizeBytes == 8 ? uint64_t{INT64_MAX} / 2 : isBigEndian ? UINT32_MAX - 1 : RIFF_LARGEST;
-}
-
-bool ChunkGrammar::IsList(const uint8_t* chunkHeader) const {
-    const std::string id = Id(chunkHeader);
-    return id == "LIST" || id == "list";
+    return sizeBytes == 8 ? uint64_t{INT64_MAX} / 2 : IsAiff() ? UINT32_MAX - 1 : RIFF_LARGEST;
 }
 
 MediaContainer ContainerOf(const uint8_t* head, uint32_t got) {
     const auto is = [&](const char* id, uint32_t at) {
         return got >= at + 4 && std::memcmp(head + at, id, 4) == 0;
     };
-    if (is("RIFF", 0) && is("WAVE", 8)) return MediaContainer::Wave;
+    if (is("WAVE", 8))
+        for (const auto& [id, container] :
+             {std::pair("RIFF", MediaContainer::Wave), std::pair("RF64", MediaContainer::Rf64),
+              std::pair("BW64", MediaContainer::Bw64), std::pair("RIFX", MediaContainer::Rifx)})
+            if (is(id, 0)) return container;
     if (is("FORM", 0) && is("AIFF", 8)) return MediaContainer::Aiff;
     if (is("FORM", 0) && is("AIFC", 8)) return MediaContainer::Aifc;
     if (got >= WAVE64_GRAMMAR.first && LabelText(head) == "riff" && LabelText(head + 24) == "wave")
@@ -118,7 +153,12 @@ MediaContainer ContainerOf(const uint8_t* head, uint32_t got) {
 }
 
 const ChunkGrammar& GrammarOf(MediaContainer container) {
-    return container == MediaContainer::Wave64 ? WAVE64_GRAMMAR
-           : container == MediaContainer::Wave ? WAVE_GRAMMAR
-                                               : AIFF_GRAMMAR;
+    switch (container) {
+    case MediaContainer::Wave: return WAVE_GRAMMAR;
+    case MediaContainer::Wave64: return WAVE64_GRAMMAR;
+    case MediaContainer::Rf64: return RF64_GRAMMAR;
+    case MediaContainer::Bw64: return BW64_GRAMMAR;
+    case MediaContainer::Rifx: return RIFX_GRAMMAR;
+    default: return AIFF_GRAMMAR;
+    }
 }

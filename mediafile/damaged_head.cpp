@@ -1,6 +1,6 @@
 #include "mediafile/damaged_head.h"
 
-#include "mediafile/byte_order.h"
+#include "mediafile/chunk_io.h"
 #include "mediafile/riff64.h"
 
 #include <cstring>
@@ -40,15 +40,17 @@ public:
     DamagedHead Find() {
         uint8_t head[128] = {};
         const uint32_t got = m_source.ReadSome(0, head, sizeof head);
-        if (!Identify(head, got))
-            return Refused(m_head.refusal.empty() ? Unknown(head, got) : m_head.refusal);
+        if (!Identify(head, got)) return Refused(m_head.refusal.empty() ? Unknown(got) : m_head.refusal);
         m_g = &GrammarOf(m_head.container);
+        if (m_head.container == MediaContainer::Rifx) return Refused("a file of kind RIFX is not repaired");
         if (m_head.isFormWhole) {
             uint64_t size = 0;
             const bool isValid = m_g->Payload(head, &size);
-            m_head.formEnd = isValid ? size + m_g->header : UINT64_MAX;
+            if (IsLongWave(m_head.container)) m_head.longSizes = ReadLongSizes(m_source);
+            size = m_head.longSizes.Of(head, size);
+            m_head.formEnd = isValid && size < INT64_MAX ? size + m_g->header : UINT64_MAX;
         }
-        m_g->isBigEndian ? FindAiff() : FindWave();
+        m_g->IsAiff() ? FindAiff() : FindWave();
         if (m_head.refusal.empty() && m_head.dataHeader == 0) Refused("the samples' chunk is not found");
         return m_head;
     }
@@ -60,11 +62,8 @@ private:
         return m_head;
     }
 
-    static std::string Unknown(const uint8_t* head, uint32_t got) {
+    static std::string Unknown(uint32_t got) {
         if (got == 0) return "the file is empty";
-        for (const char* id : {"RF64", "BW64", "RIFX"})
-            if (got >= 4 && std::memcmp(head, id, 4) == 0)
-                return std::string("a file of kind ") + id + " is not repaired";
         return got < 12 ? "the file ends within its header" : "neither wave, Wave64 nor AIFF";
     }
 
@@ -124,18 +123,16 @@ private:
                Is(isAifc ? MediaContainer::Aifc : MediaContainer::Aiff, 12);
     }
 
-    struct Chunk {
-        uint8_t header[24];
-        uint64_t at, body, size;
-        bool isValid;  ///< the size can be
+    struct Chunk : ChunkHead {
+        uint64_t at = 0, body = 0;
         std::string id;
     };
     bool ReadChunk(uint64_t at, Chunk* chunk) const {
-        if (!m_source.Read(at, chunk->header, m_g->header)) return false;
+        if (!ChunkIo<SourceStream>(SourceStream(m_source), *m_g, &m_head.longSizes).ReadHeadAt(at, chunk))
+            return false;
         chunk->at = at;
         chunk->body = at + m_g->header;
-        chunk->isValid = m_g->Payload(chunk->header, &chunk->size);
-        chunk->id = m_g->Id(chunk->header);
+        chunk->id = m_g->Id(chunk->bytes);
         return true;
     }
     bool HasFormat() const { return m_head.formatBytes != 0; }
@@ -146,14 +143,14 @@ private:
         if (!chunk.isValid || chunk.size >= m_source.Size() || !ReadChunk(Behind(chunk), &next)) return false;
         const bool fits =
             next.isValid && next.body <= m_source.Size() && next.size <= m_source.Size() - next.body;
-        return m_g->IsKnown(next.header) || (m_g->IsPlausible(next.header) && fits);
+        return m_g->IsKnown(next.bytes) || (m_g->IsPlausible(next.bytes) && fits);
     }
 
     void FindAiff() {
         Chunk chunk;
         uint64_t at = m_head.formBytes;
         for (uint32_t n = 0; n < MOST_CHUNKS && ReadChunk(at, &chunk); n++, at = Behind(chunk)) {
-            if (!m_g->IsPlausible(chunk.header)) break;
+            if (!m_g->IsPlausible(chunk.bytes)) break;
             if (chunk.id == m_g->format && !m_head.format) {
                 m_head.format = chunk.body;
                 m_head.formatBytes = chunk.size;
@@ -198,7 +195,7 @@ private:
         for (const uint64_t bytes : {uint64_t{RECORD}, uint64_t{sizeof(WAVEFORMATEX)}}) {
             Chunk next;
             const uint64_t behind = record + m_g->Padded(bytes);
-            if (!ReadChunk(behind, &next) || !m_g->IsKnown(next.header)) continue;
+            if (!ReadChunk(behind, &next) || !m_g->IsKnown(next.bytes)) continue;
             m_head.format = record;
             m_head.formatBytes = bytes;
             Edit(record - m_g->header, m_g->header, Header(FormatLabel(), bytes),
@@ -218,7 +215,7 @@ private:
         const uint64_t extra = FromLittleEndian<uint16_t>(record + 16);
         for (const uint64_t bytes : {uint64_t{RECORD}, uint64_t{18}, 18 + extra, uint64_t{40}}) {
             Chunk next;
-            if (!ReadChunk(chunk.body + m_g->Padded(bytes), &next) || !m_g->IsKnown(next.header)) continue;
+            if (!ReadChunk(chunk.body + m_g->Padded(bytes), &next) || !m_g->IsKnown(next.bytes)) continue;
             m_head.formatBytes = bytes;
             SetSize(chunk, bytes);
             return next.at;
@@ -240,7 +237,7 @@ private:
         }
         // What the chunk tells may be right, and what lies behind it be lost.
         const uint64_t next = *found;
-        const bool isWhole = m_g->IsPlausible(broken.header) && broken.isValid && broken.size < next &&
+        const bool isWhole = m_g->IsPlausible(broken.bytes) && broken.isValid && broken.size < next &&
                              Behind(broken) + m_g->header <= next;
         const uint64_t from = isWhole ? Behind(broken) : broken.at, gap = next - from;
         Chunk target;
@@ -254,10 +251,10 @@ private:
         if (pad)
             Edit(next, 0, std::vector<uint8_t>(pad, 0),
                  std::to_string(pad) + " bytes of padding for those that were lost");
-        if (!isWhole && m_g->IsPlausible(broken.header))
+        if (!isWhole && m_g->IsPlausible(broken.bytes))
             SetSize(broken, payload);
         else
-            Edit(from, m_g->header, Header(JunkLabel(), payload),
+            Edit(from, m_g->header, Header(m_g->filler, payload),
                  "no chunk stands here; skipped as filler up to " + std::to_string(next));
         return next;
     }
@@ -276,14 +273,14 @@ private:
             if (chunk.id == m_g->format && !HasFormat() && IsLikelyFormat(&bytes[i + m_g->header]) &&
                 (LeadsOn(chunk) || IsConsistentFormat(&bytes[i + m_g->header])))
                 return chunk.at;
-            if (HasFormat() && !m_g->IsKnown(broken.header)) return std::nullopt;
+            if (HasFormat() && !m_g->IsKnown(broken.bytes)) return std::nullopt;
             if (LeadsToSamples(chunk)) return chunk.at;
         }
         return std::nullopt;
     }
     bool LeadsToSamples(Chunk chunk) const {
         for (uint32_t n = 0; n < MOST_CHUNKS && chunk.id != m_g->samples; n++)
-            if (chunk.id == m_g->format || !m_g->IsKnown(chunk.header) || !LeadsOn(chunk) ||
+            if (chunk.id == m_g->format || !m_g->IsKnown(chunk.bytes) || !LeadsOn(chunk) ||
                 !ReadChunk(Behind(chunk), &chunk))
                 return false;
         if (chunk.id != m_g->samples || !chunk.isValid || chunk.size == 0) return false;
@@ -304,7 +301,7 @@ private:
         bytes.insert(bytes.end(), hint, hint + RECORD);
         uint64_t removed = gap;
         if (gap >= chunk + m_g->header) {  // the rest stays, as filler
-            const std::vector<uint8_t> filler = Header(JunkLabel(), gap - chunk - m_g->header);
+            const std::vector<uint8_t> filler = Header(m_g->filler, gap - chunk - m_g->header);
             bytes.insert(bytes.end(), filler.begin(), filler.end());
             removed = bytes.size();
         }
@@ -314,25 +311,13 @@ private:
         return true;
     }
 
-    std::vector<uint8_t> Header(const uint8_t* label, uint64_t payload) const {
-        std::vector<uint8_t> bytes(label, label + m_g->sizeAt);
-        bytes.resize(m_g->header);
-        PutSize(&bytes[m_g->sizeAt], payload);
+    std::vector<uint8_t> Header(const void* label, uint64_t payload) const {
+        std::vector<uint8_t> bytes(m_g->header);
+        m_g->MakeHead(bytes.data(), label, payload);
         return bytes;
     }
-    void PutSize(uint8_t* at, uint64_t payload) const {
-        if (m_g->sizeBytes == 8)
-            ToLittleEndian(at, m_g->Stored(payload));
-        else
-            ToLittleEndian(at, static_cast<uint32_t>(payload));
-    }
-    const uint8_t* FormatLabel() const {
-        return m_g->sizeBytes == 8 ? reinterpret_cast<const uint8_t*>(&W64_FMT)
-                                   : reinterpret_cast<const uint8_t*>("fmt ");
-    }
-    const uint8_t* JunkLabel() const {
-        return m_g->sizeBytes == 8 ? reinterpret_cast<const uint8_t*>(&W64_JUNK)
-                                   : reinterpret_cast<const uint8_t*>("JUNK");
+    const void* FormatLabel() const {
+        return m_g->sizeBytes == 8 ? static_cast<const void*>(&W64_FMT) : "fmt ";
     }
 
     void Edit(uint64_t at, uint64_t removed, std::vector<uint8_t> bytes, std::string what) {
@@ -340,7 +325,7 @@ private:
     }
     void SetSize(const Chunk& chunk, uint64_t payload) {
         std::vector<uint8_t> bytes(m_g->sizeBytes);
-        PutSize(bytes.data(), payload);
+        m_g->WriteSize(bytes.data(), m_g->Stored(payload));
         Edit(chunk.at + m_g->sizeAt, m_g->sizeBytes, std::move(bytes),
              "the size of '" + chunk.id + "' set to " + std::to_string(payload));
     }

@@ -4,6 +4,7 @@
 
 #include "mediafile/byte_source.h"
 #include "mediafile/chunk_grammar.h"
+#include "mediafile/long_sizes.h"
 #include "mediafile/repair.h"
 
 struct DamagedHead {
@@ -11,6 +12,7 @@ struct DamagedHead {
     std::string refusal;           ///< why nothing is found; then the rest is as far as it was
     bool isFormatMissing = false;  ///< and that is why
 
+    LongSizes longSizes;           ///< of RF64 and BW64
     uint64_t formBytes = 0;        ///< of the form's head, as many as are there of it
     bool isFormWhole = false;      ///< else it is written anew
     uint64_t formEnd = 0;          ///< by its header, which may be anywhere

@@ -2,9 +2,8 @@
 
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"
-#include "mediafile/byte_order.h"
 #include "mediafile/byte_source.h"
-#include "mediafile/chunk_grammar.h"
+#include "mediafile/chunk_io.h"
 #include "mediafile/riff64.h"
 
 #include <cstring>
@@ -27,21 +26,18 @@ public:
             return got >= at + 4 && std::memcmp(head + at, id, 4) == 0;
         };
         m_contents.container = ContainerOf(head, got);
-        switch (m_contents.container) {
-        case MediaContainer::Wave:
-        case MediaContainer::Wave64: Walk(head), CheckWave(); break;
-        case MediaContainer::Aiff:
-        case MediaContainer::Aifc: Walk(head), CheckAiff(); break;
-        case MediaContainer::Unknown:
-            const bool isForm = is("RIFF", 0) || is("FORM", 0), isRf64 = is("RF64", 0) || is("BW64", 0);
-            m_contents.isOtherKind = isRf64 || is("RIFX", 0) || (isForm && got >= 12);
-            Error(0, got == 0        ? "the file is empty"
-                     : isRf64        ? "an RF64 file, which is not supported"
-                     : is("RIFX", 0) ? "a big-endian RIFF file, which is not supported"
-                     : !isForm       ? "neither wave, Wave64 nor AIFF"
-                     : got < 12      ? "the file ends within its header"
-                                     : "a form that holds no samples: '" + AIFF_GRAMMAR.Id(head + 8) + "'");
+        if (m_contents.container == MediaContainer::Unknown) {
+            const bool isForm =
+                is("RIFF", 0) || is("FORM", 0) || is("RF64", 0) || is("BW64", 0) || is("RIFX", 0);
+            m_contents.isOtherKind = isForm && got >= 12;
+            return Error(0, got == 0   ? "the file is empty"
+                            : !isForm  ? "neither wave, Wave64 nor AIFF"
+                            : got < 12 ? "the file ends within its header"
+                                       : "a form that holds no samples: '" + AIFF_GRAMMAR.Id(head + 8) + "'");
         }
+        if (IsLongWave(m_contents.container)) m_longSizes = ReadLongSizes(m_source);
+        Walk(head);
+        IsAiff(m_contents.container) ? CheckAiff() : CheckWave();
     }
 
 private:
@@ -57,7 +53,14 @@ private:
         const ChunkGrammar& g = GrammarOf(m_contents.container);
         const uint64_t length = m_contents.fileBytes;
         uint64_t size = 0;
-        if (!g.Payload(head, &size)) Error(0, "the size of the file in its header cannot be");
+        const bool isValid = g.Payload(head, &size);
+        size = m_longSizes.Of(head, size);
+        if (!isValid || size > uint64_t{INT64_MAX}) Error(0, "the size of the file in its header cannot be");
+        const bool needsLongSizes =
+            m_contents.container == MediaContainer::Rf64 ||
+            (m_contents.container == MediaContainer::Bw64 && size == LongSizes::ELSEWHERE);
+        if (needsLongSizes && !m_longSizes.isThere)
+            Error(g.first, "there is no 'ds64' with the sizes of the file");
         m_contents.chunks.push_back({g.Id(head), 0, size, 0});
         const uint64_t end = size > length ? length : std::min(length, size + g.header);
         if (size > length || size + g.header > length) {
@@ -80,29 +83,30 @@ private:
     }
 
     void Chunks(const ChunkGrammar& g, uint64_t at, uint64_t end, uint32_t depth) {
-        uint8_t header[24];
+        ChunkIo<SourceStream> chunks(SourceStream(m_source), g, &m_longSizes);
+        ChunkHead head;
         while (at < end) {
             if (m_contents.chunks.size() >= MOST_CHUNKS) return Note(at, "more chunks than are looked at");
             if (end - at < g.header) {
                 if (end - at >= g.multiple) Note(at, std::to_string(end - at) + " bytes that are no chunk");
                 return;
             }
-            if (!m_source.Read(at, header, g.header)) return Error(at, "cannot be read");
-            const std::string id = g.Id(header);
-            uint64_t size = 0;
-            const bool isValid = g.Payload(header, &size);
-            const uint64_t body = at + g.header, inFile = std::min(size, m_contents.fileBytes - body);
+            if (!chunks.ReadHeadAt(at, &head)) return Error(at, "cannot be read");
+            const std::string id = g.Id(head.bytes);
+            const uint64_t size = head.size, body = at + g.header,
+                           inFile = std::min(size, m_contents.fileBytes - body);
             const uint64_t there = depth == 0 ? inFile : std::min(size, end - body);
             m_contents.chunks.push_back({id, at, size, depth});
-            if (!g.IsPlausible(header)) Note(at, "the id of a chunk is not printable");
-            if (!isValid) return Error(at, "'" + id + "' has a size that cannot be");
+            if (!g.IsPlausible(head.bytes)) Note(at, "the id of a chunk is not printable");
+            if (!head.isValid) return Error(at, "'" + id + "' has a size that cannot be");
             if (there < size)
                 Error(at, "'" + id + "' tells of " + std::to_string(size) + " bytes, " +
                               std::to_string(there) + " are there");
             else if (body + size > end)
                 Error(at, "'" + id + "' reaches beyond the form");
             if (depth == 0) Take(id, body, size, there);
-            if (depth == 0 && g.IsList(header) && there >= g.type) Chunks(g, body + g.type, body + there, 1);
+            if (depth == 0 && g.IsList(head.bytes) && there >= g.type)
+                Chunks(g, body + g.type, body + there, 1);
             if (there < size) return;
             at = body + g.Padded(size);
         }
@@ -115,8 +119,7 @@ private:
         if (!place) return;
         if (place->isThere) return Error(body, "'" + id + "' stands twice");
         *place = {true, body, size, there};
-        if (place == &m_data && !m_format.isThere && !g.isBigEndian)
-            Error(body, "'data' stands before 'fmt '");
+        if (place == &m_data && !m_format.isThere && !g.IsAiff()) Error(body, "'data' stands before 'fmt '");
     }
 
     bool CheckPlaces(const char* format, const char* data) {
@@ -134,6 +137,8 @@ private:
         if (!m_source.Read(m_format.offset, bytes.data(), read))
             return Error(m_format.offset, "cannot be read");
         auto* wfx = reinterpret_cast<WAVEFORMATEX*>(bytes.data());
+        m_contents.isBigEndian = m_contents.container == MediaContainer::Rifx;
+        if (m_contents.isBigEndian) SwapFormat(bytes.data());
         if (read < 16) Error(m_format.offset, "'fmt ' is too short for the bits of a sample");
         if (m_format.size > MOST_FORMAT) Note(m_format.offset, "'fmt ' is longer than any format");
         if (read >= sizeof *wfx && sizeof *wfx + wfx->cbSize > m_format.size) {
@@ -150,6 +155,7 @@ private:
         _qmwaveformat& format = m_contents.format.format;
         if (wfx->wFormatTag == WAVE_TAG_EXTENSIBLE && format.sampleType == QMSAMPLE_PCM24IN32)
             format.sampleType = QMSAMPLE_PCM32;
+        if (m_contents.isBigEndian) format.sampleType = Reversed(format.sampleType);
         CheckFormat(*wfx, m_format.offset);
         constexpr uint32_t TAG_ALAW = 6, TAG_MULAW = 7;  // one byte a sample
         const uint32_t tag = QmAudio_GetWaveFormatTag(wfx);
@@ -157,6 +163,21 @@ private:
         const bool isPacked = tag == WAVE_TAG_PCM || tag == TAG_ALAW || tag == TAG_MULAW;
         m_frameBytes = isKnown ? format.BytesPerSample() * format.channels : isPacked ? wfx->nBlockAlign : 0;
         if (m_data.isThere) Data(m_data.offset, m_data.there, m_data.size);
+    }
+
+    static QMSAMPLETYPE Reversed(QMSAMPLETYPE type) {
+        switch (type) {
+        case QMSAMPLE_PCM16: return QMSAMPLE_BE16;
+        case QMSAMPLE_PCM24: return QMSAMPLE_BE24;
+        case QMSAMPLE_PCM32: return QMSAMPLE_BE32;
+        default: return type;
+        }
+    }
+    /// The numbers of a big-endian record. What samples of more than a byte are told by lies in the tag.
+    static void SwapFormat(uint8_t* record) {
+        for (const uint32_t at : {0, 2, 12, 14, 16, 18}) iff_ByteSwap16(record + at, 1);
+        for (const uint32_t at : {4, 8, 20, 24}) iff_ByteSwap32(record + at, 1);
+        for (const uint32_t at : {28, 30}) iff_ByteSwap16(record + at, 1);
     }
 
     void CheckFormat(const WAVEFORMATEX& wfx, uint64_t at) {
@@ -262,6 +283,7 @@ private:
     const ByteSource& m_source;
     MediaContents& m_contents;
     Place m_format{}, m_data{};
+    LongSizes m_longSizes;      ///< of RF64 and BW64
     uint64_t m_frameBytes = 0;  ///< 0 where frames cannot be counted
 };
 
@@ -280,6 +302,9 @@ const char* NameOf(MediaContainer container) {
     case MediaContainer::Wave64: return "Wave64";
     case MediaContainer::Aiff: return "AIFF";
     case MediaContainer::Aifc: return "AIFC";
+    case MediaContainer::Rf64: return "RF64";
+    case MediaContainer::Bw64: return "BW64";
+    case MediaContainer::Rifx: return "RIFX";
     default: return "unknown";
     }
 }

@@ -11,7 +11,19 @@
 
 class ByteSource;
 
-enum class MediaContainer { Unknown, Wave, Wave64, Aiff, Aifc };
+enum class MediaContainer {
+    Unknown,
+    Wave,
+    Wave64,
+    Aiff,
+    Aifc,
+    Rf64,  ///< wave with sizes of 64 bits
+    Bw64,  ///< the same, as broadcasters have it
+    Rifx,  ///< wave with big-endian numbers
+};
+
+constexpr bool IsAiff(MediaContainer c) { return c == MediaContainer::Aiff || c == MediaContainer::Aifc; }
+constexpr bool IsLongWave(MediaContainer c) { return c == MediaContainer::Rf64 || c == MediaContainer::Bw64; }
 
 struct MediaChunk {
     std::string id;  ///< four characters, what is not printable as '?'; of Wave64 a known name or the GUID
@@ -43,6 +55,7 @@ struct MediaContents {
     uint64_t dataOffset = 0;    ///< of the first sample
     uint64_t dataBytes = 0;     ///< that are in the file
     uint64_t dataHeader = 0;    ///< of the data chunk's header
+    bool isBigEndian = false;   ///< samples of more than a byte; the type tells it where it can
     uint64_t frames = 0;        ///< whole ones; of most compressed formats 0, or what the header tells
 
     bool HasErrors() const {
@@ -57,5 +70,5 @@ struct MediaContents {
 QM_API MediaContents InspectMedia(HQMFILE file);
 QM_API MediaContents InspectMedia(const ByteSource& source);
 
-/// "Wave", "Wave64", "AIFF", "AIFC".
+/// "Wave", "Wave64", "AIFF", "AIFC", "RF64", "BW64", "RIFX".
 QM_API const char* NameOf(MediaContainer container);

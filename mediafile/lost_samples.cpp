@@ -1,8 +1,8 @@
 #include "mediafile/lost_samples.h"
 
+#include "mediafile/chunk_io.h"
 #include "mediafile/file_stream.h"
 #include "mediafile/riff64.h"
-#include "mediafile/riff_core.h"
 
 #include <cstring>
 
@@ -12,29 +12,14 @@ namespace {
 
 /// What a writer of ours puts where, and by what its data chunk is known.
 struct Layout {
-    int64_t format;       ///< place of the 18 bytes
-    int64_t chunks;       ///< behind them
-    uint32_t header;      ///< bytes of a chunk's header
-    uint32_t labelBytes;  ///< by which a chunk is known
-    const void* data;     ///< the label
-    /// From a header: bytes to the next one.
-    uint64_t (*step)(const uint8_t* header);
+    int64_t format;  ///< place of the 18 bytes
+    int64_t chunks;  ///< behind them
+    const ChunkGrammar& g;
+    const void* data;  ///< label of the samples' chunk
 };
 
-constexpr uint32_t WAVE_DATA = FourCC("data");
-
-uint64_t WaveStep(const uint8_t* header) {
-    const auto size = FromLittleEndian<uint32_t>(header + 4);
-    return uint64_t{size} + (size & 1) + RIFF_CHUNK_HEADER;
-}
-uint64_t Wave64Step(const uint8_t* header) {
-    const auto size = FromLittleEndian<uint64_t>(header + 16);
-    if (size >= uint64_t{INT64_MAX} - 8) return INT64_MAX;
-    return std::max((size + 7) & ~uint64_t{7}, RIFF64_CHUNK_HEADER);
-}
-
-constexpr Layout WAVE = {20, 38, 8, 4, &WAVE_DATA, WaveStep};
-constexpr Layout WAVE64 = {64, 88, 24, 16, &W64_DATA, Wave64Step};
+const Layout WAVE = {20, 38, WAVE_GRAMMAR, "data"};
+const Layout WAVE64 = {64, 88, WAVE64_GRAMMAR, &W64_DATA};
 
 WAVEFORMATEX DefaultHint() {
     WAVEFORMATEX hint;
@@ -60,33 +45,24 @@ void Mend(WAVEFORMATEX& wfx, const WAVEFORMATEX& hint) {
     wfx.nAvgBytesPerSec = wfx.nBlockAlign * wfx.nSamplesPerSec;
 }
 
-bool IsData(const Layout& layout, const uint8_t* at) {
-    return std::memcmp(at, layout.data, layout.labelBytes) == 0;
-}
-
 /// From chunk to chunk; the place behind the data chunk's header, or -1.
 int64_t WalkToData(FileStream s, const Layout& layout, int64_t scanEnd) {
-    uint8_t header[24];
-    for (int64_t at = layout.chunks; scanEnd - at >= layout.header;) {
-        if (!s.Seek(at) || !s.Read(header, layout.header)) return -1;
-        if (IsData(layout, header)) return at + layout.header;
-        const uint64_t step = layout.step(header);
-        if (step > static_cast<uint64_t>(scanEnd - at)) return -1;
-        at += static_cast<int64_t>(step);
-    }
-    return -1;
+    ChunkIo<FileStream> chunks(s, layout.g);
+    uint64_t size = 0, left = static_cast<uint64_t>(std::max<int64_t>(scanEnd - layout.chunks, 0));
+    return s.Seek(layout.chunks) && Succeeded(chunks.Find(layout.data, &size, &left)) ? s.Tell() : -1;
 }
 
 /// Byte by byte for the label.
 HRESULT SearchData(FileStream s, const Layout& layout, int64_t scanEnd, int64_t* start) {
     constexpr int64_t BLOCK = 4096;
     uint8_t block[BLOCK];
-    const int64_t overlap = layout.labelBytes, length = s.Size();
+    const int64_t overlap = layout.g.sizeAt, header = layout.g.header, length = s.Size();
     for (int64_t at = layout.chunks;; at += BLOCK - overlap) {
         if (!s.Seek(at)) return MEDIA_E_READ;
         const int64_t got = s.ReadSome(block, BLOCK);
-        for (int64_t i = 0; i + layout.labelBytes <= got && at + i + layout.header <= length; i++)
-            if (IsData(layout, block + i)) return *start = at + i + layout.header, S_OK;
+        for (int64_t i = 0; i + overlap <= got && at + i + header <= length; i++)
+            if (std::memcmp(block + i, layout.data, layout.g.sizeAt) == 0)
+                return *start = at + i + header, S_OK;
         if (at + BLOCK >= scanEnd) return *start = scanEnd, S_OK;
         if (got < BLOCK) return MEDIA_E_NOT_FOUND;
     }

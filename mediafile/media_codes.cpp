@@ -22,6 +22,7 @@ const Row ROWS[] = {
     {MEDIA_E_UNSUPPORTED_FORMAT, KS_Media_UnsupportedFormat},
     {MEDIA_E_UNSUPPORTED_VERSION, KS_Media_UnsupportedVersion},
     {MEDIA_E_TOO_LARGE, KS_Media_TooLarge},
+    {MEDIA_E_NO_PROJECT, KS_Media_NoProject},
     {MEDIA_E_NO_RIFF, KS_Media_NoRiff},
     {MEDIA_E_NO_LIST, KS_Media_NoList},
     {MEDIA_E_EMPTY_CHUNK, KS_Media_EmptyChunk},

@@ -3,8 +3,7 @@
 
 #include "platform/types.h"
 
-inline constexpr HRESULT MEDIA_E_UNSUPPORTED_TYPE =
-    tarn::StatusCode(0x8004E000);  ///< before anything is touched
+inline constexpr HRESULT MEDIA_E_UNSUPPORTED_TYPE = tarn::StatusCode(0x8004E000);  ///< before anything is touched
 inline constexpr HRESULT MEDIA_E_OPEN = tarn::StatusCode(0x8004E007);
 inline constexpr HRESULT MEDIA_E_READ = tarn::StatusCode(0x8004E008);
 inline constexpr HRESULT MEDIA_E_WRITE = tarn::StatusCode(0x8004E009);
@@ -13,6 +12,7 @@ inline constexpr HRESULT MEDIA_E_UNKNOWN_FORMAT = tarn::StatusCode(0x8004E00B);
 inline constexpr HRESULT MEDIA_E_UNSUPPORTED_FORMAT = tarn::StatusCode(0x8004E016);
 inline constexpr HRESULT MEDIA_E_UNSUPPORTED_VERSION = tarn::StatusCode(0x8004E01C);
 inline constexpr HRESULT MEDIA_E_TOO_LARGE = tarn::StatusCode(0x8004E03A);
+inline constexpr HRESULT MEDIA_E_NO_PROJECT = tarn::StatusCode(0x8004E05D);
 inline constexpr HRESULT MEDIA_E_NO_RIFF = tarn::StatusCode(0x8004E080);
 inline constexpr HRESULT MEDIA_E_NO_LIST = tarn::StatusCode(0x8004E081);
 inline constexpr HRESULT MEDIA_E_EMPTY_CHUNK = tarn::StatusCode(0x8004E082);

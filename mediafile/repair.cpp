@@ -73,14 +73,28 @@ private:
     }
     void EditSize(uint64_t header, uint64_t payload, const std::string& what) {
         const uint64_t at = header + m_g->sizeAt, stored = m_g->Stored(payload);
+        if (IsLong(header)) {
+            constexpr uint64_t DATA = 8;  // behind the form's
+            return EditNumber<uint64_t>(m_head.longSizes.offset + (header == 0 ? 0 : DATA), payload, what);
+        }
         m_g->sizeBytes == 8 ? EditNumber<uint64_t>(at, stored, what)
                             : EditNumber<uint32_t>(at, static_cast<uint32_t>(stored), what);
+    }
+
+    /// The size in the header at that place is told in "ds64".
+    bool IsLong(uint64_t header) const {
+        uint8_t stored[4];
+        return m_head.longSizes.isThere && m_source.Read(header + m_g->sizeAt, stored, sizeof stored) &&
+               FromLittleEndian<uint32_t>(stored) == LongSizes::ELSEWHERE;
+    }
+    uint64_t LargestPayload(uint64_t header) const {
+        return IsLong(header) ? uint64_t{INT64_MAX} / 2 : m_g->LargestPayload();
     }
 
     bool FindSamples() {
         const uint64_t body = m_head.dataHeader + m_g->header;
         m_extra = 0;
-        if (m_g->isBigEndian) {
+        if (m_g->IsAiff()) {
             uint8_t offset[8];
             if (!m_source.Read(body, offset, sizeof offset)) return Refuse("the file ends within its header");
             m_extra = sizeof offset + FromBigEndian<uint32_t>(offset);
@@ -91,7 +105,7 @@ private:
         return Refuse("the file ends before its first sample");
     }
 
-    bool FindFrame() { return m_g->isBigEndian ? FindAiffFrame() : FindWaveFrame(); }
+    bool FindFrame() { return m_g->IsAiff() ? FindAiffFrame() : FindWaveFrame(); }
 
     bool FindWaveFrame() {
         WAVEFORMATEXTENSIBLE record{};
@@ -141,7 +155,7 @@ private:
 
     SampleExtent Extent() const {
         const bool isSet = m_head.isPayloadValid && m_head.payload > m_extra &&
-                           (m_g->sizeBytes == 8 || m_head.payload != UINT32_MAX);
+                           (m_g->sizeBytes == 8 || m_head.longSizes.isThere || m_head.payload != UINT32_MAX);
         const ExtentFacts facts = {m_plan.samples, m_head.payload - std::min(m_head.payload, m_extra),
                                    isSet,          m_head.formEnd,
                                    m_frame,        uint64_t{m_countedFrames} * m_frame};
@@ -151,21 +165,23 @@ private:
 
     /// Of the samples' chunk, of the form, and the numbers of frames.
     bool SetSizes(const SampleExtent& extent) {
-        if (extent.bytes + m_extra > m_g->LargestPayload())
+        if (extent.bytes + m_extra > LargestPayload(m_head.dataHeader))
             return Refuse("the samples are more than such a file can tell of");
         if (extent.isChanged || !m_head.isPayloadValid)
             EditSize(m_head.dataHeader, extent.bytes + m_extra, "the size of the samples' chunk");
-        if (m_g->isBigEndian) {
+        if (m_g->IsAiff()) {
             if (m_plan.frames > UINT32_MAX)
                 return Refuse("the samples are more than such a file can tell of");
             EditNumber(m_head.format + 2, static_cast<uint32_t>(m_plan.frames), "the number of frames");
         } else if (extent.isChanged) {
             SetFact();
+            if (m_head.longSizes.isThere)
+                EditNumber<uint64_t>(m_head.longSizes.offset + 16, m_plan.frames, "the frames of 'ds64'");
         }
         uint64_t end = extent.formEnd;
         for (const MediaEdit& edit : m_plan.edits) end = end - edit.removed + edit.bytes.size();
         if (!m_head.isFormWhole) end = end - m_head.formBytes + m_g->first;
-        if (end - m_g->header > m_g->LargestPayload())
+        if (end - m_g->header > LargestPayload(0))
             return Refuse("the file is longer than its header can tell");
         if (m_head.isFormWhole)
             EditSize(0, end - m_g->header, "the size of the file");
@@ -187,22 +203,12 @@ private:
 
     void WriteForm(uint64_t payload) {
         std::vector<uint8_t> bytes(m_g->first);
-        const auto put = [&](uint64_t at, const void* label, size_t count) {
-            std::memcpy(&bytes[at], label, count);
-        };
-        if (m_g->sizeBytes == 8) {
-            put(0, &W64_RIFF, sizeof(GUID));
-            ToLittleEndian(&bytes[16], m_g->Stored(payload));
-            put(24, &W64_WAVE, sizeof(GUID));
-        } else if (m_g->isBigEndian) {
-            put(0, "FORM", 4);
-            ToBigEndian(&bytes[4], static_cast<uint32_t>(payload));
-            put(8, m_head.container == MediaContainer::Aifc ? "AIFC" : "AIFF", 4);
-        } else {
-            put(0, "RIFF", 4);
-            ToLittleEndian(&bytes[4], static_cast<uint32_t>(payload));
-            put(8, "WAVE", 4);
-        }
+        m_g->MakeHead(bytes.data(), m_g->form, payload);
+        const void* type = m_g->sizeBytes == 8                        ? static_cast<const void*>(&W64_WAVE)
+                           : !m_g->IsAiff()                           ? "WAVE"
+                           : m_head.container == MediaContainer::Aifc ? "AIFC"
+                                                                      : "AIFF";
+        std::memcpy(&bytes[m_g->header], type, m_g->type);
         m_plan.edits.push_back(
             {0, m_head.formBytes, std::move(bytes), "the head of the file is written anew"});
     }

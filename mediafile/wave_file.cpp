@@ -2,12 +2,13 @@
 
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"
+#include "mediafile/chunk_io.h"
 #include "mediafile/file_stream.h"
 #include "mediafile/lost_samples.h"
 #include "mediafile/riff64.h"
-#include "mediafile/riff_core.h"
 
 #include <cstring>
+#include <memory>
 
 using namespace tarn;
 

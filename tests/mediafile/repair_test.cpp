@@ -2,8 +2,8 @@
 // is.
 #include "mediafile/repair.h"
 #include "mediafile/riff64.h"
+#include "mediafile/sample_file.h"
 #include "tests/mediafile/media_support.h"
-#include "tools/tarn-media/sample_file.h"
 
 #include <cstring>
 #include <functional>
@@ -24,7 +24,8 @@ constexpr Kind KINDS[] = {
     {MediaContainer::Wave64, QMSAMPLE_FLOAT64}, {MediaContainer::Aiff, QMSAMPLE_SIGNED8},
     {MediaContainer::Aiff, QMSAMPLE_BE16},      {MediaContainer::Aiff, QMSAMPLE_BE24},
     {MediaContainer::Aiff, QMSAMPLE_BE32},      {MediaContainer::Aifc, QMSAMPLE_PCM16},
-    {MediaContainer::Aifc, QMSAMPLE_PCM24}};
+    {MediaContainer::Aifc, QMSAMPLE_PCM24},     {MediaContainer::Rf64, QMSAMPLE_PCM16},
+    {MediaContainer::Bw64, QMSAMPLE_PCM24}};
 
 Bytes Noise(size_t count) {
     std::mt19937 random(7);
@@ -180,12 +181,13 @@ TEST_F(Repair, GivesBackEveryFrameOfCutFilesAndOfWrongSizes) {
                 for (size_t cut = 0; cut < std::min(good.size(), start + 200); cut++)
                     check(Bytes(good.begin(), good.begin() + static_cast<ptrdiff_t>(cut)),
                           std::max(cut, start) - start, "cut at " + std::to_string(cut), cut < start);
-                const bool is64 = kind.container == MediaContainer::Wave64,
-                           isBig = kind.container == MediaContainer::Aiff ||
-                                   kind.container == MediaContainer::Aifc;
-                const SizeField form = is64 ? SizeField{16, 8, false} : SizeField{4, 4, isBig},
-                                data = is64 ? SizeField{c.dataHeader + 16, 8, false}
-                                            : SizeField{c.dataHeader + 4, 4, isBig};
+                const bool is64 = kind.container == MediaContainer::Wave64, isBig = IsAiff(kind.container);
+                const SizeField form = is64                         ? SizeField{16, 8, false}
+                                       : IsLongWave(kind.container) ? SizeField{20, 8, false}
+                                                                    : SizeField{4, 4, isBig},
+                                data = is64                         ? SizeField{c.dataHeader + 16, 8, false}
+                                       : IsLongWave(kind.container) ? SizeField{28, 8, false}
+                                                                    : SizeField{c.dataHeader + 4, 4, isBig};
                 const uint64_t wholeForm = GetSize(good, form), wholeData = GetSize(good, data);
                 std::vector<uint64_t> forms = {0, 8, 36, UINT64_MAX, wholeForm},
                                       sizes = {0, UINT64_MAX, wholeData};

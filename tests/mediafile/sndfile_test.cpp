@@ -1,9 +1,9 @@
 #include "audio/audio_copy.h"
 // What libsndfile writes is read alike here, and what is written here is read alike there.
+#include "mediafile/sample_file.h"
 #include "mediafile/wave_file.h"
 #include "platform/memory.h"
 #include "tests/mediafile/media_support.h"
-#include "tools/tarn-media/sample_file.h"
 
 #include <sndfile.h>
 
@@ -117,8 +117,10 @@ TEST_F(Sndfile, ItsFilesAreReadAlike) {
 TEST_F(Sndfile, OurFilesAreReadAlike) {
     for (const Row& row : ROWS)
         for (const uint32_t channels : {1u, 2u, 6u})
-            for (const size_t count : {size_t{1}, size_t{1001}}) {
+            for (const size_t count : {size_t{1}, size_t{1001}, size_t{1002}}) {
                 const std::vector<int> samples = Random(count * channels);
+                // A wave file that outgrew its limit while it was written.
+                const SampleFileGrowth growth = {row.ours == MediaContainer::Wave && count > 1, count * 2};
                 _qmwaveformat format;
                 format.Init(44100, row.type, channels, 0, sizeof format);
                 {
@@ -126,7 +128,7 @@ TEST_F(Sndfile, OurFilesAreReadAlike) {
                     Bytes stored(samples.size() * QmAudio_BytesFromSampleType(row.type));
                     QmAudio_GetCopyFunction2(row.type, QMSAMPLE_PCM32)(
                         stored.data(), samples.data(), static_cast<int64_t>(samples.size()), 1);
-                    SampleFile out(file.get(), row.ours, format);
+                    SampleFile out(file.get(), row.ours, format, growth);
                     ASSERT_EQ(out.Begin(), S_OK);
                     ASSERT_EQ(out.Write(stored.data(), static_cast<uint32_t>(stored.size())), S_OK);
                     ASSERT_EQ(out.End(), S_OK);
@@ -141,6 +143,11 @@ TEST_F(Sndfile, OurFilesAreReadAlike) {
                 EXPECT_EQ(info.channels, static_cast<int>(channels));
                 EXPECT_EQ(info.samplerate, 44100);
                 EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, row.subtype);
+                // 8 bits with one channel do not pass the limit, all others do.
+                const bool isLong = growth.mayBecomeLong &&
+                                    count * channels * QmAudio_BytesFromSampleType(row.type) > growth.limit;
+                EXPECT_EQ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64, isLong);
+                EXPECT_EQ(Inspected("y").container, isLong ? MediaContainer::Rf64 : row.ours);
                 const auto length = static_cast<sf_count_t>(count);
                 std::vector<int> back(samples.size());
                 std::vector<double> doubles(samples.size());

@@ -3,6 +3,8 @@
 #include "tests/mediafile/media_support.h"
 #include "tests/support/program.h"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 
@@ -222,6 +224,121 @@ TEST_F(TarnMedia, HeadersForRawSamples) {
     }
     EXPECT_EQ(Run("header insert " + Path("raw") + " " + Path("c.wav") + " --bytes 50").code, 2);
     EXPECT_FALSE(std::filesystem::exists(Path("c.wav")));
+}
+
+TEST_F(TarnMedia, ConvertCarriesMetadataAndTellsWhatHasNoPlace) {
+    MakeWave("a.wav");
+    const std::string a = Path("a.wav"), b = Path("b.aiff"), c = Path("c.w64");
+    ASSERT_EQ(Run("meta set " + a +
+                  " info.INAM=Title info.IGNR=Jazz bext.Originator=x cue.1.position=5 cue.1.label=here")
+                  .code,
+              0);
+    ASSERT_EQ(Run("convert " + a + " " + c).code, 0);
+    const auto values = [&](const std::string& file) {
+        const std::string text = Run("meta show " + file).text;
+        return text.substr(text.find('\n'));
+    };
+    EXPECT_EQ(values(c), values(a));
+    const Outcome toAiff = Run("convert " + a + " " + b);
+    EXPECT_EQ(toAiff.code, 0);
+    EXPECT_NE(toAiff.text.find("AIFF has no text for IGNR; kept in " + b + ".qml"), std::string::npos)
+        << toAiff.text;
+    EXPECT_NE(values(b).find("text.NAME = Title"), std::string::npos) << values(b);
+    const Bytes side = Content("b.aiff.qml");
+    EXPECT_NE(std::search(side.begin(), side.end(), std::begin("Jazz"), std::end("Jazz") - 1), side.end());
+    EXPECT_NE(Run("convert --drop-lost " + a + " " + Path("d.aiff")).text.find("; dropped"),
+              std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(Path("d.aiff.qml")));
+    ASSERT_EQ(Run("convert --no-metadata " + c + " " + Path("e.wav")).code, 0);
+    EXPECT_EQ(values(Path("e.wav")), "\n");
+    // Out and in again by way of text, byte for byte.
+    ASSERT_EQ(std::system((std::string(TARN_MEDIA) + " meta export " + a + " > " + Path("a.json")).c_str()),
+              0);
+    ASSERT_EQ(Run("meta import " + Path("e.wav") + " " + Path("a.json")).code, 0);
+    EXPECT_EQ(Content("e.wav"), Content("a.wav"));
+    ASSERT_EQ(Run("meta strip --kinds info,cue " + a).code, 0);
+    EXPECT_EQ(values(a).find("cue."), std::string::npos);
+    ASSERT_EQ(Run("meta copy --kinds info " + c + " " + a).code, 0);
+    EXPECT_NE(values(a).find("info.INAM = Title"), std::string::npos);
+    EXPECT_EQ(Run("meta check " + a).code, 0);
+}
+
+TEST_F(TarnMedia, ManyFilesAtOnce) {
+    std::filesystem::create_directory(Path("in"));
+    std::filesystem::create_directory(Path("out"));
+    std::string names;
+    for (int i = 0; i < 9; i++) {
+        MakeWave("in/" + std::to_string(i) + ".wav");
+        names += Path("in/" + std::to_string(i) + ".wav") + '\n';
+    }
+    Make("in/5x.wav", Bytes(20, 1));
+    const Outcome all = Run("verify --json-lines --jobs 4 -r " + Path("in"));
+    EXPECT_EQ(all.code, 2) << "one of them failed";
+    EXPECT_EQ(std::ranges::count(all.text, '\n'), 10);
+    EXPECT_LT(all.text.find("/5.wav"), all.text.find("/5x.wav"));
+    EXPECT_LT(all.text.find("/5x.wav"), all.text.find("/6.wav"));
+    std::filesystem::remove(Path("in/5x.wav"));
+    Make("names", Bytes(names.begin(), names.end()));
+    EXPECT_EQ(Run("meta set --names-from-stdin -j 3 info.INAM=All < " + Path("names")).code, 0);
+    EXPECT_EQ(Run("convert -r -j 3 --container w64 --to-folder " + Path("out") + " " + Path("in")).code, 0);
+    std::replace(names.begin(), names.end(), '\n', '\0');
+    Make("zeros", Bytes(names.begin(), names.end()));
+    const Outcome shown = Run("meta show -0 < " + Path("zeros"));
+    EXPECT_EQ(shown.code, 0);
+    for (int i = 0; i < 9; i++) {
+        EXPECT_NE(Run("meta show " + Path("out/" + std::to_string(i) + ".w64")).text.find("info.INAM = All"),
+                  std::string::npos);
+        EXPECT_NE(shown.text.find("/" + std::to_string(i) + ".wav"), std::string::npos);
+    }
+}
+
+TEST_F(TarnMedia, MetadataSurvivesWhatHappensToTheProgram) {
+    MakeWave("a.wav");
+    ASSERT_EQ(Run("meta set " + Path("a.wav") + " info.INAM=old bext.Description=old axml='<a/>'").code, 0);
+    const Bytes good = Content("a.wav");
+    const std::string set = " meta set " + Path("x.wav") + " info.INAM='a longer title' bext.Description=new";
+    for (int write = 0;; write++) {
+        Make("x.wav", good);
+        const std::string killed = "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" KILL_AT_WRITE
+                                   " KILL_AT_WRITE=" +
+                                   std::to_string(write) + " " TARN_MEDIA + set;
+        const int status = std::system(("(" + killed + ") >/dev/null 2>&1; exit $?").c_str());
+        const Bytes now = Content("x.wav");
+        EXPECT_TRUE(std::equal(good.begin() + 12, good.begin() + 44 + 4000, now.begin() + 12)) << write;
+        EXPECT_EQ(Run("verify " + Path("x.wav")).code, 0) << write;
+        const std::string shown = Run("meta show " + Path("x.wav")).text;
+        EXPECT_TRUE(shown.find("INAM = old") != shown.npos ||
+                    shown.find("INAM = a longer title") != shown.npos)
+            << write << shown;
+        EXPECT_NE(shown.find("axml = <a/>"), shown.npos) << write;
+        if (WEXITSTATUS(status) != 128 + SIGKILL) {
+            EXPECT_EQ(WEXITSTATUS(status), 0);
+            EXPECT_EQ(write, 3) << "the new chunk, the form's size, the old chunk's place with the other one";
+            break;
+        }
+    }
+    // A file that somebody else is writing is left alone, and so is one that may not be written.
+    Make("x.wav", good);
+    {
+        const OwnedHandle recorder = Open("x.wav");
+        const Outcome busy = Run(set.substr(1));
+        EXPECT_EQ(busy.code, 2);
+        EXPECT_NE(busy.text.find("another program writes to it"), std::string::npos) << busy.text;
+    }
+    std::filesystem::create_symlink("/dev/full", Path("full.wav"));
+    EXPECT_EQ(Run("meta set --output " + Path("full.wav") + " -f " + Path("x.wav") + " info.INAM=y").code, 2);
+    EXPECT_EQ(Content("x.wav"), good);
+    EXPECT_EQ(Run("meta set -n " + Path("x.wav") + " info.INAM=y").code, 0);
+    EXPECT_EQ(Content("x.wav"), good);
+    const Outcome copy =
+        Run("meta set --checksum -o " + Path("y.wav") + " " + Path("x.wav") + " info.INAM=y");
+    EXPECT_EQ(copy.code, 0);
+    EXPECT_NE(copy.text.find("before, "), std::string::npos) << copy.text;
+    EXPECT_EQ(Content("x.wav"), good);
+    EXPECT_NE(Run("meta show " + Path("y.wav")).text.find("INAM = y"), std::string::npos);
+    EXPECT_EQ(Run("meta set " + Path("x.wav")).code, 3);
+    EXPECT_EQ(Run("meta set " + Path("x.wav") + " bext.Version=9").code, 2);
+    EXPECT_EQ(Content("x.wav"), good);
 }
 
 }  // namespace

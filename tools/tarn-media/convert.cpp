@@ -1,7 +1,8 @@
 #include "audio/audio_copy.h"
 #include "audio/channels.h"
+#include "mediafile/meta/meta_carry.h"
+#include "mediafile/sample_file.h"
 #include "tools/tarn-media/media_tool.h"
-#include "tools/tarn-media/sample_file.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,8 @@ constexpr uint32_t PIECE_BYTES = 1 << 20;
 MediaContainer ContainerByName(const std::string& name) {
     if (name == "wav" || name == "wave") return MediaContainer::Wave;
     if (name == "w64") return MediaContainer::Wave64;
+    if (name == "rf64") return MediaContainer::Rf64;
+    if (name == "bw64") return MediaContainer::Bw64;
     if (name == "aif" || name == "aiff") return MediaContainer::Aiff;
     if (name == "aifc" || name == "sowt") return MediaContainer::Aifc;
     return MediaContainer::Unknown;
@@ -96,6 +99,8 @@ std::string Refusal(const MediaContents& c, const ConvertOptions& options) {
     const std::string at = "at " + std::to_string(c.formatOffset) + ": ";
     if (f.sampleType == QMSAMPLE_UNKNOWN || f.IsCompressed() || f.channels == 0)
         return at + "samples of this format are not converted";
+    if (c.isBigEndian && (f.sampleType == QMSAMPLE_FLOAT32 || f.sampleType == QMSAMPLE_FLOAT64))
+        return at + "big-endian floats are not converted";
     if (f.sampleRate == 0) return at + "the format has a rate of 0";
     if (f.blockAlign != f.BytesPerSample() * f.channels)
         return at + "frames of " + std::to_string(f.blockAlign) +
@@ -129,12 +134,36 @@ void CopySamples(HQMFILE in, const MediaContents& c, Converter& converter, Sampl
     }
 }
 
+/// What goes along, and what does not, which is said before anything is written.
+MetaCarried Carried(HQMFILE in, const MediaContents& contents, MediaContainer container,
+                    const ConvertOptions& options) {
+    if (options.dropsMetadata) return {};
+    const FileSource source(in);
+    MetaCarried carried = CarryMetadata(ReadMetaDocument(source, contents), container);
+    for (const MetaLoss& loss : carried.losses)
+        if (!options.quiet)
+            Complain(options.output,
+                     "'" + loss.id + "': " + loss.reason +
+                         (options.dropsLost ? "; dropped" : "; kept in " + options.output + ".qml"));
+    return carried;
+}
+
+void WriteMetadata(HQMFILE file, const MetaDocument& document) {
+    if (document.blocks.empty()) return;
+    const FileSource source(file);
+    const MetaEditPlan plan = PlanMetaEdit(source, InspectMedia(source), document);
+    if (plan.IsRefused())
+        throw std::runtime_error("metadata: " + plan.refusal + "; --no-metadata leaves it out");
+    if (const HRESULT hr = ApplyMetaEdit(file, plan); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
+}
+
 }  // namespace
 
 int Convert(const ConvertOptions& options) {
     const MediaContainer container = ContainerOf(options);
     if (container == MediaContainer::Unknown)
-        return Complain(options.output, "which container? --container wav, w64, aiff or aifc", EXIT_USAGE);
+        return Complain(options.output, "which container? --container wav, rf64, bw64, w64, aiff or aifc",
+                        EXIT_USAGE);
     const OwnedFile in = OpenFile(options.input, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
     if (!in) return Complain(options.input, ReasonOf(MEDIA_E_OPEN));
     const MediaContents contents = InspectMedia(in.get());
@@ -160,13 +189,15 @@ int Convert(const ConvertOptions& options) {
                         EXIT_USAGE);
     if (contents.frames * to.blockAlign > LargestData(container))
         return Complain(options.output,
-                        std::string(NameOf(container)) + " holds at most 4 GB; Wave64 (.w64) has no limit",
+                        std::string(NameOf(container)) +
+                            " holds at most 4 GB; RF64 (--container rf64) and Wave64 (.w64) have no limit",
                         EXIT_USAGE);
     if (!options.quiet)
         for (const MediaProblem& p : contents.problems)
             if (p.fault == MediaFault::Error)
                 Complain(options.input,
                          "at " + std::to_string(p.offset) + ": " + p.text + " (goes on with what is there)");
+    const MetaCarried carried = Carried(in.get(), contents, container, options);
     try {
         NewFile out(options.output, options.force);
         SampleFile writer(out.File(), container, to);
@@ -174,6 +205,12 @@ int Convert(const ConvertOptions& options) {
         if (const HRESULT hr = writer.Begin(); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
         CopySamples(in.get(), contents, converter, writer);
         if (const HRESULT hr = writer.End(); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
+        WriteMetadata(out.File(), carried.document);
+        // The side file first: what is lost from the target must lie somewhere when that takes its name.
+        if (!carried.lost.empty() && !options.dropsLost)
+            if (const HRESULT hr = WriteLostMetadata(WideFromPath(options.output).c_str(), carried.lost);
+                Failed(hr))
+                throw std::runtime_error("its side file: " + ReasonOf(hr));
         out.Commit();
     } catch (const std::runtime_error& e) {
         return Complain(options.output, e.what());

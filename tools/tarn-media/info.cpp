@@ -1,9 +1,7 @@
 // What is in a file, and what is wrong with it.
+#include "tools/tarn-media/info.h"
 #include "audio/format_text.h"
 #include "platform/text.h"
-#include "tools/tarn-media/media_tool.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cinttypes>
 #include <cstdio>
@@ -55,63 +53,70 @@ nlohmann::json ContentsJson(const std::string& file, const MediaContents& c) {
     return json;
 }
 
-/// A name that is not UTF-8 gets replacement characters: JSON has no other way.
-std::string Dumped(const nlohmann::json& json) {
-    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
-void PrintProblems(const MediaContents& c) {
+std::string ProblemsText(const MediaContents& c) {
+    std::string text;
     for (const MediaProblem& p : c.problems)
-        std::printf("%s at %" PRIu64 ": %s\n", FaultName(p.fault), p.offset, p.text.c_str());
+        text += std::string(FaultName(p.fault)) + " at " + std::to_string(p.offset) + ": " + p.text + "\n";
+    return text;
 }
 
-void PrintContents(const std::string& file, const MediaContents& c) {
-    std::printf("file       %s\ncontainer  %s, %" PRIu64 " bytes\n", file.c_str(), NameOf(c.container),
-                c.fileBytes);
-    if (c.hasFormat) std::printf("format     %s\n", FormatText(c.format.format).c_str());
+template <class... Values>
+std::string Line(const char* format, Values... values) {
+    char text[400];
+    std::snprintf(text, sizeof text, format, values...);
+    return text;
+}
+
+std::string ContentsText(const std::string& file, const MediaContents& c) {
+    std::string text = "file       " + file + "\n";
+    text += Line("container  %s, %" PRIu64 " bytes\n", NameOf(c.container), c.fileBytes);
+    if (c.hasFormat) text += "format     " + FormatText(c.format.format) + "\n";
     if (c.hasData && c.frames)
-        std::printf("length     %" PRIu64 " frames, %s\n", c.frames,
-                    Duration(c.frames, c.format.format.sampleRate).c_str());
-    if (c.hasData) std::printf("samples    %" PRIu64 " bytes at %" PRIu64 "\n", c.dataBytes, c.dataOffset);
-    std::printf("chunks         offset          size\n");
+        text += Line("length     %" PRIu64 " frames, %s\n", c.frames,
+                     Duration(c.frames, c.format.format.sampleRate).c_str());
+    if (c.hasData) text += Line("samples    %" PRIu64 " bytes at %" PRIu64 "\n", c.dataBytes, c.dataOffset);
+    text += "chunks         offset          size\n";
     for (const MediaChunk& chunk : c.chunks)
-        std::printf("  %*s%-*s %10" PRIu64 "  %12" PRIu64 "\n", static_cast<int>(2 * chunk.depth), "",
-                    static_cast<int>(8 - 2 * chunk.depth), chunk.id.c_str(), chunk.offset, chunk.size);
-    PrintProblems(c);
+        text += Line("  %*s%-*s %10" PRIu64 "  %12" PRIu64 "\n", static_cast<int>(2 * chunk.depth), "",
+                     static_cast<int>(8 - 2 * chunk.depth), chunk.id.c_str(), chunk.offset, chunk.size);
+    return text + ProblemsText(c);
 }
 
-/// Inspects and calls `print`.
-template <class Print>
-int Inspect(const InfoOptions& options, Print print) {
-    const OwnedFile file = OpenFile(options.file, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
-    if (!file) return Complain(options.file, ReasonOf(MEDIA_E_OPEN));
-    const MediaContents contents = InspectMedia(file.get());
-    if (contents.container == MediaContainer::Unknown && !options.json) {
-        const MediaProblem& reason = contents.problems.front();
-        return Complain(options.file, "at " + std::to_string(reason.offset) + ": " + reason.text);
-    }
-    print(contents);
-    return contents.container == MediaContainer::Unknown ? EXIT_UNREADABLE
-           : contents.HasErrors()                        ? EXIT_FAULTY
-                                                         : EXIT_FINE;
+/// Inspects and calls `describe`, which fills in what there is to say.
+template <class Describe>
+int Inspect(const InfoOptions& options, Describe describe) {
+    return RunBatch(options.batch, [&](const std::string& name) {
+        FileResult result;
+        const OwnedFile file = OpenFile(name, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
+        if (!file) return FileResult{EXIT_UNREADABLE, {}, ReasonOf(MEDIA_E_OPEN)};
+        const MediaContents contents = InspectMedia(file.get());
+        const bool isKnown = contents.container != MediaContainer::Unknown;
+        result.code = !isKnown ? EXIT_UNREADABLE : contents.HasErrors() ? EXIT_FAULTY : EXIT_FINE;
+        if (!isKnown && !options.json) {
+            const MediaProblem& reason = contents.problems.front();
+            result.error = "at " + std::to_string(reason.offset) + ": " + reason.text;
+            return result;
+        }
+        describe(name, contents, result);
+        if (options.json) result.text = JsonText(result.json, false) + "\n";
+        if (result.json.is_array()) result.json = {{"problems", std::move(result.json)}};
+        return result;
+    });
 }
 
 }  // namespace
 
 int Info(const InfoOptions& options) {
-    const int code = Inspect(options, [&](const MediaContents& c) {
-        if (options.json)
-            std::printf("%s\n", Dumped(ContentsJson(options.file, c)).c_str());
-        else
-            PrintContents(options.file, c);
+    return Inspect(options, [&](const std::string& file, const MediaContents& c, FileResult& result) {
+        result.json = ContentsJson(file, c);
+        result.text = ContentsText(file, c);
+        if (result.code == EXIT_FAULTY) result.code = EXIT_FINE;
     });
-    return code == EXIT_FAULTY ? EXIT_FINE : code;
 }
 
 int Verify(const InfoOptions& options) {
-    return Inspect(options, [&](const MediaContents& c) {
-        if (options.json) return (void)std::printf("%s\n", Dumped(ProblemsJson(c)).c_str());
-        PrintProblems(c);
-        if (c.problems.empty()) std::printf("%s: no problem found\n", options.file.c_str());
+    return Inspect(options, [&](const std::string& file, const MediaContents& c, FileResult& result) {
+        result.json = ProblemsJson(c);
+        result.text = c.problems.empty() ? file + ": no problem found\n" : ProblemsText(c);
     });
 }

@@ -1,10 +1,12 @@
 // Wave, Wave64 and AIFF files from the command line: tarn-media info take.wav
-#include "tools/tarn-media/media_tool.h"
+#include "tools/tarn-media/info.h"
+#include "tools/tarn-media/meta.h"
 
 #include <CLI/CLI.hpp>
 
 #include <clocale>
 #include <cstdio>
+#include <filesystem>
 
 namespace {
 
@@ -24,6 +26,101 @@ void AddFormat(CLI::App* command, FormatOptions& format) {
     command->add_option("--channels", format.channels, "in a frame")->check(CLI::Range(1u, 1024u));
 }
 
+void AddBatch(CLI::App* command, BatchOptions& batch, const char* name = "FILE") {
+    command->add_option(name, batch.files);
+    command->add_flag("-r,--recursive", batch.recursive, "a folder stands for the media files below it");
+    command->add_flag("--names-from-stdin", batch.fromInput,
+                      "names of more files come on standard input, one a line");
+    command->add_flag("-0,--null", batch.byZeros, "they come there and end with a zero");
+    command->add_option("-j,--jobs", batch.jobs, "files at a time")->check(CLI::Range(1u, 256u));
+    command->add_flag("--json-lines", batch.jsonLines, "one object a file on a line of its own");
+}
+
+int ConvertAll(const ConvertOptions& options, BatchOptions batch, const std::string& folder) {
+    namespace fs = std::filesystem;
+    if (!folder.empty() && options.container.empty())
+        return Complain(folder, "--to-folder needs --container", EXIT_USAGE);
+    std::string output;
+    if (folder.empty()) {
+        if (batch.files.size() != 2 || batch.fromInput || batch.byZeros || batch.recursive)
+            return Complain("convert", "INPUT and OUTPUT, or many inputs and --to-folder", EXIT_USAGE);
+        output = batch.files.back();
+        batch.files.pop_back();
+    }
+    return RunBatch(batch, [&](const std::string& input) {
+        ConvertOptions one = options;
+        one.input = input;
+        const bool isWave = options.container == "rf64" || options.container == "bw64";
+        one.output = output.empty() ? (fs::path(folder) / (fs::path(input).stem().string() + "." +
+                                                           (isWave ? "wav" : options.container)))
+                                          .string()
+                                    : output;
+        FileResult result;
+        result.code = Convert(one);
+        result.json["output"] = one.output;
+        return result;
+    });
+}
+
+void AddEdit(CLI::App* command, MetaOptions& meta) {
+    command->add_flag("-n,--dry-run", meta.dryRun, "say what would be written");
+    command->add_flag("--checksum", meta.checksum, "of the samples, before and after");
+    command->add_option("-o,--output", meta.output, "a copy in the place of the file itself");
+    command->add_flag("-f,--force", meta.force, "replace the copy");
+}
+
+/// The commands of `meta`. What they are called with lives as long as the program.
+void AddMeta(CLI::App& app, int& code) {
+    static MetaOptions show, set, copy, strip, exported, imported, check;
+    CLI::App* meta =
+        app.add_subcommand("meta", "what files tell beside their samples: titles, markers, takes, loudness");
+    meta->require_subcommand(1);
+    const auto kinds = [](CLI::App* command, MetaOptions& options) {
+        command
+            ->add_option("--kinds", options.kinds,
+                         "of these alone: bext, info, ixml, cue, smpl, ... or a chunk's id")
+            ->delimiter(',')
+            ->allow_extra_args(false);
+    };
+    CLI::App* command = meta->add_subcommand("show", "each value with its key");
+    AddBatch(command, show.batch);
+    kinds(command, show);
+    command->add_flag("--json", show.json, "for programs");
+    command->callback([&code] { code = MetaShow(show); });
+    command = meta->add_subcommand(
+        "set", "in place: FILE... KEY=VALUE..., such as info.INAM=Title; no VALUE takes it away");
+    AddBatch(command, set.batch, "FILE_OR_SETTING");
+    AddEdit(command, set);
+    command->callback([&code] { code = MetaSet(set); });
+    command = meta->add_subcommand("copy", "from one file into others, of any container");
+    command->add_option("FROM", copy.from)->required();
+    AddBatch(command, copy.batch, "TO");
+    kinds(command, copy);
+    AddEdit(command, copy);
+    command->callback([&code] { code = MetaCopy(copy); });
+    command = meta->add_subcommand("strip", "takes away all, or some kinds");
+    AddBatch(command, strip.batch);
+    kinds(command, strip);
+    AddEdit(command, strip);
+    command->callback([&code] { code = MetaStrip(strip); });
+    command = meta->add_subcommand("export", "all of it as JSON, byte for byte");
+    AddBatch(command, exported.batch);
+    kinds(command, exported);
+    command->callback([&code] { code = MetaExport(exported); });
+    command = meta->add_subcommand("import", "what export made, edited or not, into a file");
+    static std::string target;
+    command->add_option("FILE", target)->required();
+    command->add_option("JSON", imported.from)->required();
+    AddEdit(command, imported);
+    command->callback([&code] {
+        imported.batch.files = {target};
+        code = MetaImport(imported);
+    });
+    command = meta->add_subcommand("check", "each deviation from what the standards tell");
+    AddBatch(command, check.batch);
+    command->callback([&code] { code = MetaCheck(check); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -35,6 +132,7 @@ int main(int argc, char** argv) {
                "  tarn-media info take.wav\n"
                "  tarn-media convert take.wav take.aiff --type pcm24 --gain -3\n"
                "  tarn-media repair crashed.wav\n"
+               "  tarn-media meta set take.wav info.INAM=Dawn bext.Description='Scene 3, take 2'\n"
                "  tarn-media header insert raw.pcm take.wav --type pcm24 --rate 96000 --channels 2");
     app.require_subcommand(1);
     int code = EXIT_FINE;
@@ -42,25 +140,33 @@ int main(int argc, char** argv) {
     InfoOptions info;
     CLI::App* command =
         app.add_subcommand("info", "container, format, length, chunks with offsets and sizes");
-    command->add_option("FILE", info.file)->required();
+    AddBatch(command, info.batch);
     command->add_flag("--json", info.json, "for programs");
     command->callback([&] { code = Info(info); });
 
     InfoOptions verify;
     command = app.add_subcommand("verify", "every problem of the file's structure, with its offset");
-    command->add_option("FILE", verify.file)->required();
+    AddBatch(command, verify.batch);
     command->add_flag("--json", verify.json, "for programs");
     command->callback([&] { code = Verify(verify); });
 
     ConvertOptions convert;
-    command =
-        app.add_subcommand("convert", "to another container, type of samples, level, number of channels");
-    command->add_option("INPUT", convert.input)->required();
-    command->add_option("OUTPUT", convert.output)->required();
+    BatchOptions converted;
+    std::string folder;
+    command = app.add_subcommand("convert", "to another container, type of samples, level, number of "
+                                            "channels; INPUT OUTPUT, or INPUT... --to-folder");
+    AddBatch(command, converted, "INPUT_OUTPUT");
+    command->add_option("--to-folder", folder,
+                        "of many inputs: the outputs, under their names with the container's ending");
+    command->add_flag("--no-metadata", convert.dropsMetadata, "titles, markers and the like are left out");
+    command->add_flag("--drop-lost", convert.dropsLost,
+                      "no side file for metadata that the output cannot hold");
     command->add_option("--type", convert.type, "of the samples: " + TypeNames() + "; else as they are")
         ->check(TypeComplaint);
-    command->add_option("--container", convert.container, "wav, w64, aiff or aifc; else by the output's name")
-        ->check(CLI::IsMember({"wav", "w64", "aiff", "aifc"}));
+    command
+        ->add_option("--container", convert.container,
+                     "wav, rf64, bw64, w64, aiff or aifc; else by the output's name")
+        ->check(CLI::IsMember({"wav", "rf64", "bw64", "w64", "aiff", "aifc"}));
     command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));
     command->add_option("--channels", convert.channels, "1 averages; more repeat a single one")
         ->check(CLI::Range(1u, 1024u));
@@ -68,7 +174,7 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1u, 65535u));
     command->add_flag("-f,--force", convert.force, "replace the output");
     command->add_flag("-q,--quiet", convert.quiet, "no word of problems that do not stop the work");
-    command->callback([&] { code = Convert(convert); });
+    command->callback([&] { code = ConvertAll(convert, converted, folder); });
 
     RepairOptions repair;
     command = app.add_subcommand(
@@ -83,6 +189,8 @@ int main(int argc, char** argv) {
         ->check(EndComplaint);
     AddFormat(command, repair.format);
     command->callback([&] { code = Repair(repair); });
+
+    AddMeta(app, code);
 
     HeaderOptions insert, reserve;
     CLI::App* header = app.add_subcommand("header", "headers for raw samples");

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
@@ -31,20 +32,34 @@ constexpr TypeName TYPE_NAMES[] = {{"pcm8", QMSAMPLE_PCM8},       {"pcm16", QMSA
                                    {"signed8", QMSAMPLE_SIGNED8}, {"be16", QMSAMPLE_BE16},
                                    {"be24", QMSAMPLE_BE24},       {"be32", QMSAMPLE_BE32}};
 
-// The unfinished file, for the handler below; one at a time.
-char unfinished[4096];
+// The unfinished files, for the handler below. A name that begins with a zero is none.
+constexpr size_t MOST_UNFINISHED = 256, LONGEST_NAME = 4096;
+char unfinished[MOST_UNFINISHED][LONGEST_NAME];
+std::mutex unfinishedMutex;
 
 /// An interrupted program leaves nothing behind.
 extern "C" void RemoveUnfinished(int signal) {
-    if (unfinished[0]) ::unlink(unfinished);
+    for (const char* name : unfinished)
+        if (name[0]) ::unlink(name);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
 
 void Guard(const std::string& path) {
-    if (path.size() >= sizeof unfinished) return;  // half a name would be another file
-    std::memcpy(unfinished, path.c_str(), path.size() + 1);
+    if (path.size() >= LONGEST_NAME) return;  // half a name would be another file
+    const std::scoped_lock lock(unfinishedMutex);
+    for (char* name : unfinished) {
+        if (name[0]) continue;
+        std::memcpy(name + 1, path.c_str() + 1, path.size());
+        name[0] = path[0];
+        break;
+    }
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveUnfinished);
+}
+void Unguard(const std::string& path) {
+    const std::scoped_lock lock(unfinishedMutex);
+    for (char* name : unfinished)
+        if (name[0] && path == name) name[0] = 0;
 }
 
 std::string SystemReason() { return std::generic_category().message(QmFile_LastError()); }
@@ -91,11 +106,14 @@ NewFile::NewFile(const std::string& target, bool mayReplace) {
     Guard(m_new.Aside().native());
 }
 
+NewFile::~NewFile() { Unguard(m_new.Aside().native()); }
+
 void NewFile::Commit() {
     m_file.reset();
     std::string error;
+    const std::string aside = m_new.Aside().native();
     const bool isDone = m_new.Commit(error);
-    unfinished[0] = 0;
+    Unguard(aside);
     if (!isDone) throw std::runtime_error(error);
 }
 

@@ -36,6 +36,9 @@ public:
     /// Throws std::runtime_error with the reason: the target is there and may not be replaced, or cannot be
     /// made.
     NewFile(const std::string& target, bool mayReplace);
+    ~NewFile();
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
 
     HQMFILE File() const { return m_file.get(); }
     /// Throws std::runtime_error.
@@ -67,15 +70,13 @@ struct FormatOptions {
     uint32_t rate = 0, channels = 0;
 };
 
-struct InfoOptions {
-    std::string file;
-    bool json = false;
-};
 struct ConvertOptions {
     std::string input, output, type, container;
     double gain = 0;
     uint32_t channels = 0, channel = 0;  ///< 0 for none asked; channels count from 1
     bool force = false, quiet = false;
+    bool dropsMetadata = false;  ///< all of it
+    bool dropsLost = false;      ///< what the target cannot hold; else it goes into a side file
 };
 struct RepairOptions {
     std::string file, output, samplesEnd;
@@ -89,8 +90,6 @@ struct HeaderOptions {
     bool inPlace = false, force = false;
 };
 
-int Info(const InfoOptions& options);
-int Verify(const InfoOptions& options);
 int Convert(const ConvertOptions& options);
 int Repair(const RepairOptions& options);
 int InsertHeader(const HeaderOptions& options);

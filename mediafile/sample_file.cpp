@@ -1,10 +1,12 @@
-#include "tools/tarn-media/sample_file.h"
+#include "mediafile/sample_file.h"
 
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"
 #include "mediafile/byte_order.h"
+#include "mediafile/long_sizes.h"
 #include "mediafile/riff64.h"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace tarn;
@@ -12,10 +14,6 @@ using namespace tarn;
 namespace {
 
 constexpr uint32_t AIFC_VERSION = 0xA2805140;  // of May 23, 1990, the only one
-
-bool IsAiff(MediaContainer container) {
-    return container == MediaContainer::Aiff || container == MediaContainer::Aifc;
-}
 
 HRESULT First(std::initializer_list<HRESULT> results) {
     for (const HRESULT hr : results)
@@ -53,7 +51,8 @@ QMSAMPLETYPE StoredType(MediaContainer container, QMSAMPLETYPE type) {
 
 uint64_t LargestData(MediaContainer container) {
     constexpr uint64_t HEADERS = 128;
-    return container == MediaContainer::Wave64 ? uint64_t{INT64_MAX} / 2 : RIFF_LARGEST - HEADERS;
+    return container == MediaContainer::Wave64 || IsLongWave(container) ? uint64_t{INT64_MAX} / 2
+                                                                        : RIFF_LARGEST - HEADERS;
 }
 
 HRESULT SampleFile::Begin() { return IsAiff(m_container) ? BeginAiff() : BeginWave(); }
@@ -73,8 +72,13 @@ HRESULT SampleFile::BeginWave() {
         return First({hr, riff64_WriteChunkHeader(m_file, &W64_DATA, 0)});
     }
     const uint32_t noFrames = 0;
-    HRESULT hr = First({riff_WriteFileID(m_file, FourCC("WAVE"), 4),
-                        riff_WriteChunk(m_file, FourCC("fmt "), &wfx, formatBytes, nullptr)});
+    constexpr uint8_t ROOM[LongSizes::BYTES] = {};
+    HRESULT hr = riff_WriteFileID(m_file, FourCC("WAVE"), 4);
+    if (IsLongWave(m_container) || m_growth.mayBecomeLong) {
+        m_longSizes = RIFF_DATA_START;
+        hr = First({hr, riff_WriteChunk(m_file, FourCC("JUNK"), ROOM, sizeof ROOM, nullptr)});
+    }
+    hr = First({hr, riff_WriteChunk(m_file, FourCC("fmt "), &wfx, formatBytes, nullptr)});
     if (!isPcm) {  // all but plain PCM tell their length in frames, too
         m_factOffset = static_cast<uint64_t>(QmFile_Tell(m_file)) + RIFF_CHUNK_HEADER;
         hr = First({hr, riff_WriteChunk(m_file, FourCC("fact"), &noFrames, sizeof noFrames, nullptr)});
@@ -106,7 +110,7 @@ HRESULT SampleFile::BeginAiff() {
 }
 
 HRESULT SampleFile::Write(const void* samples, uint32_t bytes) {
-    if (m_bytes + bytes > LargestData(m_container)) return MEDIA_E_TOO_LARGE;
+    if (m_longSizes == 0 && m_bytes + bytes > LargestData(m_container)) return MEDIA_E_TOO_LARGE;
     if (!QmFile_Write(m_file, samples, bytes, nullptr)) return MEDIA_E_WRITE;
     m_bytes += bytes;
     return S_OK;
@@ -135,11 +139,35 @@ HRESULT SampleFile::End() {
         at(4);
         return First({hr, iff_WriteDWORD(m_file, static_cast<uint32_t>(length - 8))});
     }
-    HRESULT hr = riff_SetRIFFSize(m_file, static_cast<uint32_t>(length - RIFF_CHUNK_HEADER));
+    return EndWave(length, frames);
+}
+
+HRESULT SampleFile::EndWave(uint64_t length, uint64_t frames) {
+    const auto at = [&](uint64_t offset) {
+        QmFile_Seek(m_file, static_cast<int64_t>(offset), FILE_FROM_START);
+    };
+    const bool isLong = IsLongWave(m_container) || (m_longSizes != 0 && m_bytes > m_growth.limit);
+    const auto shortOf = [&](uint64_t size) {
+        return isLong ? LongSizes::ELSEWHERE : static_cast<uint32_t>(size);
+    };
+    HRESULT hr = S_OK;
+    if (isLong) {
+        uint8_t sizes[LongSizes::BYTES] = {};
+        ToLittleEndian(sizes, length - RIFF_CHUNK_HEADER);
+        ToLittleEndian(sizes + 8, m_bytes);
+        ToLittleEndian(sizes + 16, frames);
+        at(m_longSizes);
+        hr = riff_WriteChunk(m_file, FourCC("ds64"), sizes, sizeof sizes, nullptr);
+    }
     uint8_t fact[4];
-    ToLittleEndian(fact, static_cast<uint32_t>(frames));
+    ToLittleEndian(fact, static_cast<uint32_t>(std::min<uint64_t>(frames, UINT32_MAX)));
     at(m_factOffset);
     if (m_factOffset && !QmFile_Write(m_file, fact, sizeof fact, nullptr)) return MEDIA_E_WRITE;
     at(m_dataHeader);
-    return First({hr, riff_WriteChunkHeader(m_file, FourCC("data"), static_cast<uint32_t>(m_bytes))});
+    hr = First({hr, riff_WriteChunkHeader(m_file, FourCC("data"), shortOf(m_bytes))});
+    at(0);
+    const uint32_t form = !isLong                               ? FourCC("RIFF")
+                          : m_container == MediaContainer::Bw64 ? FourCC("BW64")
+                                                                : FourCC("RF64");
+    return First({hr, riff_WriteChunkHeader(m_file, form, shortOf(length - RIFF_CHUNK_HEADER))});
 }

@@ -44,6 +44,10 @@ bool SavePicture(QWidget& window, const std::string& path) {
 const char* KindText(ChannelKind kind) {
     switch (kind) {
     case ChannelKind::AudioTrack: return "audio";
+    case ChannelKind::MidiTrack: return "midi";
+    case ChannelKind::Fx: return "fx";
+    case ChannelKind::Synth: return "synth";
+    case ChannelKind::InputBus: return "input";
     case ChannelKind::AudioBus: return "bus";
     case ChannelKind::Master: return "master";
     case ChannelKind::PreviewBus: return "preview";

@@ -36,7 +36,11 @@ std::string SeenFrom(const std::filesystem::path& folder, const std::filesystem:
 uint32_t KindWord(ChannelKind kind) {
     switch (kind) {
     case ChannelKind::AudioTrack: return KIND_AUDIO_TRACK;
+    case ChannelKind::MidiTrack: return KIND_MIDI_TRACK;
     case ChannelKind::AudioBus: return KIND_AUDIO_BUS;
+    case ChannelKind::Fx: return KIND_FX;
+    case ChannelKind::Synth: return KIND_SYNTH;
+    case ChannelKind::InputBus: return KIND_INPUT_BUS;
     case ChannelKind::Master: return KIND_MASTER;
     case ChannelKind::PreviewBus: return KIND_BUS | KIND_SPECIAL;
     }

@@ -98,6 +98,7 @@ void ProjectCore::Replace(Session session, const std::filesystem::path& path) {
         const Session old = std::exchange(m_session, std::move(session));
         const std::filesystem::path oldPath = std::exchange(m_path, path);
         try {
+            engine.Forget();
             ApplyToEngine();
         } catch (...) {
             m_session = old;

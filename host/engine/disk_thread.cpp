@@ -136,6 +136,8 @@ bool DiskThread::Work(const Streams& streams) {
             m_head.Exchange().Offer(*m_offered);
         }
     }
+    if (!m_priming && !m_offered && !m_wanted)
+        for (const auto& stream : streams) stream->Release(1 - m_head.Exchange().Settled().ring);
     if (!m_priming) {
         for (auto* plan : {&m_playing, &m_offered})
             if (*plan) filled += Fill(streams, **plan, INT64_MAX);

@@ -109,9 +109,10 @@ TEST(RealTime, RenderNeitherAllocatesNorLocks) {
     const auto pull = [&](size_t frames, bool wait = true) {
         static std::vector<float> left(4096), right(4096);
         if (wait) engine.WaitForData(frames);
+        float* const sides[] = {left.data(), right.data()};
         DeviceClient* client = engine.Device()->Client();
         t_rendering = true;
-        client->Render(left.data(), right.data(), frames);
+        client->Render({}, sides, frames);
         t_rendering = false;
         EXPECT_EQ(g_faults.exchange(0), 0) << g_last.load();
     };

@@ -118,7 +118,8 @@ private:
         };
         const bool toDevice = c.kind == ChannelKind::Master || c.kind == ChannelKind::PreviewBus;
         const size_t target = toDevice ? kDevice : m_places.at(c.output);
-        add(target, toDevice ? m_graph.m_sides : m_graph.m_nodes[target].sides, kNoSub, nullptr, {Of::Output, 0});
+        add(target, toDevice ? m_graph.m_sides : m_graph.m_nodes[target].sides, kNoSub, nullptr,
+            {Of::Output, 0});
         for (const Send& send : c.sends) {
             const size_t to = m_places.at(send.target);
             add(to, m_graph.m_nodes[to].sides, send.id, m_parts[i].sends.at(send.id), {Of::Send, send.id});

@@ -56,7 +56,10 @@ void MixNode::TakeSettings() {
 }
 
 void MixNode::AutomateEffects(const Block& block) {
-    if (!block.Playing()) return;
+    // Where the chunks of the plan begin, whatever the device's blocks are.
+    const bool follows = block.Playing() && block.place.at == m_automatedTo;
+    m_automatedTo = block.Playing() ? block.place.at + static_cast<int64_t>(block.n) : -1;
+    if (!block.Playing() || (follows && block.place.at % static_cast<int64_t>(kChunkFrames) != 0)) return;
     const int64_t frame = block.FrameBehind(latency);
     for (const EffectLane& of : effectLanes) {
         if (of.lane->ByHand()) continue;

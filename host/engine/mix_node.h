@@ -118,7 +118,8 @@ private:
     bool Automated() const { return lanes && !(lanes->strip.empty() && lanes->sends.empty()); }
     StripSettings SettingsAt(int64_t frame) const;
 
-    bool m_changed = false;  ///< settings are new in this block
+    bool m_changed = false;      ///< settings are new in this block
+    int64_t m_automatedTo = -1;  ///< of the plan: where the last block ended
 };
 
 }  // namespace host

@@ -58,7 +58,9 @@ public:
     void Render(float* left, float* right, size_t n) {
         for (size_t i = 0; i < n; i++) m_input[i] = Mark(m_at++);
         const std::vector<const float*> inputs(m_wish.inputs, m_input.data());
-        float* const outputs[] = {left, right};
+        std::vector<float*> outputs(m_wish.outputs, m_rest.data());
+        outputs[0] = left;
+        outputs[1] = right;
         m_client->Render(inputs, outputs, n);
     }
     DeviceClient* Client() const { return m_client; }
@@ -66,7 +68,7 @@ public:
 private:
     const DeviceWish m_wish;
     DeviceClient* m_client = nullptr;
-    std::vector<float> m_input = std::vector<float>(65536);
+    std::vector<float> m_input = std::vector<float>(65536), m_rest = m_input;
     int64_t m_at = 0;
 };
 

@@ -146,7 +146,10 @@ bool DiskThread::Work(const Streams& streams) {
         const std::lock_guard lock(m_mutex);
         m_news = true;  // no waiting while there is room
     }
-    return filled > 0 || m_offered || m_wanted || m_head.State().playing;
+    // A plan is settled a little before it can be seen to play.
+    const PlayState state = m_head.State();
+    const bool beginning = m_playing && state.serial < m_playing->plan.serial;
+    return filled > 0 || m_offered || m_wanted || state.playing || beginning;
 }
 
 // One portion for every stream that has less than that many frames ready.

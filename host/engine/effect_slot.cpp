@@ -53,9 +53,10 @@ private:
 
 EffectSlot::EffectSlot(std::vector<std::unique_ptr<Effect>> effects, std::string name, size_t sides,
                        int sampleRate)
-    : m_name(std::move(name)), m_face(effects.empty()       ? nullptr
-                                      : effects.size() == 1 ? std::move(effects.front())
-                                                            : std::make_unique<Team>(std::move(effects))),
+    : m_name(std::move(name)), m_oneEach(effects.size() > 1),
+      m_face(effects.empty()       ? nullptr
+             : effects.size() == 1 ? std::move(effects.front())
+                                   : std::make_unique<Team>(std::move(effects))),
       m_sides(sides), m_sampleRate(sampleRate),
       m_rampFrames(std::max(1, static_cast<int32_t>(std::lround(kRampSeconds * sampleRate)))),
       m_wet(m_rampFrames) {
@@ -74,12 +75,13 @@ bool EffectSlot::LatencyIsAbsurd() const {
     return m_face && static_cast<double>(m_face->Latency()) > kMaxLatencySeconds * m_sampleRate;
 }
 
+size_t EffectSlot::Outputs() const { return m_oneEach ? m_sides : m_face->Info().outputs; }
+
 // The effect's inputs from the sides and its outputs to them; false when what came out is no sound.
 bool EffectSlot::Run(float* const* samples, size_t n, std::span<const EffectMidi> midi,
                      const EffectTime& time) {
-    const bool team = dynamic_cast<const Team*>(m_face.get()) != nullptr;
-    const size_t inputs = team ? m_sides : m_face->Info().inputs;
-    const size_t outputs = team ? m_sides : m_face->Info().outputs;
+    const size_t inputs = m_oneEach ? m_sides : m_face->Info().inputs;
+    const size_t outputs = Outputs();
     constexpr size_t most = 32;
     std::array<const float*, most> in;
     std::array<float*, most> out;
@@ -107,8 +109,8 @@ bool EffectSlot::Run(float* const* samples, size_t n, std::span<const EffectMidi
 
 void EffectSlot::Process(float* const* samples, size_t n, DelayLine& dry, std::span<const EffectMidi> midi,
                          const EffectTime& time) {
-    const bool instrument = m_face ? m_face->Info().inputs == 0 : false;
     if (!m_face) return;
+    const bool instrument = m_face->Info().inputs == 0;
     const bool wanted = !m_bypass.load(std::memory_order_relaxed);
     if (!m_began && !wanted) {
         m_wet = 0;
@@ -146,7 +148,7 @@ void EffectSlot::Process(float* const* samples, size_t n, DelayLine& dry, std::s
     if (m_failed.load(std::memory_order_relaxed))
         for (size_t s = 0; s < m_sides; s++) std::fill_n(samples[s], n, 0.0f);
     // Sides that the effect has no output for keep up with the others.
-    const size_t outputs = m_face->Info().outputs;
+    const size_t outputs = Outputs();
     if (!instrument && outputs > 1 && dry.Frames() > 0)
         for (size_t s = outputs; s < m_sides; s++) std::copy_n(pass[s], n, samples[s]);
     if (!moving) return;

@@ -46,7 +46,10 @@ private:
     class Team;
     bool Run(float* const* samples, size_t n, std::span<const EffectMidi> midi, const EffectTime& time);
 
+    size_t Outputs() const;
+
     const std::string m_name;
+    const bool m_oneEach;  ///< an effect for each side
     const std::unique_ptr<Effect> m_face;
     const size_t m_sides;
     const int m_sampleRate;

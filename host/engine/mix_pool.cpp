@@ -9,17 +9,6 @@
 
 namespace host {
 
-namespace {
-
-// The order of an audio device's own thread, where the system grants it.
-void RaisePriority(std::thread& thread) {
-    sched_param param{};
-    param.sched_priority = std::max(1, ::sched_get_priority_min(SCHED_RR));
-    ::pthread_setschedparam(thread.native_handle(), SCHED_RR, &param);
-}
-
-}  // namespace
-
 // On a core that is shared the other thread may need it first.
 void Relax(unsigned turn) {
     if (turn % 64 == 63) {
@@ -33,10 +22,14 @@ void Relax(unsigned turn) {
 
 MixPool::MixPool(size_t threads) {
     const size_t wanted = threads ? threads : std::max(1u, std::thread::hardware_concurrency());
-    for (size_t i = 1; i < wanted; i++) {
-        m_helpers.emplace_back([this] { Help(); });
-        RaisePriority(m_helpers.back());
-    }
+    for (size_t i = 1; i < wanted; i++) m_helpers.emplace_back([this] { Help(); });
+}
+
+void MixPool::FollowPriority() {
+    int policy = SCHED_OTHER;
+    sched_param param{};
+    if (::pthread_getschedparam(::pthread_self(), &policy, &param) != 0 || policy == SCHED_OTHER) return;
+    for (std::thread& helper : m_helpers) ::pthread_setschedparam(helper.native_handle(), policy, &param);
 }
 
 MixPool::~MixPool() {

@@ -20,6 +20,10 @@ public:
 
     size_t Threads() const { return m_helpers.size() + 1; }
 
+    /// Gives the helpers the calling thread's place in the system's order, where that is a real-time one and
+    /// the system grants it.
+    void FollowPriority();
+
     /// While it lives the helpers are awake. [audio-thread]
     class Stretch {
     public:

@@ -23,6 +23,7 @@ OfflineMix::OfflineMix(const Session& session, const std::filesystem::path& fold
     m_plan.start = start;
     for (const auto& stream : m_streams) stream->Begin(kRing, m_plan.serial, 0);
     const FlushDenormals flush;
+    const MixPool::Stretch stretch(m_pool, true);
     // In whole chunks, as they are in real time; the last one may end later than what is left out.
     const size_t late = m_graph->Latency();
     for (size_t done = 0; done < late; done += kChunkFrames) MixChunk(m_chunk.Sides().data(), kChunkFrames);
@@ -30,7 +31,6 @@ OfflineMix::OfflineMix(const Session& session, const std::filesystem::path& fold
 }
 
 void OfflineMix::MixChunk(float* const* sides, size_t n) {
-    const MixPool::Stretch stretch(m_pool, true);
     const auto wants = [&](const auto& stream) { return stream->Ahead(kRing) < static_cast<int64_t>(n); };
     if (std::ranges::any_of(m_streams, wants))
         m_pool.Run(m_streams.size(), [&](size_t i) {
@@ -43,6 +43,7 @@ void OfflineMix::MixChunk(float* const* sides, size_t n) {
 
 void OfflineMix::Process(float* const* sides, size_t n) {
     const FlushDenormals flush;
+    const MixPool::Stretch stretch(m_pool, true);
     for (size_t done = 0; done < n;) {
         std::array<float*, kMaxSides> into{};
         for (size_t s = 0; s < Sides(); s++) into[s] = sides[s] + done;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace host {
 
@@ -74,6 +75,7 @@ void Player::Render(std::span<const float* const> inputs, std::span<float* const
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     const FlushDenormals flush;
+    if (!std::exchange(m_followed, true)) m_pool.FollowPriority();
     MixGraph* graph = AcquireGraph();
     bool intime = true;
     {

@@ -44,6 +44,7 @@ private:
     PlayHead m_head;
     MonitorStage m_monitor;
     MixPool m_pool;
+    bool m_followed = false;  ///< the pool has the audio thread's priority
     MixBuffer m_mix{};
     std::vector<std::unique_ptr<MixGraph>>
         m_graphs;  ///< the current one last, before it those not reclaimed yet

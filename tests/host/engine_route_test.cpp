@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <fstream>
+#include <thread>
 
 namespace host {
 namespace {
@@ -509,6 +510,47 @@ TEST_F(EngineRoute, TheMonitorDimsAndFolds) {
     play();
     expect("in the room, rear", {}, 0, 0);
     expect("folded", {.downmix = true}, 0.5f * 0.70710678f, 0.25f * 0.70710678f);
+}
+
+// For the thread sanitizer above all: what plays must be what is asked for at the end.
+TEST_F(EngineRoute, EverythingIsEditedWhileItPlays) {
+    EngineOptions options;
+    options.effects = std::make_shared<TestEffects>();
+    options.threads = 3;
+    options.blockFrames = 256;
+    options.systemDevice = false;
+    Engine engine(options);
+    const Session crowded = CrowdedSession(folder);
+    engine.SetSession(crowded, folder.Path());
+    engine.Play();
+    const AutomationKey volume{};
+    const auto edit = [&](ChannelId first) {
+        for (int i = 0; i < 40; i++) {
+            Session s = crowded;
+            Channel& c = *FindChannel(s, first + static_cast<ChannelId>(i) % 20);
+            c.inserts = {{9, i % 2 ? "urn:half" : "urn:late:20"}};
+            c.sends.pop_back();
+            c.fader_db = -i;
+            s.mode = i % 16 == 15 ? ChannelMode::Surround51 : ChannelMode::Stereo;
+            if (i % 4 == 0) engine.SetSession(s, folder.Path());
+            engine.SetLevels(s.channels);
+            engine.SetMonitoring({.dim = i % 2 == 0, .downmix = i % 3 == 0});
+            engine.TakeByHand(104, volume, i % 2 == 0);
+            if (const auto effect = engine.FindEffect(104, 5)) effect->SetValue(0, 0.5f);
+            engine.ResetEffect(200, 1);
+            engine.SaveStates(s);
+            if (i % 8 == 3) engine.Locate(0.1 * i / 8);
+            engine.SetLoop({0.1, 0.4, i % 5 == 0});
+            engine.TakeMeters();
+            engine.Problems();
+        }
+    };
+    std::thread other([&] { edit(100); });
+    edit(120);
+    other.join();
+    engine.SetSession(crowded, folder.Path());
+    EXPECT_TRUE(engine.Problems().empty());
+    EXPECT_EQ(engine.Status().latency, 203u);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ if(NOT TARN_SANITIZE)
     SOURCES
       engine_fixture.cpp
       realtime_test.cpp
+      test_effects.cpp
       test_session.cpp
     LIBS tarn-host-engine tarn-host-libs ${CMAKE_DL_LIBS})
 else()

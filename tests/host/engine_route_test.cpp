@@ -528,7 +528,7 @@ TEST_F(EngineRoute, EverythingIsEditedWhileItPlays) {
         for (int i = 0; i < 40; i++) {
             Session s = crowded;
             Channel& c = *FindChannel(s, first + static_cast<ChannelId>(i) % 20);
-            c.inserts = {{9, i % 2 ? "urn:half" : "urn:late:20"}};
+            c.inserts.push_back({9, i % 2 ? "urn:half" : "urn:late:20"});
             c.sends.pop_back();
             c.fader_db = -i;
             s.mode = i % 16 == 15 ? ChannelMode::Surround51 : ChannelMode::Stereo;

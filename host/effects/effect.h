@@ -25,6 +25,7 @@ struct EffectParameter {
     bool toggled = false;
     bool integer = false;
     bool shown = false;                                   ///< the effect writes it: a meter, a state
+    bool listed = false;                                  ///< takes the values of points and no others
     std::vector<std::pair<float, std::string>> points{};  ///< values that have a name, ascending
 };
 
@@ -58,6 +59,9 @@ struct EffectTime {
     bool playing = false;
     double tempo = 120;  ///< quarter notes a minute
     double beat = 0;     ///< quarter notes since the project's start
+    /// Nobody listens yet: Process may wait, so that what the effect does aside is done in time, as in every
+    /// run.
+    bool offline = false;
 };
 
 /// One instance. Operations without a tag belong to the control thread, one at a time, and may run beside
@@ -74,13 +78,16 @@ public:
     /// Frames that the output lies behind the input; as the effect said last, at most ten seconds.
     /// [any-thread]
     virtual size_t Latency() const = 0;
+    /// What it does against the rules, one line without its name; empty when nothing. The sound goes on.
+    virtual std::string Complaint() const { return {}; }
 
     /// Info().inputs and Info().outputs buffers of n frames, n at most kMaxEffectFrames; an output may be an
     /// input's buffer with the same index. What comes out may be anything: the caller looks for NaN and
     /// infinity. [audio-thread]
     virtual void Process(const float* const* in, float* const* out, size_t n,
                          std::span<const EffectMidi> midi, const EffectTime& time) = 0;
-    /// The next Process starts from silence: tails and held notes are forgotten. [any-thread]
+    /// The next Process starts from silence: tails and held notes are forgotten; what does not do that by
+    /// itself fades within some blocks. [any-thread]
     virtual void Reset() = 0;
 
     /// Everything that makes it sound as it does, values too, as UTF-8 text. Throws EffectError.

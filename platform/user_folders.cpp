@@ -15,6 +15,7 @@ std::filesystem::path Folder(const char* variable, const char* belowHome) {
 
 std::filesystem::path UserDataFolder() { return Folder("XDG_DATA_HOME", ".local/share"); }
 std::filesystem::path UserConfigFolder() { return Folder("XDG_CONFIG_HOME", ".config"); }
+std::filesystem::path UserCacheFolder() { return Folder("XDG_CACHE_HOME", ".cache"); }
 
 std::filesystem::path MachineConfigFolder() {
     const char* folders = std::getenv("XDG_CONFIG_DIRS");

@@ -26,6 +26,11 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--gesture", gestures,
                    "NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off, with the mouse")
         ->take_all();
+    CLI::Option* list =
+        app.add_flag("--list-effects", options->listEffects,
+                     "tell what effects and instruments there are, and why some can't be used, then end");
+    app.add_flag("--rescan-effects", options->rescanEffects, "try those again that could not be used")
+        ->needs(list);
     app.add_option("--device", options->device, "audio device, by a part of its name");
     app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
     app.add_option("--midi", options->midi, "MIDI by alsa or jack, or none")

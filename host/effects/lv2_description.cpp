@@ -64,8 +64,6 @@ constexpr Family FAMILIES[] = {
     {LV2_CORE__SimulatorPlugin, "Simulator"},   {LV2_CORE__SpatialPlugin, "Spatial"},
     {LV2_CORE__SpectralPlugin, "Spectral"},     {LV2_CORE__UtilityPlugin, "Utility"},
 };
-constexpr const char* OTHER_FAMILY = "Other";
-
 /// As printed behind a number, where the standard's own symbol is none to print.
 constexpr Family UNITS[] = {
     {LV2_UNITS__pc, "%"},     {LV2_UNITS__coef, ""},     {LV2_UNITS__semitone12TET, "semitones"},
@@ -269,6 +267,8 @@ Lv2Description DescribeLv2(Lv2World& world, const LilvPlugin* plugin, int sample
     }
     info.instrument = info.family == Lookup(FAMILIES, LV2_CORE__InstrumentPlugin) ||
                       (info.midiInput && info.inputs == 0 && info.outputs > 0);
+    if (info.instrument && info.family == OTHER_FAMILY)
+        info.family = Lookup(FAMILIES, LV2_CORE__InstrumentPlugin);
     if (info.inputs == 0 && info.outputs == 0) refuse("has no audio channels");
     return d;
 }

@@ -9,6 +9,9 @@
 
 namespace host {
 
+/// Of what belongs to none that menus tell apart.
+inline constexpr const char* OTHER_FAMILY = "Other";
+
 enum class Lv2PortKind { AudioIn, AudioOut, ControlIn, ControlOut, EventsIn, EventsOut, Unconnected };
 
 struct Lv2Port {

@@ -3,7 +3,6 @@
 #include "host/effects/lv2_urids.h"
 
 #include <lv2/presets/presets.h>
-#include <lv2/worker/worker.h>
 
 #include <algorithm>
 #include <cmath>
@@ -56,18 +55,11 @@ float NumberOf(const void* value, uint32_t size, uint32_t type) {
 }  // namespace
 
 LV2_State_Status Lv2Effect::WithState(const TakeState& take) {
-    // Work that the plug-in schedules meanwhile is done on the spot: a run may not come for long.
-    LV2_Worker_Schedule schedule{
-        m_worker.get(), [](LV2_Worker_Schedule_Handle handle, uint32_t size, const void* data) {
-            return handle ? static_cast<Lv2Worker*>(handle)->WorkNow(size, data) : LV2_WORKER_ERR_UNKNOWN;
-        }};
-    const LV2_Feature scheduled{LV2_WORKER__schedule, &schedule};
-    const std::vector<const LV2_Feature*> features = m_features.ListWith(scheduled);
     std::unique_lock<std::mutex> work;
     if (m_worker) work = m_worker->HoldWork();
-    if (m_description.threadSafeRestore) return take(*m_state, features.data());
+    if (m_description.threadSafeRestore) return take(*m_state, m_features.ListForRestoring());
     m_gate.Enter();
-    const LV2_State_Status status = take(*m_state, features.data());
+    const LV2_State_Status status = take(*m_state, m_features.ListForRestoring());
     m_gate.Leave();
     return status;
 }

@@ -8,7 +8,6 @@
 #include <lv2/buf-size/buf-size.h>
 
 #include <cstdio>
-#include <cstring>
 
 namespace host {
 
@@ -36,24 +35,26 @@ Lv2Features::Lv2Features(int sampleRate)
         return worker ? worker->Schedule(size, data) : LV2_WORKER_ERR_UNKNOWN;
     };
 
+    m_workNow.handle = this;
+    m_workNow.schedule_work = [](LV2_Worker_Schedule_Handle handle, uint32_t size, const void* data) {
+        Lv2Worker* worker = static_cast<Lv2Features*>(handle)->m_worker;
+        return worker ? worker->WorkNow(size, data) : LV2_WORKER_ERR_UNKNOWN;
+    };
+
     m_features = {{{LV2_URID__map, Urids().MapFeature()},
                    {LV2_URID__unmap, Urids().UnmapFeature()},
                    {LV2_OPTIONS__options, m_options.data()},
                    {LV2_BUF_SIZE__boundedBlockLength, nullptr},
                    {LV2_LOG__log, &m_log},
-                   {LV2_WORKER__schedule, &m_schedule},
                    {LV2_STATE__loadDefaultState, nullptr},
                    {LV2_STATE__mapPath, m_files.MapPath()},
                    {LV2_STATE__makePath, m_files.MakePath()},
-                   {LV2_STATE__freePath, m_files.FreePath()}}};
-    for (size_t i = 0; i < m_features.size(); i++) m_list[i] = &m_features[i];
-}
-
-std::vector<const LV2_Feature*> Lv2Features::ListWith(const LV2_Feature& other) const {
-    std::vector<const LV2_Feature*> list(m_list.begin(), m_list.end());
-    for (const LV2_Feature*& feature : list)
-        if (feature && std::strcmp(feature->URI, other.URI) == 0) feature = &other;
-    return list;
+                   {LV2_STATE__freePath, m_files.FreePath()},
+                   {LV2_WORKER__schedule, &m_schedule},
+                   {LV2_WORKER__schedule, &m_workNow}}};
+    for (size_t i = 0; i + 2 < m_features.size(); i++) m_list[i] = m_restoring[i] = &m_features[i];
+    m_list[m_features.size() - 2] = &m_features[m_features.size() - 2];
+    m_restoring[m_features.size() - 2] = &m_features[m_features.size() - 1];
 }
 
 int Lv2Features::Print(LV2_Log_Handle handle, LV2_URID type, const char* format, ...) {

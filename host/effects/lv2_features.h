@@ -11,7 +11,6 @@
 #include <cstdarg>
 #include <mutex>
 #include <string>
-#include <vector>
 
 namespace host {
 
@@ -26,8 +25,8 @@ public:
 
     /// Ends with null.
     const LV2_Feature* const* List() const { return m_list.data(); }
-    /// The same with another feature in the place of the one of its name.
-    std::vector<const LV2_Feature*> ListWith(const LV2_Feature& other) const;
+    /// For the restoring of a state, whose thread does the work that the plug-in schedules then.
+    const LV2_Feature* const* ListForRestoring() const { return m_restoring.data(); }
     /// Where scheduled work goes; none before, and it is refused.
     void SetWorker(Lv2Worker* worker) { m_worker = worker; }
     Lv2StateFiles& Files() { return m_files; }
@@ -42,11 +41,11 @@ private:
     int32_t m_shortest = 1, m_longest, m_sequenceBytes;
     std::array<LV2_Options_Option, 6> m_options{};
     LV2_Log_Log m_log{};
-    LV2_Worker_Schedule m_schedule{};
+    LV2_Worker_Schedule m_schedule{}, m_workNow{};  ///< of one handle: plug-ins mix them up
     Lv2Worker* m_worker = nullptr;
     Lv2StateFiles m_files;
-    std::array<LV2_Feature, 10> m_features{};
-    std::array<const LV2_Feature*, 11> m_list{};
+    std::array<LV2_Feature, 11> m_features{};
+    std::array<const LV2_Feature*, 11> m_list{}, m_restoring{};
 
     mutable std::mutex m_errorGuard;
     std::array<char, 256> m_error{};

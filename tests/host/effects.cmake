@@ -1,5 +1,15 @@
-# Effects of other makers, on Debian's example plug-ins and broken ones of our own.
+# Effects of other makers, on Debian's example plug-ins and faulty ones of our own.
+foreach(plugin faulty aborts_at_load)
+  add_library(test-plugin-${plugin} MODULE effects/plugins/${plugin}.cpp)
+  target_link_libraries(test-plugin-${plugin} PRIVATE tarn-flags)
+endforeach()
+
 tarn_test(test-host-effects
   SOURCES
     effects/lv2_effect_test.cpp
-  LIBS tarn-host-effects tarn-host-libs)
+    effects/lv2_library_test.cpp
+  LIBS tarn-host-effects tarn-host-libs
+  DEFS
+    FAULTY_LIBRARY="$<TARGET_FILE:test-plugin-faulty>"
+    ABORTING_LIBRARY="$<TARGET_FILE:test-plugin-aborts_at_load>")
+add_dependencies(test-host-effects tarn-effect-scan test-plugin-faulty test-plugin-aborts_at_load)

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <stdexcept>
@@ -64,6 +65,24 @@ struct EffectTime {
     bool offline = false;
 };
 
+/// What becomes of the changes that a user makes in an effect's window. All are set.
+struct EffectEdits {
+    std::function<void(size_t parameter)> begin;  ///< takes hold of it
+    std::function<void(size_t parameter, float value)> change;
+    std::function<void(size_t parameter)> end;
+    std::function<void(size_t index)> loadPreset;  ///< may throw EffectError
+};
+
+/// An effect's own interface in a window of the window system's. Belongs to the thread of the windows, and
+/// goes before its effect.
+class EffectView {
+public:
+    virtual ~EffectView() = default;
+    /// Lets it work and shows it what has changed, some thirty times a second. False when it wants to be
+    /// closed.
+    virtual bool Idle() = 0;
+};
+
 /// One instance. Operations without a tag belong to the control thread, one at a time, and may run beside
 /// Process.
 class Effect {
@@ -97,6 +116,16 @@ public:
 
     virtual std::vector<std::string> Presets() const = 0;  ///< names, in the order of a menu
     virtual void LoadPreset(size_t index) = 0;             ///< throws EffectError
+
+    /// Whether there is an interface of its own for X11.
+    virtual bool HasView() const { return false; }
+    /// Opens it in a window of the X server. `resize` is told how large it wants to be, in pixels. What
+    /// crashes there crashes the host. Throws EffectError.
+    virtual std::unique_ptr<EffectView> OpenView([[maybe_unused]] uintptr_t parent,
+                                                 [[maybe_unused]] EffectEdits edits,
+                                                 [[maybe_unused]] std::function<void(int, int)> resize) {
+        throw EffectError(Info().name + " has no interface of its own");
+    }
 };
 
 inline constexpr size_t kMaxEffectFrames = 256;

@@ -230,10 +230,11 @@ Lv2Description DescribeLv2(Lv2World& world, const LilvPlugin* plugin, int sample
     for (uint32_t i = 0; i < count; i++) {
         PortReader port(world, plugin, lilv_plugin_get_port_by_index(plugin, i));
         Lv2Port& p = d.ports[i];
+        p.symbol = port.Symbol();
         const bool input = port.Is(LV2_CORE__InputPort);
         if (!input && !port.Is(LV2_CORE__OutputPort)) {
             if (!port.Has(LV2_CORE__connectionOptional))
-                refuse("does not say whether its port " + port.Symbol() + " is input or output");
+                refuse("does not say whether its port " + p.symbol + " is input or output");
         } else if (port.Is(LV2_CORE__AudioPort)) {
             p.kind = input ? Lv2PortKind::AudioIn : Lv2PortKind::AudioOut;
             (input ? info.inputs : info.outputs)++;
@@ -249,7 +250,7 @@ Lv2Description DescribeLv2(Lv2World& world, const LilvPlugin* plugin, int sample
                 p.parameter = d.parameters.size();
                 d.parameters.push_back(ReadParameter(world, port, sampleRate));
                 if (!symbols.insert(d.parameters.back().symbol).second)
-                    refuse("has two ports with the symbol " + port.Symbol());
+                    refuse("has two ports with the symbol " + p.symbol);
             }
         } else if (port.Is(LV2_ATOM__AtomPort) && port.HasValue(LV2_ATOM__bufferType, LV2_ATOM__Sequence)) {
             p.kind = input ? Lv2PortKind::EventsIn : Lv2PortKind::EventsOut;
@@ -260,7 +261,7 @@ Lv2Description DescribeLv2(Lv2World& world, const LilvPlugin* plugin, int sample
         } else if (!port.Has(LV2_CORE__connectionOptional)) {
             const auto known =
                 std::ranges::find_if(REFUSED_PORTS, [&](const PortClass& c) { return port.Is(c.type); });
-            refuse("has a port, " + port.Symbol() + ", that " +
+            refuse("has a port, " + p.symbol + ", that " +
                    (known == std::end(REFUSED_PORTS) ? "is of a kind that this host does not know"
                                                      : known->refusal));
         }

@@ -15,6 +15,7 @@ inline constexpr const char* OTHER_FAMILY = "Other";
 enum class Lv2PortKind { AudioIn, AudioOut, ControlIn, ControlOut, EventsIn, EventsOut, Unconnected };
 
 struct Lv2Port {
+    std::string symbol;
     Lv2PortKind kind = Lv2PortKind::Unconnected;
     /// Of a control: its place among the parameters. NOT_A_PARAMETER for those that the host has for itself.
     size_t parameter = SIZE_MAX;

@@ -34,6 +34,7 @@ Lv2Effect::Lv2Effect(std::shared_ptr<Lv2World> world, const std::string& uri, in
     if (!m_plugin) throw EffectError("effect " + uri + " is not installed");
     m_description = DescribeLv2(*m_world, m_plugin, sampleRate);
     if (!m_description.info.problem.empty()) Fail(m_description.info.problem);
+    m_viewCode = FindX11View(*m_world, m_plugin);
 
     const size_t ports = m_description.ports.size(), parameters = m_description.parameters.size();
     m_values = std::make_unique<std::atomic<float>[]>(parameters);
@@ -167,6 +168,8 @@ void Lv2Effect::Run(const float* const* in, float* const* out, uint32_t n, std::
     const bool moved = !m_positionKnown || time.frame != m_expected.frame ||
                        time.playing != m_expected.playing || time.tempo != m_expected.tempo;
     LilvInstance* instance = m_instance.get();
+    Lv2ViewLink* link = m_viewLinkInUse.load(std::memory_order_acquire);
+    if (link) TakeFromView(*link);
     const std::vector<Lv2Port>& ports = m_description.ports;
     uint32_t input = 0, output = 0;
     for (uint32_t i = 0; i < ports.size(); i++) {
@@ -226,6 +229,60 @@ void Lv2Effect::Run(const float* const* in, float* const* out, uint32_t n, std::
         }
     }
     TakeLatency();
+    if (link && link->isOpen.load(std::memory_order_relaxed)) TellView(*link);
+}
+
+void Lv2Effect::TakeFromView(Lv2ViewLink& link) {
+    link.block.clear();
+    while (link.block.size() + Lv2ViewLink::BYTES <= link.block.capacity() &&
+           link.toEffect.Read(link.message)) {
+        link.block.insert(link.block.end(), link.message.begin(), link.message.end());
+        link.block.resize((link.block.size() + 7) & ~size_t{7});
+    }
+}
+
+void Lv2Effect::TellView(Lv2ViewLink& link) {
+    for (uint32_t port = 0; port < m_events.size(); port++) {
+        if (m_description.ports[port].kind != Lv2PortKind::EventsOut) continue;
+        const auto* bytes = reinterpret_cast<const uint8_t*>(m_events[port].data());
+        LV2_Atom whole;
+        std::memcpy(&whole, bytes, sizeof whole);
+        // Where the plug-in has written nothing it is still the empty room.
+        if (whole.type != Ids().atomSequence || whole.size > m_events[port].size() * 8 - sizeof whole)
+            continue;
+        const size_t end = sizeof whole + whole.size;
+        for (size_t at = sizeof(LV2_Atom_Sequence); at + sizeof(LV2_Atom_Event) <= end;) {
+            LV2_Atom_Event event;
+            std::memcpy(&event, bytes + at, sizeof event);
+            const size_t size = sizeof event + event.body.size;
+            if (size > end - at) break;
+            const size_t atom = sizeof event.body + event.body.size;
+            if (Lv2ViewLink::HEAD + atom <= link.message.capacity()) {
+                link.message.assign(Lv2ViewLink::HEAD, 0);
+                std::memcpy(link.message.data(), &port, sizeof port);
+                const uint8_t* body = bytes + at + offsetof(LV2_Atom_Event, body);
+                link.message.insert(link.message.end(), body, body + atom);
+                link.toView.Write(link.message);
+            }
+            at += (size + 7) & ~size_t{7};
+        }
+    }
+}
+
+std::unique_ptr<EffectView> Lv2Effect::OpenView(uintptr_t parent, EffectEdits edits,
+                                                std::function<void(int, int)> resize) {
+    if (!m_viewCode) return Effect::OpenView(parent, std::move(edits), std::move(resize));
+    if (!m_viewLink) {
+        m_viewLink = std::make_unique<Lv2ViewLink>();
+        m_viewLinkInUse.store(m_viewLink.get(), std::memory_order_release);
+    }
+    const Lv2ViewSubject subject{*this,
+                                 m_description,
+                                 *lilv_instance_get_descriptor(m_instance.get()),
+                                 lilv_instance_get_handle(m_instance.get()),
+                                 *m_viewLink,
+                                 static_cast<float>(m_sampleRate)};
+    return std::make_unique<Lv2View>(*m_viewCode, subject, parent, std::move(edits), std::move(resize));
 }
 
 void Lv2Effect::TakeLatency() {
@@ -270,6 +327,20 @@ void Lv2Effect::WriteEvents(size_t port, uint32_t n, std::span<const EffectMidi>
         lv2_atom_forge_float(forge, static_cast<float>(time.tempo));
         lv2_atom_forge_pop(forge, &position);
     }
+    if (const Lv2ViewLink* link = m_viewLinkInUse.load(std::memory_order_relaxed))
+        for (size_t at = 0; at < link->block.size();) {
+            uint32_t to = 0;
+            LV2_Atom atom;
+            std::memcpy(&to, &link->block[at], sizeof to);
+            const uint8_t* message = &link->block[at + Lv2ViewLink::HEAD];
+            std::memcpy(&atom, message, sizeof atom);
+            const uint32_t size = sizeof atom + atom.size;
+            at += (Lv2ViewLink::HEAD + size + 7) & ~size_t{7};
+            if (to != port || forge->offset + sizeof(int64_t) + size + 8 > capacity) continue;
+            lv2_atom_forge_frame_time(forge, 0);
+            lv2_atom_forge_raw(forge, message, size);
+            lv2_atom_forge_pad(forge, size);
+        }
     if (m_description.ports[port].midi) {
         const auto write = [&](const EffectMidi& event) {
             constexpr size_t EVENT_SIZE = sizeof(LV2_Atom_Event) + 8;

@@ -4,6 +4,7 @@
 #include "host/effects/effect.h"
 #include "host/effects/lv2_description.h"
 #include "host/effects/lv2_features.h"
+#include "host/effects/lv2_view.h"
 #include "host/effects/lv2_worker.h"
 
 #include <lv2/atom/forge.h>
@@ -33,6 +34,9 @@ public:
     void LoadState(std::string_view state) override;
     std::vector<std::string> Presets() const override;
     void LoadPreset(size_t index) override;
+    bool HasView() const override { return m_viewCode.has_value(); }
+    std::unique_ptr<EffectView> OpenView(uintptr_t parent, EffectEdits edits,
+                                         std::function<void(int, int)> resize) override;
 
 private:
     /// Lets one thread at a time run the plug-in's functions. The audio thread never waits for it.
@@ -57,6 +61,8 @@ private:
              const EffectTime& time);
     void WriteEvents(size_t port, uint32_t n, std::span<const EffectMidi> midi, const EffectTime& time,
                      bool moved);
+    void TakeFromView(Lv2ViewLink& link);
+    void TellView(Lv2ViewLink& link);
     void SetBySymbol(const std::string& symbol, float value);
     using TakeState = std::function<LV2_State_Status(const LV2_State_Interface& plugin,
                                                      const LV2_Feature* const* features)>;
@@ -77,6 +83,10 @@ private:
     const LV2_State_Interface* m_state = nullptr;
     std::unique_ptr<Lv2Worker> m_worker;
     mutable std::optional<std::vector<Preset>> m_presets;  ///< the control thread's
+
+    std::optional<Lv2ViewCode> m_viewCode;
+    std::unique_ptr<Lv2ViewLink> m_viewLink;  ///< made for the first view
+    std::atomic<Lv2ViewLink*> m_viewLinkInUse{nullptr};
 
     std::unique_ptr<std::atomic<float>[]> m_values;  ///< by parameter, as the user and the plug-in set them
     std::atomic<bool> m_restartWanted{false};

@@ -32,6 +32,7 @@ public:
                Port(4, "events",
                     "a lv2:InputPort , atom:AtomPort ; atom:bufferType atom:Sequence ; atom:supports "
                     "midi:MidiEvent , time:Position") +
+               Port(5, "told", "a lv2:OutputPort , atom:AtomPort ; atom:bufferType atom:Sequence") +
                more + " .\n";
     }
     void Add(const std::string& bundle, const std::string& turtle) const {

@@ -56,7 +56,9 @@ protected:
             bundles.Add("faulty",
                         Bundles::Plugin("nan") + Bundles::Plugin("latency") +
                             Bundles::Plugin("in-place", " ; lv2:requiredFeature lv2:inPlaceBroken") +
-                            Bundles::Plugin("events") + Bundles::Plugin("work") + Bundles::Plugin("state"));
+                            Bundles::Plugin("events", " ; ui:ui <urn:tarn:test:view>") +
+                            "<urn:tarn:test:view> a ui:X11UI ; lv2:binary <file://" FAULTY_LIBRARY "> .\n" +
+                            Bundles::Plugin("work") + Bundles::Plugin("state"));
             return bundles.Options();
         }());
         return library;
@@ -126,6 +128,41 @@ TEST_F(Lv2EffectTest, EventsArriveAtTheirFrameAndThePositionWhenItIsNews) {
     rack.Play(0);
     rack.Play(0);
     EXPECT_EQ(events->Value(1), 180);
+}
+
+TEST_F(Lv2EffectTest, AnInterfaceOfItsOwnSpeaksWithItBothWays) {
+    const auto effect = Test("events");
+    Rack rack(*effect);
+    std::string log;
+    const auto open = [&] {
+        return effect->OpenView(
+            77,
+            {[&](size_t) { log += '<'; },
+             [&](size_t p, float v) {
+                 log += '=';
+                 effect->SetValue(p, v);
+             },
+             [&](size_t) { log += '>'; },
+             {}},
+            [&](int width, int height) { log += std::to_string(width) + 'x' + std::to_string(height); });
+    };
+    ASSERT_TRUE(effect->HasView());
+    auto view = open();
+    EXPECT_EQ(rack.Play(0)[0], 7);
+    EXPECT_EQ(rack.Play(0)[0], 0);
+    EXPECT_TRUE(view->Idle());
+    EXPECT_EQ(log, "320x200<=>");
+    EXPECT_EQ(effect->Value(0), 7);
+    effect->SetValue(0, 9);
+    EXPECT_FALSE(view->Idle());
+    view.reset();
+    rack.Play(0, 256, {{0, 1, {0x11}}});  // nobody listens
+    effect->SetValue(0, 0);
+    view = open();
+    EXPECT_TRUE(view->Idle());
+    EXPECT_EQ(effect->Value(0), 0);
+    EXPECT_FALSE(Test("nan")->HasView());
+    EXPECT_THROW(Test("nan")->OpenView(0, {}, {}), EffectError);
 }
 
 TEST_F(Lv2EffectTest, OfflineTheWorkerIsWaitedFor) {

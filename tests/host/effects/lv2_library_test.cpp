@@ -50,7 +50,7 @@ TEST_F(Lv2LibraryTest, WhatCantBeUsedIsListedWithTheReasonAndNotTriedAgain) {
         const char* problem;
     };
     const auto plugin = Bundles::Plugin;
-    const std::string port5 = Bundles::Port(5, "five", "a lv2:InputPort , lv2:CVPort");
+    const std::string cv = Bundles::Port(6, "six", "a lv2:InputPort , lv2:CVPort");
     const std::vector<Row> rows{
         {"nan", plugin("nan", "", FAULTY_LIBRARY), ""},
         {"refuses", plugin("refuses", "", FAULTY_LIBRARY), "has refused to start"},
@@ -58,12 +58,12 @@ TEST_F(Lv2LibraryTest, WhatCantBeUsedIsListedWithTheReasonAndNotTriedAgain) {
          "crashes when it is started: the process was ended by signal 6"},
         {"latency", plugin("latency", "", ABORTING_LIBRARY), "crashes when it is started"},
         {"ports",
-         plugin("ports", Bundles::Port(5, "five", "a lv2:InputPort , lv2:ControlPort"), FAULTY_LIBRARY),
+         plugin("ports", Bundles::Port(6, "six", "a lv2:InputPort , lv2:ControlPort"), FAULTY_LIBRARY),
          "crashes when it is started"},
         {"gap", plugin("gap", Bundles::Port(9, "nine", "a lv2:InputPort , lv2:ControlPort"), FAULTY_LIBRARY),
          "ports"},
-        {"events", plugin("events", port5, FAULTY_LIBRARY),
-         "has a port, five, that is driven by a control voltage"},
+        {"events", plugin("events", cv, FAULTY_LIBRARY),
+         "has a port, six, that is driven by a control voltage"},
         {"work", plugin("work", " ; lv2:requiredFeature <urn:what>", FAULTY_LIBRARY),
          "needs the feature urn:what"},
         {"state", plugin("state", "", "/nowhere/missing.so"),

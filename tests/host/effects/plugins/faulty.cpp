@@ -4,6 +4,7 @@
 #include <lv2/midi/midi.h>
 #include <lv2/state/state.h>
 #include <lv2/time/time.h>
+#include <lv2/ui/ui.h>
 #include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
 
@@ -11,6 +12,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include <unistd.h>
 
@@ -18,9 +20,9 @@ namespace {
 
 #define OURS "urn:tarn:test:"
 
-/// Port 0 takes audio, 1 gives it, 2 is a control in, 3 one out, 4 takes events.
+/// Port 0 takes audio, 1 gives it, 2 is a control in, 3 one out, 4 takes events, 5 gives them.
 struct Plugin {
-    void* ports[5] = {};
+    void* ports[6] = {};
     LV2_URID_Map* map = nullptr;
     LV2_Worker_Schedule* schedule = nullptr;
     float answer = 0;
@@ -50,7 +52,7 @@ LV2_Handle Instantiate(const LV2_Descriptor* descriptor, double, const char*,
 }
 
 void Connect(LV2_Handle handle, uint32_t port, void* data) {
-    if (port >= 5) std::abort();
+    if (port >= 6) std::abort();
     static_cast<Plugin*>(handle)->ports[port] = data;
 }
 
@@ -70,13 +72,21 @@ void RunClearsFirst(LV2_Handle handle, uint32_t n) {
     for (uint32_t i = 0; i < n; i++) plugin.Out()[i] += plugin.In()[i];
 }
 
-/// Shows the tempo of each position, and writes each MIDI event's first byte where it lies in the block.
+/// Shows the tempo of each position, writes each MIDI event's first byte where it lies in the block, and
+/// tells the last event.
 void RunEvents(LV2_Handle handle, uint32_t n) {
     auto& plugin = *static_cast<Plugin*>(handle);
     std::memset(plugin.Out(), 0, n * sizeof(float));
+    auto* told = static_cast<LV2_Atom_Sequence*>(plugin.ports[5]);
+    const uint32_t room = told->atom.size;
     LV2_ATOM_SEQUENCE_FOREACH(static_cast<const LV2_Atom_Sequence*>(plugin.ports[4]), event) {
         const auto* body = reinterpret_cast<const uint8_t*>(event + 1);
-        if (event->body.type == plugin.Map(LV2_MIDI__MidiEvent)) plugin.Out()[event->time.frames] = body[0];
+        if (event->body.type == plugin.Map(LV2_MIDI__MidiEvent)) {
+            plugin.Out()[event->time.frames] = body[0];
+            told->atom.type = plugin.Map(LV2_ATOM__Sequence);
+            lv2_atom_sequence_clear(told);
+            lv2_atom_sequence_append_event(told, room, event);
+        }
         if (event->body.type != plugin.Map(LV2_ATOM__Object)) continue;
         const LV2_Atom* tempo = nullptr;
         lv2_atom_object_get(reinterpret_cast<const LV2_Atom_Object*>(&event->body),
@@ -178,7 +188,54 @@ constexpr LV2_Descriptor PLUGINS[] = {
     Make(OURS "ports", RunNan),
 };
 
+/// An interface that draws nothing: it sends a MIDI event of byte 7, answers an event that the plug-in tells
+/// by setting the control to its first byte, and closes once it is told that the control stands at 9.
+struct View {
+    LV2UI_Write_Function write;
+    LV2UI_Controller controller;
+    LV2_URID_Map* map = nullptr;
+    float control = 0;
+};
+LV2UI_Handle OpenView(const LV2UI_Descriptor*, const char*, const char*, LV2UI_Write_Function write,
+                      LV2UI_Controller controller, LV2UI_Widget* widget, const LV2_Feature* const* features) {
+    auto* view = new View{write, controller};
+    for (; *features; features++) {
+        const std::string_view name = (*features)->URI;
+        void* data = (*features)->data;
+        if (name == LV2_URID__map) view->map = static_cast<LV2_URID_Map*>(data);
+        if (name == LV2_UI__parent) *widget = data;
+        if (name == LV2_UI__resize)
+            static_cast<LV2UI_Resize*>(data)->ui_resize(static_cast<LV2UI_Resize*>(data)->handle, 320, 200);
+    }
+    const struct {
+        LV2_Atom atom;
+        uint8_t body[8];
+    } event{{1, view->map->map(view->map->handle, LV2_MIDI__MidiEvent)}, {7}};
+    write(controller, 4, sizeof event.atom + 1, view->map->map(view->map->handle, LV2_ATOM__eventTransfer),
+          &event);
+    return view;
+}
+void TellViewOf(LV2UI_Handle handle, uint32_t port, uint32_t, uint32_t protocol, const void* data) {
+    auto& view = *static_cast<View*>(handle);
+    if (port == 2 && protocol == 0) std::memcpy(&view.control, data, sizeof view.control);
+    if (port != 5) return;
+    const float value = static_cast<const uint8_t*>(data)[sizeof(LV2_Atom)];
+    view.write(view.controller, 2, sizeof value, 0, &value);
+}
+const void* ExtendView(const char* uri) {
+    static const LV2UI_Idle_Interface idle{
+        [](LV2UI_Handle view) { return static_cast<View*>(view)->control == 9 ? 1 : 0; }};
+    return std::strcmp(uri, LV2_UI__idleInterface) == 0 ? &idle : nullptr;
+}
+constexpr LV2UI_Descriptor VIEW{OURS "view", OpenView,
+                                [](LV2UI_Handle view) { delete static_cast<View*>(view); }, TellViewOf,
+                                ExtendView};
+
 }  // namespace
+
+extern "C" LV2_SYMBOL_EXPORT const LV2UI_Descriptor* lv2ui_descriptor(uint32_t index) {
+    return index == 0 ? &VIEW : nullptr;
+}
 
 extern "C" LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(uint32_t index) {
     return index < sizeof PLUGINS / sizeof PLUGINS[0] ? &PLUGINS[index] : nullptr;

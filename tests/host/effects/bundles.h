@@ -3,6 +3,7 @@
 
 #include "host/effects/lv2_library.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -12,6 +13,12 @@ public:
     Bundles() {
         std::string name = std::filesystem::temp_directory_path() / "tarn-effects-XXXXXX";
         folder = ::mkdtemp(name.data());
+        // What else this machine has must not matter.
+        for (const auto& bundle : std::filesystem::directory_iterator("/usr/lib/lv2")) {
+            const std::string file = bundle.path().filename();
+            if (IsOfTheStandard(bundle.path()) || file == "mda.lv2" || file.starts_with("eg-"))
+                create_directory_symlink(bundle.path(), folder / file);
+        }
     }
     ~Bundles() { std::filesystem::remove_all(folder); }
 
@@ -32,8 +39,8 @@ public:
                Port(4, "events",
                     "a lv2:InputPort , atom:AtomPort ; atom:bufferType atom:Sequence ; atom:supports "
                     "midi:MidiEvent , time:Position") +
-               Port(5, "told", "a lv2:OutputPort , atom:AtomPort ; atom:bufferType atom:Sequence") +
-               more + " .\n";
+               Port(5, "told", "a lv2:OutputPort , atom:AtomPort ; atom:bufferType atom:Sequence") + more +
+               " .\n";
     }
     void Add(const std::string& bundle, const std::string& turtle) const {
         create_directory(folder / bundle);
@@ -50,13 +57,20 @@ public:
                "<http://lv2plug.in/ns/extensions/units#> .\n"
             << turtle;
     }
-    /// Beside what the machine has, and with a cache of their own.
+    /// Beside Debian's examples, and with a cache of their own.
     host::Lv2LibraryOptions Options() const {
         host::Lv2LibraryOptions options;
-        options.folders = {folder, "/usr/lib/lv2"};
+        options.folders = {folder};
         options.cacheFile = folder / "cache" / "effects.json";
         return options;
     }
 
     std::filesystem::path folder;
+
+private:
+    static bool IsOfTheStandard(const std::filesystem::path& bundle) {
+        using Files = std::filesystem::directory_iterator;
+        return std::none_of(Files(bundle), Files(),
+                            [](const auto& file) { return file.path().extension() == ".so"; });
+    }
 };

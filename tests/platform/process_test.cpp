@@ -32,8 +32,7 @@ TEST(Process, IsSpokenWithLineByLine) {
     const std::string input(200000, 'x');  // more than a pipe holds
     ChildProcess child;
     std::string error, line;
-    ASSERT_TRUE(child.Start({"sh", "-c", "echo one; wc -c; exec sleep 1000"}, input, error))
-        << error;
+    ASSERT_TRUE(child.Start({"sh", "-c", "echo one; wc -c; exec sleep 1000"}, input, error)) << error;
     EXPECT_EQ(child.ReadLine(line, LONG), Line);
     EXPECT_EQ(line, "one");
     EXPECT_EQ(child.ReadLine(line, LONG), Line);

@@ -1,5 +1,7 @@
-// 64 stereo tracks from disk, each with fader and pan off centre, into two busses and the master. The counter
-// `load` is the share of real time on one core; `realtime` how many times faster than real time.
+// The mixer on stereo tracks from disk, each with fader and pan off centre, into two busses and the master;
+// with a send each to a reverb's place, with four effects each. The counter `load` is the share of real time
+// on one core, `realtime` how many times faster than real time.
+#include "host/effects/effect.h"
 #include "host/engine/offline_mix.h"
 #include "host/engine/problem_log.h"
 #include "host/engine/render.h"
@@ -7,19 +9,60 @@
 #include <benchmark/benchmark.h>
 #include <sndfile.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
+#include <map>
 
 namespace {
 
 using namespace host;
 
-constexpr int RATE = 48000, TRACKS = 64, SECONDS = 20;
+constexpr int RATE = 48000, SECONDS = 20;
+
+/// Four peaks of an equaliser, for what an effect of that kind costs.
+class Equaliser final : public Effect {
+public:
+    const EffectInfo& Info() const override { return m_info; }
+    std::span<const EffectParameter> Parameters() const override { return {}; }
+    float Value(size_t) const override { return 0; }
+    void SetValue(size_t, float) override {}
+    size_t Latency() const override { return 0; }
+    void Process(const float* const* in, float* const* out, size_t n, std::span<const EffectMidi>,
+                 const EffectTime&) override {
+        for (size_t s = 0; s < 2; s++) {
+            for (size_t i = 0; i < n; i++) {
+                float x = in[s][i];
+                for (auto& band : m_state[s]) {
+                    const float y = 1.002f * x + band[0];
+                    band[0] = -1.9f * x + 1.9f * y + band[1];
+                    band[1] = 0.92f * x - 0.922f * y;
+                    x = y;
+                }
+                out[s][i] = x;
+            }
+        }
+    }
+    void Reset() override { m_state = {}; }
+    std::string SaveState() const override { return {}; }
+    void LoadState(std::string_view) override {}
+    std::vector<std::string> Presets() const override { return {}; }
+    void LoadPreset(size_t) override {}
+
+private:
+    const EffectInfo m_info{.uri = "urn:eq", .name = "Equaliser", .inputs = 2, .outputs = 2};
+    std::array<std::array<std::array<float, 2>, 4>, 2> m_state{};
+};
+
+struct Equalisers final : EffectLibrary {
+    std::vector<EffectInfo> List() const override { return {}; }
+    std::unique_ptr<Effect> Make(std::string_view, int) override { return std::make_unique<Equaliser>(); }
+} equalisers;
 
 /// A folder with one file a track, which goes with the process.
 class Project {
 public:
-    Project() {
+    explicit Project(int tracks) {
         char path[] = "/tmp/tarn-bench-XXXXXX";
         if (!mkdtemp(path)) std::abort();
         folder = path;
@@ -28,19 +71,19 @@ public:
         ChannelId master = kNoChannel;
         for (const Channel& channel : session.channels)
             if (channel.kind == ChannelKind::Master) master = channel.id;
-        for (ChannelId bus : {1001, 1002}) {
+        for (ChannelId bus : {10001, 10002, 10003}) {
             Channel channel;
             channel.id = bus;
-            channel.kind = ChannelKind::AudioBus;
+            channel.kind = bus == 10003 ? ChannelKind::Fx : ChannelKind::AudioBus;
             channel.output = master;
             session.channels.push_back(channel);
         }
-        for (int i = 0; i < TRACKS; i++) {
+        for (int i = 0; i < tracks; i++) {
             Channel channel;
             channel.id = 100 + static_cast<ChannelId>(i);
             channel.fader_db = -6.0 - i % 7;
             channel.pan = (i % 9 - 4) / 4.0;
-            channel.output = i % 2 ? 1001 : 1002;
+            channel.output = i % 2 ? 10001 : 10002;
             const std::string file = std::to_string(i) + ".wav";
             WriteNoise(folder / file, static_cast<uint32_t>(i));
             channel.clips.push_back({file, 0, 0, SECONDS, 0});
@@ -48,6 +91,17 @@ public:
         }
     }
     ~Project() { std::filesystem::remove_all(folder); }
+
+    /// The session with so many sends and effects on each track.
+    Session With(int sends, int effects) const {
+        Session with = session;
+        for (Channel& channel : with.channels) {
+            if (channel.kind != ChannelKind::AudioTrack) continue;
+            for (int i = 0; i < sends; i++) channel.sends.push_back({FreeSub(channel), 10003, -12});
+            for (int i = 0; i < effects; i++) channel.inserts.push_back({FreeSub(channel), "urn:eq"});
+        }
+        return with;
+    }
 
     std::filesystem::path folder;
     Session session;
@@ -69,14 +123,18 @@ private:
     }
 };
 
-Project& TheProject() {
-    static Project project;
-    return project;
+const Project& TheProject(int tracks) {
+    static std::map<int, Project> projects;
+    return projects.try_emplace(tracks, tracks).first->second;
 }
 
+// tracks, block, threads, sends, effects
 void Mix(benchmark::State& state) {
-    const auto block = static_cast<size_t>(state.range(0));
+    const Project& project = TheProject(static_cast<int>(state.range(0)));
+    const auto block = static_cast<size_t>(state.range(1));
+    const Session session = project.With(static_cast<int>(state.range(3)), static_cast<int>(state.range(4)));
     std::vector<float> left(block), right(block);
+    float* const sides[] = {left.data(), right.data()};
     ProblemLog problems;
     int64_t frames = 0;
     std::unique_ptr<OfflineMix> mix;
@@ -84,11 +142,13 @@ void Mix(benchmark::State& state) {
     for (auto _ : state) {
         if (left_to_play < static_cast<int64_t>(block)) {
             state.PauseTiming();
-            mix = std::make_unique<OfflineMix>(TheProject().session, TheProject().folder, 0, problems);
+            mix = std::make_unique<OfflineMix>(
+                session, project.folder, 0, problems,
+                OfflineOptions{&equalisers, static_cast<size_t>(state.range(2))});
             left_to_play = int64_t{RATE} * SECONDS;
             state.ResumeTiming();
         }
-        mix->Process(left.data(), right.data(), block);
+        mix->Process(sides, block);
         benchmark::DoNotOptimize(left.data());
         left_to_play -= static_cast<int64_t>(block);
         frames += static_cast<int64_t>(block);
@@ -98,15 +158,51 @@ void Mix(benchmark::State& state) {
         benchmark::Counter(seconds, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
+// tracks, threads
 void Render(benchmark::State& state) {
-    for (auto _ : state)
-        RenderToFile(TheProject().session, TheProject().folder, TheProject().folder / "mix.wav");
+    const Project& project = TheProject(static_cast<int>(state.range(0)));
+    RenderOptions options;
+    options.threads = static_cast<size_t>(state.range(1));
+    for (auto _ : state) RenderToFile(project.session, project.folder, project.folder / "mix.wav", options);
     state.counters["realtime"] = benchmark::Counter(
         static_cast<double>(SECONDS) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-BENCHMARK(Mix)->Arg(64)->Arg(512)->Arg(4096)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime();
-BENCHMARK(Render)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+// What a session of so many tracks costs to read and to write.
+void Open(benchmark::State& state) {
+    Session session = NewSession();
+    for (int64_t i = 0; i < state.range(0); i++)
+        session.channels.push_back(
+            {.id = 100 + static_cast<ChannelId>(i),
+             .name = "Track " + std::to_string(i),
+             .output = 1,
+             .clips = {{"audio/take.wav", 0, 0, 100, 0}, {"audio/b.wav", 100, 0, 9, 0}}});
+    const std::string text = FormatSession(session);
+    for (auto _ : state) benchmark::DoNotOptimize(ParseSession(text));
+}
+
+BENCHMARK(Mix)
+    ->ArgNames({"tracks", "block", "threads", "sends", "effects"})
+    ->Args({64, 64, 1, 0, 0})
+    ->Args({64, 512, 1, 0, 0})
+    ->Args({64, 4096, 1, 0, 0})
+    ->Args({64, 512, 2, 0, 0})
+    ->Args({64, 512, 1, 1, 0})
+    ->Args({64, 512, 1, 0, 4})
+    ->Args({64, 512, 2, 0, 4})
+    ->Args({256, 512, 1, 0, 0})
+    ->Args({256, 512, 2, 0, 0})
+    ->Args({500, 512, 1, 1, 0})
+    ->Args({500, 512, 2, 1, 0})
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
+BENCHMARK(Render)
+    ->ArgNames({"tracks", "threads"})
+    ->Args({64, 1})
+    ->Args({64, 2})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(Open)->ArgName("tracks")->Arg(2000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -13,7 +13,7 @@ set_target_properties(mixconsole mixsurface PROPERTIES INSTALL_RPATH "$ORIGIN/${
 install(TARGETS mixconsole mixsurface LIBRARY DESTINATION ${TARN_MODULES_DIR})
 install(DIRECTORY resources/surfaces DESTINATION ${TARN_MODULES_DIR} FILES_MATCHING PATTERN *.xml)
 
-set(programs mixhost tarn-demo tarn-gallery tarn-image tarn-media tarn-settings)
+set(programs mixhost tarn-demo tarn-effect-scan tarn-gallery tarn-image tarn-media tarn-settings)
 file(RELATIVE_PATH from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_programs}")
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -179,15 +179,18 @@ inline constexpr uint32_t SWITCH_MONITOR = 0x4;
 inline constexpr uint32_t SWITCH_SELECTED = 0x10;
 inline constexpr uint32_t SWITCH_PHASE = 0x20;
 inline constexpr uint32_t SWITCH_HIDDEN = 0x40;
-inline constexpr uint32_t SWITCH_STRIP_80 = 0x80;
+inline constexpr uint32_t SWITCH_STRIP_80 = 0x80;  ///< goes on sounding when others are soloed
 inline constexpr uint32_t SWITCH_ARM = 0x100;
-inline constexpr uint32_t SWITCH_STRIP_10000 = 0x10000;
+inline constexpr uint32_t SWITCH_SEND = 0x8000;  ///< level 2: a send, which has no parameters; else an effect
+inline constexpr uint32_t SWITCH_STRIP_10000 = 0x10000;  ///< all effects of the chain are bypassed
 inline constexpr uint32_t SWITCH_STRIP_40000 = 0x40000;
 inline constexpr uint32_t SWITCH_SURFACE = 0x20000000;        ///< written alone by a surface function
 inline constexpr uint32_t SWITCH_METER_REQUEST = 0x40000000;  ///< input of a MASK_METERS get
 
 /// MPCHANNELREC::automation
-inline constexpr uint32_t AUTOMATION_MODES = 0x1F;
+inline constexpr uint32_t AUTOMATION_MODES = 0x1F;  ///< none of them: off
+inline constexpr uint32_t AUTOMATION_READ = 0x1, AUTOMATION_TOUCH_MODE = 0x4, AUTOMATION_LATCH = 0x8,
+                          AUTOMATION_WRITE = 0x10;
 inline constexpr uint32_t AUTOMATION_TOUCH = 0x80000000;
 
 /// MPCHANNELREC::selector
@@ -209,12 +212,27 @@ inline constexpr uint32_t SPEAKER_REAR = 48;
 inline constexpr uint32_t SPEAKER_LEFT_HAND = 29;   ///< ANDed with a group's mask: its left-hand value
 inline constexpr uint32_t SPEAKER_RIGHT_HAND = 34;  ///< and its right-hand value
 
-/// MPCHANNELREC::sendSwitches and sendSelector
-inline constexpr uint32_t SENDSWITCH_10000 = 0x10000;
+/// MPCHANNELREC::sendSwitches and sendSelector. The selector tells which of a surface's controls speaks; the
+/// level is the same for both.
+inline constexpr uint32_t SENDSWITCH_PRE = 0x1;        ///< taken before the channel's fader
+inline constexpr uint32_t SENDSWITCH_LINK_PAN = 0x2;   ///< follows the channel's pan
+inline constexpr uint32_t SENDSWITCH_10000 = 0x10000;  ///< muted
 inline constexpr uint32_t SENDSELECT_MAIN = 1, SENDSELECT_PAN = 8;
 
-/// MPCHANNELREC::effectState
+/// MPCHANNELREC::effectState; on level 1, of the whole chain, EFFECT_BYPASSED alone.
 inline constexpr uint32_t EFFECT_BYPASSED = 0x1;
+inline constexpr uint32_t EFFECT_POST_FADER = 0x2;
+inline constexpr uint32_t EFFECT_INSTRUMENT =
+    0x4;  ///< get only: makes the sound, and has no place in the chain
+inline constexpr uint32_t EFFECT_MISSING =
+    0x8;  ///< get only: it can't be had, and what it should work on passes
+
+/// MPCHANNELREC::effectParam with MASK_PARAM_NAME: the index is a preset's; a set loads it.
+inline constexpr uint32_t EFFECTPARAM_PRESET = 0x80000000;
+
+/// MPCHANNELREC::panModel: the command that a menu has for the model, counted from 1; 0 in a set leaves it.
+inline constexpr uint32_t PANMODEL_ADD = 1, PANMODEL_BALANCE_0 = 2, PANMODEL_BALANCE_3 = 3,
+                          PANMODEL_BALANCE_6 = 4, PANMODEL_CONSTANT_POWER = 5, PANMODEL_FILM = 6;
 
 /// Masks of IMPCtrlChannels::Get and Set: the groups of fields asked or supplied.
 inline constexpr uint32_t MASK_ALL = 0;  ///< get only
@@ -335,24 +353,27 @@ struct MPCHANNELREC {
     uint32_t reserved36;
     uint32_t countClass;    ///< output channel count class, 1 is ordinary
     uint32_t pairSelector;  ///< SPEAKER_; on input chooses which pan, volume or level is meant
-    uint32_t reserved48;
-    int32_t outputIndex;  ///< MASK_OUTPUT_ROUTE
-    float aux;            ///< gain of the FX input fader, MASK_AUX
-    float insertLevel;    ///< gain into the inserts, MASK_INSERT
-    float linkedVolume;   ///< gain of the other half of a pair, MASK_VOLUME
+    int32_t inputIndex;     ///< MASK_INPUT_ROUTE: MIDI channel that is listened to, 0 all
+    int32_t outputIndex;    ///< MASK_OUTPUT_ROUTE: MIDI channel that is sent to, 0 as it comes
+    float aux;              ///< gain of the FX input fader, MASK_AUX
+    float insertLevel;      ///< gain into the inserts, MASK_INSERT
+    float linkedVolume;     ///< gain of the other half of a pair, MASK_VOLUME
     uint32_t reserved68[3];
     uint32_t effectState;  ///< level 2, MASK_EFFECT_STATE
     uint32_t effectParam;  ///< level 2: parameter count, or with MASK_PARAM_NAME the index asked
     char16_t* paramName;   ///< level 2, MASK_PARAM_NAME
     uint32_t reserved96[6];
-    float pan;  ///< -1 left .. 1 right, MASK_PAN
-    uint32_t reserved124;
+    /// MASK_PAN, -1 .. 1, by pairSelector: left to right; with SPEAKER_REAR rear to front, with
+    /// SPEAKER_CENTER the stereo width from mono (-1) by as it is (0) to twice the difference (1).
+    float pan;
+    uint32_t panModel;         ///< PANMODEL_, MASK_PAN
     char16_t* effectLongName;  ///< level 2, MASK_LONG_NAME
     union {
         char16_t* effectShortName;  ///< level 2, MASK_SHORT_NAME
         MPMETERLEVEL meter;         ///< level 1, MASK_METERS
     };
-    uint64_t effectTarget;  ///< level 2: chain position or target id
+    uint64_t
+        effectTarget;  ///< level 2, MASK_EFFECT_POSITION: an effect's place in the chain, a send's target
     uint32_t reserved152[18];
     uint64_t inputTarget;  ///< channel id, MASK_INPUT_ROUTE
     uint32_t lookColour;   ///< MASK_IDENTITY: index into the host's track colours
@@ -378,6 +399,7 @@ MP_OFFSET(MPCHANNELREC, order, 28);
 MP_OFFSET(MPCHANNELREC, volume, 32);
 MP_OFFSET(MPCHANNELREC, countClass, 40);
 MP_OFFSET(MPCHANNELREC, pairSelector, 44);
+MP_OFFSET(MPCHANNELREC, inputIndex, 48);
 MP_OFFSET(MPCHANNELREC, outputIndex, 52);
 MP_OFFSET(MPCHANNELREC, aux, 56);
 MP_OFFSET(MPCHANNELREC, insertLevel, 60);
@@ -386,6 +408,7 @@ MP_OFFSET(MPCHANNELREC, effectState, 80);
 MP_OFFSET(MPCHANNELREC, effectParam, 84);
 MP_OFFSET(MPCHANNELREC, paramName, 88);
 MP_OFFSET(MPCHANNELREC, pan, 120);
+MP_OFFSET(MPCHANNELREC, panModel, 124);
 MP_OFFSET(MPCHANNELREC, effectLongName, 128);
 MP_OFFSET(MPCHANNELREC, effectShortName, 136);
 MP_OFFSET(MPCHANNELREC, meter.level, 140);
@@ -512,16 +535,73 @@ struct MPCHANNELMODEEX {
 };
 static_assert(sizeof(MPCHANNELMODEEX) == 12);
 
+/// MPAUDIOFORMAT::monitoring and MPTOOLBAR::bits
+inline constexpr uint32_t MONITORING_DIM = 1, MONITORING_DOWNMIX = 2;
+
+/// How many channels of a kind there are, and how many there may be.
+struct MPINSERTLIMIT {
+    uint32_t count, limit;
+};
+
+/// The order of MPAUDIOFORMAT::inserts.
+inline constexpr uint32_t INSERT_AUDIO_TRACK = 0, INSERT_MIDI_TRACK = 1, INSERT_AUDIO_BUS = 2, INSERT_FX = 3,
+                          INSERT_SYNTH = 4, INSERT_INPUT_BUS = 5, INSERT_KINDS = 6;
+
 struct MPAUDIOFORMAT {
-    uint32_t size;  ///< 76
-    uint32_t reserved4[2];
+    uint32_t size;        ///< 76
+    uint32_t monitoring;  ///< MONITORING_
+    uint32_t reserved8;
     uint32_t sampleRate;  ///< Hz
     uint32_t bitDepth;
-    uint32_t reserved20[14];
+    MPINSERTLIMIT inserts[INSERT_KINDS];
+    uint32_t reserved68[2];
 };
 static_assert(sizeof(MPAUDIOFORMAT) == 76);
 MP_OFFSET(MPAUDIOFORMAT, sampleRate, 12);
 MP_OFFSET(MPAUDIOFORMAT, bitDepth, 16);
+
+/// What the buttons above the strips show and do.
+struct MPTOOLBAR {
+    uint32_t size;  ///< 12
+    uint32_t bits;  ///< MONITORING_
+    uint32_t reserved;
+};
+static_assert(sizeof(MPTOOLBAR) == 12);
+
+/// Capabilities in the order of modes: AUTOMATION_READ is 0x10000.
+struct MPAUTOMATIONCAPS {
+    uint32_t size;   ///< 8
+    uint32_t modes;  ///< AUTOMATION_ shifted by 16
+};
+static_assert(sizeof(MPAUTOMATIONCAPS) == 8);
+
+/// MPPROP_PAGE_START of this size: the host's track colours. 0 where the plug-in has room for none.
+struct MPPALETTE {
+    uint32_t size;   ///< 24
+    uint32_t first;  ///< command of the first colour's menu entry
+    uint32_t count;  ///< in: room in `colours`; out: how many there are
+    uint32_t reserved;
+    uint32_t* colours;  ///< the caller's, 0x00BBGGRR; null only asks for the count
+};
+static_assert(sizeof(MPPALETTE) == 24);
+inline constexpr uint32_t PALETTE_FIRST = 32768;
+
+struct MPCOLORBAND {
+    int32_t threshold;  ///< tenths of a decibel: from here up
+    uint32_t colour, background;
+};
+
+/// MPPROP_PAGE_START of this size: how meters look. 0xFFFFFFFF leaves a colour as it is.
+struct MPMETERCOLORS {
+    uint32_t size;  ///< 56
+    uint32_t text, ground, frame;
+    uint32_t peakBandCount, vuBandCount;
+    MPCOLORBAND* peakBands;  ///< the caller's, room for METER_BANDS each, or null
+    MPCOLORBAND* vuBands;
+    uint32_t clip[2], scale[2];
+};
+static_assert(sizeof(MPMETERCOLORS) == 56);
+inline constexpr uint32_t METER_BANDS = 10, COLOR_UNCHANGED = 0xFFFFFFFF;
 
 struct MPPROJECTINFO {
     uint32_t size;  ///< 56
@@ -538,16 +618,37 @@ static_assert(sizeof(MPHOSTFEATURES) == 12);
 
 inline constexpr uint32_t COMMANDS_REGISTER = 1, COMMANDS_UNREGISTER = 2;
 
+/// A command that the plug-in carries out. Texts are the plug-in's, and are copied.
+struct MPCOMMAND {
+    const char16_t* name;  ///< the same in every language: "MixingConsole.Show.Channels.All"
+    const char16_t* text;  ///< what a person reads; may be null
+    uint32_t command;
+    uint32_t reserved;
+};
+static_assert(sizeof(MPCOMMAND) == 24);
+
+/// A key that the plug-in would have for a command. The host may have others.
+struct MPCOMMANDKEY {
+    uint16_t key;        ///< virtual key
+    uint16_t modifiers;  ///< Shift 2, Ctrl 4, Alt 8, 0x100 always
+    uint32_t command;
+};
+static_assert(sizeof(MPCOMMANDKEY) == 8);
+
+/// The host runs a command by IPropertyPage::TranslateAccelerator of the plug-in's page, with this message
+/// and the command as wParam.
+inline constexpr uint32_t COMMAND_MESSAGE = 273;
+
 struct MPCOMMANDREG {
     uint32_t size;    ///< 72
     uint32_t action;  ///< COMMANDS_
-    const void* commands;
+    const MPCOMMAND* commands;
     uint32_t commandCount;
     uint32_t reserved20;
-    const char16_t* name;
-    const void* groups;
-    uint32_t groupCount;
-    uint32_t reply[6];  ///< what a get returns
+    const char16_t* name;      ///< of the group that the commands are listed in
+    const MPCOMMANDKEY* keys;  ///< may be null
+    uint32_t keyCount;
+    uint32_t reply[6];  ///< what a get returns: how many commands and keys are kept, then zeros
     uint32_t reserved68;
 };
 static_assert(sizeof(MPCOMMANDREG) == 72);
@@ -585,6 +686,15 @@ struct MPCATALOGREC {
 };
 static_assert(sizeof(MPCATALOGREC) == 24);
 MP_OFFSET(MPCATALOGREC, name, 16);
+inline constexpr uint32_t CATALOG_EFFECT = 1, CATALOG_INSTRUMENT = 2;  ///< MPCATALOGREC::subKind of items
+
+/// What GetItemData tells of an item.
+struct MPCATALOGITEM {
+    uint32_t size;      ///< 24
+    uint32_t unusable;  ///< listed, and can't be inserted
+    GUID effectClass;   ///< for MPCHANNELREC::effectClass
+};
+static_assert(sizeof(MPCATALOGITEM) == 24);
 
 /// What the host tells an event filter about the stream.
 inline constexpr uint32_t FILTER_PEEK_ONLY = 0x10;  ///< the plug-in only tells what it would take

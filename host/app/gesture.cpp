@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 #include <QWidget>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -95,7 +96,7 @@ bool SetFader(QWidget& page, const Gesture& gesture, ChannelId channel, QString*
     }
     QAccessibleValueInterface& value = *slider->valueInterface();
     const double low = value.minimumValue().toDouble(), high = value.maximumValue().toDouble();
-    const double target = std::clamp(gesture.decibels, low, high);
+    const double target = std::clamp(gesture.number, low, high);
     const double step = value.minimumStepSize().toDouble();
     const auto distance = [&] { return target - value.currentValue().toDouble(); };
 
@@ -153,28 +154,78 @@ bool SetSwitch(QWidget& page, const Gesture& gesture, ChannelId channel, QString
 
 }  // namespace
 
+const char* const Gesture::FORMS =
+    "NAME:fader=DECIBELS, NAME:pan=-1..1, NAME:width=mono|stereo|wide or 0..2; NAME:mute, NAME:solo, "
+    "NAME:arm, "
+    "NAME:monitor=on|off; NAME:send+=CHANNEL, NAME:send1=DECIBELS|pre|post|on|off|remove; NAME:insert+=URI, "
+    "NAME:insert1=bypass|on|remove; NAME:automation=off|read|touch|latch|write; command=NUMBER";
+
 bool Gesture::Parse(const QString& text, Gesture* out, QString* error) {
-    static const QRegularExpression form(QStringLiteral("^(.+):(fader|mute|solo)=([^=]+)$"));
-    const QRegularExpressionMatch match = form.match(text);
-    bool good = match.hasMatch();
-    if (good) {
-        out->channel = match.captured(1);
-        const QString what = match.captured(2), value = match.captured(3);
-        if (what == QStringLiteral("fader")) {
-            out->kind = Kind::Fader;
-            out->decibels = value.toDouble(&good);
-            good = good && std::isfinite(out->decibels);
-        } else {
-            out->kind = what == QStringLiteral("mute") ? Kind::Mute : Kind::Solo;
-            out->on = value == QStringLiteral("on");
-            good = out->on || value == QStringLiteral("off");
-        }
+    *error = QStringLiteral("gesture \"%1\" is not one of: %2").arg(text, QLatin1String(FORMS));
+    static const QRegularExpression commandForm(QStringLiteral("^command=([0-9]{1,5})$"));
+    if (const QRegularExpressionMatch command = commandForm.match(text); command.hasMatch()) {
+        out->kind = Kind::Command;
+        out->number = command.captured(1).toDouble();
+        return true;
     }
-    if (!good)
-        *error =
-            QStringLiteral("gesture \"%1\" is not NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off")
-                .arg(text);
-    return good;
+    // A value may hold anything, an address too; the control's name ends the channel's.
+    static const QRegularExpression form(QStringLiteral(
+        "^(.+?):(fader|mute|solo|arm|monitor|pan|width|automation|send|insert)([0-9]{0,3})([+]?)=(.+)$"));
+    const QRegularExpressionMatch match = form.match(text);
+    if (!match.hasMatch()) return false;
+    out->channel = match.captured(1);
+    const QString control = match.captured(2), number = match.captured(3), value = match.captured(5);
+    const bool adds = !match.captured(4).isEmpty();
+    out->word = value;
+    out->on = value == QStringLiteral("on");
+    bool isNumber = false;
+    out->number = value.toDouble(&isNumber);
+    isNumber = isNumber && std::isfinite(out->number);
+    const auto isOneOf = [&](std::initializer_list<const char*> words) {
+        return std::ranges::any_of(words, [&](const char* w) { return value == QLatin1String(w); });
+    };
+    if (control == QStringLiteral("send") || control == QStringLiteral("insert")) {
+        const bool send = control == QStringLiteral("send");
+        if (adds) {
+            out->kind = send ? Kind::SendAdd : Kind::InsertAdd;
+            return number.isEmpty();
+        }
+        out->index = number.toUInt() - 1;
+        out->kind = !send ? Kind::InsertSwitch : isNumber ? Kind::SendLevel : Kind::SendSwitch;
+        return number.toUInt() >= 1 &&
+               ((send && isNumber) || (send ? isOneOf({"pre", "post", "on", "off", "remove"})
+                                            : isOneOf({"bypass", "on", "remove"})));
+    }
+    if (adds || !number.isEmpty()) return false;
+    struct Row {
+        const char* control;
+        Kind kind;
+        bool isSwitch;
+    };
+    constexpr Row ROWS[] = {{"mute", Kind::Mute, true},    {"solo", Kind::Solo, true},
+                            {"arm", Kind::Arm, true},      {"monitor", Kind::Monitor, true},
+                            {"fader", Kind::Fader, false}, {"pan", Kind::Pan, false},
+                            {"width", Kind::Width, false}, {"automation", Kind::Automation, false}};
+    const Row& row =
+        *std::ranges::find_if(ROWS, [&](const Row& r) { return control == QLatin1String(r.control); });
+    out->kind = row.kind;
+    if (row.isSwitch) return isOneOf({"on", "off"});
+    if (row.kind == Kind::Automation) return isOneOf({"off", "read", "touch", "latch", "write"});
+    if (row.kind == Kind::Width && isOneOf({"mono", "stereo", "wide"})) {
+        out->number = value == QStringLiteral("mono") ? 0 : value == QStringLiteral("wide") ? kMaxWidth : 1;
+        return true;
+    }
+    const double low = row.kind == Kind::Pan     ? -1
+                       : row.kind == Kind::Width ? 0
+                                                 : -1000,
+                 high = row.kind == Kind::Pan     ? 1
+                        : row.kind == Kind::Width ? kMaxWidth
+                                                  : 1000;
+    return isNumber && out->number >= low && out->number <= high;
+}
+
+bool IsOnPage(Gesture::Kind kind) {
+    return kind == Gesture::Kind::Fader || kind == Gesture::Kind::Mute || kind == Gesture::Kind::Solo;
 }
 
 ChannelId ChannelNamed(const Session& session, const QString& name, QString* error) {

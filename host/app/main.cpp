@@ -4,10 +4,12 @@
 #include "host/app/script.h"
 #include "host/app/settings.h"
 #include "host/app/theme.h"
+#include "host/effects/lv2_library.h"
 #include "host/engine/open_files.h"
 
 #include <QApplication>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -44,11 +46,35 @@ void LoadPluginPreferences(const host::Settings& settings, host::Project& projec
     }
 }
 
+/// A line for each: family, name, channels, URI, and what is wrong with it. The exit code.
+int ListEffects(bool tryAgain) {
+    host::Lv2LibraryOptions options;
+    options.tryAgain = tryAgain;
+    const host::Lv2Library library(options);
+    library.Wait();
+    const std::vector<host::EffectInfo> effects = library.List();
+    int widest = 0;
+    for (const host::EffectInfo& e : effects) widest = std::max(widest, static_cast<int>(e.name.size()));
+    for (const host::EffectInfo& e : effects)
+        std::printf("%-10s  %-*s  %u in, %u out%s  %s%s%s\n", e.family.c_str(), std::min(widest, 40),
+                    e.name.c_str(), e.inputs, e.outputs, e.midiInput ? ", MIDI" : "      ", e.uri.c_str(),
+                    e.problem.empty() ? "" : "  can't be used: it ", e.problem.c_str());
+    const std::string problem = library.Problem();
+    if (!problem.empty()) std::fprintf(stderr, "mixhost: %s\n", problem.c_str());
+    return problem.empty() ? 0 : 1;
+}
+
 int Run(const host::Options& options) {
     host::EngineOptions engine;
     engine.systemDevice = !options.nullDevice && (!options.headless || !options.device.empty());
     engine.deviceName = options.device;
-    host::Project project(engine, OpenMidi(options));
+    const auto library = std::make_shared<host::Lv2Library>();
+    // A script can't look again.
+    if (std::ranges::any_of(options.gestures,
+                            [](const host::Gesture& g) { return g.kind == host::Gesture::Kind::InsertAdd; }))
+        library->Wait();
+    engine.effects = library;
+    host::Project project(engine, OpenMidi(options), options.face);
     try {
         if (!options.session.empty()) project.Open(options.session);
     } catch (const host::SessionError& e) {
@@ -72,9 +98,10 @@ int Run(const host::Options& options) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     host::Options options;
     if (const std::optional<int> code = host::ParseOptions(argc, argv, &options)) return *code;
+    if (options.listEffects) return ListEffects(options.rescanEffects);
     if (!HasDisplay()) options.headless = true;
     // A display that can't be opened would have Qt abort.
     const bool mayFail = !options.headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM") &&
@@ -95,10 +122,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     host::ApplyHostTheme(app);
-    try {
-        return Run(options);
-    } catch (const std::exception& e) {  // what the system does not give: threads, memory
-        std::fprintf(stderr, "mixhost: %s\n", e.what());
-        return 1;
-    }
+    return Run(options);
+} catch (const std::exception& e) {  // what the system does not give: threads, memory
+    std::fprintf(stderr, "mixhost: %s\n", e.what());
+    return 1;
 }

@@ -1,5 +1,6 @@
 #include "host/app/main_window.h"
 
+#include "host/app/mix_menu.h"
 #include "host/app/page_host.h"
 #include "host/app/settings.h"
 #include "host/app/texts.h"
@@ -72,6 +73,8 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
                        uint32_t lcid)
     : m_project(project), m_settings(settings), m_lcid(lcid),
       m_console(std::make_unique<Plugin>(modules / "mixconsole.so", project)),
+      m_mix(new MixMenu(project, *this,
+                        [this](const QString& title, const QString& text) { ShowProblem(title, text); })),
       m_transport(new TransportBar(project, this)), m_pageHost(new PageHost) {
     SetHostLanguage(lcid);
     LoadSurface(modules / "mixsurface.so");
@@ -102,6 +105,7 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
 }
 
 MainWindow::~MainWindow() {
+    m_mix->CloseWindows();
     m_pageHost->Close();
     CloseSurface();
     ForPlugins([](Plugin& plugin) { plugin.ProjectClosing(); });
@@ -176,6 +180,7 @@ void MainWindow::MakeMenus() {
     add(file, IDS_RENDER, Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
     file->addSeparator();
     add(file, IDS_QUIT, QKeySequence::Quit, [this] { close(); });
+    m_mix->Fill(*menuBar()->addMenu(Text(IDS_MENU_MIX)));
     QMenu* transport = menuBar()->addMenu(Text(IDS_MENU_TRANSPORT));
     add(transport, IDS_LOCATE_TO, Qt::CTRL | Qt::Key_G, [this] { LocateTo(); });
     MakeViewMenu();
@@ -227,6 +232,7 @@ void MainWindow::ChangeLanguage(uint32_t lcid) {
     ForPlugins([lcid](Plugin& plugin) { plugin.SetLanguage(lcid); });
     OpenPage();
     MakeMenus();
+    m_mix->ShowTexts();
     m_transport->ShowTexts();
     Refresh();
 }
@@ -255,8 +261,11 @@ void MainWindow::MakeStatusLine() {
     statusBar()->setContentsMargins(8, 0, 8, 0);
 }
 
+bool MainWindow::RunCommand(uint32_t command) { return m_pageHost->RunCommand(command); }
+
 void MainWindow::Refresh() {
     m_transport->Refresh();
+    m_mix->Refresh();
     if (const uint64_t changes = m_project.UserPreferenceChanges(); changes != m_keptPreferences) {
         m_keptPreferences = changes;  // kept at once: nobody knows how a program ends
         m_settings.SetPluginPreferences(FormatPreferences(m_project.UserPreferences()));

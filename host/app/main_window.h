@@ -15,6 +15,7 @@ class QLabel;
 
 namespace host {
 
+class MixMenu;
 class PageHost;
 class Settings;
 class TransportBar;
@@ -30,6 +31,8 @@ public:
     QWidget* ConsolePage() const;
     /// Opens the page of the control surface; its window, or null when there is none.
     QWidget* ShowSurface();
+    /// Has the console carry out one of its commands; false when it does not take it.
+    bool RunCommand(uint32_t command);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -63,6 +66,7 @@ private:
     std::unique_ptr<Plugin> m_surface;  ///< null when it cannot be had
     QDialog* m_surfaceWindow = nullptr;
     PageHost* m_surfaceHost = nullptr;
+    MixMenu* m_mix;
     TransportBar* m_transport;
     PageHost* m_pageHost;
     QLabel* m_device;

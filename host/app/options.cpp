@@ -12,10 +12,27 @@ using namespace tarn;
 
 namespace host {
 
+namespace {
+
+/// Without a list it can do everything.
+HostFace FaceOf(const std::string& kind, const std::vector<std::string>& features) {
+    HostFace face;
+    face.fullEditor = kind == "editor";
+    if (features.empty()) return face;
+    const auto has = [&](const char* name) { return std::ranges::find(features, name) != features.end(); };
+    face.limited = !has("automation");
+    face.features = (has("inputs") ? FEATURE_INPUT_BUSSES : 0) | (has("midi") ? FEATURE_MIDI_TRACKS : 0) |
+                    (has("synths") ? FEATURE_SYNTHS : 0) | (has("reorder") ? FEATURE_REORDER : 0);
+    return face;
+}
+
+}  // namespace
+
 std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     CLI::App app{"Opens a session on the mixing console, plays, mixes and renders it.", "mixhost"};
     std::vector<std::string> gestures;
-    std::string size, language;
+    std::string size, language, hostKind = "editor";
+    std::vector<std::string> features;
     app.add_option("session", options->session, "session file (.tarn); without one a new session is opened");
     app.add_flag("--headless", options->headless, "no window: run by script, then end");
     app.add_option("--seconds", options->seconds, "play for that long, and render that much of the project")
@@ -25,9 +42,12 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
                    "save a picture of the control surface's page as PNG; needs --midi");
     app.add_option("--render", options->render, "render the mix to a 24-bit stereo wave file");
     app.add_option("--report", options->report, "write what was seen as JSON");
-    app.add_option("--gesture", gestures,
-                   "NAME:fader=DECIBELS, NAME:mute=on|off or NAME:solo=on|off, with the mouse")
-        ->take_all();
+    app.add_option("--gesture", gestures, Gesture::FORMS)->take_all();
+    CLI::Option* list =
+        app.add_flag("--list-effects", options->listEffects,
+                     "tell what effects and instruments there are, and why some can't be used, then end");
+    app.add_flag("--rescan-effects", options->rescanEffects, "try those again that could not be used")
+        ->needs(list);
     app.add_option("--device", options->device, "audio device, by a part of its name");
     app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
     app.add_option("--midi", options->midi, "MIDI by alsa or jack, or none")
@@ -35,11 +55,18 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--language", language, "language of the texts by its code, like en or de");
     app.add_option("--size", size, "window size, WIDTHxHEIGHT");
     app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));
+    app.add_option("--host-kind", hostKind, "what the plug-ins are told the host is")
+        ->check(CLI::IsMember({"editor", "other"}));
+    app.add_option("--features", features,
+                   "what they are told it can do: of inputs,midi,synths,reorder,automation")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"inputs", "midi", "synths", "reorder", "automation", "none"}));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         return app.exit(e);
     }
+    options->face = FaceOf(hostKind, features);
     for (const std::string& text : gestures) {
         Gesture gesture;
         QString reason;

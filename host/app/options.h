@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/app/gesture.h"
+#include "host/contract/project.h"
 
 #include <QSize>
 
@@ -19,7 +20,10 @@ struct Options {
     std::optional<double> seconds;  ///< how long a scripted run plays, and how much of the project it renders
     std::string screenshot, surfaceScreenshot, render, report;
     std::vector<Gesture> gestures;
-    std::string device;  ///< part of its name
+    HostFace face;  ///< which form of the plug-ins is shown
+    bool listEffects = false;
+    bool rescanEffects = false;  ///< try those again that could not be used
+    std::string device;          ///< part of its name
     bool nullDevice = false;
     std::optional<std::string>
         midi;                   ///< "alsa", "jack" or "none"; not given: what runs, and nothing for scripts

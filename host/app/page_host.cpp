@@ -94,6 +94,14 @@ PageHost::Info PageHost::GetInfo() const {
 QString PageHost::Title() const { return GetInfo().title; }
 QWidget* PageHost::PageWindow() const { return QWidget::find(static_cast<WId>(GetInfo().window)); }
 
+bool PageHost::RunCommand(uint32_t command) {
+    MSG message{};
+    message.window = GetInfo().window;
+    message.message = COMMAND_MESSAGE;
+    message.wParam = command;
+    return m_page && m_page->TranslateAccelerator(&message) == S_OK;
+}
+
 void PageHost::resizeEvent(QResizeEvent*) {
     const RECT area = Area();
     if (m_page) m_page->Move(&area);

@@ -20,6 +20,8 @@ public:
     QString Title() const;
     /// The page's own window, null without one.
     QWidget* PageWindow() const;
+    /// Has the page carry out one of its commands; false when it does not take it.
+    bool RunCommand(uint32_t command);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

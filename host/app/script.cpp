@@ -1,7 +1,9 @@
 #include "host/app/script.h"
 
+#include "host/app/contract_gesture.h"
 #include "host/app/main_window.h"
 #include "host/app/options.h"
+#include "host/contract/channel_words.h"
 
 #include "platform/file.h"
 
@@ -46,6 +48,10 @@ bool SavePicture(QWidget& window, const std::string& path) {
 const char* KindText(ChannelKind kind) {
     switch (kind) {
     case ChannelKind::AudioTrack: return "audio";
+    case ChannelKind::MidiTrack: return "midi";
+    case ChannelKind::Fx: return "fx";
+    case ChannelKind::Synth: return "synth";
+    case ChannelKind::InputBus: return "input";
     case ChannelKind::AudioBus: return "bus";
     case ChannelKind::Master: return "master";
     case ChannelKind::PreviewBus: return "preview";
@@ -53,7 +59,70 @@ const char* KindText(ChannelKind kind) {
     return "";
 }
 
-bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::vector<std::string>& ofRender,
+const char* ModeText(AutomationMode mode) {
+    constexpr const char* WORDS[] = {"off", "read", "touch", "latch", "write"};
+    return WORDS[static_cast<size_t>(mode)];
+}
+
+nlohmann::ordered_json NameOf(const Session& session, ChannelId id) {
+    const Channel* channel = FindChannel(session, id);
+    return channel ? nlohmann::ordered_json(channel->name) : nlohmann::ordered_json();
+}
+
+nlohmann::ordered_json Describe(const ChannelReport& state, const Session& session) {
+    const Channel& channel = state.channel;
+    nlohmann::ordered_json row;
+    row["engine_db"] = channel.fader_db;
+    // In surround the pad's position is where the channel stands.
+    const bool placed = IsPlaced(session, channel);
+    row["pan"] = placed ? channel.place.x : channel.pan;
+    if (placed) row["front"] = channel.place.y;
+    row["width"] = channel.width;
+    row["mute"] = channel.mute;
+    row["solo"] = channel.solo;
+    row["arm"] = channel.arm;
+    row["monitor"] = channel.monitor;
+    row["automation"] = ModeText(channel.automation_mode);
+    row["output"] = NameOf(session, channel.output);
+    row["sends"] = nlohmann::json::array();
+    for (const Send& send : channel.sends)
+        row["sends"].push_back({{"target", NameOf(session, send.target)},
+                                {"level_db", send.level_db},
+                                {"pre", send.pre_fader},
+                                {"mute", send.mute}});
+    row["inserts"] = nlohmann::json::array();
+    for (size_t i = 0; i < channel.inserts.size(); i++) {
+        const Insert& insert = channel.inserts[i];
+        row["inserts"].push_back({{"name", insert.name},
+                                  {"uri", insert.uri},
+                                  {"bypass", insert.bypass},
+                                  {"missing", static_cast<bool>(state.missing[i])}});
+    }
+    if (channel.instrument) row["instrument"] = channel.instrument->uri;
+    row["peak_db"] = state.peakDb;
+    return row;
+}
+
+/// Where the page has a control for it, with the mouse; else as a plug-in would.
+bool Perform(MainWindow& window, Project& project, const Gesture& gesture, QString* error) {
+    if (gesture.kind == Gesture::Kind::Command) {
+        const auto command = static_cast<uint32_t>(gesture.number);
+        *error = QStringLiteral("the console does not take the command %1").arg(command);
+        return window.RunCommand(command);
+    }
+    const Session session = project.Snapshot();
+    const ChannelId channel = ChannelNamed(session, gesture.channel, error);
+    if (channel == kNoChannel) return false;
+    if (IsOnPage(gesture.kind)) return Perform(*window.ConsolePage(), gesture, channel, error);
+    *error = QStringLiteral("\"%1\" did not take it").arg(gesture.channel);
+    const std::string before = project.Refusal();
+    if (PerformByContract(*project.PluginHost(), session, gesture, channel, error)) return true;
+    if (project.Refusal() != before)
+        *error += QStringLiteral(": ") + QString::fromStdString(project.Refusal());
+    return false;
+}
+
+bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::optional<RenderResult>& mix,
                  const std::string& path) {
     const ProjectStatus status = project.Status();
     nlohmann::ordered_json report;
@@ -64,21 +133,23 @@ bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::vec
     report["channels"] = nlohmann::json::array();
     // Where the strips stand, not where the engine is: the two are compared by whoever reads the report.
     const std::map<ChannelId, double> shown = ShownFadersDb(page);
-    for (const ChannelReport& channel : project.Report()) {
-        const auto strip = shown.find(channel.id);
+    const Session session = project.Snapshot();
+    for (const ChannelReport& state : project.Report()) {
+        const auto strip = shown.find(state.channel.id);
         nlohmann::ordered_json row;
-        row["name"] = channel.name;
-        row["kind"] = KindText(channel.kind);
+        row["name"] = state.channel.name;
+        row["kind"] = KindText(state.channel.kind);
         row["fader_db"] =
             strip == shown.end() ? nlohmann::ordered_json() : nlohmann::ordered_json(strip->second);
-        row["engine_db"] = channel.faderDb;
-        row["mute"] = channel.mute;
-        row["solo"] = channel.solo;
-        row["peak_db"] = {channel.peakDb[0], channel.peakDb[1]};
+        row.update(Describe(state, session));
         report["channels"].push_back(row);
     }
+    if (mix) {
+        report["loudness_lufs"] = mix->loudnessLufs;
+        report["true_peak_dbtp"] = mix->truePeakDbtp;
+    }
     std::vector<std::string> problems = status.problems;
-    for (const std::string& problem : ofRender)
+    for (const std::string& problem : mix ? mix->problems : std::vector<std::string>())
         if (std::ranges::find(problems, problem) == problems.end()) problems.push_back(problem);
     report["problems"] = problems;
     std::string error;
@@ -96,8 +167,7 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     project.Play();
     for (const Gesture& gesture : options.gestures) {
         QString reason;
-        const ChannelId channel = ChannelNamed(project.Snapshot(), gesture.channel, &reason);
-        if (channel == kNoChannel || !Perform(*page, gesture, channel, &reason)) good = Complain(reason);
+        if (!Perform(window, project, gesture, &reason)) good = Complain(reason);
     }
     RunEvents(SETTLE_SECONDS);
     project.ResetPeaks();  // what the gestures passed through is not the mix
@@ -114,19 +184,18 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     }
     project.Stop();
     RunEvents(SETTLE_SECONDS);
-    std::vector<std::string> problems;
+    std::optional<RenderResult> mix;
     if (!options.render.empty()) {
         try {
-            const RenderResult mix = project.Render(options.render, options.seconds);
-            frames = mix.frames;
-            problems = mix.problems;
+            mix = project.Render(options.render, options.seconds);
+            frames = mix->frames;
             // The file is there, but it is not the whole mix.
-            for (const std::string& problem : problems) good = Complain(QString::fromStdString(problem));
+            for (const std::string& problem : mix->problems) good = Complain(QString::fromStdString(problem));
         } catch (const std::exception& e) {
             good = Complain(QString::fromUtf8(e.what()));
         }
     }
-    if (!options.report.empty()) good &= WriteReport(project, *page, frames, problems, options.report);
+    if (!options.report.empty()) good &= WriteReport(project, *page, frames, mix, options.report);
     return good ? 0 : 1;
 }
 

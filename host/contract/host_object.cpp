@@ -8,7 +8,7 @@ namespace host {
 
 HostObject::HostObject(std::shared_ptr<ProjectCore> core, const SeatOptions& seat)
     : m_core(std::move(core)), m_seat(seat), m_tree(*this), m_store(*this), m_times(*this), m_ports(*this),
-      m_eventOutput(*this), m_channels(*this),
+      m_eventOutput(*this), m_channels(*this), m_catalog(*this),
       m_connections(*this), m_points{ConnectionPointPart(*this, m_core->notificationSinks),
                                      ConnectionPointPart(*this, m_core->timeSinks),
                                      ConnectionPointPart(*this, m_core->controlSinks)} {}
@@ -23,6 +23,7 @@ HRESULT HostObject::QueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IMPPortList) *out = static_cast<IMPPortList*>(&m_ports);
     if (iid == IID_IMPEventOutput && m_core->midi) *out = static_cast<IMPEventOutput*>(&m_eventOutput);
     if (iid == IID_IMPCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
+    if (iid == IID_IMPPlugInCatalog && m_core->effects) *out = static_cast<IMPPlugInCatalog*>(&m_catalog);
     if (iid == IID_IConnectionPointContainer) *out = static_cast<IConnectionPointContainer*>(&m_connections);
     if (!*out) return E_NOINTERFACE;
     AddRef();

@@ -5,6 +5,8 @@
 #include "host/contract/project_core.h"
 
 #include <array>
+#include <map>
+#include <mutex>
 
 namespace host {
 
@@ -99,6 +101,32 @@ public:
     HRESULT Set(const MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec, uint32_t mask) override;
     HRESULT Insert(MPCHANNELID* id, uint32_t level, MPCHANNELREC* rec) override;
     HRESULT Remove(uint32_t level, const MPCHANNELID* id) override;
+
+private:
+    HRESULT NextEntry(MPCHANNELREF& ref, MPCHANNELREC* rec, uint32_t& more, uint32_t kindMask);
+    HRESULT SetChannel(const MPCHANNELID& id, MPCHANNELREC& rec, uint32_t mask);
+    HRESULT SetValues(ChannelId id, MPCHANNELREC& rec, uint32_t mask);
+    uint64_t ChosenSend(ChannelId channel) const;
+    void ChooseSend(ChannelId channel, ChannelId target);
+
+    /// Where the send leads that records of a channel mean; a plug-in's own choice. A channel without one
+    /// means its first.
+    mutable std::mutex m_sendLock;
+    std::map<ChannelId, ChannelId> m_chosenSends;
+};
+
+class PlugInCatalogPart final : public HostPart<IMPPlugInCatalog> {
+public:
+    using HostPart::HostPart;
+    HRESULT First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more,
+                  uint32_t reserved) override;
+    HRESULT Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t reserved) override;
+    HRESULT Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t flags) override;
+    HRESULT GetItemData(uint32_t* id, void* out) override;
+
+private:
+    HRESULT Give(uint32_t level, uint32_t parent, size_t place, uint32_t* id, MPCATALOGREC* rec,
+                 uint32_t* more);
 };
 
 class ConnectionPointPart final : public HostPart<IConnectionPoint> {
@@ -150,6 +178,7 @@ private:
     PortListPart m_ports;
     EventOutputPart m_eventOutput;
     CtrlChannelsPart m_channels;
+    PlugInCatalogPart m_catalog;
     ConnectionsPart m_connections;
     std::array<ConnectionPointPart, 3> m_points;
 };

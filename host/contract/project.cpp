@@ -1,5 +1,6 @@
 #include "host/contract/project.h"
 
+#include "host/contract/channel_words.h"
 #include "host/contract/host_object.h"
 #include "host/contract/project_core.h"
 #include "host/contract/time.h"
@@ -39,6 +40,7 @@ private:
             const auto now = Clock::now();
             const bool showing = m_core.UpdateLevels(std::chrono::duration<double>(now - last).count());
             last = now;
+            m_core.WriteAutomation();
             const TransportState transport = m_core.engine.Transport();
             // The end of the session stops the transport by itself.
             if (transport.playing != m_played) m_core.SendControl(MPCTRL_TRANSPORT);
@@ -67,8 +69,8 @@ private:
 }  // namespace
 
 struct Project::Impl {
-    Impl(EngineOptions options, std::unique_ptr<MidiDriver> midi)
-        : core(std::make_shared<ProjectCore>(std::move(options), std::move(midi))),
+    Impl(EngineOptions options, std::unique_ptr<MidiDriver> midi, const HostFace& face)
+        : core(std::make_shared<ProjectCore>(std::move(options), std::move(midi), face)),
           unknown((new HostObject(core, {}))->Unknown()) {
         core->Replace(NewSession(), {});
         ticker = std::make_unique<Ticker>(*core);
@@ -80,8 +82,8 @@ struct Project::Impl {
     std::unique_ptr<Ticker> ticker;
 };
 
-Project::Project(EngineOptions options, std::unique_ptr<MidiDriver> midi)
-    : m_impl(std::make_unique<Impl>(std::move(options), std::move(midi))) {}
+Project::Project(EngineOptions options, std::unique_ptr<MidiDriver> midi, const HostFace& face)
+    : m_impl(std::make_unique<Impl>(std::move(options), std::move(midi), face)) {}
 Project::~Project() = default;
 
 void Project::Open(const std::filesystem::path& path) {
@@ -137,38 +139,59 @@ ChannelId Project::AddChannel(ChannelKind kind, const std::string& name) {
 }
 bool Project::RemoveChannel(ChannelId id) { return m_impl->core->RemoveChannel(id) == S_OK; }
 bool Project::RenameChannel(ChannelId id, const std::string& name) {
-    return m_impl->core->EditChannel(id, [&](Channel& channel) {
-        channel.name = name;
-        return MASK_NAME;
-    }) == S_OK;
+    return m_impl->core->EditChannel(id, [&](Channel& channel) { channel.name = name; }) == S_OK;
 }
 bool Project::MoveChannel(ChannelId id, size_t index) { return m_impl->core->MoveChannel(id, index); }
 
 bool Project::EditChannel(ChannelId id, const std::function<void(Channel&)>& edit) {
     return m_impl->core->EditChannel(id, [&](Channel& channel) {
-        const Channel before = channel;
+        const ChannelKind kind = channel.kind;
         edit(channel);
-        channel.id = before.id;
-        channel.kind = before.kind;
-        uint32_t changed = 0;
-        if (channel.fader_db != before.fader_db) changed |= MASK_VOLUME;
-        if (channel.pan != before.pan) changed |= MASK_PAN;
-        if (channel.name != before.name) changed |= MASK_NAME;
-        if (channel.colour != before.colour) changed |= MASK_IDENTITY;
-        if (channel.output != before.output || channel.clips != before.clips) changed |= MASK_OUTPUT_ROUTE;
-        if (channel.mute != before.mute || channel.solo != before.solo || channel.phase != before.phase ||
-            channel.selected != before.selected || channel.hidden != before.hidden)
-            changed |= MASK_SWITCHES;
-        return changed;
+        channel.id = id;
+        channel.kind = kind;
     }) == S_OK;
 }
+std::string Project::Refusal() const { return m_impl->core->Refusal(); }
+void Project::SetMonitoring(const Monitoring& monitoring) { m_impl->core->SetMonitoring(monitoring); }
+
+SubId Project::InsertEffect(ChannelId id, const std::string& uri) {
+    SubId made = kNoSub;
+    return m_impl->core->InsertEffect(id, uri, SIZE_MAX, &made) == S_OK ? made : kNoSub;
+}
+bool Project::RemovePart(ChannelId id, SubId part) { return m_impl->core->RemovePart(id, part) == S_OK; }
+bool Project::MoveEffect(ChannelId id, SubId effect, size_t place) {
+    return m_impl->core->MoveEffect(id, effect, place) == S_OK;
+}
+std::shared_ptr<Effect> Project::FindEffect(ChannelId id, SubId effect) const {
+    return m_impl->core->FindEffect(id, effect);
+}
+EffectEdits Project::EditsOf(ChannelId id, SubId effect) {
+    const std::shared_ptr<ProjectCore> core = m_impl->core;
+    const auto touch = [core, id, effect](size_t parameter, bool on) {
+        if (const auto running = core->FindEffect(id, effect);
+            running && parameter < running->Parameters().size())
+            core->Touch(id, {AutomationTarget::Parameter, effect, running->Parameters()[parameter].symbol},
+                        on);
+    };
+    return {[touch](size_t parameter) { touch(parameter, true); },
+            [core, id, effect](size_t parameter, float value) {
+                core->SetParameter(id, effect, parameter, value);
+            },
+            [touch](size_t parameter) { touch(parameter, false); },
+            [core, id, effect](size_t index) {
+                if (Failed(core->LoadPreset(id, effect, index))) throw EffectError(core->Refusal());
+            }};
+}
+EffectLibrary* Project::Effects() const { return m_impl->core->effects.get(); }
+std::vector<RegisteredCommand> Project::Commands() const { return m_impl->core->commands.All(); }
 
 RenderResult Project::Render(const std::filesystem::path& path, std::optional<double> seconds,
                              const std::function<bool(double)>& progress) {
     RenderOptions options;
     options.end = seconds.value_or(0);
     options.progress = progress;
-    RenderResult result = RenderToFile(Snapshot(), Path().parent_path(), path, options);
+    options.effects = Effects();
+    RenderResult result = RenderToFile(m_impl->core->WithStates(), Path().parent_path(), path, options);
     if (!result.finished) throw RenderError(path.string() + ": cancelled");
     return result;
 }
@@ -179,22 +202,23 @@ ProjectStatus Project::Status() const {
 
 std::vector<ChannelReport> Project::Report() const {
     std::vector<ChannelReport> rows;
-    for (const Channel& channel : Snapshot().channels) {
+    const Session session = Snapshot();
+    for (const Channel& channel : session.channels) {
         const ShownLevels levels = m_impl->core->Levels(channel.id);
-        rows.push_back({channel.id,
-                        channel.name,
-                        channel.kind,
-                        channel.fader_db,
-                        channel.mute,
-                        channel.solo,
-                        {DbFromLevel(levels.highest[Left]), DbFromLevel(levels.highest[Right])}});
+        ChannelReport row{channel, {}, {}};
+        const bool inRoom = IsWide(session, channel.kind) || IsPlaced(session, channel);
+        const size_t sides = inRoom ? kMaxSides : kStereoSides;
+        for (size_t side = 0; side < sides; side++) row.peakDb.push_back(DbFromLevel(levels.highest[side]));
+        for (const Insert& insert : channel.inserts)
+            row.missing.push_back(!FindEffect(channel.id, insert.id));
+        rows.push_back(std::move(row));
     }
     return rows;
 }
 
 void Project::ResetPeaks() { m_impl->core->ResetPeaks(); }
 void Project::SendControl(const GUID& id, uint32_t flags, uint32_t seat) {
-    m_impl->core->SendControl(id, flags, 0, kNoChannel, 0, seat);
+    m_impl->core->SendControl(id, flags, 0, seat);
 }
 Project::Seat Project::NewSeat(Keeps keeps) {
     const SeatOptions seat{++m_impl->seats, keeps == Keeps::ForUser};

@@ -6,6 +6,8 @@
 #pragma once
 
 #include "contract/host_contract.h"
+#include "host/contract/command_table.h"
+#include "host/effects/effect.h"
 #include "host/engine/engine.h"
 #include "host/engine/render.h"
 #include "host/midi/midi_ports.h"
@@ -27,18 +29,23 @@ struct ProjectStatus {
 };
 
 struct ChannelReport {
-    ChannelId id;
-    std::string name;
-    ChannelKind kind;
-    double faderDb;
-    bool mute, solo;
-    double peakDb[2];  ///< highest since the project was opened or ResetPeaks, left and right; kSilenceDb at
-                       ///< least
+    Channel channel;
+    std::vector<double> peakDb;  ///< highest since the project was opened or ResetPeaks, of each of its
+                                 ///< channels; kSilenceDb at least
+    std::vector<bool> missing;   ///< for each insert: it can't be had
+};
+
+/// What the host pretends to be, for those who want to see the other forms of a plug-in.
+struct HostFace {
+    bool fullEditor = true;
+    bool limited = false;  ///< no recording, no automation
+    uint32_t features = FEATURE_INPUT_BUSSES | FEATURE_MIDI_TRACKS | FEATURE_SYNTHS | FEATURE_REORDER;
 };
 
 class Project {
 public:
-    explicit Project(EngineOptions options = {}, std::unique_ptr<MidiDriver> midi = nullptr);
+    explicit Project(EngineOptions options = {}, std::unique_ptr<MidiDriver> midi = nullptr,
+                     const HostFace& face = {});
     ~Project();
     Project(const Project&) = delete;
     Project& operator=(const Project&) = delete;
@@ -71,6 +78,22 @@ public:
     /// Changes levels, switches, pan or routing of one channel under the lock; false when it is gone or the
     /// result is refused, and then nothing has changed.
     bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
+    /// Why the last edit was refused, for a person.
+    std::string Refusal() const;
+    void SetMonitoring(const Monitoring& monitoring);
+
+    /// An effect at the end of the channel's chain, or the instrument of a soft synth. kNoSub, with a
+    /// Refusal, when it can't be had there.
+    SubId InsertEffect(ChannelId id, const std::string& uri);
+    bool RemovePart(ChannelId id, SubId part);  ///< a send or an effect, with its automation
+    bool MoveEffect(ChannelId id, SubId effect, size_t place);
+    /// Null when it does not run. It stays valid for as long as it is held.
+    std::shared_ptr<Effect> FindEffect(ChannelId id, SubId effect) const;
+    /// What becomes of changes in the effect's window: they are heard, automated, told to plug-ins.
+    EffectEdits EditsOf(ChannelId id, SubId effect);
+    EffectLibrary* Effects() const;  ///< null without effects
+    /// What plug-ins have registered.
+    std::vector<RegisteredCommand> Commands() const;
 
     /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave,
     /// written aside and renamed. `progress` is called with 0..1 and ends the work by false. What could not

@@ -1,5 +1,10 @@
 #include "host/contract/project_core.h"
 
+#include "host/contract/channel_parts.h"
+#include "host/contract/channel_words.h"
+#include "host/effects/effect.h"
+#include "host/session/rule_checker.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,14 +15,14 @@ namespace {
 
 constexpr float SILENCE = 1e-5f;  // -100 dB: nothing of it shows
 
-bool IsTrack(ChannelKind kind) { return kind == ChannelKind::AudioTrack; }
+bool IsTrack(ChannelKind kind) { return ShareRow(kind, ChannelKind::AudioTrack); }
 
 /// Position in the session's list of the index-th channel of a row, or where the row ends.
 size_t PlaceInRow(const std::vector<Channel>& channels, ChannelKind kind, size_t index) {
     size_t end = IsTrack(kind) ? 0 : channels.size();
     size_t seen = 0;
     for (size_t i = 0; i < channels.size(); i++) {
-        if (channels[i].kind != kind) continue;
+        if (!ShareRow(channels[i].kind, kind)) continue;
         if (seen++ == index) return i;
         end = i + 1;
     }
@@ -33,37 +38,44 @@ std::string SeenFrom(const std::filesystem::path& folder, const std::filesystem:
     return seen.generic_string();
 }
 
+ChannelId FirstOf(const Session& session, ChannelKind kind) {
+    const auto at = std::ranges::find(session.channels, kind, &Channel::kind);
+    return at == session.channels.end() ? kNoChannel : at->id;
+}
+
+/// Where a new channel of that kind goes to.
+ChannelId FirstOutput(const Session& session, ChannelKind kind) {
+    return FirstOf(session, kind == ChannelKind::MidiTrack ? ChannelKind::Synth : ChannelKind::Master);
+}
+
+/// Leaves nothing that leads to or from a channel that goes: what fed it by its output feeds what it fed.
+void Detach(Channel& channel, const Channel& gone) {
+    if (channel.output == gone.id)
+        channel.output = channel.kind == ChannelKind::MidiTrack ? kNoChannel : gone.output;
+    if (const Send* send = SendTo(channel, gone.id)) RemovePart(channel, send->id);
+    if (channel.input.channel == gone.id) channel.input = {};
+}
+
+const EffectInfo* FindInfo(const std::vector<EffectInfo>& list, const std::string& uri) {
+    const auto at = std::ranges::find(list, uri, &EffectInfo::uri);
+    return at == list.end() ? nullptr : &*at;
+}
+
 }  // namespace
 
-uint32_t KindWord(ChannelKind kind) {
-    switch (kind) {
-    case ChannelKind::AudioTrack: return KIND_AUDIO_TRACK;
-    case ChannelKind::AudioBus: return KIND_AUDIO_BUS;
-    case ChannelKind::Master: return KIND_MASTER;
-    case ChannelKind::PreviewBus: return KIND_BUS | KIND_SPECIAL;
-    }
-    return 0;
-}
-
-int32_t OrderIndex(const Session& session, ChannelId id) {
-    int32_t tracks = 0, busses = 0, master = 0;
-    for (const Channel& channel : session.channels) master += channel.kind == ChannelKind::AudioBus;
-    for (const Channel& channel : session.channels) {
-        int32_t order = ORDER_PREVIEW_OUTPUT;
-        if (channel.kind == ChannelKind::AudioTrack) order = tracks++;
-        if (channel.kind == ChannelKind::AudioBus) order = busses++;
-        if (channel.kind == ChannelKind::Master) order = master;
-        if (channel.id == id) return order;
-    }
-    return 0;
-}
-
-ProjectCore::ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driver)
-    : engine(std::move(options)) {
+ProjectCore::ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driver, const HostFace& shownAs)
+    : effects(options.effects), face(shownAs), engine(std::move(options)),
+      m_writer([this](ChannelId channel, const AutomationKey& key, bool on) {
+          engine.TakeByHand(channel, key, on);
+      }) {
     if (!driver) return;
     midi = std::make_unique<MidiPorts>(
         std::move(driver), [this](std::vector<ReceivedEvent>& events) { FilterEvents(events); },
-        [this] { SendNotify(MPNOTIFY_PORTS); });
+        [this] {
+            SendNotify(MPNOTIFY_PORTS);
+            MPCHANNELID all{};
+            TellChannel(CHANGE_CTRL_REPLACED, all, KIND_MIDI_PORT_ENTRY);
+        });
 }
 
 void ProjectCore::AddFilter(IMPEventFilter* filter) {
@@ -96,6 +108,7 @@ void ProjectCore::Replace(Session session, const std::filesystem::path& path) {
         const Session old = std::exchange(m_session, std::move(session));
         const std::filesystem::path oldPath = std::exchange(m_path, path);
         try {
+            engine.Forget();
             ApplyToEngine();
         } catch (...) {
             m_session = old;
@@ -103,7 +116,9 @@ void ProjectCore::Replace(Session session, const std::filesystem::path& path) {
             throw;
         }
         m_modified = false;
+        engine.SetMonitoring(m_session.monitoring);
     }
+    m_writer.Forget();
     engine.Stop();
     engine.Locate(0);
     std::lock_guard lock(m_levelLock);
@@ -118,6 +133,7 @@ std::filesystem::path ProjectCore::Path() const {
 void ProjectCore::SaveAs(const std::filesystem::path& path) {
     std::lock_guard lock(m_lock);
     Session session = m_session;
+    engine.SaveStates(session);
     const std::filesystem::path from = m_path.parent_path(), to = path.parent_path();
     if (from != to)
         for (Channel& channel : session.channels)
@@ -129,31 +145,71 @@ void ProjectCore::SaveAs(const std::filesystem::path& path) {
     ApplyToEngine();
 }
 
+Session ProjectCore::WithStates() const {
+    std::lock_guard lock(m_lock);
+    Session session = m_session;
+    engine.SaveStates(session);
+    return session;
+}
+
+// Edits
+// ----------------------------------------------------------------------------------------------------------
+
+std::string ProjectCore::Refusal() const {
+    std::lock_guard lock(m_lock);
+    return m_refusal;
+}
+
+HRESULT ProjectCore::Refuse(const std::string& reason) {
+    std::lock_guard lock(m_lock);
+    m_refusal = reason;
+    return E_INVALIDARG;
+}
+
+ProjectCore::Told ProjectCore::WhatChanged(const Channel& before, const Channel& after) const {
+    return {after.id, KindWord(m_session, after),
+            IsWide(m_session, after.kind) && after.kind == ChannelKind::Master,
+            ChangesBetween(before, after)};
+}
+
+void ProjectCore::Tell(const Told& told) {
+    for (const SubChange& sub : told.changes.subs)
+        TellChannel(sub.flags, {told.id, sub.id, 0}, sub.flags == CHANGE_ATTRIBUTES ? sub.groups : told.kind);
+    const uint32_t groups = told.changes.groups;
+    if (groups) TellChannel(CHANGE_ATTRIBUTES, {told.id, 0, 0}, groups);
+    if (told.wide && (groups & (MASK_VOLUME | MASK_SWITCHES)))
+        for (size_t slot = 0; slot < std::size(COMPANION_PAIRS); slot++)
+            TellChannel(CHANGE_ATTRIBUTES, {CompanionId(told.id, slot), 0, 0}, groups);
+}
+
 HRESULT ProjectCore::EditChannel(ChannelId id, const Edit& edit) {
-    uint32_t changed = 0;
+    Told told;
     {
         std::lock_guard lock(m_lock);
         Channel* channel = FindChannel(m_session, id);
         if (!channel) return S_FALSE;
         const Channel before = *channel;
-        changed = edit(*channel);
-        if (*channel == before) return S_OK;
+        Channel after = before;
+        edit(after);
+        told = WhatChanged(before, after);
+        if (!told.changes.anything) return S_OK;
+        *channel = std::move(after);
         try {
-            CheckSession(m_session);
-            constexpr uint32_t LEVELS = MASK_VOLUME | MASK_PAN | MASK_SWITCHES;
-            if (changed & ~(LEVELS | MASK_NAME | MASK_IDENTITY))
-                ApplyToEngine();
-            else if (changed & LEVELS)
+            if (told.changes.levelsOnly) {
+                CheckChannel(*channel, before.name);
                 engine.SetLevels(m_session.channels);
-        } catch (const SessionError&) {
+            } else {
+                CheckSession(m_session);
+                ApplyToEngine();
+            }
+        } catch (const SessionError& e) {
             *channel = before;
+            m_refusal = e.reason;
             return E_INVALIDARG;
         }
-        Channel selectionAside = *channel;
-        selectionAside.selected = before.selected;
-        if (selectionAside != before) m_modified = true;  // what is selected is no work to be saved
+        if (told.changes.matters) m_modified = true;  // what is selected is no work to be saved
     }
-    SendControl(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, id, changed);
+    Tell(told);
     return S_OK;
 }
 
@@ -170,70 +226,78 @@ void ProjectCore::TellMoved(const std::vector<Place>& before) {
         std::lock_guard lock(m_lock);
         now = Places();
     }
+    std::map<ChannelId, int32_t> old;
+    for (const Place& place : before) old[place.id] = place.order;
     for (const Place& place : now)
-        for (const Place& old : before)
-            if (old.id == place.id && old.order != place.order)
-                SendControl(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, place.id, MASK_IDENTITY);
+        if (const auto at = old.find(place.id); at != old.end() && at->second != place.order)
+            TellChannel(CHANGE_ATTRIBUTES, {place.id, 0, 0}, MASK_IDENTITY);
 }
 
 ChannelId ProjectCore::AddChannel(ChannelKind kind, const std::string& name, size_t index) {
-    if (kind != ChannelKind::AudioTrack && kind != ChannelKind::AudioBus) return kNoChannel;
+    if (kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) return kNoChannel;
     std::vector<Place> before;
     Channel channel;
+    uint32_t word = 0;
     {
         std::lock_guard lock(m_lock);
         before = Places();
         ChannelId highest = 0;
-        for (const Channel& other : m_session.channels) {
-            highest = std::max(highest, other.id);
-            if (other.kind == ChannelKind::Master) channel.output = other.id;
-        }
+        for (const Channel& other : m_session.channels) highest = std::max(highest, other.id);
         channel.id = highest + 1;
         channel.kind = kind;
         channel.name = name;
+        channel.output = FirstOutput(m_session, kind);
         channel.colour = static_cast<uint32_t>(m_session.channels.size() % kTrackColours);
+        if (kind == ChannelKind::InputBus) channel.input.source = InputSource::Device;
         const Session old = m_session;
         const size_t at = PlaceInRow(m_session.channels, kind, index);
         m_session.channels.insert(m_session.channels.begin() + static_cast<std::ptrdiff_t>(at), channel);
         try {
+            CheckSession(m_session);
             ApplyToEngine();
-        } catch (const SessionError&) {
+        } catch (const SessionError& e) {
             m_session = old;
+            m_refusal = e.reason;
             return kNoChannel;
         }
+        word = KindWord(m_session, channel);
         m_modified = true;
     }
-    SendControl(MPCTRL_CHANNEL, CHANGE_ADDED, LEVEL_CHANNEL, channel.id, KindWord(kind));
-    if (IsTrack(kind)) SendNotify(MPNOTIFY_OBJECT, CHANGE_ADDED, LEVEL_TRACK, channel.id, KindWord(kind));
+    TellChannel(CHANGE_ADDED, {channel.id, 0, 0}, word);
+    if (IsTrack(kind)) SendNotify(MPNOTIFY_OBJECT, CHANGE_ADDED, LEVEL_TRACK, channel.id, word);
     TellMoved(before);
     return channel.id;
 }
 
 HRESULT ProjectCore::RemoveChannel(ChannelId id) {
     std::vector<Place> before;
-    std::vector<ChannelId> rerouted;
+    std::vector<Told> detached;
     ChannelKind kind;
+    uint32_t word = 0;
     {
         std::lock_guard lock(m_lock);
         const Channel* channel = FindChannel(m_session, id);
         if (!channel) return S_FALSE;
         kind = channel->kind;
-        if (kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) return E_INVALIDARG;
+        if (kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) {
+            m_refusal = "master and preview bus stay";
+            return E_INVALIDARG;
+        }
+        word = KindWord(m_session, *channel);
         before = Places();
-        const ChannelId output = channel->output;
-        for (Channel& other : m_session.channels)
-            if (other.output == id) {
-                other.output = output;
-                rerouted.push_back(other.id);
-            }
+        const Channel gone = *channel;
+        for (Channel& other : m_session.channels) {
+            const Channel was = other;
+            Detach(other, gone);
+            if (other != was) detached.push_back(WhatChanged(was, other));
+        }
         std::erase_if(m_session.channels, [id](const Channel& c) { return c.id == id; });
         ApplyToEngine();
         m_modified = true;
     }
-    SendControl(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, id, KindWord(kind));
-    if (IsTrack(kind)) SendNotify(MPNOTIFY_OBJECT, CHANGE_REMOVED, LEVEL_TRACK, id, KindWord(kind));
-    for (ChannelId other : rerouted)
-        SendControl(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, other, MASK_OUTPUT_ROUTE);
+    TellChannel(CHANGE_REMOVED, {id, 0, 0}, word);
+    if (IsTrack(kind)) SendNotify(MPNOTIFY_OBJECT, CHANGE_REMOVED, LEVEL_TRACK, id, word);
+    for (const Told& told : detached) Tell(told);
     TellMoved(before);
     return S_OK;
 }
@@ -256,6 +320,150 @@ bool ProjectCore::MoveChannel(ChannelId id, size_t index) {
     }
     TellMoved(before);
     return true;
+}
+
+void ProjectCore::SetMonitoring(const Monitoring& monitoring) {
+    {
+        std::lock_guard lock(m_lock);
+        if (m_session.monitoring == monitoring) return;
+        m_session.monitoring = monitoring;
+        engine.SetMonitoring(monitoring);
+        m_modified = true;
+    }
+    SendControl(MPCTRL_BUSY);
+}
+
+// Parts of a channel
+// ----------------------------------------------------------------------------------------------------------
+
+HRESULT ProjectCore::InsertEffect(ChannelId id, const std::string& uri, size_t place, SubId* made) {
+    if (!effects) return Refuse("this host has no effects");
+    const std::vector<EffectInfo> list = effects->List();
+    const EffectInfo* info = FindInfo(list, uri);
+    try {
+        // Made once for nothing, so that what can't be had does not get into a chain.
+        effects->Make(uri, Read([](const Session& s) { return s.sample_rate; }));
+    } catch (const EffectError& e) {
+        return Refuse(e.what());
+    }
+    const std::string name = info ? info->name : uri;
+    const bool instrument = info && info->instrument;
+    bool fits = true;
+    const HRESULT hr = EditChannel(id, [&](Channel& channel) {
+        fits = instrument ? channel.kind == ChannelKind::Synth : TraitsOf(channel.kind).audio;
+        if (!fits) return;
+        *made = FreeSub(channel);
+        Insert insert{.id = *made, .uri = uri, .name = name};
+        if (instrument) {
+            if (channel.instrument) host::RemovePart(channel, channel.instrument->id);
+            channel.instrument = std::move(insert);
+            return;
+        }
+        place = std::min(place, channel.inserts.size());
+        channel.inserts.insert(channel.inserts.begin() + static_cast<std::ptrdiff_t>(place),
+                               std::move(insert));
+    });
+    if (fits) return hr;
+    return Refuse(instrument ? name + " is an instrument, which belongs on a soft synth"
+                             : "this kind of channel has no effects");
+}
+
+HRESULT ProjectCore::AddSend(ChannelId id, ChannelId target, SubId* made) {
+    bool twice = false;
+    const HRESULT hr = EditChannel(id, [&](Channel& channel) {
+        twice = SendTo(channel, target);
+        if (twice) return;
+        *made = FreeSub(channel);
+        channel.sends.push_back({.id = *made, .target = target});
+    });
+    return twice ? Refuse("it has a send there already") : hr;
+}
+
+HRESULT ProjectCore::RemovePart(ChannelId id, SubId part) {
+    bool gone = false;
+    const HRESULT hr = EditChannel(id, [&](Channel& channel) { gone = host::RemovePart(channel, part); });
+    return hr == S_OK && !gone ? S_FALSE : hr;
+}
+
+HRESULT ProjectCore::MoveEffect(ChannelId id, SubId effect, size_t place) {
+    bool moved = false;
+    const HRESULT hr =
+        EditChannel(id, [&](Channel& channel) { moved = MoveInChain(channel, effect, place); });
+    return hr == S_OK && !moved ? S_FALSE : hr;
+}
+
+HRESULT ProjectCore::SetParameter(ChannelId id, SubId effect, size_t parameter, float value) {
+    const std::shared_ptr<Effect> running = FindEffect(id, effect);
+    if (!running || parameter >= running->Parameters().size()) return S_FALSE;
+    const EffectParameter& what = running->Parameters()[parameter];
+    if (what.shown || !std::isfinite(value)) return E_INVALIDARG;
+    running->SetValue(parameter, value);
+    m_modified = true;
+    Moved(id, {AutomationTarget::Parameter, effect, what.symbol},
+          std::clamp(double{value}, double{what.minimum}, double{what.maximum}));
+    TellChannel(CHANGE_ATTRIBUTES, {id, effect, parameter + 1}, MASK_VOLUME);
+    return S_OK;
+}
+
+HRESULT ProjectCore::LoadPreset(ChannelId id, SubId effect, size_t preset) {
+    const std::shared_ptr<Effect> running = FindEffect(id, effect);
+    if (!running || preset >= running->Presets().size()) return S_FALSE;
+    try {
+        running->LoadPreset(preset);
+    } catch (const EffectError& e) {
+        return Refuse(e.what());
+    }
+    m_modified = true;
+    TellChannel(CHANGE_ATTRIBUTES, {id, effect, 0}, MASK_EFFECT_STATE);
+    return S_OK;
+}
+
+// Automation
+// ----------------------------------------------------------------------------------------------------------
+
+std::optional<double> ProjectCore::Shown(const Channel& channel, const AutomationKey& key) const {
+    if (m_writer.IsHeld(channel.id, key)) return SettingOf(channel, key);
+    return ValueAt(channel, key, channel.automation.empty() ? 0 : engine.Transport().seconds);
+}
+
+void ProjectCore::Touch(ChannelId id, const AutomationKey& key, bool on) {
+    const auto mode = Read([id](const Session& s) {
+        const Channel* channel = FindChannel(s, id);
+        return channel ? channel->automation_mode : AutomationMode::Off;
+    });
+    m_writer.Touch(id, key, mode, on);
+}
+
+void ProjectCore::Moved(ChannelId id, const AutomationKey& key, std::optional<double> value) {
+    const TransportState transport = engine.Transport();
+    AutomationMode mode = AutomationMode::Off;
+    Read([&](const Session& s) {
+        const Channel* channel = FindChannel(s, id);
+        if (!channel) return;
+        mode = channel->automation_mode;
+        if (!value) value = SettingOf(*channel, key);
+    });
+    if (value) m_writer.Move(id, key, mode, *value, transport.seconds, transport.playing);
+}
+
+void ProjectCore::WriteAutomation() {
+    const TransportState transport = engine.Transport();
+    // What a channel that writes has is written over from the first moment on.
+    if (transport.playing && !std::exchange(m_writerPlayed, transport.playing))
+        Read([&](const Session& session) {
+            for (const Channel& channel : session.channels)
+                for (const AutomationCurve& curve : channel.automation)
+                    if (const auto value = SettingOf(channel, curve.key);
+                        value && channel.automation_mode == AutomationMode::Write)
+                        m_writer.Move(channel.id, curve.key, AutomationMode::Write, *value, transport.seconds,
+                                      true);
+        });
+    m_writerPlayed = transport.playing;
+    if (m_writer.IsIdle()) return;
+    m_writer.Tick(transport.seconds, transport.playing);
+    for (const AutomationWriter::Stretch& stretch : m_writer.TakeComplete())
+        EditChannel(stretch.channel,
+                    [&](Channel& channel) { WriteStretch(channel, stretch.key, stretch.points); });
 }
 
 void ProjectCore::ChangeTransport(const std::function<void(Engine&)>& change) {
@@ -289,7 +497,7 @@ bool ProjectCore::UpdateLevels(double elapsed) {
     for (const ChannelMeter& meter : meters) {
         ShownLevels& shown = m_levels[meter.id];
         if (const auto known = old.find(meter.id); known != old.end()) shown = known->second;
-        for (size_t side : {Left, Right}) {
+        for (size_t side = 0; side < kMaxSides; side++) {
             const float before = shown.peak[side];
             float peak = std::max(meter.reading.peak[side], before * fall);
             if (peak < SILENCE) peak = 0;
@@ -302,15 +510,25 @@ bool ProjectCore::UpdateLevels(double elapsed) {
     return showing;
 }
 
-void ProjectCore::SendControl(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel,
-                              uint32_t kindMask, uint32_t seat) {
+void ProjectCore::SendControl(const GUID& id, uint32_t flags, uint32_t kindMask, uint32_t seat) {
     MPCTRLREC rec{};
     rec.id = id;
     rec.flags = flags;
-    rec.level = level;
-    rec.object.channel = channel;
     rec.kindMask = kindMask;
     controlSinks.Send<IMPCtrlChannelSink>([&](IMPCtrlChannelSink& sink) { sink.OnControl(&rec); }, seat);
+}
+
+void ProjectCore::TellChannel(uint32_t flags, const MPCHANNELID& object, uint32_t kindMask) {
+    MPCTRLREC rec{};
+    rec.id = MPCTRL_CHANNEL;
+    rec.flags = flags;
+    rec.kindMask = kindMask;
+    // Without a channel: the list of entries of that kind.
+    rec.level = object.subSub                   ? LEVEL_PARAMETER
+                : object.sub || !object.channel ? LEVEL_SUB_OBJECT
+                                                : LEVEL_CHANNEL;
+    rec.object = object;
+    controlSinks.Send<IMPCtrlChannelSink>([&](IMPCtrlChannelSink& sink) { sink.OnControl(&rec); });
 }
 
 void ProjectCore::SendNotify(const GUID& id, uint32_t flags, uint32_t level, ChannelId channel,

@@ -2,6 +2,9 @@
 // listeners. Changes go through here, so that engine and plug-ins hear of every one of them.
 #pragma once
 
+#include "host/contract/automation_writer.h"
+#include "host/contract/channel_changes.h"
+#include "host/contract/command_table.h"
 #include "host/contract/project.h"
 #include "host/contract/sinks.h"
 #include "host/midi/midi_ports.h"
@@ -15,28 +18,53 @@ namespace host {
 
 /// Levels as the meters show them: a peak rises at once and falls by 20 dB in 1.7 s (IEC 60268-18).
 struct ShownLevels {
-    std::array<float, 2> peak{};
-    std::array<float, 2> vu{};
-    std::array<float, 2> highest{};
+    std::array<float, kMaxSides> peak{};
+    std::array<float, kMaxSides> vu{};
+    std::array<float, kMaxSides> highest{};
 };
 
 class ProjectCore {
 public:
     /// Without a driver there is no MIDI.
-    ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driver);
+    ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driver, const HostFace& face);
 
-    /// What one edit changed, as MASK_ groups of the contract; 0 for nothing.
-    using Edit = std::function<uint32_t(Channel&)>;
+    using Edit = std::function<void(Channel&)>;
 
-    /// Runs `edit` on a copy of the channel and takes the copy over when it is valid. Plug-ins are told which
-    /// groups changed. S_FALSE when there is no such channel, E_INVALIDARG when the result is refused.
+    /// Runs `edit` on a copy of the channel and takes the copy over when it is valid. Plug-ins are told what
+    /// has changed. S_FALSE when there is no such channel, E_INVALIDARG when the result is refused.
     /// [any-thread]
     HRESULT EditChannel(ChannelId id, const Edit& edit);
     ChannelId AddChannel(ChannelKind kind, const std::string& name, size_t index);
     HRESULT RemoveChannel(ChannelId id);
     bool MoveChannel(ChannelId id, size_t index);
+    void SetMonitoring(const Monitoring& monitoring);
     /// Replaces everything; plug-ins are not told. Throws SessionError.
     void Replace(Session session, const std::filesystem::path& path);
+
+    /// A new effect in the channel's chain at this place, or the instrument of a soft synth. E_INVALIDARG
+    /// when it can't be had there.
+    HRESULT InsertEffect(ChannelId id, const std::string& uri, size_t place, SubId* made);
+    HRESULT AddSend(ChannelId id, ChannelId target, SubId* made);
+    HRESULT RemovePart(ChannelId id, SubId part);
+    HRESULT MoveEffect(ChannelId id, SubId effect, size_t place);
+    /// Sets a parameter of an effect that runs; S_FALSE when there is none.
+    HRESULT SetParameter(ChannelId id, SubId effect, size_t parameter, float value);
+    HRESULT LoadPreset(ChannelId id, SubId effect, size_t preset);
+    std::shared_ptr<Effect> FindEffect(ChannelId id, SubId effect) const {
+        return engine.FindEffect(id, effect);
+    }
+
+    /// What the channel plays now: its curve, or its setting where a hand holds it.
+    std::optional<double> Shown(const Channel& channel, const AutomationKey& key) const;
+    /// A hand takes hold of a control, or lets go.
+    void Touch(ChannelId id, const AutomationKey& key, bool on);
+    /// A control of the channel was set to what the channel holds now, or a parameter to this value.
+    void Moved(ChannelId id, const AutomationKey& key, std::optional<double> value = {});
+    /// Writes what hands have done, and lets time go on for what they hold. [ticker]
+    void WriteAutomation();
+
+    /// Why the last edit was refused, for a person.
+    std::string Refusal() const;
 
     /// Play, stop, locate and loop go through here, since plug-ins hear of them.
     void ChangeTransport(const std::function<void(Engine&)>& change);
@@ -64,18 +92,25 @@ public:
     /// Saves under that path, where the project is from now on; clips stay the files that they are. Throws
     /// SessionError.
     void SaveAs(const std::filesystem::path& path);
+    /// The session with its effects' present states.
+    Session WithStates() const;
 
     ShownLevels Levels(ChannelId id) const;
     void ResetPeaks();
     /// Takes the engine's meters; `elapsed` seconds since the last time. True while anything is left to show.
     bool UpdateLevels(double elapsed);
 
-    void SendControl(const GUID& id, uint32_t flags = 0, uint32_t level = 0, ChannelId channel = 0,
-                     uint32_t kindMask = 0, uint32_t seat = kNoSeat);
+    void SendControl(const GUID& id, uint32_t flags = 0, uint32_t kindMask = 0, uint32_t seat = kNoSeat);
+    /// Something happened to a channel or to a part of it: MASK_ groups of changed attributes, else the
+    /// channel's kind.
+    void TellChannel(uint32_t flags, const MPCHANNELID& object, uint32_t kindMask);
     void SendNotify(const GUID& id, uint32_t flags = 0, uint32_t level = 0, ChannelId channel = 0,
                     uint32_t kindMask = 0);
 
+    const std::shared_ptr<EffectLibrary> effects;  ///< null: there are none
+    const HostFace face;
     Engine engine;
+    CommandTables commands;
     SinkList notificationSinks{IID_IMPNotificationSink};
     SinkList timeSinks{IID_IMPTimeSink};
     SinkList controlSinks{IID_IMPCtrlChannelSink};
@@ -86,16 +121,29 @@ private:
         ChannelId id;
         int32_t order;
     };
+    /// A channel that was changed, to be told of without the lock.
+    struct Told {
+        ChannelId id;
+        uint32_t kind;
+        bool wide;  ///< a group's head, whose companions are told of as well
+        ChannelChanges changes;
+    };
     std::vector<Place> Places() const;
     /// Tells of every channel whose order differs from before.
     void TellMoved(const std::vector<Place>& before);
+    void Tell(const Told& told);
+    Told WhatChanged(const Channel& before, const Channel& after) const;
+    HRESULT Refuse(const std::string& reason);
     void ApplyToEngine();
     void FilterEvents(std::vector<ReceivedEvent>& events);
 
     mutable std::mutex m_lock;
     Session m_session = NewSession();
     std::filesystem::path m_path;
+    std::string m_refusal;
     std::atomic<bool> m_modified{false};
+    AutomationWriter m_writer;
+    bool m_writerPlayed = false;  ///< the ticker's
 
     mutable std::mutex m_levelLock;
     std::map<ChannelId, ShownLevels> m_levels;
@@ -107,11 +155,5 @@ private:
 public:
     std::unique_ptr<MidiPorts> midi;  ///< its thread calls all of the above: the first to go
 };
-
-/// The contract's kind word of a channel.
-uint32_t KindWord(ChannelKind kind);
-/// Order index of a channel: tracks and busses each from 0, the master behind the busses, -2 for the preview
-/// bus.
-int32_t OrderIndex(const Session& session, ChannelId id);
 
 }  // namespace host

@@ -1,9 +1,11 @@
-// IMPPropertyStore: what the host tells of itself and the project, and the preferences that it keeps for
-// plug-ins in the session.
+// IMPPropertyStore: what the host tells of itself and the project.
+#include "host/contract/channel_words.h"
 #include "host/contract/host_object.h"
+#include "host/contract/preferences.h"
 #include "host/contract/time.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <cmath>
 
 using namespace tarn;
@@ -25,76 +27,6 @@ uint32_t TransportBits(ProjectCore& core) {
     return (state.playing ? TRANSPORT_PLAYING : 0) | (state.loop.on ? TRANSPORT_LOOP : 0);
 }
 
-PreferenceKey KeyOf(const MPPREFREC& pref) {
-    PreferenceKey key;
-    key.section = pref.section ? Utf8FromUtf16(pref.section) : std::string();
-    if (pref.keyName)
-        key.key = Utf8FromUtf16(pref.keyName);
-    else
-        key.key = pref.numericKey;
-    return key;
-}
-
-/// Gives the stored value when it is of the asked type; else the default stays in the record.
-HRESULT GetPreference(ProjectCore& core, bool ofUser, MPPREFREC& pref) {
-    const std::optional<PreferenceValue> value =
-        core.WithPreferences(ofUser, [&](const Preferences& all) -> std::optional<PreferenceValue> {
-            const auto at = all.find(KeyOf(pref));
-            if (at == all.end()) return std::nullopt;
-            return at->second;
-        });
-    if (!value) return S_OK;
-    if (pref.type == PREF_INT && std::holds_alternative<int32_t>(*value))
-        pref.number = std::get<int32_t>(*value);
-    if (pref.type == PREF_UINT && std::holds_alternative<uint32_t>(*value))
-        pref.number = std::get<uint32_t>(*value);
-    if (pref.type == PREF_STRING && std::holds_alternative<std::string>(*value)) {
-        pref.data = CoTaskMemString(Utf16FromUtf8(std::get<std::string>(*value)).c_str());
-        return pref.data ? S_OK : E_OUTOFMEMORY;
-    }
-    if (pref.type == PREF_BINARY && std::holds_alternative<std::vector<uint8_t>>(*value)) {
-        const auto& bytes = std::get<std::vector<uint8_t>>(*value);
-        if (!pref.data || bytes.size() != pref.dataSize) return E_INVALIDARG;
-        std::memcpy(pref.data, bytes.data(), bytes.size());
-    }
-    return S_OK;
-}
-
-HRESULT SetPreference(ProjectCore& core, bool ofUser, const MPPREFREC& pref) {
-    PreferenceValue value;
-    switch (pref.type) {
-    case PREF_INT: value = static_cast<int32_t>(pref.number); break;
-    case PREF_UINT: value = static_cast<uint32_t>(pref.number); break;
-    case PREF_STRING:
-        if (!pref.data) return E_POINTER;
-        value = Utf8FromUtf16(static_cast<const char16_t*>(pref.data));
-        break;
-    case PREF_BINARY: {
-        if (!pref.data || pref.dataSize > kMaxPreferenceBytes) return E_INVALIDARG;
-        const auto* bytes = static_cast<const uint8_t*>(pref.data);
-        value = std::vector<uint8_t>(bytes, bytes + pref.dataSize);
-        break;
-    }
-    default: return E_INVALIDARG;
-    }
-    return core.WithPreferences(ofUser, [&](Preferences& all) {
-        const PreferenceKey key = KeyOf(pref);
-        const auto at = all.find(key);
-        if (at != all.end() && at->second == value) return S_OK;
-        if (at == all.end() && all.size() >= kMaxPreferences) return E_INVALIDARG;
-        Session alone = NewSession();
-        alone.preferences[key] = value;
-        try {
-            CheckSession(alone);  // a text that no session file may hold
-        } catch (const SessionError&) {
-            return E_INVALIDARG;
-        }
-        all[key] = std::move(value);
-        if (ofUser) core.userPreferenceChanges++;
-        return S_OK;
-    });
-}
-
 HRESULT GetTransport(ProjectCore& core, void* buffer) { return Give(TransportBits(core), buffer); }
 
 HRESULT GetRange(ProjectCore& core, void* buffer) {
@@ -103,20 +35,121 @@ HRESULT GetRange(ProjectCore& core, void* buffer) {
                 buffer);
 }
 
+HRESULT SetPosition(ProjectCore& core, const void* buffer);
+
 HRESULT GetPosition(ProjectCore& core, void* buffer) {
     return Give(MPTIME{NanoFromSeconds(core.engine.Transport().seconds), TIMEFORMAT_NANO, 0}, buffer);
 }
 
+uint32_t MonitoringBits(const Session& session) {
+    return (session.monitoring.dim ? MONITORING_DIM : 0) |
+           (session.monitoring.downmix ? MONITORING_DOWNMIX : 0);
+}
+
+/// In the order of INSERT_.
+constexpr ChannelKind INSERTED[] = {ChannelKind::AudioTrack, ChannelKind::MidiTrack, ChannelKind::AudioBus,
+                                    ChannelKind::Fx,         ChannelKind::Synth,     ChannelKind::InputBus};
+static_assert(std::size(INSERTED) == INSERT_KINDS);
+
 HRESULT GetAudioFormat(ProjectCore& core, void* buffer) {
     MPAUDIOFORMAT format{};
     format.size = sizeof format;
-    format.sampleRate = core.Read([](const Session& s) { return static_cast<uint32_t>(s.sample_rate); });
     format.bitDepth = BITS_A_SAMPLE;
+    core.Read([&](const Session& session) {
+        format.sampleRate = static_cast<uint32_t>(session.sample_rate);
+        format.monitoring = MonitoringBits(session);
+        for (uint32_t i = 0; i < INSERT_KINDS; i++) {
+            const auto count = std::ranges::count(session.channels, INSERTED[i], &Channel::kind);
+            format.inserts[i] = {static_cast<uint32_t>(count),
+                                 static_cast<uint32_t>(TraitsOf(INSERTED[i]).limit)};
+        }
+    });
     return Give(format, buffer);
 }
 
-HRESULT GetFeatures(ProjectCore&, void* buffer) {
-    return Give(MPHOSTFEATURES{1, FEATURE_REORDER, 0}, buffer);  // no recording, no automation
+HRESULT GetToolBar(ProjectCore& core, void* buffer) {
+    return Give(MPTOOLBAR{sizeof(MPTOOLBAR), core.Read(MonitoringBits), 0}, buffer);
+}
+
+HRESULT SetToolBar(ProjectCore& core, const void* buffer) {
+    MPTOOLBAR bar;
+    std::memcpy(&bar, buffer, sizeof bar);
+    if (bar.size != sizeof bar) return E_INVALIDARG;
+    core.SetMonitoring({(bar.bits & MONITORING_DIM) != 0, (bar.bits & MONITORING_DOWNMIX) != 0});
+    return S_OK;
+}
+
+HRESULT GetChannelMode(ProjectCore& core, void* buffer) {
+    return Give(core.Read([](const Session& s) { return uint32_t{s.mode == ChannelMode::Surround51}; }),
+                buffer);
+}
+
+HRESULT GetHostKind(ProjectCore& core, void* buffer) { return Give(uint32_t{core.face.fullEditor}, buffer); }
+
+HRESULT GetFeatures(ProjectCore& core, void* buffer) {
+    return Give(MPHOSTFEATURES{core.face.limited, core.face.features, 0}, buffer);
+}
+
+HRESULT GetAutomation(ProjectCore& core, void* buffer) {
+    constexpr uint32_t MODES = AUTOMATION_READ | AUTOMATION_TOUCH_MODE | AUTOMATION_LATCH | AUTOMATION_WRITE;
+    return Give(MPAUTOMATIONCAPS{sizeof(MPAUTOMATIONCAPS), core.face.limited ? 0 : MODES << 16}, buffer);
+}
+
+/// Hues far apart for neighbours, all of one calm saturation and lightness.
+uint32_t TrackColour(uint32_t index) {
+    constexpr uint32_t HUES = 240, STEP = 91;
+    const double hue = (150 + index % HUES * STEP) % HUES / double{HUES};
+    const auto part = [hue](double shift) {
+        constexpr double MIDDLE = 118, SPREAD = 52;  // of 255
+        const double at = std::fmod(hue + shift, 1.0) * 6;
+        const double share = at < 1 ? at : at < 3 ? 1 : at < 4 ? 4 - at : 0;
+        return static_cast<uint32_t>(std::lround(MIDDLE + SPREAD * (2 * share - 1)));
+    };
+    return part(1.0 / 3) | part(0) << 8 | part(2.0 / 3) << 16;
+}
+
+HRESULT GetPalette(MPPALETTE& palette) {
+    if (palette.size != sizeof palette) return E_INVALIDARG;
+    palette.first = PALETTE_FIRST;
+    for (uint32_t i = 0; palette.colours && i < std::min(palette.count, kTrackColours); i++)
+        palette.colours[i] = TrackColour(i);
+    palette.count = kTrackColours;
+    return S_OK;
+}
+
+/// This host has no meters of its own to look like.
+HRESULT GetMeterColors(MPMETERCOLORS& colors) {
+    if (colors.size != sizeof colors) return E_INVALIDARG;
+    colors.text = colors.ground = colors.frame = COLOR_UNCHANGED;
+    colors.peakBandCount = colors.vuBandCount = 0;
+    for (uint32_t i = 0; i < 2; i++) colors.clip[i] = colors.scale[i] = COLOR_UNCHANGED;
+    return S_OK;
+}
+
+HRESULT GetTime(ProjectCore& core, void* buffer) {
+    const int64_t time = NanoFromSeconds(core.engine.Transport().seconds);
+    std::memcpy(buffer, &time, sizeof time);
+    std::memcpy(static_cast<char*>(buffer) + sizeof time, &TIMEFORMAT_NANO, sizeof TIMEFORMAT_NANO);
+    return S_OK;
+}
+
+HRESULT SetTime(ProjectCore& core, const void* buffer) {
+    MPTIME time{};
+    std::memcpy(&time, buffer, sizeof time.time + sizeof time.format);
+    return SetPosition(core, &time);
+}
+
+HRESULT SetCommands(ProjectCore& core, const void* buffer) {
+    MPCOMMANDREG registration;
+    std::memcpy(&registration, buffer, sizeof registration);
+    if (registration.size != sizeof registration) return E_INVALIDARG;
+    if (registration.action == COMMANDS_REGISTER) return core.commands.Register(registration);
+    return registration.action == COMMANDS_UNREGISTER ? core.commands.Unregister(registration) : E_INVALIDARG;
+}
+
+HRESULT GetCommands(ProjectCore& core, void* buffer) {
+    auto& registration = *static_cast<MPCOMMANDREG*>(buffer);
+    return registration.size == sizeof registration ? core.commands.Answer(registration) : E_INVALIDARG;
 }
 
 HRESULT GetProjectInfo(ProjectCore&, void* buffer) {
@@ -191,11 +224,15 @@ constexpr Property PROPERTIES[] = {
     {MPPROP_TRANSPORT, 4, GetTransport, SetTransport},
     {MPPROP_RANGE, sizeof(MPTIMERANGE), GetRange, SetRange},
     {MPPROP_TIME16, sizeof(MPTIME), GetPosition, SetPosition},
-    {MPPROP_CHANNEL_MODE, 4, GetZeros<4>, nullptr},  // stereo
+    {MPPROP_TIME12, 12, GetTime, SetTime},
+    {MPPROP_CHANNEL_MODE, 4, GetChannelMode, nullptr},
+    {MPPROP_TOOLBAR, sizeof(MPTOOLBAR), GetToolBar, SetToolBar},
+    {MPPROP_COMMANDS, sizeof(MPCOMMANDREG), GetCommands, SetCommands},
+    {MPPROP_AUTOMATION, sizeof(MPAUTOMATIONCAPS), GetAutomation, nullptr},
     {MPPROP_CHANNEL_MODE_EX, 12, GetZeros<12>, nullptr},
     {MPPROP_DISPLAY, 32, GetZeros<32>, nullptr},
     {MPPROP_AUDIO_FORMAT, sizeof(MPAUDIOFORMAT), GetAudioFormat, nullptr},
-    {MPPROP_HOST_KIND, 4, GetZeros<4>, nullptr},  // not the full editor
+    {MPPROP_HOST_KIND, 4, GetHostKind, nullptr},
     {MPPROP_HOST_FEATURES, sizeof(MPHOSTFEATURES), GetFeatures, nullptr},
     {MPPROP_PROJECT_INFO, sizeof(MPPROJECTINFO), GetProjectInfo, nullptr},
     {MPPROP_PORTS_BEGIN, sizeof(MPPORTREQUEST), nullptr, RequestPort<true>},
@@ -223,6 +260,11 @@ HRESULT PropertyStorePart::GetProperty(const GUID* id, uint32_t, uint32_t, uint3
         auto& pref = *static_cast<MPPREFREC*>(buffer);
         if (size != sizeof pref || pref.size != sizeof pref) return E_INVALIDARG;
         return Guarded([&] { return GetPreference(Core(), m_host.Seat().keepsForUser, pref); });
+    }
+    if (*id == MPPROP_PAGE_START) {
+        if (size == sizeof(MPPALETTE)) return GetPalette(*static_cast<MPPALETTE*>(buffer));
+        if (size == sizeof(MPMETERCOLORS)) return GetMeterColors(*static_cast<MPMETERCOLORS*>(buffer));
+        return E_INVALIDARG;
     }
     const Property* row = FindProperty(*id);
     if (!row || !row->get) return E_FAIL;

@@ -89,7 +89,8 @@ std::string DescribeSource(const fs::path& path) {
 /// user may have saved it. Empty when a file is missing.
 std::string MakeStamp(const fs::path& folder, const DemoSources& sources, const MidiSong& piece) {
     std::string stamp = "version " + std::to_string(kVersion) + "\npiece " +
-                        std::to_string(Fingerprint(FormatMidi(piece) + FormatSession(MakeDemoSession()))) +
+                        std::to_string(Fingerprint(FormatMidi(piece) + FormatSession(MakeDemoSession()) +
+                                                   FormatSession(MakeDemoSession(ChannelMode::Surround51)))) +
                         "\n" + DescribeSource(sources.synthesiser.soundFont) + DescribeSource(sources.speech);
     std::vector<std::string> files{DemoAudioFile(kDemoVoice)};
     for (const MidiTrack& part : piece.tracks) files.push_back(DemoAudioFile(part.name));
@@ -99,7 +100,9 @@ std::string MakeStamp(const fs::path& folder, const DemoSources& sources, const 
         if (ec) return {};
         stamp += file + ' ' + std::to_string(size) + '\n';
     }
-    return fs::is_regular_file(folder / kDemoSessionFile, ec) ? stamp : std::string();
+    for (const char* session : {kDemoSessionFile, kDemoSurroundFile})
+        if (!fs::is_regular_file(folder / session, ec)) return {};
+    return stamp;
 }
 
 bool IsCurrent(const fs::path& folder, const std::string& stamp) {
@@ -118,7 +121,7 @@ void MakeSound(const fs::path& folder, const DemoSources& sources, const MidiSon
         RenderStem(piece, i, other == kOtherRates.end() ? kSampleRate : other->second, sources.synthesiser,
                    stem);
         fs::rename(stem, folder / DemoAudioFile(name));
-        fs::rename(fs::path(stem).replace_extension(".mid"), folder / "midi" / (name + ".mid"));
+        fs::rename(fs::path(stem).replace_extension(".mid"), folder / DemoMidiFile(name));
     }
     fs::copy_file(sources.speech, work.Path() / "voice.wav");
     fs::rename(work.Path() / "voice.wav", folder / DemoAudioFile(kDemoVoice));
@@ -137,6 +140,7 @@ bool MakeDemoProject(const fs::path& folder, const DemoSources& sources, bool fo
     fs::remove(folder / kStampFile);
     MakeSound(folder, sources, piece);
     SaveSession(MakeDemoSession(), folder / kDemoSessionFile);
+    SaveSession(MakeDemoSession(ChannelMode::Surround51), folder / kDemoSurroundFile);
     std::string error;
     if (!ReplaceFile(folder / kStampFile, MakeStamp(folder, sources, piece), error))
         throw std::runtime_error(error);

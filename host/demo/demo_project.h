@@ -1,4 +1,5 @@
-// The demo project: a folder with demo.tarn, its sound in audio/ and the notes in midi/.
+// The demo project: a folder with demo.tarn and demo-surround.tarn, their sound in audio/ and the notes in
+// midi/.
 #pragma once
 
 #include "host/demo/stem.h"
@@ -13,6 +14,7 @@ struct DemoSources {
 };
 
 inline constexpr const char* kDemoSessionFile = "demo.tarn";
+inline constexpr const char* kDemoSurroundFile = "demo-surround.tarn";  ///< the same in 5.1
 
 /// Makes the project in the folder, which is created when missing, and returns true; does nothing and returns
 /// false when it is there, complete and made from the same sources, unless `force`. Files get their names

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <stdexcept>
@@ -25,6 +26,7 @@ struct EffectParameter {
     bool toggled = false;
     bool integer = false;
     bool shown = false;                                   ///< the effect writes it: a meter, a state
+    bool listed = false;                                  ///< takes the values of points and no others
     std::vector<std::pair<float, std::string>> points{};  ///< values that have a name, ascending
 };
 
@@ -58,6 +60,27 @@ struct EffectTime {
     bool playing = false;
     double tempo = 120;  ///< quarter notes a minute
     double beat = 0;     ///< quarter notes since the project's start
+    /// Nobody listens yet: Process may wait, so that what the effect does aside is done in time, as in every
+    /// run.
+    bool offline = false;
+};
+
+/// What becomes of the changes that a user makes in an effect's window. All are set.
+struct EffectEdits {
+    std::function<void(size_t parameter)> begin;  ///< takes hold of it
+    std::function<void(size_t parameter, float value)> change;
+    std::function<void(size_t parameter)> end;
+    std::function<void(size_t index)> loadPreset;  ///< may throw EffectError
+};
+
+/// An effect's own interface in a window of the window system's. Belongs to the thread of the windows, and
+/// goes before its effect.
+class EffectView {
+public:
+    virtual ~EffectView() = default;
+    /// Lets it work and shows it what has changed, some thirty times a second. False when it wants to be
+    /// closed.
+    virtual bool Idle() = 0;
 };
 
 /// One instance. Operations without a tag belong to the control thread, one at a time, and may run beside
@@ -74,13 +97,16 @@ public:
     /// Frames that the output lies behind the input; as the effect said last, at most ten seconds.
     /// [any-thread]
     virtual size_t Latency() const = 0;
+    /// What it does against the rules, one line without its name; empty when nothing. The sound goes on.
+    virtual std::string Complaint() const { return {}; }
 
     /// Info().inputs and Info().outputs buffers of n frames, n at most kMaxEffectFrames; an output may be an
     /// input's buffer with the same index. What comes out may be anything: the caller looks for NaN and
     /// infinity. [audio-thread]
     virtual void Process(const float* const* in, float* const* out, size_t n,
                          std::span<const EffectMidi> midi, const EffectTime& time) = 0;
-    /// The next Process starts from silence: tails and held notes are forgotten. [any-thread]
+    /// The next Process starts from silence: tails and held notes are forgotten; what does not do that by
+    /// itself fades within some blocks. [any-thread]
     virtual void Reset() = 0;
 
     /// Everything that makes it sound as it does, values too, as UTF-8 text. Throws EffectError.
@@ -90,6 +116,16 @@ public:
 
     virtual std::vector<std::string> Presets() const = 0;  ///< names, in the order of a menu
     virtual void LoadPreset(size_t index) = 0;             ///< throws EffectError
+
+    /// Whether there is an interface of its own for X11.
+    virtual bool HasView() const { return false; }
+    /// Opens it in a window of the X server. `resize` is told how large it wants to be, in pixels. What
+    /// crashes there crashes the host. Throws EffectError.
+    virtual std::unique_ptr<EffectView> OpenView([[maybe_unused]] uintptr_t parent,
+                                                 [[maybe_unused]] EffectEdits edits,
+                                                 [[maybe_unused]] std::function<void(int, int)> resize) {
+        throw EffectError(Info().name + " has no interface of its own");
+    }
 };
 
 inline constexpr size_t kMaxEffectFrames = 256;

@@ -1,4 +1,4 @@
-// Which channels sound, by mute and solo.
+// Which channels sound, by solo.
 #pragma once
 
 #include "host/session/session.h"
@@ -7,10 +7,16 @@
 
 namespace host {
 
-/// One flag a channel, in the order given. Solo is in place: while any track, bus or the master is soloed, a
-/// channel sounds when it is soloed itself, when it feeds a soloed one, or when a soloed one feeds it; a bus
-/// kept open for one of its inputs does not open the others. The preview bus takes no part in solo. Mute
-/// beats solo. The channels must obey CheckSession's rules on outputs. [any-thread]
-std::vector<bool> AudibleChannels(const std::vector<Channel>& channels);
+struct Audibility {
+    bool output = true;
+    std::vector<bool> sends{};  ///< in the channel's order
+};
+
+/// In the order given. Solo is in place: while any channel is soloed, one sounds when it is soloed itself or
+/// solo-safe, when it feeds a soloed one by its output, or when a soloed one feeds it in any way; a bus kept
+/// open for one of its inputs does not open the others. Sends sound with their channel, and alone where they
+/// lead to a soloed channel. The preview bus takes no part in solo. Mute is the channel's own affair. The
+/// channels must obey CheckSession's rules. [any-thread]
+std::vector<Audibility> AudibleChannels(const std::vector<Channel>& channels);
 
 }  // namespace host

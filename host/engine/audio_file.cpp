@@ -15,7 +15,7 @@ namespace host {
 
 namespace {
 
-constexpr size_t kBlockFrames = 4096;
+constexpr size_t kBlockFrames = 1024;
 constexpr int kMaxFileChannels = 64;
 constexpr int kMinFileRate = 1000, kMaxFileRate = 1000000;
 

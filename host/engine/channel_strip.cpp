@@ -12,52 +12,50 @@ MeterInertia::MeterInertia(int sampleRate) {
         m_keep[n] = static_cast<float>(std::exp(-static_cast<double>(n) / frames));
 }
 
-ChannelStrip::ChannelStrip(int sampleRate)
-    : m_target(std::bit_cast<uint64_t>(StereoGain{})), m_taken(m_target),
-      m_rampFrames(std::max(1, static_cast<int32_t>(std::lround(kRampSeconds * sampleRate)))),
-      m_inverseRamp(1.0f / static_cast<float>(m_rampFrames)), m_done(m_rampFrames) {}
-
-void ChannelStrip::Begin() {
-    const uint64_t target = m_target.load(std::memory_order_relaxed);
-    if (target == m_taken && m_running) return;
-    m_taken = target;
-    const auto gain = std::bit_cast<StereoGain>(target);
-    for (Side side : {Left, Right}) {
-        const bool moving = m_done < m_rampFrames;
-        m_from[side] = moving ? Line(side).At(m_done) : m_to[side];
-    }
-    m_to = {gain.left, gain.right};
-    m_done = 0;
-    if (!m_running) {
-        m_from = m_to;
-        m_done = m_rampFrames;
-        m_running = true;
-    }
+void MixWay::Shape(size_t fromSides, size_t toSides) {
+    if (m_fromSides == fromSides && m_toSides == toSides) return;
+    m_fromSides = fromSides;
+    m_toSides = toSides;
+    course = GainCourse(m_sampleRate);
+    gridFrame = -1;
 }
 
-void ChannelStrip::Mix(const float* const from[2], float* const into[2], size_t n) {
-    const size_t ramp = std::min(n, static_cast<size_t>(m_rampFrames - m_done));
-    for (Side side : {Left, Right}) {
-        Level& level = m_level[side];
-        const auto add = [&](Level more) {
-            level.peak = std::max(level.peak, more.peak);
-            level.energy += more.energy;
+void MixWay::Mix(const float* const* from, float* const* into, size_t n, Levels* levels) {
+    const std::span<const Tap> taps = TapsOf(m_fromSides, m_toSides);
+    for (size_t done = 0; done < n;) {
+        const size_t count = course.Straight(n - done);
+        const auto mix = [&](size_t tap, float* to) {
+            const float* samples = from[taps[tap].from] + done;
+            return course.Level() ? MixAtGain(samples, course.Gain(tap), to, count)
+                                  : MixAlongLine(samples, course.Line(tap), to, count);
         };
-        if (ramp) add(MixAlongLine(from[side], Line(side), into[side], ramp));
-        if (n > ramp) add(MixAtGain(from[side] + ramp, m_to[side], into[side] + ramp, n - ramp));
+        for (size_t side = 0; side < m_toSides; side++) {
+            std::array<size_t, GainCourse::kMost> sounding;
+            size_t sources = 0;
+            for (size_t i = 0; i < taps.size(); i++)
+                if (taps[i].to == side && !course.Silent(i)) sounding[sources++] = i;
+            Level level;
+            if (sources == 1) {
+                level = mix(sounding[0], into[side] + done);
+            } else if (sources > 1) {
+                std::array<float, kChunkFrames> sum{};
+                for (size_t i = 0; i < sources; i++) mix(sounding[i], sum.data());
+                level = MixAtGain(sum.data(), 1.0f, into[side] + done, count);
+            }
+            if (!levels) continue;
+            (*levels)[side].peak = std::max((*levels)[side].peak, level.peak);
+            (*levels)[side].energy += level.energy;
+        }
+        course.Advance(count);
+        done += count;
     }
-    Advance(n);
 }
 
-void ChannelStrip::Advance(size_t n) {
-    m_done += static_cast<int32_t>(std::min(n, static_cast<size_t>(m_rampFrames - m_done)));
-}
-
-void ChannelStrip::End(size_t n, const MeterInertia& inertia) {
+void ChannelStrip::PostLevels(size_t n, size_t sides, const MeterInertia& inertia) {
     constexpr float limit = 1e30f;  // an overflow somewhere in the mix must not stay in the needle for ever
     const float keep = inertia.After(n);
-    for (Side side : {Left, Right}) {
-        Level& level = m_level[side];
+    for (size_t side = 0; side < sides; side++) {
+        Level& level = levels[side];
         const float power = level.energy / static_cast<float>(n);
         const float mean = power < limit ? power : limit;
         m_meanSquare[side] = m_meanSquare[side] * keep + mean * (1 - keep);

@@ -1,22 +1,20 @@
-// One channel while it runs: its gains on their way to where the user set them, and its meter. A strip
-// outlives the graphs that use it, so that a change of routing disturbs neither.
+// One channel while it runs: its settings on their way to the audio thread, its gains on their way to where
+// they shall be, and its meter. A strip outlives the graphs that use it, so that a change of routing disturbs
+// none of them.
 #pragma once
 
-#include "host/engine/gain.h"
+#include "host/engine/gain_course.h"
+#include "host/engine/mailbox.h"
 #include "host/engine/meter.h"
-#include "host/engine/mix_loops.h"
+#include "host/engine/route_gains.h"
 
-#include <atomic>
-#include <bit>
+#include <array>
 #include <cstdint>
 
 namespace host {
 
 /// Frames that one pass of the mixer handles at most.
 inline constexpr size_t kChunkFrames = 256;
-
-/// A change of gain takes this long, along a straight line.
-inline constexpr double kRampSeconds = 0.010;
 
 /// The share of the old loudness that remains after each number of frames, 0..kChunkFrames.
 class MeterInertia {
@@ -28,45 +26,59 @@ private:
     std::array<float, kChunkFrames + 1> m_keep;
 };
 
-class ChannelStrip {
+/// What leaves a channel on each side, for its meter.
+using Levels = std::array<Level, kMaxSides>;
+
+/// A way from a channel to a target: gains between their sides. [audio-thread]
+class MixWay {
 public:
-    explicit ChannelStrip(int sampleRate);
+    explicit MixWay(int sampleRate) : course(sampleRate), m_sampleRate(sampleRate) {}
 
-    /// Where the gains shall go; both sides change together. [any-thread]
-    void SetTarget(StereoGain gain) {
-        m_target.store(std::bit_cast<uint64_t>(gain), std::memory_order_relaxed);
-    }
+    /// Between so many sides from now on; another shape begins anew.
+    void Shape(size_t fromSides, size_t toSides);
+    /// Adds n frames to the target; advances the course.
+    void Mix(const float* const* from, float* const* into, size_t n, Levels* levels);
 
-    MeterReading TakeMeter() { return m_meter.Take(); }  ///< [any-thread]
-
-    // Audio thread, for each chunk: Begin, any number of Mix and Skip that make up its frames, End.
-
-    /// Heads for a new target from this frame on. The first time the gains are there at once.
-    void Begin();
-    /// Adds n frames of the channel's input at its gains to an output.
-    void Mix(const float* const from[2], float* const into[2], size_t n);
-    /// n frames of silence.
-    void Skip(size_t n) { Advance(n); }
-    void End(size_t n, const MeterInertia& inertia);
+    GainCourse course;
+    int64_t gridFrame = -1;  ///< of automation: the frame of the project that follows
 
 private:
-    void Advance(size_t n);
-    GainLine Line(Side side) const {
-        return {m_from[side], m_to[side] - m_from[side], m_inverseRamp, m_done + 1};
-    }
+    const int m_sampleRate;
+    size_t m_fromSides = 0, m_toSides = 0;
+};
 
-    std::atomic<uint64_t> m_target;
+/// A send's own settings and way.
+struct SendStrip {
+    explicit SendStrip(int sampleRate) : way(sampleRate) {}
+
+    Mailbox<SendSettings> mailbox;
+    SendSettings settings;
+    MixWay way;
+};
+
+class ChannelStrip {
+public:
+    explicit ChannelStrip(int sampleRate) : output(sampleRate), volume(sampleRate), input(sampleRate) {}
+
+    void Set(const StripSettings& wanted) { m_mailbox.Put(wanted); }  ///< one control thread
+    MeterReading TakeMeter() { return m_meter.Take(); }               ///< [any-thread]
+
+    // Audio thread.
+
+    /// Takes over new settings; true when there were any.
+    bool Refresh() { return m_mailbox.Take(&settings); }
+    /// Posts what has gathered in `levels`, n frames, of so many sides.
+    void PostLevels(size_t n, size_t sides, const MeterInertia& inertia);
+
+    StripSettings settings;
+    MixWay output, volume, input;
+    Levels levels{};
+    uint64_t heldByHand = 0;  ///< which lanes were, in the last block
+
+private:
+    Mailbox<StripSettings> m_mailbox;
     Meter m_meter;
-
-    uint64_t m_taken;
-    bool m_running = false;
-    const int32_t m_rampFrames;
-    const float m_inverseRamp;
-    int32_t m_done;  ///< frames of the present ramp, m_rampFrames when there is none
-    std::array<float, 2> m_from{};
-    std::array<float, 2> m_to{};
-    std::array<Level, 2> m_level{};
-    std::array<float, 2> m_meanSquare{};
+    std::array<float, kMaxSides> m_meanSquare{};
 };
 
 }  // namespace host

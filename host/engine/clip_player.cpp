@@ -3,6 +3,7 @@
 #include "host/engine/gain.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -13,6 +14,8 @@ namespace {
 
 // A file that has not been played this near is closed.
 constexpr double kNearSeconds = 5;
+
+constexpr size_t kPortionFrames = 1024;
 
 }  // namespace
 
@@ -111,14 +114,16 @@ void ClipPlayer::Add(const Placed& clip, int64_t frame, size_t n, float* left, f
     Source& source = m_sources[clip.file];
     FileAtRate* file = Open(clip.file, frame);
     if (!file) return;
-    if (m_left.size() < n) {
-        m_left.resize(n);
-        m_right.resize(n);
-    }
-    file->Read(clip.offset + (frame - clip.start), n, m_left.data(), m_right.data());
-    for (size_t i = 0; i < n; i++) {
-        left[i] += m_left[i] * clip.gain;
-        right[i] += m_right[i] * clip.gain;
+    std::array<float, kPortionFrames> fromLeft, fromRight;
+    for (size_t done = 0; done < n;) {
+        const size_t count = std::min(n - done, kPortionFrames);
+        const int64_t at = frame + static_cast<int64_t>(done);
+        file->Read(clip.offset + (at - clip.start), count, fromLeft.data(), fromRight.data());
+        for (size_t i = 0; i < count; i++) {
+            left[done + i] += fromLeft[i] * clip.gain;
+            right[done + i] += fromRight[i] * clip.gain;
+        }
+        done += count;
     }
     if (!file->Fault().empty()) m_problems.Report(source.name + ": " + file->Fault());
 }

@@ -58,7 +58,6 @@ private:
     std::vector<size_t> m_open;   ///< sources, the one used last at the end
     std::vector<Placed> m_clips;  ///< by start
     std::vector<const Placed*> m_found;
-    std::vector<float> m_left, m_right;
 };
 
 }  // namespace host

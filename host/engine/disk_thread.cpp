@@ -136,6 +136,8 @@ bool DiskThread::Work(const Streams& streams) {
             m_head.Exchange().Offer(*m_offered);
         }
     }
+    if (!m_priming && !m_offered && !m_wanted)
+        for (const auto& stream : streams) stream->Release(1 - m_head.Exchange().Settled().ring);
     if (!m_priming) {
         for (auto* plan : {&m_playing, &m_offered})
             if (*plan) filled += Fill(streams, **plan, INT64_MAX);
@@ -144,7 +146,10 @@ bool DiskThread::Work(const Streams& streams) {
         const std::lock_guard lock(m_mutex);
         m_news = true;  // no waiting while there is room
     }
-    return filled > 0 || m_offered || m_wanted || m_head.State().playing;
+    // A plan is settled a little before it can be seen to play.
+    const PlayState state = m_head.State();
+    const bool beginning = m_playing && state.serial < m_playing->plan.serial;
+    return filled > 0 || m_offered || m_wanted || state.playing || beginning;
 }
 
 // One portion for every stream that has less than that many frames ready.

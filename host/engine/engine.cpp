@@ -14,20 +14,41 @@ namespace host {
 
 // What depends on the sample rate. The device goes first, so that nobody renders while the rest goes.
 struct Engine::Rig {
-    Rig(int rate, ProblemLog& problems, std::unique_ptr<AudioDevice> output)
-        : model(rate, problems), player(rate), disk(player.Head(), rate), device(std::move(output)) {}
+    Rig(const DeviceWish& wished, const EngineOptions& options, ProblemLog& problems,
+        std::unique_ptr<AudioDevice> output)
+        : wish(wished), model(wish.sampleRate, problems, options.effects.get()),
+          player(wish.sampleRate, options.threads), disk(player.Head(), wish.sampleRate),
+          device(std::move(output)) {}
     ~Rig() { device->Stop(); }
 
+    const DeviceWish wish;
     MixModel model;
     Player player;
     DiskThread disk;
     std::unique_ptr<AudioDevice> device;
 };
 
+namespace {
+
+constexpr size_t kInputsAtOnce = 8;
+
+// Devices are opened anew where this changes, so that nobody listens who need not.
+DeviceWish WishOf(const Session& session, size_t blockFrames) {
+    const bool records = std::ranges::any_of(session.channels, [](const Channel& c) {
+        return c.kind == ChannelKind::InputBus ||
+               (c.monitor && c.kind == ChannelKind::AudioTrack && c.input.source == InputSource::Device);
+    });
+    return {session.sample_rate, blockFrames,
+            session.mode == ChannelMode::Surround51 ? kMaxSides : kStereoSides, records ? kInputsAtOnce : 0};
+}
+
+}  // namespace
+
 struct Engine::Control {
     explicit Control(EngineOptions o) : options(std::move(o)) {}
 
-    std::unique_ptr<AudioDevice> OpenDevice(int rate);
+    std::unique_ptr<AudioDevice> OpenDevice(const DeviceWish& wish);
+    void Use(std::unique_ptr<MixGraph> graph);
     LoopFrames LoopAt(int rate) const;
     bool Jumping() const {
         return rig && rig->player.Head().State().serial < jumpSerial && jumpSerial > stopSerial;
@@ -52,6 +73,9 @@ struct Engine::Control {
     std::optional<int64_t> cued;  ///< where Play begins, when not where playing stopped
     int64_t end = INT64_MAX;
     LoopRange loop;
+
+    Session played;  ///< its routes; levels may have changed since
+    size_t latency = 0;
 };
 
 std::optional<double> Engine::Control::ReadAhead() const {
@@ -65,16 +89,16 @@ std::optional<double> Engine::Control::ReadAhead() const {
     return static_cast<double>(std::max<int64_t>(0, least)) / rig->model.SampleRate();
 }
 
-std::unique_ptr<AudioDevice> Engine::Control::OpenDevice(int rate) {
+std::unique_ptr<AudioDevice> Engine::Control::OpenDevice(const DeviceWish& wish) {
     deviceProblem.clear();
-    if (options.openDevice) return options.openDevice(rate, options.blockFrames);
+    if (options.openDevice) return options.openDevice(wish);
     if (options.systemDevice) {
-        if (auto device = OpenSystemDevice(options.deviceName, rate, options.blockFrames, &deviceProblem)) {
+        if (auto device = OpenSystemDevice(options.deviceName, wish, &deviceProblem)) {
             deviceProblem.clear();
             return device;
         }
     }
-    return OpenNullDevice(rate, options.blockFrames);
+    return OpenNullDevice(wish.sampleRate, wish.blockFrames);
 }
 
 LoopFrames Engine::Control::LoopAt(int rate) const {
@@ -116,19 +140,27 @@ void Engine::Control::ApplyLoop(const LoopRange& range) {
     if (Playing()) rig->disk.Request({++serial, LoopAt(rig->model.SampleRate()), std::nullopt});
 }
 
+void Engine::Control::Use(std::unique_ptr<MixGraph> graph) {
+    latency = graph->Latency();
+    rig->player.SetGraph(std::move(graph));
+}
+
 void Engine::Control::TakeSession(const Session& session, const std::filesystem::path& folder) {
     const int rate = session.sample_rate;
-    const bool fresh = !rig || rig->model.SampleRate() != rate;
+    const DeviceWish wish = WishOf(session, options.blockFrames);
+    const bool fresh = !rig || rig->wish != wish;
     if (fresh) {
         const double seconds = rig ? static_cast<double>(Frame()) / rig->model.SampleRate() : 0;
         Stop();
         rig.reset();
         serial = jumpSerial = stopSerial = 0;
         cued = FrameAt(seconds, rate);
-        rig = std::make_unique<Rig>(rate, problems, OpenDevice(rate));
+        rig = std::make_unique<Rig>(wish, options, problems, OpenDevice(wish));
     }
-    rig->player.SetGraph(rig->model.Build(session, folder, true));
+    Use(rig->model.Build(session, folder, true));
+    played = session;
     rig->disk.SetStreams(rig->model.Streams());
+    rig->player.Monitor().Set(session.monitoring);
     end = session.length > 0 ? FrameAt(session.length, rate) : INT64_MAX;
     rig->player.Head().SetEnd(end);
     ApplyLoop(session.loop);
@@ -147,7 +179,40 @@ void Engine::SetSession(const Session& session, const std::filesystem::path& fol
 
 void Engine::SetLevels(const std::vector<Channel>& channels) {
     const std::lock_guard lock(m_control->mutex);
-    if (m_control->rig) m_control->rig->model.SetLevels(channels);
+    if (!m_control->rig) return;
+    m_control->rig->model.SetLevels(channels);
+}
+
+void Engine::SetMonitoring(const Monitoring& monitoring) {
+    const std::lock_guard lock(m_control->mutex);
+    if (m_control->rig) m_control->rig->player.Monitor().Set(monitoring);
+}
+
+void Engine::Forget() {
+    const std::lock_guard lock(m_control->mutex);
+    if (m_control->rig) m_control->rig->model.ForgetEffects();
+}
+
+std::shared_ptr<Effect> Engine::FindEffect(ChannelId channel, SubId id) const {
+    const std::lock_guard lock(m_control->mutex);
+    const auto slot = m_control->rig ? m_control->rig->model.FindEffect(channel, id) : nullptr;
+    return slot && slot->Face() ? std::shared_ptr<Effect>(slot, slot->Face()) : nullptr;
+}
+
+void Engine::ResetEffect(ChannelId channel, SubId id) {
+    const std::lock_guard lock(m_control->mutex);
+    if (!m_control->rig) return;
+    if (const auto slot = m_control->rig->model.FindEffect(channel, id)) slot->Restart();
+}
+
+void Engine::SaveStates(Session& session) const {
+    const std::lock_guard lock(m_control->mutex);
+    if (m_control->rig) m_control->rig->model.SaveStates(session);
+}
+
+void Engine::TakeByHand(ChannelId channel, const AutomationKey& key, bool on) {
+    const std::lock_guard lock(m_control->mutex);
+    if (m_control->rig) m_control->rig->model.TakeByHand(channel, key, on);
 }
 
 void Engine::Play() {
@@ -191,7 +256,11 @@ std::vector<ChannelMeter> Engine::TakeMeters() {
     std::vector<MixModel::Named> strips;
     {
         const std::lock_guard lock(m_control->mutex);
-        if (m_control->rig) strips = m_control->rig->model.Strips();
+        if (m_control->rig) {
+            if (m_control->rig->model.LatencyChanged())
+                m_control->Use(m_control->rig->model.MakeGraph(m_control->played, true));
+            strips = m_control->rig->model.Strips();
+        }
     }
     std::vector<ChannelMeter> meters;
     for (const auto& [id, strip] : strips) meters.push_back({id, strip->TakeMeter()});
@@ -208,6 +277,8 @@ EngineStatus Engine::Status() const {
     if (const std::string fault = c.rig->device->Fault(); !fault.empty()) status.deviceProblem = fault;
     status.sampleRate = c.rig->device->SampleRate();
     status.blockFrames = c.rig->device->BlockFrames();
+    status.inputs = c.rig->device->Inputs();
+    status.latency = c.latency;
     status.load = c.rig->player.Load();
     status.diskUnderruns = c.rig->player.Underruns();
     status.lateBlocks = c.rig->device->LateBlocks();
@@ -220,6 +291,8 @@ std::vector<std::string> Engine::Problems() const {
     const Control& c = *m_control;
     const std::lock_guard lock(c.mutex);
     std::vector<std::string> lines = c.problems.Lines();
+    if (c.rig)
+        for (std::string& line : c.rig->model.Faults()) lines.push_back(std::move(line));
     const std::string fault = c.rig ? c.rig->device->Fault() : std::string();
     if (!fault.empty()) lines.push_back(c.rig->device->Name() + ": " + fault);
     return lines;

@@ -16,14 +16,20 @@
 
 namespace host {
 
+class Effect;
+class EffectLibrary;
 struct AudioDevice;
+struct DeviceWish;
 
 struct EngineOptions {
     bool systemDevice = true;  ///< false plays to the silent clock
     std::string deviceName{};  ///< part of its name; empty is the system's default
     size_t blockFrames = 512;
+    size_t threads = 0;  ///< that mix; 0 is one for each core
+    /// Effects come from here; without it there are none.
+    std::shared_ptr<EffectLibrary> effects{};
     /// Opens the device in place of the two above; never gives null.
-    std::function<std::unique_ptr<AudioDevice>(int sampleRate, size_t blockFrames)> openDevice{};
+    std::function<std::unique_ptr<AudioDevice>(const DeviceWish& wish)> openDevice{};
 };
 
 struct TransportState {
@@ -43,6 +49,8 @@ struct EngineStatus {
     std::string deviceProblem;  ///< why the wanted device does not play; empty when it does
     int sampleRate = 0;         ///< Hz
     size_t blockFrames = 0;
+    size_t inputs = 0;           ///< that are recorded
+    size_t latency = 0;          ///< frames by which the mix lies behind the transport
     double load = 0;             ///< share of real time that mixing takes
     uint64_t diskUnderruns = 0;  ///< blocks in which samples from the disk were missing
     /// Seconds of what plays that lie ready, of the track with the least; empty where no track plays.
@@ -63,8 +71,23 @@ public:
     /// of the session is taken as by SetLoop. Throws SessionError for a session that CheckSession refuses,
     /// and changes nothing then.
     void SetSession(const Session& session, const std::filesystem::path& folder);
-    /// Takes over fader, pan, mute, solo and phase of the channels that it knows; changes glide over 10 ms.
+    /// Takes over all levels and switches of the channels that it knows, of their sends and effects too;
+    /// changes glide over 10 ms.
     void SetLevels(const std::vector<Channel>& channels);
+    void SetMonitoring(const Monitoring& monitoring);
+    /// The next session is another document: no effect of this one is kept for it.
+    void Forget();
+
+    /// The effect or instrument with this id; null when there is none, or it could not be had. It stays valid
+    /// for as long as it is held.
+    std::shared_ptr<Effect> FindEffect(ChannelId channel, SubId id) const;
+    /// Lets an effect that has been silenced for what it gave sound again, from silence.
+    void ResetEffect(ChannelId channel, SubId id);
+    /// Puts the effects' present states into the session, which is then to be saved or rendered.
+    void SaveStates(Session& session) const;
+    /// While a control is held (or until it is let go of, as the channel's mode has it) its setting counts
+    /// and not its curve.
+    void TakeByHand(ChannelId channel, const AutomationKey& key, bool on);
 
     void Play();  ///< from the position; at the end of the session from its start
     void Stop();
@@ -74,11 +97,12 @@ public:
     void SetLoop(const LoopRange& loop);
     TransportState Transport() const;
 
-    /// The meters of all channels since the last call; every peak is given out once.
+    /// The meters of all channels since the last call; every peak is given out once. To be called now and
+    /// then while it plays: what else has to be looked after is done here as well.
     std::vector<ChannelMeter> TakeMeters();
 
     EngineStatus Status() const;
-    /// Files that cannot be played and the like, one line each, each once.
+    /// Files that cannot be played, effects that fail and the like, one line each, each once.
     std::vector<std::string> Problems() const;
 
 private:

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace host {
 
@@ -19,14 +18,5 @@ double DbFromLevel(float level) {
 }
 
 double DbFromGain(float gain) { return std::min(kMaxGainDb, DbFromLevel(gain)); }
-
-StereoGain PanGains(double pan) {
-    constexpr auto side = static_cast<float>(std::numbers::sqrt2);
-    if (pan <= -1) return {side, 0.0f};
-    if (pan >= 1) return {0.0f, side};
-    const double angle = (pan + 1) * std::numbers::pi / 4;
-    return {static_cast<float>(std::numbers::sqrt2 * std::cos(angle)),
-            static_cast<float>(std::numbers::sqrt2 * std::sin(angle))};
-}
 
 }  // namespace host

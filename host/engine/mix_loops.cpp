@@ -53,4 +53,15 @@ void FadeAlongLine(float* samples, const GainLine& line, size_t n) {
     for (size_t i = 0; i < n; i++) samples[i] *= line.At(line.position + static_cast<int32_t>(i));
 }
 
+void Add(const float* __restrict from, float* __restrict into, size_t n) {
+    for (size_t i = 0; i < n; i++) into[i] += from[i];
+}
+
+bool IsSound(const float* samples, size_t n) {
+    constexpr float limit = 1e6f;
+    uint32_t odd = 0;
+    for (size_t i = 0; i < n; i++) odd |= !(std::fabs(samples[i]) < limit);  // true for NaN
+    return !odd;
+}
+
 }  // namespace host

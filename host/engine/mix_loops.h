@@ -33,4 +33,10 @@ Level MixAlongLine(const float* from, const GainLine& line, float* into, size_t 
 /// Fades in place: samples[i] *= line.At(line.position + i). [audio-thread]
 void FadeAlongLine(float* samples, const GainLine& line, size_t n);
 
+/// into[i] += from[i]. [audio-thread]
+void Add(const float* from, float* into, size_t n);
+
+/// Whether all samples are numbers of a size that can be a sound, far above any level. [audio-thread]
+bool IsSound(const float* samples, size_t n);
+
 }  // namespace host

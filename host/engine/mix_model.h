@@ -1,4 +1,5 @@
-// A session's mixer as it is kept from one graph to the next: the strips and streams of its channels, by id.
+// A session's mixer as it is kept from one graph to the next: the strips, streams and effects of its
+// channels, by id.
 #pragma once
 
 #include "host/engine/mix_graph.h"
@@ -7,23 +8,31 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
+#include <string>
 #include <vector>
 
 namespace host {
 
 class MixModel {
 public:
-    /// `problems` must outlive the model and everything that it made.
-    MixModel(int sampleRate, ProblemLog& problems) : m_sampleRate(sampleRate), m_problems(problems) {}
+    /// `problems`, and the library where there is one, must outlive the model and everything that it made.
+    MixModel(int sampleRate, ProblemLog& problems, EffectLibrary* effects)
+        : m_sampleRate(sampleRate), m_problems(problems), m_library(effects) {}
 
     int SampleRate() const { return m_sampleRate; }
 
-    /// Takes the session over and makes its graph. Channels known from before keep their strip, and their
-    /// stream where the clips are the same. Opens the files of new clips.
+    /// Makes the session's graph. Channels known from before keep their strip, their stream where the clips
+    /// are the same, and each effect that is there by the same id and address; it is given another state
+    /// where the session has one that it did not have before. Opens the files of new clips. An effect that
+    /// can't be had is reported, and what it should work on passes.
     std::unique_ptr<MixGraph> Build(const Session& session, const std::filesystem::path& folder,
                                     bool withPreview);
 
-    /// Takes over fader, pan, mute, solo and phase of every channel it knows.
+    /// The same once more with the latencies that the effects have by now; levels stay as they are.
+    std::unique_ptr<MixGraph> MakeGraph(const Session& session, bool withPreview);
+
+    /// Takes over all settings of faders, switches, sends and bypasses of every channel it knows.
     void SetLevels(const std::vector<Channel>& channels);
 
     /// Streams of all tracks that have clips.
@@ -35,15 +44,48 @@ public:
     };
     std::vector<Named> Strips() const;
 
+    /// Null when there is none.
+    std::shared_ptr<EffectSlot> FindEffect(ChannelId channel, SubId id) const;
+    /// The next graph is built with new ones.
+    void ForgetEffects();
+    /// Puts the effects' present states into the session.
+    void SaveStates(Session& session);
+    /// Effects that give no sound, and those whose latency is not made up for, a line each.
+    std::vector<std::string> Faults() const;
+    /// Whether a latency is another than when the graph was built.
+    bool LatencyChanged() const;
+
+    /// While a control is held its setting counts and not its curve.
+    void TakeByHand(ChannelId channel, const AutomationKey& key, bool on);
+
 private:
-    struct Entry {
-        MixGraph::Part part;
-        std::vector<Clip> clips;  ///< with the files' whole paths
+    struct Known {
+        std::string uri, state;
+        size_t sides = 0;
+        size_t latency = 0;
     };
+    struct Entry {
+        std::string name;
+        ChannelPart part;
+        std::vector<Clip> clips;  ///< with the files' whole paths
+        AutomationMode mode = AutomationMode::Off;
+        std::vector<AutomationCurve> curves;
+        uint32_t midiChannel = 0;
+        std::map<SubId, Known> effects;
+    };
+
+    void TakeClips(Entry& entry, const Channel& channel, const std::filesystem::path& folder);
+    void TakeEffects(Entry& entry, const Channel& channel, size_t sides);
+    void TakeAutomation(Entry& entry, const Channel& channel);
+    std::shared_ptr<EffectSlot> MakeSlot(const Channel& channel, const Insert& insert, size_t sides);
+    template <class F>
+    void EachEffect(F f) const;
 
     const int m_sampleRate;
     ProblemLog& m_problems;
+    EffectLibrary* const m_library;
     std::map<ChannelId, Entry> m_entries;
+    std::set<std::pair<ChannelId, AutomationKey>> m_byHand;
 };
 
 }  // namespace host

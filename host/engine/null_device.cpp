@@ -43,9 +43,10 @@ private:
     void Run(DeviceClient& client) {
         const auto block = std::chrono::duration_cast<Clock::duration>(
             std::chrono::duration<double>(static_cast<double>(m_left.size()) / m_sampleRate));
+        float* const sides[] = {m_left.data(), m_right.data()};
         auto due = Clock::now();
         for (;;) {
-            client.Render(m_left.data(), m_right.data(), m_left.size());
+            client.Render({}, sides, m_left.size());
             due += block;
             const auto now = Clock::now();
             if (now > due) {

@@ -64,6 +64,10 @@ PlayHead::Step PlayHead::Next(size_t max) {
     return step;
 }
 
+size_t PlayHead::ToWholeChunk() const {
+    return kChunkFrames - (m_playing ? static_cast<size_t>(m_at) % kChunkFrames : 0);
+}
+
 void PlayHead::Advance(const Step& step) {
     if (!step.playing) return;
     m_at += static_cast<int64_t>(step.n);

@@ -43,6 +43,9 @@ public:
 
     /// The next frames, at most max, through which nothing changes. [audio-thread]
     Step Next(size_t max);
+    /// Frames up to the next whole chunk of the plan: effects get the same chunks whatever the device's
+    /// blocks. [audio-thread]
+    size_t ToWholeChunk() const;
     void Advance(const Step& step);  ///< [audio-thread]
     void Publish();                  ///< makes State current [audio-thread]
 

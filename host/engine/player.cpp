@@ -4,10 +4,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace host {
 
 namespace {
+
+// Share of real time from which on other threads are called to help.
+constexpr double kHelpFrom = 0.15;
 
 // A device takes what lies in -1..1; the comparison is written so that NaN becomes silence.
 void Limit(float* samples, size_t n) {
@@ -19,7 +23,8 @@ void Limit(float* samples, size_t n) {
 
 }  // namespace
 
-Player::Player(int sampleRate) : m_sampleRate(sampleRate), m_head(sampleRate) {}
+Player::Player(int sampleRate, size_t threads)
+    : m_sampleRate(sampleRate), m_head(sampleRate), m_monitor(sampleRate), m_pool(threads) {}
 
 Player::~Player() = default;
 
@@ -42,30 +47,48 @@ MixGraph* Player::AcquireGraph() {
     }
 }
 
-void Player::Render(float* left, float* right, size_t n) {
+bool Player::MixChunk(MixGraph* graph, const PlayHead::Step& step, std::span<const float* const> inputs,
+                      std::span<float* const> outputs, size_t done) {
+    std::array<const float*, kMaxDeviceInputs> recorded;
+    const size_t count = std::min(inputs.size(), recorded.size());
+    for (size_t i = 0; i < count; i++) recorded[i] = inputs[i] + done;
+    std::array<float*, kMaxSides> into{};
+    const size_t sides = std::min(outputs.size(), into.size());
+    for (size_t i = 0; i < sides; i++) into[i] = outputs[i] + done;
+    const std::span<float* const> chunk(into.data(), sides);
+    if (!graph) {
+        for (float* side : chunk) std::fill_n(side, step.n, 0.0f);
+        return true;
+    }
+    const StreamPlace place{step.playing ? step.plan.plan.serial : 0, step.plan.ring, step.at, step.plan.plan,
+                            std::span(recorded.data(), count)};
+    const auto mix = m_mix.Sides();
+    const bool intime = graph->Mix(place, step.n, mix.data(), m_pool);
+    m_monitor.Process(mix.data(), graph->Sides(), chunk, step.n);
+    if (step.fade)
+        for (float* side : chunk) FadeAlongLine(side, step.line, step.n);
+    for (float* side : chunk) Limit(side, step.n);
+    return intime;
+}
+
+void Player::Render(std::span<const float* const> inputs, std::span<float* const> outputs, size_t n) {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     const FlushDenormals flush;
+    if (!std::exchange(m_followed, true)) m_pool.FollowPriority();
     MixGraph* graph = AcquireGraph();
     bool intime = true;
-    for (size_t done = 0; done < n;) {
-        const PlayHead::Step step = m_head.Next(std::min(kChunkFrames, n - done));
-        const StreamPlace place{step.playing ? step.plan.plan.serial : 0, step.plan.ring, step.at};
-        if (graph) {
-            intime &= graph->Mix(place, step.n, left + done, right + done);
-        } else {
-            std::fill_n(left + done, step.n, 0.0f);
-            std::fill_n(right + done, step.n, 0.0f);
+    {
+        // Help costs time to come; it is worth that where one core has much to do.
+        const bool help = graph && graph->Jobs() > 2 && m_load.load(std::memory_order_relaxed) > kHelpFrom;
+        const MixPool::Stretch stretch(m_pool, help);
+        for (size_t done = 0; done < n;) {
+            const PlayHead::Step step = m_head.Next(std::min(m_head.ToWholeChunk(), n - done));
+            intime &= MixChunk(graph, step, inputs, outputs, done);
+            m_head.Advance(step);
+            done += step.n;
         }
-        if (step.fade) {
-            FadeAlongLine(left + done, step.line, step.n);
-            FadeAlongLine(right + done, step.line, step.n);
-        }
-        m_head.Advance(step);
-        done += step.n;
     }
-    Limit(left, n);
-    Limit(right, n);
     m_head.Publish();
     if (!intime) m_underruns.fetch_add(1, std::memory_order_relaxed);
 

@@ -3,6 +3,7 @@
 
 #include "host/engine/device.h"
 #include "host/engine/mix_graph.h"
+#include "host/engine/monitor_stage.h"
 #include "host/engine/play_head.h"
 
 #include <atomic>
@@ -13,15 +14,18 @@ namespace host {
 
 class Player final : public DeviceClient {
 public:
-    explicit Player(int sampleRate);
+    /// `threads` as MixPool has it.
+    Player(int sampleRate, size_t threads);
     ~Player();
 
-    void Render(float* left, float* right, size_t n) override;  ///< [audio-thread]
+    /// [audio-thread]
+    void Render(std::span<const float* const> inputs, std::span<float* const> outputs, size_t n) override;
 
     /// Replaces the graph. The old one is kept until the audio thread has left it. One control thread at a
     /// time.
     void SetGraph(std::unique_ptr<MixGraph> graph);
 
+    MonitorStage& Monitor() { return m_monitor; }
     PlayHead& Head() { return m_head; }
     const PlayHead& Head() const { return m_head; }
     double Load() const {
@@ -33,9 +37,15 @@ public:
 
 private:
     MixGraph* AcquireGraph();
+    bool MixChunk(MixGraph* graph, const PlayHead::Step& step, std::span<const float* const> inputs,
+                  std::span<float* const> outputs, size_t done);
 
     const int m_sampleRate;
     PlayHead m_head;
+    MonitorStage m_monitor;
+    MixPool m_pool;
+    bool m_followed = false;  ///< the pool has the audio thread's priority
+    MixBuffer m_mix{};
     std::vector<std::unique_ptr<MixGraph>>
         m_graphs;  ///< the current one last, before it those not reclaimed yet
     std::atomic<MixGraph*> m_current{nullptr};

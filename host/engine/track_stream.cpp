@@ -7,7 +7,7 @@ namespace host {
 
 namespace {
 
-constexpr double kReadAheadSeconds = 0.6;
+constexpr double kReadAheadSeconds = 0.3;
 
 int64_t CapacityFor(int sampleRate) {
     return static_cast<int64_t>(std::bit_ceil(static_cast<uint64_t>(kReadAheadSeconds * sampleRate)));
@@ -16,17 +16,22 @@ int64_t CapacityFor(int sampleRate) {
 }  // namespace
 
 TrackStream::TrackStream(std::unique_ptr<ClipPlayer> player, int sampleRate)
-    : m_player(std::move(player)), m_capacity(CapacityFor(sampleRate)) {
-    for (Ring& ring : m_rings)
-        for (auto& side : ring.side) side.resize(static_cast<size_t>(m_capacity));
-}
+    : m_player(std::move(player)), m_capacity(CapacityFor(sampleRate)) {}
 
 void TrackStream::Begin(int index, uint64_t serial, int64_t from) {
     Ring& ring = m_rings[index];
+    for (auto& side : ring.side) side.resize(static_cast<size_t>(m_capacity));
     ring.begin.store(from, std::memory_order_relaxed);
     ring.written.store(from, std::memory_order_relaxed);
     ring.read.store(from, std::memory_order_relaxed);
     ring.serial.store(serial, std::memory_order_release);
+}
+
+void TrackStream::Release(int index) {
+    Ring& ring = m_rings[index];
+    if (ring.side[0].empty()) return;
+    ring.serial.store(0, std::memory_order_relaxed);
+    for (auto& side : ring.side) std::vector<float>().swap(side);
 }
 
 int64_t TrackStream::Ahead(int index) const {

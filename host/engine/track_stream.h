@@ -26,6 +26,8 @@ public:
     /// Empties a ring that the audio thread does not use, or that it uses for a plan this stream has not
     /// joined yet, and gives it to a plan; the stream sounds from that frame of the plan on.
     void Begin(int ring, uint64_t serial, int64_t from);
+    /// Gives back the memory of a ring that no plan plays from or will.
+    void Release(int ring);
     /// Whether the ring already belongs to that plan.
     bool Serves(int ring, uint64_t serial) const {
         return m_rings[ring].serial.load(std::memory_order_relaxed) == serial;

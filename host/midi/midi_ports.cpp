@@ -1,6 +1,6 @@
 #include "host/midi/midi_ports.h"
 
-#include "host/midi/byte_ring.h"
+#include "platform/byte_ring.h"
 
 #include <algorithm>
 #include <atomic>

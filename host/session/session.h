@@ -1,16 +1,17 @@
 // The document of the host: what a session file holds, as plain records, and how it is read and written.
 //
-// A session is JSON in UTF-8 ("format": "tarn-session", "version": 1). Reading is strict: a member that is
-// missing, unknown, doubled, of another type or out of range refuses the whole file, so that a typing error
-// never becomes a silent default and saving never drops what it did not understand. What Load accepts Save
-// accepts, and the other way round. Channels stand in the order that the mixer shows them in, tracks and
-// busses each in their own row.
+// A session is JSON in UTF-8 ("format": "tarn-session", "version": 2; version 1 is read as well). Reading is
+// strict: a member that is missing, unknown, doubled, of another type or out of range refuses the whole file,
+// so that a typing error never becomes a silent default and saving never drops what it did not understand.
+// What Load accepts Save accepts, and the other way round. Channels stand in the order that the mixer shows
+// them in, tracks and busses each in their own row.
 //
 // Everything here is plain data without a lock of its own; the functions are [any-thread] on distinct
 // records.
 #pragma once
 
-#include <compare>
+#include "host/session/channel.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -23,56 +24,14 @@
 
 namespace host {
 
-/// Never 0 for an existing channel, and unique within the session.
-using ChannelId = uint64_t;
-inline constexpr ChannelId kNoChannel = 0;
-inline constexpr ChannelId kMaxChannelId = (uint64_t{1} << 53) - 1;  ///< what a JSON number holds exactly
-
-inline constexpr double kSilenceDb = -144.0;  ///< a fader or clip gain here is silence, not a small level
-inline constexpr double kMaxGainDb = 24.0;
-inline constexpr double kMaxSeconds = 360000.0;
 inline constexpr int kMinSampleRate = 8000, kMaxSampleRate = 384000;
 inline constexpr double kMinTempo = 1.0, kMaxTempo = 1000.0;
-inline constexpr uint32_t kTrackColours = 52;
 inline constexpr size_t kMaxChannels = 4096;
-inline constexpr size_t kMaxClips = 65536;            ///< of one channel
 inline constexpr size_t kMaxSessionClips = 262144;    ///< of all channels together
-inline constexpr size_t kMaxTextBytes = 1024;         ///< of a name or key
+inline constexpr size_t kMaxSessionPoints = 524288;   ///< of automation, likewise
 inline constexpr size_t kMaxPreferenceBytes = 65536;  ///< of one value
 inline constexpr size_t kMaxPreferences = 65536;
 inline constexpr size_t kMaxSessionBytes = size_t{64} << 20;
-
-enum class ChannelKind : uint8_t { AudioTrack, AudioBus, Master, PreviewBus };
-
-/// A stretch of an audio file on a track.
-struct Clip {
-    std::string file{};  ///< UTF-8, relative to the folder of the session
-    double start = 0;    ///< seconds, in the project
-    double offset = 0;   ///< seconds, into the file
-    double length = 0;   ///< seconds, above 0; where the file ends earlier the rest is silence
-    double gain_db = 0;  ///< kSilenceDb..kMaxGainDb
-
-    friend bool operator==(const Clip&, const Clip&) = default;
-};
-
-struct Channel {
-    ChannelId id = kNoChannel;
-    ChannelKind kind = ChannelKind::AudioTrack;
-    std::string name{};   ///< UTF-8, may be empty
-    double fader_db = 0;  ///< kSilenceDb..kMaxGainDb
-    double pan = 0;       ///< -1 left .. 1 right
-    bool mute = false;
-    bool solo = false;
-    bool phase = false;  ///< polarity inverted
-    bool selected = false;
-    bool hidden = false;
-    uint32_t colour = 0;  ///< index below kTrackColours
-    /// Any bus or the master; kNoChannel for master and preview bus, which feed the device.
-    ChannelId output = kNoChannel;
-    std::vector<Clip> clips{};  ///< of audio tracks, in any order; where clips overlap they are summed
-
-    friend bool operator==(const Channel&, const Channel&) = default;
-};
 
 struct LoopRange {
     double start = 0;  ///< seconds
@@ -80,6 +39,18 @@ struct LoopRange {
     bool on = false;
 
     friend bool operator==(const LoopRange&, const LoopRange&) = default;
+};
+
+/// How many channels master and busses have: left, right; or left, right, centre, low frequency, left and
+/// right surround.
+enum class ChannelMode : uint8_t { Stereo, Surround51 };
+
+/// What is done to the mix on its way to the device and to nothing else.
+struct Monitoring {
+    bool dim = false;      ///< 20 dB less
+    bool downmix = false;  ///< surround as stereo, stereo as mono
+
+    friend bool operator==(const Monitoring&, const Monitoring&) = default;
 };
 
 /// A value that a plug-in left with the host: signed, unsigned, text in UTF-8, bytes.
@@ -99,6 +70,8 @@ struct Session {
     double length = 0;        ///< seconds; playing and rendering end here
     LoopRange loop;
     std::optional<double> tempo;  ///< beats a minute
+    ChannelMode mode = ChannelMode::Stereo;
+    Monitoring monitoring;
     std::vector<Channel> channels;
     Preferences preferences;
 
@@ -125,7 +98,8 @@ Channel* FindChannel(Session& session, ChannelId id);
 Session LoadSession(const std::filesystem::path& path);
 
 /// Replaces the session file: the new one is written aside, flushed to the disk and renamed, so that whatever
-/// happens the path holds the old session or the new one, whole. Throws SessionError, and then the old file
+/// happens the path holds the old session or the new one, whole. An old one of version 1 is kept beside it,
+/// with ".v1" behind its name, where nothing has that name yet. Throws SessionError, and then the old file
 /// stands.
 void SaveSession(const Session& session, const std::filesystem::path& path);
 
@@ -137,8 +111,10 @@ std::string FormatSession(const Session& session);
 Preferences ParsePreferences(std::string_view json);
 std::string FormatPreferences(const Preferences& preferences);
 
-/// Throws SessionError unless the session obeys every rule of the format: ranges, unique ids, one master and
-/// at most one preview bus, outputs that exist and make no circle, clips on tracks only.
+/// Throws SessionError unless the session obeys every rule of the format: ranges, limits, unique ids, one
+/// master and at most one preview bus, what the kinds of channels may have, and routes that lead to what is
+/// there and never come back: outputs, sends and monitored inputs together make no circle. The reason names
+/// the channels on the way round.
 void CheckSession(const Session& session);
 
 }  // namespace host

@@ -1,8 +1,7 @@
 // The session's records as JSON and back.
+#include "host/session/channel_fields.h"
 #include "host/session/session.h"
 #include "host/session/strict_json.h"
-
-#include <array>
 
 namespace host {
 
@@ -11,69 +10,15 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr std::string_view kFormat = "tarn-session";
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
+constexpr const char* kModeNames[] = {"stereo", "surround_5.1"};
 
-struct KindName {
-    ChannelKind kind;
-    const char* name;
-};
-constexpr std::array<KindName, 4> kKindNames{{{ChannelKind::AudioTrack, "track"},
-                                              {ChannelKind::AudioBus, "bus"},
-                                              {ChannelKind::Master, "master"},
-                                              {ChannelKind::PreviewBus, "preview"}}};
-
-struct Flag {
-    const char* name;
-    bool Channel::*member;
-};
-constexpr std::array<Flag, 5> kFlags{{{"mute", &Channel::mute},
-                                      {"solo", &Channel::solo},
-                                      {"phase", &Channel::phase},
-                                      {"selected", &Channel::selected},
-                                      {"hidden", &Channel::hidden}}};
-
-ChannelKind ReadKind(const JsonNode& node) {
-    const std::string text = node.Text(kMaxTextBytes);
-    for (const KindName& k : kKindNames)
-        if (text == k.name) return k.kind;
-    node.Refuse("must be track, bus, master or preview");
-}
-
-const char* NameOf(ChannelKind kind) {
-    for (const KindName& k : kKindNames)
-        if (k.kind == kind) return k.name;
-    return "";
-}
-
-Clip ReadClip(const JsonNode& node) {
-    node.ExpectMembers({"file", "start", "offset", "length", "gain_db"});
-    Clip clip;
-    clip.file = node.Member("file").Text(kMaxTextBytes * 4);
-    clip.start = node.Member("start").Number(0, kMaxSeconds);
-    clip.length = node.Member("length").Number(0, kMaxSeconds);
-    if (auto n = node.Optional("offset")) clip.offset = n->Number(0, kMaxSeconds);
-    if (auto n = node.Optional("gain_db")) clip.gain_db = n->Number(kSilenceDb, kMaxGainDb);
-    return clip;
-}
-
-Channel ReadChannel(const JsonNode& node) {
-    node.ExpectMembers({"id", "kind", "name", "fader_db", "pan", "mute", "solo", "phase", "selected",
-                        "hidden", "colour", "output", "clips"});
-    Channel channel;
-    channel.id = static_cast<ChannelId>(node.Member("id").Integer(1, kMaxChannelId));
-    channel.kind = ReadKind(node.Member("kind"));
-    channel.name = node.Member("name").Text(kMaxTextBytes);
-    if (auto n = node.Optional("fader_db")) channel.fader_db = n->Number(kSilenceDb, kMaxGainDb);
-    if (auto n = node.Optional("pan")) channel.pan = n->Number(-1, 1);
-    for (const Flag& flag : kFlags)
-        if (auto n = node.Optional(flag.name)) channel.*flag.member = n->Bool();
-    if (auto n = node.Optional("colour"))
-        channel.colour = static_cast<uint32_t>(n->Integer(0, kTrackColours - 1));
-    if (auto n = node.Optional("output"))
-        channel.output = static_cast<ChannelId>(n->Integer(1, kMaxChannelId));
-    if (auto n = node.Optional("clips"))
-        n->Each(kMaxClips, [&](const JsonNode& c) { channel.clips.push_back(ReadClip(c)); });
-    return channel;
+Monitoring ReadMonitoring(const JsonNode& node) {
+    node.ExpectMembers({"dim", "downmix"});
+    Monitoring monitoring;
+    if (auto n = node.Optional("dim")) monitoring.dim = n->Bool();
+    if (auto n = node.Optional("downmix")) monitoring.downmix = n->Bool();
+    return monitoring;
 }
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";
@@ -133,29 +78,6 @@ LoopRange ReadLoop(const JsonNode& node) {
     return loop;
 }
 
-ordered_json Format(const Clip& clip) {
-    return {{"file", clip.file},
-            {"start", clip.start},
-            {"offset", clip.offset},
-            {"length", clip.length},
-            {"gain_db", clip.gain_db}};
-}
-
-ordered_json Format(const Channel& channel) {
-    ordered_json out{{"id", channel.id},
-                     {"kind", NameOf(channel.kind)},
-                     {"name", channel.name},
-                     {"fader_db", channel.fader_db},
-                     {"pan", channel.pan}};
-    for (const Flag& flag : kFlags) out[flag.name] = channel.*flag.member;
-    out["colour"] = channel.colour;
-    if (channel.output != kNoChannel) out["output"] = channel.output;
-    if (channel.kind != ChannelKind::AudioTrack) return out;
-    ordered_json& clips = out["clips"] = ordered_json::array();
-    for (const Clip& clip : channel.clips) clips.push_back(Format(clip));
-    return out;
-}
-
 ordered_json Format(const PreferenceKey& key, const PreferenceValue& value) {
     ordered_json out{{"section", key.section}};
     std::visit([&](const auto& k) { out["key"] = k; }, key.key);
@@ -179,10 +101,16 @@ Session ParseSession(std::string_view text) {
     const JsonNode root(document);
     if (root.Member("format").Text(kMaxTextBytes) != kFormat)
         root.Member("format").Refuse("is not a session");
-    if (root.Member("version").Integer(1, INT32_MAX) != kVersion)
-        root.Member("version").Refuse("is of a newer program, this one reads version 1");
-    root.ExpectMembers(
-        {"format", "version", "sample_rate", "length", "loop", "tempo", "channels", "preferences"});
+    const auto version = static_cast<int>(root.Member("version").Integer(1, INT32_MAX));
+    if (version > kVersion)
+        root.Member("version").Refuse("is of a newer program, this one reads up to version " +
+                                      std::to_string(kVersion));
+    if (version == 1)
+        root.ExpectMembers(
+            {"format", "version", "sample_rate", "length", "loop", "tempo", "channels", "preferences"});
+    else
+        root.ExpectMembers({"format", "version", "sample_rate", "length", "loop", "tempo", "mode",
+                            "monitoring", "channels", "preferences"});
 
     Session session;
     session.sample_rate =
@@ -190,8 +118,10 @@ Session ParseSession(std::string_view text) {
     session.length = root.Member("length").Number(0, kMaxSeconds);
     if (auto n = root.Optional("loop")) session.loop = ReadLoop(*n);
     if (auto n = root.Optional("tempo")) session.tempo = n->Number(kMinTempo, kMaxTempo);
+    if (auto n = root.Optional("mode")) session.mode = static_cast<ChannelMode>(n->OneOf(kModeNames));
+    if (auto n = root.Optional("monitoring")) session.monitoring = ReadMonitoring(*n);
     root.Member("channels").Each(kMaxChannels, [&](const JsonNode& n) {
-        session.channels.push_back(ReadChannel(n));
+        session.channels.push_back(FieldReader<Channel>::Read(n, version));
     });
     if (auto n = root.Optional("preferences"))
         n->Each(kMaxPreferences, [&](const JsonNode& p) { ReadPreference(p, session.preferences); });
@@ -208,8 +138,10 @@ std::string FormatSession(const Session& session) {
         {"length", session.length},
         {"loop", {{"start", session.loop.start}, {"end", session.loop.end}, {"on", session.loop.on}}}};
     if (session.tempo) out["tempo"] = *session.tempo;
+    out["mode"] = kModeNames[static_cast<size_t>(session.mode)];
+    out["monitoring"] = {{"dim", session.monitoring.dim}, {"downmix", session.monitoring.downmix}};
     ordered_json& channels = out["channels"] = ordered_json::array();
-    for (const Channel& channel : session.channels) channels.push_back(Format(channel));
+    for (const Channel& channel : session.channels) channels.push_back(FieldWriter<Channel>::Write(channel));
     out["preferences"] = Format(session.preferences);
     std::string text = out.dump(2) + "\n";
     if (text.size() > kMaxSessionBytes) throw SessionError({}, {}, "is larger than a session may be");

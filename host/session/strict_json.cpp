@@ -119,7 +119,7 @@ void JsonNode::Refuse(std::string_view reason) const {
     throw SessionError({}, m_place.empty() ? "/" : m_place, reason);
 }
 
-void JsonNode::ExpectMembers(std::initializer_list<std::string_view> known) const {
+void JsonNode::ExpectMembers(std::span<const std::string_view> known) const {
     if (!m_value.is_object()) Refuse("must be an object");
     for (const auto& [name, value] : m_value.items())
         if (std::find(known.begin(), known.end(), name) == known.end())
@@ -165,6 +165,16 @@ std::string JsonNode::Text(size_t maxBytes) const {
     if (text.size() > maxBytes) Refuse("is longer than " + std::to_string(maxBytes) + " bytes");
     if (text.find('\0') != std::string::npos) Refuse("holds a character 0");
     return text;
+}
+
+size_t JsonNode::OneOf(std::span<const char* const> names) const {
+    const std::string text = Text(kMaxTextBytes);
+    std::string all;
+    for (size_t i = 0; i < names.size(); i++) {
+        if (text == names[i]) return i;
+        all += (i == 0 ? "" : i + 1 < names.size() ? ", " : " or ") + std::string(names[i]);
+    }
+    Refuse("must be " + all);
 }
 
 void JsonNode::ExpectArray(size_t maxCount) const {

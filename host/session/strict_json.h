@@ -5,6 +5,7 @@
 
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,7 +25,10 @@ public:
     [[noreturn]] void Refuse(std::string_view reason) const;
 
     /// The value is an object and has no members but these.
-    void ExpectMembers(std::initializer_list<std::string_view> known) const;
+    void ExpectMembers(std::span<const std::string_view> known) const;
+    void ExpectMembers(std::initializer_list<std::string_view> known) const {
+        ExpectMembers(std::span(known.begin(), known.size()));
+    }
     JsonNode Member(const char* name) const;
     std::optional<JsonNode> Optional(const char* name) const;
 
@@ -33,6 +37,8 @@ public:
     bool Bool() const;
     bool IsText() const { return m_value.is_string(); }
     std::string Text(size_t maxBytes) const;
+    /// The place of the text among the names.
+    size_t OneOf(std::span<const char* const> names) const;
 
     /// Calls f(JsonNode) for each element of an array of at most maxCount.
     template <class F>

@@ -124,6 +124,10 @@ TEST_F(DemoProject, SessionIsWholeAndMixesWithoutClipping) {
         const Channel* output = FindChannel(session, c.output);
         routes[c.name] = output ? output->name : "";
         for (const Clip& clip : c.clips) {
+            if (c.kind == ChannelKind::MidiTrack) {
+                EXPECT_TRUE(fs::exists(m_folder / clip.file));
+                continue;
+            }
             const AudioFile file(m_folder / clip.file);
             EXPECT_LE(clip.offset + clip.length, static_cast<double>(file.Frames()) / file.SampleRate())
                 << c.name;
@@ -135,7 +139,8 @@ TEST_F(DemoProject, SessionIsWholeAndMixesWithoutClipping) {
     const std::map<std::string, std::string> expected{
         {"Drums", "Rhythm"},  {"Percussion", "Rhythm"}, {"Bass", "Rhythm"},  {"Keys", "Music"},
         {"Strings", "Music"}, {"Lead", "Music"},        {"Voice", "Master"}, {"Rhythm", "Master"},
-        {"Music", "Master"},  {"Master", ""},           {"Preview", ""}};
+        {"Music", "Master"},  {"Room", "Master"},       {"Piano", "Music"},  {"Piano Notes", "Piano"},
+        {"Master", ""},       {"Preview", ""}};
     EXPECT_EQ(expected, routes);
     EXPECT_GE(rates.count(44100), 1u);
     EXPECT_GT(rates.count(48000), rates.size() / 2);
@@ -145,7 +150,7 @@ TEST_F(DemoProject, SessionIsWholeAndMixesWithoutClipping) {
     EXPECT_EQ(0, mix.clippedFrames);
     EXPECT_GT(mix.peak, 0.25f);
     EXPECT_LT(mix.peak, 0.9f);
-    EXPECT_TRUE(mix.problems.empty());
+    EXPECT_EQ(mix.problems.size(), 4u) << "without effects the sound passes, and they are named";
 }
 
 TEST_F(DemoProject, IsMadeOnceAndKeepsItsUsersChanges) {

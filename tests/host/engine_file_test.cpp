@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -109,7 +110,7 @@ TEST(AudioFile, WhatCannotBePlayedIsSilentAndToldOnce) {
     ProblemLog problems;
     OfflineMix mix(session, folder.Path(), 0, problems);
     std::vector<float> left(48000), right(48000);
-    mix.Process(left.data(), right.data(), 48000);
+    mix.Process(std::array{left.data(), right.data()}.data(), 48000);
     EXPECT_EQ(left[1000], 0.5f);
     EXPECT_EQ(left[30000], 0.75f);
     const std::vector<std::string> lines = problems.Lines();
@@ -170,12 +171,12 @@ TEST(AudioFile, TracksShareWhatTheSystemGrants) {
         ProblemLog problems;
         OfflineMix mix(session, folder.Path(), 0, problems);
         std::vector<float> left(400), right(400);
-        mix.Process(left.data(), right.data(), 400);
+        mix.Process(std::array{left.data(), right.data()}.data(), 400);
         const auto sum = static_cast<float>(row.tracks * FILES * (FILES + 1) / 2) / 1024;
         EXPECT_FLOAT_EQ(left[200], sum);
         EXPECT_EQ(FileLimit::Open() - before, row.atOnce);
         EXPECT_TRUE(problems.Lines().empty()) << problems.Lines().front();
-        for (int i = 0; i < 800; i++) mix.Process(left.data(), right.data(), 400);
+        for (int i = 0; i < 800; i++) mix.Process(std::array{left.data(), right.data()}.data(), 400);
         EXPECT_EQ(FileLimit::Open(), before) << "what lies far behind is closed";
     }
 }
@@ -190,11 +191,11 @@ TEST(AudioFile, ALimitThatIsReachedIsToldAndPassesAgain) {
     limit.Set(static_cast<size_t>(next));
     OfflineMix mix(TracksSession({10}, 1), folder.Path(), 0, problems);
     std::vector<float> left(8192), right(8192);
-    mix.Process(left.data(), right.data(), 4096);
+    mix.Process(std::array{left.data(), right.data()}.data(), 4096);
     EXPECT_EQ(left[100], 0.0f);
     EXPECT_EQ(problems.Lines(), std::vector<std::string>{"10.wav: the system grants no more open files"});
     limit.Set(256);
-    mix.Process(left.data(), right.data(), 8192);
+    mix.Process(std::array{left.data(), right.data()}.data(), 8192);
     EXPECT_EQ(left[8000], 0.5f);
 }
 

@@ -52,9 +52,9 @@ Session TracksSession(const std::vector<ChannelId>& tracks, double seconds) {
 }
 
 Stereo MixOffline(Session session, const std::filesystem::path& folder, int64_t frames, size_t block,
-                  const std::vector<Change>& changes, int64_t start) {
+                  const std::vector<Change>& changes, int64_t start, const OfflineOptions& options) {
     ProblemLog problems;
-    OfflineMix mix(session, folder, start, problems);
+    OfflineMix mix(session, folder, start, problems, options);
     Stereo out{std::vector<float>(static_cast<size_t>(frames)),
                std::vector<float>(static_cast<size_t>(frames))};
     auto next = changes.begin();
@@ -66,16 +66,16 @@ Stereo MixOffline(Session session, const std::filesystem::path& folder, int64_t 
         }
         int64_t n = std::min(static_cast<int64_t>(block), frames - at);
         if (next != changes.end()) n = std::min(n, next->frame - at);
-        mix.Process(out.left.data() + at, out.right.data() + at, static_cast<size_t>(n));
+        float* const sides[] = {out.left.data() + at, out.right.data() + at};
+        mix.Process(sides, static_cast<size_t>(n));
         at += n;
     }
     return out;
 }
 
-HandEngine::HandEngine() {
-    EngineOptions options;
-    options.openDevice = [this](int sampleRate, size_t block) {
-        auto device = std::make_unique<HandDevice>(sampleRate, block);
+HandEngine::HandEngine(EngineOptions options) {
+    options.openDevice = [this](const DeviceWish& wish) {
+        auto device = std::make_unique<HandDevice>(wish);
         m_device = device.get();
         return device;
     };
@@ -100,7 +100,7 @@ Stereo HandEngine::Pull(size_t frames, size_t block) {
     for (size_t done = 0; done < frames;) {
         const size_t n = std::min(block, frames - done);
         WaitForData(n);
-        m_device->Client()->Render(out.left.data() + done, out.right.data() + done, n);
+        m_device->Render(out.left.data() + done, out.right.data() + done, n);
         done += n;
     }
     return out;

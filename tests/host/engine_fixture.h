@@ -40,32 +40,43 @@ struct Change {
     std::function<void(Session&)> edit;
 };
 Stereo MixOffline(Session session, const std::filesystem::path& folder, int64_t frames, size_t block = 512,
-                  const std::vector<Change>& changes = {}, int64_t start = 0);
+                  const std::vector<Change>& changes = {}, int64_t start = 0,
+                  const OfflineOptions& options = {});
 
-/// A device whose blocks the test asks for.
+/// A device whose blocks the test asks for. Each input records the frame that it is at, as Mark gives it.
 class HandDevice final : public AudioDevice {
 public:
-    HandDevice(int sampleRate, size_t blockFrames) : m_sampleRate(sampleRate), m_blockFrames(blockFrames) {}
+    explicit HandDevice(const DeviceWish& wish) : m_wish(wish) {}
     void Start(DeviceClient& client) override { m_client = &client; }
     void Stop() override { m_client = nullptr; }
     std::string Name() const override { return "hand"; }
-    int SampleRate() const override { return m_sampleRate; }
-    size_t BlockFrames() const override { return m_blockFrames; }
+    int SampleRate() const override { return m_wish.sampleRate; }
+    size_t BlockFrames() const override { return m_wish.blockFrames; }
+    size_t Inputs() const override { return m_wish.inputs; }
     uint64_t LateBlocks() const override { return 0; }
 
+    void Render(float* left, float* right, size_t n) {
+        for (size_t i = 0; i < n; i++) m_input[i] = Mark(m_at++);
+        const std::vector<const float*> inputs(m_wish.inputs, m_input.data());
+        std::vector<float*> outputs(m_wish.outputs, m_rest.data());
+        outputs[0] = left;
+        outputs[1] = right;
+        m_client->Render(inputs, outputs, n);
+    }
     DeviceClient* Client() const { return m_client; }
 
 private:
-    const int m_sampleRate;
-    const size_t m_blockFrames;
+    const DeviceWish m_wish;
     DeviceClient* m_client = nullptr;
+    std::vector<float> m_input = std::vector<float>(65536), m_rest = m_input;
+    int64_t m_at = 0;
 };
 
 /// An engine on such a device. Pull waits for the disk before it asks for a block, so that nothing depends on
 /// the speed of the machine.
 class HandEngine {
 public:
-    HandEngine();
+    explicit HandEngine(EngineOptions options = {});
     Engine& operator*() { return *m_engine; }
     Engine* operator->() { return m_engine.get(); }
     /// Waits until everything that was asked for is read and offered to the audio thread.

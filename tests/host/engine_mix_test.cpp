@@ -2,10 +2,12 @@
 // nor the run makes a difference.
 #include "host/engine/audibility.h"
 #include "host/engine/gain.h"
+#include "host/engine/pan_law.h"
 #include "tests/host/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 namespace host {
@@ -30,51 +32,117 @@ TEST(Gain, DecibelsAndBack) {
     }
 }
 
-TEST(Gain, PanKeepsThePowerAndTheCentreIsUnity) {
-    EXPECT_EQ(PanGains(0), (StereoGain{1.0f, 1.0f}));
-    EXPECT_EQ(PanGains(-1).right, 0.0f);
-    EXPECT_EQ(PanGains(1).left, 0.0f);
-    EXPECT_EQ(PanGains(-7), PanGains(-1));
-    for (double pan = -1; pan <= 1; pan += 0.125) {
-        const StereoGain g = PanGains(pan), mirror = PanGains(-pan);
-        EXPECT_NEAR(g.left * g.left + g.right * g.right, 2, 1e-6) << pan;
-        EXPECT_NEAR(g.left, mirror.right, 1e-6) << pan;
+// Gains from the left side, then from the right, into left and right, in decibels; -144 is silence.
+TEST(PanLaw, FollowsItsTable) {
+    constexpr double NO = kSilenceDb;
+    struct Row {
+        PanModel model;
+        double pan, width;
+        double fromLeft[2], fromRight[2];
+    };
+    const Row rows[] = {
+        {PanModel::Add, 0, 1, {0, NO}, {NO, 0}},
+        {PanModel::Add, -0.5, 1, {0, NO}, {-6.02, -6.02}},
+        {PanModel::Add, 1, 1, {NO, 0}, {NO, 0}},
+        {PanModel::Balance0, 0, 1, {0, NO}, {NO, 0}},
+        {PanModel::Balance0, 0.5, 1, {-6.02, NO}, {NO, 0}},
+        {PanModel::Balance0, -1, 1, {0, NO}, {NO, NO}},
+        {PanModel::Balance3, 0, 1, {-3.01, NO}, {NO, -3.01}},
+        {PanModel::Balance3, 0.5, 1, {-8.34, NO}, {NO, -0.69}},
+        {PanModel::Balance3, 1, 1, {NO, NO}, {NO, 0}},
+        {PanModel::Balance6, 0, 1, {-6.02, NO}, {NO, -6.02}},
+        {PanModel::Balance6, -0.5, 1, {-2.5, NO}, {NO, -12.04}},
+        {PanModel::Balance6, -1, 1, {0, NO}, {NO, NO}},
+        {PanModel::ConstantPower, 0, 1, {0, NO}, {NO, 0}},
+        {PanModel::ConstantPower, 0.5, 1, {-5.33, NO}, {NO, 2.32}},
+        {PanModel::ConstantPower, -7, 1, {3.01, NO}, {NO, NO}},
+        {PanModel::Film, 0, 1, {0, NO}, {NO, 0}},
+        {PanModel::Film, -0.5, 1, {0, NO}, {-3.01, -3.01}},
+        {PanModel::Film, 1, 1, {NO, 0}, {NO, 0}},
+        {PanModel::ConstantPower, 0, 0, {-6.02, -6.02}, {-6.02, -6.02}},
+        {PanModel::ConstantPower, 0, 0.5, {-2.5, -12.04}, {-12.04, -2.5}},
+        {PanModel::Balance0, 1, 0, {NO, -6.02}, {NO, -6.02}},
+    };
+    for (const Row& row : rows) {
+        const StereoMatrix m = PanMatrix(row.model, row.pan, row.width);
+        const auto what = &row - rows;
+        for (Side to : {Left, Right}) {
+            EXPECT_NEAR(DbFromLevel(m[Left][to]), row.fromLeft[to], 0.005) << "row " << what;
+            EXPECT_NEAR(DbFromLevel(m[Right][to]), row.fromRight[to], 0.005) << "row " << what;
+        }
     }
-    EXPECT_GT(PanGains(-0.5).left, PanGains(-0.5).right);
+    EXPECT_EQ(PanMatrix(PanModel::ConstantPower, 0, 1), (StereoMatrix{{{1, 0}, {0, 1}}})) << "exactly";
+    EXPECT_FLOAT_EQ(PanMatrix(PanModel::Film, 0, 2)[Left][Right], -0.5f);
 }
 
-// Tracks a, b into bus B; c into master M; B into bus C; C into M. P is the preview bus.
+// Left and right input of a stereo channel in L R C LFE Ls Rs.
+TEST(PanLaw, PlacesInTheRoom) {
+    constexpr float h = 0.70710678f, cos = 0.92387953f, sin = 0.38268343f;
+    struct Row {
+        PanModel model;
+        double x, y, width;
+        float lfe;
+        RoomMatrix gains;
+    };
+    const Row rows[] = {
+        {PanModel::ConstantPower, 0, 1, 1, 0, {{{1, 0, 0, 0, 0, 0}, {0, 1, 0, 0, 0, 0}}}},
+        {PanModel::ConstantPower, 0, -1, 1, 0, {{{0, 0, 0, 0, 1, 0}, {0, 0, 0, 0, 0, 1}}}},
+        {PanModel::ConstantPower, -1, 1, 1, 0, {{{1, 0, 0, 0, 0, 0}, {1, 0, 0, 0, 0, 0}}}},
+        {PanModel::ConstantPower, 0, 1, 0, 0, {{{h, h, 0, 0, 0, 0}, {h, h, 0, 0, 0, 0}}}},
+        {PanModel::Film, 0, 1, 0, 0, {{{0, 0, 1, 0, 0, 0}, {0, 0, 1, 0, 0, 0}}}},
+        {PanModel::Film, 0.5, 1, 0, 0, {{{0, h, h, 0, 0, 0}, {0, h, h, 0, 0, 0}}}},
+        {PanModel::ConstantPower, 0, 0, 1, 0, {{{h, 0, 0, 0, h, 0}, {0, h, 0, 0, 0, h}}}},
+        {PanModel::ConstantPower, 0.5, 1, 0, 0, {{{sin, cos, 0, 0, 0, 0}, {sin, cos, 0, 0, 0, 0}}}},
+        {PanModel::ConstantPower, 0, 1, 1, 0.5f, {{{1, 0, 0, .25f, 0, 0}, {0, 1, 0, .25f, 0, 0}}}},
+    };
+    for (const Row& row : rows) {
+        const RoomMatrix m = PlaceInRoom(row.model, row.x, row.y, row.width, row.lfe);
+        for (Side from : {Left, Right})
+            for (size_t to = 0; to < kMaxSides; to++)
+                EXPECT_NEAR(m[from][to], row.gains[from][to], 1e-6)
+                    << "row " << &row - rows << ", " << from << " to " << to;
+    }
+}
+
+// Tracks a, b into bus B; c into master M; B into bus C; C into M. c sends to the FX F, which sends to C and
+// goes to M. P is the preview bus. A send is heard as "cF".
 TEST(Audibility, SoloIsInPlaceAndMuteBeatsSolo) {
     struct Row {
         const char* solo;
-        const char* mute;
+        const char* safe;
         const char* heard;
     };
     const Row rows[] = {
-        {"", "", "abcBCMP"},  {"", "a", "bcBCMP"}, {"", "B", "abcCMP"}, {"a", "", "aBCMP"},
-        {"c", "", "cMP"},     {"B", "", "abBCMP"}, {"C", "", "abBCMP"}, {"M", "", "abcBCMP"},
-        {"ac", "", "acBCMP"}, {"a", "a", "BCMP"},  {"a", "B", "aCMP"},  {"aB", "", "abBCMP"},
-        {"P", "", "abcBCMP"}, {"aP", "", "aBCMP"}, {"B", "b", "aBCMP"}, {"a", "P", "aBCM"},
-        {"", "M", "abcBCP"},
+        {"", "", "a b c cF B C M P F FC"}, {"a", "", "a B C M P"},
+        {"c", "", "c cF C M P F FC"},      {"B", "", "a b B C M P"},
+        {"C", "", "a b cF B C M P FC"},    {"M", "", "a b c cF B C M P F FC"},
+        {"ac", "", "a c cF B C M P F FC"}, {"P", "", "a b c cF B C M P F FC"},
+        {"aP", "", "a B C M P"},           {"F", "", "cF C M P F FC"},
+        {"a", "F", "a B C M P F FC"},      {"a", "c", "a c cF B C M P"},
     };
-    const std::string names = "abcBCMP";
+    const std::string names = "abcBCMPF";
+    using K = ChannelKind;
+    const K kinds[] = {K::AudioTrack, K::AudioTrack, K::AudioTrack, K::AudioBus,
+                       K::AudioBus,   K::Master,     K::PreviewBus, K::Fx};
+    const ChannelId outputs[] = {4, 4, 6, 5, 6, kNoChannel, kNoChannel, 6};
     for (const Row& row : rows) {
         std::vector<Channel> channels;
-        const ChannelId outputs[] = {4, 4, 6, 5, 6, kNoChannel, kNoChannel};
         for (size_t i = 0; i < names.size(); i++) {
-            const ChannelKind kind = i < 3    ? ChannelKind::AudioTrack
-                                     : i < 5  ? ChannelKind::AudioBus
-                                     : i == 5 ? ChannelKind::Master
-                                              : ChannelKind::PreviewBus;
-            channels.push_back({.id = i + 1, .kind = kind, .output = outputs[i]});
+            channels.push_back({.id = i + 1, .kind = kinds[i], .output = outputs[i]});
             channels.back().solo = std::string(row.solo).find(names[i]) != std::string::npos;
-            channels.back().mute = std::string(row.mute).find(names[i]) != std::string::npos;
+            channels.back().solo_safe = std::string(row.safe).find(names[i]) != std::string::npos;
         }
-        const std::vector<bool> audible = AudibleChannels(channels);
+        channels[2].sends = {{1, 8}};
+        channels[7].sends = {{1, 5}};
+        const std::vector<Audibility> audible = AudibleChannels(channels);
         std::string heard;
-        for (size_t i = 0; i < names.size(); i++)
-            if (audible[i]) heard += names[i];
-        EXPECT_EQ(heard, row.heard) << "solo " << row.solo << ", mute " << row.mute;
+        for (size_t i = 0; i < names.size(); i++) {
+            if (audible[i].output) heard += names.substr(i, 1) + " ";
+            for (size_t k = 0; k < channels[i].sends.size(); k++)
+                if (audible[i].sends[k])
+                    heard += names.substr(i, 1) + names[channels[i].sends[k].target - 1] + " ";
+        }
+        EXPECT_EQ(heard, std::string(row.heard) + " ") << "solo " << row.solo << ", safe " << row.safe;
     }
 }
 
@@ -227,6 +295,7 @@ TEST_F(EngineMix, MetersShowWhatLeavesTheChannel) {
     session.channels[2].pan = 1;
     session.channels[3].mute = true;
     session.channels[0].fader_db = -20;
+    using Peaks = std::array<float, kMaxSides>;
     ProblemLog problems;
     OfflineMix mix(session, folder.Path(), 0, problems);
     std::vector<float> left(24000), right(24000);
@@ -237,14 +306,14 @@ TEST_F(EngineMix, MetersShowWhatLeavesTheChannel) {
     };
     session.channels[2].pan = 0;
     mix.SetLevels(session.channels);
-    mix.Process(left.data(), right.data(), 500);
-    EXPECT_EQ(reading(10).peak, (std::array<float, 2>{0.25f, 0.25f}));
-    mix.Process(left.data(), right.data(), 500);
-    EXPECT_EQ(reading(10).peak, (std::array<float, 2>{0.75f, 0.25f})) << "one sample is enough";
-    EXPECT_EQ(reading(10).peak, (std::array<float, 2>{0.0f, 0.0f})) << "taken peaks are gone";
-    EXPECT_EQ(reading(11).peak, (std::array<float, 2>{0.0f, 0.0f})) << "muted";
+    mix.Process(std::array{left.data(), right.data()}.data(), 500);
+    EXPECT_EQ(reading(10).peak, (Peaks{0.25f, 0.25f}));
+    mix.Process(std::array{left.data(), right.data()}.data(), 500);
+    EXPECT_EQ(reading(10).peak, (Peaks{0.75f, 0.25f})) << "one sample is enough";
+    EXPECT_EQ(reading(10).peak, (Peaks{})) << "taken peaks are gone";
+    EXPECT_EQ(reading(11).peak, (Peaks{})) << "muted";
     EXPECT_NEAR(reading(kMaster).peak[0], 0.075f, 1e-6);
-    mix.Process(left.data(), right.data(), 24000);
+    mix.Process(std::array{left.data(), right.data()}.data(), 24000);
     // A steady level reads as its RMS, on the scale where a sine's peak is its value.
     EXPECT_NEAR(reading(10).vu[1], 0.25 * std::sqrt(2.0), 0.002);
 }
@@ -252,15 +321,15 @@ TEST_F(EngineMix, MetersShowWhatLeavesTheChannel) {
 TEST(Meter, NeedleTakesThreeTenthsOfASecond) {
     ChannelStrip strip(48000);
     const MeterInertia inertia(48000);
-    strip.SetTarget({1, 1});
+    strip.output.Shape(2, 2);
+    strip.output.course.Aim({1, 1});
     std::vector<float> in(kChunkFrames, 0.5f), out(kChunkFrames);
-    const float* const from[2] = {in.data(), in.data()};
-    float* const into[2] = {out.data(), out.data()};
+    const float* const from[] = {in.data(), in.data()};
+    float* const into[] = {out.data(), out.data()};
     const auto run = [&](size_t frames, size_t chunk) {
         for (size_t done = 0; done < frames; done += chunk) {
-            strip.Begin();
-            strip.Mix(from, into, chunk);
-            strip.End(chunk, inertia);
+            strip.output.Mix(from, into, chunk, &strip.levels);
+            strip.PostLevels(chunk, 2, inertia);
         }
         return strip.TakeMeter().vu[0];
     };

@@ -166,7 +166,7 @@ TEST_F(EnginePlay, ALateDiskIsHeardAsSilenceAndCountedAndThenInStepAgain) {
     // Blocks are taken faster than anyone can read.
     HandDevice* device = engine.Device();
     std::vector<float> left(4096), right(4096);
-    for (int i = 0; i < 60; i++) device->Client()->Render(left.data(), right.data(), 4096);
+    for (int i = 0; i < 60; i++) device->Render(left.data(), right.data(), 4096);
     EXPECT_EQ(engine->Transport().frame, 512 + 60 * 4096);
     engine.WaitForData(4096);
     const uint64_t late = engine->Status().diskUnderruns;
@@ -229,7 +229,9 @@ TEST(EngineThreads, EveryoneAtOnce) {
 
 TEST(NullDevice, KeepsPaceAndStops) {
     struct Counter final : DeviceClient {
-        void Render(float*, float*, size_t n) override { frames += n; }
+        void Render(std::span<const float* const>, std::span<float* const>, size_t n) override {
+            frames += n;
+        }
         std::atomic<size_t> frames{0};
     } counter;
     const auto device = OpenNullDevice(48000, 480);

@@ -1,6 +1,6 @@
 // Bytes of MIDI to events and back, and the stream that plug-ins see them by.
-#include "host/midi/byte_ring.h"
 #include "host/midi/event_stream.h"
+#include "platform/byte_ring.h"
 #include "platform/memory.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // The audio thread must not allocate, free, lock, wait or touch files. This program replaces the functions
 // that would do so and counts the calls that come from inside Render.
 #include "tests/host/engine_fixture.h"
+#include "tests/host/test_effects.h"
 
 #include <gtest/gtest.h>
 
@@ -105,13 +106,17 @@ TEST(RealTime, RenderNeitherAllocatesNorLocks) {
     for (ChannelId id : {10, 11, 12})
         WriteWave(folder / (std::to_string(id) + ".wav"), id == 12 ? 44100 : 48000, 2, 96000,
                   [](int64_t i, int) { return Mark(i); });
-    HandEngine engine;
+    EngineOptions options;
+    options.effects = std::make_shared<TestEffects>();
+    options.threads = 2;
+    HandEngine engine(options);
     const auto pull = [&](size_t frames, bool wait = true) {
         static std::vector<float> left(4096), right(4096);
         if (wait) engine.WaitForData(frames);
+        float* const sides[] = {left.data(), right.data()};
         DeviceClient* client = engine.Device()->Client();
         t_rendering = true;
-        client->Render(left.data(), right.data(), frames);
+        client->Render({}, sides, frames);
         t_rendering = false;
         EXPECT_EQ(g_faults.exchange(0), 0) << g_last.load();
     };
@@ -122,6 +127,12 @@ TEST(RealTime, RenderNeitherAllocatesNorLocks) {
         Session session =
             TracksSession(i % 2 ? std::vector<ChannelId>{10, 11, 12} : std::vector<ChannelId>{12, 10}, 2);
         session.channels[2].fader_db = -i;
+        session.mode = i % 40 < 20 ? ChannelMode::Stereo : ChannelMode::Surround51;
+        session.channels.push_back({.id = 30, .kind = ChannelKind::Fx, .output = kMaster});
+        session.channels[2].sends = {{1, 30}};
+        session.channels[2].inserts = {{2, i % 8 < 4 ? "urn:late:500" : "urn:nan"}};
+        session.channels[3].automation_mode = AutomationMode::Read;
+        session.channels[3].automation = {{{AutomationTarget::Volume}, {{0, 0}, {0.2, -20}}}};
         session.channels[3].solo = i % 3 == 0;
         session.loop = {0.1, 0.3, i % 10 < 5};
         if (i % 4 == 0)

@@ -41,6 +41,23 @@ TEST(SessionSave, ReplacesTheFileAndLeavesNothingBeside) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
+TEST(SessionSave, AnOldFormatIsKeptBeside) {
+    const TempFolder folder;
+    const auto path = folder / "a.tarn", kept = folder / "a.tarn.v1";
+    const std::string old = R"({"format":"tarn-session","version":1,"sample_rate":48000,"length":1,
+        "channels":[{"id":1,"kind":"master","name":"M","pan":0.5}]})";
+    std::ofstream(path) << old;
+    Session session = LoadSession(path);
+    EXPECT_EQ(session.channels.at(0).pan, 0.5);
+    for (double pan : {0.25, 0.75}) {
+        session.channels[0].pan = pan;
+        SaveSession(session, path);
+        EXPECT_EQ(LoadSession(path), session);
+        std::ifstream file(kept);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), old);
+    }
+}
+
 TEST(SessionSave, NamesTheFileThatCannotBeReadOrWritten) {
     const TempFolder folder;
     const auto refusal = [](auto action) -> std::string {

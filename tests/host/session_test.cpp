@@ -1,8 +1,10 @@
+#include "host/session/automation.h"
 #include "tests/host/test_session.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <fstream>
 
 namespace host {
@@ -49,7 +51,8 @@ TEST(Session, RefusesWithThePlaceOfTheFault) {
     };
     const Row rows[] = {
         {R"({"op":"replace","path":"/format","value":"tarn"})", "/format"},
-        {R"({"op":"replace","path":"/version","value":2})", "/version"},
+        {R"({"op":"replace","path":"/version","value":3})", "/version"},
+        {R"({"op":"replace","path":"/version","value":1})", "/mode"},
         {R"({"op":"replace","path":"/version","value":1.0})", "/version"},
         {R"({"op":"remove","path":"/channels"})", "/: lacks \"channels\""},
         {R"({"op":"add","path":"/colour","value":1})", "/colour"},
@@ -78,7 +81,7 @@ TEST(Session, RefusesWithThePlaceOfTheFault) {
         {R"({"op":"replace","path":"/channels/0/output","value":77})", "/channels/0/output"},
         {R"({"op":"replace","path":"/channels/0/output","value":9})", "/channels/0/output"},
         {R"({"op":"remove","path":"/channels/0/output"})", "/channels/0/output"},
-        {R"({"op":"replace","path":"/channels/1/output","value":4})", "/channels/1/output"},
+        {R"({"op":"replace","path":"/channels/1/output","value":4})", "/channels/1"},
         {R"({"op":"add","path":"/channels/2/output","value":4})", "/channels/2/output"},
         {R"({"op":"replace","path":"/channels/0/clips/1/file","value":""})", "/channels/0/clips/1/file"},
         {R"({"op":"replace","path":"/channels/0/clips/1/file","value":"/etc/x"})",
@@ -95,6 +98,31 @@ TEST(Session, RefusesWithThePlaceOfTheFault) {
          "/preferences/4/key"},
         {R"({"op":"replace","path":"/preferences/3/hex","value":"0g"})", "/preferences/3/hex"},
         {R"({"op":"replace","path":"/preferences/3/hex","value":"000"})", "/preferences/3/hex"},
+        {R"({"op":"replace","path":"/mode","value":"quad"})", "/mode: must be stereo or surround_5.1"},
+        {R"({"op":"add","path":"/channels/4/pan_model","value":"loud"})", "/channels/4/pan_model"},
+        {R"({"op":"replace","path":"/channels/0/input/channel","value":4})", "/channels/1: the way"},
+        {R"({"op":"replace","path":"/channels/0/sends/1/target","value":5})", "/channels/0/sends/1/target"},
+        {R"({"op":"replace","path":"/channels/0/sends/1/target","value":1})", "/channels/0/sends/1/target"},
+        {R"({"op":"replace","path":"/channels/0/sends/1/id","value":1})", "/channels/0/sends/1/id"},
+        {R"({"op":"replace","path":"/channels/0/place/y","value":2})", "/channels/0/place/y"},
+        {R"({"op":"add","path":"/channels/0/instrument","value":{"id":9,"uri":"x"}})",
+         "/channels/0/instrument"},
+        {R"({"op":"add","path":"/channels/3/inserts","value":[{"id":1,"uri":"x"}]})", "/channels/3/inserts"},
+        {R"({"op":"replace","path":"/channels/4/inserts/1/id","value":3})", "/channels/4/inserts/1/id"},
+        {R"({"op":"replace","path":"/channels/4/automation/0/points/1/0","value":0})",
+         "/channels/4/automation/0/points: must rise"},
+        {R"({"op":"replace","path":"/channels/4/automation/0/points/1/1","value":25})",
+         "/channels/4/automation/0/points: is out of range"},
+        {R"({"op":"add","path":"/channels/4/automation/0/points/1/2","value":0})",
+         "/channels/4/automation/0/points/1"},
+        {R"({"op":"replace","path":"/channels/4/automation/1/key/sub","value":2})",
+         "/channels/4/automation/1/key/sub"},
+        {R"({"op":"remove","path":"/channels/4/automation/1/key/parameter"})",
+         "/channels/4/automation/1/key/parameter"},
+        {R"({"op":"replace","path":"/channels/6/output","value":1})", "/channels/6/output"},
+        {R"({"op":"replace","path":"/channels/6/clips/0/gain_db","value":1})", "/channels/6/clips/0/gain_db"},
+        {R"({"op":"replace","path":"/channels/7/output","value":5})", "/channels/7/output"},
+        {R"({"op":"replace","path":"/channels/7/input/first","value":64})", "/channels/7/input/first"},
     };
     const json full = json::parse(FormatSession(FullSession()));
     ASSERT_EQ(full["preferences"][0]["key"], "ShowGroups");
@@ -104,14 +132,51 @@ TEST(Session, RefusesWithThePlaceOfTheFault) {
     }
 }
 
-TEST(Session, RefusesRoutingInACircle) {
+TEST(Session, RefusesRoutingInACircleAndNamesTheWay) {
     Session s = FullSession();
-    s.channels.push_back({.id = 20, .kind = ChannelKind::AudioBus, .name = "A", .output = 21});
-    s.channels.push_back({.id = 21, .kind = ChannelKind::AudioBus, .name = "B", .output = 22});
-    s.channels.push_back({.id = 22, .kind = ChannelKind::AudioBus, .name = "C", .output = 20});
-    EXPECT_THROW(CheckSession(s), SessionError);
+    s.channels.push_back({.id = 20, .kind = ChannelKind::AudioBus, .name = "A", .output = 1});
+    s.channels.push_back({.id = 21, .kind = ChannelKind::Fx, .name = "B", .output = 22});
+    s.channels.push_back({.id = 22, .kind = ChannelKind::AudioBus, .output = 20});
+    s.channels[8].sends = {{1, 21}};
+    try {
+        CheckSession(s);
+        ADD_FAILURE() << "accepted";
+    } catch (const SessionError& e) {
+        EXPECT_EQ(e.reason, "the way A > B > channel 22 > A makes a circle");
+    }
     s.channels.back().output = 1;
     EXPECT_NO_THROW(CheckSession(s));
+}
+
+TEST(Automation, CurvesThinToWhatIsHeard) {
+    std::vector<AutomationPoint> ride;
+    for (int i = 0; i < 2000; i++) {
+        const double t = i * 0.01;
+        ride.push_back({t, i == 777 ? 0.5 : -10 + 9 * std::sin(t)});
+    }
+    const AutomationCurve all{{}, ride}, thin{{}, Thinned(ride, 0.1, false)};
+    EXPECT_LT(thin.points.size(), 120u);
+    for (double t = 0; t < 20; t += 0.0037) EXPECT_NEAR(CurveAt(thin, t), CurveAt(all, t), 0.1 + 1e-9) << t;
+    const std::vector<AutomationPoint> clicks{{0, 0}, {1, 0}, {2, 1}, {3, 1}, {4, 0}, {5, 0}};
+    EXPECT_EQ(Thinned(clicks, 0, true), (std::vector<AutomationPoint>{{0, 0}, {2, 1}, {4, 0}, {5, 0}}));
+}
+
+TEST(Automation, AStretchReplacesWhatItCoversAndNothingElse) {
+    Channel c{.automation_mode = AutomationMode::Read};
+    const AutomationKey volume{}, mute{AutomationTarget::Mute};
+    WriteStretch(c, volume, std::vector<AutomationPoint>{{0, 0}, {5, -20}, {10, 0}});
+    WriteStretch(c, volume, std::vector<AutomationPoint>{{4, 6}, {6, 6}});
+    const double expected[][2] = {{0, 0}, {2, -8}, {3.99, -15.96}, {4, 6},
+                                  {5, 6}, {6, 6},  {6.01, -15.96}, {8, -8}};
+    for (const auto& [t, value] : expected) EXPECT_NEAR(*ValueAt(c, volume, t), value, 1e-9) << t;
+    WriteStretch(c, mute, std::vector<AutomationPoint>{{1, 1}, {2, 0}});
+    EXPECT_EQ(*ValueAt(c, mute, 1.9), 1);
+    EXPECT_EQ(*ValueAt(c, mute, 2), 0);
+    c.automation_mode = AutomationMode::Off;
+    EXPECT_EQ(*ValueAt(c, volume, 4), 0) << "the fader's own";
+    EXPECT_TRUE(ApplySetting(c, volume, 99));
+    EXPECT_EQ(c.fader_db, kMaxGainDb);
+    EXPECT_FALSE(ApplySetting(c, {AutomationTarget::SendLevel, 9}, 0));
 }
 
 TEST(Session, RefusesWhatIsNotJson) {

@@ -27,4 +27,28 @@ TEST(Process, TellsHowAProgramEnded) {
         EXPECT_NE(std::string::npos, error.find(r.error)) << error;
     }
 }
+
+TEST(Process, IsSpokenWithLineByLine) {
+    using enum ChildProcess::Answer;
+    constexpr std::chrono::milliseconds LONG{60000};
+    const std::string input(200000, 'x');  // more than a pipe holds
+    ChildProcess child;
+    std::string error, line;
+    ASSERT_TRUE(child.Start({"sh", "-c", "echo one; wc -c; exec sleep 1000"}, input, error)) << error;
+    EXPECT_EQ(child.ReadLine(line, LONG), Line);
+    EXPECT_EQ(line, "one");
+    EXPECT_EQ(child.ReadLine(line, LONG), Line);
+    EXPECT_EQ(line, "200000");
+    EXPECT_EQ(child.ReadLine(line, std::chrono::milliseconds(1)), Nothing);
+    child.Kill();
+    EXPECT_EQ(child.ReadLine(line, LONG), End);
+    EXPECT_EQ(child.Wait(), "was ended by signal 9");
+
+    ChildProcess other;
+    ASSERT_TRUE(other.Start({"sh", "-c", "printf 'no end'"}, {}, error)) << error;
+    EXPECT_EQ(other.ReadLine(line, LONG), Line);
+    EXPECT_EQ(line, "no end");
+    EXPECT_EQ(other.ReadLine(line, LONG), End);
+    EXPECT_EQ(other.Wait(), "");
+}
 }  // namespace

@@ -7,8 +7,6 @@
 #include <span>
 #include <vector>
 
-namespace host {
-
 /// One writer, one reader; messages stay whole.
 class ByteRing {
 public:
@@ -53,5 +51,3 @@ private:
     std::vector<uint8_t> m_bytes;
     std::atomic<size_t> m_read{0}, m_write{0};
 };
-
-}  // namespace host

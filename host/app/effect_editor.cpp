@@ -1,0 +1,427 @@
+#include "host/app/effect_editor.h"
+
+#include "host/app/parameter_scale.h"
+#include "host/app/texts.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QEvent>
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QTimer>
+#include <QUndoCommand>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <limits>
+
+namespace host {
+namespace {
+
+constexpr int REFRESH_MS = 50;
+/// A float's value survives it, whatever its size.
+constexpr int SPIN_DECIMALS = 40;
+
+/// What an editor's controls share.
+struct Desk {
+    Effect& effect;
+    EffectEdits& edits;
+    QUndoStack& undo;
+};
+
+class ValueChange final : public QUndoCommand {
+public:
+    ValueChange(const Desk& desk, size_t parameter, float before, float after)
+        : m_desk(desk), m_parameter(parameter), m_before(before), m_after(after) {}
+    void undo() override { Set(m_before); }
+    void redo() override {
+        if (m_isDone) Set(m_after);
+        m_isDone = true;  // the user's own hand did it the first time
+    }
+
+private:
+    void Set(float value) {
+        m_desk.edits.begin(m_parameter);
+        m_desk.edits.change(m_parameter, value);
+        m_desk.edits.end(m_parameter);
+    }
+
+    Desk m_desk;
+    size_t m_parameter;
+    float m_before, m_after;
+    bool m_isDone = false;
+};
+
+class PresetChange final : public QUndoCommand {
+public:
+    PresetChange(const Desk& desk, size_t preset, std::string before, QString& refusal)
+        : m_desk(desk), m_preset(preset), m_before(std::move(before)), m_refusal(refusal) {}
+    void undo() override {
+        Try([&] { m_desk.effect.LoadState(m_before); });
+    }
+    void redo() override {
+        Try([&] { m_desk.edits.loadPreset(m_preset); });
+    }
+
+private:
+    template <class F>
+    void Try(F load) {
+        m_refusal.clear();
+        try {
+            load();
+        } catch (const EffectError& e) {
+            m_refusal = QString::fromUtf8(e.what());
+            setObsolete(true);
+        }
+    }
+
+    Desk m_desk;
+    size_t m_preset;
+    std::string m_before;
+    QString& m_refusal;
+};
+
+/// A number as it is typed, with its unit or the name that it has.
+class ValueBox final : public QDoubleSpinBox {
+public:
+    ValueBox(const EffectParameter& parameter, QWidget* parent)
+        : QDoubleSpinBox(parent), m_parameter(parameter), m_scale(parameter) {
+        setDecimals(SPIN_DECIMALS);
+        setRange(parameter.minimum, parameter.maximum);
+        setKeyboardTracking(false);
+        setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    }
+    QString textFromValue(double value) const override {
+        return TextOf(m_parameter, static_cast<float>(value), locale());
+    }
+    static QString TextOf(const EffectParameter& parameter, float value, const QLocale& locale) {
+        const QString text = ParameterScale(parameter).Text(value, locale);
+        const bool isName =
+            std::ranges::any_of(parameter.points, [&](const auto& p) { return p.first == value; });
+        return isName || parameter.unit.empty() ? text : text + ' ' + QString::fromStdString(parameter.unit);
+    }
+    double valueFromText(const QString& text) const override {
+        // What is shown has fewer digits than what it stands for.
+        if (text == textFromValue(value())) return value();
+        return m_scale.Parse(text, locale()).value_or(static_cast<float>(value()));
+    }
+    QValidator::State validate(QString& text, int&) const override {
+        return m_scale.Parse(text, locale()) ? QValidator::Acceptable : QValidator::Intermediate;
+    }
+    void fixup(QString& text) const override { text = textFromValue(value()); }
+    void stepBy(int steps) override {
+        setValue(m_scale.Stepped(static_cast<float>(value()), steps));
+        selectAll();
+    }
+    /// Wide enough for its widest text, not for all the digits that it could hold.
+    QSize sizeHint() const override {
+        int widest = 0;
+        for (const QString& text : {textFromValue(m_parameter.minimum), textFromValue(m_parameter.maximum),
+                                    QStringLiteral("-0.00000 ") + QString::fromStdString(m_parameter.unit)})
+            widest = std::max(widest, fontMetrics().horizontalAdvance(text));
+        return {widest + 32, QAbstractSpinBox::sizeHint().height()};
+    }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+    bool IsBeingTyped() const { return hasFocus() && lineEdit()->isModified(); }
+
+private:
+    const EffectParameter& m_parameter;
+    ParameterScale m_scale;
+};
+
+}  // namespace
+
+class ParameterControl : public QObject {
+public:
+    ParameterControl(const Desk& desk, size_t index)
+        : m_parameter(desk.effect.Parameters()[index]), m_desk(desk), m_index(index) {}
+
+    virtual void Show(float value) = 0;
+    void Refresh() { Show(m_desk.effect.Value(m_index)); }
+    void ShowTexts() {
+        if (m_reset) m_reset->setText(Text(IDS_EFFECT_RESET));
+    }
+
+protected:
+    void Begin() {
+        m_before = m_desk.effect.Value(m_index);
+        m_desk.edits.begin(m_index);
+    }
+    void Move(float value) { m_desk.edits.change(m_index, value); }
+    void End() {
+        m_desk.edits.end(m_index);
+        const float after = m_desk.effect.Value(m_index);
+        if (after != m_before) m_desk.undo.push(new ValueChange(m_desk, m_index, m_before, after));
+    }
+    void Set(float value) {
+        Begin();
+        Move(value);
+        End();
+        Refresh();
+    }
+    /// A widget of this control: it has the parameter's name, and a way back.
+    void Adopt(QWidget* widget) {
+        widget->setAccessibleName(QString::fromStdString(m_parameter.name));
+        if (!m_reset) {
+            m_reset = new QAction(this);
+            m_reset->setShortcut(Qt::CTRL | Qt::Key_Delete);
+            m_reset->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+            connect(m_reset, &QAction::triggered, this, [this] { Set(m_parameter.preset); });
+        }
+        widget->addAction(m_reset);
+        widget->setContextMenuPolicy(Qt::ActionsContextMenu);
+        widget->setFocusPolicy(Qt::StrongFocus);
+        widget->installEventFilter(this);
+    }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        auto* widget = static_cast<QWidget*>(watched);
+        // The wheel scrolls the page; it moves only what was chosen before.
+        if (event->type() == QEvent::Wheel && !widget->hasFocus()) {
+            event->ignore();
+            return true;
+        }
+        if (event->type() != QEvent::MouseButtonDblClick || qobject_cast<QAbstractSpinBox*>(widget))
+            return false;
+        Set(m_parameter.preset);
+        return true;
+    }
+
+    const EffectParameter& m_parameter;
+
+private:
+    Desk m_desk;
+    size_t m_index;
+    float m_before = 0;
+    QAction* m_reset = nullptr;
+};
+
+namespace {
+
+class SwitchControl final : public ParameterControl {
+public:
+    SwitchControl(const Desk& desk, size_t index, QGridLayout& grid, int row, QLabel*)
+        : ParameterControl(desk, index), m_box(new QCheckBox) {
+        Adopt(m_box);
+        grid.addWidget(m_box, row, 1, 1, 2);
+        connect(m_box, &QCheckBox::clicked, this, [this](bool on) { Set(on ? 1.f : 0.f); });
+    }
+    void Show(float value) override { m_box->setChecked(value > 0); }
+
+private:
+    QCheckBox* m_box;
+};
+
+class ChoiceControl final : public ParameterControl {
+public:
+    ChoiceControl(const Desk& desk, size_t index, QGridLayout& grid, int row, QLabel*)
+        : ParameterControl(desk, index), m_list(new QComboBox) {
+        for (const auto& [value, name] : m_parameter.points) m_list->addItem(QString::fromStdString(name));
+        Adopt(m_list);
+        grid.addWidget(m_list, row, 1, 1, 2);
+        connect(m_list, &QComboBox::activated, this,
+                [this](int at) { Set(m_parameter.points[static_cast<size_t>(at)].first); });
+    }
+    void Show(float value) override {
+        const auto at = std::ranges::find(m_parameter.points, value, &std::pair<float, std::string>::first);
+        m_list->setCurrentIndex(
+            at == m_parameter.points.end() ? -1 : static_cast<int>(at - m_parameter.points.begin()));
+    }
+
+private:
+    QComboBox* m_list;
+};
+
+class NumberControl final : public ParameterControl {
+public:
+    NumberControl(const Desk& desk, size_t index, QGridLayout& grid, int row, QLabel* label)
+        : ParameterControl(desk, index), m_scale(m_parameter), m_slider(new QSlider(Qt::Horizontal)),
+          m_box(new ValueBox(m_parameter, nullptr)) {
+        m_slider->setRange(0, m_scale.Steps());
+        m_slider->setSingleStep(std::max(1, m_scale.Steps() / 100));
+        m_slider->setPageStep(std::max(1, m_scale.Steps() / 10));
+        m_slider->setMinimumWidth(160);
+        Adopt(m_slider);
+        Adopt(m_box);
+        label->installEventFilter(this);
+        grid.addWidget(m_slider, row, 1);
+        grid.addWidget(m_box, row, 2);
+        connect(m_slider, &QSlider::sliderPressed, this, [this] { Begin(); });
+        connect(m_slider, &QSlider::sliderReleased, this, [this] { End(); });
+        connect(m_slider, &QSlider::valueChanged, this, [this](int position) {
+            if (m_slider->isSliderDown())
+                Move(m_scale.Value(position));
+            else
+                Set(m_scale.Value(position));
+        });
+        connect(m_box, &QDoubleSpinBox::valueChanged, this, [this](double v) { Set(static_cast<float>(v)); });
+    }
+    void Show(float value) override {
+        if (!m_slider->isSliderDown()) {
+            const QSignalBlocker quiet(m_slider);
+            m_slider->setValue(m_scale.Position(value));
+        }
+        if (m_box->IsBeingTyped() || static_cast<float>(m_box->value()) == value) return;
+        const QSignalBlocker quiet(m_box);
+        m_box->setValue(value);
+        // A slider's own value is a place; what it stands for is said with it.
+        m_slider->setAccessibleDescription(m_box->text());
+    }
+
+private:
+    ParameterScale m_scale;
+    QSlider* m_slider;
+    ValueBox* m_box;
+};
+
+/// What the effect tells.
+class ReadOut final : public ParameterControl {
+public:
+    ReadOut(const Desk& desk, size_t index, QGridLayout& grid, int row, QLabel*)
+        : ParameterControl(desk, index), m_text(new QLabel) {
+        m_text->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);
+        m_text->setFocusPolicy(Qt::TabFocus);
+        m_text->setTextFormat(Qt::PlainText);
+        grid.addWidget(m_text, row, 1, 1, 2);
+    }
+    void Show(float value) override {
+        const QString text = ValueBox::TextOf(m_parameter, value, m_text->locale());
+        if (text == m_text->text()) return;
+        m_text->setText(text);
+        m_text->setAccessibleName(QString::fromStdString(m_parameter.name) + ' ' + text);
+    }
+
+private:
+    QLabel* m_text;
+};
+
+template <class Control>
+std::unique_ptr<ParameterControl> Make(const Desk& desk, size_t index, QGridLayout& grid, int row,
+                                       QLabel* label) {
+    return std::make_unique<Control>(desk, index, grid, row, label);
+}
+
+auto MakerFor(const EffectParameter& p) {
+    if (p.shown) return Make<ReadOut>;
+    if (p.toggled) return Make<SwitchControl>;
+    return p.listed ? Make<ChoiceControl> : Make<NumberControl>;
+}
+
+}  // namespace
+
+EffectEditor::EffectEditor(Effect& effect, EffectEdits edits, QWidget* parent)
+    : QWidget(parent), m_effect(effect), m_edits(std::move(edits)), m_title(new QLabel),
+      m_presetLabel(new QLabel), m_presets(new QComboBox), m_complaint(new QLabel),
+      m_undoAction(new QAction(this)), m_redoAction(new QAction(this)) {
+    const Desk desk{m_effect, m_edits, m_undo};
+    auto* page = new QWidget;
+    auto* grid = new QGridLayout(page);
+    grid->setColumnStretch(1, 1);
+    const std::span<const EffectParameter> parameters = effect.Parameters();
+    for (size_t i = 0; i < parameters.size(); i++) {
+        const int row = static_cast<int>(i);
+        auto* label = new QLabel(QString::fromStdString(parameters[i].name));
+        label->setTextFormat(Qt::PlainText);
+        grid->addWidget(label, row, 0);
+        m_controls.push_back(MakerFor(parameters[i])(desk, i, *grid, row, label));
+    }
+    grid->setRowStretch(static_cast<int>(parameters.size()), 1);
+
+    auto* scroll = new QScrollArea;
+    scroll->setWidget(page);
+    scroll->setWidgetResizable(true);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setMinimumWidth(page->minimumSizeHint().width() +
+                            scroll->verticalScrollBar()->sizeHint().width());
+
+    QFont strong = font();
+    strong.setBold(true);
+    m_title->setFont(strong);
+    for (QLabel* label : {m_title, m_complaint}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setWordWrap(true);
+    }
+    m_presetLabel->setBuddy(m_presets);
+    auto* head = new QHBoxLayout;
+    head->addWidget(m_presetLabel);
+    head->addWidget(m_presets, 1);
+    m_presets->addItem(QString());
+    for (const std::string& name : effect.Presets()) m_presets->addItem(QString::fromStdString(name));
+    m_presetLabel->setVisible(m_presets->count() > 1);
+    m_presets->setVisible(m_presets->count() > 1);
+    connect(m_presets, &QComboBox::activated, this, &EffectEditor::LoadPreset);
+
+    auto* column = new QVBoxLayout(this);
+    column->addWidget(m_title);
+    column->addLayout(head);
+    column->addWidget(scroll, 1);
+    column->addWidget(m_complaint);
+
+    m_undoAction->setShortcut(QKeySequence::Undo);
+    m_redoAction->setShortcut(QKeySequence::Redo);
+    for (QAction* action : {m_undoAction, m_redoAction}) {
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        addAction(action);
+    }
+    m_undoAction->setEnabled(false);
+    m_redoAction->setEnabled(false);
+    connect(m_undoAction, &QAction::triggered, &m_undo, &QUndoStack::undo);
+    connect(m_redoAction, &QAction::triggered, &m_undo, &QUndoStack::redo);
+    connect(&m_undo, &QUndoStack::canUndoChanged, m_undoAction, &QAction::setEnabled);
+    connect(&m_undo, &QUndoStack::canRedoChanged, m_redoAction, &QAction::setEnabled);
+    setContextMenuPolicy(Qt::ActionsContextMenu);
+    connect(&m_undo, &QUndoStack::indexChanged, this, &EffectEditor::Refresh);
+
+    ShowTexts();
+    auto* timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &EffectEditor::Refresh);
+    timer->start(REFRESH_MS);
+}
+
+EffectEditor::~EffectEditor() { m_undo.disconnect(this); }
+
+void EffectEditor::ShowTexts() {
+    const EffectInfo& info = m_effect.Info();
+    const QString name = QString::fromStdString(info.name);
+    m_title->setText(info.maker.empty()
+                         ? name
+                         : Format(IDS_EFFECT_BY, name.toStdU16String().c_str(),
+                                  QString::fromStdString(info.maker).toStdU16String().c_str()));
+    m_presetLabel->setText(Text(IDS_EFFECT_PRESET));
+    m_presets->setAccessibleName(Text(IDS_EFFECT_PRESET));
+    m_presets->setItemText(0, Text(IDS_EFFECT_NO_PRESET));
+    m_undoAction->setText(Text(IDS_EFFECT_UNDO));
+    m_redoAction->setText(Text(IDS_EFFECT_REDO));
+    for (const auto& control : m_controls) control->ShowTexts();
+    Refresh();
+}
+
+void EffectEditor::LoadPreset(int row) {
+    if (row <= 0) return;
+    try {
+        m_undo.push(new PresetChange({m_effect, m_edits, m_undo}, static_cast<size_t>(row - 1),
+                                     m_effect.SaveState(), m_refusal));
+    } catch (const EffectError& e) {
+        m_refusal = QString::fromUtf8(e.what());
+    }
+    Refresh();
+}
+
+void EffectEditor::Refresh() {
+    for (const auto& control : m_controls) control->Refresh();
+    const QString complaint = QString::fromStdString(m_effect.Complaint());
+    const QString text = !m_refusal.isEmpty() || complaint.isEmpty()
+                             ? m_refusal
+                             : Format(IDS_EFFECT_COMPLAINT, complaint.toStdU16String().c_str());
+    if (text != m_complaint->text()) m_complaint->setText(text);
+    m_complaint->setVisible(!text.isEmpty());
+}
+
+}  // namespace host

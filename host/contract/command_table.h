@@ -1,0 +1,39 @@
+// The commands that plug-ins have registered, kept as they came. [any-thread]
+#pragma once
+
+#include "contract/host_contract.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct RegisteredCommand {
+    std::string group;  ///< what the plug-in calls its commands together
+    std::string name;   ///< "MixingConsole.Show.Channels.All"
+    std::string text;   ///< for a person; may be empty
+    uint32_t command;
+};
+
+class CommandTables {
+public:
+    /// Takes a plug-in's tables over, in place of earlier ones of its name. E_INVALIDARG for one without a
+    /// name and for more than anybody has.
+    HRESULT Register(const MPCOMMANDREG& registration);
+    HRESULT Unregister(const MPCOMMANDREG& registration);
+    /// Fills the reply for the name in it.
+    HRESULT Answer(MPCOMMANDREG& registration) const;
+    std::vector<RegisteredCommand> All() const;
+
+private:
+    struct Table {
+        std::vector<RegisteredCommand> commands;
+        std::vector<MPCOMMANDKEY> keys;
+    };
+    mutable std::mutex m_lock;
+    std::map<std::string, Table> m_tables;
+};
+
+}  // namespace host

@@ -1,0 +1,131 @@
+// IMPPlugInCatalog: families and their effects. Families are numbered from 1 in the library's order, items
+// from ITEM_BASE in the same.
+#include "host/contract/effect_catalog.h"
+
+#include "host/contract/host_object.h"
+#include "platform/text.h"
+
+#include <algorithm>
+
+namespace host {
+namespace {
+
+constexpr uint32_t ITEM_BASE = 0x10000;
+
+struct Item {
+    uint32_t id;
+    uint32_t family;
+    EffectInfo info;
+};
+
+std::vector<Item> ItemsOf(const EffectLibrary& library) {
+    std::vector<Item> items;
+    uint32_t family = 0;
+    for (EffectInfo& info : library.List()) {
+        if (items.empty() || items.back().info.family != info.family) family++;
+        items.push_back({ITEM_BASE + static_cast<uint32_t>(items.size()), family, std::move(info)});
+    }
+    return items;
+}
+
+HRESULT FillRecord(uint32_t id, uint32_t subKind, const std::string& name, MPCATALOGREC* rec) {
+    if (!rec) return S_OK;
+    *rec = {};
+    rec->id = id;
+    rec->subKind = subKind;
+    rec->name = CoTaskMemString(Utf16FromUtf8(name).c_str());
+    return rec->name ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT FillItem(const Item& item, MPCATALOGREC* rec) {
+    return FillRecord(item.id, item.info.instrument ? CATALOG_INSTRUMENT : CATALOG_EFFECT, item.info.name,
+                      rec);
+}
+
+}  // namespace
+
+GUID ClassOfUri(std::string_view uri) {
+    __extension__ using Wide = unsigned __int128;
+    Wide hash = Wide{0x6C62272E07BB0142} << 64 | 0x62B821756295C58D;
+    constexpr Wide PRIME = Wide{0x0000000001000000} << 64 | 0x000000000000013B;
+    for (const char c : uri) hash = (hash ^ static_cast<uint8_t>(c)) * PRIME;
+    uint8_t bytes[16];
+    for (int i = 15; i >= 0; i--, hash >>= 8) bytes[i] = static_cast<uint8_t>(hash);
+    bytes[7] = static_cast<uint8_t>((bytes[7] & 0x0F) | 0x80);  // the high byte of data3: the version
+    bytes[8] = static_cast<uint8_t>((bytes[8] & 0x3F) | 0x80);
+    GUID guid;
+    static_assert(sizeof guid == sizeof bytes);
+    std::memcpy(&guid, bytes, sizeof guid);
+    return guid;
+}
+
+std::optional<std::string> UriOfClass(const EffectLibrary* library, const GUID& effectClass) {
+    if (!library) return std::nullopt;
+    for (EffectInfo& info : library->List())
+        if (ClassOfUri(info.uri) == effectClass) return std::move(info.uri);
+    return std::nullopt;
+}
+
+/// The place-th of the level.
+HRESULT PlugInCatalogPart::Give(uint32_t level, uint32_t parent, size_t place, uint32_t* id,
+                                MPCATALOGREC* rec, uint32_t* more) {
+    std::vector<Item> items = ItemsOf(*Core().effects);
+    if (level == LEVEL_SUB_OBJECT)
+        std::erase_if(items, [parent](const Item& item) { return item.family != parent; });
+    else
+        items.erase(std::ranges::unique(items, {}, &Item::family).begin(), items.end());
+    if (place >= items.size()) return S_FALSE;
+    const Item& item = items[place];
+    *more = place + 1 < items.size();
+    *id = level == LEVEL_SUB_OBJECT ? item.id : item.family;
+    return level == LEVEL_SUB_OBJECT ? FillItem(item, rec)
+                                     : FillRecord(item.family, 0, item.info.family, rec);
+}
+
+HRESULT PlugInCatalogPart::First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
+    if (!id || !more) return E_POINTER;
+    *more = 0;
+    if (level != LEVEL_CHANNEL && level != LEVEL_SUB_OBJECT) return S_FALSE;
+    return Guarded([&] { return Give(level, *id, 0, id, rec, more); });
+}
+
+HRESULT PlugInCatalogPart::Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
+    if (!id || !more) return E_POINTER;
+    *more = 0;
+    if (level == LEVEL_CHANNEL) return Guarded([&] { return Give(level, 0, *id, id, rec, more); });
+    if (level != LEVEL_SUB_OBJECT) return S_FALSE;
+    return Guarded([&] {
+        const std::vector<Item> items = ItemsOf(*Core().effects);
+        const auto at = std::ranges::find(items, *id, &Item::id);
+        if (at == items.end()) return S_FALSE;
+        const auto before = std::ranges::count(items.begin(), at, at->family, &Item::family);
+        return Give(level, at->family, static_cast<size_t>(before) + 1, id, rec, more);
+    });
+}
+
+HRESULT PlugInCatalogPart::Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t) {
+    if (!id || !rec) return E_POINTER;
+    return Guarded([&] {
+        for (const Item& item : ItemsOf(*Core().effects)) {
+            if (level == LEVEL_SUB_OBJECT && item.id == *id) return FillItem(item, rec);
+            if (level == LEVEL_CHANNEL && item.family == *id)
+                return FillRecord(item.family, 0, item.info.family, rec);
+        }
+        return S_FALSE;
+    });
+}
+
+HRESULT PlugInCatalogPart::GetItemData(uint32_t* id, void* out) {
+    if (!id || !out) return E_POINTER;
+    return Guarded([&] {
+        for (const Item& item : ItemsOf(*Core().effects)) {
+            if (item.id != *id) continue;
+            const MPCATALOGITEM data{sizeof data, !item.info.problem.empty(), ClassOfUri(item.info.uri)};
+            std::memcpy(out, &data, sizeof data);
+            return S_OK;
+        }
+        return S_FALSE;
+    });
+}
+
+}  // namespace host

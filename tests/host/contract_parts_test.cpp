@@ -1,0 +1,366 @@
+// What the contract says of every kind of channel, of their sends, effects, routes and automation.
+#include "host/contract/automation_writer.h"
+#include "host/contract/effect_catalog.h"
+#include "host/contract/project.h"
+#include "tests/host/engine_fixture.h"
+#include "tests/host/test_effects.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace host;
+
+class Library final : public EffectLibrary {
+public:
+    std::unique_ptr<Effect> Make(std::string_view uri, int sampleRate) override {
+        return m_effects.Make(uri, sampleRate);
+    }
+    std::vector<EffectInfo> List() const override {
+        return {
+            {.uri = "urn:gain",
+             .name = "Maker Gain",
+             .maker = "Maker",
+             .family = "Level",
+             .inputs = 2,
+             .outputs = 2},
+            {.uri = "urn:half", .name = "Half", .family = "Level", .inputs = 2, .outputs = 2},
+            {.uri = "urn:keys", .name = "Keys", .family = "Instrument", .outputs = 2, .instrument = true}};
+    }
+
+private:
+    test::TestEffects m_effects;
+};
+
+class ContractParts : public ::testing::Test, public IMPCtrlChannelSink {
+protected:
+    void SetUp() override {
+        project.PluginHost()->QueryInterface(IID_IMPCtrlChannels, channels.OutVoid());
+        project.PluginHost()->QueryInterface(IID_IMPPropertyStore, store.OutVoid());
+        ComPtr<IConnectionPointContainer> container;
+        project.PluginHost()->QueryInterface(IID_IConnectionPointContainer, container.OutVoid());
+        container->FindConnectionPoint(IID_IMPCtrlChannelSink, point.Out());
+        ASSERT_EQ(point->Advise(this, &cookie), S_OK);
+        track = project.AddChannel(ChannelKind::AudioTrack, "Track");
+        fx = project.AddChannel(ChannelKind::Fx, "Room");
+        synth = project.AddChannel(ChannelKind::Synth, "Synth");
+        heard.clear();
+    }
+    void TearDown() override { point->Unadvise(cookie); }
+
+    HRESULT QueryInterface(const GUID&, void** out) override {
+        *out = static_cast<IMPCtrlChannelSink*>(this);
+        return S_OK;
+    }
+    uint32_t AddRef() override { return 1; }
+    uint32_t Release() override { return 1; }
+    HRESULT OnControl(const MPCTRLREC* rec) override {
+        if (rec->id == MPCTRL_CHANNEL) heard.push_back({rec->flags, rec->level, rec->kindMask});
+        return S_OK;
+    }
+    struct Heard {
+        uint32_t flags, level, mask;
+        friend bool operator==(const Heard&, const Heard&) = default;
+    };
+    std::vector<Heard> Take() { return std::exchange(heard, {}); }
+
+    static uint32_t LevelOf(const MPCHANNELID& id) { return id.subSub ? 3 : id.sub ? 2 : 1; }
+    HRESULT Get(const MPCHANNELID& id, uint32_t mask, MPCHANNELREC* rec) {
+        return channels->Get(&id, LevelOf(id), rec, 0, mask);
+    }
+    MPCHANNELREC Got(const MPCHANNELID& id, uint32_t mask, uint32_t pair = 0) {
+        MPCHANNELREC rec{};
+        rec.pairSelector = pair;
+        EXPECT_EQ(Get(id, mask, &rec), S_OK) << mask;
+        return rec;
+    }
+    HRESULT Set(const MPCHANNELID& id, uint32_t mask, MPCHANNELREC rec) {
+        return channels->Set(&id, LevelOf(id), &rec, mask);
+    }
+    std::vector<MPCHANNELREF> List(MPCHANNELREF ref, uint32_t level, uint32_t kinds) {
+        std::vector<MPCHANNELREF> rows;
+        uint32_t more = 0;
+        for (HRESULT hr = channels->First(&ref, level, nullptr, &more, kinds, 0);
+             hr == S_OK && rows.size() < 99; hr = channels->Next(&ref, level, nullptr, &more, kinds, 0)) {
+            rows.push_back(ref);
+            if (!more) break;
+        }
+        return rows;
+    }
+    MPCHANNELID InsertEffect(ChannelId channel, const char* uri, int32_t order = -1) {
+        MPCHANNELID id{channel, 0, 0};
+        MPCHANNELREC rec{};
+        rec.order = order;
+        rec.effectClass = ClassOfUri(uri);
+        EXPECT_EQ(channels->Insert(&id, LEVEL_SUB_OBJECT, &rec), S_OK);
+        return id;
+    }
+    const Channel* Find(ChannelId id) { return FindChannel(session = project.Snapshot(), id); }
+
+    EngineOptions Options() {
+        EngineOptions options;
+        options.systemDevice = false;
+        options.effects = std::make_shared<Library>();
+        return options;
+    }
+    std::vector<Heard> heard;
+    Session session;
+    Project project{Options()};
+    ChannelId track = 0, fx = 0, synth = 0;
+    ComPtr<IMPCtrlChannels> channels;
+    ComPtr<IMPPropertyStore> store;
+    ComPtr<IConnectionPoint> point;
+    uint32_t cookie = 0;
+};
+
+TEST_F(ContractParts, EveryKindIsMadeListedAndCounted) {
+    struct Row {
+        uint32_t kind, mask;
+        int32_t order;
+    };
+    for (const Row& row : {Row{KIND_AUDIO_TRACK, ENUM_TRACKS, 1}, Row{KIND_MIDI_TRACK, ENUM_TRACKS, 2},
+                           Row{KIND_AUDIO_BUS, ENUM_BUSSES, 0}, Row{KIND_FX, ENUM_BUSSES, 1},
+                           Row{KIND_SYNTH, ENUM_BUSSES, 1}, Row{KIND_INPUT_BUS, ENUM_BUSSES, 0}}) {
+        const size_t before = List({}, LEVEL_CHANNEL, row.mask).size();
+        MPCHANNELID id{};
+        MPCHANNELREC rec{};
+        rec.kind = row.kind;
+        rec.order = ORDER_APPEND;
+        ASSERT_EQ(channels->Insert(&id, LEVEL_CHANNEL, &rec), S_OK) << row.kind;
+        EXPECT_EQ(List({}, LEVEL_CHANNEL, row.mask).size(), before + 1);
+        EXPECT_EQ(Got(id, MASK_IDENTITY).kind, row.kind);
+        EXPECT_EQ(Got(id, MASK_IDENTITY).order, row.order) << row.kind;
+    }
+    MPAUDIOFORMAT format{};
+    EXPECT_EQ(store->GetProperty(&MPPROP_AUDIO_FORMAT, 0, 0, sizeof format, &format), S_OK);
+    EXPECT_EQ(format.inserts[INSERT_FX].count, 2u);
+    EXPECT_EQ(format.inserts[INSERT_FX].limit, 128u);
+}
+
+TEST_F(ContractParts, SendsAreObjectsAndTheCurrentOneOfAChannel) {
+    const MPCHANNELID channel{track, 0, 0};
+    MPCHANNELREC rec{};
+    EXPECT_EQ(Get(channel, MASK_SEND, &rec), S_FALSE) << "no send, and none chosen";
+    rec.sendTarget = track;
+    EXPECT_EQ(Set(channel, MASK_SEND | MASK_TARGET, rec), E_INVALIDARG) << "takes no sends";
+    rec.sendTarget = fx;
+    EXPECT_EQ(Set(channel, MASK_SEND | MASK_TARGET, rec), S_OK);
+    EXPECT_EQ(Got(channel, MASK_SEND).sendLevel, 0.0f) << "silence, until it is turned up";
+    EXPECT_TRUE(Find(track)->sends.empty());
+    rec.sendLevel = 0.5f;
+    rec.sendSwitches = SENDSWITCH_PRE;
+    EXPECT_EQ(Set(channel, MASK_SEND, rec), S_OK);
+    ASSERT_EQ(Find(track)->sends.size(), 1u);
+    EXPECT_TRUE(Find(track)->sends[0].pre_fader);
+
+    const MPCHANNELID send{track, Find(track)->sends[0].id, 0};
+    EXPECT_EQ(Got(send, MASK_SEND).sendTarget, fx);
+    EXPECT_TRUE(Got(send, MASK_FIXED).switches & SWITCH_SEND);
+    Take();
+    rec = Got(send, MASK_VOLUME | MASK_PAN);
+    rec.volume = 0.25f;
+    rec.pan = -1;
+    EXPECT_EQ(Set(send, MASK_VOLUME | MASK_PAN, rec), S_OK);
+    EXPECT_EQ(Take(), (std::vector<Heard>{{CHANGE_ATTRIBUTES, 2, MASK_SEND | MASK_PAN},
+                                          {CHANGE_ATTRIBUTES, 1, MASK_SEND}}));
+    EXPECT_EQ(Got(channel, MASK_SEND).sendLevel, 0.25f);
+
+    MPCHANNELID back{fx, 0, 0};
+    rec = {};
+    rec.sendTarget = fx;
+    EXPECT_EQ(channels->Insert(&back, LEVEL_SUB_OBJECT, &rec), E_INVALIDARG) << "no circles";
+    EXPECT_NE(project.Refusal().find("Room"), std::string::npos) << project.Refusal();
+    project.EditChannel(track, [&](Channel& c) {
+        c.automation = {{{AutomationTarget::SendLevel, c.sends[0].id, {}}, {{0, -6}}}};
+    });
+    EXPECT_TRUE(project.RemoveChannel(fx)) << "what led there goes with it, and its automation";
+    EXPECT_TRUE(Find(track)->sends.empty() && Find(track)->automation.empty());
+}
+
+TEST_F(ContractParts, EffectsByClassMovedBypassedAndTakenOut) {
+    Take();
+    const MPCHANNELID gain = InsertEffect(track, "urn:gain");
+    EXPECT_EQ(Take(),
+              (std::vector<Heard>{{CHANGE_ADDED, 2, KIND_AUDIO_TRACK}, {CHANGE_ATTRIBUTES, 1, MASK_CHAIN}}));
+    const MPCHANNELID half = InsertEffect(track, "urn:half", 0);
+    EXPECT_EQ(Got(gain, MASK_EFFECT_POSITION).effectTarget, 1u);
+    MPCHANNELREC rec = Got(gain, MASK_EFFECT_STATE);
+    EXPECT_EQ(rec.effectParam, 1u);
+    rec.effectState |= EFFECT_BYPASSED;
+    rec.effectTarget = 0;
+    EXPECT_EQ(Set(gain, MASK_EFFECT_STATE | MASK_EFFECT_POSITION, rec), S_OK);
+    EXPECT_EQ(Find(track)->inserts[0].uri, "urn:gain");
+    EXPECT_TRUE(Find(track)->inserts[0].bypass);
+    rec = Got(gain, MASK_LONG_NAME | MASK_SHORT_NAME);
+    EXPECT_EQ(std::u16string(rec.effectLongName) + rec.effectShortName, u"Maker GainGain");
+    CoTaskMemFree(rec.effectLongName);
+    CoTaskMemFree(rec.effectShortName);
+
+    const std::vector<MPCHANNELREF> parameters =
+        List({track, nullptr, gain.sub, nullptr}, LEVEL_PARAMETER, 0);
+    ASSERT_EQ(parameters.size(), 1u);
+    const MPCHANNELID parameter{track, gain.sub, parameters[0].sub >> 32};
+    rec = Got(parameter, MASK_VOLUME);
+    rec.volume = (rec.aux + rec.insertLevel) / 2;
+    EXPECT_EQ(Set(parameter, MASK_VOLUME, rec), S_OK);
+    EXPECT_EQ(Got(parameter, MASK_VOLUME).volume, rec.volume);
+
+    EXPECT_EQ(List({track, nullptr, 0, nullptr}, LEVEL_SUB_OBJECT, 0).size(), 2u);
+    EXPECT_EQ(channels->Remove(LEVEL_SUB_OBJECT, &half), S_OK);
+    EXPECT_EQ(channels->Remove(LEVEL_SUB_OBJECT, &half), S_FALSE);
+    EXPECT_EQ(Get(half, MASK_EFFECT_STATE, &rec), S_FALSE);
+
+    const auto refused = [&](ChannelId channel, const char* uri) {
+        MPCHANNELREC effect{};
+        effect.effectClass = ClassOfUri(uri);
+        return Set({channel, 0, 0}, MASK_CHAIN, effect);
+    };
+    EXPECT_EQ(refused(track, "urn:unknown"), E_INVALIDARG);
+    EXPECT_EQ(refused(track, "urn:keys"), E_INVALIDARG) << "an instrument is for synths";
+    EXPECT_EQ(refused(synth, "urn:keys"), S_OK);
+    EXPECT_EQ(Find(synth)->instrument->uri, "urn:keys");
+}
+
+TEST_F(ContractParts, TheCatalogListsFamiliesAndTheirEffects) {
+    ComPtr<IMPPlugInCatalog> catalog;
+    ASSERT_EQ(project.PluginHost()->QueryInterface(IID_IMPPlugInCatalog, catalog.OutVoid()), S_OK);
+    std::u16string seen;
+    uint32_t family = 0, moreFamilies = 0;
+    MPCATALOGREC rec{};
+    for (HRESULT hr = catalog->First(&family, 1, &rec, &moreFamilies, 0); hr == S_OK;
+         hr = catalog->Next(&family, 1, &rec, &moreFamilies, 0)) {
+        seen += std::u16string(rec.name) + u":";
+        CoTaskMemFree(rec.name);
+        uint32_t item = family, more = 0;
+        for (HRESULT inner = catalog->First(&item, 2, &rec, &more, 0); inner == S_OK;
+             inner = catalog->Next(&item, 2, &rec, &more, 0)) {
+            seen += std::u16string(rec.name) + u" ";
+            CoTaskMemFree(rec.name);
+            MPCATALOGITEM data{};
+            EXPECT_EQ(catalog->GetItemData(&item, &data), S_OK);
+            EXPECT_NE(data.effectClass, GUID{});
+            if (!more) break;
+        }
+        if (!moreFamilies) break;
+    }
+    EXPECT_EQ(seen, u"Level:Maker Gain Half Instrument:Keys ");
+}
+
+TEST_F(ContractParts, RoutesLeadToEntriesAndChannels) {
+    const MPCHANNELID channel{track, 0, 0};
+    const std::vector<MPCHANNELREF> inputs = List({}, LEVEL_SUB_OBJECT, KIND_INPUT_BUS);
+    ASSERT_GE(inputs.size(), 3u) << "a pair and its two channels at least";
+    MPCHANNELREC rec{};
+    rec.inputTarget = inputs.back().channel;
+    EXPECT_EQ(Set(channel, MASK_INPUT_ROUTE | MASK_TARGET, rec), S_OK);
+    EXPECT_EQ(Got(channel, MASK_INPUT_ROUTE).inputTarget, inputs.back().channel);
+    EXPECT_TRUE(Find(track)->input.mono);
+    rec.inputTarget = synth;
+    EXPECT_EQ(Set(channel, MASK_INPUT_ROUTE | MASK_TARGET, rec), S_OK);
+    rec.inputTarget++;
+    rec.outputTarget = List({}, LEVEL_SUB_OBJECT, KIND_OUTPUT_ENTRY).at(0).channel;
+    EXPECT_EQ(Set(channel, MASK_INPUT_ROUTE | MASK_OUTPUT_ROUTE | MASK_TARGET, rec), E_INVALIDARG)
+        << "not the device";
+    EXPECT_EQ(Find(track)->input.channel, synth);
+    EXPECT_EQ(Got({rec.outputTarget, 0, 0}, MASK_IDENTITY).kind, KIND_OUTPUT_ENTRY);
+    EXPECT_EQ(Get({fx, 0, 0}, MASK_INPUT_ROUTE, &rec), S_FALSE) << "has no input";
+}
+
+TEST_F(ContractParts, ASurroundMasterIsAGroupAndTracksHaveTheirPlace) {
+    const test::TempFolder folder;
+    Session surround = project.Snapshot();
+    surround.mode = ChannelMode::Surround51;
+    SaveSession(surround, folder / "s.tarn");
+    project.Open(folder / "s.tarn");
+    const std::vector<MPCHANNELREF> heads = List({}, LEVEL_CHANNEL, KIND_NO_STRIP);
+    ASSERT_EQ(heads.size(), 1u);
+    const MPCHANNELREC head = Got({heads[0].channel, 0, 0}, MASK_IDENTITY);
+    EXPECT_EQ(head.kind, KIND_SURROUND_MASTER | KIND_NO_STRIP);
+    const MPCHANNELID rear = MPCHANNELREC_Companion(head, 1);
+    EXPECT_EQ(Got(rear, MASK_IDENTITY).pairSelector, SPEAKER_REAR);
+    MPCHANNELREC rec{};
+    rec.volume = rec.linkedVolume = 0.5f;
+    EXPECT_EQ(Set(rear, MASK_VOLUME, rec), S_OK);
+    EXPECT_EQ(Got({heads[0].channel, 0, 0}, MASK_VOLUME, SPEAKER_REAR).volume, 0.5f);
+    EXPECT_EQ(Got({heads[0].channel, 0, 0}, MASK_VOLUME).volume, 1.0f) << "the front is another";
+    rec.pairSelector = SPEAKER_REAR;
+    rec.pan = -1;
+    EXPECT_EQ(Set({track, 0, 0}, MASK_PAN, rec), S_OK);
+    EXPECT_EQ(Find(track)->place.y, -1);
+    EXPECT_EQ(Find(track)->pan, 0);
+}
+
+TEST_F(ContractParts, ModesMonitoringAndCommandsAreKept) {
+    MPCHANNELREC rec{};
+    for (const auto& [word, mode] :
+         {std::pair{AUTOMATION_TOUCH_MODE, AutomationMode::Touch}, {0u, AutomationMode::Off}}) {
+        rec.automation = word;
+        EXPECT_EQ(Set({track, 0, 0}, MASK_AUTOMATION, rec), S_OK);
+        EXPECT_EQ(Find(track)->automation_mode, mode);
+    }
+    rec.automation = 3;
+    EXPECT_EQ(Set({track, 0, 0}, MASK_AUTOMATION, rec), E_INVALIDARG);
+    rec.switches = SWITCH_SURFACE;
+    EXPECT_EQ(Set({track, 0, 0}, MASK_SWITCHES | MASK_TARGET, rec), S_FALSE) << "clears nothing";
+
+    MPTOOLBAR bar{sizeof bar, MONITORING_DIM, 0};
+    EXPECT_EQ(store->SetProperty(&MPPROP_TOOLBAR, 0, sizeof bar, &bar), S_OK);
+    EXPECT_TRUE(project.Snapshot().monitoring.dim);
+
+    const MPCOMMAND rows[] = {{u"Show.All", u"Show all", 50047, 0}};
+    MPCOMMANDREG commands{};
+    commands.size = sizeof commands;
+    commands.action = COMMANDS_REGISTER;
+    commands.commands = rows;
+    commands.commandCount = 1;
+    commands.name = u"Mix Console";
+    EXPECT_EQ(store->SetProperty(&MPPROP_COMMANDS, 0, sizeof commands, &commands), S_OK);
+    ASSERT_EQ(project.Commands().size(), 1u);
+    EXPECT_EQ(project.Commands()[0].name, "Show.All");
+    commands.action = COMMANDS_UNREGISTER;
+    EXPECT_EQ(store->SetProperty(&MPPROP_COMMANDS, 0, sizeof commands, &commands), S_OK);
+    EXPECT_TRUE(project.Commands().empty());
+}
+
+TEST(AutomationWriter, WritesWhatTheModeSays) {
+    using Mode = AutomationMode;
+    const AutomationKey volume{};
+    struct Row {
+        Mode mode;
+        bool heldAfterRelease;
+        size_t stretches;  ///< once playing has stopped
+        double end;
+    };
+    for (const Row& row :
+         {Row{Mode::Off, false, 0, 0}, Row{Mode::Read, false, 0, 0}, Row{Mode::Touch, false, 1, 2},
+          Row{Mode::Latch, true, 1, 3}, Row{Mode::Write, true, 1, 3}}) {
+        SCOPED_TRACE(static_cast<int>(row.mode));
+        std::vector<bool> holds;
+        AutomationWriter writer([&](ChannelId, const AutomationKey&, bool on) { holds.push_back(on); });
+        writer.Touch(1, volume, row.mode, true);
+        EXPECT_EQ(writer.IsHeld(1, volume), row.mode != Mode::Off);
+        writer.Move(1, volume, row.mode, -6, 1, true);
+        writer.Tick(2, true);
+        writer.Touch(1, volume, row.mode, false);
+        EXPECT_EQ(writer.IsHeld(1, volume), row.heldAfterRelease);
+        writer.Tick(3, true);
+        writer.Tick(0, false);
+        EXPECT_FALSE(writer.IsHeld(1, volume));
+        const auto complete = writer.TakeComplete();
+        ASSERT_EQ(complete.size(), row.stretches);
+        if (!complete.empty()) {
+            EXPECT_EQ(complete[0].points.front(), (AutomationPoint{1, -6}));
+            EXPECT_EQ(complete[0].points.back(), (AutomationPoint{row.end, -6}));
+        }
+        EXPECT_TRUE(holds.empty() || !holds.back()) << "nothing stays in a hand that is not there";
+    }
+    AutomationWriter writer([](ChannelId, const AutomationKey&, bool) {});
+    writer.Touch(1, volume, Mode::Touch, true);
+    writer.Move(1, volume, Mode::Touch, -6, 5, true);
+    writer.Move(1, volume, Mode::Touch, -3, 1, true);
+    EXPECT_EQ(writer.TakeComplete().size(), 1u) << "the loop's seam parts two stretches";
+    writer.Move(2, {AutomationTarget::Mute}, Mode::Touch, 1, 2, true);
+    EXPECT_EQ(writer.TakeComplete().size(), 1u) << "a click on a switch";
+}
+
+}  // namespace

@@ -1,0 +1,4 @@
+// A library that ends the process that loads it.
+#include <cstdlib>
+
+[[gnu::constructor]] static void End() { std::abort(); }

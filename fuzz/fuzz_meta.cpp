@@ -11,6 +11,8 @@
 #include "mediafile/meta/summary.h"
 #include "platform/memory.h"
 
+using namespace tarn;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 20000) return 0;
     const FuzzFile fuzz(data, size);

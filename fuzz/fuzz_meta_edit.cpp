@@ -5,6 +5,8 @@
 
 #include <vector>
 
+using namespace tarn;
+
 static std::vector<uint8_t> Samples(HQMFILE file, const MediaContents& c) {
     std::vector<uint8_t> bytes(c.dataBytes);
     const FileSource source(file);

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 
 struct Row {

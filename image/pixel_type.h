@@ -27,8 +27,8 @@ static_assert(sizeof(RGBQUAD) == 4);
 
 inline constexpr uint32_t BI_RGB = 0;
 inline constexpr uint32_t BI_BITFIELDS = 3;          ///< three masks of 32 bits follow the head
-inline constexpr uint32_t BI_QMGS = FourCC("QMGS");  ///< grey
-inline constexpr uint32_t BI_QMDB = FourCC("QMDB");  ///< deep or premultiplied pixels
+inline constexpr uint32_t BI_QMGS = tarn::FourCC("QMGS");  ///< grey
+inline constexpr uint32_t BI_QMDB = tarn::FourCC("QMDB");  ///< deep or premultiplied pixels
 
 /// RGBA32 and RGBA32_ALT lie as blue, green, red, alpha; the first is straight, the second has its colours
 /// multiplied with alpha. RGBA64 and RGBAFLOAT lie as red, green, blue, alpha and are straight until someone

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <utility>
 
+using namespace tarn;
+
 namespace {
 
 bool IsPrintable(const uint8_t* id) {

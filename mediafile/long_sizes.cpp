@@ -3,6 +3,8 @@
 #include "mediafile/byte_order.h"
 #include "mediafile/byte_source.h"
 
+using namespace tarn;
+
 namespace {
 constexpr uint32_t PLACE = 12, HEADER = 8, MOST_ENTRIES = 1024, ENTRY_BYTES = 12, LEAST = 24;
 }

@@ -7,6 +7,8 @@
 #include <span>
 #include <vector>
 
+namespace tarn {
+
 /// One writer, one reader; messages stay whole.
 class ByteRing {
 public:
@@ -51,3 +53,5 @@ private:
     std::vector<uint8_t> m_bytes;
     std::atomic<size_t> m_read{0}, m_write{0};
 };
+
+}  // namespace tarn

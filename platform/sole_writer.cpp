@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace tarn {
+
 SoleWriter::SoleWriter(const std::filesystem::path& path) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return;
@@ -13,3 +15,5 @@ SoleWriter::SoleWriter(const std::filesystem::path& path) {
     ::fcntl(fd, F_SETLEASE, F_UNLCK);
     ::close(fd);
 }
+
+}  // namespace tarn

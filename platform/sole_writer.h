@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+namespace tarn {
+
 class QM_API SoleWriter {
 public:
     /// Asks now. A file system that cannot tell counts as nobody writing.
@@ -14,3 +16,5 @@ public:
 private:
     bool m_isSole = true;
 };
+
+}  // namespace tarn

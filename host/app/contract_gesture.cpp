@@ -5,6 +5,8 @@
 
 #include <vector>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <span>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

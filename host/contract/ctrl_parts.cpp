@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

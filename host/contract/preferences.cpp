@@ -2,6 +2,8 @@
 
 #include "platform/text.h"
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -78,7 +78,7 @@ private:
     std::map<std::string, std::string> m_complaints;  ///< what was printed when a bundle was read
     Place m_at;
     std::mutex m_guard;
-    ChildProcess* m_child = nullptr;
+    tarn::ChildProcess* m_child = nullptr;
     std::atomic<bool> m_cancelled{false};
 };
 

@@ -9,6 +9,8 @@
 #include <cmath>
 #include <thread>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

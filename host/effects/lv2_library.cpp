@@ -11,6 +11,8 @@
 
 #include <sys/stat.h>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -16,6 +16,8 @@
 #include <span>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

@@ -25,7 +25,7 @@ struct Lv2ViewLink {
 
     Lv2ViewLink();
 
-    ByteRing toEffect{BYTES}, toView{BYTES};
+    tarn::ByteRing toEffect{BYTES}, toView{BYTES};
     std::atomic<bool> isOpen{false};
     std::vector<uint8_t> message, block;  ///< the audio thread's; never grow there
 };

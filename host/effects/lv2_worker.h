@@ -38,7 +38,7 @@ private:
 
     const LV2_Worker_Interface& m_plugin;
     LV2_Handle m_instance;
-    ByteRing m_requests, m_answers;
+    tarn::ByteRing m_requests, m_answers;
     std::mutex m_working;  ///< one work at a time, so one writer of answers
     std::atomic<size_t> m_pending{0};
     std::atomic<bool> m_ends{false};

@@ -15,6 +15,8 @@
 #include <mutex>
 #include <optional>
 
+using namespace tarn;
+
 namespace host {
 
 namespace {

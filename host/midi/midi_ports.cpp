@@ -12,6 +12,8 @@
 #include <string_view>
 #include <thread>
 
+using namespace tarn;
+
 namespace host {
 namespace {
 

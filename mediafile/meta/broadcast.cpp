@@ -6,6 +6,8 @@
 
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t IDS[] = {FourCC("bext"), FourCC("iXML")};

@@ -6,6 +6,8 @@
 
 #include <map>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t CUE = FourCC("cue "), ADTL = FourCC("adtl"), LABL = FourCC("labl"), NOTE = FourCC("note"),

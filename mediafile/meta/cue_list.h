@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-inline constexpr GUID QM_CUE_LABEL = "{ABF76256-392D-11D2-86C7-00C04F8EDB8A}"_guid;
+inline constexpr GUID QM_CUE_LABEL = tarn::Guid("{ABF76256-392D-11D2-86C7-00C04F8EDB8A}");
 
 /// Samples to units of 100 nanoseconds, to the nearest; 0 with rate 0.
 QM_API int64_t QmFMMeta_TimeFromSamples(uint64_t samples, uint32_t rate);

@@ -4,6 +4,8 @@
 #include "mediafile/file_stream.h"
 #include "platform/stream.h"
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t DISP = FourCC("DISP");

@@ -11,6 +11,8 @@
 #include <map>
 #include <sstream>
 
+using namespace tarn;
+
 struct IxmlContent::Document {
     pugi::xml_document xml;
 };

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace tarn;
+
 namespace {
 
 struct TextPair {

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <set>
 
+using namespace tarn;
+
 namespace {
 
 using Found = std::vector<std::string>;

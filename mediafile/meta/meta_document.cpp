@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace {
 
 constexpr const char* TECHNICAL[] = {"JUNK", "junk", "FLLR", "PAD ", "ds64", "fact", "FVER", "PEAK", "CHAN",

@@ -6,6 +6,8 @@
 #include <bit>
 #include <charconv>
 
+using namespace tarn;
+
 namespace {
 
 struct Field {

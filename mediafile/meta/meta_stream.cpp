@@ -12,6 +12,8 @@
 #include <memory>
 #include <new>
 
+using namespace tarn;
+
 namespace {
 
 using Span = std::span<const uint8_t>;

@@ -9,6 +9,8 @@
 #include <charconv>
 #include <iterator>
 
+using namespace tarn;
+
 namespace {
 
 using Bytes = std::span<const uint8_t>;

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+using namespace tarn;
+
 namespace {
 
 struct Part {

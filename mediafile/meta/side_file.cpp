@@ -7,6 +7,8 @@
 
 #include <memory>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t QMPI = FourCC("QMPI"), QMML = FourCC("QMML");

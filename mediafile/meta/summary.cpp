@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t STREAM_VERSION = 8;

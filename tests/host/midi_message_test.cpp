@@ -8,6 +8,8 @@
 #include <numeric>
 #include <thread>
 
+using namespace tarn;
+
 namespace {
 using namespace host;
 using Bytes = std::vector<uint8_t>;

@@ -13,6 +13,8 @@
 #include "platform/stream.h"
 #include "tests/mediafile/media_support.h"
 
+using namespace tarn;
+
 namespace {
 
 constexpr uint32_t INAM = FourCC("INAM"), IART = FourCC("IART"), ICMT = FourCC("ICMT");

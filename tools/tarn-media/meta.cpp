@@ -12,6 +12,8 @@
 #include <mutex>
 #include <stdexcept>
 
+using namespace tarn;
+
 namespace {
 
 using nlohmann::json;

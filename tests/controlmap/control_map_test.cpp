@@ -536,6 +536,10 @@ TEST_F(Map, FailuresOfTheHostEndAFunctionAndMapsComeAndGo) {
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
     map.Idle(false);
     EXPECT_EQ(site.setMasks.size(), 1u) << "what waited was a copy";
+    for (const char16_t* name : {u"First", u"Second"}) ASSERT_EQ(map.AddMap(MapOf(rows, name)), S_OK);
+    map.SelectMap(1);
+    map.DeleteMap(0);
+    EXPECT_EQ(map.CurrentMap(), 0) << "the chosen one stays the chosen one";
     map.EnableMap(false);
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
 }

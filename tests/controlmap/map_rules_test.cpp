@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 namespace {
 MPFUNCTIONMAP Row(uint32_t flags, const MPEVENTREC& first, int32_t min = 0, int32_t max = 0,
@@ -150,6 +151,19 @@ TEST(MapValue, WhatIsEncodedIsDecoded) {
     EXPECT_EQ(row.first.byte2, 60);
     EventFromRaw(10, 10, 5, row);
     EXPECT_EQ(row.first.byte2, 15);
+}
+
+TEST(MapValue, KnobsWithoutEndsCountInTheirOwnWay) {
+    for (const auto& [how, byte, steps] : {std::tuple{STEPS_SIGN_BIT, 1, 1},
+                                           {STEPS_SIGN_BIT, 66, -2},
+                                           {STEPS_TWOS_COMPLEMENT, 2, 2},
+                                           {STEPS_TWOS_COMPLEMENT, 127, -1},
+                                           {STEPS_OFFSET, 66, 2},
+                                           {STEPS_OFFSET, 63, -1}}) {
+        MPFUNCTIONMAP row = Row(V | EFUNCFLAG_RELATIVE, Event(MPCNTRL_CHNG, 7, static_cast<uint8_t>(byte)));
+        row.index = how;
+        EXPECT_EQ(StepsFromEvent(row), steps) << how << ' ' << byte;
+    }
 }
 
 TEST(MapValue, NamesAreCutSoThatTheyStayApart) {

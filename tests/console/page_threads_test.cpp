@@ -1,13 +1,11 @@
 // Host callbacks on eight threads while the page opens and closes, and while it is being worked.
-#include "tests/support/fake_host.h"
 #include "tests/support/page_harness.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
-
-using namespace tarn;
 
 namespace {
 
@@ -17,13 +15,8 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
         host.channels.push_back(
             {i, i < 10 ? KIND_AUDIO_TRACK : KIND_AUDIO_BUS, static_cast<int32_t>(i), u"Channel"});
     host.transport = TRANSPORT_PLAYING;
-    ComPtr<IUnknown> object;
-    ASSERT_EQ(QmOPTPlug_CreateOPTObject(object.Out()), S_OK);
-    ComPtr<IMPInitialise> init;
-    object->QueryInterface(IID_IMPInitialise, init.OutVoid());
-    uint32_t capabilities = 0;
-    ASSERT_EQ(init->Initialise(host.Unknown(), nullptr, INITFLAG_CONTROL, 0, &capabilities), S_OK);
-    host.OpenProject();
+    std::optional<ConsoleSession> console(host);
+    ASSERT_EQ(console->Open(), S_OK);
 
     std::atomic<bool> stop{false};
     std::atomic<int> callbacks{0};
@@ -54,10 +47,10 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
             }
         });
     {
-        PageHarness page(object.Get(), QSize(500, 300));
+        PageHarness page(console->Object(), QSize(500, 300));
         for (int round = 0; round < 300 || callbacks < 20000; round++) {
             page.Close();
-            ASSERT_EQ(page.Open(object.Get()), S_OK);
+            ASSERT_EQ(page.Open(console->Object()), S_OK);
             if (round % 8 == 0) PageHarness::Settle();
         }
         stop = true;
@@ -66,9 +59,8 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
         host.Notify(MPNOTIFY_PROJECT_RELOAD);
         EXPECT_TRUE(PageHarness::Until([&] { return page.Channels().size() == 12; }));
     }
-    init->Terminate();
-    init.Reset();
-    object.Reset();
+    console->Close();
+    console.reset();
     EXPECT_EQ(host.References(), 0);
 }
 

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 #include <thread>
 
@@ -23,8 +22,6 @@ struct Site : ControlMapSite {
     std::vector<std::vector<uint8_t>> longSent;
     std::vector<uint32_t> setMasks, hostCalls;
     uint64_t refused = 0;  ///< no channel may go there
-    MPCHANNELID effect{};
-    uint32_t automation = 0x10000 | 0x40000;
     HRESULT getResult = S_OK;
 
     void AddChannel(uint64_t id, uint32_t kind) {
@@ -45,9 +42,11 @@ struct Site : ControlMapSite {
         setMasks.push_back(mask);
         if (mask & MASK_VOLUME) r.volume = rec->volume;
         if (mask & MASK_PAN) (rec->pairSelector == SPEAKER_REAR ? r.aux : r.pan) = rec->pan;
-        if (mask & MASK_SEND) r.sendLevel = rec->sendLevel;
-        if (mask & MASK_SEND) r.sendSwitches = rec->sendSwitches;
-        if (mask & MASK_TARGET && mask & MASK_SEND) r.sendTarget = rec->sendTarget;
+        if (mask & MASK_SEND) {
+            r.sendLevel = rec->sendLevel;
+            r.sendSwitches = rec->sendSwitches;
+            if (mask & MASK_TARGET) r.sendTarget = rec->sendTarget;
+        }
         if (mask & MASK_AUX) r.aux = rec->aux;
         if (mask & MASK_INSERT) r.insertLevel = rec->insertLevel;
         if (mask & MASK_INPUT_ROUTE && mask & MASK_TARGET) r.inputTarget = rec->inputTarget;
@@ -68,7 +67,7 @@ struct Site : ControlMapSite {
     }
     float ShareOfGain(float gain) const override { return gain / 2; }
     float GainOfShare(float share) const override { return share * 2; }
-    uint32_t AutomationCapabilities() override { return automation; }
+    uint32_t AutomationCapabilities() override { return 0x10000 | 0x40000; }
     HRESULT CallHost(const MPFUNCTIONMAP& row) override { return hostCalls.push_back(row.function), S_OK; }
     void SendEvent(const MPEVENTREC& event) override {
         sent.push_back(event);
@@ -85,20 +84,15 @@ protected:
 
     MPFUNCTIONMAP& Add(uint32_t command, uint32_t flags, uint32_t function, int32_t strip,
                        const MPEVENTREC& event, int32_t max = 127, uint32_t group = ECONTROL_GRP_INSERT) {
-        MPFUNCTIONMAP row{};
-        row.commandType = command;
-        row.flags = flags;
-        row.group = group;
-        row.function = function;
-        row.channel = strip;
-        row.maxValue = max;
-        row.first = event;
-        row.second = EmptyEvent();
-        return rows.emplace_back(row);
+        return rows.emplace_back(FunctionRow(command, flags, function, strip, event, max, group));
     }
     void Receive(uint32_t function, int32_t strip, const MPEVENTREC& event,
                  uint32_t flags = EFUNCFLAG_VALUE) {
         Add(ECMDTYPE_RECIEVE, flags, function, strip, event);
+    }
+    void MotorFader() {
+        Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+        Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
     }
     void Button(uint32_t function, int32_t strip, uint8_t note) {
         Receive(function, strip, Event(MPNOTE_ON, note, 127), 0);
@@ -107,16 +101,15 @@ protected:
         Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, function, strip, Event(MPNOTE_ON, note, 127));
         Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_OFF, function, strip, Event(MPNOTE_ON, note, 0));
     }
+    /// A text of so many characters from byte `at` of the message on.
+    void Display(uint32_t function, uint32_t at, std::span<uint8_t> message, int32_t length) {
+        MPFUNCTIONMAP& row = Add(ECMDTYPE_SEND, 0, function, 0, Event(MPSYS_EX1), length);
+        row.index = at;
+        row.first.data = message.data();
+        row.first.dataSize = static_cast<uint32_t>(message.size());
+    }
     void Use() {
-        FUNCTIONMAPENTRY entry{};
-        entry.id = 1;
-        CopyText(entry.name, FUNCTION_NAME_SIZE, u"Test");
-        entry.tables = NewFunctionTables(1);
-        entry.tables[0].id = 1;
-        entry.tables[0].ownsRows = 1;
-        entry.tables[0].rows = NewFunctionRows(rows.size());
-        for (size_t i = 0; i < rows.size(); i++) CopyFunctionRow(entry.tables[0].rows[i], rows[i]);
-        ASSERT_EQ(map.AddMap(std::move(entry)), S_OK);
+        ASSERT_EQ(map.AddMap(MapOf(rows)), S_OK);
         map.SelectMap(0);
         map.EnableMap(true);
         map.ConnectProject(true, true);
@@ -124,13 +117,20 @@ protected:
         site.longSent.clear();
     }
     void SetUp() override {
-        site.AddChannel(101, KIND_AUDIO_TRACK);
-        site.AddChannel(102, KIND_AUDIO_TRACK);
-        site.AddChannel(103, KIND_BUS);
-        site.AddChannel(104, KIND_AUDIO_TRACK);
-        site.AddChannel(105, KIND_AUDIO_TRACK);
-        site.AddChannel(106, KIND_AUDIO_TRACK);
+        for (uint64_t id = 101; id <= 106; id++) site.AddChannel(id, id == 103 ? KIND_BUS : KIND_AUDIO_TRACK);
         site.AddChannel(200, KIND_MASTER);
+    }
+    /// The first two bytes of all that the surface has been sent since it was asked last.
+    using Bytes = std::vector<std::pair<uint8_t, uint8_t>>;
+    Bytes Sent() {
+        Bytes bytes;
+        for (const MPEVENTREC& event : std::exchange(site.sent, {}))
+            bytes.emplace_back(event.byte1, event.byte2);
+        return bytes;
+    }
+    Bytes Refreshed() {
+        map.RefreshStrips(false);
+        return Sent();
     }
     /// The event, run at once.
     HRESULT Play(const MPEVENTREC& event) {
@@ -138,13 +138,13 @@ protected:
         map.Idle(false);
         return hr;
     }
+    HRESULT Press(uint8_t note) { return Play(Event(MPNOTE_ON, note, 127)); }
     MPCHANNELREC& Channel(uint64_t id) { return site.records.at(id); }
 };
 }  // namespace
 
 TEST_F(Map, AFaderTakesItsValueOverAndIsNotSentItsOwnMove) {
-    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
-    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    MotorFader();
     Use();
     EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 9, 5)), S_FALSE) << "no row of it";
     Play(Event(MPCNTRL_CHNG, 1, 100));
@@ -153,14 +153,10 @@ TEST_F(Map, AFaderTakesItsValueOverAndIsNotSentItsOwnMove) {
     EXPECT_NEAR(Channel(101).volume, 2 * 20 / 127.0f, 1e-5) << "passed it on the way";
     Play(Event(MPCNTRL_CHNG, 1, 22));
     EXPECT_NEAR(Channel(101).volume, 2 * 22 / 127.0f, 1e-5);
-    map.RefreshStrips(false);
-    EXPECT_TRUE(site.sent.empty()) << "the control is where its value is";
+    EXPECT_EQ(Refreshed(), Bytes()) << "the control is where its value is";
     Channel(101).volume = 1;
-    map.RefreshStrips(false);
-    ASSERT_EQ(site.sent.size(), 1u);
-    EXPECT_EQ(site.sent[0].byte2, 64) << "moved in the host";
-    map.RefreshStrips(false);
-    EXPECT_EQ(site.sent.size(), 1u) << "once";
+    EXPECT_EQ(Refreshed(), (Bytes{{1, 64}})) << "moved in the host";
+    EXPECT_EQ(Refreshed(), Bytes()) << "once";
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 1), true), S_OK);
     EXPECT_EQ(map.Idle(false), IDLE_QUIET) << "peeked at, not run";
 }
@@ -206,30 +202,17 @@ TEST_F(Map, NoControlJumpsAnywhereAlongItsWay) {
                 Play(event(control, upward ? control.high : control.low));
                 ASSERT_NEAR(Channel(101).volume, upward ? 2 : 0, 1e-3) << "and it follows to the end";
             }
-    // The way back: what the wheel is sent is what it would send.
-    MPFUNCTIONMAP row{};
-    row.flags = EFUNCFLAG_VALUE;
-    row.minValue = -8192;
-    row.maxValue = 8191;
-    row.first = Event(MPPITCH_BEND);
-    for (const float value : {0.0f, 0.25f, 0.5f, 1.0f}) {
-        EXPECT_EQ(EventFromValue(value, row), S_OK);
-        EXPECT_LT(row.first.byte1 | row.first.byte2, 128);
-        EXPECT_NEAR(ValueFromEvent(0, row), value, 1e-4);
-    }
 }
 
 TEST_F(Map, AMidiTracksVolumeGoesInEvenSteps) {
     site.AddChannel(107, KIND_MIDI_TRACK);
-    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
-    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    MotorFader();
     Use();
     map.SetBank(KIND_MIDI_TRACK);
     ASSERT_EQ(map.StripChannel(0).channel, 107u);
+    Sent();
     Channel(107).volume = 100 / 127.0f;
-    map.RefreshStrips(true);
-    ASSERT_FALSE(site.sent.empty());
-    EXPECT_EQ(site.sent.back().byte2, 100) << "no taper";
+    EXPECT_EQ(Refreshed(), (Bytes{{1, 100}})) << "no taper";
     Play(Event(MPCNTRL_CHNG, 1, 100));
     Play(Event(MPCNTRL_CHNG, 1, 90));
     EXPECT_FLOAT_EQ(Channel(107).volume, 90 / 127.0f);
@@ -243,17 +226,16 @@ TEST_F(Map, ATouchedFaderFollowsTheHandAndFallsBackAfterwards) {
     Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPPITCH_BEND, 0), 16383);
     Use();
     Channel(101).automation = 4;
-    Play(Event(MPNOTE_ON, 104, 127));
+    Press(104);
     EXPECT_EQ(Channel(101).automation, AUTOMATION_TOUCH | 4) << "its mode stays";
     Play(Event(MPPITCH_BEND, 127, 127));
     EXPECT_NEAR(Channel(101).volume, 2, 1e-4) << "no takeover under the hand";
     Channel(101).volume = 0.3f;
-    map.RefreshStrips(false);
-    EXPECT_TRUE(site.sent.empty()) << "the motor does not pull against the hand";
+    EXPECT_EQ(Refreshed(), Bytes()) << "the motor does not pull against the hand";
     Play(Event(MPNOTE_OFF, 104));
     EXPECT_FALSE(Channel(101).automation & AUTOMATION_TOUCH);
-    ASSERT_EQ(site.sent.size(), 1u) << "let go, it goes to the true value";
-    EXPECT_EQ(site.sent[0].byte2 * 128 + site.sent[0].byte1, std::lround(0.15 * 16383));
+    const long place = std::lround(0.15 * 16383);
+    EXPECT_EQ(Sent(), (Bytes{{place % 128, place / 128}})) << "let go, it goes to the true value";
 }
 
 TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
@@ -285,49 +267,40 @@ TEST_F(Map, EveryParameterAndSwitchIsReachedByARow) {
         }
         Play(Event(MPNOTE_OFF, number));
         EXPECT_FALSE(Channel(102).automation & AUTOMATION_TOUCH) << p.touchOff;
-        site.sent.clear();
+        Sent();
         map.RefreshStrips(true);
-        const bool told = std::any_of(site.sent.begin(), site.sent.end(), [&](const MPEVENTREC& e) {
-            return e.type == MPCNTRL_CHNG && e.byte1 == number && e.byte2 == 127;
-        });
-        EXPECT_EQ(told, p.value != 0);
+        EXPECT_EQ(std::ranges::count(Sent(), Bytes::value_type(number, 127)), p.value != 0);
         number++;
     }
     for (const MixerSwitch& s : MIXER_SWITCHES) {
-        Play(Event(MPNOTE_ON, number, 127));
+        Press(number);
         EXPECT_EQ(Channel(102).switches, s.bit) << s.function;
         EXPECT_EQ(site.setMasks.back(), MASK_SWITCHES | MASK_TARGET);
-        site.sent.clear();
-        map.RefreshStrips(false);
-        ASSERT_EQ(site.sent.size(), 1u);
-        EXPECT_EQ(site.sent[0].byte1, number);
-        EXPECT_EQ(site.sent[0].byte2, 127);
-        Play(Event(MPNOTE_ON, number++, 127));
+        EXPECT_EQ(Refreshed(), (Bytes{{number, 127}}));
+        Press(number);
         EXPECT_EQ(Channel(102).switches, 0u);
-        map.RefreshStrips(false);
-        EXPECT_EQ(site.sent.back().byte2, 0) << "the lamp goes out";
+        EXPECT_EQ(Refreshed(), (Bytes{{number++, 0}})) << "the lamp goes out";
     }
 }
 
 TEST_F(Map, TheInputSideIsAnotherSetOfValues) {
-    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    MotorFader();
     Receive(15, 0, Event(MPCNTRL_CHNG, 2));
     Receive(5, 0, Event(MPNOTE_ON, 1), 0);
-    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
     Add(ECMDTYPE_RECIEVE, EFUNCFLAG_TOGGLE, 19, 0, Event(MPNOTE_ON, 90, 127), 0, ECONTROL_GRP_ASSIGN);
     Add(ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, 19, 0, Event(MPNOTE_ON, 90, 127), 0, ECONTROL_GRP_ASSIGN);
     Use();
-    Play(Event(MPNOTE_ON, 90, 127));
+    Press(90);
     EXPECT_EQ(map.Target(), MASK_INPUT_SIDE);
-    ASSERT_EQ(site.sent.size(), 2u) << "the fader goes to the other side's value, the lamp is lit";
-    EXPECT_EQ(site.sent[0].byte2, 32);
+    EXPECT_EQ(Sent(), (Bytes{{1, 32}, {90, 127}}))
+        << "the fader goes to the other side's value, the lamp is lit";
     Play(Event(MPCNTRL_CHNG, 1, 32));
     EXPECT_EQ(site.setMasks.back(), MASK_VOLUME | MASK_INPUT_SIDE);
     Play(Event(MPNOTE_ON, 1));
     EXPECT_EQ(site.setMasks.back(), MASK_VOLUME | MASK_INPUT_SIDE | MASK_AUTOMATION);
     Play(Event(MPCNTRL_CHNG, 2, 64));
     EXPECT_EQ(site.setMasks.back() & MASK_INPUT_SIDE, 0u) << "the rear pair has one side";
-    Play(Event(MPNOTE_ON, 90, 127));
+    Press(90);
     EXPECT_EQ(map.Target(), 0u);
     map.Reset();
     EXPECT_EQ(map.Target(), 2050u);
@@ -340,7 +313,7 @@ TEST_F(Map, SendsAreAimedSwitchedAndNamed) {
     Lamp(MIXFUNC_SEND_SWITCH, 0, 2);
     Use();
     for (const uint64_t id : {101, 102, 104, 105}) Channel(id).sendTarget = 103;
-    Play(Event(MPNOTE_ON, 1, 127));
+    Press(1);
     EXPECT_EQ(Channel(101).sendTarget, 150u);
     EXPECT_EQ(Channel(104).sendTarget, 150u) << "one row of knobs, one send";
     Channel(101).sendTarget = 200;
@@ -351,35 +324,28 @@ TEST_F(Map, SendsAreAimedSwitchedAndNamed) {
     EXPECT_EQ(site.setMasks[1], MASK_SEND);
     EXPECT_EQ(Channel(101).sendTarget, 150u);
     EXPECT_EQ(Channel(101).sendSwitches, 0u);
-    Play(Event(MPNOTE_ON, 2, 127));
+    Press(2);
     EXPECT_EQ(Channel(101).sendSwitches, SENDSWITCH_10000);
-    map.RefreshStrips(false);
-    EXPECT_EQ(site.sent.back().byte2, 127);
+    EXPECT_EQ(Refreshed().back(), Bytes::value_type(2, 127));
 }
 
 TEST_F(Map, RoutesAreSteppedToWhatTheHostTakes) {
     Button(MIXFUNC_OUTPUT_ROUTE, 0, 1);
     Receive(MIXFUNC_OUTPUT_TARGET, 0, Event(MPNOTE_ON, 2, 127), EFUNCFLAG_DEC);
     Button(MIXFUNC_INPUT_ROUTE, 0, 3);
-    const uint8_t message[] = {0xF0, 0, 0, 0xF7};
-    for (const uint32_t function : {MIXFUNC_OUTPUT_ROUTE, MIXFUNC_INPUT_ROUTE}) {
-        MPFUNCTIONMAP& display = Add(ECMDTYPE_SEND, 0, function, 0, Event(MPSYS_EX1), 2);
-        display.index = 1;
-        display.first.data = CoTaskMemAlloc(sizeof message);
-        display.first.dataSize = sizeof message;
-        std::memcpy(display.first.data, message, sizeof message);
-    }
+    uint8_t message[] = {0xF0, 0, 0, 0xF7};
+    for (const uint32_t function : {MIXFUNC_OUTPUT_ROUTE, MIXFUNC_INPUT_ROUTE})
+        Display(function, 1, message, 2);
     Use();
-    for (size_t i = 3; i < rows.size(); i++) ClearFunctionRow(rows[i]);
     Channel(101).outputTarget = 103;
     site.refused = 150;
-    Play(Event(MPNOTE_ON, 1, 127));
+    Press(1);
     EXPECT_EQ(Channel(101).outputTarget, 200u) << "one is refused";
     map.RefreshStrips(false);
     EXPECT_EQ(site.longSent.back(), (std::vector<uint8_t>{0xF0, 'C', 'h', 0xF7}));
-    Play(Event(MPNOTE_ON, 2, 127));
+    Press(2);
     EXPECT_EQ(Channel(101).outputTarget, 103u) << "back";
-    Play(Event(MPNOTE_ON, 3, 127));
+    Press(3);
     EXPECT_EQ(Channel(101).inputTarget, 103u) << "the first, where there was none";
     EXPECT_EQ(site.setMasks.back(), 0x2100u);
 }
@@ -392,14 +358,11 @@ TEST_F(Map, ASlotOfTheChainIsTakenOutAndPutBack) {
         rows[rows.size() - 2].index = rows.back().index = slot;
     }
     Use();
-    Play(Event(MPNOTE_ON, 2, 127));
+    Press(2);
     EXPECT_EQ(Channel(101).effectState, EFFECT_BYPASSED);
-    map.RefreshStrips(false);
-    ASSERT_EQ(site.sent.size(), 1u);
-    EXPECT_EQ(site.sent[0].byte1, 2) << "its own lamp";
-    EXPECT_EQ(site.sent[0].byte2, 0);
+    EXPECT_EQ(Refreshed(), (Bytes{{2, 0}})) << "its own lamp";
     site.setMasks.clear();
-    Play(Event(MPNOTE_ON, 3, 127));
+    Press(3);
     EXPECT_TRUE(site.setMasks.empty()) << "an empty slot";
 }
 
@@ -414,9 +377,8 @@ TEST_F(Map, KnobsWithoutEndsAndButtonsMoveBySteps) {
     map.OnEvent(Event(MPCNTRL_CHNG, 16, 65), false);
     map.Idle(false);
     EXPECT_NEAR(Channel(101).pan, 0.18, 1e-5) << "ten up, one down, none left out";
-    map.RefreshStrips(false);
-    ASSERT_EQ(site.sent.size(), 1u) << "the ring of lights shows it";
-    Play(Event(MPNOTE_ON, 5, 127));
+    EXPECT_EQ(Refreshed(), (Bytes{{48, 75}})) << "the ring of lights shows it";
+    Press(5);
     EXPECT_NEAR(Channel(101).pan, -0.02, 1e-5);
 }
 
@@ -438,22 +400,19 @@ TEST_F(Map, AutomationModesAreSetAndStepped) {
     }
     Use();
     for (const uint32_t mode : {1u, 4u, 0u, 1u}) {
-        Play(Event(MPNOTE_ON, 1, 127));
+        Press(1);
         EXPECT_EQ(Channel(101).automation, mode) << "the modes that there are, and off";
     }
     for (uint8_t i = 0; i < std::size(MIXER_AUTOMATION); i++) {
-        Play(Event(MPNOTE_ON, static_cast<uint8_t>(10 + i), 127));
+        Press(static_cast<uint8_t>(10 + i));
         EXPECT_EQ(Channel(101).automation, MIXER_AUTOMATION[i].mode);
         map.RefreshStrips(true);
-        for (const MPEVENTREC& lamp : site.sent)
-            EXPECT_EQ(lamp.byte2, lamp.byte1 == 10 + i ? 127 : 0) << "one of the lamps";
-        site.sent.clear();
+        for (const auto& [lamp, lit] : Sent()) EXPECT_EQ(lit, lamp == 10 + i ? 127 : 0) << "one of the lamps";
     }
 }
 
 TEST_F(Map, BanksMoveWithoutAJump) {
-    Receive(MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
-    Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 1));
+    MotorFader();
     Add(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 3, Event(MPCNTRL_CHNG, 4));
     Button(MIXFUNC_BANK_NEXT, 0, 1);
     Button(MIXFUNC_BANK_PREVIOUS, 0, 2);
@@ -466,30 +425,28 @@ TEST_F(Map, BanksMoveWithoutAJump) {
     for (const uint64_t id : {101, 102, 104, 105, 106})
         Channel(id).volume = static_cast<float>(id - 100) / 10;
     Play(Event(MPCNTRL_CHNG, 1, 6));
-    site.sent.clear();
-    Play(Event(MPNOTE_ON, 1, 127));
+    Sent();
+    Press(1);
     EXPECT_EQ(map.StripChannel(0).channel, 106u);
     EXPECT_EQ(map.StripChannel(1).channel, 0u);
-    ASSERT_EQ(site.sent.size(), 2u);
-    EXPECT_EQ(site.sent[0].byte1, 4) << "a strip without a channel is blanked";
-    EXPECT_EQ(site.sent[0].byte2, 0);
-    EXPECT_EQ(site.sent[1].byte2, std::lround(0.3 * 127)) << "the fader follows the bank";
+    EXPECT_EQ(Sent(), (Bytes{{4, 0}, {1, std::lround(0.3 * 127)}}))
+        << "a strip without a channel is blanked, and the fader follows the bank";
     site.setMasks.clear();
     Play(Event(MPCNTRL_CHNG, 1, 110));
     EXPECT_NEAR(Channel(106).volume, 0.6, 1e-6) << "the control's place is not the channel's value";
     EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 1, 6)), S_OK);
     EXPECT_NEAR(Channel(106).volume, 2 * 6 / 127.0, 1e-5);
-    Play(Event(MPNOTE_ON, 2, 127));
+    Press(2);
     EXPECT_EQ(map.BankOffset(), 0);
-    Play(Event(MPNOTE_ON, 3, 127));
+    Press(3);
     EXPECT_EQ(map.StripChannel(0).channel, 102u);
     EXPECT_EQ(Play(Event(MPCNTRL_CHNG, 1, 6)), S_OK);
-    Play(Event(MPNOTE_ON, 104, 127));
+    Press(104);
     EXPECT_TRUE(Channel(102).automation & AUTOMATION_TOUCH);
-    Play(Event(MPNOTE_ON, 3, 127));
+    Press(3);
     EXPECT_EQ(map.StripChannel(0).channel, 104u);
     EXPECT_FALSE(Channel(102).automation & AUTOMATION_TOUCH) << "it went from under the hand";
-    Play(Event(MPNOTE_ON, 104, 127));
+    Press(104);
     EXPECT_TRUE(Channel(104).automation & AUTOMATION_TOUCH);
     map.EnableMap(false);
     EXPECT_FALSE(Channel(104).automation & AUTOMATION_TOUCH);
@@ -529,18 +486,17 @@ TEST_F(Map, ModifiersChooseOtherRowsAndLightTheirLamps) {
     Button(27, 0, 16);
     Receive(26, 0, Event(MPNOTE_ON, 16, 127), EFUNCFLAG_SHIFT);
     Use();
-    Play(Event(MPNOTE_ON, 16, 127));
+    Press(16);
     EXPECT_EQ(Channel(101).switches, SWITCH_MUTE);
-    Play(Event(MPNOTE_ON, 70, 127));
-    ASSERT_EQ(site.sent.size(), 1u);
-    EXPECT_EQ(site.sent[0].byte1, 70);
-    Play(Event(MPNOTE_ON, 16, 127));
+    Press(70);
+    EXPECT_EQ(Sent(), (Bytes{{70, 127}}));
+    Press(16);
     EXPECT_EQ(Channel(101).switches, SWITCH_MUTE | SWITCH_SOLO);
     Play(Event(MPNOTE_OFF, 70));
     EXPECT_EQ(map.State() & MAPSTATE_MODIFIERS & ~MAPSTATE_AUDIO_MODE, 0u);
-    Play(Event(MPNOTE_ON, 71, 127));
+    Press(71);
     EXPECT_TRUE(map.State() & MAPSTATE_ALT) << "latched";
-    Play(Event(MPNOTE_ON, 71, 127));
+    Press(71);
     EXPECT_FALSE(map.State() & MAPSTATE_ALT);
     map.SetSurfaceMode(true);
     EXPECT_TRUE(map.State() & MAPSTATE_SURFACE_MODE);
@@ -548,20 +504,13 @@ TEST_F(Map, ModifiersChooseOtherRowsAndLightTheirLamps) {
 }
 
 TEST_F(Map, NamesReachTheDisplay) {
-    MPFUNCTIONMAP& display = Add(ECMDTYPE_SEND, 0, MIXFUNC_NAME, 0, Event(MPSYS_EX1, 0), 4);
-    const uint8_t message[] = {0xF0, 0x10, 0, 0, 0, 0, 0xF7};
-    display.index = 2;
-    display.first.data = CoTaskMemAlloc(sizeof message);
-    display.first.dataSize = sizeof message;
-    std::memcpy(display.first.data, message, sizeof message);
+    uint8_t message[] = {0xF0, 0x10, 0, 0, 0, 0, 0xF7};
+    Display(MIXFUNC_NAME, 2, message, 4);
     Use();
-    ClearFunctionRow(rows.back());
     site.names[101] = u"B\u00e4sse";
-    map.RefreshStrips(false);
-    ASSERT_EQ(site.longSent.size(), 1u);
-    EXPECT_EQ(site.longSent[0], (std::vector<uint8_t>{0xF0, 0x10, 'B', '?', 's', 's', 0xF7}));
-    map.RefreshStrips(false);
-    EXPECT_EQ(site.longSent.size(), 1u);
+    const std::vector<uint8_t> shown{0xF0, 0x10, 'B', '?', 's', 's', 0xF7};
+    for (int i = 0; i < 2; i++) map.RefreshStrips(false);
+    EXPECT_EQ(site.longSent, (std::vector<std::vector<uint8_t>>{shown})) << "once";
 }
 
 TEST_F(Map, FailuresOfTheHostEndAFunctionAndMapsComeAndGo) {
@@ -572,7 +521,7 @@ TEST_F(Map, FailuresOfTheHostEndAFunctionAndMapsComeAndGo) {
     Play(Event(MPCNTRL_CHNG, 1, 32));
     EXPECT_TRUE(site.setMasks.empty());
     site.getResult = S_OK;
-    Play(Event(MPNOTE_ON, 9, 127));
+    Press(9);
     EXPECT_EQ(site.hostCalls, std::vector<uint32_t>{9});
     EXPECT_TRUE(map.MapExists(u"Test"));
     EXPECT_EQ(map.SelectMap(5), S_FALSE);
@@ -587,6 +536,10 @@ TEST_F(Map, FailuresOfTheHostEndAFunctionAndMapsComeAndGo) {
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
     map.Idle(false);
     EXPECT_EQ(site.setMasks.size(), 1u) << "what waited was a copy";
+    for (const char16_t* name : {u"First", u"Second"}) ASSERT_EQ(map.AddMap(MapOf(rows, name)), S_OK);
+    map.SelectMap(1);
+    map.DeleteMap(0);
+    EXPECT_EQ(map.CurrentMap(), 0) << "the chosen one stays the chosen one";
     map.EnableMap(false);
     EXPECT_EQ(map.OnEvent(Event(MPCNTRL_CHNG, 1, 32), false), S_FALSE);
 }

@@ -3,6 +3,7 @@
 #include "controlmap/xml_function_map.h"
 #include "platform/memory.h"
 #include "platform/text.h"
+#include "tests/controlmap/map_support.h"
 
 #include <gtest/gtest.h>
 
@@ -63,21 +64,9 @@ std::string Function(const std::string& inside) {
 }
 
 MPFUNCTIONMAP SomeRow(uint32_t command, uint32_t flags, uint32_t type) {
-    MPFUNCTIONMAP row{};
-    row.commandType = command;
-    row.flags = flags;
-    row.group = ECONTROL_GRP_INSERT;
-    row.function = 7;
-    row.channel = -16;
+    MPFUNCTIONMAP row = FunctionRow(command, flags, 7, STRIP_MASTER, Event(type, 1, 127, 0, 255, 5), 16383);
     row.index = 200;
     row.minValue = -8192;
-    row.maxValue = 16383;
-    row.first = row.second = EmptyEvent();
-    row.first.type = type;
-    row.first.channel = 5;
-    row.first.byte1 = 1;
-    row.first.byte2 = 127;
-    row.first.byte4 = 255;
     return row;
 }
 }  // namespace
@@ -96,9 +85,7 @@ TEST_F(Tables, WhatIsWrittenComesBack) {
     MPFUNCTIONMAP* rows = made.tables[0].rows;
     rows[0] = SomeRow(ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE | EFUNCFLAG_USE_SURFACE_MODE | EFUNCFLAG_TOGGLE,
                       MPCNTRL_CHNG);
-    rows[0].second = EmptyEvent();
-    rows[0].second.type = MPCNTRL_CHNG;
-    rows[0].second.byte1 = 33;
+    rows[0].second = Event(MPCNTRL_CHNG, 33, 0, 0, 0, MIDI_CHANNEL_ANY);
     rows[1] = SomeRow(ECMDTYPE_SEND, 0, MPPROG_CHNG);
     rows[2] = SomeRow(ECMDTYPE_RECIEVE, EFUNCFLAG_HOSTFUNCTION, MPNOTE_ON);
     rows[2].minValue = 3;

@@ -7,18 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 namespace {
 MPFUNCTIONMAP Row(uint32_t flags, const MPEVENTREC& first, int32_t min = 0, int32_t max = 0,
                   const MPEVENTREC& second = EmptyEvent()) {
-    MPFUNCTIONMAP row{};
-    row.commandType = ECMDTYPE_RECIEVE;
-    row.flags = flags;
-    row.group = ECONTROL_GRP_INSERT;
-    row.function = 7;
+    MPFUNCTIONMAP row = FunctionRow(ECMDTYPE_RECIEVE, flags, 7, 0, first, max);
     row.minValue = min;
-    row.maxValue = max;
-    row.first = first;
     row.second = second;
     return row;
 }
@@ -132,12 +127,14 @@ TEST(MapValue, WhatIsEncodedIsDecoded) {
     for (const MPFUNCTIONMAP& made :
          {Row(V, Event(MPCNTRL_CHNG, 7), 0, 127), Row(V, Event(MPNRPN, 1, 2), 0, 16383),
           Row(V, Event(MPAFTER_TOUCH), 0, 127), Row(V, Event(MPPITCH_BEND), 0, 16383),
+          Row(V, Event(MPPITCH_BEND), -8192, 8191),
           Row(V, Event(MPCNTRL_CHNG, 33), 0, 16383, Event(MPCNTRL_CHNG, 1))}) {
-        const bool bend = made.first.type == MPPITCH_BEND;
+        const bool bend = made.first.type == MPPITCH_BEND && made.minValue == 0;
         for (int i = 0; i <= 100; i++) {
             MPFUNCTIONMAP row = made;
             const float value = static_cast<float>(i) / 100;
             EXPECT_EQ(EventFromValue(value, row), S_OK);
+            EXPECT_LT(row.first.byte1 | row.first.byte2, 128);
             // A bend is written from 0 and read from its middle.
             if (bend)
                 EXPECT_EQ(row.first.byte2 * 128 + row.first.byte1, std::lround(value * 16383));
@@ -154,6 +151,19 @@ TEST(MapValue, WhatIsEncodedIsDecoded) {
     EXPECT_EQ(row.first.byte2, 60);
     EventFromRaw(10, 10, 5, row);
     EXPECT_EQ(row.first.byte2, 15);
+}
+
+TEST(MapValue, KnobsWithoutEndsCountInTheirOwnWay) {
+    for (const auto& [how, byte, steps] : {std::tuple{STEPS_SIGN_BIT, 1, 1},
+                                           {STEPS_SIGN_BIT, 66, -2},
+                                           {STEPS_TWOS_COMPLEMENT, 2, 2},
+                                           {STEPS_TWOS_COMPLEMENT, 127, -1},
+                                           {STEPS_OFFSET, 66, 2},
+                                           {STEPS_OFFSET, 63, -1}}) {
+        MPFUNCTIONMAP row = Row(V | EFUNCFLAG_RELATIVE, Event(MPCNTRL_CHNG, 7, static_cast<uint8_t>(byte)));
+        row.index = how;
+        EXPECT_EQ(StepsFromEvent(row), steps) << how << ' ' << byte;
+    }
 }
 
 TEST(MapValue, NamesAreCutSoThatTheyStayApart) {

@@ -223,8 +223,7 @@ TEST_F(Colors, WhatMattersIsSeenInAnyScheme) {
             tQMFADER fader;
             constexpr RECT kRect{0, 0, 80, 200};
             FaderInst_Init(&fader, style | FADERS_TICKS | FADERS_LABELS, &kRect, &host, 1, nullptr, 0, 1);
-            FaderInst_Message(&fader, FADERM_SETRANGE, 0,
-                              static_cast<intptr_t>(PackWords(static_cast<uint32_t>(-720), 120)));
+            FaderInst_Message(&fader, FADERM_SETRANGE, 0, Limits(-720, 120));
             QImage image(80, 200, QImage::Format_RGB32);
             image.fill(ToColor(face));
             QPainter painter(&image);

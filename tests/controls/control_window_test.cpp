@@ -1,15 +1,16 @@
 // Controls as windows: registered by name, worked by real events, found by a screen reader.
 #include "controls/control_window.h"
 #include "controls/fader.h"
+#include "controls/fader_layout.h"
 #include "controls/meter_scales.h"
 #include "controls/pan.h"
 #include "controls/scope.h"
 #include "controls/trackbar.h"
+#include "fake_window.h"
 #include "kernel/ui/theme.h"
 #include "recorder_window.h"
 
 #include <QAccessible>
-#include <QWheelEvent>
 
 #include <string>
 
@@ -105,9 +106,7 @@ TEST_F(Controls, TakeKeysWheelAndTab) {
     EXPECT_GT(parent.Count(WM_NOTIFY), 0u) << "the fader that is a window tells that it lost the focus";
     QTest::keyClick(second, Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_TRUE(first->hasFocus());
-    QWheelEvent wheel(QPointF(5, 5), first->mapToGlobal(QPointF(5, 5)), {}, {0, 240}, Qt::NoButton,
-                      Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(first, &wheel);
+    SendWheel(*first, {5, 5}, {0, 240});
     EXPECT_EQ(QmSendControl(first, FADERM_GETPOS, 0, 0), 71);
     EXPECT_EQ(Fader_DefScrollProc(0, FADER_TOP, first, 0, 0), 100);
     EXPECT_EQ(Fader_DefScrollProc(0, FADER_TOP, second, 0, 0), 0) << "another class";
@@ -116,6 +115,28 @@ TEST_F(Controls, TakeKeysWheelAndTab) {
     QTest::keyClick(first, Qt::Key_Up);
     EXPECT_EQ(QmSendControl(first, FADERM_GETPOS, 0, 0), 100);
     EXPECT_TRUE(static_cast<tQMFADER*>(first->Record())->state & FADERST_DISABLED);
+}
+
+TEST_F(Controls, AFaderIsDraggedByRealEvents) {
+    ControlWindow* window =
+        QmCreateControl(u"GUICS_Fader_Class", FADERS_VERTICAL | FADERS_TAPER, &kRect, &parent, 1);
+    auto& fader = *static_cast<tQMFADER*>(window->Record());
+    QmSendControl(window, FADERM_SETRANGE, 0, Limits(-720, 120));
+    QmSendControl(window, FADERM_SETPOS, 0, 0);
+    parent.Open();
+    const auto thumb = [&] {
+        const POINT p = FaderThumbCentre(fader, 0);
+        return QPoint(p.x, p.y);
+    };
+    const QPoint from = thumb();
+    QTest::mousePress(window, Qt::LeftButton, {}, from);
+    QTest::mouseMove(window, from - QPoint(0, 20));
+    EXPECT_NEAR(thumb().y(), from.y() - 20, 3) << "a tenth of a decibel is up to 3 pixels here";
+    EXPECT_TRUE(window->HasCapture());
+    QTest::keyPress(window, Qt::Key_Escape);
+    EXPECT_EQ(thumb(), from);
+    EXPECT_FALSE(window->HasCapture());
+    QTest::mouseRelease(window, Qt::LeftButton, {}, from);
 }
 
 TEST_F(Controls, AMeterRefreshesWithoutAPaintOfAll) {

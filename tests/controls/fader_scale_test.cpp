@@ -23,14 +23,12 @@ FaderScale Scale(int32_t min, int32_t max, bool taper) {
 }  // namespace
 
 TEST(FaderTaper, Table) {
-    struct Row {
-        int32_t value, position;
-    };
-    for (const Row& row :
+    using Row = std::pair<int32_t, int32_t>;
+    for (const auto& [value, position] :
          {Row{0, 0}, Row{1, 8}, Row{30, 250}, Row{60, 400}, Row{61, 401}, Row{120, 500}, Row{250, 600},
           Row{400, 800}, Row{700, 950}, Row{720, 953}, Row{1000, 1000}, Row{1200, 1200}}) {
-        EXPECT_EQ(FaderTaper(row.value), row.position);
-        EXPECT_EQ(FaderTaper(-row.value), -row.position);
+        EXPECT_EQ(FaderTaper(value), position);
+        EXPECT_EQ(FaderTaper(-value), -position);
     }
     EXPECT_EQ(FaderTaperInverse(250), 30);
     EXPECT_EQ(FaderTaperInverse(-500), -120);

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
+#include <array>
 #include <string>
 
 namespace {
@@ -27,7 +27,7 @@ protected:
                 reinterpret_cast<Fader*>(self)->codes += static_cast<char>('0' + code);
             },
             reinterpret_cast<uintptr_t>(this), 1.0f);
-        Send(FADERM_SETRANGE, 0, static_cast<intptr_t>(PackWords(static_cast<uint32_t>(-720), 120)));
+        Send(FADERM_SETRANGE, 0, Limits(-720, 120));
         Set(0, 0);
         host.invalid.clear();
     }
@@ -40,6 +40,9 @@ protected:
     }
     void Mouse(uint32_t message, POINT at, uint32_t keys = 0) { Send(message, keys, PackPoint(at)); }
     POINT Thumb(uint32_t channel = 0) { return FaderThumbCentre(f, channel); }
+    using Pair = std::pair<int32_t, int32_t>;
+    Pair Values() const { return {f.pos[0], f.pos[1]}; }
+    int32_t Value() const { return f.pos[0]; }
     void Key(uint32_t vk) { Send(WM_KEYDOWN, vk, 1); }
     void Wheel(int32_t counts, uint32_t keys = 0) {
         Send(WM_MOUSEWHEEL, PackWords(keys, static_cast<uint32_t>(counts)), 0);
@@ -56,17 +59,13 @@ TEST_F(Fader, StartsAsToldAndTheRangeSetsTheDefault) {
     EXPECT_EQ(Send(FADERM_GETPOS), 50);
     EXPECT_EQ(Send(FADERM_GETUSERDATA), 9);
     EXPECT_EQ(f.thumbLength, 18);
-    struct Row {
-        int32_t min, max, def;
-    };
-    for (const Row& row :
+    using Row = std::array<int32_t, 3>;
+    for (const auto& [min, max, def] :
          {Row{-720, 120, 0}, Row{-720, 0, -720}, Row{0, 127, 63}, Row{10, 20, 15}, Row{-20, -10, -15}}) {
-        Send(
-            FADERM_SETRANGE, 0,
-            static_cast<intptr_t>(PackWords(static_cast<uint32_t>(row.min), static_cast<uint32_t>(row.max))));
-        EXPECT_EQ(f.def, row.def) << row.min << ".." << row.max;
+        Send(FADERM_SETRANGE, 0, Limits(min, max));
+        EXPECT_EQ(f.def, def) << min << ".." << max;
     }
-    Send(FADERM_SETRANGE, 0, static_cast<intptr_t>(PackWords(5, 5)));
+    Send(FADERM_SETRANGE, 0, Limits(5, 5));
     Send(FADERM_SETPOS, 1, 5);
     EXPECT_EQ(FaderPixel(f, 5), f.client.bottom - f.marginY) << "an empty range: the low end";
 }
@@ -79,32 +78,17 @@ TEST_F(Fader, DragsWithTheMouseAndKeepsAGangsOffset) {
     Mouse(WM_LBUTTONDOWN, {from.x, from.y + 3}, MK_LBUTTON | MK_SHIFT);
     EXPECT_TRUE(host.captured);
     Mouse(WM_MOUSEMOVE, {from.x, FaderPixel(f, 30) + 3}, MK_LBUTTON | MK_SHIFT);
-    EXPECT_NEAR(f.pos[0], 30, 2);
-    EXPECT_EQ(f.pos[0] - f.pos[1], 100) << "both move by the same";
+    EXPECT_NEAR(Value(), 30, 2);
+    EXPECT_EQ(Value() - f.pos[1], 100) << "both move by the same";
     Mouse(WM_MOUSEMOVE, {from.x, -50}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], 120);
-    EXPECT_EQ(f.pos[1], 20) << "each is clamped by itself";
+    EXPECT_EQ(Values(), Pair(120, 20)) << "each is clamped by itself";
     Mouse(WM_MOUSEMOVE, {from.x, 1000}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], -720);
-    EXPECT_EQ(f.pos[1], -720);
+    EXPECT_EQ(Values(), Pair(-720, -720));
     Mouse(WM_MOUSEMOVE, {from.x, from.y + 3}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], -101) << "the first pixel brings the first values back";
-    EXPECT_EQ(f.pos[1], -201);
+    EXPECT_EQ(Values(), Pair(-101, -201)) << "the first pixel brings the first values back";
     Mouse(WM_LBUTTONUP, from);
     EXPECT_FALSE(host.captured);
     EXPECT_EQ(TakeCodes(), "9555548");
-}
-
-TEST_F(Fader, APressWithoutAMoveChangesNothing) {
-    Make(kMono);
-    for (int32_t value = -720; value <= 120; value++) {
-        Send(FADERM_SETPOS, 0, value);
-        Mouse(WM_LBUTTONDOWN, Thumb(), MK_LBUTTON);
-        Mouse(WM_MOUSEMOVE, {Thumb().x + 4, Thumb().y}, MK_LBUTTON);
-        Mouse(WM_LBUTTONUP, Thumb());
-        ASSERT_EQ(f.pos[0], value);
-        ASSERT_EQ(TakeCodes(), "98");
-    }
 }
 
 TEST_F(Fader, FineDragHalvesTheWayAndKeepsTheMouseOnTheThumb) {
@@ -112,58 +96,46 @@ TEST_F(Fader, FineDragHalvesTheWayAndKeepsTheMouseOnTheThumb) {
     Send(FADERM_SETPOS, 0, -100);
     const POINT grab{Thumb().x + 2, Thumb().y - 4};
     Mouse(WM_LBUTTONDOWN, grab, MK_LBUTTON);
-    struct Row {
-        int32_t up, units;
-    };
     int32_t expected = -100;
     POINT mouse = grab;
-    for (const Row& row :
-         {Row{1, 1}, Row{2, 1}, Row{3, 2}, Row{10, 5}, Row{-1, -1}, Row{-4, -2}, Row{-7, -4}}) {
-        mouse.y -= row.up;
+    for (const auto& [up, units] :
+         {Pair{1, 1}, Pair{2, 1}, Pair{3, 2}, Pair{10, 5}, Pair{-1, -1}, Pair{-4, -2}, Pair{-7, -4}}) {
+        mouse.y -= up;
         host.warps.clear();
-        Mouse(WM_MOUSEMOVE, mouse, MK_LBUTTON | (row.up & 1 ? MK_CONTROL : MK_RBUTTON));
-        expected += row.units;
-        ASSERT_EQ(f.pos[0], expected) << row.up;
+        Mouse(WM_MOUSEMOVE, mouse, MK_LBUTTON | (up & 1 ? MK_CONTROL : MK_RBUTTON));
+        expected += units;
+        ASSERT_EQ(Value(), expected) << up;
         if (host.warps.empty()) {
             EXPECT_EQ(mouse.y, Thumb().y - 4) << "the thumb came along";
             continue;
         }
         EXPECT_EQ(host.warps.back().y, Thumb().y - 4) << "at the place where it was grabbed";
         mouse = host.warps.back();
-        mouse.y += row.units & 1;  // a fraction of a pixel may be lost on the way
+        mouse.y += units & 1;  // a fraction of a pixel may be lost on the way
         Mouse(WM_MOUSEMOVE, mouse, MK_LBUTTON | MK_CONTROL);
-        ASSERT_EQ(f.pos[0], expected) << "the warp's own mouse move is none";
+        ASSERT_EQ(Value(), expected) << "the warp's own mouse move is none";
     }
     EXPECT_NE(expected, -100);
     Mouse(WM_MOUSEMOVE, {mouse.x, mouse.y - 5}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], FaderValue(f, mouse.y - 5 + 4)) << "without Ctrl it follows the pixel again";
+    EXPECT_EQ(Value(), FaderValue(f, mouse.y - 5 + 4)) << "without Ctrl it follows the pixel again";
     Mouse(WM_LBUTTONUP, mouse);
 }
 
-TEST_F(Fader, EscapeBringsTheOldValuesBack) {
-    Make(kPair);
-    Set(-30, 60);
-    Mouse(WM_LBUTTONDOWN, Thumb(1), MK_LBUTTON | MK_SHIFT);
-    Mouse(WM_MOUSEMOVE, {Thumb(1).x, 300}, MK_LBUTTON);
-    Key(VK_ESCAPE);
-    EXPECT_EQ(f.pos[0], -30);
-    EXPECT_EQ(f.pos[1], 60);
-    EXPECT_FALSE(host.captured);
-    EXPECT_EQ(TakeCodes(), "9548");
-    Mouse(WM_LBUTTONUP, Thumb(1));
-    Mouse(WM_MOUSEMOVE, {Thumb(1).x, 100});
-    EXPECT_EQ(f.pos[1], 60);
-    EXPECT_EQ(TakeCodes(), "");
-}
-
-TEST_F(Fader, LosingTheMouseEndsADrag) {
-    for (const uint32_t message : {WM_CANCELMODE, WM_CAPTURECHANGED}) {
-        Make(kMono);
-        Mouse(WM_LBUTTONDOWN, Thumb(), MK_LBUTTON);
-        Mouse(WM_MOUSEMOVE, {Thumb().x, 100}, MK_LBUTTON);
-        Send(message);
-        EXPECT_EQ(TakeCodes(), "9548");
-        EXPECT_EQ(f.dragPart, FADER_NOWHERE);
+TEST_F(Fader, ADragEndsWithEscapeOrTheLossOfTheMouse) {
+    for (const uint32_t message : {WM_KEYDOWN, WM_CANCELMODE, WM_CAPTURECHANGED}) {
+        Make(kPair);
+        Set(-30, 60);
+        Mouse(WM_LBUTTONDOWN, Thumb(1), MK_LBUTTON | MK_SHIFT);
+        Mouse(WM_MOUSEMOVE, {Thumb(1).x, 300}, MK_LBUTTON);
+        const Pair left = message == WM_KEYDOWN ? Pair(-30, 60) : Values();
+        Send(message, VK_ESCAPE);
+        EXPECT_EQ(Values(), left) << message;
+        EXPECT_FALSE(host.captured);
+        EXPECT_EQ(TakeCodes(), "9548") << message;
+        Mouse(WM_LBUTTONUP, Thumb(1));
+        Mouse(WM_MOUSEMOVE, {Thumb(1).x, 100});
+        EXPECT_EQ(Values(), left) << message;
+        EXPECT_EQ(TakeCodes(), "");
     }
 }
 
@@ -171,7 +143,7 @@ TEST_F(Fader, DoubleClickRestoresTheDefaultOrAlignsAPair) {
     Make(kMono);
     Send(FADERM_SETPOS, 0, -100);
     Mouse(WM_LBUTTONDBLCLK, Thumb(), MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], 0);
+    EXPECT_EQ(Value(), 0);
     EXPECT_FALSE(host.captured);
     Mouse(WM_LBUTTONUP, Thumb());
     EXPECT_EQ(TakeCodes(), "48");
@@ -179,12 +151,11 @@ TEST_F(Fader, DoubleClickRestoresTheDefaultOrAlignsAPair) {
     Make(kPair);
     Set(-100, 50);
     Mouse(WM_LBUTTONDBLCLK, {f.thumbs[1].rect.right - 1, Thumb(1).y}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], 50) << "the other thumb takes this one's value";
+    EXPECT_EQ(Value(), 50) << "the other thumb takes this one's value";
     EXPECT_EQ(f.channelMask, 3u);
     Set(-100, 50);
     Mouse(WM_LBUTTONDBLCLK, {f.thumbs[1].rect.left, Thumb(1).y}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], 0) << "the inner half means both";
-    EXPECT_EQ(f.pos[1], 0);
+    EXPECT_EQ(Values(), Pair(0, 0)) << "the inner half means both";
 }
 
 TEST_F(Fader, GangRules) {
@@ -218,28 +189,27 @@ TEST_F(Fader, GangRules) {
 
 TEST_F(Fader, PartsBesideTheThumbRepeatWhileTheMouseStays) {
     Make(kMono);
-    Send(FADERM_SETUP, 0,
-         reinterpret_cast<intptr_t>(
-             std::array<FADERSETUP, 1>{FADERSETUP{-720, 120, 0, 5, 100, 0, 0, nullptr}}.data()));
+    const FADERSETUP setup{-720, 120, 0, 5, 100, 0, 0, nullptr};
+    Send(FADERM_SETUP, 0, reinterpret_cast<intptr_t>(&setup));
     Set(0, 0);
     const POINT below{f.track.left + 1, FaderPixel(f, -400)};
     Mouse(WM_LBUTTONDOWN, below, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], -100) << "once at the press";
+    EXPECT_EQ(Value(), -100) << "once at the press";
     EXPECT_TRUE(host.timers.count(42));
     Send(WM_TIMER, 42);
-    EXPECT_EQ(f.pos[0], -200);
+    EXPECT_EQ(Value(), -200);
     Mouse(WM_MOUSEMOVE, {below.x, 5}, MK_LBUTTON);
     Send(WM_TIMER, 42);
-    EXPECT_EQ(f.pos[0], -200) << "the mouse is over another part";
+    EXPECT_EQ(Value(), -200) << "the mouse is over another part";
     Mouse(WM_MOUSEMOVE, below, MK_LBUTTON);
     for (int i = 0; i < 5; i++) Send(WM_TIMER, 42);
-    EXPECT_EQ(f.pos[0], -400) << "the thumb has come under the mouse";
+    EXPECT_EQ(Value(), -400) << "the thumb has come under the mouse";
     Mouse(WM_LBUTTONUP, below);
     EXPECT_FALSE(host.timers.count(42));
     EXPECT_EQ(TakeCodes(), "33338");
 
     Mouse(WM_LBUTTONDOWN, {0, 5}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], -395) << "outside the track: by lines";
+    EXPECT_EQ(Value(), -395) << "outside the track: by lines";
     Mouse(WM_LBUTTONUP, {0, 5});
     EXPECT_EQ(TakeCodes(), "08");
 }
@@ -257,16 +227,15 @@ TEST_F(Fader, Wheel) {
         Set(0, -50);
         EXPECT_EQ(Send(WM_MOUSEWHEEL, PackWords(row.keys, static_cast<uint32_t>(row.counts))),
                   FADER_WHEEL_USED);
-        EXPECT_EQ(f.pos[0], row.delta) << row.counts;
-        EXPECT_EQ(f.pos[1], row.delta - 50);
+        EXPECT_EQ(Values(), Pair(row.delta, row.delta - 50)) << row.counts;
         EXPECT_EQ(TakeCodes(), "4");
     }
     Set(115, -720);
     Wheel(1200);
-    EXPECT_EQ(f.pos[0], 120);
+    EXPECT_EQ(Value(), 120);
     Send(FADERM_SETCHANNELMASK, 0, 2);
     Wheel(-120);
-    EXPECT_EQ(f.pos[0], 120) << "only the meant channel";
+    EXPECT_EQ(Value(), 120) << "only the meant channel";
 }
 
 TEST_F(Fader, Keys) {
@@ -289,15 +258,15 @@ TEST_F(Fader, Keys) {
         Send(FADERM_SETPOS, 0, row.from);
         host.keys = row.control ? std::set<uint32_t>{VK_CONTROL} : std::set<uint32_t>{};
         Key(row.key);
-        EXPECT_EQ(f.pos[0], row.to) << row.key;
+        EXPECT_EQ(Value(), row.to) << row.key;
         Send(WM_KEYUP, row.key);
         EXPECT_EQ(TakeCodes(), std::string(row.codes) + (*row.codes ? "8" : "")) << row.key;
     }
     EXPECT_TRUE(host.sent.empty());
-    Send(FADERM_SETRANGE, 0, static_cast<intptr_t>(PackWords(0, 100)));
+    Send(FADERM_SETRANGE, 0, Limits(0, 100));
     host.keys.clear();
     Key(VK_HOME);
-    EXPECT_EQ(f.pos[0], 100) << "a range without unity";
+    EXPECT_EQ(Value(), 100) << "a range without unity";
 }
 
 TEST_F(Fader, KeysThatItDoesNotUseGoToTheOwner) {
@@ -330,8 +299,7 @@ TEST_F(Fader, ChannelKeysOfAPair) {
         EXPECT_EQ(f.channelMask, mask);
         EXPECT_EQ(f.activeChannel, mask == 2 ? 1u : 0u);
         Key(VK_UP);
-        EXPECT_EQ(f.pos[0], mask & 1 ? 1 : 0);
-        EXPECT_EQ(f.pos[1], mask & 2 ? 1 : 0);
+        EXPECT_EQ(Values(), Pair(mask & 1, mask >> 1));
     }
     Send(FADERM_SETCHANNELMASK, 0, 0);
     EXPECT_EQ(f.channelMask, 1u);
@@ -372,7 +340,7 @@ TEST_F(Fader, IgnoresTheHandWhenDisabledOrTooSmall) {
         Key(VK_UP);
         Wheel(120);
         Mouse(WM_LBUTTONUP, Thumb());
-        EXPECT_EQ(f.pos[0], 0);
+        EXPECT_EQ(Value(), 0);
         EXPECT_FALSE(host.captured);
         EXPECT_EQ(TakeCodes(), "");
     }
@@ -462,8 +430,7 @@ TEST_F(Fader, MinimumSizes) {
         if (row.image) f.state &= ~FADERST_DRAWN_THUMB;
         SIZE size;
         FaderInst_GetMinSize(&f, &size);
-        EXPECT_EQ(size.cx, row.size.cx);
-        EXPECT_EQ(size.cy, row.size.cy);
+        EXPECT_EQ(size, row.size) << row.style << row.image;
     }
 }
 
@@ -502,10 +469,9 @@ TEST_F(Fader, CursorTellsTheThumbsOfAPairApart) {
 
 TEST_F(Fader, HorizontalFadersRiseToTheRight) {
     Make(FADERS_TAPER | FADERS_SELF_KEYS, {10, 0, 310, 26});
-    EXPECT_LT(FaderPixel(f, -300), FaderPixel(f, 60));
     Mouse(WM_LBUTTONDOWN, Thumb(), MK_LBUTTON);
     Mouse(WM_MOUSEMOVE, {1000, 10}, MK_LBUTTON);
-    EXPECT_EQ(f.pos[0], 120);
+    EXPECT_EQ(Value(), 120);
     EXPECT_EQ(f.thumbs[0].rect.right, 310);
     Mouse(WM_MOUSEMOVE, {-1000, 10}, MK_LBUTTON);
     EXPECT_EQ(f.thumbs[0].rect.left, 10);
@@ -515,7 +481,7 @@ TEST_F(Fader, HorizontalFadersRiseToTheRight) {
 TEST_F(Fader, TheDefaultScrollProcMovesForOwnersThatAskForIt) {
     Make(FADERS_VERTICAL | FADERS_TAPER);
     Key(VK_PRIOR);
-    EXPECT_EQ(f.pos[0], 0) << "without its own key steps it only tells";
+    EXPECT_EQ(Value(), 0) << "without its own key steps it only tells";
     EXPECT_EQ(TakeCodes(), "2");
     EXPECT_EQ(FaderInst_DefScrollProc(&f, FADER_PAGE_UP, 0, 0), 84);
     EXPECT_EQ(FaderInst_DefScrollProc(&f, FADER_LINE_DOWN, 3, 0), 81);
@@ -534,10 +500,15 @@ TEST_F(Fader, AtEveryTravelTheThumbsOwnPixelKeepsTheValue) {
                 Set(value, value);
                 const POINT thumb = Thumb();
                 Mouse(WM_LBUTTONDOWN, thumb, MK_LBUTTON);
+                Mouse(WM_MOUSEMOVE, {thumb.x + 4, thumb.y}, MK_LBUTTON);
+                Mouse(WM_LBUTTONUP, thumb);
+                ASSERT_EQ(TakeCodes(), "98") << "a move across is none";
+                Mouse(WM_LBUTTONDOWN, thumb, MK_LBUTTON);
                 Mouse(WM_MOUSEMOVE, {thumb.x, thumb.y + 3}, MK_LBUTTON);
                 Mouse(WM_MOUSEMOVE, thumb, MK_LBUTTON);
                 Mouse(WM_LBUTTONUP, thumb);
-                ASSERT_EQ(f.pos[0], value) << "travel " << travel << " pixel " << pixel;
+                ASSERT_EQ(Value(), value) << "travel " << travel << " pixel " << pixel;
+                ASSERT_EQ(TakeCodes(), "95548");
             }
             FaderInst_Deinit(&f);
         }
@@ -562,14 +533,14 @@ TEST_F(Fader, AGameControllerMovesTheFaderThatHasIt) {
     Send(GAMEM_BUTTONDOWN);
     device.axisY = 65535;
     Send(GAMEM_AXIS);
-    EXPECT_EQ(f.pos[0], 120);
+    EXPECT_EQ(Value(), 120);
     EXPECT_EQ(springs.last.center, 10000);
     EXPECT_EQ(springs.last.saturation, 10000u);
     EXPECT_EQ(springs.last.positiveCoefficient, 10000);
     device.axisY = 32768 - 20000;
     device.gain = 20000;
     Send(GAMEM_AXIS);
-    EXPECT_EQ(f.pos[0], -720) << "the gain takes it beyond the end";
+    EXPECT_EQ(Value(), -720) << "the gain takes it beyond the end";
     Send(GAMEM_BUTTONUP);
     EXPECT_EQ(TakeCodes(), "9558");
     const int before = springs.count;

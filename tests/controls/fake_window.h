@@ -3,11 +3,16 @@
 
 #include "platform/ui/control_host.h"
 #include "platform/ui/messages.h"
+#include "points.h"
 
-#include <cstring>
 #include <set>
 #include <string>
 #include <vector>
+
+/// Two limits of a range, as messages carry them.
+inline intptr_t Limits(int32_t min, int32_t max) {
+    return static_cast<intptr_t>(PackWords(static_cast<uint32_t>(min), static_cast<uint32_t>(max)));
+}
 
 struct FakeWindow : ControlHost {
     struct Sent {

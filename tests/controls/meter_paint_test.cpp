@@ -46,6 +46,15 @@ void Init(tQMMETER& m, const Look& look, FakeWindow& host) {
     MeterInst_Message(&m, METERM_SETDISPLAYRANGE, 0, look.displayRange);
 }
 
+void Paint(QImage& image, auto draw) {
+    QPainter painter(&image);
+    draw(painter);
+}
+QImage Whole(tQMMETER& m, QImage image) {
+    Paint(image, [&](QPainter& painter) { MeterInst_Draw(&m, &painter); });
+    return image;
+}
+
 QRect DifferentPixels(const QImage& a, const QImage& b) {
     QRect bounds;
     for (int y = 0; y < a.height(); y++)
@@ -60,9 +69,17 @@ protected:
     FakeWindow host;
     std::mt19937 random{12345};
 
-    void SetUp() override { ApplyTheme(Theme::Dark); }
-    // Levels that wander, rest, peak over full scale and fall silent.
-    void Feed(tQMMETER& a, tQMMETER& b) {
+    tQMMETER a, b;  // the one paints changes, the other all
+
+    void SetUp() override {
+        ApplyTheme(Theme::Dark);
+        for (tQMMETER* m : {&a, &b}) Init(*m, GetParam(), host);
+    }
+    void TearDown() override {
+        for (tQMMETER* m : {&a, &b}) MeterInst_Deinit(m);
+    }
+    // Levels that wander, rest, peak over full scale and fall silent. Then some time passes.
+    void Feed() {
         std::vector<int32_t> levels(a.channels);
         for (int32_t& level : levels) {
             const uint32_t what = random() % 16;
@@ -71,42 +88,27 @@ protected:
                     : what == 2 ? -1
                                 : static_cast<int32_t>(std::pow(2.0, random() % 1500 / 100.0));
         }
-        if (random() % 3 == 0) return;
-        for (tQMMETER* m : {&a, &b})
-            MeterInst_Message(m, METERM_SETLEVELS, PackWords(0, a.channels),
-                              reinterpret_cast<intptr_t>(levels.data()));
+        if (random() % 3)
+            for (tQMMETER* m : {&a, &b})
+                MeterInst_Message(m, METERM_SETLEVELS, PackWords(0, a.channels),
+                                  reinterpret_cast<intptr_t>(levels.data()));
+        host.now += random() % 200;
     }
 };
 INSTANTIATE_TEST_SUITE_P(Looks, MeterChanges, testing::ValuesIn(kLooks));
 
 TEST_P(MeterChanges, EqualAFullPaint) {
     const Look& look = GetParam();
-    tQMMETER a, b;
-    Init(a, look, host);
-    Init(b, look, host);
-    QImage changes = Blank(look.scale);
-    {
-        QPainter painter(&changes);
-        MeterInst_Draw(&a, &painter);
-    }
+    QImage changes = Whole(a, Blank(look.scale));
     int painted = 0;
     for (int step = 0; step < 400; step++) {
-        Feed(a, b);
-        host.now += random() % 200;
+        Feed();
         const QImage before = changes;
         RECT area;
-        bool any;
-        {
-            QPainter painter(&changes);
-            any = MeterInst_DrawChanges(&a, &painter, &area);
-        }
+        bool any = false;
+        Paint(changes, [&](QPainter& painter) { any = MeterInst_DrawChanges(&a, &painter, &area); });
         painted += any;
-        QImage whole = Blank(look.scale);
-        {
-            QPainter painter(&whole);
-            MeterInst_Draw(&b, &painter);
-        }
-        ASSERT_EQ(changes, whole) << "step " << step;
+        ASSERT_EQ(changes, Whole(b, Blank(look.scale))) << "step " << step;
         const QRect touched = DifferentPixels(before, changes);
         const QRectF told(area.left * look.scale, area.top * look.scale, area.Width() * look.scale,
                           area.Height() * look.scale);
@@ -114,22 +116,15 @@ TEST_P(MeterChanges, EqualAFullPaint) {
         ASSERT_TRUE(any || touched.isEmpty());
     }
     EXPECT_GT(painted, 100);
-    MeterInst_Deinit(&a);
-    MeterInst_Deinit(&b);
 }
 
 // A strip is often painted in part only, under a clip; the rest of the bar must not be forgotten.
 TEST_P(MeterChanges, SurvivePaintsUnderAClip) {
     const Look& look = GetParam();
-    tQMMETER a, b;
-    Init(a, look, host);
-    Init(b, look, host);
     QImage changes = Blank(look.scale);
     for (int step = 0; step < 200; step++) {
-        Feed(a, b);
-        host.now += random() % 200;
-        {
-            QPainter painter(&changes);
+        Feed();
+        Paint(changes, [&](QPainter& painter) {
             // The first paint may be such a part already; labels only come with a whole one.
             if (step > 0 || !(look.style & METERS_LABELS))
                 painter.setClipRect(0, static_cast<int>(random() % 150), 100, 40);
@@ -138,15 +133,9 @@ TEST_P(MeterChanges, SurvivePaintsUnderAClip) {
             painter.setClipping(false);
             RECT area;
             MeterInst_DrawChanges(&a, &painter, &area);
-        }
-        QImage whole = Blank(look.scale);
-        QPainter painter(&whole);
-        MeterInst_Draw(&b, &painter);
-        painter.end();
-        ASSERT_EQ(changes, whole) << "step " << step;
+        });
+        ASSERT_EQ(changes, Whole(b, Blank(look.scale))) << "step " << step;
     }
-    MeterInst_Deinit(&a);
-    MeterInst_Deinit(&b);
 }
 
 TEST(MeterBitmaps, AreSharedByMetersThatLookAlike) {
@@ -195,10 +184,7 @@ TEST(MeterPaint, NamesStandAtTheirBars) {
         const bool vertical = style & METERS_VERTICAL;
         Init(m, {style, 4, {0, 0, 200, 200}, 1.0, 0}, host);
         MeterInst_Message(&m, METERM_SETNAMES, PackWords(0, 4), reinterpret_cast<intptr_t>(kNames));
-        QImage image = Blank(1);
-        QPainter painter(&image);
-        MeterInst_Draw(&m, &painter);
-        painter.end();
+        const QImage image = Whole(m, Blank(1));
         RECT bar;
         MeterInst_Message(&m, METERM_GETRECT, PackWords(METER_PART_BAR, 0), reinterpret_cast<intptr_t>(&bar));
         const QRect names =
@@ -229,10 +215,7 @@ TEST(MeterPaint, EveryScreenShowsTheSameLabels) {
                     MeterExInst_SetScale(&m, &MeterScaleOf(scale));
                 else
                     MeterInst_Init(&m.base, kStyle, &rect, &host, 1, 0, 0);
-                QImage image = Blank(pixels);
-                QPainter painter(&image);
-                MeterInst_Draw(&m.base, &painter);
-                painter.end();
+                const QImage image = Whole(m.base, Blank(pixels));
                 const LONG column = MeterLabelSize(m.base).cx;
                 labels.push_back(
                     InkRuns(image, QRectF(0, 0, column * pixels, height * pixels).toAlignedRect(), true)
@@ -252,11 +235,9 @@ TEST(MeterPaint, TheBarEndsWhereTheLevelSays) {
     MeterInst_SetBands(&m, &band, 1);
     for (const int32_t level : {0, 1, 2, 100, 16384, 32767}) {
         MeterInst_Message(&m, METERM_SETLEVELS, 0, level);
-        QImage image(20, 310, QImage::Format_RGB32);
-        image.fill(Qt::black);
-        QPainter painter(&image);
-        MeterInst_Draw(&m, &painter);
-        painter.end();
+        QImage black(20, 310, QImage::Format_RGB32);
+        black.fill(Qt::black);
+        const QImage image = Whole(m, black);
         int lit = 0, unlit = 0;
         for (int y = 0; y < 310; y++) {
             const QColor c = image.pixelColor(5, y);

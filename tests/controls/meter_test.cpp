@@ -33,8 +33,6 @@ protected:
         MeterAdvance(m, host.now + milliseconds);
         return m.channel[0];
     }
-    std::u16string Text() const { return MeterClipText(m, m.channel[0].clip).text; }
-    bool Clipped() const { return MeterClipText(m, m.channel[0].clip).clipped; }
 };
 
 MeterScale Scale(int32_t range, bool isFloat = false, int32_t displayRange = 0, bool linear = false) {
@@ -111,44 +109,35 @@ TEST(MeterScale, TicksHaveRoomAndLabelsToo) {
 }
 
 TEST_F(Meter, LevelsAndTheStickyPeak) {
+    struct Row {
+        int32_t sent, level, clip;
+        const char* what;
+    };
     Make(0);
-    Level(1000);
-    Level(500);
-    EXPECT_EQ(Send(METERM_GETLEVELS), 500);
-    EXPECT_EQ(Send(METERM_GETCLIP), 1000);
-    Level(32768);
-    EXPECT_EQ(Send(METERM_GETLEVELS), 32767);
-    EXPECT_EQ(Send(METERM_GETCLIP), 32768);
-    Level(40000);
-    Level(33000);
-    EXPECT_EQ(Send(METERM_GETCLIP), 40000) << "the larger one stays";
-    Level(0);
-    EXPECT_EQ(Send(METERM_GETCLIP), 40000);
-    EXPECT_EQ(m.channel[0].highHold, 0);
-    Level(700);
-    At(0);
-    Level(-1);
-    EXPECT_EQ(Send(METERM_GETCLIP), 0);
-    EXPECT_EQ(m.channel[0].highHold, 0);
-    EXPECT_EQ(At(0).pixel, 0);
-    Level(123);
-    Level(45);
+    for (const Row& row : {Row{1000, 1000, 1000, "the first"}, Row{500, 500, 1000, "a lower one"},
+                           Row{32768, 32767, 32768, "clipped"}, Row{40000, 32767, 40000, "by more"},
+                           Row{33000, 32767, 40000, "the larger one stays"}, Row{0, 0, 40000, "silence"},
+                           Row{700, 700, 40000, "and on"}, Row{-1, -1, 0, "a reset"},
+                           Row{123, 123, 123, "from new"}, Row{45, 45, 123, "a lower one again"}}) {
+        Level(row.sent);
+        EXPECT_EQ(Send(METERM_GETLEVELS), row.level) << row.what;
+        EXPECT_EQ(Send(METERM_GETCLIP), row.clip) << row.what;
+        if (row.sent > 0) continue;
+        EXPECT_EQ(m.channel[0].highHold, 0) << row.what;
+        EXPECT_EQ(At(0).pixel, 0) << row.what;
+    }
     Send(METERM_RESETCLIP);
     EXPECT_EQ(Send(METERM_GETCLIP), 45);
     Send(METERM_SETCLIP, 0, -9);
     EXPECT_EQ(Send(METERM_GETCLIP), 0);
-}
 
-TEST_F(Meter, TheLowestLevelIsKeptWhenAskedFor) {
     Make(METERS_LOWEST);
     EXPECT_EQ(Send(METERM_GETCLIP), 32767);
-    Level(1000);
-    Level(2000);
-    EXPECT_EQ(Send(METERM_GETCLIP), 1000);
-    Level(0);
-    EXPECT_EQ(Send(METERM_GETCLIP), 1000) << "silence is no level";
-    Level(-1);
-    EXPECT_EQ(Send(METERM_GETCLIP), 32767);
+    for (const Row& row : {Row{1000, 1000, 1000, "the first"}, Row{2000, 2000, 1000, "a higher one"},
+                           Row{0, 0, 1000, "silence is no level"}, Row{-1, -1, 32767, "a reset"}}) {
+        Level(row.sent);
+        EXPECT_EQ(Send(METERM_GETCLIP), row.clip) << "lowest: " << row.what;
+    }
     Send(METERM_CLEAR);
     EXPECT_EQ(m.channel[0].highHold, 32767);
 }
@@ -194,37 +183,33 @@ TEST_F(Meter, AHoldStaysForItsTimeThenJumps) {
 }
 
 TEST_F(Meter, ReadoutTexts) {
-    Make(METERS_CLIP_SHOWN);
-    EXPECT_EQ(Text(), u"");
-    Level(16384);
-    EXPECT_EQ(Text(), u"-6.0");
-    EXPECT_FALSE(Clipped());
-    Level(32768);
-    EXPECT_EQ(Text(), u"Clip");
-    EXPECT_TRUE(Clipped());
-    Send(METERM_SETFORMAT, 0, reinterpret_cast<intptr_t>(u"$.0f dB"));
-    Send(METERM_SETCLIP, 0, 16384);
-    EXPECT_EQ(Text(), u"-6 dB");
-
-    Make(METERS_CLIP_SHOWN);
-    Send(METERM_SETRANGE, PackWords(0, 1), 1 << 23);
-    Level(Bits(2.0f));
-    EXPECT_EQ(Text(), u"6.0") << "a float meter can say by how much";
-    EXPECT_TRUE(Clipped());
-    EXPECT_EQ(Send(METERM_GETLEVELS), Bits(1.0f));
-    Level(Bits(std::numeric_limits<float>::infinity()));
-    EXPECT_EQ(Text(), u"+Inf.");
-    Send(METERM_SETPLAINCLIP, 0);
-    EXPECT_EQ(Text(), u"Clip");
-    Send(METERM_SETPLAINCLIP, 1);
-    Level(Bits(-1.0f));
-    EXPECT_EQ(Text(), u"");
-
-    Make(METERS_CLIP_SHOWN | METERS_LOWEST);
-    Level(16000);
-    EXPECT_EQ(Text(), u"-6.3") << "-6.226 dB, away from zero";
-    Send(METERM_SETCLIP, 0, 0);
-    EXPECT_EQ(Text(), u"-Inf.");
+    const int32_t half = 16384, infinite = Bits(std::numeric_limits<float>::infinity());
+    enum { kCounts, kFloats, kPlainFloats, kWhole, kLowest };
+    struct Row {
+        int meter;
+        int32_t clip;
+        const char16_t* text;
+        bool clipped;
+    };
+    for (const Row& row : {Row{kCounts, 0, u"", false}, Row{kCounts, half, u"-6.0", false},
+                           Row{kCounts, 32768, u"Clip", true}, Row{kWhole, half, u"-6 dB", false},
+                           Row{kFloats, Bits(2.0f), u"6.0", true}, Row{kFloats, infinite, u"+Inf.", true},
+                           Row{kPlainFloats, infinite, u"Clip", true}, Row{kFloats, 0, u"", false},
+                           Row{kLowest, 16000, u"-6.3", false}, Row{kLowest, 0, u"-Inf.", false}}) {
+        SCOPED_TRACE(testing::Message() << row.meter << ' ' << row.clip);
+        Make(METERS_CLIP_SHOWN | (row.meter == kLowest ? METERS_LOWEST : 0));
+        const bool floats = row.meter == kFloats || row.meter == kPlainFloats;
+        if (floats) Send(METERM_SETRANGE, PackWords(0, 1), 1 << 23);
+        if (row.meter == kWhole) Send(METERM_SETFORMAT, 0, reinterpret_cast<intptr_t>(u"$.0f dB"));
+        Send(METERM_SETPLAINCLIP, row.meter != kPlainFloats);
+        Send(METERM_SETCLIP, 0, row.clip);
+        const MeterReadout readout = MeterClipText(m, m.channel[0].clip);
+        EXPECT_EQ(readout.text, row.text);
+        EXPECT_EQ(readout.clipped, row.clipped);
+        if (!floats) continue;
+        Level(Bits(2.0f));
+        EXPECT_EQ(Send(METERM_GETLEVELS), Bits(1.0f));
+    }
 }
 
 TEST_F(Meter, AClickOnTheReadoutResetsItsChannel) {

@@ -49,9 +49,10 @@ protected:
         Mouse(WM_MOUSEMOVE, x, y, MK_LBUTTON | keys);
         Mouse(WM_LBUTTONUP, x, y, 0);
     }
-    void ExpectAt(double x, double y, const char* why = "") {
-        EXPECT_NEAR(p.at.x, x, 0.006) << why;
-        EXPECT_NEAR(p.at.y, y, 0.006) << why;
+    /// Within a pixel, where the mouse was there.
+    void ExpectAt(double x, double y, const std::string& why = "", double tolerance = 0.006) {
+        EXPECT_NEAR(p.at.x, x, tolerance) << why;
+        EXPECT_NEAR(p.at.y, y, tolerance) << why;
     }
     using Codes = std::vector<uint32_t>;
     Codes Take() { return std::exchange(codes, {}); }
@@ -80,8 +81,7 @@ TEST_F(Pan, NudgesByKey) {
         host.keys = {row.held};
         Key(row.key);
         Send(WM_KEYUP, row.key, 1);
-        EXPECT_NEAR(p.at.x, row.x, 1e-9) << row.key;
-        EXPECT_NEAR(p.at.y, row.y, 1e-9) << row.key;
+        ExpectAt(row.x, row.y, std::to_string(row.key), 1e-9);
         EXPECT_EQ(Take(), (Codes{row.code, PAN_END})) << row.key;
     }
     host.keys.clear();
@@ -100,8 +100,7 @@ TEST_F(Pan, NumbersJump) {
     for (uint32_t digit = 1; digit <= 9; digit++) {
         At(0.3, 0.3, 1);
         Key(VK_NUMPAD0 + digit);
-        EXPECT_EQ(p.at.x, static_cast<double>((digit - 1) % 3) - 1);
-        EXPECT_EQ(p.at.y, static_cast<double>((digit - 1) / 3) - 1);
+        ExpectAt((digit - 1) % 3 - 1.0, (digit - 1) / 3 - 1.0, std::to_string(digit), 0);
     }
     host.keys = {VK_CONTROL};
     Key(VK_NUMPAD9);
@@ -153,8 +152,7 @@ TEST_F(Pan, DragsUnderItsConstraints) {
         At(row.fromX, row.fromY, row.mode);
         p.at.lock = row.lock;
         Drag(row.toX, row.toY, row.held & kShift ? MK_SHIFT : 0);
-        EXPECT_NEAR(p.at.x, row.x, 0.02) << row.why;
-        EXPECT_NEAR(p.at.y, row.y, 0.02) << row.why;
+        ExpectAt(row.x, row.y, row.why, 0.02);
         EXPECT_EQ(Take(), (Codes{PAN_START, PAN_TRACK, PAN_END})) << row.why;
     }
     EXPECT_FALSE(host.captured);
@@ -195,8 +193,7 @@ TEST_F(Pan, SnapsToSpeakersInTheCircle) {
     Send(PANM_SETCHANNELS, 0, 1 << 1);
     At(0, 0);
     Drag(0.03, 0.95);
-    EXPECT_NEAR(p.at.x, 0, 1e-9);
-    EXPECT_NEAR(p.at.y, 1, 1e-9);
+    ExpectAt(0, 1, "", 1e-9);
 }
 
 TEST_F(Pan, FineDragEscapeAndDoubleClick) {

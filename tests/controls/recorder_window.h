@@ -2,10 +2,13 @@
 #pragma once
 
 #include "platform/ui/window.h"
+#include "points.h"
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <functional>
@@ -17,6 +20,11 @@ struct Message {
     uintptr_t wparam;
     intptr_t lparam;
 };
+
+inline void SendWheel(QWidget& w, QPoint at, QPoint turn, Qt::KeyboardModifiers modifiers = {}) {
+    QWheelEvent event(at, w.mapToGlobal(at), {}, turn, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&w, &event);
+}
 
 class Recorder : public MessageWindow {
 public:

@@ -71,28 +71,31 @@ TEST_F(Plot, DisplaysPutPairsWhereTheirFormulaeSay) {
 }
 
 TEST_F(Plot, PolarDisplaysDrawLines) {
-    Add(1, 1, SCOPES_POLAR_LINEAR);
-    EXPECT_GE(Lit(60, 11), 110u) << "full mono is the middle column";
-    EXPECT_GE(Lit(60, 110), 110u);
-    EXPECT_EQ(Lit(62, 60), 0u);
-    SetUp();
-    Add(0.5f, 0, SCOPES_POLAR_LINEAR);
-    EXPECT_GE(Lit(85, 110), 110u) << "one side alone is halfway out";
-    EXPECT_EQ(Lit(85, 70), 0u);
-    SetUp();
-    Add(0.5f, 0.5f, SCOPES_POLAR_CIRCULAR);
-    const int32_t cy = 10 + 100 * 17 / 32;
-    EXPECT_GE(Lit(60, cy - 45), 110u) << "mono: from the rim straight down";
-    EXPECT_GE(Lit(60, cy - 28), 110u);
-    EXPECT_EQ(Lit(60, cy - 20), 0u);
+    constexpr int32_t kMiddle = 10 + 100 * 17 / 32, kLeaning = 45 * 0.7071068;
+    struct Row {
+        uint32_t style;
+        float l, r;
+        std::vector<std::pair<int32_t, int32_t>> lit, dark;
+        const char* what;
+    };
+    for (const Row& row :
+         {Row{SCOPES_POLAR_LINEAR, 1, 1, {{60, 11}, {60, 110}}, {{62, 60}}, "full mono is the middle column"},
+          Row{SCOPES_POLAR_LINEAR, 0.5f, 0, {{85, 110}}, {{85, 70}}, "one side alone is halfway out"},
+          Row{SCOPES_POLAR_CIRCULAR,
+              0.5f,
+              0.5f,
+              {{60, kMiddle - 45}, {60, kMiddle - 28}},
+              {{60, kMiddle - 20}},
+              "mono: from the rim straight down"},
+          Row{SCOPES_POLAR_CIRCULAR, 0.5f, 0, {{60 + kLeaning, kMiddle - kLeaning}}, {}, "one side leans"}}) {
+        SetUp();
+        Add(row.l, row.r, row.style);
+        for (const auto& [x, y] : row.lit) EXPECT_GE(Lit(x, y), 110u) << row.what << ' ' << x << ',' << y;
+        for (const auto& [x, y] : row.dark) EXPECT_EQ(Lit(x, y), 0u) << row.what << ' ' << x << ',' << y;
+    }
     SetUp();
     Add(-0.5f, -0.5f, SCOPES_POLAR_CIRCULAR);
     EXPECT_TRUE(Centres().empty()) << "the lower quarter shows nothing";
-    SetUp();
-    Add(0.5f, 0, SCOPES_POLAR_CIRCULAR);
-    EXPECT_GE(Lit(60 + static_cast<int32_t>(45 * std::cos(0.7853982)),
-                  cy - static_cast<int32_t>(45 * std::sin(0.7853982))),
-              110u);
 }
 
 // Sines a quarter period apart are a circle.
@@ -163,11 +166,21 @@ TEST(ScopeGrids, MarksHalveDownToTheLeastSpacing) {
     EXPECT_EQ(ScopeMarks(nullptr, 0, 160, 20), std::vector<int32_t>());
 }
 
-TEST(Scope, WithoutMemoryForItsImageItShowsNothing) {
+namespace {
+class Scope : public testing::Test {
+protected:
     FakeWindow host;
     tQMSCOPE s;
-    const RECT beyond{0, 0, 0x7FFFFFF0, 0x7FFFFFF0}, rect{0, 0, 80, 80};
-    ScopeInst_Init(&s, SCOPES_XY, &beyond, &host, 1, 0);
+
+    void Make(const RECT& rect) { ScopeInst_Init(&s, SCOPES_XY, &rect, &host, 1, 0); }
+    void TearDown() override { ScopeInst_Deinit(&s); }
+    uint32_t Lit(int32_t x, int32_t y) const { return s.plot->At(x, y) >> 24; }
+};
+}  // namespace
+
+TEST_F(Scope, WithoutMemoryForItsImageItShowsNothing) {
+    Make({0, 0, 0x7FFFFFF0, 0x7FFFFFF0});
+    const RECT rect{0, 0, 80, 80};
     const float pair[] = {0.5f, 0.5f};
     const SCOPESAMPLES samples{pair, 1, 0, 1, 2};
     QImage image(80, 80, QImage::Format_RGB32);
@@ -181,22 +194,17 @@ TEST(Scope, WithoutMemoryForItsImageItShowsNothing) {
     ScopeInst_Move(&s, &rect);
     ScopeInst_SetPos(&s, &samples);
     ASSERT_NE(s.plot, nullptr);
-    EXPECT_EQ(s.plot->At(59, 20) >> 24, 110u) << "there is memory again";
-    painter.end();
-    ScopeInst_Deinit(&s);
+    EXPECT_EQ(Lit(59, 20), 110u) << "there is memory again";
 }
 
-TEST(Scope, FollowsItsMessages) {
-    FakeWindow host;
-    tQMSCOPE s;
-    const RECT rect{0, 0, 80, 80};
-    ScopeInst_Init(&s, SCOPES_XY, &rect, &host, 1, 0);
+TEST_F(Scope, FollowsItsMessages) {
+    Make({0, 0, 80, 80});
     const float frames[] = {9, 0.5f, 0.5f, 9, 0.5f, -0.5f};
     const SCOPESAMPLES samples{frames, 2, 1, 2, 3};
     ScopeInst_SetCount(&s, 1);
     ScopeInst_SetPos(&s, &samples);
-    EXPECT_EQ(s.plot->At(59, 20) >> 24, 110u);
-    EXPECT_EQ(s.plot->At(59, 59) >> 24, 0u) << "one point an update";
+    EXPECT_EQ(Lit(59, 20), 110u);
+    EXPECT_EQ(Lit(59, 59), 0u) << "one point an update";
     EXPECT_EQ(host.invalid.size(), 1u);
     EXPECT_TRUE(ScopeInst_SetEnabled(&s, 0));
     ScopeInst_SetPos(&s, &samples);
@@ -215,7 +223,5 @@ TEST(Scope, FollowsItsMessages) {
     ScopeInst_SetPos(&s, &samples);
     ScopeInst_Reset(&s);
     for (int32_t y = 0; y < 160; y++)
-        for (int32_t x = 0; x < 160; x++) ASSERT_EQ(s.plot->At(x, y) >> 24, 0u);
-    painter.end();
-    ScopeInst_Deinit(&s);
+        for (int32_t x = 0; x < 160; x++) ASSERT_EQ(Lit(x, y), 0u);
 }

@@ -21,7 +21,7 @@ protected:
                 reinterpret_cast<Trackbar*>(self)->codes += static_cast<char>('0' + code);
             },
             reinterpret_cast<uintptr_t>(this), 1.0f);
-        Send(FADERM_SETRANGE, 0, static_cast<intptr_t>(PackWords(static_cast<uint32_t>(-100), 100)));
+        Send(FADERM_SETRANGE, 0, Limits(-100, 100));
         Send(TRACKBARM_SETPOS, 1, 0);
     }
     void TearDown() override { TrackbarInst_Deinit(&t); }
@@ -110,7 +110,7 @@ TEST_F(Trackbar, SetsItsValueAsGivenOrWithinTheRange) {
     Send(FADERM_SETSTEREO, 0, 1);
     EXPECT_EQ(t.slider.channels, 1u) << "it has one thumb";
     RECT thumb;
-    Send(FADERM_SETRANGE, 0, static_cast<intptr_t>(PackWords(5, 5)));
+    Send(FADERM_SETRANGE, 0, Limits(5, 5));
     TrackbarInst_GetThumbRect(&t, &thumb);
     EXPECT_EQ(thumb.left, 0) << "an empty range: the low end";
 }

@@ -1,6 +1,4 @@
 // The message window: events of the window system as messages, timers, capture, painting, caret, tips.
-#include "controls/fader.h"
-#include "controls/fader_layout.h"
 #include "recorder_window.h"
 
 #include <QApplication>
@@ -11,10 +9,11 @@
 #include <QWheelEvent>
 
 namespace {
-void SendWheel(QWidget& w, QPoint at, QPoint turn, Qt::KeyboardModifiers modifiers = {}) {
-    QWheelEvent event(at, w.mapToGlobal(at), QPoint(), turn, Qt::NoButton, modifiers, Qt::NoScrollPhase,
-                      false);
-    QApplication::sendEvent(&w, &event);
+/// The mouse rests on the window.
+QString TipUnderTheMouse(QWidget& w) {
+    QHelpEvent help(QEvent::ToolTip, {10, 10}, w.mapToGlobal(QPoint(10, 10)));
+    QApplication::sendEvent(&w, &help);
+    return QToolTip::text();
 }
 using Ids = std::vector<uint32_t>;
 }  // namespace
@@ -36,12 +35,8 @@ TEST(Window, MouseEventsComeWithAHitTestAndTheKeys) {
     w.Open();
     QTest::mousePress(&w, Qt::LeftButton, Qt::ShiftModifier, {20, 30});
     EXPECT_EQ(w.Last(WM_LBUTTONDOWN).wparam, MK_LBUTTON | MK_SHIFT);
-    const POINT at = UnpackPoint(w.Last(WM_LBUTTONDOWN).lparam);
-    EXPECT_EQ(at.x, 20);
-    EXPECT_EQ(at.y, 30);
-    const POINT hit = w.ToClient(UnpackPoint(w.Last(WM_NCHITTEST).lparam));
-    EXPECT_EQ(hit.x, 20);
-    EXPECT_EQ(hit.y, 30);
+    EXPECT_EQ(UnpackPoint(w.Last(WM_LBUTTONDOWN).lparam), (POINT{20, 30}));
+    EXPECT_EQ(w.ToClient(UnpackPoint(w.Last(WM_NCHITTEST).lparam)), (POINT{20, 30}));
     EXPECT_EQ(w.Take(), (Ids{WM_NCHITTEST, WM_SETCURSOR, WM_LBUTTONDOWN}));
     QTest::mouseRelease(&w, Qt::LeftButton, Qt::ControlModifier, {20, 30});
     EXPECT_EQ(w.Last(WM_LBUTTONUP).wparam, MK_CONTROL);
@@ -242,23 +237,16 @@ TEST(Tips, StayOnTheScreenAndBelongToTheirElement) {
     };
     for (const Row& row : {Row{{10, 10}, {50, 20}, {10, 10}}, Row{{990, 490}, {50, 20}, {950, 480}},
                            Row{{-5, -5}, {50, 20}, {0, 0}}, Row{{10, 10}, {2000, 900}, {0, 0}}}) {
-        const POINT p = PlaceTip(row.wanted, row.size, screen);
-        EXPECT_EQ(p.x, row.place.x);
-        EXPECT_EQ(p.y, row.place.y);
+        EXPECT_EQ(PlaceTip(row.wanted, row.size, screen), row.place);
     }
     Recorder w;
     w.Open();
-    const auto rest = [&] {
-        QHelpEvent help(QEvent::ToolTip, {10, 10}, w.mapToGlobal(QPoint(10, 10)));
-        QApplication::sendEvent(&w, &help);
-        return QToolTip::text();
-    };
-    EXPECT_EQ(rest(), QString());
+    EXPECT_EQ(TipUnderTheMouse(w), QString());
     w.TipService().SetHover(u"Mute", {0, 0, 20, 20});
-    EXPECT_EQ(rest(), QString("Mute"));
+    EXPECT_EQ(TipUnderTheMouse(w), QString("Mute"));
     w.TipService().SetHover(u"Solo", {20, 0, 40, 20});
     EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); })) << "it belonged to another element";
-    EXPECT_EQ(rest(), QString("Solo"));
+    EXPECT_EQ(TipUnderTheMouse(w), QString("Solo"));
     w.TipService().HideHover();
     w.TipService().Track(u"-6.0 dB", {100, 100});
     EXPECT_TRUE(w.TipService().IsTracking());
@@ -275,61 +263,7 @@ TEST(Tips, ShowWhatTheyAreGivenLetterByLetter) {
     EXPECT_EQ(w.findChild<QLabel*>()->textFormat(), Qt::PlainText);
     EXPECT_EQ(w.findChild<QLabel*>()->text(), name);
     w.TipService().SetHover(name.toStdU16String(), {0, 0, 20, 20});
-    QHelpEvent help(QEvent::ToolTip, {10, 10}, w.mapToGlobal(QPoint(10, 10)));
-    QApplication::sendEvent(&w, &help);
     QTextDocument shown;
-    shown.setHtml(QToolTip::text());
+    shown.setHtml(TipUnderTheMouse(w));
     EXPECT_EQ(shown.toPlainText().simplified(), name.simplified());
-}
-
-// The whole way: a hand on the mouse, a window, a fader in it.
-TEST(Window, CarriesAFader) {
-    struct Page : Recorder {
-        tQMFADER fader{};
-        Page() {
-            resize(60, 320);
-            const RECT rect{10, 0, 50, 320};
-            FaderInst_Init(&fader, FADERS_VERTICAL | FADERS_TAPER | FADERS_SELF_KEYS, &rect, this, 1, nullptr,
-                           0, 1.0f);
-            FaderInst_Message(&fader, FADERM_SETRANGE, 0,
-                              static_cast<intptr_t>(PackWords(static_cast<uint32_t>(-720), 120)));
-            FaderInst_Message(&fader, FADERM_SETPOS, 0, 0);
-            also = [this](uint32_t message, uintptr_t w, intptr_t l) {
-                if (message == WM_PAINT) {
-                    const auto& info = *reinterpret_cast<const PaintInfo*>(w);
-                    FillRect(info.painter, info.rect, 0x202020);
-                    FaderInst_Draw(&fader, &info.painter);
-                }
-                return FaderInst_Message(&fader, message, w, l);
-            };
-        }
-        ~Page() override { FaderInst_Deinit(&fader); }
-        QPoint Thumb() const {
-            const POINT p = FaderThumbCentre(fader, 0);
-            return {p.x, p.y};
-        }
-    } page;
-    page.Open();
-    const QPoint from = page.Thumb();
-    QTest::mousePress(&page, Qt::LeftButton, {}, from);
-    QTest::mouseMove(&page, from - QPoint(0, 40));
-    EXPECT_NEAR(page.Thumb().y(), from.y() - 40, 3) << "a tenth of a decibel is up to 3 pixels here";
-    EXPECT_TRUE(page.HasCapture());
-    QTest::keyPress(&page, Qt::Key_Escape);
-    EXPECT_EQ(page.Thumb(), from);
-    EXPECT_FALSE(page.HasCapture());
-    QTest::mouseRelease(&page, Qt::LeftButton, {}, from);
-    QTest::keyClick(&page, Qt::Key_Up);
-    EXPECT_EQ(page.fader.pos[0], 1);
-    QTest::keyClick(&page, Qt::Key_Home, Qt::ControlModifier);
-    EXPECT_EQ(page.fader.pos[0], 120);
-    SendWheel(page, from, {0, -240}, Qt::ControlModifier);
-    EXPECT_EQ(page.fader.pos[0], 118);
-    QTest::mousePress(&page, Qt::LeftButton, Qt::ControlModifier, page.Thumb());
-    QMouseEvent fine(QEvent::MouseMove, page.Thumb() + QPoint(0, 8),
-                     page.mapToGlobal(page.Thumb() + QPoint(0, 8)), Qt::NoButton, Qt::LeftButton,
-                     Qt::ControlModifier);
-    QApplication::sendEvent(&page, &fine);
-    EXPECT_EQ(page.fader.pos[0], 114);
-    QTest::mouseRelease(&page, Qt::LeftButton, {}, page.Thumb());
 }

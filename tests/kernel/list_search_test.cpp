@@ -53,16 +53,13 @@ TEST(ListSearch, ProbingIsExactForEverySequenceRangeAndKey) {
         for (const Ints& items : Sequences(length)) {
             TestList array(QMLIST_ARRAY), pointers(0);
             Ints pool = items;
-            if (length) Fill(array, items);
-            for (int32_t& v : pool) {
-                void* p = &v;
-                QmList_InsertList(pointers, -1, &p, 1);
-            }
+            Fill(array, items);
+            FillPointers(pointers, pool);
             const auto n = static_cast<int32_t>(length);
             for (int32_t key = 0; key <= 6; key++)
                 for (int32_t start = -1; start <= n + 1; start++)
                     for (int32_t number = -1; number <= n + 1; number++)
-                        for (HQMLIST list : {static_cast<HQMLIST>(array), static_cast<HQMLIST>(pointers)}) {
+                        for (HQMLIST list : std::initializer_list<HQMLIST>{array, pointers}) {
                             const Outcome got{
                                 QmList_FindSortedItemRange(list, &key, start, number, CompareValues),
                                 QmList_FindSortedInsertIndexRange(list, &key, start, number, CompareValues)};
@@ -83,38 +80,24 @@ TEST(ListSearch, ComparersGetTheStoredCriteria) {
 }
 
 TEST(ListSearch, LinearSearchesKeepToTheirRange) {
-    struct Row {
-        int32_t start, number, result;
-    };
+    using Row = std::array<int32_t, 3>;
     const std::array<uint32_t, 3> records[] = {{1, 1, 1}, {7, 7, 8}, {7, 7, 7}, {1, 1, 1}, {7, 7, 7}};
     TestList array(QMLIST_ARRAY, sizeof(records[0])), pointers(0);
     ASSERT_EQ(S_OK, QmList_InsertList(array, 0, records, 5));
     char a, b, c;
     char* const items[] = {&a, &b, &c, &a, &c};
     ASSERT_EQ(S_OK, QmList_InsertList(pointers, 0, items, 5));
-    for (const Row& r : {Row{0, -1, 2}, Row{-5, 99, 2}, Row{0, 2, -1}, Row{0, 3, 2}, Row{3, -1, 4},
-                         Row{3, 1, -1}, Row{4, 1, 4}, Row{5, -1, -1}, Row{9, INT32_MAX, -1}, Row{2, 0, -1}}) {
-        EXPECT_EQ(r.result, QmList_FindSpecificItemRange(array, r.start, r.number, &records[2])) << r.start;
-        EXPECT_EQ(r.result, QmList_FindSpecificItemRange(pointers, r.start, r.number, &c)) << r.start;
+    for (const auto& [start, number, result] :
+         {Row{0, -1, 2}, Row{-5, 99, 2}, Row{0, 2, -1}, Row{0, 3, 2}, Row{3, -1, 4}, Row{3, 1, -1},
+          Row{4, 1, 4}, Row{5, -1, -1}, Row{9, INT32_MAX, -1}, Row{2, 0, -1}}) {
+        EXPECT_EQ(result, QmList_FindSpecificItemRange(array, start, number, &records[2])) << start;
+        EXPECT_EQ(result, QmList_FindSpecificItemRange(pointers, start, number, &c)) << start;
         const auto find = [](const void* key, const void* item) -> int32_t { return key != item; };
-        EXPECT_EQ(r.result, QmList_FindItemRange(pointers, r.start, r.number, &c, find)) << r.start;
+        EXPECT_EQ(result, QmList_FindItemRange(pointers, start, number, &c, find)) << start;
         const auto record = [](const void* key, const void* item) { return std::memcmp(key, item, 12); };
-        EXPECT_EQ(r.result, QmList_FindItemRange(array, r.start, r.number, &records[2], record)) << r.start;
+        EXPECT_EQ(result, QmList_FindItemRange(array, start, number, &records[2], record)) << start;
     }
+    EXPECT_EQ(-1, QmList_FindSpecificItemRange(pointers, 0, -1, nullptr)) << "free slots are not searched";
 }
 
-TEST(ListSearch, PointersAreFoundAnywhere) {
-    Ints pool(100);
-    TestList list(0);
-    for (int32_t& v : pool) {
-        void* p = &v;
-        QmList_InsertList(list, -1, &p, 1);
-    }
-    for (int32_t start = 0; start < 100; start++)
-        for (int32_t at = 0; at < 100; at++)
-            ASSERT_EQ(at < start ? -1 : at,
-                      QmList_FindSpecificItemRange(list, start, -1, &pool[static_cast<size_t>(at)]));
-    EXPECT_EQ(-1, QmList_FindSpecificItemRange(list, 0, -1, &list));
-    EXPECT_EQ(-1, QmList_FindSpecificItemRange(list, 0, -1, nullptr)) << "free slots are not searched";
-}
 }  // namespace

@@ -26,7 +26,15 @@ private:
 
 /// An array list of 32-bit values.
 inline void Fill(HQMLIST list, const std::vector<int32_t>& values) {
+    if (values.empty()) return;
     ASSERT_EQ(S_OK, QmList_InsertList(list, -1, values.data(), static_cast<int32_t>(values.size())));
+}
+/// A list of pointers to these items.
+inline void FillPointers(HQMLIST list, auto& items) {
+    for (auto& item : items) {
+        void* p = &item;
+        ASSERT_EQ(S_OK, QmList_InsertList(list, -1, &p, 1));
+    }
 }
 inline std::vector<int32_t> Values(HQMLIST list) {
     const auto records = QmList_Records<int32_t>(list);

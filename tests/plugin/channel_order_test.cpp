@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <vector>
+#include <iterator>
 
 namespace {
 
@@ -48,27 +47,20 @@ TEST(ChannelOrder, RulesForPairs) {
     }
 }
 
+// Where every pair stands right, any way of sorting comes to this.
 TEST(ChannelOrder, EntriesOfAStereoProjectStandAsOneExpects) {
-    const std::vector<ChannelKey> expected = {Key(1, 0),
-                                              Key(8, 1),
-                                              Key(1, 2),
-                                              Key(KIND_BUS | KIND_SPECIAL, -2),
-                                              Key(KIND_AUDIO_BUS, 0),
-                                              Key(KIND_AUDIO_BUS, 1),
-                                              Key(KIND_MASTER, 2)};
-    std::vector<ChannelKey> keys = expected;
-    const auto less = [](const ChannelKey& a, const ChannelKey& b) {
-        return CompareChannels(a, b, ChannelOrder::Entries) < 0;
-    };
-    const auto id = [](const ChannelKey& k) { return std::pair(k.kind, k.order); };
-    std::sort(keys.begin(), keys.end(), [&](auto& a, auto& b) { return id(a) < id(b); });
-    do {
-        std::vector<ChannelKey> sorted;
-        for (const ChannelKey& key : keys)
-            sorted.insert(std::upper_bound(sorted.begin(), sorted.end(), key, less), key);
-        for (size_t i = 0; i < sorted.size(); i++) ASSERT_EQ(id(sorted[i]), id(expected[i]));
-    } while (
-        std::next_permutation(keys.begin(), keys.end(), [&](auto& a, auto& b) { return id(a) < id(b); }));
+    const ChannelKey expected[] = {Key(1, 0),
+                                   Key(8, 1),
+                                   Key(1, 2),
+                                   Key(KIND_BUS | KIND_SPECIAL, -2),
+                                   Key(KIND_AUDIO_BUS, 0),
+                                   Key(KIND_AUDIO_BUS, 1),
+                                   Key(KIND_MASTER, 2)};
+    for (size_t i = 0; i < std::size(expected); i++)
+        for (size_t j = 0; j < i; j++) {
+            EXPECT_LT(CompareChannels(expected[j], expected[i], ChannelOrder::Entries), 0) << j << ' ' << i;
+            EXPECT_GT(CompareChannels(expected[i], expected[j], ChannelOrder::Entries), 0) << i << ' ' << j;
+        }
 }
 
 }  // namespace

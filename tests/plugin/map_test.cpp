@@ -98,30 +98,15 @@ protected:
                          {2, KIND_AUDIO_TRACK, 1, u"Bass"},
                          {4, KIND_MASTER, 1, u"Master"}};
         ASSERT_EQ(plugin->FinalConstruct(), S_OK);
-        FUNCTIONMAPENTRY entry{};
-        entry.tables = NewFunctionTables(1);
-        entry.tables[0].id = entry.tables[0].ownsRows = 1;
-        MPFUNCTIONMAP* rows = entry.tables[0].rows = NewFunctionRows(5);
-        const auto row = [&](size_t i, uint32_t command, uint32_t flags, uint32_t function,
-                             const MPEVENTREC& event) {
-            rows[i].commandType = command;
-            rows[i].flags = flags;
-            rows[i].group = ECONTROL_GRP_INSERT;
-            rows[i].function = function;
-            rows[i].maxValue = 127;
-            rows[i].first = event;
-            rows[i].second = EmptyEvent();
-        };
-        row(0, ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, Event(MPCNTRL_CHNG, 7, 0));
-        row(1, ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, Event(MPCNTRL_CHNG, 7, 0));
-        row(2, ECMDTYPE_RECIEVE, 0, 27, Event(MPNOTE_ON, 16, 127));
-        row(3, ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, 27, Event(MPNOTE_ON, 16, 127));
-        row(4, ECMDTYPE_SEND, EFUNCFLAG_STATE_OFF, 27, Event(MPNOTE_ON, 16, 0));
-        plugin->Map()->AddMap(std::move(entry));
+        const MPFUNCTIONMAP rows[] = {
+            FunctionRow(ECMDTYPE_RECIEVE, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 7)),
+            FunctionRow(ECMDTYPE_SEND, EFUNCFLAG_VALUE, MIXFUNC_VOLUME, 0, Event(MPCNTRL_CHNG, 7)),
+            FunctionRow(ECMDTYPE_RECIEVE, 0, MIXFUNC_MUTE, 0, Event(MPNOTE_ON, 16, 127)),
+            FunctionRow(ECMDTYPE_SEND, EFUNCFLAG_STATE_ON, MIXFUNC_MUTE, 0, Event(MPNOTE_ON, 16, 127)),
+            FunctionRow(ECMDTYPE_SEND, EFUNCFLAG_STATE_OFF, MIXFUNC_MUTE, 0, Event(MPNOTE_ON, 16, 0))};
+        plugin->Map()->AddMap(MapOf(rows));
         plugin->Map()->SelectMap(0);
-        uint32_t capabilities = 0;
-        ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities),
-                  S_OK);
+        ASSERT_EQ(host.Initialise(*plugin), S_OK);
         host.OpenProject();
     }
     void TearDown() override {
@@ -138,10 +123,7 @@ protected:
         EXPECT_EQ(plugin->FilterEvents(&stream, &filter), S_OK);
         return stream;
     }
-    template <class F>
-    bool Becomes(F condition) {
-        return Eventually(condition, &host.lock);
-    }
+    bool Becomes(auto condition) { return Eventually(condition, &host.lock); }
     bool SentEventually(uint8_t byte1, uint8_t byte2) {
         std::vector<MPEVENTREC> all;
         return Becomes([&] {
@@ -183,18 +165,16 @@ TEST_F(PluginMap, CapturedEventsHaveNoEffectAndASuspendedMapWaits) {
 
 TEST_F(PluginMap, ChangesOfTheHostReachTheSurface) {
     EXPECT_TRUE(SentEventually(7, 127)) << "the state at the beginning";
-    {
-        const std::scoped_lock lock(host.lock);
+    host.Edit([&] {
         host.Find(1)->volume = 0.5f;
         host.Find(1)->switches = SWITCH_MUTE;
-    }
+    });
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 1, MASK_VOLUME | MASK_SWITCHES);
     EXPECT_TRUE(SentEventually(7, 64));
-    {
-        const std::scoped_lock lock(host.lock);
+    host.Edit([&] {
         host.channels.erase(host.channels.begin());
         host.Find(2)->volume = 0.25f;
-    }
+    });
     host.Control(MPCTRL_CHANNEL, CHANGE_REMOVED, LEVEL_CHANNEL, 1, KIND_AUDIO_TRACK);
     EXPECT_TRUE(SentEventually(7, 32)) << "the next channel moves up";
     host.Control(MPCTRL_ACTIVATE, 0);
@@ -224,19 +204,15 @@ TEST(PluginMaps, ComeBackWithTheNextRun) {
     const auto run = [&](auto work) {
         ComPtr<SurfacePlugin> plugin(new SurfacePlugin);
         ASSERT_EQ(plugin->FinalConstruct(), S_OK);
-        uint32_t capabilities = 0;
-        ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities),
-                  S_OK);
+        ASSERT_EQ(host.Initialise(*plugin), S_OK);
         work(*plugin);
         plugin->Terminate();
     };
     NameTable names;
     std::string error;
     const std::filesystem::path path = std::filesystem::temp_directory_path() / "tarn_map_test.xml";
-    FUNCTIONMAPENTRY made{};
+    FUNCTIONMAPENTRY made = MapOf({}, u"Mine");
     made.channels = 4;
-    made.tables = NewFunctionTables(0);
-    CopyText(made.name, FUNCTION_NAME_SIZE, u"Mine");
     ASSERT_EQ(WriteFunctionTables(path, made, names, "d", 1, error), S_OK) << error;
     FreeFunctionTables(made);
 
@@ -277,8 +253,7 @@ TEST(PluginMaps, HostFunctionsHaveTheNamesOfTheHostsCatalog) {
     host.catalog = {{1, u"Filters"}, {2, u"Delays"}, {10, u"Low cut"}, {11, u"High cut"}, {20, u"Echo"}};
     ComPtr<SurfacePlugin> plugin(new SurfacePlugin);
     ASSERT_EQ(plugin->FinalConstruct(), S_OK);
-    uint32_t capabilities = 0;
-    ASSERT_EQ(plugin->Initialise(host.Unknown(), host.Unknown(), INITFLAG_CONTROL, 0, &capabilities), S_OK);
+    ASSERT_EQ(host.Initialise(*plugin), S_OK);
     EXPECT_EQ(plugin->Catalog().Families(), (std::vector<uint32_t>{1, 2}));
     EXPECT_EQ(plugin->Catalog().Items(1), (std::vector<uint32_t>{10, 11}));
     EXPECT_EQ(plugin->Catalog().Items(7), std::vector<uint32_t>());
@@ -295,12 +270,7 @@ TEST(PluginMaps, HostFunctionsHaveTheNamesOfTheHostsCatalog) {
 
 TEST_F(PluginMap, TheChosenPortAloneIsHeardAndTheHostToldOfIt) {
     plugin->ChoosePort(PORTS_INPUT, 0);
-    Stream stream;
-    stream.events = {Event(MPCNTRL_CHNG, 99, 1)};
-    MPFILTERINFO info{};
-    info.capabilities = CAPABILITY_CONTROL;
-    plugin->FilterEvents(&stream, &info);
-    EXPECT_EQ(stream.ports, std::vector<uint64_t>{0}) << "none";
+    EXPECT_EQ(Filter({Event(MPCNTRL_CHNG, 99, 1)}).ports, std::vector<uint64_t>{0}) << "none";
     plugin->ChoosePort(PORTS_INPUT, 7);
     using Requests = std::vector<FakeHost::PortRequest>;
     EXPECT_EQ(host.portRequests,
@@ -314,20 +284,14 @@ TEST_F(PluginMap, TheChosenPortAloneIsHeardAndTheHostToldOfIt) {
     bool told = false;
     host.onPortRequest = [&] {
         if (std::exchange(told, true)) return;
-        {
-            const std::scoped_lock lock(host.lock);
-            host.ports = {8};
-        }
+        host.Edit([&] { host.ports = {8}; });
         host.Notify(MPNOTIFY_PORTS);
     };
     host.Control(MPCTRL_ACTIVATE, 0);
     host.Control(MPCTRL_ACTIVATE, ACTIVATE_ON);
     Requests expected = {{false, false, 7}, {false, true, 7}};
     EXPECT_EQ(host.portRequests, expected) << "the chosen ones have gone";
-    {
-        const std::scoped_lock lock(host.lock);
-        host.ports = {7, 8};
-    }
+    host.Edit([&] { host.ports = {7, 8}; });
     told = false;
     host.Notify(MPNOTIFY_PORTS);
     expected.insert(expected.end(), {{true, false, 7}, {false, false, 7}});

@@ -22,7 +22,7 @@ HRESULT FakeHost::Query(const GUID& iid, void** out) {
     if (iid == IID_IMPTimeConverter) *out = static_cast<IMPTimeConverter*>(&m_times);
     if (iid == IID_IMPPortList) *out = static_cast<IMPPortList*>(&m_ports);
     if (iid == IID_IConnectionPointContainer) *out = static_cast<IConnectionPointContainer*>(&m_container);
-    if (iid == IID_IMPCtrlChannels && !refuseCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
+    if (iid == IID_IMPCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
     if (iid == IID_IMPPlugInCatalog && !catalog.empty()) *out = static_cast<IMPPlugInCatalog*>(&m_catalog);
     if (!*out) return E_NOINTERFACE;
     m_references++;
@@ -86,6 +86,11 @@ bool FakeHost::Tick() {
     return Send<IMPTimeSink>(IID_IMPTimeSink, [](IMPTimeSink& s) { s.OnTime(0, 0, 0); });
 }
 
+HRESULT FakeHost::Initialise(IMPInitialise& plugin) {
+    capabilities = UINT32_MAX;
+    return plugin.Initialise(Unknown(), Unknown(), INITFLAG_CONTROL, 0, &capabilities);
+}
+
 void FakeHost::OpenProject() {
     Control(MPCTRL_PROJECT, PROJECT_OPEN);
     Control(MPCTRL_ACTIVATE, ACTIVATE_ON);
@@ -134,20 +139,12 @@ std::vector<MPCHANNELID> FakeHost::Tree::Children(MPCHANNELID parent, uint32_t l
     return found;
 }
 
-HRESULT FakeHost::Tree::First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t) {
+HRESULT FakeHost::Tree::Step(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
+                             bool isFirst) {
     if (host->Fails()) return E_FAIL;
     const std::vector<MPCHANNELID> all = Children(*key, level);
-    if (all.empty()) return S_FALSE;
-    *key = all[0];
-    *more = all.size() > 1;
-    return level == LEVEL_TAKE ? Get(key, level, rec, TREE_ALL) : S_OK;
-}
-
-HRESULT FakeHost::Tree::Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t) {
-    if (host->Fails()) return E_FAIL;
-    const std::vector<MPCHANNELID> all = Children(*key, level);
-    auto at = std::find(all.begin(), all.end(), *key);
-    if (at == all.end() || ++at == all.end()) return S_FALSE;
+    auto at = isFirst ? all.begin() : std::find(all.begin(), all.end(), *key);
+    if (at == all.end() || (!isFirst && ++at == all.end())) return S_FALSE;
     *key = *at;
     *more = at + 1 != all.end();
     return level == LEVEL_TAKE ? Get(key, level, rec, TREE_ALL) : S_OK;
@@ -193,7 +190,7 @@ HRESULT FakeHost::Store::GetProperty(const GUID* id, uint32_t, uint32_t, uint32_
     if (host->Fails()) return E_FAIL;
     std::lock_guard guard(host->lock);
     if (*id == MPPROP_TRANSPORT && size == 4) return std::memcpy(buffer, &host->transport, 4), S_OK;
-    if (*id == MPPROP_CHANNEL_MODE && size == 4) return std::memcpy(buffer, &host->channelMode, 4), S_OK;
+    if (*id == MPPROP_CHANNEL_MODE && size == 4) return std::memset(buffer, 0, 4), S_OK;
     if (*id == MPPROP_PREFERENCE && size == sizeof(MPPREFREC)) {
         auto* pref = static_cast<MPPREFREC*>(buffer);
         const std::u16string key = KeyOf(*pref);
@@ -294,7 +291,7 @@ HRESULT FakeHost::Channels::Get(const MPCHANNELID* id, uint32_t level, MPCHANNEL
     if (mask & MASK_IDENTITY) {
         rec->kind = channel->kind;
         rec->order = channel->order;
-        rec->countClass = channel->countClass;
+        rec->countClass = 1;
         rec->pairSelector = channel->pairSelector;
     }
     if (mask & MASK_SWITCHES) rec->switches = channel->switches;

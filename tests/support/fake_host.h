@@ -19,7 +19,6 @@ struct FakeChannel {
     uint32_t switches = 0;
     float volume = 1.0f;
     float level = 0.0f;
-    uint32_t countClass = 1;
     uint32_t pairSelector = SPEAKER_FRONT;
     bool touched = false;
 };
@@ -47,8 +46,6 @@ public:
     uint32_t transport = 0;
     /// By id, families below 10, items from 10 times their family on; none: no catalog.
     std::map<uint32_t, std::u16string> catalog;
-    uint32_t channelMode = 0;
-    bool refuseCtrlChannels = false;
     bool namesUnasked = false;            ///< a name with everything that is asked of a channel
     std::function<void(uint64_t)> onGet;  ///< inside the plug-in's question about a channel, without the lock
 
@@ -77,6 +74,10 @@ public:
     int Connections();
 
     FakeChannel* Find(uint64_t id);
+    void Edit(auto change) {
+        const std::scoped_lock guard(lock);
+        change();
+    }
 
     // What the host sends; false when nobody listens.
     bool Notify(const GUID& id, uint32_t flags = 0, uint32_t level = 0, MPCHANNELID path = {},
@@ -84,6 +85,9 @@ public:
     bool Control(const GUID& id, uint32_t flags = 0, uint32_t level = 0, uint64_t channel = 0,
                  uint32_t kindMask = 0, uint64_t second = 0);
     bool Tick();
+    /// Begins the work of a control plug-in.
+    HRESULT Initialise(IMPInitialise& plugin);
+    uint32_t capabilities = 0;  ///< of all that are, those that the plug-in asked for
     /// The usual beginning and end of a plug-in's work with a project.
     void OpenProject();
     void CloseProject();
@@ -111,10 +115,13 @@ private:
         HRESULT FindConnectionPoint(const GUID& iid, IConnectionPoint** out) override;
     };
     struct Tree : Object<IMPProjectTree> {
-        HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
-                      uint32_t kinds) override;
-        HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more,
-                     uint32_t kinds) override;
+        HRESULT Step(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, bool isFirst);
+        HRESULT First(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t) override {
+            return Step(key, level, rec, more, true);
+        }
+        HRESULT Next(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t* more, uint32_t) override {
+            return Step(key, level, rec, more, false);
+        }
         HRESULT Find(MPCHANNELID*, uint32_t, MPEVENTREC*, uint32_t*, uint32_t) override { return E_NOTIMPL; }
         HRESULT Get(MPCHANNELID* key, uint32_t level, MPEVENTREC* rec, uint32_t mask) override;
         HRESULT Set(MPCHANNELID*, uint32_t, MPEVENTREC*, uint32_t) override { return E_NOTIMPL; }

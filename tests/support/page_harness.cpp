@@ -2,6 +2,22 @@
 
 #include <gtest/gtest.h>
 
+ConsoleSession::ConsoleSession(FakeHost& host) : m_host(host) {
+    EXPECT_EQ(QmOPTPlug_CreateOPTObject(m_object.Out()), S_OK);
+    EXPECT_EQ(m_object->QueryInterface(IID_IMPInitialise, m_init.OutVoid()), S_OK);
+}
+
+HRESULT ConsoleSession::Open() {
+    const HRESULT hr = m_host.Initialise(*m_init.Get());
+    if (hr == S_OK) m_host.OpenProject();
+    return hr;
+}
+
+void ConsoleSession::Close() {
+    m_host.CloseProject();
+    m_init->Terminate();
+}
+
 PageHarness::PageHarness(IUnknown* plugin, QSize size) {
     top.resize(size);
     top.show();

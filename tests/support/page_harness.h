@@ -1,16 +1,30 @@
-// A console page in a window of the test: made through the module's entry points, embedded by its window id,
-// as a host does it.
+// A console's object and its page in a window of the test: made through the module's entry points, embedded
+// by its window id, as a host does it.
 #pragma once
 
 #include "contract/host_contract.h"
+#include "tests/support/fake_host.h"
 #include "tests/support/page_driver.h"
 
 extern "C" {
 HRESULT QmOPTPlug_CreateOPTObject(IUnknown** out);
-HRESULT QmOPTPlug_GetOPTObjectInfo(GUID* classId, char16_t* name, uint32_t nameSize, uint32_t* flags);
 HRESULT QmOPTPlug_CreateOPTPropertyPage(const GUID* pageId, IPropertyPage** out);
-HRESULT QmOPTPlug_UpdateKernelLCID(uint32_t lcid);
 }
+
+/// The console's object, between the module's entry point and its release.
+class ConsoleSession {
+public:
+    explicit ConsoleSession(FakeHost& host);
+    /// Begins to work with the host and its project.
+    HRESULT Open();
+    void Close();
+    IUnknown* Object() { return m_object.Get(); }
+
+private:
+    FakeHost& m_host;
+    tarn::ComPtr<IUnknown> m_object;
+    tarn::ComPtr<IMPInitialise> m_init;
+};
 
 class PageSite final : public IPropertyPageSite {
 public:

@@ -1,13 +1,45 @@
 #include "kernel/lang/kernel_strings.h"
-#include "lang_fixture.h"
+#include "kernel/lang/lang.h"
+#include "kernel/lang/string_resources.h"
 #include "platform/layout_direction.h"
 #include "platform/memory.h"
 
-#include <malloc.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
 
 using namespace tarn;
 
 namespace {
+
+constexpr StringRow ENGLISH_ROWS[] = {
+    {15, u"Fifteen"}, {16, u"Sixteen"}, {1020, u"Mixing Console"}, {1021, u"^*Marked"}, {65535, u"Last"}};
+constexpr StringRow GERMAN_ROWS[] = {{16, u"Sechzehn"}, {1020, u"Mischpult"}};
+constexpr StringRow FRENCH_ROWS[] = {{1020, u"Console de mixage"}};
+constexpr StringTable TEST_TABLES[] = {{1, ENGLISH_ROWS}, {3, GERMAN_ROWS}, {5, FRENCH_ROWS}};
+
+class LangTest : public testing::Test {
+protected:
+    static constexpr uint32_t GERMAN = 0x407, SWISS_GERMAN = 0x807, FRENCH = 0x40C, CANADIAN_FRENCH = 0xC0C,
+                              ARABIC = 0x401;
+
+    HQMLANG Open(uint32_t lcid, uint32_t ringSize = 0) {
+        HQMLANG lang = nullptr;
+        EXPECT_EQ(QmLang_Open(&lang, &m_module, lcid, ringSize), S_OK);
+        m_opened.push_back(lang);
+        return lang;
+    }
+    ~LangTest() override {
+        for (const HQMLANG lang : m_opened) QmLang_Close(lang);
+        QmLang_UpdateKernelLCID(nullptr, LCID_ENGLISH_US);
+    }
+    static std::u16string Text(HQMLANG lang, uint32_t id) { return QmGetString(lang, QmTextId(id)); }
+
+    int m_module = 0;
+    ModuleStrings m_strings{&m_module, TEST_TABLES};
+    std::vector<HQMLANG> m_opened;
+};
 
 QMLANGSTRINGID Record(std::initializer_list<const char16_t*> texts) {
     QMLANGSTRINGID record{};
@@ -201,20 +233,6 @@ TEST_F(LangTest, TheCodeOfTheLanguageIsThreeLetters) {
     EXPECT_EQ(std::u16string(code), u"ENU");
 }
 
-TEST_F(LangTest, OpeningAndClosingKeepsNothing) {
-    const auto openMany = [&] {
-        for (int i = 0; i < 100; i++) {
-            HQMLANG lang = nullptr;
-            ASSERT_EQ(QmLang_Open(&lang, &m_module, i % 2 ? GERMAN : FRENCH, 0), S_OK);
-            QmLang_Close(lang);
-        }
-    };
-    openMany();
-    const size_t before = ::mallinfo2().uordblks;
-    openMany();
-    EXPECT_LT(::mallinfo2().uordblks, before + 4096);
-}
-
 TEST_F(LangTest, WithoutMemoryNothingIsHalfMade) {
     KernelLang();
     const MemGate previous = SetMemGate([](size_t) { return allocationsLeft-- > 0; });
@@ -237,6 +255,27 @@ TEST_F(LangTest, WithoutMemoryNothingIsHalfMade) {
     EXPECT_EQ(Text(lang, 1020), u"Mischpult");
     SetMemGate(previous);
     QmLang_Close(lang);
+}
+
+TEST_F(LangTest, AnyThreadLooksTextsUp) {
+    const HQMLANG lang = Open(GERMAN);
+    QMLANGSTRINGID record = Record({QmTextId(1020), QmTextId(1020), QmTextId(1020)});
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong = 0;
+    for (int t = 0; t < 4; t++)
+        threads.emplace_back([&] {
+            for (uint32_t i = 0; i < 2000; i++) {
+                wrong += Text(lang, 1020) != u"Mischpult";
+                wrong += Text(lang, 15 + i % 2) != (i % 2 ? u"Sechzehn" : u"Fifteen");
+                wrong += std::u16string(QmGetString(lang, reinterpret_cast<const char16_t*>(&record))) !=
+                         u"Mischpult";
+                char16_t* slot = QmLang_TemporaryText(lang, 8);
+                std::copy_n(u"ring", 5, slot);
+                wrong += std::u16string(slot) != u"ring";
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "kernel/metrics/metrics.h"
 
 #include "home_fixture.h"
+#include "kernel/metrics/user_lcid.h"
 
 #include <cstdlib>
 #include <new>
@@ -105,17 +106,13 @@ TEST_F(Metrics, KindsDoNotSeeEachOther) {
     EXPECT_EQ(Text(7), u"");
     EXPECT_TRUE(Failed(QmDeleteMetric(m_handle, 7)));
 
-    const struct {
-        uint32_t type;
-        const char16_t* name;
-    } names[] = {{QMMETRIC_NUMBER, u"D12"},
-                 {QMMETRIC_TEXT, u"S12"},
-                 {QMMETRIC_BINARY, u"B12"},
-                 {QMMETRIC_MULTI_TEXT, u"Z12"}};
-    for (const auto& row : names) {
+    for (const auto& [type, expected] : {std::pair{QMMETRIC_NUMBER, u"D12"},
+                                         {QMMETRIC_TEXT, u"S12"},
+                                         {QMMETRIC_BINARY, u"B12"},
+                                         {QMMETRIC_MULTI_TEXT, u"Z12"}}) {
         char16_t name[12];
-        QmMetricGetName(-12, row.type, name);
-        EXPECT_EQ(std::u16string(name), row.name);
+        QmMetricGetName(-12, type, name);
+        EXPECT_EQ(std::u16string(name), expected);
     }
 }
 
@@ -274,6 +271,34 @@ TEST_F(Metrics, DeletingTakesAKeyWithWhatIsBelow) {
     EXPECT_EQ(left(), 1u);
     QmMetric_Close(sub);
     QmMetric_Close(sibling);
+}
+
+class UserLcid : public HomeTest {};
+
+TEST_F(UserLcid, TheUsersChoiceThenTheAdministratorsThenTheEnvironments) {
+    uint32_t lcid = 9;
+    EXPECT_TRUE(Failed(QmLang_LoadUserLCIDMetric(u"App", 0, &lcid, 0)));
+    EXPECT_EQ(lcid, 0u);
+    EXPECT_EQ(QmLang_LoadUserLCIDMetric(u"App", 0, &lcid, 1), S_OK);
+    EXPECT_EQ(lcid & 0x400, 0x400u);
+
+    // The administrator's file is a user's file elsewhere.
+    EXPECT_EQ(QmLang_SaveUserLCIDMetric(u"App", 0, 0x40C, 0), S_OK);
+    std::filesystem::create_directories(m_home / "machine");
+    std::filesystem::rename(Database().parent_path(), m_home / "machine" / "Tarn");
+    EXPECT_EQ(QmLang_LoadUserLCIDMetric(u"App", 0, &lcid, 0), S_OK);
+    EXPECT_EQ(lcid, 0x40Cu);
+    EXPECT_EQ(QmLang_SaveUserLCIDMetric(u"App", 0, 0x407, 0), S_OK);
+    EXPECT_EQ(QmLang_LoadUserLCIDMetric(u"App", 0, &lcid, 0), S_OK);
+    EXPECT_EQ(lcid, 0x407u);
+    EXPECT_TRUE(Failed(QmLang_LoadUserLCIDMetric(u"App", 0x02010000, &lcid, 0)))
+        << "each version has its own";
+    EXPECT_EQ(QmLang_SaveUserLCIDAppReg(u"Software\\Brena Creative Software\\App\\2.1", 0x411, 0), S_OK);
+    EXPECT_EQ(QmLang_LoadUserLCIDMetric(u"App", 0x02010000, &lcid, 0), S_OK);
+    EXPECT_EQ(lcid, 0x411u);
+    EXPECT_EQ(QmLang_SaveUserLCIDMetric(u"App", 0, 0, 1), S_OK);
+    EXPECT_EQ(QmLang_LoadUserLCIDMetric(u"App", 0, &lcid, 0), S_OK);
+    EXPECT_EQ(lcid, 0x40Cu);
 }
 
 }  // namespace

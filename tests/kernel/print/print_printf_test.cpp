@@ -26,24 +26,11 @@ public:
     }
     uint64_t Bits() { return m_random() >> m_random() % 64; }
     double Double() {
-        constexpr double SPECIAL[] = {0.0,
-                                      -0.0,
-                                      0.5,
-                                      1.5,
-                                      2.5,
-                                      0.05,
-                                      1e15,
-                                      1e16,
-                                      1e17,
-                                      9.995,
-                                      999999.5,
-                                      1e-5,
-                                      1e-4,
-                                      std::numeric_limits<double>::infinity(),
-                                      -std::numeric_limits<double>::infinity(),
-                                      std::numeric_limits<double>::quiet_NaN(),
-                                      std::numeric_limits<double>::max(),
-                                      std::numeric_limits<double>::denorm_min()};
+        using Limits = std::numeric_limits<double>;
+        constexpr double INF = Limits::infinity(), NAN_ = Limits::quiet_NaN(), MOST = Limits::max(),
+                         LEAST = Limits::denorm_min();
+        constexpr double SPECIAL[] = {0.0,   -0.0,     0.5,  1.5,  2.5, 0.05, 1e15, 1e16, 1e17,
+                                      9.995, 999999.5, 1e-5, 1e-4, INF, -INF, NAN_, MOST, LEAST};
         switch (m_random() % 4) {
         case 0: return SPECIAL[m_random() % std::size(SPECIAL)];
         case 1:

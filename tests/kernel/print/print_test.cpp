@@ -38,23 +38,15 @@ TEST_F(Print, WhatIsNoDirectiveStaysAsItIs) {
 TEST_F(Print, NumbersInTheUsersSeparators) {
     const struct {
         const char* locale;
-        std::u16string grouped, fixed, small, literal, general, big;
+        std::u16string small, literal, general;
     } rows[] = {
-        {"en_US", u"1,234,567", u"-3.1", u"12.34", u"1,234.5", u"1234.5", u"9,876,543,210"},
-        {"de_DE", u"1.234.567", u"-3,1", u"12,34", u"1.234,5", u"1234,5", u"9.876.543.210"},
-        {"fr_FR", u"1\u202F234\u202F567", u"-3,1", u"12,34", u"1\u202F234,5", u"1234,5",
-         u"9\u202F876\u202F543\u202F210"},
-        {"hi_IN", u"12,34,567", u"-3.1", u"12.34", u"1,234.5", u"1234.5", u"9,87,65,43,210"},
-        {"es_ES", u"1.234.567", u"-3,1", u"12,34", u"1234,5", u"1234,5", u"9.876.543.210"},
-        {"sv_SE", u"1\u00A0234\u00A0567", u"-3,1", u"12,34", u"1\u00A0234,5", u"1234,5",
-         u"9\u00A0876\u00A0543\u00A0210"},
+        {"en_US", u"12.34", u"1,234.5", u"1234.5"},      {"de_DE", u"12,34", u"1.234,5", u"1234,5"},
+        {"fr_FR", u"12,34", u"1\u202F234,5", u"1234,5"}, {"hi_IN", u"12.34", u"1,234.5", u"1234.5"},
+        {"es_ES", u"12,34", u"1234,5", u"1234,5"},       {"sv_SE", u"12,34", u"1\u00A0234,5", u"1234,5"},
     };
     for (const auto& row : rows) {
         Use(row.locale);
-        EXPECT_EQ(PrintText(u"$d", 1234567), row.grouped) << row.locale;
-        EXPECT_EQ(PrintText(u"$u", 1234567), row.grouped) << row.locale;
         EXPECT_EQ(PrintText(u"%d", 1234567), u"1234567") << row.locale;
-        EXPECT_EQ(PrintText(u"$.1f", -3.14159), row.fixed) << row.locale;
         EXPECT_EQ(PrintText(u"%.1f", -3.14159), u"-3.1") << row.locale;
         EXPECT_EQ(PrintText(u"%.2z", 1234), row.small) << row.locale;
         EXPECT_EQ(PrintText(u"$(1234.5)"), row.literal) << row.locale;
@@ -62,7 +54,6 @@ TEST_F(Print, NumbersInTheUsersSeparators) {
         EXPECT_EQ(PrintText(u"$g", 1234.5), row.general) << row.locale;
         EXPECT_EQ(PrintText(u"$g", 1e20), u"1e+20") << row.locale;
         EXPECT_EQ(PrintText(u"$e", 1.5), u"1.500000e+00") << row.locale;
-        EXPECT_EQ(PrintText(u"$I64d", int64_t{9876543210}), row.big) << row.locale;
     }
 }
 
@@ -199,6 +190,8 @@ TEST_F(Print, AgreesWithIcuInManyLocales) {
             const auto value = static_cast<int64_t>(random()) >> random() % 64;
             ASSERT_EQ(PrintText(u"$I64d", value), icu.Whole(value)) << locale;
             ASSERT_EQ(PrintText(u"$d", static_cast<int32_t>(value)), icu.Whole(static_cast<int32_t>(value)))
+                << locale;
+            ASSERT_EQ(PrintText(u"$u", static_cast<uint32_t>(value)), icu.Whole(static_cast<uint32_t>(value)))
                 << locale;
             const int32_t decimals = static_cast<int32_t>(random() % 7);
             // A multiple of 2^-10 is exact, so that both see the same ties.

@@ -73,30 +73,6 @@ TEST(Smpte, EveryFrameOfADayInEveryFormatAndDirection) {
     }
 }
 
-/// The drop rule as the contract words it: repeated until nothing changes.
-uint32_t LabelByRepetition(uint32_t frames) {
-    uint32_t n = frames % 2589408, last = 0;
-    for (;;) {
-        uint32_t d = n / 108000 * 108;
-        const uint32_t inHour = n % 108000;
-        if (inHour / 1800 != 0) d += (inHour / 1800 - inHour / 18000) * 2;
-        if (d == last) return n;
-        n += d - last;
-        last = d;
-    }
-}
-
-TEST(Smpte, TheDropRuleWorkedByRepetitionIsTheSame) {
-    for (uint32_t frame = 0; frame < 2589408; frame++) {
-        const uint32_t label = LabelByRepetition(frame);
-        std::array<uint32_t, 4> expected = {label / 108000, label / 1800 % 60, label / 30 % 60, label % 30};
-        if (expected[3] < 2 && expected[2] == 0 && expected[1] % 10) expected[3] = 2;
-        _smpteval v = Label(SMPTE_DROP, 0, 0, 0, 0);
-        QMSMPTE_FrameCountToSMPTE(&v, frame);
-        ASSERT_EQ(Fields(v), expected) << frame;
-    }
-}
-
 TEST(Smpte, LabelsThatDoNotExistAndSums) {
     const _smpteval dropped = Label(SMPTE_DROP, 0, 1, 0, 0), next = Label(SMPTE_DROP, 0, 1, 0, 2);
     EXPECT_EQ(QMSMPTE_SMPTEToFrameCount(&dropped), 1800);

@@ -1,10 +1,7 @@
-#include "kernel/formats/inat.h"
-#include "kernel/lang/lang.h"
-#include "kernel/time/time_parse.h"
 #include "kernel/time/time_text.h"
-#include "platform/locale.h"
 
-#include <gtest/gtest.h>
+#include "../print/locale_fixture.h"
+#include "kernel/time/time_parse.h"
 
 #include <cmath>
 #include <random>
@@ -15,14 +12,8 @@ namespace {
 
 constexpr int64_t SECOND = NANO_TIME_PER_SECOND;
 
-class TimeText : public testing::Test {
+class TimeText : public LocaleTest {
 protected:
-    TimeText() { Use("en_US"); }
-    ~TimeText() override { Use(""); }
-    static void Use(const char* locale) {
-        SetUserLocale(locale);
-        QmLang_GetInternationals(KernelLang());
-    }
     static _qmposfmt Format(uint32_t number) { return {number, 48000, 25, 120, 0, 4, 960}; }
     static std::u16string Text(const _qmposfmt& format, int64_t nanos, uint32_t flags = 0) {
         char16_t text[64];

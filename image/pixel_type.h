@@ -26,7 +26,7 @@ struct RGBQUAD {
 static_assert(sizeof(RGBQUAD) == 4);
 
 inline constexpr uint32_t BI_RGB = 0;
-inline constexpr uint32_t BI_BITFIELDS = 3;          ///< three masks of 32 bits follow the head
+inline constexpr uint32_t BI_BITFIELDS = 3;                ///< three masks of 32 bits follow the head
 inline constexpr uint32_t BI_QMGS = tarn::FourCC("QMGS");  ///< grey
 inline constexpr uint32_t BI_QMDB = tarn::FourCC("QMDB");  ///< deep or premultiplied pixels
 

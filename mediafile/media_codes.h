@@ -3,7 +3,8 @@
 
 #include "platform/types.h"
 
-inline constexpr HRESULT MEDIA_E_UNSUPPORTED_TYPE = tarn::StatusCode(0x8004E000);  ///< before anything is touched
+inline constexpr HRESULT MEDIA_E_UNSUPPORTED_TYPE =
+    tarn::StatusCode(0x8004E000);  ///< before anything is touched
 inline constexpr HRESULT MEDIA_E_OPEN = tarn::StatusCode(0x8004E007);
 inline constexpr HRESULT MEDIA_E_READ = tarn::StatusCode(0x8004E008);
 inline constexpr HRESULT MEDIA_E_WRITE = tarn::StatusCode(0x8004E009);

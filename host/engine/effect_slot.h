@@ -32,7 +32,7 @@ public:
     size_t Latency() const;
     bool LatencyIsAbsurd() const;
     /// Since the last Restart or bypass it gave what is no sound, and has been silent. [any-thread]
-    bool tarn::Failed() const { return m_failed.load(std::memory_order_relaxed); }
+    bool Failed() const { return m_failed.load(std::memory_order_relaxed); }
     void Restart() { m_restart.store(true, std::memory_order_release); }  ///< [any-thread]
 
     // Audio thread.

@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 
-
 namespace {
 constexpr const char* kNames[] = {
     "QmGetUIColor", "QmGetUIColorAbsolute", "QmSetUIColor", "QmGetSysColor", "QmGetUIBrush", "QmGetUIPen",

@@ -1,5 +1,3 @@
-
-using namespace tarn;
 // A program of somebody who has the installed library alone, and names of his own that the library has too.
 class Module {};
 struct IniFile {};

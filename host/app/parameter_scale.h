@@ -19,7 +19,7 @@ public:
     int Steps() const;
     int Position(float value) const;
     float Value(int position) const;
-    /// Where a step up or down goes from here; a whole number of them where there are such.
+    /// Where a step up or down goes from here; an integer count of them where there are such.
     float Stepped(float value, int steps) const;
 
     /// With five digits, or the name that the value has; without the unit.

@@ -1,7 +1,7 @@
 #include "image/opencl/kernels.h"
 
 // An image is its memory, the byte at which its top row begins, and the bytes to the row below. What bytes
-// are made of is whole numbers, as on the processor, so that both give the same; floats are computed in the
+// are made of is integers, as on the processor, so that both give the same; floats are computed in the
 // same order, unfused.
 
 namespace {

@@ -150,7 +150,7 @@ struct BytesStep {
         I32 w = StepWeight(reinterpret_cast<I32>(from >> 24), da);
         if constexpr (WEIGHTED) w = (w * weight) >> 14;
         const I32 most = V::template All<I32>(255), none = w == 0;
-        // A quotient lies at least 1/255 below the next whole number, which a float tells apart here.
+        // A quotient lies at least 1/255 below the next integer, which a float tells apart here.
         const F32 divisor = __builtin_convertvector(none ? V::template All<I32>(1) : w, F32);
         U32 out = reinterpret_cast<U32>(V::Least(da + w, most)) << 24;
         for (int shift = 0; shift < 24; shift += 8) {

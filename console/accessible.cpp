@@ -50,9 +50,9 @@ public:
         return QRect(at.x, at.y, area.Width(), area.Height());
     }
     QAccessible::Role role() const override {
-        constexpr std::array ROLES = {QAccessible::NoRole,      QAccessible::Grouping,
-                                      QAccessible::Slider,      QAccessible::Indicator,
-                                      QAccessible::ProgressBar, QAccessible::CheckBox};
+        constexpr std::array ROLES = {QAccessible::NoRole,    QAccessible::Grouping,    QAccessible::Slider,
+                                      QAccessible::Indicator, QAccessible::ProgressBar, QAccessible::CheckBox,
+                                      QAccessible::ButtonMenu};
         return ROLES[static_cast<size_t>(m_node.TheRole())];
     }
     QAccessible::State state() const override;
@@ -60,13 +60,13 @@ public:
         const Role role = m_node.TheRole();
         if (type == QAccessible::ValueInterface && (role == Role::Slider || role == Role::Meter))
             return static_cast<QAccessibleValueInterface*>(this);
-        if (type == QAccessible::ActionInterface && role == Role::Switch)
+        if (type == QAccessible::ActionInterface && (role == Role::Switch || role == Role::Button))
             return static_cast<QAccessibleActionInterface*>(this);
         return nullptr;
     }
 
     QVariant currentValue() const override { return m_node.Value().value; }
-    void setCurrentValue(const QVariant&) override {}  // a gesture of the user moves faders
+    void setCurrentValue(const QVariant& value) override { m_node.SetValue(value.toDouble()); }
     QVariant maximumValue() const override { return m_node.Value().max; }
     QVariant minimumValue() const override { return m_node.Value().min; }
     QVariant minimumStepSize() const override { return 0.1; }

@@ -11,7 +11,7 @@
 /// One thing that is offered. Whoever shows it owns it; with it goes what was handed out about it.
 class AccessibleNode {
 public:
-    enum class Role { None, Group, Slider, Thumb, Meter, Switch };
+    enum class Role { None, Group, Slider, Thumb, Meter, Switch, Button };
 
     AccessibleNode() = default;
     AccessibleNode(const AccessibleNode&) = delete;
@@ -41,6 +41,8 @@ public:
     /// Of sliders and meters.
     virtual Range Value() const { return {}; }
     virtual std::u16string TextOfValue() const { return {}; }
+    /// Moves a slider; a hand's whole gesture.
+    virtual void SetValue(double) {}
     virtual void Press() {}
     /// The key that presses it; 0 for none.
     virtual char Key() const { return 0; }

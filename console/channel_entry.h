@@ -8,12 +8,15 @@
 #include <memory>
 
 /// State bits of an entry.
+inline constexpr uint32_t ENTRY_LOCKED = 0x8,
+                          ENTRY_UNLOCKED = 0x10;  ///< of a pair of faders; neither: locked
 inline constexpr uint32_t ENTRY_HIDDEN_BY_HOST = 0x40;
 inline constexpr uint32_t ENTRY_MAIN_OUTPUT = 0x80;
 inline constexpr uint32_t ENTRY_SECOND_OUTPUT = 0x100;
 inline constexpr uint32_t ENTRY_GESTURE = 0x400;  ///< a touch of this channel has begun at the host
 
 inline constexpr size_t CHANNEL_NAME_SIZE = 256;
+inline constexpr uint32_t SURROUND_HEAD_BITS = KIND_SURROUND | KIND_MASTER_BIT;
 
 /// The drawn form of an entry, made by the page and dropped with it.
 class EntryView {
@@ -34,11 +37,13 @@ struct ChannelEntry {
     MPCHANNELID companions[4] = {};
     uint32_t state = 0;                ///< ENTRY_
     uint32_t position = 0;             ///< the channel counter at creation
+    int32_t width = 0;                 ///< of its strip, pixels; 0 for the current width of its kind
     std::atomic<uint32_t> pending{0};  ///< dirty bits for the page; [any-thread]
     std::unique_ptr<EntryView> view;
 
     bool HasStrip() const { return !(kind & KIND_NO_STRIP) && !(state & ENTRY_HIDDEN_BY_HOST); }
     bool IsMidi() const { return kind & KIND_MIDI_TRACK; }
+    bool IsSurroundMaster() const { return (kind & SURROUND_HEAD_BITS) == SURROUND_HEAD_BITS; }
     const char16_t* Name() const { return longName[0] ? longName : shortName; }
 };
 
@@ -50,3 +55,7 @@ inline constexpr uint32_t DIRTY_PAN = 0x10;
 inline constexpr uint32_t DIRTY_SENDS = 0x20;
 inline constexpr uint32_t DIRTY_ROUTING = 0x100;
 inline constexpr uint32_t DIRTY_NAME = 0x4000;
+inline constexpr uint32_t DIRTY_BUS_SENDS = 0x20000;
+inline constexpr uint32_t DIRTY_PARTS = 0x40000;  ///< its effects and sends
+inline constexpr uint32_t DIRTY_SWITCHES = 0x80000;
+inline constexpr uint32_t DIRTY_ROUTES = MASK_INPUT_ROUTE | MASK_OUTPUT_ROUTE;

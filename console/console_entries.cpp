@@ -23,6 +23,18 @@ ChannelKey KeyOf(const ChannelEntry& entry) {
     return {entry.kind, entry.order, entry.countClass, entry.pairSelector};
 }
 
+/// What of a strip a change of the host concerns.
+uint32_t DirtyOf(const MPCTRLREC& rec) {
+    if (rec.level > LEVEL_CHANNEL) return DIRTY_PARTS;
+    if (rec.kindMask == 0) return DIRTY_ALL;
+    constexpr uint32_t OTHERWISE =
+        MASK_SWITCHES | MASK_AUTOMATION | MASK_IDENTITY | MASK_CHAIN | MASK_EFFECT_STATE;
+    uint32_t dirty = rec.kindMask & ~OTHERWISE;
+    if (rec.kindMask & MASK_IDENTITY) dirty |= DIRTY_ALL;
+    if (rec.kindMask & (MASK_CHAIN | MASK_EFFECT_STATE)) dirty |= DIRTY_PARTS;
+    return dirty | DIRTY_SWITCHES;  // values are always read back
+}
+
 /// The index is what the host says now; the entry's own may be older.
 int32_t CompareEntries(uintptr_t criteria, const void* a, const void* b) {
     ChannelKeys& keys = ChannelKeys::FromCriteria(criteria);
@@ -174,7 +186,7 @@ HRESULT CConsoleControlPlugin::UpdateEntry(const MPCTRLREC& rec) {
     }
     ChannelEntry* entry = EntryById(rec.object.channel);
     if (!entry) return S_FALSE;
-    if (m_view) m_view->NotifyChannel(entry, rec.kindMask ? rec.kindMask : DIRTY_ALL);
+    if (m_view) m_view->NotifyChannel(entry, DirtyOf(rec));
     return S_OK;
 }
 
@@ -221,7 +233,7 @@ bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec, bool* moved) {
     const int32_t hadOrder = entry->order;
     ReadEntry(*entry);
     ReadNames(*entry);
-    if (m_view) m_view->NotifyChannel(entry, DIRTY_ALL);
+    if (m_view) m_view->NotifyChannel(entry, DirtyOf(rec));
     if (entry->kind == hadKind && entry->order == hadOrder) return entry->HasStrip() != hadStrip;
     QmList_DeleteList(m_entries, QmList_FindSpecificItemRange(m_entries, 0, -1, entry), 1, 0);
     PlaceEntry(entry);

@@ -21,13 +21,17 @@ constexpr KindRow KINDS[] = {
     {KIND_SYNTH, KIND_SYNTH, 4},           {KIND_INPUT_BUS, KIND_INPUT_BUS, 6},
 };
 constexpr std::string_view THUMB[] = {"thumb_fader"};
+constexpr std::string_view PAIR_THUMB[] = {"thumb_fader_pair"};
 constexpr std::string_view SMALL_THUMB[] = {"thumb_small"};
+constexpr std::string_view ACROSS_THUMB[] = {"thumb_small_h"};
 
 }  // namespace
 
 ConsoleImages::ConsoleImages()
     : kinds(QmSkin_GetTrackIconImageLists()), thumbs(THUMB, {13, 19}, ThumbTones()),
-      smallThumbs(SMALL_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
+      pairThumbs(PAIR_THUMB, {19, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {13, 9}, ThumbTones()),
+      smallPairThumbs(PAIR_THUMB, {13, 9}, ThumbTones()), panThumbs(ACROSS_THUMB, {13, 15}, ThumbTones()),
+      sendThumbs(ACROSS_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
       selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)) {}
 
 int32_t ConsoleImages::KindIcon(uint32_t kind) {

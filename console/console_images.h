@@ -13,8 +13,9 @@ public:
     static int32_t KindIcon(uint32_t kind);
 
     const ImageList* kinds;
-    ImageList thumbs;       ///< for one channel
-    ImageList smallThumbs;  ///< in narrow strips
+    ImageList thumbs, pairThumbs;            ///< of faders for one channel, and for two
+    ImageList smallThumbs, smallPairThumbs;  ///< in narrow strips
+    ImageList panThumbs, sendThumbs;
     COLORREF background;
     COLORREF selection;
 };

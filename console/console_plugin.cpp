@@ -80,15 +80,60 @@ uint32_t CConsoleControlPlugin::TransportFlags() {
     return GetHostProperty(MPPROP_TRANSPORT, &flags, sizeof flags) == S_OK ? flags : 0;
 }
 
+bool CConsoleControlPlugin::IsSurroundProject() {
+    uint32_t mode = 0;
+    return GetHostProperty(MPPROP_CHANNEL_MODE, &mode, sizeof mode) == S_OK && mode == 1;
+}
+
+uint32_t CConsoleControlPlugin::HostKind() {
+    uint32_t kind = 0;
+    return GetHostProperty(MPPROP_HOST_KIND, &kind, sizeof kind) == S_OK ? kind : 0;
+}
+
+MPHOSTFEATURES CConsoleControlPlugin::HostFeatures() {
+    MPHOSTFEATURES features{};
+    if (GetHostProperty(MPPROP_HOST_FEATURES, &features, sizeof features) != S_OK) features = {};
+    return features;
+}
+
+bool CConsoleControlPlugin::CanMoveBefore(const ChannelEntry& entry, const ChannelEntry& place) {
+    constexpr uint32_t TRACK = KIND_AUDIO_TRACK | KIND_MIDI_TRACK, STAYS = KIND_MASTER_BIT | KIND_SPECIAL;
+    if (&entry == &place || ((entry.kind | place.kind) & STAYS)) return false;
+    if (entry.kind & TRACK) return place.kind & TRACK;
+    return entry.kind == place.kind && (HostFeatures().features & FEATURE_REORDER);
+}
+
+void CConsoleControlPlugin::MoveAtHost(const ChannelEntry& entry, const ChannelEntry& place) {
+    MPCHANNELREC rec{};
+    rec.order = place.order;
+    SetChannelRecord(entry.id, &rec, MASK_IDENTITY);
+}
+
+void CConsoleControlPlugin::KeepState() {
+    if (m_groups.empty()) m_groups.push_back(std::make_unique<tConsoleGroup>());
+    CaptureView(*m_groups.front(), m_shownView);
+}
+
+void CConsoleControlPlugin::RestoreState() {
+    const MPHOSTFEATURES features = HostFeatures();
+    if (features.limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
+    if (m_groups.empty()) return;
+    ApplyView(*m_groups.front(), m_shownView);
+    if (features.limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
+}
+
+bool CConsoleControlPlugin::ShowsSendPans() { return ThisModule().useSendPanFaders && HostKind() == 1; }
+
 HRESULT CConsoleControlPlugin::LoadPreferences() {
     const HRESULT hr = COPTControlPlugin::LoadPreferences();
     for (const NamedPreference& row : NAMED)
         ThisModule().*row.flag = Preferences().Number(row.name, row.defaultValue) != 0;
     if (Preferences().Number(PREF_KEY_FORMAT, 0xFFFFFFFF) != PREF_FORMAT) return hr;
-    m_vuScale = Preferences().Number(PREF_KEY_VU_SCALE, m_vuScale);
-    m_meterRange = Preferences().Number(PREF_KEY_METER_RANGE, m_meterRange);
+    m_shownView.vuScale = Preferences().Number(PREF_KEY_VU_SCALE, m_shownView.vuScale);
+    m_shownView.meterRange = Preferences().Number(PREF_KEY_METER_RANGE, m_shownView.meterRange);
     for (size_t i = 0; i < VIEW_FLAGS; i++)
         m_shown[i] = Preferences().Number(VIEW_FLAG_KEYS[i].key, VIEW_FLAG_KEYS[i].defaultValue);
+    m_shownView.faderTicks = m_shown[0];
     const HRESULT groups = LoadGroups(m_groups, Store());
     return Failed(groups) ? groups : hr;
 }
@@ -103,8 +148,9 @@ GroupStore CConsoleControlPlugin::Store() {
 HRESULT CConsoleControlPlugin::SavePreferences() {
     for (const NamedPreference& row : NAMED) Preferences().SetNumber(row.name, ThisModule().*row.flag);
     Preferences().SetNumber(PREF_KEY_FORMAT, PREF_FORMAT);
-    Preferences().SetNumber(PREF_KEY_VU_SCALE, m_vuScale);
-    Preferences().SetNumber(PREF_KEY_METER_RANGE, m_meterRange);
+    Preferences().SetNumber(PREF_KEY_VU_SCALE, m_shownView.vuScale);
+    Preferences().SetNumber(PREF_KEY_METER_RANGE, m_shownView.meterRange);
+    m_shown[0] = m_shownView.faderTicks;
     for (size_t i = 0; i < VIEW_FLAGS; i++) Preferences().SetNumber(VIEW_FLAG_KEYS[i].key, m_shown[i]);
     SaveGroups(m_groups, Store());
     return COPTControlPlugin::SavePreferences();

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "console/console_view.h"
+#include "console/strip_show.h"
 #include "console/view_groups.h"
 #include "platform/thread_check.h"
 #include "plugin/control_plugin.h"
@@ -50,9 +51,27 @@ public:
     bool IsPaintingOff() const { return ControlState() & CTRLSTATE_SUSPENDED; }
     bool IsChannelHidden(const ChannelEntry& entry) const;
     uint32_t TransportFlags();
+    /// The project's channel mode is surround.
+    bool IsSurroundProject();
+    /// Of the full editor, where the user wants them.
+    bool ShowsSendPans();
+    /// AUTOMATION_ modes that the host has.
+    uint32_t AutomationModes() { return AutomationCapabilities() >> 16 & AUTOMATION_MODES; }
+    MPHOSTFEATURES HostFeatures();
+    uint32_t HostKind();
 
-    /// Display range of the peak meters: preference 202.
-    uint32_t MeterRange() const { return m_meterRange; }
+    /// Whether the host lets one channel take the place of another: tracks among each other, and where it
+    /// orders all channels, those of one kind.
+    bool CanMoveBefore(const ChannelEntry& entry, const ChannelEntry& place);
+    void MoveAtHost(const ChannelEntry& entry, const ChannelEntry& place);
+    /// The layout of strips and panes as it is now goes into the console's own group.
+    void KeepState();
+    /// What was kept comes back.
+    void RestoreState();
+
+    /// What all strips share. [page-thread]
+    StripView& View() { return m_shownView; }
+    const StripView& View() const { return m_shownView; }
 
 protected:
     HRESULT UpdateEntry(const MPCTRLREC& rec) override;
@@ -75,8 +94,7 @@ private:
     HQMLIST m_entries = nullptr;
     uint32_t m_channelCounter = 0;
     MPCHANNELID m_companions[4] = {};
-    uint32_t m_vuScale = 1800;
-    uint32_t m_meterRange = 32768;
+    StripView m_shownView;
     uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
     ViewGroups m_groups;                ///< the first is the console's own state; none before one was kept
 

@@ -16,6 +16,7 @@ ConsoleFontMeasures MeasureConsoleFonts() {
             TextWidth(SMALL, u"-138.0"),
             TextWidth(SMALL, ConsoleText(IDS_SILENCE)),
             TextWidth(SMALL, u"-72.0"),
+            TextWidth(SMALL, ConsoleText(IDS_POST)),
             QmLang_GetLCID(ThisModule().texts) & LANG_PRIMARY_MASK};
 }
 

@@ -39,6 +39,8 @@ void ComputeMetrics(tConsoleMetrics& m, const ConsoleFontMeasures& fonts, bool r
     m.cxTitleIcon = std::max(fonts.control.cy + 2, m.cxButton);
     m.cxTitleIconBox = m.cxTitleIcon + 4;
     m.nPeakTextWidth = fonts.peakText + 2;
+    m.nPostWidth = fonts.postText;
+    m.nSurroundTextWidth = fonts.surroundText;
     {
         const LONG c = fonts.small.cx;
         const LONG n = 9 * c / 5 + 2;

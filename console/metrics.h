@@ -12,6 +12,7 @@ struct ConsoleFontMeasures {
     LONG lowestText;           ///< "-138.0" in font 110
     LONG silenceText;          ///< "-Inf." in font 110
     LONG surroundText;         ///< "-72.0" in font 110
+    LONG postText;             ///< "POST" in font 110
     uint32_t primaryLanguage;  ///< of the user interface
 };
 
@@ -30,6 +31,7 @@ struct tConsoleMetrics {
     LONG nPeakTextWidth = 0;
     LONG nLabelColumnWidth = 0;
     LONG nTitleExtraRows = 0;
+    LONG nPostWidth = 0, nSurroundTextWidth = 0;
 
     LONG cxChannelDefault = 0, cxChannelNarrow = 0, cxChannelWide = 0, cxChannelCurrent = 0;
     LONG cxSurroundDefault = 0, cxSurroundNarrow = 0, cxSurroundWide = 0, cxSurroundCurrent = 0;

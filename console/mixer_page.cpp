@@ -5,8 +5,11 @@
 #include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_fonts.h"
+#include "platform/ui/menu.h"
 #include "plugin/module_state.h"
 
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QScreen>
 
 #include <algorithm>
@@ -19,6 +22,23 @@ namespace {
 
 constexpr int WINDOW_ID = 1000;
 constexpr SIZE SMALLEST_PAGE{400, 300};
+constexpr const char* EDIT_OVER = "over";
+
+/// Esc leaves a name as it was.
+class EditKeys final : public QObject {
+public:
+    explicit EditKeys(QLineEdit* edit) : QObject(edit), m_edit(*edit) {}
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::KeyPress || static_cast<QKeyEvent*>(event)->key() != Qt::Key_Escape)
+            return false;
+        m_edit.setModified(false);
+        m_edit.parentWidget()->setFocus();
+        return true;
+    }
+
+private:
+    QLineEdit& m_edit;
+};
 
 }  // namespace
 
@@ -87,10 +107,25 @@ HRESULT CConsoleMixerPage::GetPageInfo(PROPPAGEINFO* info) {
 SIZE CConsoleMixerPage::IdealSize() const {
     const tConsoleMetrics& m = MeasuredConsoleMetrics();
     const LONG g = m.nGap, r = m.nRowHeight, s = m.nSmallRowHeight;
-    const LONG title = (m.nTitleExtraRows + 2) * g + r;
+    const StripShow show = m_console ? m_console->View().show : StripShow{};
+    const LONG label = show.bShowLabels ? s : 0;
+    const bool rows = !show.bVerticalLayout;
     const LONG reserved = r + 2 * g;
-    const LONG faders = 3 * (r + g) + s + r + g;
-    SIZE ideal{0, 4 * g + r + title + reserved + faders};
+    LONG height = 4 * g + r + (m.nTitleExtraRows + 2) * g + r + reserved;
+    if (show.bShowRecord && rows) height += r + 3 * g;
+    if (show.bShowInserts) height += g + 2 * (r + g) + label;
+    if (show.bShowSends) height += 4 * g + 3 * r + label;
+    if (show.bShowScopes) height += m.cxChannelNarrow;
+    for (const int32_t meters : {show.bShowVU, show.bShowPeaks})
+        if (meters) height += 2 * (g + 2 * r) + label;
+    if (show.bShowFaders) {
+        if (show.bShowSwitches && rows) height += r + 2 * g;
+        if (show.bShowPan && rows) height += 3 * g + s + r;
+        height += 3 * (r + g) + s + r + g;
+    }
+    if (show.bShowAutomation) height += r + 2 * g;
+    if (show.bShowIO) height += r + 2 * g + label;
+    SIZE ideal{0, height};
     for (const auto& region : m_regions) ideal.cx += region->IdealWidth();
     if (Window()) {
         const QSize screen = Window()->screen()->availableSize();
@@ -162,6 +197,7 @@ HRESULT CConsoleMixerPage::OnCreate() {
     ApplyTheme(Theme::Dark);
     m_images = std::make_unique<ConsoleImages>();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
+    m_console->RestoreState();
     RegionSite& site = *this;
     m_regions.push_back(std::make_unique<CMixerView>(site));  // takes what the others leave
     m_console->SetView(this);
@@ -172,6 +208,11 @@ HRESULT CConsoleMixerPage::OnCreate() {
 
 void CConsoleMixerPage::OnDestroy() {
     m_mouseRegion = nullptr;
+    if (m_console) m_console->KeepState();
+    for (auto* edit : ThePageWindow().findChildren<QLineEdit*>(QStringLiteral("Edit"))) {
+        edit->setProperty(EDIT_OVER, true);  // whose text it is goes now
+        delete edit;
+    }
     m_regions.clear();  // the strips come off the entries while they are still this thread's
     if (m_console) m_console->SetView(nullptr);
     m_images.reset();
@@ -249,6 +290,40 @@ void CConsoleMixerPage::FocusMoved() {
         TellFocus(*this, *focused);
         return;
     }
+}
+
+uint32_t CConsoleMixerPage::TrackMenu(Menu& menu, POINT at) {
+    return TrackPopupMenu(menu, ThePageWindow().ToScreen(at),
+                          [](uint32_t, uintptr_t, intptr_t) -> intptr_t { return 0; });
+}
+
+void CConsoleMixerPage::EditText(const RECT& area, const std::u16string& text,
+                                 std::function<void(const std::u16string&)> done) {
+    auto* edit = new QLineEdit(QString::fromStdU16String(text), &ThePageWindow());
+    edit->setObjectName(QStringLiteral("Edit"));
+    edit->setGeometry(ToQRect(area));
+    edit->selectAll();
+    edit->installEventFilter(new EditKeys(edit));
+    QObject::connect(edit, &QLineEdit::editingFinished, edit, [this, edit, done = std::move(done)] {
+        if (edit->property(EDIT_OVER).toBool()) return;
+        edit->setProperty(EDIT_OVER, true);
+        if (edit->isModified()) done(edit->text().toStdU16String());
+        edit->deleteLater();
+        ThePageWindow().TakeFocus();
+    });
+    edit->show();
+    edit->setFocus();
+}
+
+bool CConsoleMixerPage::RunCommand(uint32_t command) {
+    return std::ranges::any_of(m_regions,
+                               [command](const auto& region) { return region->OnCommand(command); });
+}
+
+HRESULT CConsoleMixerPage::TranslateAccelerator(MSG* message) {
+    if (!message) return E_POINTER;
+    if (message->message != COMMAND_MESSAGE || !Window()) return S_FALSE;
+    return RunCommand(LowWord(message->wParam)) ? S_OK : S_FALSE;
 }
 
 void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {

@@ -27,6 +27,8 @@ public:
     HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
+    /// A command of the host, as COMMAND_MESSAGE.
+    HRESULT TranslateAccelerator(MSG* message) override;
 
     // ConsoleView
     void NotifyChannel(ChannelEntry* channel, uint32_t dirty) override;
@@ -58,6 +60,10 @@ private:
     void DrawNow(const std::function<void(WindowPainter&)>& draw) override;
     bool HasKeyboardFocus() const override { return m_hasFocus; }
     void FocusMoved() override;
+    uint32_t TrackMenu(Menu& menu, POINT at) override;
+    void EditText(const RECT& area, const std::u16string& text,
+                  std::function<void(const std::u16string&)> done) override;
+    bool RunCommand(uint32_t command) override;
 
     class PageWindow;
 

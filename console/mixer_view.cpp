@@ -28,6 +28,7 @@ HRESULT CMixerView::Create() {
 
 void CMixerView::CollectStrips() {
     m_strips.clear();
+    m_prepared.clear();
     m_totalWidth = 0;
     for (ChannelEntry* entry : m_plugin.Entries()) {
         Strip* strip = Strip::Of(*entry);
@@ -41,12 +42,11 @@ void CMixerView::CollectStrips() {
 }
 
 void CMixerView::OnEntriesChanged() {
-    const StripSite site{m_plugin, m_site.Host(), m_images, &CMixerView::OnFader, *this};
+    const StripSite site{m_plugin, m_site.Host(), m_images, *this, *this};
     for (ChannelEntry* entry : m_plugin.Entries()) {
         if (entry->view) continue;
         entry->view = std::make_unique<Strip>(*entry, site);
         entry->pending = 0;  // what was posted to a window that is gone
-        Strip::Of(*entry)->ReadBack();
     }
     CollectStrips();
     LayoutStrips();
@@ -54,14 +54,28 @@ void CMixerView::OnEntriesChanged() {
 }
 
 void CMixerView::OnEntryGoing(const ChannelEntry* channel) {
-    std::erase_if(m_strips, [channel](Strip* strip) { return !channel || &strip->Entry() == channel; });
-    for (size_t i = 0; i < m_strips.size(); i++) m_strips[i]->place = static_cast<int>(i);
+    const auto goes = [channel](const Strip* strip) { return !channel || &strip->Entry() == channel; };
     m_gesture.Forget(channel);
-    if (!channel || m_focus == channel) m_focus = nullptr;
+    if (!channel || m_focus == channel) m_focus = nullptr, m_mark = ELEMENT_NONE;
     if (!channel || m_anchor == channel) m_anchor = nullptr;
-    if (m_held && (!channel || &m_held->Entry() == channel)) {
-        m_held = nullptr;
-        m_heldElement = m_pressed = ELEMENT_NONE;
+    if (m_hotStrip && goes(m_hotStrip)) m_hotStrip = nullptr, m_hot = ELEMENT_NONE;
+    if (m_keyControl && goes(&m_keyControl->Owner())) m_keyControl = nullptr;
+    if (m_drag.strip && goes(m_drag.strip)) {
+        m_drag = {};
+        m_site.Host().TrackTip({}, {});
+        m_site.Host().SetCapture(false);
+    }
+    std::erase_if(m_strips, goes);
+    std::erase_if(m_prepared, goes);
+    for (size_t i = 0; i < m_strips.size(); i++) m_strips[i]->place = static_cast<int>(i);
+}
+
+void CMixerView::OnControlsGoing(Strip& strip) {
+    if (m_keyControl && &m_keyControl->Owner() == &strip) m_keyControl = nullptr;
+    if (m_drag.control && m_drag.strip == &strip) {
+        m_gesture.End();
+        m_drag = {};
+        m_site.Host().TrackTip({}, {});
         m_site.Host().SetCapture(false);
     }
 }
@@ -74,18 +88,33 @@ void CMixerView::ReSize(RECT& rect) {
     LayoutStrips();
 }
 
-void CMixerView::PlaceStrip(Strip& strip, LONG x) {
-    strip.Layout({x, m_bounds.top, x + strip.Width(), ScrollLane().top});
-}
-
+/// Every strip is told its place; what is in it is laid out for those on view alone.
 void CMixerView::LayoutStrips() {
     m_offset = std::clamp<LONG>(m_offset, 0, std::max<LONG>(0, m_totalWidth - m_bounds.Width()));
+    const LONG bottom = ScrollLane().top;
     LONG x = m_bounds.left - m_offset;
     for (Strip* strip : m_strips) {
-        PlaceStrip(*strip, x);
-        x += strip->Width();
+        const LONG width = strip->Width();
+        strip->Place({x, m_bounds.top, x + width, bottom});
+        x += width;
     }
+    std::vector<Strip*> before = std::exchange(m_prepared, {});
+    for (Strip* strip : OnView()) {
+        strip->Prepare();
+        m_prepared.push_back(strip);
+    }
+    for (Strip* strip : before)
+        if (std::ranges::find(m_prepared, strip) == m_prepared.end()) strip->LeaveView();
     if (m_site.HasKeyboardFocus()) m_site.FocusMoved();
+}
+
+void CMixerView::ViewChanged(bool rebuild) {
+    CancelDrag();
+    for (ChannelEntry* entry : m_plugin.Entries())
+        if (Strip* strip = Strip::Of(*entry)) strip->ViewChanged(rebuild);
+    CollectStrips();
+    LayoutStrips();
+    m_site.InvalidateAll();
 }
 
 void CMixerView::SetScroll(LONG offset) {
@@ -100,6 +129,12 @@ Strip* CMixerView::StripAt(LONG x) const {
     const auto right = [](const Strip* strip) { return strip->Rects().strip.right; };
     const auto at = std::ranges::upper_bound(m_strips, x, {}, right);
     return at != m_strips.end() && (*at)->Rects().strip.left <= x ? *at : nullptr;
+}
+
+Strip* CMixerView::StripOf(uint64_t channel) const {
+    const auto at =
+        std::ranges::find(m_strips, channel, [](Strip* strip) { return strip->Entry().id.channel; });
+    return at == m_strips.end() ? nullptr : *at;
 }
 
 std::span<Strip* const> CMixerView::OnView() const {
@@ -125,8 +160,21 @@ void CMixerView::Paint(QPainter& painter, const RECT& area) {
     for (Strip* strip : OnView()) {
         right = strip->Rects().strip.right;
         if (!strip->Rects().strip.Intersects(area)) continue;
-        const uint32_t pressed = strip == m_held ? m_pressed : ELEMENT_NONE;
-        strip->Paint(painter, area, {focusShown && m_focus == &strip->Entry(), pressed, IsOffBySolo(*strip)});
+        strip->Prepare();
+        const bool focused = focusShown && m_focus == &strip->Entry();
+        StripLook look{};
+        look.focused = focused;
+        look.pressed = strip == m_drag.strip && m_drag.inside ? m_drag.element : ELEMENT_NONE;
+        look.hot = strip == m_hotStrip ? m_hot : ELEMENT_NONE;
+        look.marked = focused ? m_mark : ELEMENT_NONE;
+        look.offBySolo = IsOffBySolo(*strip);
+        strip->Paint(painter, area, look);
+        if (m_drag.action == PartAction::Insert && m_drag.strip == strip && m_drag.target >= 0) {
+            const RECT row = AreaOfElement(*strip, ELEMENT_INSERT + static_cast<uint32_t>(m_drag.target));
+            FillRect(painter, {row.left, row.top - 2, row.right, row.top + 1}, QmGetUIColor(COLOR_HIGHLIGHT));
+        }
+        if (m_drag.action == PartAction::Name && m_drag.target == strip->place && m_drag.strip != strip)
+            FrameRect(painter, strip->Rects().strip, QmGetUIColor(COLOR_HIGHLIGHT));
     }
     if (right < m_bounds.right)
         FillRect(painter, {right, m_bounds.top, m_bounds.right, m_bounds.bottom}, m_images.background);
@@ -173,7 +221,8 @@ void CMixerView::InvalidateValues() {
     });
     if (any == m_anySolo) return;
     m_anySolo = any;
-    for (const Strip* strip : OnView()) m_site.Host().Invalidate(strip->Rects().valueLabel);
+    for (const Strip* strip : OnView())
+        for (const RECT& value : strip->Rects().value) m_site.Host().Invalidate(value);
 }
 
 void CMixerView::OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) {
@@ -181,6 +230,13 @@ void CMixerView::OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) {
     const auto update = [&](ChannelEntry& entry) {
         Strip* strip = Strip::Of(entry);
         if (!strip) return;
+        if (strip->IsPrepared()) {
+            if (dirty & (DIRTY_ALL | DIRTY_PARTS | DIRTY_SENDS)) strip->ReadParts();
+            if (dirty & (DIRTY_ALL | DIRTY_ROUTES)) strip->ReadRoutes();
+            strip->Prepare();
+        } else if (dirty & (DIRTY_ALL | DIRTY_PARTS | DIRTY_SENDS | DIRTY_ROUTES)) {
+            strip->Unread();
+        }
         strip->ReadBack();
         if (dirty & (DIRTY_ALL | DIRTY_CONTROLS | DIRTY_NAME)) m_site.Host().Invalidate(strip->Rects().strip);
     };
@@ -188,43 +244,74 @@ void CMixerView::OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) {
         update(*channel);
     else
         for (ChannelEntry* entry : m_plugin.Entries()) update(*entry);
+    // The names of busses stand on the strips that lead to them.
+    if (channel && (channel->kind & KIND_BUS) && (dirty & (DIRTY_ALL | DIRTY_NAME)))
+        for (Strip* strip : m_strips) {
+            if (!strip->IsPrepared()) {
+                strip->Unread();
+                continue;
+            }
+            strip->ReadParts();
+            strip->ReadRoutes();
+            strip->Prepare();
+        }
     InvalidateValues();
 }
 
-void CMixerView::OnImagesChanged() {
-    CollectStrips();  // the widths come from the fonts
-    LayoutStrips();
-}
+void CMixerView::OnImagesChanged() { ViewChanged(true); }
+
 void CMixerView::OnTimer(uint32_t id) {
-    // The repeat timer of a fader whose track is held.
-    if (HoldsFader()) SendToHeldFader(WM_TIMER, id, 0);
+    // The repeat timer of a control whose track is held.
+    if (HoldsControl()) SendToControl(WM_TIMER, id, 0);
 }
 
-// Faders
+// Hands
 // -----------------------------------------------------------------------------------------------------------
 
-void CMixerView::OnFader(tQMFADER*, uint32_t, uintptr_t userData, uint32_t code, const int32_t* values,
-                         uint32_t) {
-    auto& strip = *reinterpret_cast<Strip*>(userData);
-    strip.View().HandleFader(strip, code, values[0]);
-}
-
-void CMixerView::HandleFader(Strip& strip, uint32_t code, int32_t position) {
-    if (code == FADER_END) {
+void CMixerView::OnHand(StripControl& control, HandCode code, const StripPositions& positions) {
+    Strip& strip = control.Owner();
+    if (code == HandCode::End) {
         m_gesture.End();
         m_site.Host().TrackTip({}, {});
     } else {
-        if (code != FADER_TRACK && !m_gesture.IsRunningOn(strip.Entry()))
-            m_gesture.Begin(strip.Entry(), strip.IsSelected());
-        if (code != FADER_START) m_gesture.Change(position);
-        if (code == FADER_TRACK) ShowFaderTip(strip);
+        if (code != HandCode::Drag && !m_gesture.IsRunningOn(strip.Entry(), control.Parameter()))
+            m_gesture.Begin(strip.Entry(), control.Parameters(), strip.IsSelected());
+        if (code != HandCode::Begin) m_gesture.Change(positions);
+        if (code == HandCode::Drag) ShowTip(control);
     }
-    m_site.Host().Invalidate(strip.Rects().valueLabel);
+    const StripRects& rects = strip.Rects();
+    if (control.Parameter().send)
+        m_site.Host().Invalidate(rects.Region(StripRegion::Sends));
+    else if (control.Element() == ELEMENT_PAN)
+        m_site.Host().Invalidate(rects.panValue);
+    else
+        for (const RECT& value : rects.value) m_site.Host().Invalidate(value);
 }
 
 /// The value beside the thumb while it is dragged.
-void CMixerView::ShowFaderTip(const Strip& strip) {
-    const RECT& thumb = strip.Fader().thumbs[0].rect;
-    const POINT at = m_site.Host().ToScreen({thumb.right + 6, thumb.top});
-    m_site.Host().TrackTip(strip.ValueText(false), at);
+void CMixerView::ShowTip(const StripControl& control) {
+    const RECT thumb = control.ThumbArea();
+    m_site.Host().TrackTip(control.ValueText(), m_site.Host().ToScreen({thumb.right + 6, thumb.top}));
+}
+
+/// Changes that come back from the host wait for the message loop, so the strip outlives the call; but the
+/// control may let go of the mouse in it, and that comes back here as a message of its own.
+void CMixerView::SendToControl(uint32_t message, uintptr_t wparam, intptr_t lparam) {
+    m_drag.control->Message(message, wparam, lparam);
+    if (m_drag.control && !m_drag.control->IsHeld()) m_drag = {};
+}
+
+void CMixerView::MoveControl(Strip& strip, uint32_t element, int32_t position) {
+    strip.Prepare();
+    StripControl* control = strip.Control(element);
+    if (!control || HoldsControl()) return;
+    const StripParameter& p = control->Parameter();
+    position = std::clamp(position, p.Least(), p.Most());
+    StripPositions to = control->Positions();
+    to[0] = position;
+    if (p.linked) to[1] = position;
+    m_gesture.Begin(strip.Entry(), control->Parameters(), strip.IsSelected());
+    m_gesture.Change(to);
+    m_gesture.End();
+    strip.ReadBack();
 }

@@ -1,15 +1,14 @@
 // CMixerView: the strips of all visible channels side by side, in the console's order, scrolled when they do
-// not fit. It paints them, gives them the mouse and the keys, and turns selection and fader movements into
-// calls of the host.
+// not fit. It paints them, gives them the mouse and the keys, and turns what hands do into calls of the host.
 #pragma once
 
-#include "console/fader_gesture.h"
 #include "console/strip.h"
+#include "console/strip_gesture.h"
 #include "console/view_region.h"
 
 #include <span>
 
-class CMixerView final : public CViewRegion {
+class CMixerView final : public CViewRegion, private StripControlSite {
 public:
     explicit CMixerView(RegionSite& site);
     ~CMixerView() override;
@@ -22,12 +21,13 @@ public:
     intptr_t OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     void Paint(QPainter& painter, const RECT& area) override;
     void OnTimer(uint32_t id) override;
+    bool OnCommand(uint32_t command) override;
     bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     void OnKeyUp(uintptr_t wparam, intptr_t lparam) override;
     void OnFocus() override { EnsureFocus(); }
     void EndKeyGesture() override;
     void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) override;
-    /// Makes the controls of channels that have none yet, and lays all out.
+    /// Makes the strips of channels that have none yet, and lays all out.
     void OnEntriesChanged() override;
     void OnEntryGoing(const ChannelEntry* channel) override;
     void OnTick(uint32_t what) override;
@@ -37,56 +37,111 @@ public:
     int PartCount() const override { return static_cast<int>(m_strips.size()); }
     AccessibleNode* Part(int index) const override { return m_strips[static_cast<size_t>(index)]; }
     AccessibleNode* PartAt(POINT at) const override { return StripAt(at.x); }
-    AccessibleNode* FocusedPart() const override { return FocusedStrip(); }
+    AccessibleNode* FocusedPart() const override;
+
+    // For strips and their nodes.
+
+    /// Does what a press of the part does.
+    void PressElement(Strip& strip, uint32_t element);
+    /// Moves a control to a position, as one gesture.
+    void MoveControl(Strip& strip, uint32_t element, int32_t position);
+    /// The strip's controls are about to be destroyed.
+    void OnControlsGoing(Strip& strip);
 
 private:
     enum class SelectMode { Alone, Toggle, Extend };
 
+    /// What the mouse holds from press to release.
+    struct Drag {
+        PartAction action = PartAction::None;
+        Strip* strip = nullptr;
+        uint32_t element = ELEMENT_NONE;
+        StripControl* control = nullptr;
+        POINT from{};
+        LONG start = 0;      ///< of the size that is changed
+        bool moved = false;  ///< beyond what a hand trembles
+        bool inside = true;  ///< the mouse is still over the part
+        int target = -1;     ///< place that an effect or a strip would be dropped at
+    };
+
+    // Strips and their places.
     void CollectStrips();
-    static void OnFader(tQMFADER* fader, uint32_t id, uintptr_t userData, uint32_t code,
-                        const int32_t* values, uint32_t channelMask);
-    void HandleFader(Strip& strip, uint32_t code, int32_t position);
     Strip* StripAt(LONG x) const;
+    Strip* StripOf(uint64_t channel) const;
     void LayoutStrips();
-    void PlaceStrip(Strip& strip, LONG x);
+    /// Other regions, sizes or styles: everything is laid out anew.
+    void ViewChanged(bool rebuild);
     bool IsOffBySolo(const Strip& strip) const;
     void InvalidateValues();
     void SetScroll(LONG offset);
+    /// The strips that lie within the bounds, ready to be painted.
+    std::span<Strip* const> OnView() const;
+    RECT ScrollLane() const;
+    void PaintScrollLane(QPainter& painter) const;
+
+    // Hands.
+    void OnHand(StripControl& control, HandCode code, const StripPositions& positions) override;
+    void ShowTip(const StripControl& control);
+    void SendToControl(uint32_t message, uintptr_t wparam, intptr_t lparam);
+    bool HoldsControl() const { return m_drag.control != nullptr; }
+
+    // Mouse.
+    void Press(Strip& strip, uint32_t element, POINT at, uintptr_t keys);
+    void DoublePress(Strip& strip, uint32_t element, POINT at);
+    void DragTo(POINT at);
+    void Drop(POINT at);
+    void CancelDrag();
+    void SetHot(Strip* strip, uint32_t element);
+    intptr_t OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam);
+    bool StepMeterRange(int32_t direction);
+    LONG* SizeOf(uint32_t edge);
+    int InsertPlaceAt(const Strip& strip, POINT at) const;
+    bool EdgeContains(const Strip& strip, POINT at) const;
+
+    // Menus.
+    void ShowMenu(Strip& strip, uint32_t element);
+    void ShowContextMenu(Strip* strip, uint32_t element, POINT at);
+    uint32_t Track(struct Menu& menu, POINT at);
+    void RouteMenu(Strip& strip, uint32_t element);
+    void SendMenu(Strip& strip, uint32_t element);
+    void InsertMenu(Strip& strip, size_t insert, POINT at);
+    void AddInsertMenu(Strip& strip, POINT at);
+    void AutomationMenu(Strip& strip);
+    void MidiChannelMenu(Strip& strip);
+    void PanMenu(Strip& strip, POINT at);
+    void MeterMenu(Strip& strip, uint32_t element, POINT at);
+    void ChannelMenu(Strip& strip, POINT at);
+    void StartRename(Strip& strip);
+
+    // Selection, focus, keys.
+    void Select(ChannelEntry& channel, SelectMode mode);
+    void SelectAll();
+    void SetFocus(ChannelEntry* channel);
     /// The strip with the keyboard focus: the one that had it, else the first selected, else the first.
     void EnsureFocus();
     /// Null for none.
     Strip* FocusedStrip() const;
-    /// The strips that lie within the bounds.
-    std::span<Strip* const> OnView() const;
-    void Press(Strip& strip, uint32_t element, uintptr_t keys);
-    void Release(POINT at);
-    void OnFaderMouse(Strip& strip, uint32_t message, uintptr_t wparam, intptr_t lparam);
-    bool HoldsFader() const { return m_held && m_heldElement == ELEMENT_FADER; }
-    void SendToHeldFader(uint32_t message, uintptr_t wparam, intptr_t lparam);
-    intptr_t OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam);
-    void Select(ChannelEntry& channel, SelectMode mode);
-    void SelectAll();
-    void SetFocus(ChannelEntry* channel);
     bool MoveFocus(uint32_t key);
-    bool MoveFaders(uint32_t key, uintptr_t wparam, intptr_t lparam);
+    bool MoveMark(bool back);
+    void SetMark(uint32_t element);
+    bool MoveFaders(uintptr_t wparam, intptr_t lparam);
+    bool KeyToMark(uint32_t key, uintptr_t wparam, intptr_t lparam);
     void ToggleByKey(uint32_t bit);
     std::vector<Strip*> KeyTargets(bool alone) const;
-    RECT ScrollLane() const;
-    void PaintScrollLane(QPainter& painter) const;
-    void ShowFaderTip(const Strip& strip);
 
     CConsoleControlPlugin& m_plugin;
     const ConsoleImages& m_images;
-    FaderGesture m_gesture;
-    std::vector<Strip*> m_strips;  ///< those that are shown, from left to right
-    LONG m_totalWidth = 0;         ///< of them all
+    StripGesture m_gesture;
+    std::vector<Strip*> m_strips;    ///< those that are shown, from left to right
+    std::vector<Strip*> m_prepared;  ///< those that were on view last
+    LONG m_totalWidth = 0;           ///< of them all
     LONG m_offset = 0;
     ChannelEntry* m_focus = nullptr;
-    ChannelEntry* m_anchor = nullptr;  ///< where Shift extends the selection from
-
-    // What the mouse holds from press to release.
-    Strip* m_held = nullptr;
-    uint32_t m_heldElement = ELEMENT_NONE;
-    uint32_t m_pressed = ELEMENT_NONE;  ///< drawn pressed: the mouse is still over it
+    ChannelEntry* m_anchor = nullptr;      ///< where Shift extends the selection from
+    uint32_t m_mark = ELEMENT_NONE;        ///< element of the focused strip that the keyboard is on
+    StripControl* m_keyControl = nullptr;  ///< moved by a key that is down
+    Drag m_drag;
+    Strip* m_hotStrip = nullptr;
+    uint32_t m_hot = ELEMENT_NONE;
     bool m_anySolo = false;
 };

@@ -5,26 +5,14 @@
 #include "console/gain.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
-#include "controls/number_text.h"
-#include "kernel/ui/theme.h"
-#include "kernel/ui/ui_colors.h"
+#include "kernel/ui/ui_fonts.h"
 #include "platform/ui/window.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
-
-using namespace tarn;
 
 namespace {
 
-constexpr uint32_t FADER_STYLE =
-    FADERS_VERTICAL | FADERS_NO_FOCUS | FADERS_TAPER | FADERS_UI_COLORS | FADERS_SELF_KEYS | FADERS_TICKS;
-static_assert(FADER_STYLE == (0x2889 | FADERS_TICKS));
-// The console's meter, with the readout and the marks of the highest recent levels.
-constexpr uint32_t METER_STYLE = METERS_VERTICAL | METERS_CLIP_CLICK | METERS_UI_COLORS | METERS_CLIP_SHOWN |
-                                 METERS_CLIP_ROOM | METERS_HOLD_HIGH;
-constexpr uint32_t CONTROL_ID_FADER = 4000;
+constexpr uint32_t CONTROL_ID_FADER = 4000, CONTROL_ID_PAN = 3500, CONTROL_ID_SEND = 5000;
 
 struct KindWordRow {
     uint32_t mask, value;
@@ -40,53 +28,256 @@ constexpr KindWordRow KIND_WORDS[] = {
     {KIND_SYNTH, KIND_SYNTH, IDS_KIND_SYNTH},
 };
 
-bool Differs(float a, float b) { return !(a == b); }  // a NaN differs from itself too
+bool IsKind(const ChannelEntry& entry, uint32_t kind) { return (entry.kind & kind) == kind; }
+
+struct SpeakerGroup {
+    uint32_t speakers, element, id;
+};
+constexpr SpeakerGroup SPEAKERS[SPEAKER_GROUPS] = {{SPEAKER_FRONT, ELEMENT_FADER, 0},
+                                                   {SPEAKER_REAR, ELEMENT_REAR_FADER, 500},
+                                                   {SPEAKER_CENTER, ELEMENT_CENTER_FADER, 501},
+                                                   {SPEAKER_LFE, ELEMENT_LFE_FADER, 502}};
 
 }  // namespace
 
-Strip::Strip(ChannelEntry& entry, const StripSite& site) : m_entry(entry), m_site(site) {
-    const RECT none{};
-    const auto id = static_cast<uint32_t>(entry.id.channel);
-    uint32_t style = FADER_STYLE;
-    if (entry.IsMidi()) style &= ~(FADERS_TICKS | FADERS_TAPER);
-    FaderInst_Init(&m_fader, style, &none, &site.window, id + CONTROL_ID_FADER, site.onFader,
-                   reinterpret_cast<uintptr_t>(this), 1.0f);
-    FADERSETUP setup{};
-    setup.min = entry.IsMidi() ? 0 : POSITION_MIN;
-    setup.max = entry.IsMidi() ? MIDI_POSITION_MAX : POSITION_MAX;
-    setup.def = entry.IsMidi() ? MIDI_POSITION_DEFAULT : 0;
-    FaderInst_Message(&m_fader, FADERM_SETUP, 0, reinterpret_cast<intptr_t>(&setup));
-
-    const uint32_t meters = entry.IsMidi() ? 1 : 2;
-    MeterInst_Init(&m_meter, METER_STYLE, &none, &site.window, id, reinterpret_cast<uintptr_t>(this),
-                   METERST_MAY_CUT | METERST_CENTRED);
-    constexpr uintptr_t FLOAT_LEVELS = PackWords(0, 1);
-    constexpr intptr_t AUDIO_RANGE = 0x800000, MIDI_RANGE = 128;
-    MeterInst_Message(&m_meter, METERM_SETRANGE, FLOAT_LEVELS, entry.IsMidi() ? MIDI_RANGE : AUDIO_RANGE);
-    MeterInst_Message(&m_meter, METERM_SETDISPLAYRANGE, 0, static_cast<intptr_t>(site.plugin.MeterRange()));
-    MeterInst_Message(&m_meter, METERM_SETCHANNELS, 0, meters);
-    const MeterTones tones = ThemeMeterTones();
-    MeterInst_Message(&m_meter, METERM_SETCOLORS, tones.background, tones.text);
-    MeterInst_Message(&m_meter, METERM_SETCLIPCOLORS, tones.clipText, tones.clipTextBackground);
-    MeterInst_Message(&m_meter, METERM_SETCLIPBACKGROUND, tones.clipBackground, 0);
+Strip::Strip(ChannelEntry& entry, const StripSite& site)
+    : m_entry(entry), m_site(site), m_meters(site.plugin, site.window, entry) {
+    ReadSwitches();
 }
 
-Strip::~Strip() {
-    FaderInst_Deinit(&m_fader);
-    MeterInst_Deinit(&m_meter);
-}
+Strip::~Strip() = default;
 
 LONG Strip::Width() const {
-    return m_entry.kind & KIND_SURROUND ? ConsoleMetrics().cxSurroundCurrent
-                                        : ConsoleMetrics().cxChannelCurrent;
+    const tConsoleMetrics& m = ConsoleMetrics();
+    if (m_entry.width) return m_entry.width;
+    return m_entry.kind & KIND_SURROUND ? m.cxSurroundCurrent : m.cxChannelCurrent;
 }
 
-int32_t Strip::Position() const { return m_fader.pos[0]; }
-
-double Strip::PeakDb() const {
-    const double level = std::max(m_levels[0], m_levels[1]);
-    return level > 0 ? std::max(20.0 * std::log10(level), METER_SILENCE_DB) : METER_SILENCE_DB;
+void Strip::SetWidth(LONG width) {
+    const tConsoleMetrics& m = ConsoleMetrics();
+    const bool wide = m_entry.kind & KIND_SURROUND;
+    m_entry.width = std::clamp(width, wide ? m.cxSurroundNarrow : m.cxChannelNarrow,
+                               wide ? m.cxSurroundWide : m.cxChannelWide);
 }
+
+// What it has
+// ------------------------------------------------------------------------------------------------------
+
+HRESULT Strip::Get(const MPCHANNELID& id, MPCHANNELREC& rec, uint32_t mask) const {
+    return m_site.plugin.Access().GetChannel(id, &rec, mask);
+}
+HRESULT Strip::Set(const MPCHANNELID& id, MPCHANNELREC& rec, uint32_t mask) const {
+    rec.selector = SELECT_CONSOLE_WRITE;
+    return m_site.plugin.Access().SetChannel(id, &rec, mask);
+}
+
+void Strip::MeasureTraits() {
+    const tConsoleMetrics& m = ConsoleMetrics();
+    const auto has = [&](uint32_t mask, uint32_t pair = SPEAKER_FRONT) {
+        MPCHANNELREC rec{};
+        rec.pairSelector = pair;
+        return Get(m_entry.id, rec, mask) == S_OK;
+    };
+    const bool special = m_entry.kind & KIND_SPECIAL, midi = m_entry.IsMidi();
+    const bool track = m_entry.kind & (KIND_AUDIO_TRACK | KIND_MIDI_TRACK);
+    StripTraits t;
+    t.kindIconWidth = ConsoleImages::KindIcon(m_entry.kind) < 0 ? 0 : m.cxTitleIcon;
+    t.sendThumb = m_site.images.sendThumbs.Size().cy;
+    t.meterPreferred = m.nLabelColumnWidth;
+    t.valueHeight = m.nSmallRowHeight - 6;
+    t.postWidth = m.nPostWidth;
+    t.midi = midi;
+    t.fourFaders = (m_entry.kind & KIND_SURROUND) && has(MASK_VOLUME, SPEAKER_REAR);
+    t.meterChannels = midi ? 1 : m_entry.pairSelector & SPEAKER_REAR ? 6 : 2;
+    t.pair = !midi && !t.fourFaders && !special && (m_entry.pairSelector & SPEAKER_FRONT) == SPEAKER_FRONT &&
+             m_entry.countClass == 1;
+    t.surroundPan = !special && m_site.plugin.IsSurroundProject() && track && has(MASK_PAN, SPEAKER_REAR);
+    t.pan = !special && has(MASK_PAN);
+    t.chain = !special && !midi && has(MASK_CHAIN);
+    t.canSend = !special && !midi && !IsKind(m_entry, KIND_MASTER);
+    t.sendPan = m_site.plugin.ShowsSendPans();
+    t.input = has(MASK_INPUT_ROUTE);
+    t.outputs = !has(MASK_OUTPUT_ROUTE) ? 0 : m_entry.IsSurroundMaster() ? 3 : 1;
+    t.automation = !special && has(MASK_AUTOMATION);
+    t.arm = track;
+    t.monitor = m_entry.kind & KIND_AUDIO_TRACK;
+    t.phase = m_entry.kind & KIND_AUDIO_TRACK;
+    t.soloSafe = !special && (m_entry.kind & KIND_BUS) && !IsKind(m_entry, KIND_MASTER);
+    m_traits = t;
+}
+
+void Strip::MakeControls() {
+    if (!m_controls.empty()) m_site.view.OnControlsGoing(*this);
+    m_controls.clear();
+    const auto id = static_cast<uint32_t>(m_entry.id.channel);
+    const bool ticks = m_site.plugin.View().faderTicks;
+    const auto at = [&](uint32_t element, uint32_t controlId) {
+        return StripControlPlace{*this, m_site.hand, m_site.window, element, controlId};
+    };
+    for (const SpeakerGroup& group : SPEAKERS) {
+        const bool first = group.element == ELEMENT_FADER;
+        if (!first && !m_traits.fourFaders) break;
+        const uint32_t controlId = first ? id + CONTROL_ID_FADER : CONTROL_ID_FADER + group.id;
+        m_controls.push_back(MakeFader(at(group.element, controlId),
+                                       VolumeParameter(group.speakers, m_entry.IsMidi(), m_traits.pair),
+                                       ticks));
+        m_controls.back()->SetLinked(IsLocked());
+    }
+    if (m_traits.surroundPan) {
+        const StripParameter axes[] = {PlaceParameter(false), PlaceParameter(true)};
+        constexpr uint32_t ALL = SPEAKER_FRONT | SPEAKER_REAR | SPEAKER_CENTER;
+        m_controls.push_back(MakePad(at(ELEMENT_SURROUND_PAN, id + CONTROL_ID_PAN), axes, ALL));
+    } else if (m_traits.pan) {
+        m_controls.push_back(
+            MakeSlider(at(ELEMENT_PAN, id + CONTROL_ID_PAN), PanParameter(m_entry.IsMidi())));
+        m_controls.back()->SetThumbs(m_site.images.panThumbs);
+    }
+    MakeSendControls();
+}
+
+/// A level for each send that has a row, and its pan where pans are shown.
+void Strip::MakeSendControls() {
+    const auto ofSend = [](const auto& control) { return control->Parameter().send != 0; };
+    if (std::ranges::any_of(m_controls, ofSend)) m_site.view.OnControlsGoing(*this);
+    std::erase_if(m_controls, ofSend);
+    const size_t rows = std::min<size_t>(m_sends.size(), SEND_ROWS);
+    for (uint32_t i = 0; i < rows; i++) {
+        const uint64_t send = m_sends[i].id.sub;
+        const auto at = [&](uint32_t element) {
+            return StripControlPlace{*this, m_site.hand, m_site.window, element + i,
+                                     CONTROL_ID_SEND + element + i};
+        };
+        m_controls.push_back(MakeSlider(at(ELEMENT_SEND_LEVEL), SendLevelParameter(send)));
+        m_controls.back()->SetThumbs(m_site.images.sendThumbs);
+        if (!m_traits.sendPan) continue;
+        m_controls.push_back(MakeSlider(at(ELEMENT_SEND_PAN), SendPanParameter(send)));
+        m_controls.back()->SetThumbs(m_site.images.sendThumbs);
+    }
+}
+
+StripControl* Strip::Control(uint32_t element) const {
+    for (const auto& control : m_controls)
+        if (control->Element() == element && control->IsThere()) return control.get();
+    return nullptr;
+}
+
+StripControl* Strip::HeldControl() const {
+    for (const auto& control : m_controls)
+        if (control->IsHeld()) return control.get();
+    return nullptr;
+}
+
+std::optional<StripParameter> Strip::Alike(Strip& source, const StripParameter& parameter) {
+    Prepare();
+    if (parameter.send) {
+        // The send to the same target.
+        const auto from = std::ranges::find(source.m_sends, parameter.send,
+                                            [](const StripSend& send) { return send.id.sub; });
+        if (from == source.m_sends.end()) return {};
+        const auto own = std::ranges::find(m_sends, from->target, &StripSend::target);
+        if (own == m_sends.end()) return {};
+        StripParameter alike = parameter;
+        alike.send = own->id.sub;
+        return alike;
+    }
+    if (parameter.mask == MASK_VOLUME && (parameter.pairSelector & SPEAKER_FRONT))
+        return VolumeParameter(SPEAKER_FRONT, m_entry.IsMidi(), m_traits.pair);
+    for (const auto& control : m_controls)
+        for (const StripParameter& own : control->Parameters())
+            if (own.mask == parameter.mask && own.pairSelector == parameter.pairSelector &&
+                own.scale == parameter.scale && own.send == 0)
+                return own;
+    return {};
+}
+
+void Strip::Place(const RECT& rect) {
+    if (m_laidOut && m_rects.strip == rect) return;
+    m_rects.strip = rect;
+    m_laidOut = false;
+}
+
+void Strip::ViewChanged(bool rebuild) {
+    m_laidOut = false;
+    if (!rebuild) return;
+    m_made = false;
+    m_meters.Drop();
+}
+
+void Strip::Prepare() {
+    if (!m_made) MeasureTraits();
+    if (!std::exchange(m_read, true)) {
+        ReadParts();
+        ReadRoutes();
+    }
+    if (!m_made) {
+        MakeControls();
+        m_made = true;
+        m_laidOut = false;
+        ReadBack();
+    }
+    if (!m_laidOut) Layout();
+}
+
+void Strip::Layout() {
+    m_laidOut = true;
+    const tConsoleMetrics& m = ConsoleMetrics();
+    const LONG standard = m_traits.fourFaders ? m.cxSurroundDefault : m.cxChannelDefault;
+    const bool narrow = m_rects.strip.Width() < standard || m_traits.fourFaders;
+    const ConsoleImages& images = m_site.images;
+    const ImageList& thumb = narrow          ? (m_traits.pair ? images.smallPairThumbs : images.smallThumbs)
+                             : m_traits.pair ? images.pairThumbs
+                                             : images.thumbs;
+    m_traits.thumb = thumb.Size();
+    m_traits.faderTicks = m_site.plugin.View().faderTicks && !m_entry.IsMidi();
+    m_traits.effects = static_cast<int>(m_inserts.size());
+    m_traits.firstInsert = m_firstInsert;
+    m_traits.sends = static_cast<int>(m_sends.size());
+    const RECT strip = m_rects.strip;
+    m_rects = LayoutStrip(strip, m, m_traits, m_site.plugin.View());
+    m_firstInsert = m_rects.firstInsert;
+
+    for (const auto& control : m_controls) {
+        const uint32_t element = control->Element();
+        for (size_t group = 0; group < SPEAKER_GROUPS; group++)
+            if (element == SPEAKERS[group].element) {
+                control->SetThumbs(thumb);
+                control->SetLabels(m_rects.fader[group].Width() >=
+                                   thumb.Size().cx + 2 * m.nSurroundTextWidth);
+                control->Move(m_rects.fader[group]);
+            }
+        if (element == ELEMENT_PAN) control->Move(m_rects.pan);
+        if (element == ELEMENT_SURROUND_PAN) control->Move(m_rects.panPad);
+        for (uint32_t row = 0; row < SEND_ROWS; row++) {
+            if (element == ELEMENT_SEND_LEVEL + row) control->Move(m_rects.sends[row].level);
+            if (element == ELEMENT_SEND_PAN + row) control->Move(m_rects.sends[row].pan);
+        }
+    }
+    m_meters.Layout(m_rects, m_site.plugin.View());
+    m_nodes.clear();
+}
+
+uint32_t Strip::HitTest(POINT at, std::u16string& tip, RECT& area) const {
+    for (const StripPart& part : StripParts())
+        for (uint32_t i = 0; i < part.count; i++) {
+            area = part.area(*this, i);
+            if (!area.Contains(at) || part.element == ELEMENT_NONE) continue;
+            tip = part.tip ? part.tip(*this, part, i) : std::u16string();
+            return part.element + i;
+        }
+    return ELEMENT_NONE;
+}
+
+void Strip::ScrollInserts(int rows) {
+    const int most = static_cast<int>(m_inserts.size()) + 1 - m_rects.insertRows;
+    const int first = std::clamp(m_firstInsert + rows, 0, std::max(0, most));
+    if (std::exchange(m_firstInsert, first) == first) return;
+    m_laidOut = false;
+    Prepare();
+    m_site.window.Invalidate(m_rects.Region(StripRegion::Inserts));
+}
+
+// Texts
+// --------------------------------------------------------------------------------------------------------------
 
 std::u16string Strip::KindWord() const {
     if (m_entry.kind & KIND_SPECIAL) return {};
@@ -95,116 +286,22 @@ std::u16string Strip::KindWord() const {
     return {};
 }
 
-std::u16string Strip::ValueText(bool offBySolo) const {
+std::u16string Strip::ValueText(bool offBySolo, size_t part) const {
     if (m_switches & SWITCH_MUTE) return ConsoleText(IDS_MUTED);
     if (offBySolo) return ConsoleText(IDS_OFF_SOLO);
-    return Position() <= POSITION_MIN && !m_entry.IsMidi() ? ConsoleText(IDS_SILENCE)
-           : m_entry.IsMidi()                              ? NumberText(Position(), u"$.0f")
-                                                           : NumberText(Position() / 10.0);
+    return m_controls.empty() ? std::u16string() : m_controls.front()->ValueText(part);
 }
 
-void Strip::Layout(const RECT& rect) {
-    const tConsoleMetrics& metrics = ConsoleMetrics();
-    const bool narrow = rect.Width() < metrics.cxChannelDefault;
-    const ImageList& thumb = narrow ? m_site.images.smallThumbs : m_site.images.thumbs;
-    const SIZE size = thumb.Size();
-    StripTraits traits{};
-    traits.kindIconWidth = ConsoleImages::KindIcon(m_entry.kind) < 0 ? 0 : metrics.cxTitleIcon;
-    traits.thumb = size;
-    traits.meterPreferred = metrics.nLabelColumnWidth;
-    traits.faderTicks = m_fader.style & FADERS_TICKS;
-    traits.phaseButton = m_entry.kind & KIND_AUDIO_TRACK;
-    m_rects = LayoutStrip(rect, metrics, traits);
-    FaderInst_SetThumbImageList(&m_fader, &thumb, &size);
-    FaderInst_Move(&m_fader, &m_rects.fader);
-    MeterInst_Move(&m_meter, &m_rects.meter);
-
-    uint32_t present = 0, bit = 1;
-    for (const StripPart& part : StripParts()) {
-        if (!part.area(*this).IsEmpty()) present |= bit;
-        bit <<= 1;
-    }
-    if (std::exchange(m_present, present) != present) m_nodes.clear();
+bool Strip::HasTwoValues() const {
+    if (!m_traits.pair || m_controls.empty() || (m_switches & SWITCH_MUTE)) return false;
+    const StripPositions at = m_controls.front()->Positions();
+    return at[0] != at[1];
 }
 
-uint32_t Strip::HitTest(POINT at, std::u16string& tip, RECT& area) const {
-    for (const StripPart& part : StripParts()) {
-        area = part.area(*this);
-        if (!area.Contains(at)) continue;
-        tip = part.tip ? part.tip(*this, part) : std::u16string();
-        return part.element;
-    }
-    return ELEMENT_NONE;
-}
-
-bool Strip::ReadBack() {
-    MPCHANNELREC rec{};
-    rec.pairSelector = SPEAKER_FRONT;
-    if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_VOLUME) == S_OK &&
-        m_fader.dragPart == FADER_NOWHERE) {  // a thumb under the mouse is ahead of the host
-        const int32_t position =
-            m_entry.IsMidi() ? MidiValueToPosition(rec.volume) : GainToPosition(rec.volume);
-        if (position != Position()) {
-            FaderInst_Message(&m_fader, FADERM_SETPOS, 1, position);
-            m_site.window.Invalidate(m_rects.valueLabel);
-        }
-    }
-    rec = {};
-    if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_SWITCHES) != S_OK) return false;
-    const uint32_t changed = std::exchange(m_switches, rec.switches) ^ rec.switches;
-    for (const StripPart& part : StripParts())
-        if (changed & part.bit) m_site.window.Invalidate(part.area(*this));
-    if (changed & (SWITCH_MUTE | SWITCH_SOLO)) m_site.window.Invalidate(m_rects.valueLabel);
-    if (changed & SWITCH_SELECTED) m_site.window.Invalidate(m_rects.strip);
-    return changed != 0;
+std::u16string Strip::InsertText(size_t insert) const {
+    return insert < m_inserts.size() ? m_inserts[insert].name : ConsoleText(IDS_ADD_INSERT);
 }
 
 void Strip::TickMeters(WindowPainter& painter) {
-    float levels[2] = {};
-    for (int side = 0; side < 2; side++) {
-        MPCHANNELREC rec{};
-        rec.switches = SWITCH_METER_REQUEST;
-        rec.selector = SELECT_METER_PEAK;
-        rec.pairSelector = SPEAKER_FRONT & (side == 0 ? SPEAKER_LEFT_HAND : SPEAKER_RIGHT_HAND);
-        if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_METERS) != S_OK) return;
-        levels[side] = rec.meter.level;
-    }
-    if (Differs(levels[0], m_levels[0]) || Differs(levels[1], m_levels[1])) {
-        std::copy(std::begin(levels), std::end(levels), m_levels);
-        int32_t bits[2];
-        std::memcpy(bits, levels, sizeof bits);
-        MeterInst_Message(&m_meter, METERM_SETLEVELS, PackWords(0, m_meter.channels),
-                          reinterpret_cast<intptr_t>(bits));
-    }
-    // Holds fall by time, so a meter may change without a new level.
-    RECT changed{};
-    if (MeterInst_DrawChanges(&m_meter, &*painter, &changed)) painter.Drawn(changed);
-}
-
-bool Strip::WriteSwitches(uint32_t set, uint32_t clear) {
-    MPCHANNELREC rec{};
-    if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_SWITCHES) != S_OK) return false;
-    const uint32_t before = rec.switches;
-    rec.switches = (before & ~clear) | set;
-    rec.selector = SELECT_CONSOLE_WRITE;
-    return rec.switches == before ||
-           Succeeded(m_site.plugin.SetChannelRecord(m_entry.id, &rec, MASK_SWITCHES));
-}
-
-void Strip::Toggle(uint32_t bit) {
-    MPCHANNELREC rec{};
-    if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, MASK_SWITCHES) != S_OK) return;
-    if (rec.switches & bit)
-        WriteSwitches(0, bit);
-    else
-        WriteSwitches(bit, 0);
-    ReadBack();
-}
-
-void Strip::SetSelected(bool on) {
-    if (on)
-        WriteSwitches(SWITCH_SELECTED, 0);
-    else
-        WriteSwitches(0, SWITCH_SELECTED);
-    ReadBack();
+    if (m_laidOut) m_meters.Tick(painter);
 }

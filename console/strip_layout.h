@@ -2,15 +2,40 @@
 // the result.
 #pragma once
 
-#include "console/metrics.h"
+#include "console/strip_show.h"
+
+inline constexpr int INSERT_ROWS = 32, SEND_ROWS = 4;
+/// The groups of speakers that a surround master has faders for: front, rear, centre, LFE. Every other strip
+/// has the first alone.
+inline constexpr int SPEAKER_GROUPS = 4;
 
 /// What of a channel and its controls decides the layout.
 struct StripTraits {
-    LONG kindIconWidth;   ///< 0 for a channel without icon and word
-    SIZE thumb;           ///< of the main fader
-    LONG meterPreferred;  ///< width at which the meter shows its labels
-    bool faderTicks;
-    bool phaseButton;
+    LONG kindIconWidth = 0;   ///< 0 for a channel without icon and word
+    SIZE thumb{};             ///< of the faders
+    LONG sendThumb = 0;       ///< height of a send's
+    LONG meterPreferred = 0;  ///< width at which the meter shows its labels
+    LONG valueHeight = 0;     ///< of a number in the small font
+    LONG postWidth = 0;       ///< of "POST" in it
+    int meterChannels = 2;
+    bool faderTicks = true;
+
+    bool pan = false, surroundPan = false;
+    bool chain = false;
+    int effects = 0, firstInsert = 0;
+    int sends = 0;  ///< that the channel has
+    bool canSend = false, sendPan = false;
+    bool input = false, midi = false;
+    int outputs = 1;
+    bool automation = false;
+    bool arm = false, monitor = false;
+    bool phase = false, soloSafe = false;
+    bool pair = false;        ///< a fader of two parts
+    bool fourFaders = false;  ///< a group of speakers each
+};
+
+struct SendRects {
+    RECT row, target, pan, level, prePost, value;
 };
 
 /// Pixels of the page; empty rectangles are absent parts.
@@ -18,10 +43,26 @@ struct StripRects {
     RECT strip;
     RECT title, kindIcon, kindWord;
     RECT namePlate, name;
-    RECT faders;  ///< the region of fader, meter and switches
-    RECT mute, solo, phase;
-    RECT fader, meter;
-    RECT valueLabel;
+    RECT region[STRIP_REGIONS];  ///< with its label
+    RECT label[STRIP_REGIONS];
+
+    RECT inserts[INSERT_ROWS];
+    int insertRows, firstInsert;
+    RECT insertScroll;
+    SendRects sends[SEND_ROWS];
+    RECT addSend;
+    RECT input, outputs[3], midiChannel;
+    RECT scope, vu, peak;
+    RECT automation;
+    RECT arm, monitor;
+    RECT mute, solo, chain, phase, soloSafe;
+    RECT pan, panPad, panValue;
+    RECT fader[SPEAKER_GROUPS], meter[SPEAKER_GROUPS], groupName[SPEAKER_GROUPS];
+    RECT lock;
+    RECT value[2];
+
+    const RECT& Region(StripRegion which) const { return region[IndexOf(which)]; }
 };
 
-StripRects LayoutStrip(const RECT& strip, const tConsoleMetrics& metrics, const StripTraits& traits);
+StripRects LayoutStrip(const RECT& strip, const tConsoleMetrics& metrics, const StripTraits& traits,
+                       const StripView& view);

@@ -1,9 +1,13 @@
 // How a strip looks.
 #include "console/console_images.h"
+#include "console/console_plugin.h"
 #include "console/strip.h"
+#include "console/texts.h"
 #include "kernel/color_math.h"
+#include "kernel/ui/theme.h"
 #include "kernel/ui/ui_colors.h"
 #include "kernel/ui/ui_fonts.h"
+#include "kernel/ui/ui_glyphs.h"
 #include "platform/ui/paint.h"
 
 namespace {
@@ -23,38 +27,114 @@ void FillRounded(QPainter& painter, const RECT& rect, qreal radius, COLORREF fil
     painter.restore();
 }
 
+COLORREF Face() { return QmGetUIColor(COLOR_BTNFACE); }
+/// Of lists and of what lies lower than the face.
+COLORREF Well() { return QmSkin_BlendColor(Face(), QmGetUIColor(COLOR_3DDKSHADOW), 90, 0); }
+COLORREF ButtonFace(bool pressed) {
+    const COLORREF face = QmSkin_BlendColor(Face(), QmGetUIColor(UICOLOR_STRONG), 22, 0);
+    return pressed ? QmSkin_BlendColor(face, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0) : face;
+}
+
+/// What is too wide for its place keeps its beginning and its end, where names differ.
+std::u16string ElidedInTheMiddle(const std::u16string& text, const QFont& font, LONG width) {
+    const QString shown = QFontMetrics(font).elidedText(QString::fromStdU16String(text), Qt::ElideMiddle,
+                                                        static_cast<int>(width));
+    return shown.toStdU16String();
+}
+
+RECT Inner(const RECT& rect, LONG x) { return {rect.left + x, rect.top, rect.right - x, rect.bottom}; }
+
 }  // namespace
 
 void Strip::Paint(QPainter& painter, const RECT& area, const StripLook& look) {
     const RECT& strip = m_rects.strip;
-    const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
+    const COLORREF face = Face();
     const RECT body{strip.left, strip.top, strip.right - 1, strip.bottom};
     FillRect(painter, body,
              IsSelected() ? QmSkin_BlendColor(face, QmGetUIColor(COLOR_HIGHLIGHT), 30, 0) : face);
     VLine(painter, strip.left, strip.top, strip.bottom, QmGetUIColor(COLOR_3DLIGHT));
     VLine(painter, strip.right - 1, strip.top, strip.bottom, QmGetUIColor(COLOR_3DDKSHADOW));
+    PaintRegions(painter);
 
-    for (const StripPart& part : StripParts())
-        if (part.paint && part.area(*this).Intersects(area)) part.paint(*this, painter, part, look);
+    for (const StripPart& part : StripParts()) {
+        if (!part.paint) continue;
+        for (uint32_t i = 0; i < part.count; i++) {
+            const RECT at = part.area(*this, i);
+            if (!at.IsEmpty() && at.Intersects(area)) part.paint(*this, painter, part, i, look);
+        }
+    }
+    for (const auto& [element, colour] :
+         {std::pair(look.hot, UICOLOR_TICK), {look.marked, COLOR_HIGHLIGHT}}) {
+        const RECT at = AreaOfElement(*this, element);
+        const RECT outside{at.left - 1, at.top - 1, at.right + 1, at.bottom + 1};
+        if (element != ELEMENT_NONE && !at.IsEmpty()) FrameRect(painter, outside, QmGetUIColor(colour));
+    }
 }
 
-void Strip::PaintValue(QPainter& painter, bool offBySolo) const {
+/// A line above each region, its name, and the wells of lists and send rows.
+void Strip::PaintRegions(QPainter& painter) const {
+    constexpr struct {
+        StripRegion region;
+        ConsoleTextId name;
+    } LABELS[] = {{StripRegion::Inserts, IDS_REGION_INSERTS}, {StripRegion::Sends, IDS_REGION_SENDS},
+                  {StripRegion::Io, IDS_REGION_IO},           {StripRegion::Scopes, IDS_REGION_SCOPE},
+                  {StripRegion::Vu, IDS_REGION_VU},           {StripRegion::Peaks, IDS_REGION_PEAKS}};
+    const COLORREF dark = QmGetUIColor(COLOR_3DDKSHADOW), light = QmGetUIColor(COLOR_3DLIGHT);
+    for (const RECT& region : m_rects.region) {
+        if (region.IsEmpty()) continue;
+        HLine(painter, region.left + 1, region.right - 1, region.top, dark);
+        HLine(painter, region.left + 1, region.right - 1, region.top + 1, light);
+    }
+    const COLORREF ink = ReadableOn(QmGetUIColor(COLOR_GRAYTEXT), Well());
+    for (const auto& row : LABELS) {
+        const RECT& label = m_rects.label[IndexOf(row.region)];
+        if (label.IsEmpty()) continue;
+        FillRect(painter, {label.left + 1, label.top + 1, label.right - 1, label.bottom}, Well());
+        DrawText(painter, Inner(label, 5), ConsoleText(row.name), QmGetUIFont(FONT_SMALL), ink, TEXT_ELIDE);
+    }
+    for (const SendRects& send : m_rects.sends) {
+        if (send.row.IsEmpty()) continue;
+        if (send.row.top > m_rects.Region(StripRegion::Sends).top + 2)
+            HLine(painter, send.row.left + 4, send.row.right - 4, send.row.top,
+                  QmGetUIColor(COLOR_BTNSHADOW));
+    }
+    if (const StripControl* pan = Control(ELEMENT_PAN); pan && !m_rects.panValue.IsEmpty())
+        DrawText(painter, m_rects.panValue, pan->ValueText(), QmGetUIFont(FONT_SMALL),
+                 QmGetUIColor(COLOR_BTNTEXT), TEXT_CENTER);
+    constexpr ConsoleTextId GROUPS[SPEAKER_GROUPS] = {IDS_GROUP_FRONT, IDS_GROUP_REAR, IDS_GROUP_CENTER,
+                                                      IDS_GROUP_LFE};
+    for (size_t i = 0; i < SPEAKER_GROUPS; i++)
+        if (!m_rects.groupName[i].IsEmpty())
+            DrawText(painter, m_rects.groupName[i], ConsoleText(GROUPS[i]), QmGetUIFont(FONT_SMALL),
+                     QmGetUIColor(COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
+}
+
+void Strip::PaintValue(QPainter& painter, size_t part, bool offBySolo) const {
     const bool silent = Has(SWITCH_MUTE) || offBySolo;
-    FillRounded(painter, m_rects.valueLabel, 2, QmGetUIColor(COLOR_3DDKSHADOW),
-                QmGetUIColor(COLOR_BTNSHADOW));
-    DrawText(painter, m_rects.valueLabel, ValueText(offBySolo), QmGetUIFont(FONT_SMALL),
+    RECT at = m_rects.value[part];
+    if (!HasTwoValues() && !m_rects.value[1].IsEmpty()) at.right = m_rects.value[1].right;
+    FillRounded(painter, at, 2, QmGetUIColor(COLOR_3DDKSHADOW), QmGetUIColor(COLOR_BTNSHADOW));
+    // A strip that is off says so in its place and keeps its number beside it, where there is room for both.
+    DrawText(painter, at, ValueText(offBySolo, part), QmGetUIFont(FONT_SMALL),
              QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
 void Strip::PaintTitle(QPainter& painter) const {
+    const RECT& title = m_rects.title;
+    constexpr LONG BAND = 4;
+    FillRect(painter, {title.left + 1, title.top, title.right - 1, title.top + BAND},
+             ChannelColour(m_entry.lookColour));
     const RECT& icon = m_rects.kindIcon;
     if (icon.IsEmpty()) return;
     const ImageList& images = *m_site.images.kinds;
     const SIZE size = images.Size();
-    images.Draw(painter, ConsoleImages::KindIcon(m_entry.kind),
-                {icon.left + (icon.Width() - size.cx) / 2, icon.top + (icon.Height() - size.cy) / 2});
-    DrawText(painter, m_rects.kindWord, KindWord(), QmGetUIFont(FONT_SMALL), QmGetUIColor(COLOR_GRAYTEXT),
-             TEXT_ELIDE);
+    images.Draw(
+        painter, ConsoleImages::KindIcon(m_entry.kind),
+        {icon.left + (icon.Width() - size.cx) / 2, icon.top + (icon.Height() - size.cy) / 2 + BAND / 2});
+    RECT word = m_rects.kindWord;
+    word.top += BAND / 2;
+    word.bottom += BAND / 2;
+    DrawText(painter, word, KindWord(), QmGetUIFont(FONT_SMALL), QmGetUIColor(COLOR_GRAYTEXT), TEXT_ELIDE);
 }
 
 void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
@@ -63,25 +143,86 @@ void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
     FillRect(painter, {plate.left + 1, plate.top, plate.right - 1, plate.bottom},
              IsSelected() ? QmSkin_BlendColor(QmGetUIColor(COLOR_WINDOW), accent, 96, 0)
                           : QmGetUIColor(COLOR_WINDOW));
-    constexpr LONG BAND = 3;
+    constexpr LONG BAND = 4;
     FillRect(painter, {plate.left + 1, plate.top, plate.right - 1, plate.top + BAND},
              ChannelColour(m_entry.lookColour));
     if (focused)
         FrameRect(painter, {plate.left + 1, plate.top + BAND, plate.right - 1, plate.bottom}, accent);
     const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3,
                     m_rects.name.bottom + 1};
-    DrawText(painter, text, m_entry.Name(), QmGetUIFont(FONT_TEXT),
-             QmGetUIColor(IsSelected() ? UICOLOR_STRONG : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
+    const QFont& font = QmGetUIFont(FONT_TEXT);
+    DrawText(painter, text, ElidedInTheMiddle(m_entry.Name(), font, text.Width()), font,
+             QmGetUIColor(IsSelected() ? UICOLOR_STRONG : COLOR_BTNTEXT), TEXT_CENTER);
 }
 
-void Strip::PaintSwitch(QPainter& painter, const StripPart& part, bool pressed) const {
-    const bool on = Has(part.bit);
-    const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
-    const COLORREF lit = QmGetUIColor(part.litColour);
-    const COLORREF off = QmSkin_BlendColor(face, QmGetUIColor(UICOLOR_STRONG), 22, 0);
-    COLORREF fill = on ? lit : off;
-    if (pressed) fill = QmSkin_BlendColor(fill, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0);
-    FillRounded(painter, part.area(*this), 3, fill, QmGetUIColor(COLOR_3DDKSHADOW));
-    DrawText(painter, part.area(*this), part.letter, QmGetUIFont(FONT_BOLD),
+void Strip::PaintSwitch(QPainter& painter, const StripPart& part, const RECT& area, bool on,
+                        bool pressed) const {
+    const COLORREF fill = on ? QmGetUIColor(part.litColour) : ButtonFace(false);
+    FillRounded(painter, area, 3,
+                pressed ? QmSkin_BlendColor(fill, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0) : fill,
+                QmGetUIColor(COLOR_3DDKSHADOW));
+    const bool small = std::u16string_view(part.letter).size() > 1;
+    DrawText(painter, area, part.letter, QmGetUIFont(small ? FONT_SMALL : FONT_BOLD),
              QmGetUIColor(on ? COLOR_3DDKSHADOW : COLOR_GRAYTEXT), TEXT_CENTER);
+}
+
+void Strip::PaintButton(QPainter& painter, const RECT& area, const std::u16string& text, bool pressed,
+                        bool empty) const {
+    FillRounded(painter, area, 3, empty ? Well() : ButtonFace(pressed), QmGetUIColor(COLOR_3DDKSHADOW));
+    const QFont& font = QmGetUIFont(FONT_SMALL);
+    const RECT inside = Inner(area, 4);
+    DrawText(painter, inside, ElidedInTheMiddle(text, font, inside.Width()), font,
+             QmGetUIColor(empty ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER);
+}
+
+/// An effect: a lamp that is lit while it works, and its name. The row behind the last one adds.
+void Strip::PaintInsert(QPainter& painter, uint32_t index, bool pressed) const {
+    const RECT& area = m_rects.inserts[static_cast<int>(index) - m_rects.firstInsert];
+    if (index >= m_inserts.size()) {
+        FillRounded(painter, area, 3, Well(), QmGetUIColor(COLOR_3DDKSHADOW));
+        QmDrawStandardUIGlyph(painter, {area.left, area.top + 4, area.right, area.bottom - 4}, UIGLYPH_PLUS,
+                              COLOR_GRAYTEXT);
+        return;
+    }
+    const StripInsert& insert = m_inserts[index];
+    const bool missing = insert.state & EFFECT_MISSING;
+    const bool works = !missing && !(insert.state & EFFECT_BYPASSED) && !Has(SWITCH_STRIP_10000);
+    FillRounded(painter, area, 3, ButtonFace(pressed), QmGetUIColor(COLOR_3DDKSHADOW));
+    const LONG lamp = area.Height() / 3, middle = (area.top + area.bottom) / 2;
+    const RECT light{area.left + 5, middle - lamp / 2, area.left + 5 + lamp, middle - lamp / 2 + lamp};
+    FillRounded(painter, light, lamp / 2.0,
+                missing ? QmGetUIColor(UICOLOR_METER_HIGH)
+                : works ? QmGetUIColor(UICOLOR_METER_LOW)
+                        : Well(),
+                QmGetUIColor(COLOR_3DDKSHADOW));
+    RECT text{light.right + 4, area.top, area.right - 3, area.bottom};
+    const QFont& font = QmGetUIFont(FONT_SMALL);
+    DrawText(painter, text, ElidedInTheMiddle(insert.name, font, text.Width()), font,
+             QmGetUIColor(works ? COLOR_BTNTEXT : COLOR_GRAYTEXT));
+    // Behind the fader: a bar at the right end.
+    if (insert.state & EFFECT_POST_FADER)
+        FillRect(painter, {area.right - 3, area.top + 3, area.right - 1, area.bottom - 3},
+                 QmGetUIColor(COLOR_HIGHLIGHT));
+}
+
+void Strip::PaintInsertScroll(QPainter& painter) const {
+    const RECT& column = m_rects.insertScroll;
+    FillRect(painter, column, Well());
+    const LONG all = static_cast<LONG>(m_inserts.size()) + 1;
+    const LONG top = column.top + column.Height() * m_rects.firstInsert / all;
+    const LONG bottom = column.top + column.Height() * (m_rects.firstInsert + m_rects.insertRows) / all;
+    FillRounded(painter, {column.left + 1, top, column.right - 1, bottom}, 2, QmGetUIColor(UICOLOR_TICK),
+                QmGetUIColor(COLOR_3DDKSHADOW));
+}
+
+/// The target's name, and below it what its level is in numbers.
+void Strip::PaintSend(QPainter& painter, uint32_t row, bool pressed) const {
+    const SendRects& rects = m_rects.sends[row];
+    const StripSend& send = m_sends[row];
+    const bool muted = send.switches & SENDSWITCH_10000;
+    PaintButton(painter, rects.target, send.name, pressed, muted);
+    if (const StripControl* level = Control(ELEMENT_SEND_LEVEL + row); level && !rects.value.IsEmpty())
+        DrawText(painter, rects.value, muted ? ConsoleText(IDS_MUTED) : level->ValueText(),
+                 QmGetUIFont(FONT_SMALL), QmGetUIColor(muted ? COLOR_GRAYTEXT : COLOR_BTNTEXT),
+                 TEXT_RIGHT | TEXT_ELIDE);
 }

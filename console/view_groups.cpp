@@ -103,3 +103,57 @@ void SaveGroups(const ViewGroups& groups, const GroupStore& store) {
     for (size_t n = 0; n < groups.size(); n++) SaveGroup(*groups[n], n, store);
     for (size_t n = groups.size(); n < old; n++) ClearGroup(n, store);
 }
+
+namespace {
+struct RegionBit {
+    uint32_t bit;
+    int32_t StripShow::*flag;
+};
+constexpr RegionBit REGION_BITS[] = {
+    {0x8, &StripShow::bShowInserts},  {0x10, &StripShow::bShowSends},
+    {0x20, &StripShow::bShowScopes},  {0x40, &StripShow::bShowVU},
+    {0x80, &StripShow::bShowPeaks},   {0x100, &StripShow::bShowRecord},
+    {0x200, &StripShow::bShowFaders}, {0x400, &StripShow::bShowSwitches},
+    {0x800, &StripShow::bShowPan},    {0x1000, &StripShow::bShowAutomation},
+    {0x2000, &StripShow::bShowIO},    {0x4000, &StripShow::bShowLabels},
+};
+constexpr LONG StripSizes::*SIZE_ORDER[] = {&StripSizes::peaks,  &StripSizes::sends,  &StripSizes::inserts,
+                                            &StripSizes::faders, &StripSizes::scopes, &StripSizes::vu};
+}  // namespace
+
+void CaptureView(tConsoleGroup& group, const StripView& view) {
+    group.flags = GROUP_WHOLE_STATE;
+    group.regions = GROUP_REGION_VERTICAL;
+    for (const RegionBit& row : REGION_BITS)
+        if (view.show.*row.flag) group.regions |= row.bit;
+    group.meterRange = view.meterRange;
+    group.vuScale = view.vuScale;
+    group.scopeStyle = view.scopeStyle;
+    const tConsoleMetrics& m = MeasuredConsoleMetrics();
+    const LONG widths[] = {m.cxChannelDefault,  m.cxChannelNarrow,  m.cxChannelWide,  m.cxChannelCurrent,
+                           m.cxSurroundDefault, m.cxSurroundNarrow, m.cxSurroundWide, m.cxSurroundCurrent};
+    std::copy(std::begin(widths), std::end(widths), group.widths);
+    const StripSizes sizes = UsableSizes(view.sizes, m);
+    for (size_t i = 0; i < std::size(SIZE_ORDER); i++) group.sizes[i] = sizes.*SIZE_ORDER[i];
+}
+
+void ApplyView(const tConsoleGroup& group, StripView& view) {
+    tConsoleMetrics& m = MeasuredConsoleMetrics();
+    if (group.flags & GROUP_STORES_REGIONS) {
+        for (const RegionBit& row : REGION_BITS) view.show.*row.flag = (group.regions & row.bit) != 0;
+        view.show.bVerticalLayout = 1;
+    }
+    if (group.flags & GROUP_STORES_WIDTHS) {
+        m.cxChannelCurrent = group.widths[CURRENT];
+        m.cxSurroundCurrent = group.widths[SURROUND + CURRENT];
+    }
+    if (group.flags & GROUP_STORES_SIZES) {
+        for (size_t i = 0; i < std::size(SIZE_ORDER); i++) view.sizes.*SIZE_ORDER[i] = group.sizes[i];
+        view.sizes = UsableSizes(view.sizes, m);
+    }
+    if (group.flags & GROUP_STORES_METERS) {
+        view.meterRange = group.meterRange;
+        view.vuScale = group.vuScale;
+        view.scopeStyle = group.scopeStyle;
+    }
+}

@@ -3,6 +3,7 @@
 // preferences.
 #pragma once
 
+#include "console/strip_show.h"
 #include "contract/host_contract.h"
 #include "kernel/list.h"
 
@@ -15,7 +16,10 @@ inline constexpr size_t GROUP_NAME_SIZE = 256;
 
 /// tConsoleGroup::flags: what a record stores.
 inline constexpr uint32_t GROUP_CURRENT_STATE = 0x1, GROUP_MIX = 0x1000, GROUP_VIEW = 0x2000;
-/// tConsoleGroup::regions: strips stand upright. Set in every record that is loaded.
+/// tConsoleGroup::flags of a record of the whole state of the console.
+inline constexpr uint32_t GROUP_WHOLE_STATE = 0x2FFE, GROUP_STORES_REGIONS = 0x2, GROUP_STORES_SIZES = 0x8,
+                          GROUP_STORES_WIDTHS = 0x10, GROUP_STORES_METERS = 0x20;
+/// tConsoleGroup::regions: switches stand beside the fader. Set in every record that is loaded.
 inline constexpr uint32_t GROUP_REGION_VERTICAL = 0x8000;
 
 struct tConsoleGroup {
@@ -33,6 +37,11 @@ struct tConsoleGroup {
     uint64_t reserved632 = 0;
 };
 static_assert(sizeof(tConsoleGroup) == 640);
+
+/// The regions, their sizes, the strips' widths and the meters as they are now, into a record of all of it.
+void CaptureView(tConsoleGroup& group, const StripView& view);
+/// What the record stores of them. The process's metrics get the widths.
+void ApplyView(const tConsoleGroup& group, StripView& view);
 
 /// How groups reach the host's preferences.
 struct GroupStore {

@@ -14,6 +14,7 @@ class CConsoleControlPlugin;
 class ConsoleImages;
 class QPainter;
 class WindowPainter;
+struct Menu;
 
 /// The high part of a hit word names the region, the low part the element.
 inline constexpr uint32_t HIT_MIXER_VIEW = 0x10000;
@@ -37,6 +38,14 @@ public:
     virtual bool HasKeyboardFocus() const = 0;
     /// What the keyboard works on, or its place, is another: the caret follows.
     virtual void FocusMoved() = 0;
+    /// Shows the menu at a point of the page and waits; the command that was chosen, or 0. Channels may come
+    /// and go in between.
+    virtual uint32_t TrackMenu(Menu& menu, POINT at) = 0;
+    /// Lets the user edit a text in place; `done` is called with a new one.
+    virtual void EditText(const RECT& area, const std::u16string& text,
+                          std::function<void(const std::u16string&)> done) = 0;
+    /// Runs a command of the page.
+    virtual bool RunCommand(uint32_t command) = 0;
 
 protected:
     ~RegionSite() = default;
@@ -62,6 +71,8 @@ public:
     virtual intptr_t OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam) = 0;
     virtual void Paint(QPainter& painter, const RECT& area) = 0;
     virtual void OnTimer(uint32_t id) = 0;
+    /// True when it took the command.
+    virtual bool OnCommand(uint32_t command) = 0;
     /// True when the key was taken.
     virtual bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) = 0;
     virtual void OnKeyUp(uintptr_t wparam, intptr_t lparam) = 0;

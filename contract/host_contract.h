@@ -198,6 +198,7 @@ inline constexpr uint32_t SELECT_LONG_NAME = 1;
 inline constexpr uint32_t SELECT_SHORT_NAME = 2;
 inline constexpr uint32_t SELECT_METER_PEAK = 0;
 inline constexpr uint32_t SELECT_METER_VU = 1;
+inline constexpr uint32_t SELECT_METER_SCOPE = 2;        ///< the samples that came since the last such get
 inline constexpr uint32_t SELECT_CONSOLE_WRITE = 32768;  ///< the console marks its own sets with it
 
 /// MPCHANNELREC::pairSelector, speaker bits
@@ -226,6 +227,7 @@ inline constexpr uint32_t EFFECT_INSTRUMENT =
     0x4;  ///< get only: makes the sound, and has no place in the chain
 inline constexpr uint32_t EFFECT_MISSING =
     0x8;  ///< get only: it can't be had, and what it should work on passes
+inline constexpr uint32_t EFFECT_EDITOR = 0x10;  ///< its window: a set with it opens or raises it
 
 /// MPCHANNELREC::effectParam with MASK_PARAM_NAME: the index is a preset's; a set loads it.
 inline constexpr uint32_t EFFECTPARAM_PRESET = 0x80000000;
@@ -336,6 +338,8 @@ struct MPCHANNELREF {
 };
 static_assert(sizeof(MPCHANNELREF) == 32);
 
+inline constexpr uint32_t SCOPE_PAIRS = 512;
+
 struct MPMETERLEVEL {
     uint32_t reserved;
     float level;  ///< linear, 1.0 is full scale
@@ -387,7 +391,9 @@ struct MPCHANNELREC {
     uint32_t reserved268;
     uint64_t sendTarget;  ///< channel id, MASK_SEND
     float sendLevel;      ///< gain, MASK_SEND
-    uint32_t reserved284[21];
+    uint32_t scopePairs;  ///< MASK_METERS with SELECT_METER_SCOPE: how many pairs came
+    float* scopeSamples;  ///< the caller's, room for SCOPE_PAIRS of left and right in turn
+    uint32_t reserved296[18];
     char16_t* name;  ///< MASK_NAME, by `selector`
     uint32_t reserved376[4];
     GUID effectClass;  ///< class of the effect to insert
@@ -422,6 +428,8 @@ MP_OFFSET(MPCHANNELREC, sendSwitches, 260);
 MP_OFFSET(MPCHANNELREC, sendSelector, 264);
 MP_OFFSET(MPCHANNELREC, sendTarget, 272);
 MP_OFFSET(MPCHANNELREC, sendLevel, 280);
+MP_OFFSET(MPCHANNELREC, scopePairs, 284);
+MP_OFFSET(MPCHANNELREC, scopeSamples, 288);
 MP_OFFSET(MPCHANNELREC, name, 368);
 MP_OFFSET(MPCHANNELREC, effectClass, 392);
 

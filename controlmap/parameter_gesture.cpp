@@ -25,8 +25,8 @@ HRESULT ParameterGesture::Touch(bool on, HRESULT* told) {
     return S_OK;
 }
 
-HRESULT ParameterGesture::Change(float value) {
+HRESULT ParameterGesture::Change(float value, float linked) {
     m_rec.*m_parameter.field = value;
-    if (m_parameter.linked) m_rec.*m_parameter.linked = value;
+    if (m_parameter.linked) m_rec.*m_parameter.linked = linked;
     return m_access->SetChannel(m_id, &m_rec, m_parameter.mask | m_parameter.changeMask);
 }

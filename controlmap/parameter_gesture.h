@@ -34,6 +34,7 @@ public:
     HRESULT Read();
     /// As it was read.
     float Value() const { return m_rec.*m_parameter.field; }
+    float LinkedValue() const { return m_rec.*(m_parameter.linked ? m_parameter.linked : m_parameter.field); }
 
     /// Touches the parameter and lets it go. Its value and the modes of its automation stay as the host has
     /// them: a touch must not round a value to a position. A failure to ask leaves all as it was; what the
@@ -42,8 +43,9 @@ public:
     HRESULT End(HRESULT* told = nullptr) { return Touch(false, told); }
     bool IsRunning() const { return m_running; }
 
-    /// Within a gesture or without one.
-    HRESULT Change(float value);
+    /// Within a gesture or without one. What is linked is set alike, or to a value of its own.
+    HRESULT Change(float value) { return Change(value, value); }
+    HRESULT Change(float value, float linked);
 
 private:
     HRESULT Touch(bool on, HRESULT* told);

@@ -67,3 +67,37 @@ std::vector<uint32_t> EffectCatalog::Items(uint32_t family) const {
         if (row.family == family) return row.items;
     return {};
 }
+
+namespace {
+
+std::u16string NameOf(IMPPlugInCatalog& host, uint32_t id, uint32_t level) {
+    MPCATALOGREC rec{};
+    const HRESULT hr = host.Get(&id, level, &rec, CATALOG_NAMES);
+    std::u16string name = hr == S_OK && rec.name ? rec.name : u"";
+    CoTaskMemFree(rec.name);
+    return name;
+}
+
+}  // namespace
+
+std::vector<EffectFamily> EffectCatalog::Tree() const {
+    const ComPtr<IMPPlugInCatalog> host = Host();
+    std::vector<EffectFamily> families;
+    if (!host) return families;
+    std::vector<uint32_t> ids;
+    ForEachCatalogEntry(*host, 0, LEVEL_CHANNEL, [&](uint32_t id) { ids.push_back(id); });
+    for (const uint32_t family : ids) {
+        EffectFamily row{NameOf(*host, family, LEVEL_CHANNEL), {}};
+        std::vector<uint32_t> items;
+        ForEachCatalogEntry(*host, family, LEVEL_SUB_OBJECT, [&](uint32_t id) { items.push_back(id); });
+        for (uint32_t item : items) {
+            std::u16string name = NameOf(*host, item, LEVEL_SUB_OBJECT);
+            MPCATALOGITEM data{};
+            data.size = sizeof data;
+            if (!name.empty() && host->GetItemData(&item, &data) == S_OK)
+                row.items.push_back({std::move(name), data.effectClass, data.unusable != 0});
+        }
+        if (!row.name.empty() && !row.items.empty()) families.push_back(std::move(row));
+    }
+    return families;
+}

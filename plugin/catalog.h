@@ -4,11 +4,23 @@
 #include "contract/host_contract.h"
 
 #include <mutex>
+#include <string>
 #include <vector>
 
 struct CATALOGROW {
     uint32_t family;
     std::vector<uint32_t> items;
+};
+
+/// The catalog as a person chooses from it.
+struct EffectItem {
+    std::u16string name;
+    GUID effectClass;
+    bool unusable;
+};
+struct EffectFamily {
+    std::u16string name;
+    std::vector<EffectItem> items;
 };
 
 class EffectCatalog {
@@ -24,6 +36,9 @@ public:
     /// As they were loaded.
     std::vector<uint32_t> Families() const;
     std::vector<uint32_t> Items(uint32_t family) const;
+
+    /// Asked of the host anew; what it has no name for is left out.
+    std::vector<EffectFamily> Tree() const;
 
 private:
     mutable std::mutex m_lock;  ///< never held across a call of the host

@@ -158,3 +158,31 @@ HRESULT COPTControlPlugin::GetChannelName(const MPCHANNELID& id, uint32_t which,
                                           uint32_t capacity) {
     return m_channels.Name({id.channel, 0, 0}, which, out, capacity);
 }
+
+std::vector<MPCHANNELID> COPTControlPlugin::PartsOf(const MPCHANNELID& channel) const {
+    std::vector<MPCHANNELID> parts;
+    MPCHANNELREF start{};
+    start.channel = channel.channel;
+    if (channel.channel)
+        m_channels.ForEach(start, LEVEL_SUB_OBJECT, 0, [&](const MPCHANNELREF& ref, const MPCHANNELREC&) {
+            parts.push_back({channel.channel, ref.sub, 0});
+            return S_OK;
+        });
+    return parts;
+}
+
+HRESULT COPTControlPlugin::InsertAtHost(const MPCHANNELID& channel, MPCHANNELREC& rec) {
+    const ComPtr<IMPCtrlChannels> host = m_channels.Host();
+    MPCHANNELID id{channel.channel, 0, 0};
+    return host && id.channel ? host->Insert(&id, LEVEL_SUB_OBJECT, &rec) : S_FALSE;
+}
+
+HRESULT COPTControlPlugin::RemoveAtHost(const MPCHANNELID& id) {
+    const ComPtr<IMPCtrlChannels> host = m_channels.Host();
+    return host && id.channel ? host->Remove(id.sub ? LEVEL_SUB_OBJECT : LEVEL_CHANNEL, &id) : S_FALSE;
+}
+
+std::vector<uint64_t> COPTControlPlugin::TargetsOf(const MPCHANNELID& id, uint32_t mask) {
+    CriticalSectionLock lock(MainLock());
+    return RouteTargets(id, mask);
+}

@@ -122,6 +122,15 @@ public:
     HRESULT SetChannelRecord(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask);
     /// The channel's name cut to `capacity`; SELECT_SHORT_NAME or SELECT_LONG_NAME.
     HRESULT GetChannelName(const MPCHANNELID& id, uint32_t which, char16_t* out, uint32_t capacity);
+    /// Paths of what hangs on a channel, in the host's order: effects, sends. [any-thread]
+    std::vector<MPCHANNELID> PartsOf(const MPCHANNELID& channel) const;
+    /// The host's Insert of an effect or a send on a channel, and its Remove of one, or of the channel
+    /// itself. S_FALSE without a host. [any-thread]
+    HRESULT InsertAtHost(const MPCHANNELID& channel, MPCHANNELREC& rec);
+    HRESULT RemoveAtHost(const MPCHANNELID& id);
+    /// Channels that another one's send, input or output can lead to: MASK_SEND, MASK_INPUT_ROUTE,
+    /// MASK_OUTPUT_ROUTE; with the ids of port entries.
+    std::vector<uint64_t> TargetsOf(const MPCHANNELID& id, uint32_t mask);
 
     tarn::CriticalSection& MainLock() const { return m_mainLock; }
 

@@ -29,8 +29,8 @@ constexpr std::string_view ACROSS_THUMB[] = {"thumb_small_h"};
 
 ConsoleImages::ConsoleImages()
     : kinds(QmSkin_GetTrackIconImageLists()), thumbs(THUMB, {13, 19}, ThumbTones()),
-      pairThumbs(PAIR_THUMB, {19, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {13, 9}, ThumbTones()),
-      smallPairThumbs(PAIR_THUMB, {13, 9}, ThumbTones()), panThumbs(ACROSS_THUMB, {13, 15}, ThumbTones()),
+      pairThumbs(PAIR_THUMB, {21, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {13, 9}, ThumbTones()),
+      smallPairThumbs(PAIR_THUMB, {15, 11}, ThumbTones()), panThumbs(ACROSS_THUMB, {13, 15}, ThumbTones()),
       sendThumbs(ACROSS_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
       selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)) {}
 

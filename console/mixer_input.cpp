@@ -450,7 +450,7 @@ bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     default: break;
     }
     const StripPart* part = PartOfKey(key);
-    if (!part || ctrl || alt) return false;
+    if (!part || ctrl || alt) return RunKey(key);
     ToggleByKey(part->bit);
     return true;
 }

@@ -91,7 +91,7 @@ void CMixerView::ShowMenu(Strip& strip, uint32_t element) {
 }
 
 void CMixerView::ShowContextMenu(Strip* strip, uint32_t element, POINT at) {
-    if (!strip) return;
+    if (!strip) return LayoutMenu(at);
     const StripPart* part = PartOfElement(element);
     const size_t insert = element - ELEMENT_INSERT;
     if (part && part->element == ELEMENT_INSERT && insert < strip->Inserts().size())
@@ -367,32 +367,123 @@ bool CMixerView::StepMeterRange(int32_t direction) {
 // Commands
 // ------------------------------------------------------------------------------------------------------------
 
-bool CMixerView::OnCommand(uint32_t command) {
-    struct FlagRow {
+namespace {
+
+struct FlagRow {
+    uint32_t command;
+    int32_t StripShow::*flag;
+    ConsoleTextId name;
+};
+constexpr uint32_t CMD_ALL_REGIONS = 50059, CMD_FADERS = 50066, CMD_TICKS = 50162, CMD_SELECT_ALL = 55023;
+/// In the order of the menu.
+constexpr FlagRow FLAGS[] = {
+    {50061, &StripShow::bShowInserts, IDS_MENU_INSERTS},
+    {50062, &StripShow::bShowSends, IDS_MENU_SENDS},
+    {50060, &StripShow::bShowIO, IDS_MENU_IO},
+    {50063, &StripShow::bShowScopes, IDS_MENU_SCOPES},
+    {50064, &StripShow::bShowVU, IDS_MENU_VU},
+    {50065, &StripShow::bShowPeaks, IDS_MENU_PEAKS},
+    {50066, &StripShow::bShowFaders, IDS_MENU_FADERS},
+    {50070, &StripShow::bShowLabels, IDS_MENU_LABELS},
+    {50140, &StripShow::bVerticalLayout, {}},
+};
+/// The same by the numbers that the meters' menu has.
+constexpr uint32_t CMD_SHOW_PEAKS = 29025, CMD_SHOW_VU = 29026, CMD_SHOW_SCOPE = 29027;
+constexpr struct {
+    uint32_t command, means;
+} ALIASES[] = {{CMD_SHOW_PEAKS, 50065}, {CMD_SHOW_VU, 50064}, {CMD_SHOW_SCOPE, 50063}};
+
+constexpr uint32_t WITH_SHIFT = 2, WITH_CTRL = 4;
+struct KeyRow {
+    uint32_t key, modifiers, command;
+};
+constexpr KeyRow KEYS[] = {
+    {'I', 0, 50061},
+    {'S', 0, 50062},
+    {'H', 0, 50060},
+    {'M', 0, 50065},
+    {'F', 0, 50066},
+    {'L', WITH_SHIFT, 50070},
+    {'T', WITH_SHIFT, 50162},
+    {'N', 0, CMD_NARROW},
+    {'D', 0, CMD_DEFAULT},
+    {'W', 0, CMD_WIDE},
+    {'H', WITH_SHIFT, CMD_HIDE},
+    {'A', WITH_CTRL, 55023},
+};
+
+std::u16string KeyText(uint32_t command) {
+    const auto* row = std::ranges::find(KEYS, command, &KeyRow::command);
+    if (row == std::end(KEYS)) return {};
+    std::u16string text = row->modifiers & WITH_SHIFT ? u"\tShift+" : u"\t";
+    return text + static_cast<char16_t>(row->key);
+}
+
+}  // namespace
+
+bool CMixerView::RunKey(uint32_t key) {
+    const ControlHost& keys = m_site.Host();
+    if (keys.IsKeyDown(VK_MENU)) return false;
+    const uint32_t modifiers =
+        (keys.IsKeyDown(VK_SHIFT) ? WITH_SHIFT : 0) | (keys.IsKeyDown(VK_CONTROL) ? WITH_CTRL : 0);
+    for (const KeyRow& row : KEYS)
+        if (row.key == key && row.modifiers == modifiers) return OnCommand(row.command);
+    return false;
+}
+
+void CMixerView::AddRegions(Menu& menu, std::span<const uint32_t> commands) const {
+    for (const FlagRow& row : FLAGS)
+        if (std::ranges::find(commands, row.command) != commands.end())
+            AddCheck(menu, row.command, ConsoleText(row.name) + KeyText(row.command),
+                     m_plugin.View().show.*row.flag);
+}
+
+/// Of the ground beside the strips.
+void CMixerView::LayoutMenu(POINT at) {
+    constexpr uint32_t REGIONS[] = {50061, 50062, 50060, 50064, 50065, 50066};
+    constexpr uint32_t LABELS[] = {50070};
+    const tConsoleMetrics& m = ConsoleMetrics();
+    Menu menu;
+    Menu& regions = *menu.AddSubmenu(ConsoleText(IDS_MENU_SHOW_REGIONS)).submenu;
+    regions.Add(CMD_ALL_REGIONS, ConsoleText(IDS_MENU_ALL));
+    regions.AddSeparator();
+    AddRegions(regions, REGIONS);
+    regions.AddSeparator();
+    AddRegions(regions, LABELS);
+    AddCheck(regions, CMD_TICKS, ConsoleText(IDS_MENU_TICKS) + KeyText(CMD_TICKS),
+             m_plugin.View().faderTicks);
+    Menu& widths = *menu.AddSubmenu(ConsoleText(IDS_MENU_WIDTH)).submenu;
+    const struct {
         uint32_t command;
-        int32_t StripShow::*flag;
-    };
-    constexpr FlagRow FLAGS[] = {
-        {50060, &StripShow::bShowIO},     {50061, &StripShow::bShowInserts},
-        {50062, &StripShow::bShowSends},  {50063, &StripShow::bShowScopes},
-        {50064, &StripShow::bShowVU},     {50065, &StripShow::bShowPeaks},
-        {50070, &StripShow::bShowLabels}, {50140, &StripShow::bVerticalLayout},
-    };
-    constexpr uint32_t ALL_REGIONS = 50059, FADERS = 50066, TICKS = 50162, SELECT_ALL = 55023;
+        ConsoleTextId name;
+        LONG width;
+    } rows[] = {{CMD_NARROW, IDS_MENU_NARROW, m.cxChannelNarrow},
+                {CMD_DEFAULT, IDS_MENU_DEFAULT, m.cxChannelDefault},
+                {CMD_WIDE, IDS_MENU_WIDE, m.cxChannelWide}};
+    for (const auto& row : rows)
+        AddCheck(widths, row.command, ConsoleText(row.name) + KeyText(row.command),
+                 m.cxChannelCurrent == row.width);
+    if (const uint32_t chosen = Track(menu, at)) OnCommand(chosen);
+}
+
+bool CMixerView::OnCommand(uint32_t command) {
+    for (const auto& alias : ALIASES)
+        if (alias.command == command) command = alias.means;
     StripView& view = m_plugin.View();
     const tConsoleMetrics& m = ConsoleMetrics();
     const bool limited = m_plugin.HostFeatures().limited;
     bool rebuild = false;
-    if (const auto* row = std::ranges::find(FLAGS, command, &FlagRow::command); row != std::end(FLAGS)) {
+    const auto* row = std::ranges::find(FLAGS, command, &FlagRow::command);
+    if (row != std::end(FLAGS) && command != CMD_FADERS) {
         view.show.*row->flag = !(view.show.*row->flag);
-    } else if (command == ALL_REGIONS) {
+    } else if (command == CMD_ALL_REGIONS) {
         for (int32_t StripShow::*flag :
              {&StripShow::bShowIO, &StripShow::bShowInserts, &StripShow::bShowSends, &StripShow::bShowScopes,
               &StripShow::bShowVU, &StripShow::bShowPeaks, &StripShow::bShowFaders, &StripShow::bShowSwitches,
               &StripShow::bShowPan})
             view.show.*flag = 1;
         view.show.bShowRecord = view.show.bShowAutomation = !limited;
-    } else if (command == FADERS) {
+    } else if (command == CMD_FADERS) {
         const int32_t on = !view.show.bShowFaders;
         view.show.bShowFaders = view.show.bShowSwitches = view.show.bShowPan = on;
         view.show.bShowRecord = on && !limited;
@@ -405,7 +496,7 @@ bool CMixerView::OnCommand(uint32_t command) {
         metrics.cxChannelCurrent = widths[command - CMD_NARROW][0];
         metrics.cxSurroundCurrent = widths[command - CMD_NARROW][1];
         for (ChannelEntry* entry : m_plugin.Entries()) entry->width = 0;
-    } else if (command == TICKS) {
+    } else if (command == CMD_TICKS) {
         view.faderTicks = !view.faderTicks;
         rebuild = true;
     } else if (command >= CMD_RANGE_FIRST && command < CMD_RANGE_FIRST + std::size(RANGES)) {
@@ -417,11 +508,18 @@ bool CMixerView::OnCommand(uint32_t command) {
     } else if (command == CMD_RESET) {
         for (Strip* strip : m_strips) strip->Meters().ResetPeaks();
         return true;
-    } else if (command == SELECT_ALL) {
+    } else if (command == CMD_SELECT_ALL) {
         SelectAll();
         return true;
-    } else if (command == CMD_RENAME) {
-        if (Strip* strip = FocusedStrip()) StartRename(*strip);
+    } else if (command == CMD_RENAME || command == CMD_HIDE || command == CMD_DELETE) {
+        Strip* strip = FocusedStrip();
+        if (!strip || strip->Entry().kind & (KIND_MASTER_BIT | KIND_SPECIAL)) return true;
+        if (command == CMD_RENAME)
+            StartRename(*strip);
+        else if (command == CMD_HIDE)
+            strip->Toggle(SWITCH_HIDDEN);
+        else
+            m_plugin.RemoveAtHost({strip->Entry().id.channel, 0, 0});
         return true;
     } else {
         return false;

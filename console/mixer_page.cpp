@@ -194,7 +194,7 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
 HRESULT CConsoleMixerPage::OnCreate() {
     m_uiThread = std::this_thread::get_id();
     InstallConsoleAccessibility();
-    ApplyTheme(Theme::Dark);
+    UseTheme();
     m_images = std::make_unique<ConsoleImages>();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     m_console->RestoreState();
@@ -397,7 +397,15 @@ void CConsoleMixerPage::OnEntriesChanged() {
     for (const auto& region : m_regions) region->OnEntriesChanged();
 }
 
+/// As light or dark as the host's own windows.
+void CConsoleMixerPage::UseTheme() {
+    constexpr int MIDDLE = 128;
+    const QColor ground = ThePageWindow().palette().color(QPalette::Window);
+    ApplyTheme(ground.lightness() < MIDDLE ? Theme::Dark : Theme::Light);
+}
+
 void CConsoleMixerPage::OnLookChanged(uint32_t) {
+    UseTheme();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages();

@@ -69,6 +69,7 @@ private:
 
     intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam);
     HRESULT OnCreate();
+    void UseTheme();
     void OnDestroy();
     void ReSize();
     void Paint(QPainter& painter, const RECT& area);

@@ -221,8 +221,7 @@ void CMixerView::InvalidateValues() {
     });
     if (any == m_anySolo) return;
     m_anySolo = any;
-    for (const Strip* strip : OnView())
-        for (const RECT& value : strip->Rects().value) m_site.Host().Invalidate(value);
+    for (const Strip* strip : OnView()) strip->InvalidateNumbers();
 }
 
 void CMixerView::OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) {
@@ -285,7 +284,7 @@ void CMixerView::OnHand(StripControl& control, HandCode code, const StripPositio
     else if (control.Element() == ELEMENT_PAN)
         m_site.Host().Invalidate(rects.panValue);
     else
-        for (const RECT& value : rects.value) m_site.Host().Invalidate(value);
+        strip.InvalidateNumbers();
 }
 
 /// The value beside the thumb while it is dragged.

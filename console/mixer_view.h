@@ -111,6 +111,8 @@ private:
     void PanMenu(Strip& strip, POINT at);
     void MeterMenu(Strip& strip, uint32_t element, POINT at);
     void ChannelMenu(Strip& strip, POINT at);
+    void LayoutMenu(POINT at);
+    void AddRegions(struct Menu& menu, std::span<const uint32_t> commands) const;
     void StartRename(Strip& strip);
 
     // Selection, focus, keys.
@@ -125,6 +127,8 @@ private:
     bool MoveMark(bool back);
     void SetMark(uint32_t element);
     bool MoveFaders(uintptr_t wparam, intptr_t lparam);
+    /// The command of a key, with Ctrl, Shift and Alt as they are.
+    bool RunKey(uint32_t key);
     bool KeyToMark(uint32_t key, uintptr_t wparam, intptr_t lparam);
     void ToggleByKey(uint32_t bit);
     std::vector<Strip*> KeyTargets(bool alone) const;

@@ -142,6 +142,8 @@ public:
     std::u16string InsertText(size_t insert) const;
     /// Of any channel or port entry.
     std::u16string NameOf(uint64_t channel) const;
+    /// The values below the faders are repainted.
+    void InvalidateNumbers() const;
 
     // What it is to screen readers: a group of its parts.
     int Place() const override { return place; }
@@ -179,6 +181,7 @@ private:
     void MeasureTraits();
     void Layout();
     void PaintRegions(QPainter& painter) const;
+    void PaintNumber(QPainter& painter, const RECT& at, const std::u16string& text, bool silent) const;
     bool ReadSwitches();
     bool ReadControl(StripControl& control);
     bool WriteSwitches(uint32_t set, uint32_t clear);

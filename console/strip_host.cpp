@@ -28,11 +28,15 @@ bool Strip::ReadSwitches() {
     if (!changed || !m_laidOut) return changed != 0;
     for (const StripPart& part : StripParts())
         if (changed & part.bit) m_site.window.Invalidate(part.area(*this, 0));
-    if (changed & (SWITCH_MUTE | SWITCH_SOLO))
-        for (const RECT& value : m_rects.value) m_site.window.Invalidate(value);
+    if (changed & (SWITCH_MUTE | SWITCH_SOLO)) InvalidateNumbers();
     if (changed & SWITCH_STRIP_10000) m_site.window.Invalidate(m_rects.Region(StripRegion::Inserts));
     if (changed & SWITCH_SELECTED) m_site.window.Invalidate(m_rects.strip);
     return true;
+}
+
+void Strip::InvalidateNumbers() const {
+    for (const RECT& value : m_rects.value) m_site.window.Invalidate(value);
+    for (const RECT& value : m_rects.groupValue) m_site.window.Invalidate(value);
 }
 
 bool Strip::IsSelectedNow() {
@@ -74,7 +78,7 @@ bool Strip::ReadBack() {
             else if (element == ELEMENT_PAN)
                 m_site.window.Invalidate(m_rects.panValue);
             else
-                for (const RECT& value : m_rects.value) m_site.window.Invalidate(value);
+                InvalidateNumbers();
         }
     if (m_traits.automation) {
         MPCHANNELREC rec{};

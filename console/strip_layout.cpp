@@ -364,7 +364,6 @@ void Layout::SurroundFaders(RECT area) {
     const LONG width = out.strip.Width(), size = ButtonSize();
     area.bottom -= g;
     const RECT values = Inset(TakeBottom(area, s), g, 0);
-    out.value[0] = values;
     area.bottom -= g;
     const RECT names = TakeTop(area, s);
     LONG y = area.top + g;
@@ -383,6 +382,7 @@ void Layout::SurroundFaders(RECT area) {
         RECT share{right - quarter, area.top + g, right, area.bottom};
         right -= quarter;
         out.groupName[group] = {share.left, names.top, share.right, names.bottom};
+        out.groupValue[group] = {share.left + 1, values.top, share.right - 1, values.bottom};
         if (MeterBesideFader()) {
             LONG meter = std::max<LONG>(quarter / 4, 2 * 4);
             if (group == SPEAKER_GROUPS - 1 && width < m.cxSurroundWide) meter /= 2;

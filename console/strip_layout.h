@@ -60,6 +60,7 @@ struct StripRects {
     RECT fader[SPEAKER_GROUPS], meter[SPEAKER_GROUPS], groupName[SPEAKER_GROUPS];
     RECT lock;
     RECT value[2];
+    RECT groupValue[SPEAKER_GROUPS];
 
     const RECT& Region(StripRegion which) const { return region[IndexOf(which)]; }
 };

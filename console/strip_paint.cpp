@@ -104,19 +104,24 @@ void Strip::PaintRegions(QPainter& painter) const {
     constexpr ConsoleTextId GROUPS[SPEAKER_GROUPS] = {IDS_GROUP_FRONT, IDS_GROUP_REAR, IDS_GROUP_CENTER,
                                                       IDS_GROUP_LFE};
     for (size_t i = 0; i < SPEAKER_GROUPS; i++)
-        if (!m_rects.groupName[i].IsEmpty())
+        if (!m_rects.groupName[i].IsEmpty()) {
             DrawText(painter, m_rects.groupName[i], ConsoleText(GROUPS[i]), QmGetUIFont(FONT_SMALL),
                      QmGetUIColor(COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
+            PaintNumber(painter, m_rects.groupValue[i], m_controls[i]->ValueText(), Has(SWITCH_MUTE));
+        }
+}
+
+void Strip::PaintNumber(QPainter& painter, const RECT& at, const std::u16string& text, bool silent) const {
+    FillRounded(painter, at, 2, QmGetUIColor(COLOR_3DDKSHADOW), QmGetUIColor(COLOR_BTNSHADOW));
+    DrawText(painter, at, text, QmGetUIFont(FONT_SMALL),
+             QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
 void Strip::PaintValue(QPainter& painter, size_t part, bool offBySolo) const {
     const bool silent = Has(SWITCH_MUTE) || offBySolo;
     RECT at = m_rects.value[part];
     if (!HasTwoValues() && !m_rects.value[1].IsEmpty()) at.right = m_rects.value[1].right;
-    FillRounded(painter, at, 2, QmGetUIColor(COLOR_3DDKSHADOW), QmGetUIColor(COLOR_BTNSHADOW));
-    // A strip that is off says so in its place and keeps its number beside it, where there is room for both.
-    DrawText(painter, at, ValueText(offBySolo, part), QmGetUIFont(FONT_SMALL),
-             QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
+    PaintNumber(painter, at, ValueText(offBySolo, part), silent);
 }
 
 void Strip::PaintTitle(QPainter& painter) const {

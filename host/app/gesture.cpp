@@ -26,6 +26,9 @@ QAccessibleInterface* ChildOfRole(QAccessibleInterface* parent, QAccessible::Rol
     return nullptr;
 }
 
+/// The console's own word for a strip's main fader.
+const QString FADER = QStringLiteral("fader");
+
 /// A strip tells its channel's number in the console's own word, which names do not do: two may be alike.
 QAccessibleInterface* StripOf(QWidget& page, ChannelId channel) {
     return ChildWithText(QAccessible::queryAccessibleInterface(&page), QAccessible::UserText,
@@ -88,7 +91,7 @@ void ScrollIntoView(QWidget& page, ChannelId channel) {
 }
 
 bool SetFader(QWidget& page, const Gesture& gesture, ChannelId channel, QString* error) {
-    QAccessibleInterface* slider = ChildOfRole(StripOf(page, channel), QAccessible::Slider);
+    QAccessibleInterface* slider = ChildWithText(StripOf(page, channel), QAccessible::UserText, FADER);
     QAccessibleInterface* thumb = ChildOfRole(slider, QAccessible::Indicator);
     if (!thumb || !slider->valueInterface()) {
         *error = QStringLiteral("channel \"%1\" has no fader on the page").arg(gesture.channel);
@@ -266,7 +269,7 @@ std::map<ChannelId, double> ShownFadersDb(QWidget& page) {
     QAccessibleInterface* strips = QAccessible::queryAccessibleInterface(&page);
     for (int i = 0, count = strips ? strips->childCount() : 0; i < count; i++) {
         QAccessibleInterface* strip = strips->child(i);
-        QAccessibleInterface* slider = ChildOfRole(strip, QAccessible::Slider);
+        QAccessibleInterface* slider = ChildWithText(strip, QAccessible::UserText, FADER);
         if (slider && slider->valueInterface())
             shown[strip->text(QAccessible::UserText).toULongLong()] =
                 slider->valueInterface()->currentValue().toDouble();

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 struct Replace final : RowSink {

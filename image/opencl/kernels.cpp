@@ -1,5 +1,7 @@
 #include "image/opencl/kernels.h"
 
+namespace tarn {
+
 // An image is its memory, the byte at which its top row begins, and the bytes to the row below. What bytes
 // are made of is integers, as on the processor, so that both give the same; floats are computed in the
 // same order, unfused.
@@ -253,3 +255,5 @@ KernelSourceText KernelSource(KernelFamily family) {
     }
     return {{COMMON, YUV}};
 }
+
+}  // namespace tarn

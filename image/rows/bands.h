@@ -9,6 +9,8 @@
 #include <omp.h>
 #endif
 
+namespace tarn {
+
 /// Below this a thread costs more than it does.
 inline constexpr uint64_t BAND_BYTES = 1 << 18;
 
@@ -37,3 +39,5 @@ void ForBands(int32_t bands, int32_t rows, int32_t step, Work work) {
 #endif
     for (int32_t band = 0; band < bands; band++) work(band, end(band), end(band + 1));
 }
+
+}  // namespace tarn

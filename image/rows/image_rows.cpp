@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+namespace tarn {
+
 YuvFixed YuvFixed::From(const YuvMatrix& m) {
     // A step of 8-bit video is 256 of the matrix's, one of 8-bit colours 257. Luma enters with 7 more bits,
     // chroma with 8, and a product drops 15.
@@ -26,3 +28,5 @@ const ImageRows& BestRows() {
 #endif
     return IMAGE_ROWS_PLAIN;
 }
+
+}  // namespace tarn

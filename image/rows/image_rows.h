@@ -4,6 +4,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 struct YuvMatrix;
 
 inline constexpr int32_t FULL_WEIGHT = 16384;
@@ -63,3 +65,5 @@ extern const ImageRows IMAGE_ROWS_PLAIN;
 #ifdef __x86_64__
 extern const ImageRows IMAGE_ROWS_AVX2, IMAGE_ROWS_AVX512;
 #endif
+
+}  // namespace tarn

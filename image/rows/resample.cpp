@@ -8,7 +8,7 @@
 #include <cstring>
 #include <memory>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -239,3 +239,5 @@ bool ShiftedUp(const RECT* rect, RECT& up) {
     up = {rect->left * Q14_ONE, rect->top * Q14_ONE, rect->right * Q14_ONE, rect->bottom * Q14_ONE};
     return true;
 }
+
+}  // namespace tarn

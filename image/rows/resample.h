@@ -3,6 +3,8 @@
 
 #include "image/composite.h"
 
+namespace tarn {
+
 /// Takes the pixels of a row of the destination that are covered alike.
 struct RowSink {
     virtual void Put(uint8_t* dst, const uint8_t* pixels, int32_t count, int32_t weight) const noexcept = 0;
@@ -39,3 +41,5 @@ bool ArePixels(const void* bits, int32_t stride, uint32_t bytesPerPixel);
 
 /// Rectangles of whole pixels in Q14; null stays null. False where they do not fit.
 bool ShiftedUp(const RECT* rect, RECT& up);
+
+}  // namespace tarn

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 int32_t Product(int32_t a, int32_t b) {
@@ -182,3 +184,5 @@ constexpr ImageRows Made() {
 }  // namespace
 
 constexpr ImageRows IMAGE_ROWS_PLAIN = Made();
+
+}  // namespace tarn

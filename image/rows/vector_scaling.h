@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 inline __m256i Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
@@ -188,3 +190,5 @@ constexpr void AddScaling(ImageRows& rows) {
 }
 
 }  // namespace
+
+}  // namespace tarn

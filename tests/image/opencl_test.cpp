@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <functional>
 
+using namespace tarn;
+
 namespace {
 
 struct Family {

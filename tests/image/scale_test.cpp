@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 struct Span {

@@ -9,6 +9,8 @@ extern "C" {
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 TEST(VideoLayout, BytesAndPlanes) {

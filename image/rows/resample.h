@@ -33,8 +33,9 @@ private:
 void CubicWeights(int32_t fraction, int16_t weights[4]);
 void CubicWeights(int32_t fraction, float weights[4]);
 
+/// Without a sink the pixels take the place of those that the rectangle covers, also in part.
 HRESULT Resample(const QMSUBPIXELPARAM& param, ResampleFilter filter, uint32_t bytesPerPixel,
-                 const RowSink& sink);
+                 const RowSink* sink);
 
 /// Whether these may be pixels of 4 bytes, or of floats that lie as the processor wants them.
 bool ArePixels(const void* bits, int32_t stride, uint32_t bytesPerPixel);

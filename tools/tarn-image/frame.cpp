@@ -48,6 +48,7 @@ public:
         m_file.read(to + pending, static_cast<std::streamsize>(count - pending));
         return pending + static_cast<size_t>(m_file.gcount()) == count;
     }
+    bool IsAtEnd() { return m_pending.empty() && m_file.peek() == std::ifstream::traits_type::eof(); }
     bool Skip(uint64_t count) {
         const size_t pending = std::min<uint64_t>(m_pending.size(), count);
         m_pending.erase(0, pending);
@@ -149,7 +150,7 @@ void ReadFrame(const Stream& stream, VideoFile& video, uint64_t index, uint32_t 
                const std::string& file) {
     for (uint64_t i = 0; i <= index; i++) {
         std::string line;
-        if (stream.isY4m && (!video.ReadLine(line) || !line.starts_with("FRAME")))
+        if (video.IsAtEnd() || (stream.isY4m && (!video.ReadLine(line) || !line.starts_with("FRAME"))))
             throw Complaint(file, "there is no frame " + std::to_string(i));
         if (!(i == index ? video.Read(static_cast<char*>(bits), size) : video.Skip(size)))
             throw Complaint(file, "ends within frame " + std::to_string(i));
@@ -169,8 +170,7 @@ int FromVideo(const Options& o) {
     }
     uint32_t size = 0;
     if (Failed(QmDibInfo(nullptr, &size, nullptr, stream.type, stream.width, stream.height, nullptr, 0)))
-        throw Complaint(o.input, "no frame has " + std::to_string(stream.width) + " x " +
-                                     std::to_string(stream.height) + " pixels");
+        throw Complaint(o.input, "no frame has " + SizeText(stream.width, stream.height));
     const OwnedDib frame = NewImage(stream.type, stream.width, stream.height, o.input);
     ReadFrame(stream, video, o.index, size, QmDibBits(frame.get()), o.input);
     if (stream.isY4m) ExchangeChroma(frame);

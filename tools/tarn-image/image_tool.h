@@ -25,6 +25,10 @@ private:
 /// Throws with the status in words.
 void Check(HRESULT status, const std::string& file);
 
+/// Whether its pixels are places in a table of colours.
+bool HasTable(QMPIXELTYPE type);
+/// "640 x 360 pixels"
+std::string SizeText(int32_t width, int32_t height);
 /// Throws std::bad_alloc, or a Complaint that names `file`.
 tarn::OwnedDib NewImage(QMPIXELTYPE type, int32_t width, int32_t height, const std::string& file);
 /// The same picture as another type; one with a palette gets that which suits it best. flags: DIB_COPY_.

@@ -27,11 +27,11 @@ extern "C" {
 #include <memory>
 #include <string>
 
+using namespace tarn;
+
 namespace {
 
 constexpr int32_t WIDTH = 1920, HEIGHT = 1080;
-
-using OwnedDib = std::unique_ptr<BITMAPINFOHEADER, FreeDib>;
 
 OwnedDib Noise(QMPIXELTYPE type, int32_t width, int32_t height) {
     BITMAPINFOHEADER* dib = nullptr;

@@ -20,8 +20,6 @@ namespace {
 constexpr uint64_t SMALL =
     1 << 16;  ///< pixels, so that time goes into what is odd and not into what is large
 
-using OwnedDib = std::unique_ptr<BITMAPINFOHEADER, FreeDib>;
-
 template <class T>
 T Taken(const uint8_t*& data, size_t& size) {
     T value{};

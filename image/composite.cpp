@@ -163,7 +163,8 @@ HRESULT QmDibCompositeSP(void* dstBits, const SIZE* dstSize, int32_t dstStride, 
     if (!QmPrepareSubpixelParam(&param, dstBits, dstSize, dstStride, dstRect, srcBits, srcSize, srcStride,
                                 srcRect))
         return S_OK;
-    return Resample(param, ResampleFilter::Bilinear, bytesPerPixel, Blender(*params, bytesPerPixel));
+    const Blender blender(*params, bytesPerPixel);
+    return Resample(param, ResampleFilter::Bilinear, bytesPerPixel, &blender);
 }
 
 HRESULT QmDibCompositeUnscaled(void* dstBits, const SIZE* dstSize, int32_t dstStride, const RECT* dstRect,

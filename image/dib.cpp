@@ -136,13 +136,13 @@ void QmDibGetUsage(uint32_t* blocks, uint64_t* bytes) {
 
 const char* QmDibGetTag(const BITMAPINFOHEADER* dib) { return HeadOf(dib)->tag; }
 
-uint64_t DibRowBytes(QMPIXELTYPE type, int32_t width) {
+uint64_t tarn::DibRowBytes(QMPIXELTYPE type, int32_t width) {
     return IsVideo(type)
                ? 0
                : (uint64_t{QmGetPixelBitsPerChannel(type, nullptr)} * static_cast<uint64_t>(width) + 7) / 8;
 }
 
-HRESULT ViewDib(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, DibView& view) {
+HRESULT tarn::ViewDib(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, DibView& view) {
     if (!header) return E_POINTER;
     const uint32_t own = QmDibStride(header);
     if (own == 0 || header->biHeight == std::numeric_limits<int32_t>::min() ||

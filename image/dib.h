@@ -7,6 +7,8 @@
 
 #include "image/pixel_type.h"
 
+#include <memory>
+
 /// Sides beyond this are refused everywhere.
 inline constexpr int32_t DIB_MAX_SIDE = 1 << 28;
 
@@ -42,6 +44,11 @@ QM_API void QmDibGetUsage(uint32_t* blocks, uint64_t* bytes);
 QM_API const char* QmDibGetTag(const BITMAPINFOHEADER* dib);
 }
 
+namespace tarn {
+
 struct FreeDib {
     void operator()(BITMAPINFOHEADER* dib) const { QmDibFree(dib); }
 };
+using OwnedDib = std::unique_ptr<BITMAPINFOHEADER, FreeDib>;
+
+}  // namespace tarn

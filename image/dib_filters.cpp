@@ -159,7 +159,7 @@ HRESULT MovePixels(const DibView& from, const DibView& to, uint32_t bytes, Place
 
 }  // namespace
 
-HRESULT ViewAlike(std::initializer_list<FilterView> views, uint32_t& bytesPerPixel) {
+HRESULT tarn::ViewAlike(std::initializer_list<FilterView> views, uint32_t& bytesPerPixel) {
     bytesPerPixel = 0;
     const DibView* first = nullptr;
     for (const FilterView& v : views) {
@@ -181,8 +181,8 @@ HRESULT ViewAlike(std::initializer_list<FilterView> views, uint32_t& bytesPerPix
     return S_OK;
 }
 
-HRESULT ViewForRotation(const QMDIBREF* dst, const QMDIBREF* src, bool isTurned, DibView& to, DibView& from,
-                        uint32_t& bytesPerPixel) {
+HRESULT tarn::ViewForRotation(const QMDIBREF* dst, const QMDIBREF* src, bool isTurned, DibView& to,
+                              DibView& from, uint32_t& bytesPerPixel) {
     if (!dst || !src) return E_POINTER;
     if (const HRESULT hr = ViewDib(dst->header, dst->bits, dst->stride, to); Failed(hr)) return hr;
     if (const HRESULT hr = ViewDib(src->header, src->bits, src->stride, from); Failed(hr)) return hr;

@@ -21,6 +21,10 @@ QM_API HRESULT QmDibQuantizePalette(const BITMAPINFOHEADER* header, const void* 
                                     RGBQUAD* palette, int32_t* colorCount);
 }
 
+namespace tarn {
+
 struct FreeQuantizer {
     void operator()(HQMQUANTIZER quantizer) const { QmDibFreeColorQuantizer(quantizer); }
 };
+
+}  // namespace tarn

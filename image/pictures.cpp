@@ -21,8 +21,6 @@ using namespace tarn;
 
 namespace {
 
-using OwnedDib = std::unique_ptr<BITMAPINFOHEADER, FreeDib>;
-
 bool StartsWith(const void* bytes, size_t size, std::string_view magic) {
     return bytes && size >= magic.size() && std::memcmp(bytes, magic.data(), magic.size()) == 0;
 }

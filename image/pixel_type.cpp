@@ -99,7 +99,7 @@ bool HasMasks(const Row& row, const BITMAPINFOHEADER* header) {
 
 }  // namespace
 
-const PixelTypeName* PixelTypeNames(size_t* count) {
+const PixelTypeName* tarn::PixelTypeNames(size_t* count) {
     static constexpr auto NAMES = [] {
         struct {
             PixelTypeName name[std::size(ROWS)];

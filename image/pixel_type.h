@@ -78,6 +78,8 @@ enum QMPIXELTYPE : uint32_t {
 /// Asks for the second header form of a type that has two: masks for RGB555 and RGBA32, "QMDB" for RGB24.
 inline constexpr uint32_t PIXEL_OTHER_FORM = 1;
 
+namespace tarn {
+
 /// Every type there is, with its name in lower case, in ascending order.
 struct PixelTypeName {
     QMPIXELTYPE type;
@@ -86,6 +88,8 @@ struct PixelTypeName {
 QM_API const PixelTypeName* PixelTypeNames(size_t* count);
 
 inline bool IsVideo(QMPIXELTYPE type) { return type >= QMPIXEL_UYVY; }
+
+}  // namespace tarn
 
 extern "C" {
 /// With BI_BITFIELDS the three masks behind the header are read. QMPIXEL_UNKNOWN for null and for what no

@@ -5,17 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
-
-struct Replace final : RowSink {
-    explicit Replace(uint32_t bytesPerPixel) : m_bytes(bytesPerPixel) {}
-    void Put(uint8_t* dst, const uint8_t* pixels, int32_t count, int32_t) const noexcept override {
-        std::memcpy(dst, pixels, static_cast<size_t>(count) * m_bytes);
-    }
-
-private:
-    size_t m_bytes;
-};
 
 /// Rows as they are, of the pixels that the rectangles cover.
 void CopyCovered(const QMSUBPIXELPARAM& p, uint32_t bytesPerPixel) {
@@ -44,7 +36,7 @@ HRESULT Scale(ResampleFilter filter, void* dstBits, const SIZE* dstSize, int32_t
         CopyCovered(param, bytesPerPixel);
         return S_OK;
     }
-    return Resample(param, filter, bytesPerPixel, Replace(bytesPerPixel));
+    return Resample(param, filter, bytesPerPixel, nullptr);
 }
 
 HRESULT ScaleWhole(ResampleFilter filter, void* dstBits, const SIZE* dstSize, int32_t dstStride,

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+using namespace tarn;
+
 namespace {
 
 struct Row {
@@ -35,13 +37,13 @@ constexpr Row ROWS[] = {
 
 }  // namespace
 
-const VideoLayout* FindVideoLayout(QMPIXELTYPE type) {
+const VideoLayout* tarn::FindVideoLayout(QMPIXELTYPE type) {
     for (const Row& row : ROWS)
         if (row.type == type) return &row.layout;
     return nullptr;
 }
 
-VideoPlanes PlacePlanes(const VideoLayout& layout, int32_t width, int32_t height) {
+VideoPlanes tarn::PlacePlanes(const VideoLayout& layout, int32_t width, int32_t height) {
     const auto w = static_cast<uint64_t>(width), h = static_cast<uint64_t>(height);
     const uint64_t chromaWidth = (w + (1u << layout.chromaX) - 1) >> layout.chromaX;
     const uint64_t chromaHeight = (h + (1u << layout.chromaY) - 1) >> layout.chromaY;

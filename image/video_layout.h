@@ -4,6 +4,8 @@
 
 #include "image/pixel_type.h"
 
+namespace tarn {
+
 enum class VideoKind : uint8_t {
     Planar,      ///< a plane each for Y, U and V
     SemiPlanar,  ///< Y, and U and V in turns
@@ -32,6 +34,8 @@ struct VideoPlanes {
 };
 /// Width and height are positive.
 QM_API VideoPlanes PlacePlanes(const VideoLayout& layout, int32_t width, int32_t height);
+
+}  // namespace tarn
 
 extern "C" {
 /// Bytes of a video image, and where the first samples of Y, U and V are, if `offsets` is given. Samples

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <string_view>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -320,3 +320,5 @@ bool DeviceCall::Enqueue(const char* name, int32_t width, int32_t height) {
     d.cl->clReleaseKernel(kernel);
     return status == CL_SUCCESS;
 }
+
+}  // namespace tarn

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+namespace tarn {
+
 /// Counts users of a family; the first makes the device and its programs. E_FAIL without one. [any-thread]
 HRESULT UseFamily(KernelFamily family);
 void ReleaseFamily(KernelFamily family);
@@ -84,3 +86,5 @@ struct ImageArgument {
     cl_mem memory;
     cl_long first, stride;
 };
+
+}  // namespace tarn

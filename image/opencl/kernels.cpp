@@ -1,5 +1,7 @@
 #include "image/opencl/kernels.h"
 
+namespace tarn {
+
 // An image is its memory, the byte at which its top row begins, and the bytes to the row below. What bytes
 // are made of is integers, as on the processor, so that both give the same; floats are computed in the
 // same order, unfused.
@@ -60,8 +62,8 @@ kernel void composite8(IMAGE(d), IMAGE(s), int8 across, int8 down, int left, int
     int px = place(h, x), py = place(v, y), wx = (px & 16383) * 2, wy = (py & 16383) * 2;
     int x0 = px >> 14, y0 = py >> 14, x1 = min(x0 + 1, h.last), y1 = min(y0 + 1, v.last);
     int4 a = load8(PIXEL(s, x0, y0, 4)), b = load8(PIXEL(s, x1, y0, 4));
-    int4 l = (a << 7) + (((load8(PIXEL(s, x0, y1, 4)) - a) * 128 * wy + 0x4000) >> 15);
-    int4 r = (b << 7) + (((load8(PIXEL(s, x1, y1, 4)) - b) * 128 * wy + 0x4000) >> 15);
+    int4 l = (a * (32768 - wy) >> 8) + (load8(PIXEL(s, x0, y1, 4)) * wy >> 8);
+    int4 r = (b * (32768 - wy) >> 8) + (load8(PIXEL(s, x1, y1, 4)) * wy >> 8);
     int4 pixel = (step8(l, r, wx) + 64) >> 7;
     int weight = (int)((long)coverage(v, y) * coverage(h, x) >> 14);
     global uchar* to = PIXEL(d, x, y, 4);
@@ -226,16 +228,15 @@ kernel void blurDownF(IMAGE(d), global const float4* sums, int width, int height
 
 const char* const YUV = R"(
 int scaled(int a, int b) { return (a * b + 0x4000) >> 15; }
-int saturated(int v) { return clamp(v, -32768, 32767); }
-int channel(int v) { return clamp(saturated(saturated(v) + 32) >> 6, 0, 255); }
+int channel(int v) { return clamp(v >> 6, 0, 255); }
 // Bytes to the samples of U and V of an image in one block, and from one to the next.
 kernel void video(IMAGE(d), global const uchar* s, long uFirst, long vFirst, int yStride, int chromaStride, int chromaStep,
                   int chromaDown, int8 fixed) {
     int x = get_global_id(0), y = get_global_id(1);
     long at = (long)(y >> chromaDown) * chromaStride + (x >> 1) * chromaStep;
     int u = (s[uFirst + at] - 128) * 256, v = (s[vFirst + at] - 128) * 256;
-    int luma = scaled((s[(long)y * yStride + x] - fixed.s0) * 128, fixed.s1);
-    int green = saturated(scaled(u, fixed.s3) + scaled(v, fixed.s4));
+    int luma = (s[(long)y * yStride + x] * 257 * fixed.s1 >> 16) + fixed.s0;
+    int green = scaled(u, fixed.s3) + scaled(v, fixed.s4);
     store8((int4)(channel(luma + scaled(u, fixed.s5)), channel(luma - green), channel(luma + scaled(v, fixed.s2)), 255),
            PIXEL(d, x, y, 4));
 }
@@ -253,3 +254,5 @@ KernelSourceText KernelSource(KernelFamily family) {
     }
     return {{COMMON, YUV}};
 }
+
+}  // namespace tarn

@@ -1,6 +1,8 @@
 // The programs of the device, by family.
 #pragma once
 
+namespace tarn {
+
 enum class KernelFamily { Composite, Copy, Interlace, Help, Yuv };
 inline constexpr int KERNEL_FAMILIES = 5;
 
@@ -9,3 +11,5 @@ struct KernelSourceText {
     const char* part[3];
 };
 KernelSourceText KernelSource(KernelFamily family);
+
+}  // namespace tarn

@@ -3,6 +3,8 @@
 
 #include "image/dib.h"
 
+namespace tarn {
+
 struct DibView {
     QMPIXELTYPE type = QMPIXEL_UNKNOWN;
     int32_t width = 0, height = 0;
@@ -21,3 +23,5 @@ uint64_t DibRowBytes(QMPIXELTYPE type, int32_t width);
 /// E_POINTER for no header, E_INVALIDARG for one that tells no image, or for a stride that is too short for a
 /// row. Video takes no stride but its own.
 HRESULT ViewDib(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, DibView& view);
+
+}  // namespace tarn

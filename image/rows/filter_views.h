@@ -6,6 +6,8 @@
 
 #include <initializer_list>
 
+namespace tarn {
+
 struct FilterView {
     const QMDIBREF* dib;
     DibView* view;
@@ -16,3 +18,5 @@ HRESULT ViewAlike(std::initializer_list<FilterView> views, uint32_t& bytesPerPix
 /// Views of two images of one type, whose pixels take so many whole bytes.
 HRESULT ViewForRotation(const QMDIBREF* dst, const QMDIBREF* src, bool isTurned, DibView& to, DibView& from,
                         uint32_t& bytesPerPixel);
+
+}  // namespace tarn

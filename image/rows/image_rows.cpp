@@ -5,17 +5,21 @@
 
 #include <cmath>
 
+namespace tarn {
+
 YuvFixed YuvFixed::From(const YuvMatrix& m) {
-    // A step of 8-bit video is 256 of the matrix's, one of 8-bit colours 257. Luma enters with 7 more bits,
-    // chroma with 8, and a product drops 15.
-    constexpr float STEP = 256.0f / 257.0f, LUMA = 16384, CHROMA = 8192;
-    const auto fixed = [](float x, float unit) { return static_cast<int16_t>(std::lround(x * STEP * unit)); };
-    return {static_cast<int16_t>(m.lumaOffset / 256),
-            fixed(m.lumaScale, LUMA),
-            fixed(m.redV, CHROMA),
-            fixed(m.greenU, CHROMA),
-            fixed(m.greenV, CHROMA),
-            fixed(m.blueU, CHROMA)};
+    // A step of 8-bit video is 256 of the matrix's, one of 8-bit colours 257.
+    constexpr float STEP = 256.0f / 257.0f, ONE = 64;
+    const auto chroma = [](float x) {
+        return static_cast<int16_t>(std::lround(x * STEP * ONE * 32768 / 256));
+    };
+    const float luma = m.lumaScale * STEP * ONE;
+    return {static_cast<int16_t>(std::lround(ONE / 2 - m.lumaOffset / 256 * luma)),
+            static_cast<uint16_t>(std::lround(luma * 65536 / 257)),
+            chroma(m.redV),
+            chroma(m.greenU),
+            chroma(m.greenV),
+            chroma(m.blueU)};
 }
 
 const ImageRows& BestRows() {
@@ -26,3 +30,5 @@ const ImageRows& BestRows() {
 #endif
     return IMAGE_ROWS_PLAIN;
 }
+
+}  // namespace tarn

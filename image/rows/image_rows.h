@@ -4,14 +4,20 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 struct YuvMatrix;
 
 inline constexpr int32_t FULL_WEIGHT = 16384;
 inline constexpr int32_t BLEND_MODES = 13;
+inline constexpr int32_t LERP_ONE = 32768;
 
-/// From 8-bit video to 8-bit colours: terms of 6 fractional bits, each rounded.
+/// From 8-bit video to 8-bit colours: terms of 6 fractional bits. That of luma is cut, the others are
+/// rounded.
 struct YuvFixed {
-    int16_t lumaOffset, luma, redV, greenU, greenV, blueU;
+    int16_t lumaOffset;                   ///< with the half that rounds the sum
+    uint16_t luma;                        ///< of 257 times the sample, in units of 1/65536
+    int16_t redV, greenU, greenV, blueU;  ///< of 256 times the sample, in units of 1/32768
     static YuvFixed From(const YuvMatrix& matrix);
 };
 
@@ -20,7 +26,7 @@ struct ImageRows {
     using Blend = void (*)(uint8_t* d, const uint8_t* s, int32_t pixels, int32_t weight);
     Blend blend8[BLEND_MODES], blendFloat[BLEND_MODES];
 
-    /// Two rows of channels to values of 7 fractional bits; weight of b 0..32767, in units of 1/32768.
+    /// Two rows of channels to values of 7 fractional bits; weight of b below LERP_ONE.
     void (*lerpRows)(int16_t* out, const uint8_t* a, const uint8_t* b, int32_t channels, int16_t weight);
     /// Pixels at[i] and at[i] + 1 of such a row to pixel i; `weights` has four times that of the second.
     void (*lerpColumns)(uint8_t* out, const int16_t* row, const int32_t* at, const int16_t* weights,
@@ -63,3 +69,5 @@ extern const ImageRows IMAGE_ROWS_PLAIN;
 #ifdef __x86_64__
 extern const ImageRows IMAGE_ROWS_AVX2, IMAGE_ROWS_AVX512;
 #endif
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 uint16_t Widened(uint8_t value) { return static_cast<uint16_t>(value * 257u); }
@@ -199,3 +201,5 @@ void WriteRow(const DibView& view, const RowColors& colors, uint8_t* row, int32_
     default: return;
     }
 }
+
+}  // namespace tarn

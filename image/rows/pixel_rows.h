@@ -4,6 +4,8 @@
 #include "image/palette.h"
 #include "image/rows/dib_view.h"
 
+namespace tarn {
+
 /// As QMPIXEL_RGBA64 lies.
 struct Pixel64 {
     uint16_t red, green, blue, alpha;
@@ -30,3 +32,5 @@ inline uint16_t GrayOf(const Pixel64& p) {
     return static_cast<uint16_t>((19595u * p.red + 38470u * p.green + 7471u * p.blue + 32768u) >> 16);
 }
 inline uint8_t Narrowed(uint16_t value) { return static_cast<uint8_t>((value + 128u) / 257u); }
+
+}  // namespace tarn

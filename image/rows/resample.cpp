@@ -8,7 +8,7 @@
 #include <cstring>
 #include <memory>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -75,7 +75,7 @@ class Resampler {
     static constexpr int32_t BEFORE = IS_CUBIC ? 1 : 0, BEHIND = IS_CUBIC ? 2 : 1;
 
 public:
-    Resampler(const QMSUBPIXELPARAM& param, const RowSink& sink)
+    Resampler(const QMSUBPIXELPARAM& param, const RowSink* sink)
         : m_param(param), m_sink(sink), m_rows(BestRows()),
           m_x(param.dst.left, param.dst.right, param.src.left, param.src.right),
           m_y(param.dst.top, param.dst.bottom, param.src.top, param.src.bottom) {}
@@ -98,7 +98,12 @@ public:
         ForBands(bands, m_y.count, 1, [&](int32_t band, int32_t from, int32_t to) {
             auto* own = reinterpret_cast<uint8_t*>(betweens) + each * static_cast<size_t>(band);
             auto* pixels = reinterpret_cast<Channel*>(own + Arena::Lines(between * sizeof(Between)));
-            for (int32_t y = from; y < to; y++) DoRow(y, reinterpret_cast<Between*>(own), pixels);
+            for (int32_t y = from; y < to; y++) {
+                // Straight where they go saves a copy, and their memory is waited for while they are made.
+                Channel* out = m_sink ? pixels : reinterpret_cast<Channel*>(Target(y));
+                MakeRow(y, reinterpret_cast<Between*>(own), out);
+                if (m_sink) Put(y, reinterpret_cast<const uint8_t*>(pixels));
+            }
         });
         return S_OK;
     }
@@ -122,7 +127,12 @@ private:
         return reinterpret_cast<const Channel*>(p) + int64_t{m_x.srcFirst} * 4;
     }
 
-    void DoRow(int32_t y, Between* between, Channel* pixels) {
+    uint8_t* Target(int32_t y) const {
+        return m_param.dstBits + int64_t{m_param.dstStride} * (m_y.first + y) +
+               m_x.first * int64_t{4 * sizeof(Channel)};
+    }
+
+    void MakeRow(int32_t y, Between* between, Channel* pixels) {
         const int32_t at = m_y.At(y), row = Floor(at), fraction = at & (Q14_ONE - 1);
         const int32_t channels = (m_x.srcLast - m_x.srcFirst + 1) * 4;
         Between* first = between + BEFORE * 4;
@@ -141,18 +151,17 @@ private:
             std::copy_n(first + channels - 4, 4, first + channels + int64_t{i} * 4);
         (m_rows.*(IS_CUBIC ? P::CUBIC_COLUMNS : P::LERP_COLUMNS))(pixels, between, m_at, m_weights,
                                                                   m_x.count);
-        Put(y, reinterpret_cast<const uint8_t*>(pixels));
     }
 
     /// Only the outermost columns may be covered in part.
     void Put(int32_t y, const uint8_t* pixels) const {
         constexpr int64_t BYTES = 4 * sizeof(Channel);
         const int64_t down = m_y.Coverage(y);
-        uint8_t* dst = m_param.dstBits + int64_t{m_param.dstStride} * (m_y.first + y) + m_x.first * BYTES;
+        uint8_t* dst = Target(y);
         const auto put = [&](int32_t from, int32_t to) {
             if (from >= to) return;
             const auto weight = static_cast<int32_t>(down * m_x.Coverage(from) >> 14);
-            m_sink.Put(dst + from * BYTES, pixels + from * BYTES, to - from, weight);
+            m_sink->Put(dst + from * BYTES, pixels + from * BYTES, to - from, weight);
         };
         const int32_t last = m_x.count - 1;
         put(0, 1);
@@ -161,7 +170,7 @@ private:
     }
 
     const QMSUBPIXELPARAM& m_param;
-    const RowSink& m_sink;
+    const RowSink* const m_sink;
     const ImageRows& m_rows;
     const ResampleAxis m_x, m_y;
     int32_t* m_at = nullptr;
@@ -217,7 +226,7 @@ void CubicWeights(int32_t fraction, int16_t weights[4]) {
 }
 
 HRESULT Resample(const QMSUBPIXELPARAM& param, ResampleFilter filter, uint32_t bytesPerPixel,
-                 const RowSink& sink) {
+                 const RowSink* sink) {
     using enum ResampleFilter;
     if (bytesPerPixel == 4)
         return filter == Bilinear ? Resampler<BytePixels, Bilinear>(param, sink).Run()
@@ -239,3 +248,5 @@ bool ShiftedUp(const RECT* rect, RECT& up) {
     up = {rect->left * Q14_ONE, rect->top * Q14_ONE, rect->right * Q14_ONE, rect->bottom * Q14_ONE};
     return true;
 }
+
+}  // namespace tarn

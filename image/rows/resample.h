@@ -3,6 +3,8 @@
 
 #include "image/composite.h"
 
+namespace tarn {
+
 /// Takes the pixels of a row of the destination that are covered alike.
 struct RowSink {
     virtual void Put(uint8_t* dst, const uint8_t* pixels, int32_t count, int32_t weight) const noexcept = 0;
@@ -31,11 +33,14 @@ private:
 void CubicWeights(int32_t fraction, int16_t weights[4]);
 void CubicWeights(int32_t fraction, float weights[4]);
 
+/// Without a sink the pixels take the place of those that the rectangle covers, also in part.
 HRESULT Resample(const QMSUBPIXELPARAM& param, ResampleFilter filter, uint32_t bytesPerPixel,
-                 const RowSink& sink);
+                 const RowSink* sink);
 
 /// Whether these may be pixels of 4 bytes, or of floats that lie as the processor wants them.
 bool ArePixels(const void* bits, int32_t stride, uint32_t bytesPerPixel);
 
 /// Rectangles of whole pixels in Q14; null stays null. False where they do not fit.
 bool ShiftedUp(const RECT* rect, RECT& up);
+
+}  // namespace tarn

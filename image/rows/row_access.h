@@ -7,6 +7,8 @@
 
 #include <optional>
 
+namespace tarn {
+
 class RowAccess {
 public:
     /// `view` must outlive it. flags: DIB_COPY_, for video.
@@ -42,3 +44,5 @@ private:
     std::optional<VideoRows> m_video;
     YuvMatrix m_matrix{};
 };
+
+}  // namespace tarn

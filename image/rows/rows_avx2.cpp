@@ -2,6 +2,8 @@
 #include "image/rows/vector_blends.h"
 #include "image/rows/vector_scaling.h"
 
+namespace tarn {
+
 namespace {
 
 constexpr ImageRows Made() {
@@ -15,3 +17,5 @@ constexpr ImageRows Made() {
 }  // namespace
 
 constexpr ImageRows IMAGE_ROWS_AVX2 = Made();
+
+}  // namespace tarn

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 int32_t Product(int32_t a, int32_t b) {
@@ -102,11 +104,10 @@ void BlendFloat(uint8_t* d, const uint8_t* s, int32_t pixels, int32_t weight) {
 
 /// The product of two fractions of 15 bits, rounded.
 int32_t Scaled(int32_t a, int32_t b) { return (a * b + 0x4000) >> 15; }
-int32_t Saturated(int32_t v) { return std::clamp(v, -32768, 32767); }
 
 void LerpRows(int16_t* out, const uint8_t* a, const uint8_t* b, int32_t channels, int16_t weight) {
     for (int32_t i = 0; i < channels; i++)
-        out[i] = static_cast<int16_t>((a[i] << 7) + Scaled((b[i] - a[i]) * 128, weight));
+        out[i] = static_cast<int16_t>((a[i] * (LERP_ONE - weight) >> 8) + (b[i] * weight >> 8));
 }
 
 void LerpColumns(uint8_t* out, const int16_t* row, const int32_t* at, const int16_t* weights,
@@ -137,13 +138,10 @@ void CubicColumns(uint8_t* out, const int16_t* row, const int32_t* at, const int
 }
 
 void PutBgra(uint8_t* out, uint8_t y, uint8_t u, uint8_t v, const YuvFixed& f) {
-    const int32_t luma = Scaled((y - f.lumaOffset) * 128, f.luma), cu = (u - 128) * 256, cv = (v - 128) * 256;
-    const int32_t green = Saturated(Scaled(cu, f.greenU) + Scaled(cv, f.greenV));
-    const auto channel = [&](int32_t value) {
-        return static_cast<uint8_t>(std::clamp(Saturated(Saturated(value) + 32) >> 6, 0, 255));
-    };
+    const int32_t luma = (y * 257 * f.luma >> 16) + f.lumaOffset, cu = (u - 128) * 256, cv = (v - 128) * 256;
+    const auto channel = [&](int32_t value) { return static_cast<uint8_t>(std::clamp(value >> 6, 0, 255)); };
     out[0] = channel(luma + Scaled(cu, f.blueU));
-    out[1] = channel(luma - green);
+    out[1] = channel(luma - Scaled(cu, f.greenU) - Scaled(cv, f.greenV));
     out[2] = channel(luma + Scaled(cv, f.redV));
     out[3] = 255;
 }
@@ -182,3 +180,5 @@ constexpr ImageRows Made() {
 }  // namespace
 
 constexpr ImageRows IMAGE_ROWS_PLAIN = Made();
+
+}  // namespace tarn

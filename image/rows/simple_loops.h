@@ -6,6 +6,8 @@
 
 #include "image/rows/image_rows.h"
 
+namespace tarn {
+
 namespace {
 
 inline void LerpRowsFloat(float* out, const float* a, const float* b, int32_t channels, float weight) {
@@ -99,3 +101,5 @@ constexpr void AddSimpleLoops(ImageRows& rows) {
 }
 
 }  // namespace
+
+}  // namespace tarn

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <type_traits>
 
+namespace tarn {
+
 namespace {
 
 typedef float Float8 __attribute__((vector_size(32)));
@@ -262,3 +264,5 @@ constexpr void AddBlends(ImageRows& rows) {
 }
 
 }  // namespace
+
+}  // namespace tarn

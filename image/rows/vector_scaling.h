@@ -9,11 +9,14 @@
 #include <algorithm>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 inline __m256i Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
 inline __m128i LoadHalf(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
 inline void Store(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+inline __m256i InBothHalves(const uint8_t* p) { return _mm256_broadcastsi128_si256(LoadHalf(p)); }
 inline __m256i WideBytes(const uint8_t* p) { return _mm256_cvtepu8_epi16(LoadHalf(p)); }
 inline __m256i Joined(__m128i low, __m128i high) {
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
@@ -29,12 +32,19 @@ inline bool ForRuns(int32_t count, Step step) {
     return true;
 }
 
+/// 16 bytes in the high halves of words.
+inline __m256i HighBytes(const uint8_t* p) {
+    const __m256i high = _mm256_setr_epi8(-1, 0, -1, 1, -1, 2, -1, 3, -1, 4, -1, 5, -1, 6, -1, 7, -1, 8, -1,
+                                          9, -1, 10, -1, 11, -1, 12, -1, 13, -1, 14, -1, 15);
+    return _mm256_shuffle_epi8(InBothHalves(p), high);
+}
+
 void LerpRows(int16_t* out, const uint8_t* a, const uint8_t* b, int32_t channels, int16_t weight) {
-    const __m256i w = _mm256_set1_epi16(weight);
+    const __m256i wb = _mm256_set1_epi16(weight),
+                  wa = _mm256_set1_epi16(static_cast<int16_t>(LERP_ONE - weight));
     const bool isDone = ForRuns<16>(channels, [&](int32_t i) {
-        const __m256i first = WideBytes(a + i);
-        const __m256i difference = _mm256_slli_epi16(_mm256_sub_epi16(WideBytes(b + i), first), 7);
-        Store(out + i, _mm256_add_epi16(_mm256_slli_epi16(first, 7), _mm256_mulhrs_epi16(difference, w)));
+        Store(out + i, _mm256_add_epi16(_mm256_mulhi_epu16(HighBytes(a + i), wa),
+                                        _mm256_mulhi_epu16(HighBytes(b + i), wb)));
     });
     if (!isDone) IMAGE_ROWS_PLAIN.lerpRows(out, a, b, channels, weight);
 }
@@ -102,42 +112,42 @@ void CubicColumns(uint8_t* out, const int16_t* row, const int32_t* at, const int
     if (!isDone) IMAGE_ROWS_PLAIN.cubicColumns(out, row, at, weights, pixels);
 }
 
+// Of 32 pixels every second four lie in the low half of a vector and the others in the high one, so that
+// eight neighbours are together when the channels are in turns.
+
+/// What 16 samples of chroma, as signed numbers in the high bytes of words, add to two pixels each.
 struct Chroma {
-    __m256i red, green, blue;  ///< what 16 samples add
+    __m256i red, green, blue;
 };
 inline Chroma ChromaOf(__m256i u, __m256i v, const YuvFixed& f) {
-    const __m256i center = _mm256_set1_epi16(128);
     const auto scaled = [](__m256i x, int16_t by) { return _mm256_mulhrs_epi16(x, _mm256_set1_epi16(by)); };
-    u = _mm256_slli_epi16(_mm256_sub_epi16(u, center), 8);
-    v = _mm256_slli_epi16(_mm256_sub_epi16(v, center), 8);
-    // In the order in which they are doubled below.
-    const auto ordered = [](__m256i x) { return _mm256_permute4x64_epi64(x, 0xD8); };
-    return {ordered(scaled(v, f.redV)), ordered(_mm256_adds_epi16(scaled(u, f.greenU), scaled(v, f.greenV))),
-            ordered(scaled(u, f.blueU))};
+    return {scaled(v, f.redV), _mm256_add_epi16(scaled(u, f.greenU), scaled(v, f.greenV)),
+            scaled(u, f.blueU)};
 }
 
 /// 32 pixels.
 inline void PutBgra(uint8_t* out, const uint8_t* y, const Chroma& chroma, const YuvFixed& f) {
+    const __m256i twice = _mm256_setr_epi8(0, 0, 1, 1, 2, 2, 3, 3, 8, 8, 9, 9, 10, 10, 11, 11, 4, 4, 5, 5, 6,
+                                           6, 7, 7, 12, 12, 13, 13, 14, 14, 15, 15);
     const auto luma = [&](const uint8_t* p) {
-        const __m256i above = _mm256_sub_epi16(WideBytes(p), _mm256_set1_epi16(f.lumaOffset));
-        return _mm256_mulhrs_epi16(_mm256_slli_epi16(above, 7), _mm256_set1_epi16(f.luma));
+        const __m256i scaled = _mm256_mulhi_epu16(_mm256_shuffle_epi8(InBothHalves(p), twice),
+                                                  _mm256_set1_epi16(static_cast<int16_t>(f.luma)));
+        return _mm256_add_epi16(scaled, _mm256_set1_epi16(f.lumaOffset));
     };
-    const __m256i low = luma(y), high = luma(y + 16), half = _mm256_set1_epi16(32);
-    const auto bytes = [&](__m256i first, __m256i second) {
-        return _mm256_packus_epi16(_mm256_srai_epi16(_mm256_adds_epi16(first, half), 6),
-                                   _mm256_srai_epi16(_mm256_adds_epi16(second, half), 6));
+    const __m256i low = luma(y), high = luma(y + 16), alpha = _mm256_set1_epi8(-1);
+    const auto bytes = [](__m256i first, __m256i second) {
+        return _mm256_packus_epi16(_mm256_srai_epi16(first, 6), _mm256_srai_epi16(second, 6));
     };
     const auto added = [&](__m256i c) {
         return bytes(_mm256_adds_epi16(low, _mm256_unpacklo_epi16(c, c)),
                      _mm256_adds_epi16(high, _mm256_unpackhi_epi16(c, c)));
     };
-    const __m256i blue = added(chroma.blue), red = added(chroma.red), alpha = _mm256_set1_epi8(-1);
-    const __m256i green = bytes(_mm256_subs_epi16(low, _mm256_unpacklo_epi16(chroma.green, chroma.green)),
-                                _mm256_subs_epi16(high, _mm256_unpackhi_epi16(chroma.green, chroma.green)));
+    const __m256i blue = added(chroma.blue), red = added(chroma.red);
+    const __m256i green = bytes(_mm256_sub_epi16(low, _mm256_unpacklo_epi16(chroma.green, chroma.green)),
+                                _mm256_sub_epi16(high, _mm256_unpackhi_epi16(chroma.green, chroma.green)));
     const auto put = [](uint8_t* to, __m256i bg, __m256i ra) {
-        const __m256i a = _mm256_unpacklo_epi16(bg, ra), b = _mm256_unpackhi_epi16(bg, ra);
-        Store(to, _mm256_permute2x128_si256(a, b, 0x20));
-        Store(to + 32, _mm256_permute2x128_si256(a, b, 0x31));
+        Store(to, _mm256_unpacklo_epi16(bg, ra));
+        Store(to + 32, _mm256_unpackhi_epi16(bg, ra));
     };
     put(out, _mm256_unpacklo_epi8(blue, green), _mm256_unpacklo_epi8(red, alpha));
     put(out + 64, _mm256_unpackhi_epi8(blue, green), _mm256_unpackhi_epi8(red, alpha));
@@ -151,12 +161,19 @@ inline void ForVideo(int32_t pixels, Step step, Rest rest) {
     if (i < pixels) rest(i, pixels - i);
 }
 
+/// 16 samples of chroma.
+inline __m256i Signed(const uint8_t* p) {
+    const __m256i high = _mm256_setr_epi8(-1, 0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1, 2, -1,
+                                          3, -1, 6, -1, 7, -1, 10, -1, 11, -1, 14, -1, 15);
+    return _mm256_xor_si256(_mm256_shuffle_epi8(InBothHalves(p), high), _mm256_set1_epi16(-32768));
+}
+
 void PlanarToBgra(uint8_t* out, const uint8_t* y, const uint8_t* u, const uint8_t* v, int32_t pixels,
                   const YuvFixed& f) {
     ForVideo(
         pixels,
         [&](int32_t i) {
-            PutBgra(out + int64_t{i} * 4, y + i, ChromaOf(WideBytes(u + i / 2), WideBytes(v + i / 2), f), f);
+            PutBgra(out + int64_t{i} * 4, y + i, ChromaOf(Signed(u + i / 2), Signed(v + i / 2), f), f);
         },
         [&](int32_t i, int32_t n) {
             IMAGE_ROWS_PLAIN.planarToBgra(out + int64_t{i} * 4, y + i, u + i / 2, v + i / 2, n, f);
@@ -165,12 +182,14 @@ void PlanarToBgra(uint8_t* out, const uint8_t* y, const uint8_t* u, const uint8_
 
 void SemiPlanarToBgra(uint8_t* out, const uint8_t* y, const uint8_t* u, const uint8_t* v, int32_t pixels,
                       const YuvFixed& f) {
+    const __m256i order = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
     ForVideo(
         pixels,
         [&](int32_t i) {
-            const __m256i both = Load(u + i);
+            const __m256i pairs = _mm256_permutevar8x32_epi32(Load(u + i), order);
+            const __m256i both = _mm256_xor_si256(pairs, _mm256_set1_epi8(-128));
             PutBgra(out + int64_t{i} * 4, y + i,
-                    ChromaOf(_mm256_and_si256(both, _mm256_set1_epi16(0xFF)), _mm256_srli_epi16(both, 8), f),
+                    ChromaOf(_mm256_slli_epi16(both, 8), _mm256_and_si256(both, _mm256_set1_epi16(-256)), f),
                     f);
         },
         [&](int32_t i, int32_t n) {
@@ -188,3 +207,5 @@ constexpr void AddScaling(ImageRows& rows) {
 }
 
 }  // namespace
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 uint16_t Rounded(float value) { return static_cast<uint16_t>(std::clamp(value, 0.0f, 65535.0f) + 0.5f); }
@@ -162,3 +164,5 @@ void VideoRows::Write(int32_t y, int32_t rows, const PixelYuv* in) const {
         SetSample(2, x >> m_layout.chromaX, y, static_cast<uint16_t>((v + count / 2) / count));
     }
 }
+
+}  // namespace tarn

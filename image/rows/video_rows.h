@@ -6,6 +6,8 @@
 #include "image/rows/pixel_rows.h"
 #include "image/video_layout.h"
 
+namespace tarn {
+
 /// Samples at the top of 16 bits, whatever their depth.
 struct PixelYuv {
     uint16_t y, u, v, alpha;
@@ -50,3 +52,5 @@ private:
     VideoPlanes m_planes;
     size_t m_step[3];
 };
+
+}  // namespace tarn

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 constexpr int32_t WEIGHTS[] = {16384, 0, 1, 64, 5461, 8192, 16383};

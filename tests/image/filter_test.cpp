@@ -5,6 +5,8 @@
 #include <cmath>
 #include <functional>
 
+using namespace tarn;
+
 namespace {
 
 constexpr int32_t WIDTH = 37, HEIGHT = 19;

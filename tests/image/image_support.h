@@ -13,8 +13,6 @@
 #include <string>
 #include <vector>
 
-using OwnedDib = std::unique_ptr<BITMAPINFOHEADER, FreeDib>;
-
 /// Colours for types with a palette: a cube of 6 x 6 x 6, or those of the corners.
 inline std::vector<RGBQUAD> PaletteFor(QMPIXELTYPE type) {
     std::vector<RGBQUAD> palette;
@@ -27,46 +25,48 @@ inline std::vector<RGBQUAD> PaletteFor(QMPIXELTYPE type) {
     return palette;
 }
 
-inline OwnedDib NewDib(QMPIXELTYPE type, int32_t width, int32_t height) {
+inline tarn::OwnedDib NewDib(QMPIXELTYPE type, int32_t width, int32_t height) {
     std::vector<RGBQUAD> palette;
     if (type == QMPIXEL_PAL1 || type == QMPIXEL_PAL4 || type == QMPIXEL_PAL8) palette = PaletteFor(type);
     BITMAPINFOHEADER* dib = nullptr;
     EXPECT_EQ(QmDibAlloc(&dib, type, width, height, palette.empty() ? nullptr : palette.data(),
                          static_cast<int32_t>(palette.size()), 0, 0),
               S_OK);
-    return OwnedDib(dib);
+    return tarn::OwnedDib(dib);
 }
 
-inline uint8_t* Bits(const OwnedDib& dib) { return static_cast<uint8_t*>(QmDibBits(dib.get())); }
-inline std::vector<uint8_t> Bytes(const OwnedDib& dib) { return {Bits(dib), Bits(dib) + dib->biSizeImage}; }
+inline uint8_t* Bits(const tarn::OwnedDib& dib) { return static_cast<uint8_t*>(QmDibBits(dib.get())); }
+inline std::vector<uint8_t> Bytes(const tarn::OwnedDib& dib) {
+    return {Bits(dib), Bits(dib) + dib->biSizeImage};
+}
 
-inline void FillRandom(const OwnedDib& dib, std::mt19937& random) {
+inline void FillRandom(const tarn::OwnedDib& dib, std::mt19937& random) {
     for (uint32_t i = 0; i < dib->biSizeImage; i++) Bits(dib)[i] = static_cast<uint8_t>(random());
 }
 
-inline OwnedDib Converted(const OwnedDib& dib, QMPIXELTYPE type, uint32_t flags = 0) {
-    OwnedDib made = NewDib(type, dib->biWidth, dib->biHeight);
+inline tarn::OwnedDib Converted(const tarn::OwnedDib& dib, QMPIXELTYPE type, uint32_t flags = 0) {
+    tarn::OwnedDib made = NewDib(type, dib->biWidth, dib->biHeight);
     EXPECT_EQ(QmDibCopy(made.get(), nullptr, 0, dib.get(), nullptr, 0, flags), S_OK);
     return made;
 }
 
-inline std::vector<PixelTypeName> AllTypes() {
+inline std::vector<tarn::PixelTypeName> AllTypes() {
     size_t count = 0;
-    const PixelTypeName* names = PixelTypeNames(&count);
+    const tarn::PixelTypeName* names = tarn::PixelTypeNames(&count);
     return {names, names + count};
 }
 
-inline const ImageRows& RowsWith(uint32_t support) {
+inline const tarn::ImageRows& RowsWith(uint32_t support) {
     QmOnlyAllowCPUSupport(support);
-    const ImageRows& rows = BestRows();
+    const tarn::ImageRows& rows = tarn::BestRows();
     QmOnlyAllowCPUSupport(UINT32_MAX);
     return rows;
 }
-inline const ImageRows& PlainRows() { return RowsWith(0); }
+inline const tarn::ImageRows& PlainRows() { return RowsWith(0); }
 
 /// Those that this processor has, without the plain one.
-inline std::vector<const ImageRows*> VectorRows() {
-    std::vector<const ImageRows*> levels;
+inline std::vector<const tarn::ImageRows*> VectorRows() {
+    std::vector<const tarn::ImageRows*> levels;
     for (const uint32_t bits : {uint32_t{CPU_SUPPORT_AVX2}, uint32_t{CPU_SUPPORT_AVX512}})
         if (QmGetCPUSupport() & bits) levels.push_back(&RowsWith(bits));
     return levels;

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <functional>
 
+using namespace tarn;
+
 namespace {
 
 struct Family {
@@ -24,16 +26,16 @@ constexpr Family FAMILIES[] = {{DibComposite_OpenCL_Initialize, DibComposite_Ope
 /// Programs of the tests are not kept with the user's.
 class OpenCL : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
+    void SetUp() override {
         char folder[] = "/tmp/tarn-opencl-XXXXXX";
-        s_cache = ::mkdtemp(folder);
-        ::setenv("XDG_CACHE_HOME", s_cache.c_str(), 1);
+        m_cache = ::mkdtemp(folder);
+        ::setenv("XDG_CACHE_HOME", m_cache.c_str(), 1);
         for (const Family& family : FAMILIES)
             ASSERT_EQ(family.initialize(), S_OK) << "no device; pocl is one";
     }
-    static void TearDownTestSuite() {
+    void TearDown() override {
         for (const Family& family : FAMILIES) family.shutdown();
-        std::filesystem::remove_all(s_cache);
+        std::filesystem::remove_all(m_cache);
     }
 
     OwnedDib Noise(QMPIXELTYPE type, int32_t width, int32_t height) {
@@ -69,11 +71,15 @@ protected:
     }
     static OwnedDib Copied(const OwnedDib& dib) { return Converted(dib, QmGetPixelType(dib.get())); }
 
+    void ExpectComposites();
+    void ExpectFilters();
+    void ExpectRefusals();
+
     std::mt19937 m_random{15};
-    static inline std::string s_cache;
+    std::string m_cache;
 };
 
-TEST_F(OpenCL, CompositesAsTheProcessorDoes) {
+void OpenCL::ExpectComposites() {
     const RECT whole{0, 0, 61, 47}, larger{-9, 4, 75, 60}, smaller{5, 7, 30, 22}, part{3, 2, 40, 31};
     for (const QMPIXELTYPE type : {QMPIXEL_RGBA32_ALT, QMPIXEL_RGBAFLOAT})
         for (int32_t mode = 0; mode <= 4; mode++)
@@ -113,7 +119,7 @@ TEST_F(OpenCL, CompositesAsTheProcessorDoes) {
             }
 }
 
-TEST_F(OpenCL, FiltersAsTheProcessorDoes) {
+void OpenCL::ExpectFilters() {
     for (const QMPIXELTYPE type : {QMPIXEL_RGBA32, QMPIXEL_RGBAFLOAT}) {
         const OwnedDib base = Noise(type, 53, 31), first = Noise(type, 53, 31), second = Noise(type, 53, 31);
         const QMDIBREF a = Ref(first), b = Ref(second);
@@ -170,7 +176,7 @@ TEST_F(OpenCL, FiltersAsTheProcessorDoes) {
     }
 }
 
-TEST_F(OpenCL, RefusesAndKeepsPrograms) {
+void OpenCL::ExpectRefusals() {
     const OwnedDib dib = Noise(QMPIXEL_RGBA32, 4, 4);
     const QMDIBREF d = Ref(dib);
     for (const int32_t mode : {5, 12, -1}) {
@@ -182,17 +188,24 @@ TEST_F(OpenCL, RefusesAndKeepsPrograms) {
     char text[16];
     EXPECT_EQ(QmOpenCL_GetDeviceText(text, sizeof text), S_OK);
     EXPECT_NE(text[0], 0);
-    const auto kept = [] {
-        return std::distance(std::filesystem::directory_iterator(s_cache + "/Tarn/opencl"), {});
+    const auto kept = [this] {
+        return std::distance(std::filesystem::directory_iterator(m_cache + "/Tarn/opencl"), {});
     };
     EXPECT_EQ(kept(), 5);
     // Without a family, and with programs that were kept and damaged.
     VidHelp_OpenCL_Shutdown();
     EXPECT_EQ(QmDibDesaturateOCL(&d, 1), E_FAIL);
-    for (const auto& file : std::filesystem::directory_iterator(s_cache + "/Tarn/opencl"))
+    for (const auto& file : std::filesystem::directory_iterator(m_cache + "/Tarn/opencl"))
         std::filesystem::resize_file(file, 40);
     ASSERT_EQ(VidHelp_OpenCL_Initialize(), S_OK);
     EXPECT_EQ(QmDibDesaturateOCL(&d, 1), S_OK);
+}
+
+// Each case is a process, and compiling the programs is most of what it does.
+TEST_F(OpenCL, DoesAsTheProcessorAndKeepsPrograms) {
+    ExpectComposites();
+    ExpectFilters();
+    ExpectRefusals();
 }
 
 }  // namespace

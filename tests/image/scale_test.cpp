@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 struct Span {
@@ -165,6 +167,37 @@ TEST(Scale, OneToOneIsACopyAndLevelsAgree) {
             PlainRows().crossFade8(p.data(), p.data(), b.data(), n * 4, 99);
             rows->crossFade8(q.data(), q.data(), b.data(), n * 4, 99);
             ASSERT_EQ(p, q) << n;
+        }
+}
+
+TEST(Scale, FloatRowsOfEveryLevelAreThePlainOnes) {
+    std::mt19937 random(9);
+    const auto noise = [&](size_t count) {
+        std::vector<float> values(count);
+        for (float& v : values) v = static_cast<float>(random() % 4096) / 1000 - 1;
+        return values;
+    };
+    for (const ImageRows* rows : VectorRows())
+        for (int32_t n = 1; n < 40; n++) {
+            const auto channels = static_cast<size_t>(n) * 4;
+            const std::vector<float> a = noise(channels), b = noise(channels), c = noise(channels),
+                                     d = noise(channels), row = noise(channels + 12),
+                                     weights = noise(channels);
+            const float* const four[4] = {a.data(), b.data(), c.data(), d.data()};
+            std::vector<int32_t> at(static_cast<size_t>(n));
+            for (int32_t& x : at) x = static_cast<int32_t>(random() % static_cast<uint32_t>(n));
+            const auto made = [&](const ImageRows& r) {
+                std::vector<std::vector<float>> out(7, a);
+                r.lerpRowsFloat(out[0].data(), a.data(), b.data(), n * 4, 0.3f);
+                r.lerpColumnsFloat(out[1].data(), row.data(), at.data(), weights.data(), n);
+                r.cubicRowsFloat(out[2].data(), four, n * 4, weights.data());
+                r.cubicColumnsFloat(out[3].data(), row.data(), at.data(), weights.data(), n);
+                r.crossFadeFloat(out[4].data(), a.data(), b.data(), n * 4, 0.7f);
+                r.premultiplyFloat(out[5].data(), n);
+                r.desaturateFloat(out[6].data(), n, 0.6f);
+                return out;
+            };
+            ASSERT_EQ(made(*rows), made(PlainRows())) << n;
         }
 }
 

@@ -74,7 +74,10 @@ TEST_F(TarnImage, SaysWhyNot) {
         const char* text;
     };
     for (const Row& row :
-         {Row{"info " + Path("bad.png"), 2, "damaged"}, Row{"info " + Path("none.png"), 2, "none.png"},
+         {Row{"info " + Path("bad.png"), 2, "the PNG is damaged"},
+          Row{"info " + Path("bad.y4m"), 2, "neither PNG"},
+          Row{"scale " + a + " " + b + " --size 60000x60000", 2, "60000 x 60000 pixels do not fit"},
+          Row{"info " + Path("none.png"), 2, "none.png"},
           Row{"convert " + a + " " + Path("x.gif"), 3, ".png, .jpg"},
           Row{"convert " + a + " " + b + " --type rgb", 3, "none of pal1"},
           Row{"scale " + a + " " + b + " --size 5", 3, "WIDTHxHEIGHT"},
@@ -83,6 +86,7 @@ TEST_F(TarnImage, SaysWhyNot) {
           Row{"composite " + a + " " + a + " " + b + " --at 1e300,0", 3, "131071"},
           Row{"frame " + Path("bad.y4m") + " " + b, 2, "ends within frame 0"},
           Row{"frame " + Path("bad.png") + " " + b, 3, "raw video needs --size"},
+          Row{"frame " + Path("bad.png") + " " + b + " --size 1x1 --index 3", 2, "no frame 3"},
           Row{"frame " + a + " " + Path("v.yuv") + " --type rgb24", 3, "is no video"}}) {
         const Outcome outcome = Run(row.arguments);
         EXPECT_EQ(outcome.code, row.code) << row.arguments;

@@ -73,7 +73,7 @@ int Info(const Options& o) {
     const QMPIXELTYPE type = QmGetPixelType(dib.get());
     uint8_t bits[4];
     const uint32_t all = QmGetPixelBitsPerChannel(type, bits);
-    const uint32_t colors = all <= 8 && bits[3] < 2 ? dib->biClrUsed : 0;
+    const uint32_t colors = HasTable(type) ? dib->biClrUsed : 0;
     if (o.json) {
         const nlohmann::json json = {{"file", o.input},
                                      {"width", dib->biWidth},

@@ -4,8 +4,11 @@
 #include "tools/tarn-image/image_tool.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
-#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 
 using namespace tarn;
 
@@ -22,24 +25,66 @@ constexpr Chroma CHROMAS[] = {
     {"420p10", QMPIXEL_PL10},   {"422", QMPIXEL_YV16},     {"444", QMPIXEL_YV24},      {"411", QMPIXEL_Y41B}};
 constexpr std::string_view MAGIC = "YUV4MPEG2";
 
-/// Where the frames of a file are, and what they are.
+/// Read from its beginning to the frame that is asked for: a video may be larger than memory, or a pipe.
+class VideoFile {
+public:
+    explicit VideoFile(const std::string& name) : m_file(name, std::ios::binary) {
+        const bool isFolder = m_file && std::filesystem::is_directory(name);
+        if (!m_file || isFolder)
+            throw Complaint("", "cannot open " + name + ": " +
+                                    std::generic_category().message(isFolder ? EISDIR : errno));
+    }
+
+    /// Before anything else was read.
+    bool StartsWith(std::string_view magic) {
+        m_pending.resize(magic.size());
+        m_file.read(m_pending.data(), static_cast<std::streamsize>(magic.size()));
+        m_pending.resize(static_cast<size_t>(m_file.gcount()));
+        return m_pending == magic;
+    }
+    bool Read(char* to, size_t count) {
+        const size_t pending = m_pending.copy(to, count);
+        m_pending.erase(0, pending);
+        m_file.read(to + pending, static_cast<std::streamsize>(count - pending));
+        return pending + static_cast<size_t>(m_file.gcount()) == count;
+    }
+    bool IsAtEnd() { return m_pending.empty() && m_file.peek() == std::ifstream::traits_type::eof(); }
+    bool Skip(uint64_t count) {
+        const size_t pending = std::min<uint64_t>(m_pending.size(), count);
+        m_pending.erase(0, pending);
+        const auto rest = static_cast<std::streamsize>(count - pending);
+        return m_file.ignore(rest).gcount() == rest;
+    }
+    /// Without its end; a line that is longer than those of a header, or has no end, is none.
+    bool ReadLine(std::string& line) {
+        line.clear();
+        for (char c = 0; line.size() <= 4096 && Read(&c, 1); line += c)
+            if (c == '\n') return true;
+        return false;
+    }
+
+private:
+    std::ifstream m_file;
+    std::string m_pending;  ///< what StartsWith has read
+};
+
+/// What the frames of a file are.
 struct Stream {
     QMPIXELTYPE type = QMPIXEL_UNKNOWN;
     int32_t width = 0, height = 0;
-    size_t first = 0;
     bool isY4m = false, isFullRange = false;
 };
 
-Stream ReadY4mHeader(std::string_view bytes, const std::string& file) {
+Stream ReadY4mHeader(VideoFile& video, const std::string& file) {
     Stream stream;
     stream.isY4m = true;
-    const size_t end = bytes.find('\n');
-    if (end == bytes.npos || end > 4096) throw Complaint(file, "at 0: the header has no end");
+    std::string line;
+    if (!video.ReadLine(line)) throw Complaint(file, "at 0: the header has no end");
     std::string_view chroma = "420";
     size_t at = MAGIC.size();
-    while (at < end) {
-        const size_t next = std::min(bytes.find(' ', at + 1), end);
-        const std::string_view word = bytes.substr(at + 1, next - at - 1);
+    while (at < line.size()) {
+        const size_t next = std::min(line.find(' ', at + 1), line.size());
+        const std::string_view word = std::string_view(line).substr(at + 1, next - at - 1);
         const auto number = [&](int32_t& value) {
             const auto [stop, error] = std::from_chars(word.data() + 1, word.data() + word.size(), value);
             if (error != std::errc() || stop != word.data() + word.size())
@@ -55,7 +100,6 @@ Stream ReadY4mHeader(std::string_view bytes, const std::string& file) {
     if (row == std::end(CHROMAS))
         throw Complaint(file, "frames of '" + std::string(chroma.substr(0, 32)) + "' are not supported");
     stream.type = row->type;
-    stream.first = end + 1;
     return stream;
 }
 
@@ -101,27 +145,23 @@ int ToVideo(const Options& o) {
     return EXIT_FINE;
 }
 
-/// Where frame `index` begins; throws where the file ends before its end.
-size_t FindFrame(const Stream& stream, std::string_view bytes, uint64_t index, uint64_t size,
-                 const std::string& file) {
-    size_t at = stream.first;
-    for (uint64_t i = 0;; i++) {
-        if (stream.isY4m) {
-            const size_t end = bytes.find('\n', at);
-            if (end == bytes.npos || bytes.substr(at, 5) != "FRAME")
-                throw Complaint(file, "at " + std::to_string(at) + ": no frame " + std::to_string(i));
-            at = end + 1;
-        }
-        if (bytes.size() - at < size) throw Complaint(file, "ends within frame " + std::to_string(i));
-        if (i == index) return at;
-        at += size;
+/// Throws where the file ends before its end.
+void ReadFrame(const Stream& stream, VideoFile& video, uint64_t index, uint32_t size, void* bits,
+               const std::string& file) {
+    for (uint64_t i = 0; i <= index; i++) {
+        std::string line;
+        if (video.IsAtEnd() || (stream.isY4m && (!video.ReadLine(line) || !line.starts_with("FRAME"))))
+            throw Complaint(file, "there is no frame " + std::to_string(i));
+        if (!(i == index ? video.Read(static_cast<char*>(bits), size) : video.Skip(size)))
+            throw Complaint(file, "ends within frame " + std::to_string(i));
     }
 }
 
-int FromVideo(const Options& o, const std::string& bytes) {
+int FromVideo(const Options& o) {
     Stream stream;
-    if (bytes.starts_with(MAGIC)) {
-        stream = ReadY4mHeader(bytes, o.input);
+    VideoFile video(o.input);
+    if (video.StartsWith(MAGIC)) {
+        stream = ReadY4mHeader(video, o.input);
     } else {
         if (!o.hasSize) throw Complaint(o.input, "raw video needs --size", EXIT_USAGE);
         stream.type = VideoType(o);
@@ -130,11 +170,9 @@ int FromVideo(const Options& o, const std::string& bytes) {
     }
     uint32_t size = 0;
     if (Failed(QmDibInfo(nullptr, &size, nullptr, stream.type, stream.width, stream.height, nullptr, 0)))
-        throw Complaint(o.input, "no frame has " + std::to_string(stream.width) + " x " +
-                                     std::to_string(stream.height) + " pixels");
-    const size_t at = FindFrame(stream, bytes, o.index, size, o.input);
+        throw Complaint(o.input, "no frame has " + SizeText(stream.width, stream.height));
     const OwnedDib frame = NewImage(stream.type, stream.width, stream.height, o.input);
-    std::memcpy(QmDibBits(frame.get()), bytes.data() + at, size);
+    ReadFrame(stream, video, o.index, size, QmDibBits(frame.get()), o.input);
     if (stream.isY4m) ExchangeChroma(frame);
     uint8_t bits[4];
     QmGetPixelBitsPerChannel(stream.type, bits);
@@ -148,5 +186,5 @@ int FromVideo(const Options& o, const std::string& bytes) {
 int Frame(const Options& o) {
     const std::string extension = ExtensionOf(o.output);
     const bool isVideo = extension == ".y4m" || extension == ".yuv" || extension == ".raw";
-    return isVideo ? ToVideo(o) : FromVideo(o, ReadBytes(o.input));
+    return isVideo ? ToVideo(o) : FromVideo(o);
 }

@@ -3,10 +3,10 @@
 #include "image/composite.h"
 #include "image/dib_copy.h"
 #include "image/palette.h"
-#include "kernel/codes.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 
 using namespace tarn;
@@ -19,8 +19,6 @@ struct StatusText {
 };
 constexpr StatusText STATUS_TEXTS[] = {
     {E_OUTOFMEMORY, "out of memory"},
-    {QM_E_UNKNOWN_FORMAT, "no PNG, JPEG or bitmap of a known type, or a damaged one"},
-    {QM_E_TOO_LARGE, "the image is too large"},
     {E_INVALIDARG, "an image of this type or size cannot be made"},
     {E_NOTIMPL, "there is no such mode"},
     {E_FAIL, "the OpenCL device does not do this"},
@@ -47,9 +45,19 @@ void Check(HRESULT status, const std::string& file) {
     throw Complaint(file, row == std::end(STATUS_TEXTS) ? "status " + std::to_string(status) : row->text);
 }
 
+bool HasTable(QMPIXELTYPE type) {
+    return type == QMPIXEL_PAL1 || type == QMPIXEL_PAL4 || type == QMPIXEL_PAL8;
+}
+
+std::string SizeText(int32_t width, int32_t height) {
+    return std::to_string(width) + " x " + std::to_string(std::abs(height)) + " pixels";
+}
+
 OwnedDib NewImage(QMPIXELTYPE type, int32_t width, int32_t height, const std::string& file) {
     BITMAPINFOHEADER* dib = nullptr;
-    Check(QmDibAlloc(&dib, type, width, height, nullptr, 0, 0, 0), file);
+    const HRESULT hr = QmDibAlloc(&dib, type, width, height, nullptr, 0, 0, 0);
+    if (hr == E_INVALIDARG) throw Complaint(file, SizeText(width, height) + " do not fit an image's 4 GiB");
+    Check(hr, file);
     return OwnedDib(dib);
 }
 
@@ -57,7 +65,7 @@ OwnedDib As(const OwnedDib& dib, QMPIXELTYPE type, const std::string& file, uint
     BITMAPINFOHEADER* made = nullptr;
     RGBQUAD palette[256];
     int32_t colors = 0;
-    if (type == QMPIXEL_PAL1 || type == QMPIXEL_PAL4 || type == QMPIXEL_PAL8) {
+    if (HasTable(type)) {
         colors = 1 << QmGetPixelBitsPerChannel(type, nullptr);
         Check(QmDibQuantizePalette(dib.get(), nullptr, 0, palette, &colors), file);
     }
@@ -88,8 +96,7 @@ OwnedDib FromWork(OwnedDib worked, QMPIXELTYPE type, const std::string& file) {
     if (QmGetPixelType(worked.get()) == QMPIXEL_RGBAFLOAT) Unmultiply(worked);
     // A colour table that suited the picture need not suit this one, and a few bits of alpha would not be
     // enough.
-    const bool isTable = type == QMPIXEL_PAL1 || type == QMPIXEL_PAL4 || type == QMPIXEL_PAL8;
-    return As(worked, isTable ? QMPIXEL_RGBA32 : type, file);
+    return As(worked, HasTable(type) ? QMPIXEL_RGBA32 : type, file);
 }
 
 QMPIXELTYPE TypeByName(const std::string& name) {

@@ -25,28 +25,31 @@ private:
 /// Throws with the status in words.
 void Check(HRESULT status, const std::string& file);
 
-using OwnedDib = std::unique_ptr<BITMAPINFOHEADER, FreeDib>;
+/// Whether its pixels are places in a table of colours.
+bool HasTable(QMPIXELTYPE type);
+/// "640 x 360 pixels"
+std::string SizeText(int32_t width, int32_t height);
 /// Throws std::bad_alloc, or a Complaint that names `file`.
-OwnedDib NewImage(QMPIXELTYPE type, int32_t width, int32_t height, const std::string& file);
+tarn::OwnedDib NewImage(QMPIXELTYPE type, int32_t width, int32_t height, const std::string& file);
 /// The same picture as another type; one with a palette gets that which suits it best. flags: DIB_COPY_.
-OwnedDib As(const OwnedDib& dib, QMPIXELTYPE type, const std::string& file, uint32_t flags = 0);
-inline QMDIBREF Ref(const OwnedDib& dib) { return {dib.get(), nullptr, 0}; }
+tarn::OwnedDib As(const tarn::OwnedDib& dib, QMPIXELTYPE type, const std::string& file, uint32_t flags = 0);
+inline QMDIBREF Ref(const tarn::OwnedDib& dib) { return {dib.get(), nullptr, 0}; }
 
 /// The type that arithmetic on a picture is done in: premultiplied bytes, or floats for what has more than 8
 /// bits.
-QMPIXELTYPE WorkingType(const OwnedDib& dib);
+QMPIXELTYPE WorkingType(const tarn::OwnedDib& dib);
 /// Straight to premultiplied in that type, and back.
-OwnedDib ToWork(const OwnedDib& dib, QMPIXELTYPE working, const std::string& file);
-OwnedDib FromWork(OwnedDib worked, QMPIXELTYPE type, const std::string& file);
+tarn::OwnedDib ToWork(const tarn::OwnedDib& dib, QMPIXELTYPE working, const std::string& file);
+tarn::OwnedDib FromWork(tarn::OwnedDib worked, QMPIXELTYPE type, const std::string& file);
 
 QMPIXELTYPE TypeByName(const std::string& name);  ///< QMPIXEL_UNKNOWN for none
 const char* NameOf(QMPIXELTYPE type);
 std::string TypeNames();
 
 /// Reads PNG, JPEG and bitmaps. Throws a Complaint.
-OwnedDib ReadImage(const std::string& file);
+tarn::OwnedDib ReadImage(const std::string& file);
 /// By the name's extension: .png, .jpg, .jpeg, .bmp, .dib.
-void WriteImage(const std::string& file, const OwnedDib& dib, int32_t quality);
+void WriteImage(const std::string& file, const tarn::OwnedDib& dib, int32_t quality);
 std::string ReadBytes(const std::string& file);
 void WriteBytes(const std::string& file, std::string_view bytes);
 std::string ExtensionOf(const std::string& file);  ///< in lower case, with its dot

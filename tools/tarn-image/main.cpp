@@ -6,6 +6,8 @@
 #include <clocale>
 #include <cstdio>
 
+using namespace tarn;
+
 namespace {
 
 std::string TypeComplaint(const std::string& name) {

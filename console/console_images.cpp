@@ -27,22 +27,16 @@ constexpr std::string_view ACROSS_THUMB[] = {"thumb_small_h"};
 
 }  // namespace
 
-ConsoleImages::ConsoleImages()
+ConsoleImages::ConsoleImages(HostLook hostLook)
     : kinds(QmSkin_GetTrackIconImageLists()), thumbs(THUMB, {13, 19}, ThumbTones()),
       pairThumbs(PAIR_THUMB, {21, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {13, 9}, ThumbTones()),
       smallPairThumbs(PAIR_THUMB, {15, 11}, ThumbTones()), panThumbs(ACROSS_THUMB, {13, 15}, ThumbTones()),
       sendThumbs(ACROSS_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
-      selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)) {}
+      selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)),
+      look(std::move(hostLook)) {}
 
 int32_t ConsoleImages::KindIcon(uint32_t kind) {
     for (const KindRow& row : KINDS)
         if ((kind & row.mask) == row.value) return row.image;
     return -1;
-}
-
-COLORREF ChannelColour(uint32_t lookColour) {
-    // Hues far apart for neighbours in the table, all of one calm saturation and lightness.
-    constexpr uint32_t HUES = 240, STEP = 91, SATURATION = 105, LIGHTNESS = 118;
-    const uint32_t hue = (150 + lookColour % HUES * STEP) % HUES;
-    return QmHSLtoRGB(hue | SATURATION << 8 | LIGHTNESS << 16);
 }

@@ -1,13 +1,14 @@
 // The console's image lists and colours, made when the page is and remade when the look changes.
 #pragma once
 
+#include "console/host_look.h"
 #include "platform/ui/image_list.h"
 
 #include <cstdint>
 
 class ConsoleImages {
 public:
-    ConsoleImages();
+    explicit ConsoleImages(HostLook hostLook);
 
     /// Row of a channel kind in the kind icons, -1 for a kind without an icon.
     static int32_t KindIcon(uint32_t kind);
@@ -18,7 +19,5 @@ public:
     ImageList panThumbs, sendThumbs;
     COLORREF background;
     COLORREF selection;
+    HostLook look;
 };
-
-/// Colour of a channel by its number in the host's table of track colours.
-COLORREF ChannelColour(uint32_t lookColour);

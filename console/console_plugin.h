@@ -57,6 +57,11 @@ public:
     bool ShowsSendPans();
     /// AUTOMATION_ modes that the host has.
     uint32_t AutomationModes() { return AutomationCapabilities() >> 16 & AUTOMATION_MODES; }
+    /// A property of the host by its record, whose size the record tells.
+    template <class Record>
+    HRESULT HostRecord(const GUID& id, Record& record) {
+        return GetHostProperty(id, &record, sizeof record);
+    }
     MPHOSTFEATURES HostFeatures();
     uint32_t HostKind();
 

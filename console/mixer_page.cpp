@@ -195,7 +195,7 @@ HRESULT CConsoleMixerPage::OnCreate() {
     m_uiThread = std::this_thread::get_id();
     InstallConsoleAccessibility();
     UseTheme();
-    m_images = std::make_unique<ConsoleImages>();
+    m_images = std::make_unique<ConsoleImages>(ReadHostLook(*m_console));
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     m_console->RestoreState();
     RegionSite& site = *this;
@@ -408,7 +408,7 @@ void CConsoleMixerPage::OnLookChanged(uint32_t) {
     UseTheme();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
-    *m_images = ConsoleImages();
+    *m_images = ConsoleImages(ReadHostLook(*m_console));
     for (const auto& region : m_regions) region->OnImagesChanged();
     InvalidateAll();
 }

@@ -41,7 +41,7 @@ constexpr SpeakerGroup SPEAKERS[SPEAKER_GROUPS] = {{SPEAKER_FRONT, ELEMENT_FADER
 }  // namespace
 
 Strip::Strip(ChannelEntry& entry, const StripSite& site)
-    : m_entry(entry), m_site(site), m_meters(site.plugin, site.window, entry) {
+    : m_entry(entry), m_site(site), m_meters(site.plugin, site.window, site.images.look, entry) {
     ReadSwitches();
 }
 

@@ -79,6 +79,7 @@ std::unique_ptr<StripMeters::PeakMeter> StripMeters::MakePeak(size_t group, cons
     MeterInst_Message(m, METERM_SETCOLORS, tones.background, tones.text);
     MeterInst_Message(m, METERM_SETCLIPCOLORS, tones.clipText, tones.clipTextBackground);
     MeterInst_Message(m, METERM_SETCLIPBACKGROUND, tones.clipBackground, 0);
+    m_look.GiveTo(*m);
     return made;
 }
 

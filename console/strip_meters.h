@@ -3,6 +3,7 @@
 #pragma once
 
 #include "console/channel_entry.h"
+#include "console/host_look.h"
 #include "console/strip_layout.h"
 #include "controls/meter_ex.h"
 #include "controls/scope.h"
@@ -23,8 +24,8 @@ uint32_t VuScaleWord(uint32_t index);
 
 class StripMeters {
 public:
-    StripMeters(CConsoleControlPlugin& plugin, ControlHost& window, ChannelEntry& entry)
-        : m_plugin(plugin), m_window(window), m_entry(entry) {}
+    StripMeters(CConsoleControlPlugin& plugin, ControlHost& window, const HostLook& look, ChannelEntry& entry)
+        : m_plugin(plugin), m_window(window), m_look(look), m_entry(entry) {}
     ~StripMeters();
     StripMeters(const StripMeters&) = delete;
     StripMeters& operator=(const StripMeters&) = delete;
@@ -64,6 +65,7 @@ private:
 
     CConsoleControlPlugin& m_plugin;
     ControlHost& m_window;
+    const HostLook& m_look;
     ChannelEntry& m_entry;
     std::vector<Group> m_groups;  ///< those of the faders, then all speakers
     std::unique_ptr<PeakMeter> m_beside[SPEAKER_GROUPS];

@@ -128,7 +128,7 @@ void Strip::PaintTitle(QPainter& painter) const {
     const RECT& title = m_rects.title;
     constexpr LONG BAND = 4;
     FillRect(painter, {title.left + 1, title.top, title.right - 1, title.top + BAND},
-             ChannelColour(m_entry.lookColour));
+             m_site.images.look.ChannelColour(m_entry.lookColour));
     const RECT& icon = m_rects.kindIcon;
     if (icon.IsEmpty()) return;
     const ImageList& images = *m_site.images.kinds;
@@ -150,7 +150,7 @@ void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
                           : QmGetUIColor(COLOR_WINDOW));
     constexpr LONG BAND = 4;
     FillRect(painter, {plate.left + 1, plate.top, plate.right - 1, plate.top + BAND},
-             ChannelColour(m_entry.lookColour));
+             m_site.images.look.ChannelColour(m_entry.lookColour));
     if (focused)
         FrameRect(painter, {plate.left + 1, plate.top + BAND, plate.right - 1, plate.bottom}, accent);
     const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3,

@@ -35,26 +35,25 @@ void MidiPart::Control(uint8_t number, uint8_t value, MidiBlock& out) {
 }
 
 // No more than was pressed: others may play on the same instrument.
-void MidiPart::Lift(Keys& held, uint16_t& pedals, MidiBlock& out) {
-    for (size_t note = 0; held.any() && note < held.size(); note++)
-        if (held[note])
+void MidiPart::Lift(Held& held, MidiBlock& out) {
+    for (size_t note = 0; held.keys.any() && note < held.keys.size(); note++)
+        if (held.keys[note])
             out.Put(0, std::array<uint8_t, 3>{static_cast<uint8_t>(kNoteOff | note / 128),
                                               static_cast<uint8_t>(note % 128), 64});
-    held.reset();
     for (uint8_t channel = 0; channel < 16; channel++)
-        if (pedals >> channel & 1)
+        if (held.pedals >> channel & 1)
             out.Put(0, std::array<uint8_t, 3>{static_cast<uint8_t>(kController | channel), kSustain, 0});
-    pedals = 0;
+    held = {};
 }
 
 void MidiPart::ReleaseClips(MidiBlock& out) {
-    Lift(m_held, m_pedals, out);
+    Lift(m_byClips, out);
     m_expected = -1;
 }
 
 void MidiPart::Release(MidiBlock& out) {
     ReleaseClips(out);
-    Lift(m_heldLive, m_pedalsLive, out);
+    Lift(m_byHand, out);
 }
 
 // Programs, controllers and pitch as they are at a place that was jumped to.
@@ -74,14 +73,14 @@ void MidiPart::Chase(int64_t frame, MidiBlock& out) {
     }
     for (size_t channel = 0; channel < 16; channel++) {
         const auto emit = [&](const MidiMoment* m) {
-            if (m) Emit(0, std::span(m->bytes).first(m->size), false, m_held, out);
+            if (m) Emit(0, std::span(m->bytes).first(m->size), false, m_byClips, out);
         };
         std::ranges::for_each(controllers[channel], emit);
         std::ranges::for_each(others[channel], emit);
     }
 }
 
-void MidiPart::Emit(uint32_t at, std::span<const uint8_t> message, bool silent, Keys& held, MidiBlock& out) {
+void MidiPart::Emit(uint32_t at, std::span<const uint8_t> message, bool silent, Held& held, MidiBlock& out) {
     std::array<uint8_t, 3> bytes{Status(message[0]), message[1],
                                  message.size() > 2 ? message[2] : uint8_t{0}};
     const size_t channel = bytes[0] & 15;
@@ -89,12 +88,13 @@ void MidiPart::Emit(uint32_t at, std::span<const uint8_t> message, bool silent, 
     if (kind == kNoteOn || kind == kNoteOff) {
         const bool begins = kind == kNoteOn && bytes[2] > 0;
         if (begins && silent) return;
-        held[channel * 128 + bytes[1]] = begins;
+        held.keys[channel * 128 + bytes[1]] = begins;
         if (begins) m_level = std::max(m_level, static_cast<float>(bytes[2]) / 127.0f);
     }
-    uint16_t& pedals = &held == &m_held ? m_pedals : m_pedalsLive;
-    if (kind == kController && bytes[1] == kSustain)
-        pedals = static_cast<uint16_t>((pedals & ~(1u << channel)) | (bytes[2] >= 64 ? 1u << channel : 0u));
+    if (kind == kController && bytes[1] == kSustain) {
+        const auto bit = static_cast<uint16_t>(1u << channel);
+        held.pedals = static_cast<uint16_t>(bytes[2] >= 64 ? held.pedals | bit : held.pedals & ~bit);
+    }
     out.Put(at, std::span(bytes).first(message.size()));
 }
 
@@ -112,7 +112,7 @@ void MidiPart::SendFaders(const StripSettings& settings, MidiBlock& out) {
 
 void MidiPart::PlayLive(const StripSettings& settings, size_t n, const LiveWindow& window, MidiBlock& out) {
     const bool silent = settings.mute || !settings.heard;
-    if (silent && m_heldLive.any()) Lift(m_heldLive, m_pedalsLive, out);
+    if (silent && m_byHand.keys.any()) Lift(m_byHand, out);
     const auto last = static_cast<double>(window.offset + n);
     // By rounding the end of the chunk may lie a little beside the block's.
     const auto until =
@@ -129,7 +129,7 @@ void MidiPart::PlayLive(const StripSettings& settings, size_t n, const LiveWindo
             m_pan = 64;
             SendFaders(settings, out);
         }
-        Emit(at, std::span(event.bytes).first(event.size), silent, m_heldLive, out);
+        Emit(at, std::span(event.bytes).first(event.size), silent, m_byHand, out);
     }
 }
 
@@ -146,10 +146,10 @@ void MidiPart::Play(bool playing, int64_t frame, size_t n, const StripSettings& 
     if (m_live && window.framesANano > 0) PlayLive(settings, n, window, out);
     if (playing) {
         const int64_t end = frame + static_cast<int64_t>(n);
-        if (silent && m_held.any()) Lift(m_held, m_pedals, out);
+        if (silent && m_byClips.keys.any()) Lift(m_byClips, out);
         for (; m_next < m_moments->size() && (*m_moments)[m_next].frame < end; m_next++) {
             const MidiMoment& m = (*m_moments)[m_next];
-            Emit(static_cast<uint32_t>(m.frame - frame), std::span(m.bytes).first(m.size), silent, m_held,
+            Emit(static_cast<uint32_t>(m.frame - frame), std::span(m.bytes).first(m.size), silent, m_byClips,
                  out);
         }
         m_expected = end;

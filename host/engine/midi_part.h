@@ -55,13 +55,17 @@ public:
     float TakeLevel() { return std::exchange(m_level, 0.0f); }
 
 private:
-    using Keys = std::bitset<16 * 128>;
+    /// What somebody has sounding there: keys, and pedals of channels.
+    struct Held {
+        std::bitset<16 * 128> keys;
+        uint16_t pedals = 0;
+    };
 
     void Chase(int64_t frame, MidiBlock& out);
     void PlayLive(const StripSettings& settings, size_t n, const LiveWindow& window, MidiBlock& out);
     /// Gives it to the instrument, and remembers what it holds. A key is not pressed where it is silent.
-    void Emit(uint32_t at, std::span<const uint8_t> message, bool silent, Keys& held, MidiBlock& out);
-    void Lift(Keys& held, uint16_t& pedals, MidiBlock& out);
+    void Emit(uint32_t at, std::span<const uint8_t> message, bool silent, Held& held, MidiBlock& out);
+    static void Lift(Held& held, MidiBlock& out);
     void ReleaseClips(MidiBlock& out);
     void SendFaders(const StripSettings& settings, MidiBlock& out);
     void Control(uint8_t number, uint8_t value, MidiBlock& out);
@@ -75,9 +79,8 @@ private:
     uint32_t m_channels = 0;  ///< those that events go to, a bit each
     size_t m_next = 0;
     int64_t m_expected = -1;  ///< the frame that follows, -1 when nothing played
-    Keys m_held, m_heldLive;
-    uint16_t m_pedals = 0, m_pedalsLive = 0;  ///< that are down, a bit a channel
-    uint8_t m_volume = 127, m_pan = 64;       ///< sent last; what an instrument has at first
+    Held m_byClips, m_byHand;
+    uint8_t m_volume = 127, m_pan = 64;  ///< sent last; what an instrument has at first
     float m_level = 0;
 };
 

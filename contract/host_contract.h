@@ -111,9 +111,11 @@ inline constexpr GUID MPPROP_PREFERENCE =
 inline constexpr GUID MPPROP_PROJECT_INFO =
     tarn::Guid("{2EFDEB4F-D6E4-48A9-8646-EC5DFD253213}");  ///< 56, size first
 inline constexpr GUID MPPROP_AUTOMATION = tarn::Guid("{D5C5607D-F2F8-4894-B5BD-53C26B6F8951}");  ///< 8
-inline constexpr GUID MPPROP_JOG = tarn::Guid("{946E6C4A-3B72-412D-90D9-0F8071700BA0}");         ///< 104
-inline constexpr GUID MPPROP_SHUTTLE = tarn::Guid("{D417EA4B-2EEB-4B10-A486-4027991941E8}");     ///< 24
-inline constexpr GUID MPPROP_BLOCK = tarn::Guid("{C398314E-D0B4-4FA8-8F42-1BD17FF4D2D3}");       ///< 32
+inline constexpr GUID MPPROP_JOG = tarn::Guid("{946E6C4A-3B72-412D-90D9-0F8071700BA0}");  ///< 104, MPJOG
+inline constexpr GUID MPPROP_SHUTTLE =
+    tarn::Guid("{D417EA4B-2EEB-4B10-A486-4027991941E8}");  ///< 24, MPSHUTTLE
+inline constexpr GUID MPPROP_BLOCK =
+    tarn::Guid("{C398314E-D0B4-4FA8-8F42-1BD17FF4D2D3}");  ///< 32, MPPROJECTBLOCK
 inline constexpr GUID MPPROP_HOST_KIND =
     tarn::Guid("{F0EB4892-4965-4407-809E-3A29D3751823}");  ///< 4; 1 is the full editor
 inline constexpr GUID MPPROP_HOST_FEATURES =
@@ -537,6 +539,36 @@ struct MPTIMERANGE {
     uint32_t reserved;
 };
 static_assert(sizeof(MPTIMERANGE) == 24);
+
+/// A get tells the position; a set moves to `position` + `step`, not before the start.
+struct MPJOG {
+    uint32_t size;    ///< 104
+    uint32_t format;  ///< TIMEFORMAT_NANO
+    int64_t position;
+    int64_t step;  ///< 0 in a get
+    uint32_t reserved[20];
+};
+static_assert(sizeof(MPJOG) == 104);
+
+/// How fast the position is wound, silently: 1 is as fast as playing, below 0 backwards, 0 stands. What plays
+/// stops for it, and playing ends it.
+struct MPSHUTTLE {
+    uint32_t size;  ///< 24
+    uint32_t reserved[3];
+    double speed;  ///< -SHUTTLE_FASTEST .. SHUTTLE_FASTEST
+};
+static_assert(sizeof(MPSHUTTLE) == 24);
+inline constexpr double SHUTTLE_FASTEST = 64;
+
+/// What is played: how long, and in which measure.
+struct MPPROJECTBLOCK {
+    uint32_t size;    ///< 32
+    uint32_t format;  ///< TIMEFORMAT_NANO
+    int64_t length;
+    double tempo;  ///< quarter notes a minute; 0 where the project tells none
+    uint32_t reserved[2];
+};
+static_assert(sizeof(MPPROJECTBLOCK) == 32);
 
 struct MPCHANNELMODEEX {
     uint32_t words[3];

@@ -58,6 +58,23 @@ constexpr TimeFormatRow TIME_FORMATS[] = {
 QString FromPath(const std::filesystem::path& path) { return QString::fromStdString(path.string()); }
 std::filesystem::path ToPath(const QString& path) { return path.toStdString(); }
 
+/// In the order of EditKind.
+constexpr HostTextId EDITS[] = {
+    IDS_STEP_ADD_CHANNEL,     IDS_STEP_REMOVE_CHANNEL, IDS_STEP_MOVE_CHANNEL, IDS_STEP_RENAME_CHANNEL,
+    IDS_STEP_ADD_EFFECT,      IDS_STEP_REMOVE_EFFECT,  IDS_STEP_MOVE_EFFECT,  IDS_STEP_ADD_SEND,
+    IDS_STEP_REMOVE_SEND,     IDS_STEP_VOLUME,         IDS_STEP_PAN,          IDS_STEP_SEND,
+    IDS_STEP_EFFECT,          IDS_STEP_SWITCHES,       IDS_STEP_COLOUR,       IDS_STEP_ROUTE,
+    IDS_STEP_AUTOMATION_MODE, IDS_STEP_AUTOMATION,
+};
+static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Automation) + 1);
+
+/// Before plug-ins come, or ask again.
+uint32_t UseLanguage(Project& project, uint32_t lcid) {
+    SetHostLanguage(lcid);
+    project.SetTexts(TextsForPlugins());
+    return lcid;
+}
+
 /// A line each, and no more than fit on a screen.
 QString Lines(const std::vector<std::string>& texts) {
     constexpr size_t MOST = 20;
@@ -71,12 +88,11 @@ QString Lines(const std::vector<std::string>& texts) {
 
 MainWindow::MainWindow(Project& project, Settings& settings, const std::filesystem::path& modules,
                        uint32_t lcid)
-    : m_project(project), m_settings(settings), m_lcid(lcid),
+    : m_project(project), m_settings(settings), m_lcid(UseLanguage(project, lcid)),
       m_console(std::make_unique<Plugin>(modules / "mixconsole.so", project)),
       m_mix(new MixMenu(project, *this,
                         [this](const QString& title, const QString& text) { ShowProblem(title, text); })),
       m_transport(new TransportBar(project, this)), m_pageHost(new PageHost) {
-    SetHostLanguage(lcid);
     LoadSurface(modules / "mixsurface.so");
     ForPlugins([lcid](Plugin& plugin) {
         plugin.SetLanguage(lcid);
@@ -180,10 +196,36 @@ void MainWindow::MakeMenus() {
     add(file, IDS_RENDER, Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
     file->addSeparator();
     add(file, IDS_QUIT, QKeySequence::Quit, [this] { close(); });
+    MakeEditMenu();
     m_mix->Fill(*menuBar()->addMenu(Text(IDS_MENU_MIX)));
     QMenu* transport = menuBar()->addMenu(Text(IDS_MENU_TRANSPORT));
     add(transport, IDS_LOCATE_TO, Qt::CTRL | Qt::Key_G, [this] { LocateTo(); });
     MakeViewMenu();
+}
+
+void MainWindow::MakeEditMenu() {
+    QMenu* edit = menuBar()->addMenu(Text(IDS_MENU_EDIT));
+    const auto add = [&](const QKeySequence& keys, bool (Project::*step)()) {
+        QAction* action = edit->addAction(QString());
+        action->setShortcut(keys);
+        connect(action, &QAction::triggered, this, [this, step] {
+            (m_project.*step)();
+            Refresh();
+        });
+        return action;
+    };
+    m_undo = add(QKeySequence::Undo, &Project::Undo);
+    m_redo = add(QKeySequence::Redo, &Project::Redo);
+    RefreshUndo();
+}
+
+void MainWindow::RefreshUndo() {
+    const auto show = [](QAction* action, HostTextId text, HostTextId none, std::optional<EditKind> next) {
+        action->setEnabled(next.has_value());
+        action->setText(next ? Format(text, HostText(EDITS[static_cast<size_t>(*next)])) : Text(none));
+    };
+    show(m_undo, IDS_UNDO, IDS_EFFECT_UNDO, m_project.NextUndo());
+    show(m_redo, IDS_REDO, IDS_EFFECT_REDO, m_project.NextRedo());
 }
 
 void MainWindow::MakeViewMenu() {
@@ -228,7 +270,7 @@ void MainWindow::ChangeLanguage(uint32_t lcid) {
     m_settings.SetLanguage(lcid);
     m_pageHost->Close();  // its texts go with the old language
     CloseSurface();
-    SetHostLanguage(lcid);
+    UseLanguage(m_project, lcid);
     ForPlugins([lcid](Plugin& plugin) { plugin.SetLanguage(lcid); });
     OpenPage();
     MakeMenus();
@@ -266,6 +308,7 @@ bool MainWindow::RunCommand(uint32_t command) { return m_pageHost->RunCommand(co
 void MainWindow::Refresh() {
     m_transport->Refresh();
     m_mix->Refresh();
+    RefreshUndo();
     if (const uint64_t changes = m_project.UserPreferenceChanges(); changes != m_keptPreferences) {
         m_keptPreferences = changes;  // kept at once: nobody knows how a program ends
         m_settings.SetPluginPreferences(FormatPreferences(m_project.UserPreferences()));

@@ -10,6 +10,7 @@
 
 #include <memory>
 
+class QAction;
 class QDialog;
 class QLabel;
 
@@ -39,6 +40,7 @@ protected:
 
 private:
     void MakeMenus();
+    void MakeEditMenu();
     void MakeViewMenu();
     void OpenPage();
     void LoadSurface(const std::filesystem::path& module);
@@ -57,6 +59,7 @@ private:
     void RenderMix();
     bool MayDiscard();
     void Refresh();
+    void RefreshUndo();
     void ShowProblem(const QString& title, const QString& text);
 
     Project& m_project;
@@ -67,6 +70,8 @@ private:
     QDialog* m_surfaceWindow = nullptr;
     PageHost* m_surfaceHost = nullptr;
     MixMenu* m_mix;
+    QAction* m_undo = nullptr;
+    QAction* m_redo = nullptr;
     TransportBar* m_transport;
     PageHost* m_pageHost;
     QLabel* m_device;

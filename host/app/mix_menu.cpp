@@ -152,18 +152,20 @@ void MixMenu::FillEffect(QMenu& menu, const Channel& channel, const host::Insert
 void MixMenu::FillNewEffect(QMenu& menu, const Channel& channel) {
     menu.setEnabled(m_project.Effects());
     if (!m_project.Effects()) return;
-    QMenu* family = nullptr;
-    std::string last;
-    for (const EffectInfo& info : m_project.Effects()->List()) {
-        if (info.instrument != (channel.kind == ChannelKind::Synth) && info.instrument) continue;
-        if (!family || info.family != last) family = menu.addMenu(Entry(info.family));
-        last = info.family;
-        QAction* action = family->addAction(Entry(info.name));
+    const auto texts = m_project.Texts();
+    std::map<std::string, QMenu*> families;
+    const std::vector<EffectInfo> effects = m_project.Effects()->List();
+    for (const EffectInfo& info : effects) families[texts->Family(info.family)] = nullptr;
+    for (auto& [name, family] : families) family = menu.addMenu(Entry(name));
+    for (const EffectInfo& info : effects) {
+        if (info.instrument && channel.kind != ChannelKind::Synth) continue;
+        QAction* action = families[texts->Family(info.family)]->addAction(Entry(info.name));
         action->setEnabled(info.problem.empty());
         action->setToolTip(PlainText(QString::fromStdString(info.problem)));
         connect(action, &QAction::triggered, this,
                 [this, id = channel.id, uri = info.uri] { Insert(id, uri); });
     }
+    for (const auto& [name, family] : families) family->menuAction()->setVisible(!family->isEmpty());
 }
 
 void MixMenu::Insert(ChannelId channel, const std::string& uri) {

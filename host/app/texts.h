@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/app/text_ids.h"
+#include "host/contract/host_texts.h"
 #include "kernel/print/print_text.h"
 
 #include <QString>
@@ -14,6 +15,9 @@ const char16_t* HostText(HostTextId id);
 void SetHostLanguage(uint32_t lcid);
 /// Bit slot - 1 for each language that the host has texts in.
 uint32_t HostLanguages();
+
+/// What things are called where plug-ins list them.
+HostTexts TextsForPlugins();
 
 inline QString Text(HostTextId id) { return QString::fromUtf16(HostText(id)); }
 

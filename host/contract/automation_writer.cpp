@@ -11,7 +11,8 @@ bool AutomationWriter::Latches(AutomationMode mode) {
 }
 
 void AutomationWriter::Complete(const Id& id, Entry& entry) {
-    if (!entry.points.empty()) m_complete.push_back({id.first, id.second, std::exchange(entry.points, {})});
+    if (!entry.points.empty())
+        m_complete.push_back({id.first, id.second, std::exchange(entry.points, {}), entry.before});
 }
 
 // A loop leads back: what was written before the seam is one stretch, what comes another.
@@ -23,7 +24,8 @@ void AutomationWriter::Add(const Id& id, Entry& entry, double seconds, double va
         entry.points.push_back({seconds, value});
 }
 
-void AutomationWriter::Touch(ChannelId channel, const AutomationKey& key, AutomationMode mode, bool on) {
+void AutomationWriter::Touch(ChannelId channel, const AutomationKey& key, AutomationMode mode, bool on,
+                             std::optional<double> before) {
     {
         const std::lock_guard lock(m_lock);
         const Id id{channel, key};
@@ -32,6 +34,7 @@ void AutomationWriter::Touch(ChannelId channel, const AutomationKey& key, Automa
             if (mode == AutomationMode::Off) return;
             Entry& entry = at == m_entries.end() ? m_entries[id] : at->second;
             entry.mode = mode;
+            if (!entry.before) entry.before = before;
             if (std::exchange(entry.touched, true)) return;
         } else {
             if (at == m_entries.end()) return;
@@ -59,7 +62,8 @@ void AutomationWriter::Move(ChannelId channel, const AutomationKey& key, Automat
         const auto at = m_entries.find(id);
         if (at == m_entries.end() && !Latches(mode)) {
             // A click, not a hand that stays: the switch stands so from here on.
-            if (TraitsOf(key.target).steps) m_complete.push_back({channel, key, {{seconds, value}}});
+            if (TraitsOf(key.target).steps)
+                m_complete.push_back({channel, key, {{seconds, value}}, value >= 0.5 ? 0 : 1});
             return;
         }
         begins = at == m_entries.end();

@@ -20,14 +20,16 @@ public:
         ChannelId channel;
         AutomationKey key;
         std::vector<AutomationPoint> points;
+        std::optional<double> before{};  ///< what the setting was
     };
     /// Tells whether a setting counts in place of its curve, from now on.
     using Hold = std::function<void(ChannelId, const AutomationKey&, bool on)>;
 
     explicit AutomationWriter(Hold hold) : m_hold(std::move(hold)) {}
 
-    /// A hand takes hold of a control, or lets go of it.
-    void Touch(ChannelId channel, const AutomationKey& key, AutomationMode mode, bool on);
+    /// A hand takes hold of a control that stands at `before`, or lets go of it.
+    void Touch(ChannelId channel, const AutomationKey& key, AutomationMode mode, bool on,
+               std::optional<double> before = {});
     /// The control was set to this value then.
     void Move(ChannelId channel, const AutomationKey& key, AutomationMode mode, double value, double seconds,
               bool playing);
@@ -45,6 +47,7 @@ private:
     struct Entry {
         AutomationMode mode;
         bool touched = false;
+        std::optional<double> before{};
         std::vector<AutomationPoint> points{};
     };
     using Id = std::pair<ChannelId, AutomationKey>;

@@ -7,6 +7,7 @@ namespace {
 
 struct Group {
     uint32_t mask;
+    EditKind kind;
     bool (*same)(const Channel&, const Channel&);
 };
 
@@ -18,23 +19,23 @@ bool Same(const Channel& a, const Channel& b) {
 using C = Channel;
 /// Groups that a change of levels can touch; the mixer takes these over as they are.
 constexpr Group LEVELS[] = {
-    {MASK_NAME, Same<&C::name>},
-    {MASK_IDENTITY, Same<&C::colour>},
-    {MASK_SWITCHES,
+    {MASK_NAME, EditKind::RenameChannel, Same<&C::name>},
+    {MASK_IDENTITY, EditKind::Colour, Same<&C::colour>},
+    {MASK_SWITCHES, EditKind::Switches,
      Same<&C::mute, &C::solo, &C::phase, &C::selected, &C::hidden, &C::solo_safe, &C::chain_bypass>},
-    {MASK_VOLUME, Same<&C::fader_db, &C::fader_right_db, &C::faders>},
-    {MASK_PAN, Same<&C::pan, &C::pan_model, &C::width>},
-    {MASK_PAN | MASK_VOLUME, Same<&C::place>},
-    {MASK_VOLUME | MASK_AUX | MASK_INSERT | MASK_INPUT_SIDE, Same<&C::input_db>},
-    {MASK_PAN | MASK_INPUT_SIDE, Same<&C::input_pan>},
+    {MASK_VOLUME, EditKind::Volume, Same<&C::fader_db, &C::fader_right_db, &C::faders>},
+    {MASK_PAN, EditKind::Pan, Same<&C::pan, &C::pan_model, &C::width>},
+    {MASK_PAN | MASK_VOLUME, EditKind::Pan, Same<&C::place>},
+    {MASK_VOLUME | MASK_AUX | MASK_INSERT | MASK_INPUT_SIDE, EditKind::Volume, Same<&C::input_db>},
+    {MASK_PAN | MASK_INPUT_SIDE, EditKind::Pan, Same<&C::input_pan>},
 };
 /// Those that make another mixer.
 constexpr Group STRUCTURE[] = {
-    {MASK_OUTPUT_ROUTE, Same<&C::output, &C::midi_channel>},
-    {MASK_INPUT_ROUTE, Same<&C::input>},
-    {MASK_SWITCHES, Same<&C::arm, &C::monitor>},
-    {MASK_AUTOMATION, Same<&C::automation_mode>},
-    {0, Same<&C::clips, &C::automation>},
+    {MASK_OUTPUT_ROUTE, EditKind::Route, Same<&C::output, &C::midi_channel>},
+    {MASK_INPUT_ROUTE, EditKind::Route, Same<&C::input>},
+    {MASK_SWITCHES, EditKind::Switches, Same<&C::arm, &C::monitor>},
+    {MASK_AUTOMATION, EditKind::AutomationMode, Same<&C::automation_mode>},
+    {0, EditKind::Automation, Same<&C::clips, &C::automation>},
 };
 
 struct Part {
@@ -79,6 +80,22 @@ uint32_t PartGroups(const Part& a, const Part& b, bool& levelsOnly) {
     return (state ? MASK_EFFECT_STATE : 0) | (a.place != b.place ? MASK_EFFECT_POSITION : 0);
 }
 
+/// What comes or goes gives the edit its name, though others change their places by it.
+void NamePart(const Channel& before, const Channel& after, ChannelChanges& changes) {
+    const auto first = [&](auto wanted) {
+        const auto at = std::ranges::find_if(changes.subs, wanted);
+        return at == changes.subs.end() ? nullptr : &*at;
+    };
+    if (const auto* added = first([](const SubChange& s) { return s.flags == CHANGE_ADDED; }))
+        changes.kind = FindSend(after, added->id) ? EditKind::AddSend : EditKind::AddEffect;
+    else if (const auto* gone = first([](const SubChange& s) { return s.flags == CHANGE_REMOVED; }))
+        changes.kind = FindSend(before, gone->id) ? EditKind::RemoveSend : EditKind::RemoveEffect;
+    else if (first([](const SubChange& s) { return s.groups & MASK_EFFECT_POSITION; }))
+        changes.kind = EditKind::MoveEffect;
+    else if (!changes.subs.empty())
+        changes.kind = FindSend(after, changes.subs[0].id) ? EditKind::Send : EditKind::Effect;
+}
+
 void AddParts(const Channel& before, const Channel& after, ChannelChanges& changes) {
     const std::vector<Part> old = Part::Of(before), now = Part::Of(after);
     const auto find = [](const std::vector<Part>& parts, const Part& wanted) {
@@ -107,6 +124,7 @@ void AddParts(const Channel& before, const Channel& after, ChannelChanges& chang
             changes.groups |= std::ranges::find(before.sends, sub.id, &Send::id) == before.sends.end()
                                   ? MASK_CHAIN
                                   : MASK_SEND;
+    NamePart(before, after, changes);
 }
 
 }  // namespace
@@ -116,11 +134,13 @@ ChannelChanges ChangesBetween(const Channel& before, const Channel& after) {
     for (const Group& group : LEVELS)
         if (!group.same(before, after)) {
             changes.groups |= group.mask;
+            changes.kind = group.kind;
             changes.anything = true;
         }
     for (const Group& group : STRUCTURE)
         if (!group.same(before, after)) {
             changes.groups |= group.mask;
+            changes.kind = group.kind;
             changes.levelsOnly = false;
             changes.anything = true;
         }

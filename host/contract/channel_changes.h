@@ -1,4 +1,4 @@
-// What an edit of a channel changed, as plug-ins are told it.
+// What an edit of a channel changed, as plug-ins are told it and as the user calls it.
 #pragma once
 
 #include "contract/host_contract.h"
@@ -14,8 +14,31 @@ struct SubChange {
     uint32_t groups;  ///< MASK_ groups of attributes
 };
 
+/// What an edit is called, in a menu say.
+enum class EditKind : uint8_t {
+    AddChannel,
+    RemoveChannel,
+    MoveChannel,
+    RenameChannel,
+    AddEffect,
+    RemoveEffect,
+    MoveEffect,
+    AddSend,
+    RemoveSend,
+    Volume,
+    Pan,
+    Send,
+    Effect,
+    Switches,
+    Colour,
+    Route,
+    AutomationMode,
+    Automation
+};
+
 struct ChannelChanges {
-    uint32_t groups = 0;  ///< MASK_ of the channel itself
+    uint32_t groups = 0;                 ///< MASK_ of the channel itself
+    EditKind kind = EditKind::Switches;  ///< of what changed most
     std::vector<SubChange> subs;
     /// Nothing but levels, switches and looks, which need no new graph.
     bool levelsOnly = true;

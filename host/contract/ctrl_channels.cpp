@@ -77,11 +77,20 @@ CurrentSend CurrentOf(const Channel& channel, ChannelId chosen) {
     return {chosen, SendTo(channel, chosen)};
 }
 
+/// The groups that make up the whole record of a channel.
+uint32_t WholeOf(const Channel& channel) {
+    const KindTraits& traits = TraitsOf(channel.kind);
+    return MASK_SWITCHES | MASK_AUTOMATION | MASK_VOLUME | MASK_PAN | MASK_OUTPUT_ROUTE | MASK_NAME |
+           (traits.recordsInput ? MASK_INPUT_ROUTE : 0) | (traits.audio ? MASK_CHAIN | MASK_EFFECT_STATE : 0) |
+           (channel.kind == ChannelKind::Fx ? MASK_AUX | MASK_INSERT : 0) |
+           (channel.sends.empty() ? 0 : MASK_SEND);
+}
+
 /// Copies the asked groups of a channel into the record; inputs of the record are read first.
 HRESULT Fill(const ProjectCore& core, const Session& session, const Channel& channel, uint32_t companion,
              ChannelId chosenSend, MPCHANNELREC& rec, uint32_t mask) {
     const bool all = mask == MASK_ALL;
-    if (all) mask = MASK_SWITCHES | MASK_AUTOMATION | MASK_VOLUME | MASK_PAN | MASK_OUTPUT_ROUTE | MASK_NAME;
+    if (all) mask = WholeOf(channel);
     if (companion) {
         const uint32_t part = rec.pairSelector & companion;
         rec.pairSelector = part ? part : companion;
@@ -169,20 +178,6 @@ uint64_t NextOf(const Session& session, uint64_t after, uint32_t kindMask, uint3
         if (*more) break;
     }
     return found;
-}
-
-const char* NameOfNew(ChannelKind kind) {
-    switch (kind) {
-    case ChannelKind::AudioTrack: return "Audio";
-    case ChannelKind::MidiTrack: return "MIDI";
-    case ChannelKind::AudioBus: return "Bus";
-    case ChannelKind::Fx: return "FX";
-    case ChannelKind::Synth: return "Synth";
-    case ChannelKind::InputBus: return "Input";
-    case ChannelKind::Master:
-    case ChannelKind::PreviewBus: break;
-    }
-    return "";
 }
 
 /// Takes over the routes that the masks name; false, and then nothing has changed, for what is no such place.
@@ -420,7 +415,7 @@ HRESULT CtrlChannelsPart::Insert(MPCHANNELID* id, uint32_t level, MPCHANNELREC* 
     const std::optional<ChannelKind> kind = KindOfWord(rec->kind);
     if (!kind || kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) return E_NOTIMPL;
     return Guarded([&] {
-        const std::string name = rec->name ? Utf8FromUtf16(rec->name) : std::string(NameOfNew(*kind));
+        const std::string name = rec->name ? Utf8FromUtf16(rec->name) : Core().Texts()->newChannels.at(*kind);
         const size_t index = rec->order < 0 ? SIZE_MAX : static_cast<size_t>(rec->order);
         const ChannelId made = Core().AddChannel(*kind, name, index);
         *id = {made, 0, 0};

@@ -120,6 +120,12 @@ HRESULT FillParameter(const ProjectCore& core, const MPCHANNELID& id, MPCHANNELR
     rec.volume = mask & MASK_FIXED ? parameter.preset : running->Value(index);
     rec.aux = parameter.minimum;
     rec.insertLevel = parameter.maximum;
+    core.Read([&](const Session& session) {
+        const Channel* channel = FindChannel(session, id.channel);
+        if (!channel) return;
+        rec.kind = KindWord(session, *channel);
+        rec.automation = AutomationWord(channel->automation_mode);
+    });
     HRESULT hr =
         mask & MASK_PARAM_NAME ? GiveText(rec.paramName, ValueText(parameter, running->Value(index))) : S_OK;
     if (hr == S_OK && (mask & MASK_NAME)) hr = GiveText(rec.name, parameter.name);

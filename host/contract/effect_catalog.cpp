@@ -80,8 +80,9 @@ HRESULT PlugInCatalogPart::Give(uint32_t level, uint32_t parent, size_t place, u
     const Item& item = items[place];
     *more = place + 1 < items.size();
     *id = level == LEVEL_SUB_OBJECT ? item.id : item.family;
-    return level == LEVEL_SUB_OBJECT ? FillItem(item, rec)
-                                     : FillRecord(item.family, 0, item.info.family, rec);
+    return level == LEVEL_SUB_OBJECT
+               ? FillItem(item, rec)
+               : FillRecord(item.family, 0, Core().Texts()->Family(item.info.family), rec);
 }
 
 HRESULT PlugInCatalogPart::First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
@@ -111,7 +112,7 @@ HRESULT PlugInCatalogPart::Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, 
         for (const Item& item : ItemsOf(*Core().effects)) {
             if (level == LEVEL_SUB_OBJECT && item.id == *id) return FillItem(item, rec);
             if (level == LEVEL_CHANNEL && item.family == *id)
-                return FillRecord(item.family, 0, item.info.family, rec);
+                return FillRecord(item.family, 0, Core().Texts()->Family(item.info.family), rec);
         }
         return S_FALSE;
     });

@@ -22,20 +22,21 @@ InputRoute DeviceRoute(uint32_t first, bool mono) {
 
 void AddDeviceInputs(const ProjectCore& core, std::vector<PortEntry>& entries) {
     // A session keeps its routes where the device has no inputs, so there is always a pair to choose.
+    const std::string name = core.Texts()->input;
     const auto inputs = static_cast<uint32_t>(
         std::clamp<size_t>(core.engine.Status().inputs, kStereoSides, kMaxDeviceInputs));
     for (uint32_t i = 0; i + 1 < inputs; i += kStereoSides)
         entries.push_back({EntryId(PAIR, i), KIND_INPUT_BUS, 1,
-                           "Input " + std::to_string(i + 1) + "/" + std::to_string(i + 2),
+                           name + ' ' + std::to_string(i + 1) + "/" + std::to_string(i + 2),
                            DeviceRoute(i, false)});
     for (uint32_t i = 0; i < inputs; i++)
-        entries.push_back(
-            {EntryId(SINGLE, i), KIND_INPUT_BUS, 0, "Input " + std::to_string(i + 1), DeviceRoute(i, true)});
+        entries.push_back({EntryId(SINGLE, i), KIND_INPUT_BUS, 0, name + ' ' + std::to_string(i + 1),
+                           DeviceRoute(i, true)});
 }
 
 void AddMidiInputs(const ProjectCore& core, std::vector<PortEntry>& entries) {
     InputRoute route{.source = InputSource::Device};
-    entries.push_back({EntryId(MIDI, ALL_MIDI), KIND_MIDI_PORT_ENTRY, 0, "All MIDI inputs", route});
+    entries.push_back({EntryId(MIDI, ALL_MIDI), KIND_MIDI_PORT_ENTRY, 0, core.Texts()->allMidi, route});
     if (!core.midi) return;
     for (const MidiPort& port : core.midi->Inputs()) {
         route.midi_port = port.name;

@@ -39,8 +39,10 @@ private:
             lock.unlock();
             const auto now = Clock::now();
             const bool showing = m_core.UpdateLevels(std::chrono::duration<double>(now - last).count());
+            m_core.Wind(std::chrono::duration<double>(now - last).count());
             last = now;
             m_core.WriteAutomation();
+            m_core.FollowMidiPorts();
             const TransportState transport = m_core.engine.Transport();
             // The end of the session stops the transport by itself.
             if (transport.playing != m_played) m_core.SendControl(MPCTRL_TRANSPORT);
@@ -152,6 +154,10 @@ bool Project::EditChannel(ChannelId id, const std::function<void(Channel&)>& edi
     }) == S_OK;
 }
 std::string Project::Refusal() const { return m_impl->core->Refusal(); }
+bool Project::Undo() { return m_impl->core->Undo(false) == S_OK; }
+bool Project::Redo() { return m_impl->core->Undo(true) == S_OK; }
+std::optional<EditKind> Project::NextUndo() const { return m_impl->core->NextUndo(false); }
+std::optional<EditKind> Project::NextRedo() const { return m_impl->core->NextUndo(true); }
 void Project::SetMonitoring(const Monitoring& monitoring) { m_impl->core->SetMonitoring(monitoring); }
 
 SubId Project::InsertEffect(ChannelId id, const std::string& uri) {
@@ -224,6 +230,8 @@ Project::Seat Project::NewSeat(Keeps keeps) {
     const SeatOptions seat{++m_impl->seats, keeps == Keeps::ForUser};
     return {ComPtr<IUnknown>((new HostObject(m_impl->core, seat))->Unknown()), seat.number};
 }
+void Project::SetTexts(HostTexts texts) { m_impl->core->SetTexts(std::move(texts)); }
+std::shared_ptr<const HostTexts> Project::Texts() const { return m_impl->core->Texts(); }
 void Project::AddFilter(IMPEventFilter* filter) { m_impl->core->AddFilter(filter); }
 void Project::RemoveFilter(IMPEventFilter* filter) { m_impl->core->RemoveFilter(filter); }
 MidiPorts* Project::Midi() { return m_impl->core->midi.get(); }

@@ -6,7 +6,9 @@
 #pragma once
 
 #include "contract/host_contract.h"
+#include "host/contract/channel_changes.h"
 #include "host/contract/command_table.h"
+#include "host/contract/host_texts.h"
 #include "host/effects/effect.h"
 #include "host/engine/engine.h"
 #include "host/engine/render.h"
@@ -80,6 +82,12 @@ public:
     bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
     /// Why the last edit was refused, for a person.
     std::string Refusal() const;
+    /// Takes back what was done last to a channel or to the list of channels, or does it again. How effects
+    /// are set is their windows' own to undo.
+    bool Undo();
+    bool Redo();
+    std::optional<EditKind> NextUndo() const;  ///< none: nothing to take back
+    std::optional<EditKind> NextRedo() const;
     void SetMonitoring(const Monitoring& monitoring);
 
     /// An effect at the end of the channel's chain, or the instrument of a soft synth. kNoSub, with a
@@ -120,6 +128,9 @@ public:
     /// Sends a control without an object to the plug-in of a seat, or to all: project open and close,
     /// activate, suspend, look.
     void SendControl(const GUID& id, uint32_t flags, uint32_t seat = 0);
+
+    void SetTexts(HostTexts texts);
+    std::shared_ptr<const HostTexts> Texts() const;
 
     /// What has come in over MIDI is shown to the filter, in the order of these calls. [MIDI thread]
     void AddFilter(IMPEventFilter* filter);

@@ -70,8 +70,9 @@ ProjectCore::ProjectCore(EngineOptions options, std::unique_ptr<MidiDriver> driv
       }) {
     if (!driver) return;
     midi = std::make_unique<MidiPorts>(
-        std::move(driver), [this](std::vector<ReceivedEvent>& events) { FilterEvents(events); },
+        std::move(driver), [this](std::vector<ReceivedEvent>& events) { TakeEvents(events); },
         [this] {
+            m_portsMayDiffer = true;
             SendNotify(MPNOTIFY_PORTS);
             MPCHANNELID all{};
             TellChannel(CHANGE_CTRL_REPLACED, all, KIND_MIDI_PORT_ENTRY);
@@ -88,18 +89,57 @@ void ProjectCore::RemoveFilter(IMPEventFilter* filter) {
     std::erase_if(m_filters, [filter](const auto& f) { return f.Get() == filter; });
 }
 
-// The first plug-in that takes an event keeps it from the others.
-void ProjectCore::FilterEvents(std::vector<ReceivedEvent>& events) {
+// The first plug-in that takes an event keeps it from the others, and from the tracks.
+void ProjectCore::TakeEvents(std::vector<ReceivedEvent>& events) {
     MPFILTERINFO info{};
     info.capabilities = ~(FILTER_PEEK_ONLY | FILTER_NOT_TO_PAGE);
-    std::lock_guard lock(m_filterLock);
-    for (const ComPtr<IMPEventFilter>& filter : m_filters) {
-        EventStream stream(events);
-        filter->FilterEvents(&stream, &info);
+    {
+        std::lock_guard lock(m_filterLock);
+        for (const ComPtr<IMPEventFilter>& filter : m_filters) {
+            EventStream stream(events);
+            filter->FilterEvents(&stream, &info);
+        }
+    }
+    const std::vector<MidiPort> ports = midi->Inputs();
+    for (const ReceivedEvent& event : events) {
+        if (event.consumed || !event.event.data.empty()) continue;
+        const auto port = std::ranges::find(ports, event.port, &MidiPort::id);
+        if (port != ports.end()) engine.PlayLive(port->name, MidiBytes(event.event.rec));
     }
 }
 
-void ProjectCore::ApplyToEngine() { engine.SetSession(m_session, m_path.parent_path()); }
+void ProjectCore::FollowMidiPorts() {
+    if (!midi || !m_portsMayDiffer.exchange(false)) return;
+    const std::vector<MidiPort> ports = midi->Inputs();
+    std::set<uint64_t> played;
+    Read([&](const Session& session) {
+        for (const Channel& channel : session.channels)
+            for (const MidiPort& port : ports)
+                if (IsPlayedOn(channel) &&
+                    (channel.input.midi_port.empty() || channel.input.midi_port == port.name))
+                    played.insert(port.id);
+    });
+    for (const uint64_t port : played)
+        if (!m_playedPorts.contains(port)) midi->Use(PORTS_INPUT, port);
+    for (const uint64_t port : m_playedPorts)
+        if (!played.contains(port)) midi->Leave(PORTS_INPUT, port);
+    m_playedPorts = std::move(played);
+}
+
+void ProjectCore::SetTexts(HostTexts texts) {
+    std::lock_guard lock(m_lock);
+    m_texts = std::make_shared<HostTexts>(std::move(texts));
+}
+
+std::shared_ptr<const HostTexts> ProjectCore::Texts() const {
+    std::lock_guard lock(m_lock);
+    return m_texts;
+}
+
+void ProjectCore::ApplyToEngine() {
+    engine.SetSession(m_session, m_path.parent_path());
+    m_portsMayDiffer = true;
+}
 
 void ProjectCore::Replace(Session session, const std::filesystem::path& path) {
     CheckSession(session);
@@ -116,9 +156,11 @@ void ProjectCore::Replace(Session session, const std::filesystem::path& path) {
             throw;
         }
         m_modified = false;
+        m_undo.Clear();
         engine.SetMonitoring(m_session.monitoring);
     }
     m_writer.Forget();
+    m_shuttle = 0;
     engine.Stop();
     engine.Locate(0);
     std::lock_guard lock(m_levelLock);
@@ -135,21 +177,37 @@ void ProjectCore::SaveAs(const std::filesystem::path& path) {
     Session session = m_session;
     engine.SaveStates(session);
     const std::filesystem::path from = m_path.parent_path(), to = path.parent_path();
-    if (from != to)
-        for (Channel& channel : session.channels)
+    UndoList undo = m_undo;
+    if (from != to) {
+        const auto move = [&](Channel& channel) {
             for (Clip& clip : channel.clips) clip.file = SeenFrom(to, from / clip.file);
+        };
+        std::ranges::for_each(session.channels, move);
+        undo.EachChannel(move);
+    }
     SaveSession(session, path);
+    m_undo = std::move(undo);
     m_session = std::move(session);
     m_path = path;
     m_modified = false;
     ApplyToEngine();
 }
 
-Session ProjectCore::WithStates() const {
+Session ProjectCore::WithStates() {
     std::lock_guard lock(m_lock);
-    Session session = m_session;
-    engine.SaveStates(session);
-    return session;
+    // Kept: what the session holds and what the engine took last stay the same, or the next edit would bring
+    // an older state back.
+    engine.SaveStates(m_session);
+    return m_session;
+}
+
+void ProjectCore::KeepStates(ChannelId id) {
+    Channel* channel = FindChannel(m_session, id);
+    if (!channel || (channel->inserts.empty() && !channel->instrument)) return;
+    Session alone;
+    alone.channels.push_back(*channel);
+    engine.SaveStates(alone);
+    *channel = std::move(alone.channels[0]);
 }
 
 // Edits
@@ -166,10 +224,10 @@ HRESULT ProjectCore::Refuse(const std::string& reason) {
     return E_INVALIDARG;
 }
 
-ProjectCore::Told ProjectCore::WhatChanged(const Channel& before, const Channel& after) const {
-    return {after.id, KindWord(m_session, after),
-            IsWide(m_session, after.kind) && after.kind == ChannelKind::Master,
-            ChangesBetween(before, after)};
+ProjectCore::Told ProjectCore::WhatChanged(const Session& session, const Channel& before,
+                                           const Channel& after) {
+    return {after.id, KindWord(session, after),
+            IsWide(session, after.kind) && after.kind == ChannelKind::Master, ChangesBetween(before, after)};
 }
 
 void ProjectCore::Tell(const Told& told) {
@@ -191,7 +249,7 @@ HRESULT ProjectCore::EditChannel(ChannelId id, const Edit& edit) {
         const Channel before = *channel;
         Channel after = before;
         edit(after);
-        told = WhatChanged(before, after);
+        told = WhatChanged(m_session, before, after);
         if (!told.changes.anything) return S_OK;
         *channel = std::move(after);
         try {
@@ -207,119 +265,138 @@ HRESULT ProjectCore::EditChannel(ChannelId id, const Edit& edit) {
             m_refusal = e.reason;
             return E_INVALIDARG;
         }
-        if (told.changes.matters) m_modified = true;  // what is selected is no work to be saved
+        if (told.changes.matters) {  // what is selected is no work to be saved
+            m_modified = true;
+            m_undo.Record({.kind = told.changes.kind, .before = {before}, .after = {*channel}},
+                          UndoList::Clock::now());
+        }
     }
     Tell(told);
     return S_OK;
 }
 
-std::vector<ProjectCore::Place> ProjectCore::Places() const {
-    std::vector<Place> places;
-    for (const Channel& channel : m_session.channels)
-        places.push_back({channel.id, OrderIndex(m_session, channel.id)});
-    return places;
+void ProjectCore::TellDifferences(const Session& was, const Session& is) {
+    const auto tellOf = [this](const Session& session, const Channel& channel, uint32_t flags) {
+        const uint32_t word = KindWord(session, channel);
+        TellChannel(flags, {channel.id, 0, 0}, word);
+        if (IsTrack(channel.kind)) SendNotify(MPNOTIFY_OBJECT, flags, LEVEL_TRACK, channel.id, word);
+    };
+    for (const Channel& channel : was.channels)
+        if (!FindChannel(is, channel.id)) tellOf(was, channel, CHANGE_REMOVED);
+    for (const Channel& channel : is.channels)
+        if (!FindChannel(was, channel.id)) tellOf(is, channel, CHANGE_ADDED);
+    for (const Channel& channel : is.channels)
+        if (const Channel* before = FindChannel(was, channel.id); before && *before != channel)
+            Tell(WhatChanged(is, *before, channel));
+    for (const Channel& channel : is.channels)
+        if (FindChannel(was, channel.id) && OrderIndex(was, channel.id) != OrderIndex(is, channel.id))
+            TellChannel(CHANGE_ATTRIBUTES, {channel.id, 0, 0}, MASK_IDENTITY);
 }
 
-void ProjectCore::TellMoved(const std::vector<Place>& before) {
-    std::vector<Place> now;
+HRESULT ProjectCore::ChangeChannels(const Change& change, const Keep& keep) {
+    Session was, is;
     {
         std::lock_guard lock(m_lock);
-        now = Places();
-    }
-    std::map<ChannelId, int32_t> old;
-    for (const Place& place : before) old[place.id] = place.order;
-    for (const Place& place : now)
-        if (const auto at = old.find(place.id); at != old.end() && at->second != place.order)
-            TellChannel(CHANGE_ATTRIBUTES, {place.id, 0, 0}, MASK_IDENTITY);
-}
-
-ChannelId ProjectCore::AddChannel(ChannelKind kind, const std::string& name, size_t index) {
-    if (kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) return kNoChannel;
-    std::vector<Place> before;
-    Channel channel;
-    uint32_t word = 0;
-    {
-        std::lock_guard lock(m_lock);
-        before = Places();
-        ChannelId highest = 0;
-        for (const Channel& other : m_session.channels) highest = std::max(highest, other.id);
-        channel.id = highest + 1;
-        channel.kind = kind;
-        channel.name = name;
-        channel.output = FirstOutput(m_session, kind);
-        channel.colour = static_cast<uint32_t>(m_session.channels.size() % kTrackColours);
-        if (kind == ChannelKind::InputBus) channel.input.source = InputSource::Device;
-        const Session old = m_session;
-        const size_t at = PlaceInRow(m_session.channels, kind, index);
-        m_session.channels.insert(m_session.channels.begin() + static_cast<std::ptrdiff_t>(at), channel);
+        was = m_session;
+        if (!change(m_session.channels)) {
+            m_session.channels = std::move(was.channels);
+            return S_FALSE;
+        }
         try {
             CheckSession(m_session);
             ApplyToEngine();
         } catch (const SessionError& e) {
-            m_session = old;
+            m_session.channels = std::move(was.channels);
             m_refusal = e.reason;
-            return kNoChannel;
-        }
-        word = KindWord(m_session, channel);
-        m_modified = true;
-    }
-    TellChannel(CHANGE_ADDED, {channel.id, 0, 0}, word);
-    if (IsTrack(kind)) SendNotify(MPNOTIFY_OBJECT, CHANGE_ADDED, LEVEL_TRACK, channel.id, word);
-    TellMoved(before);
-    return channel.id;
-}
-
-HRESULT ProjectCore::RemoveChannel(ChannelId id) {
-    std::vector<Place> before;
-    std::vector<Told> detached;
-    ChannelKind kind;
-    uint32_t word = 0;
-    {
-        std::lock_guard lock(m_lock);
-        const Channel* channel = FindChannel(m_session, id);
-        if (!channel) return S_FALSE;
-        kind = channel->kind;
-        if (kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) {
-            m_refusal = "master and preview bus stay";
             return E_INVALIDARG;
         }
-        word = KindWord(m_session, *channel);
-        before = Places();
-        const Channel gone = *channel;
-        for (Channel& other : m_session.channels) {
-            const Channel was = other;
-            Detach(other, gone);
-            if (other != was) detached.push_back(WhatChanged(was, other));
-        }
-        std::erase_if(m_session.channels, [id](const Channel& c) { return c.id == id; });
-        ApplyToEngine();
         m_modified = true;
+        keep(was.channels);
+        is = m_session;
     }
-    TellChannel(CHANGE_REMOVED, {id, 0, 0}, word);
-    if (IsTrack(kind)) SendNotify(MPNOTIFY_OBJECT, CHANGE_REMOVED, LEVEL_TRACK, id, word);
-    for (const Told& told : detached) Tell(told);
-    TellMoved(before);
+    TellDifferences(was, is);
     return S_OK;
 }
 
-bool ProjectCore::MoveChannel(ChannelId id, size_t index) {
-    std::vector<Place> before;
+ProjectCore::Keep ProjectCore::Record(EditKind kind) {
+    return [this, kind](const std::vector<Channel>& was) {
+        m_undo.Record(StepBetween(kind, was, m_session.channels), UndoList::Clock::now());
+    };
+}
+
+ChannelId ProjectCore::AddChannel(ChannelKind kind, const std::string& name, size_t index) {
+    if (kind == ChannelKind::Master || kind == ChannelKind::PreviewBus) return kNoChannel;
+    Channel channel{.kind = kind, .name = name};
+    const auto add = [&](std::vector<Channel>& channels) {
+        for (const Channel& other : channels) channel.id = std::max(channel.id, other.id);
+        channel.id++;
+        channel.output = FirstOutput(m_session, kind);
+        channel.colour = static_cast<uint32_t>(channels.size() % kTrackColours);
+        if (kind == ChannelKind::InputBus || kind == ChannelKind::MidiTrack)
+            channel.input.source = InputSource::Device;
+        const size_t at = PlaceInRow(channels, kind, index);
+        channels.insert(channels.begin() + static_cast<std::ptrdiff_t>(at), channel);
+        return true;
+    };
+    return ChangeChannels(add, Record(EditKind::AddChannel)) == S_OK ? channel.id : kNoChannel;
+}
+
+HRESULT ProjectCore::RemoveChannel(ChannelId id) {
+    bool stays = false;
     {
         std::lock_guard lock(m_lock);
-        Channel* channel = FindChannel(m_session, id);
-        if (!channel || channel->kind == ChannelKind::Master || channel->kind == ChannelKind::PreviewBus)
-            return false;
-        before = Places();
-        Channel moved = *channel;
-        std::erase_if(m_session.channels, [id](const Channel& c) { return c.id == id; });
-        const size_t at = PlaceInRow(m_session.channels, moved.kind, index);
-        m_session.channels.insert(m_session.channels.begin() + static_cast<std::ptrdiff_t>(at),
-                                  std::move(moved));
-        ApplyToEngine();
-        m_modified = true;
+        KeepStates(id);
     }
-    TellMoved(before);
-    return true;
+    const HRESULT hr = ChangeChannels(
+        [&](std::vector<Channel>& channels) {
+            const auto at = std::ranges::find(channels, id, &Channel::id);
+            if (at == channels.end()) return false;
+            stays = at->kind == ChannelKind::Master || at->kind == ChannelKind::PreviewBus;
+            if (stays) return false;
+            const Channel gone = *at;
+            channels.erase(at);
+            for (Channel& other : channels) Detach(other, gone);
+            return true;
+        },
+        Record(EditKind::RemoveChannel));
+    return stays ? Refuse("master and preview bus stay") : hr;
+}
+
+bool ProjectCore::MoveChannel(ChannelId id, size_t index) {
+    return ChangeChannels(
+               [&](std::vector<Channel>& channels) {
+                   const auto from = std::ranges::find(channels, id, &Channel::id);
+                   if (from == channels.end() || from->kind == ChannelKind::Master ||
+                       from->kind == ChannelKind::PreviewBus)
+                       return false;
+                   Channel moved = std::move(*from);
+                   channels.erase(from);
+                   const size_t at = PlaceInRow(channels, moved.kind, index);
+                   channels.insert(channels.begin() + static_cast<std::ptrdiff_t>(at), std::move(moved));
+                   return true;
+               },
+               Record(EditKind::MoveChannel)) == S_OK;
+}
+
+HRESULT ProjectCore::Undo(bool redo) {
+    {
+        std::lock_guard lock(m_lock);
+        if (const EditStep* step = m_undo.Next(redo))
+            for (const Channel& channel : redo ? step->before : step->after) KeepStates(channel.id);
+    }
+    return ChangeChannels(
+        [&](std::vector<Channel>& channels) {
+            if (!m_undo.Next(redo)) return false;
+            channels = m_undo.Changed(redo, std::move(channels));
+            return true;
+        },
+        [&](const std::vector<Channel>&) { m_undo.Done(redo); });
+}
+
+std::optional<EditKind> ProjectCore::NextUndo(bool redo) const {
+    std::lock_guard lock(m_lock);
+    const EditStep* step = m_undo.Next(redo);
+    return step ? std::optional(step->kind) : std::nullopt;
 }
 
 void ProjectCore::SetMonitoring(const Monitoring& monitoring) {
@@ -380,6 +457,10 @@ HRESULT ProjectCore::AddSend(ChannelId id, ChannelId target, SubId* made) {
 }
 
 HRESULT ProjectCore::RemovePart(ChannelId id, SubId part) {
+    {
+        std::lock_guard lock(m_lock);
+        KeepStates(id);
+    }
     bool gone = false;
     const HRESULT hr = EditChannel(id, [&](Channel& channel) { gone = host::RemovePart(channel, part); });
     return hr == S_OK && !gone ? S_FALSE : hr;
@@ -427,11 +508,20 @@ std::optional<double> ProjectCore::Shown(const Channel& channel, const Automatio
 }
 
 void ProjectCore::Touch(ChannelId id, const AutomationKey& key, bool on) {
-    const auto mode = Read([id](const Session& s) {
+    AutomationMode mode = AutomationMode::Off;
+    std::optional<double> before;
+    Read([&](const Session& s) {
         const Channel* channel = FindChannel(s, id);
-        return channel ? channel->automation_mode : AutomationMode::Off;
+        if (!channel) return;
+        mode = channel->automation_mode;
+        before = SettingOf(*channel, key);
     });
-    m_writer.Touch(id, key, mode, on);
+    if (const auto effect = key.target == AutomationTarget::Parameter ? FindEffect(id, key.sub) : nullptr) {
+        const std::span<const EffectParameter> all = effect->Parameters();
+        const auto at = std::ranges::find(all, key.parameter, &EffectParameter::symbol);
+        if (at != all.end()) before = effect->Value(static_cast<size_t>(at - all.begin()));
+    }
+    m_writer.Touch(id, key, mode, on, before);
 }
 
 void ProjectCore::Moved(ChannelId id, const AutomationKey& key, std::optional<double> value) {
@@ -462,8 +552,9 @@ void ProjectCore::WriteAutomation() {
     if (m_writer.IsIdle()) return;
     m_writer.Tick(transport.seconds, transport.playing);
     for (const AutomationWriter::Stretch& stretch : m_writer.TakeComplete())
-        EditChannel(stretch.channel,
-                    [&](Channel& channel) { WriteStretch(channel, stretch.key, stretch.points); });
+        EditChannel(stretch.channel, [&](Channel& channel) {
+            WriteStretch(channel, stretch.key, stretch.points, stretch.before);
+        });
 }
 
 void ProjectCore::ChangeTransport(const std::function<void(Engine&)>& change) {
@@ -472,7 +563,24 @@ void ProjectCore::ChangeTransport(const std::function<void(Engine&)>& change) {
         std::lock_guard lock(m_lock);
         m_session.loop = engine.Transport().loop;
     }
+    if (engine.Transport().playing) m_shuttle = 0;
     SendControl(MPCTRL_TRANSPORT);
+}
+
+void ProjectCore::Shuttle(double speed) {
+    if (speed != 0 && engine.Transport().playing) ChangeTransport([](Engine& e) { e.Stop(); });
+    m_shuttle = speed;
+}
+
+void ProjectCore::Wind(double elapsed) {
+    const double speed = m_shuttle;
+    if (speed == 0) return;
+    const double length = Read([](const Session& session) { return session.length; });
+    const double from = engine.Transport().seconds;
+    const double to = std::clamp(from + speed * elapsed, 0.0, std::max(from, length));
+    if (to == from) return;
+    engine.Locate(to);
+    SendControl(MPCTRL_JOG);
 }
 
 ShownLevels ProjectCore::Levels(ChannelId id) const {

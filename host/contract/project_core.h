@@ -5,14 +5,17 @@
 #include "host/contract/automation_writer.h"
 #include "host/contract/channel_changes.h"
 #include "host/contract/command_table.h"
+#include "host/contract/host_texts.h"
 #include "host/contract/project.h"
 #include "host/contract/sinks.h"
+#include "host/contract/undo_list.h"
 #include "host/midi/midi_ports.h"
 
 #include <array>
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <set>
 
 namespace host {
 
@@ -66,8 +69,18 @@ public:
     /// Why the last edit was refused, for a person.
     std::string Refusal() const;
 
+    /// Takes the last edit of a channel back, or does it again; S_FALSE when there is none.
+    HRESULT Undo(bool redo);
+    std::optional<EditKind> NextUndo(bool redo) const;
+
     /// Play, stop, locate and loop go through here, since plug-ins hear of them.
     void ChangeTransport(const std::function<void(Engine&)>& change);
+
+    /// How fast the position is wound; 0 stands.
+    double ShuttleSpeed() const { return m_shuttle; }
+    void Shuttle(double speed);
+    /// Winds on by so many seconds of time. [ticker]
+    void Wind(double elapsed);
 
     /// Runs `read` under the lock, which it must not take again.
     template <class F>
@@ -83,6 +96,12 @@ public:
     }
     std::atomic<uint64_t> userPreferenceChanges{0};
 
+    void SetTexts(HostTexts texts);
+    std::shared_ptr<const HostTexts> Texts() const;
+
+    /// Has the ports open that tracks are played from. [ticker]
+    void FollowMidiPorts();
+
     /// Plug-ins that see what comes in. After RemoveFilter has returned the filter is not called any more.
     void AddFilter(IMPEventFilter* filter);
     void RemoveFilter(IMPEventFilter* filter);
@@ -93,7 +112,7 @@ public:
     /// SessionError.
     void SaveAs(const std::filesystem::path& path);
     /// The session with its effects' present states.
-    Session WithStates() const;
+    Session WithStates();
 
     ShownLevels Levels(ChannelId id) const;
     void ResetPeaks();
@@ -117,10 +136,15 @@ public:
     std::atomic<uint64_t> meterTicks{0};
 
 private:
-    struct Place {
-        ChannelId id;
-        int32_t order;
-    };
+    /// Changes the list of channels; it returns false for what can't be done.
+    using Change = std::function<bool(std::vector<Channel>&)>;
+    /// Told of the channels that there were, once the change stands. Both are called under the lock.
+    using Keep = std::function<void(const std::vector<Channel>& was)>;
+    HRESULT ChangeChannels(const Change& change, const Keep& keep);
+    Keep Record(EditKind kind);
+    void TellDifferences(const Session& was, const Session& is);
+    /// Has the channel hold how its effects are set now, which counts where one of them goes. [m_lock]
+    void KeepStates(ChannelId id);
     /// A channel that was changed, to be told of without the lock.
     struct Told {
         ChannelId id;
@@ -128,27 +152,29 @@ private:
         bool wide;  ///< a group's head, whose companions are told of as well
         ChannelChanges changes;
     };
-    std::vector<Place> Places() const;
-    /// Tells of every channel whose order differs from before.
-    void TellMoved(const std::vector<Place>& before);
     void Tell(const Told& told);
-    Told WhatChanged(const Channel& before, const Channel& after) const;
+    static Told WhatChanged(const Session& session, const Channel& before, const Channel& after);
     HRESULT Refuse(const std::string& reason);
     void ApplyToEngine();
-    void FilterEvents(std::vector<ReceivedEvent>& events);
+    void TakeEvents(std::vector<ReceivedEvent>& events);
 
     mutable std::mutex m_lock;
     Session m_session = NewSession();
     std::filesystem::path m_path;
     std::string m_refusal;
     std::atomic<bool> m_modified{false};
+    std::atomic<double> m_shuttle{0};
+    UndoList m_undo;
     AutomationWriter m_writer;
     bool m_writerPlayed = false;  ///< the ticker's
 
     mutable std::mutex m_levelLock;
     std::map<ChannelId, ShownLevels> m_levels;
 
-    Preferences m_userPreferences;  // under m_lock
+    Preferences m_userPreferences;                                             // under m_lock
+    std::shared_ptr<const HostTexts> m_texts = std::make_shared<HostTexts>();  // likewise
+    std::atomic<bool> m_portsMayDiffer{true};
+    std::set<uint64_t> m_playedPorts;  ///< the ticker's
     std::mutex m_filterLock;
     std::vector<tarn::ComPtr<IMPEventFilter>> m_filters;
 

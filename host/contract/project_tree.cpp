@@ -33,6 +33,7 @@ HRESULT Fill(const Session& session, const MPCHANNELID& id, uint32_t level, MPEV
     rec.type = MPNULL;
     rec.format = TIMEFORMAT_NANO;
     rec.order = static_cast<uint32_t>(OrderIndex(session, channel->id));
+    rec.channel = channel->midi_channel - 1;  // any where it names none
     if (level == LEVEL_TRACK) return S_OK;
     if (id.sub < 1 || id.sub > channel->clips.size()) return S_FALSE;
     if (level == LEVEL_TAKE && id.subSub != THE_TAKE) return S_FALSE;

@@ -139,6 +139,50 @@ HRESULT SetTime(ProjectCore& core, const void* buffer) {
     return SetPosition(core, &time);
 }
 
+HRESULT GetJog(ProjectCore& core, void* buffer) {
+    MPJOG jog{};
+    jog.size = sizeof jog;
+    jog.format = TIMEFORMAT_NANO;
+    jog.position = NanoFromSeconds(core.engine.Transport().seconds);
+    return Give(jog, buffer);
+}
+
+HRESULT SetJog(ProjectCore& core, const void* buffer) {
+    MPJOG jog;
+    std::memcpy(&jog, buffer, sizeof jog);
+    if (jog.size != sizeof jog || jog.format != TIMEFORMAT_NANO) return E_INVALIDARG;
+    core.ChangeTransport(
+        [&](Engine& engine) { engine.Locate(SecondsFromNano(jog.position) + SecondsFromNano(jog.step)); });
+    core.SendControl(MPCTRL_JOG);
+    return S_OK;
+}
+
+HRESULT GetShuttle(ProjectCore& core, void* buffer) {
+    MPSHUTTLE shuttle{};
+    shuttle.size = sizeof shuttle;
+    shuttle.speed = core.ShuttleSpeed();
+    return Give(shuttle, buffer);
+}
+
+HRESULT SetShuttle(ProjectCore& core, const void* buffer) {
+    MPSHUTTLE shuttle;
+    std::memcpy(&shuttle, buffer, sizeof shuttle);
+    if (shuttle.size != sizeof shuttle || !(std::abs(shuttle.speed) <= SHUTTLE_FASTEST)) return E_INVALIDARG;
+    core.Shuttle(shuttle.speed);
+    return S_OK;
+}
+
+HRESULT GetBlock(ProjectCore& core, void* buffer) {
+    MPPROJECTBLOCK block{};
+    block.size = sizeof block;
+    block.format = TIMEFORMAT_NANO;
+    core.Read([&](const Session& session) {
+        block.length = NanoFromSeconds(session.length);
+        block.tempo = session.tempo.value_or(0);
+    });
+    return Give(block, buffer);
+}
+
 HRESULT SetCommands(ProjectCore& core, const void* buffer) {
     MPCOMMANDREG registration;
     std::memcpy(&registration, buffer, sizeof registration);
@@ -225,6 +269,9 @@ constexpr Property PROPERTIES[] = {
     {MPPROP_RANGE, sizeof(MPTIMERANGE), GetRange, SetRange},
     {MPPROP_TIME16, sizeof(MPTIME), GetPosition, SetPosition},
     {MPPROP_TIME12, 12, GetTime, SetTime},
+    {MPPROP_JOG, sizeof(MPJOG), GetJog, SetJog},
+    {MPPROP_SHUTTLE, sizeof(MPSHUTTLE), GetShuttle, SetShuttle},
+    {MPPROP_BLOCK, sizeof(MPPROJECTBLOCK), GetBlock, nullptr},
     {MPPROP_CHANNEL_MODE, 4, GetChannelMode, nullptr},
     {MPPROP_TOOLBAR, sizeof(MPTOOLBAR), GetToolBar, SetToolBar},
     {MPPROP_COMMANDS, sizeof(MPCOMMANDREG), GetCommands, SetCommands},

@@ -29,6 +29,7 @@ public:
         for (auto& member : m_members) member->SetValue(parameter, value);
     }
     size_t Latency() const override { return First().Latency(); }
+    std::string Complaint() const override { return First().Complaint(); }
     void Process(const float* const* in, float* const* out, size_t n, std::span<const EffectMidi> midi,
                  const EffectTime& time) override {
         for (size_t i = 0; i < m_members.size(); i++) m_members[i]->Process(in + i, out + i, n, midi, time);

@@ -75,6 +75,7 @@ struct Engine::Control {
     LoopRange loop;
 
     Session played;  ///< its routes; levels may have changed since
+    LiveMidiRouter live;
     size_t latency = 0;
 };
 
@@ -160,6 +161,7 @@ void Engine::Control::TakeSession(const Session& session, const std::filesystem:
     Use(rig->model.Build(session, folder, true));
     played = session;
     rig->disk.SetStreams(rig->model.Streams());
+    live.Set(rig->model.Listeners(session));
     rig->player.Monitor().Set(session.monitoring);
     end = session.length > 0 ? FrameAt(session.length, rate) : INT64_MAX;
     rig->player.Head().SetEnd(end);
@@ -213,6 +215,10 @@ void Engine::SaveStates(Session& session) const {
 void Engine::TakeByHand(ChannelId channel, const AutomationKey& key, bool on) {
     const std::lock_guard lock(m_control->mutex);
     if (m_control->rig) m_control->rig->model.TakeByHand(channel, key, on);
+}
+
+void Engine::PlayLive(const std::string& port, std::span<const uint8_t> bytes) {
+    m_control->live.Play(port, bytes);
 }
 
 void Engine::Play() {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -88,6 +89,10 @@ public:
     /// While a control is held (or until it is let go of, as the channel's mode has it) its setting counts
     /// and not its curve.
     void TakeByHand(ChannelId channel, const AutomationKey& key, bool on);
+
+    /// What has come in from a MIDI port: messages, whole and without running status. Tracks that are armed
+    /// or monitored and listen to the port play it, whether the transport runs or not.
+    void PlayLive(const std::string& port, std::span<const uint8_t> bytes);
 
     void Play();  ///< from the position; at the end of the session from its start
     void Stop();

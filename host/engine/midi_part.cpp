@@ -8,7 +8,7 @@ namespace host {
 namespace {
 
 constexpr uint8_t kNoteOff = 0x80, kNoteOn = 0x90, kController = 0xB0, kProgram = 0xC0;
-constexpr uint8_t kVolume = 7, kPan = 10, kSustain = 64, kAllNotesOff = 123;
+constexpr uint8_t kVolume = 7, kPan = 10, kSustain = 64;
 
 bool IsNote(const MidiMoment& m) { return (m.bytes[0] & 0xE0) == 0x80; }
 
@@ -23,9 +23,9 @@ void MidiBlock::Put(uint32_t frame, std::span<const uint8_t> bytes) {
     m_events[at] = event;
 }
 
-MidiPart::MidiPart(std::vector<MidiMoment> moments, uint32_t outChannel)
-    : m_moments(std::move(moments)), m_outChannel(outChannel) {
-    for (const MidiMoment& m : m_moments) m_channels |= 1u << (Status(m.bytes[0]) & 15);
+MidiPart::MidiPart(Moments moments, uint32_t outChannel, std::shared_ptr<LiveMidi> live)
+    : m_moments(std::move(moments)), m_outChannel(outChannel), m_live(std::move(live)) {
+    for (const MidiMoment& m : *m_moments) m_channels |= 1u << (Status(m.bytes[0]) & 15);
 }
 
 void MidiPart::Control(uint8_t number, uint8_t value, MidiBlock& out) {
@@ -34,26 +34,36 @@ void MidiPart::Control(uint8_t number, uint8_t value, MidiBlock& out) {
             out.Put(0, std::array<uint8_t, 3>{static_cast<uint8_t>(kController | channel), number, value});
 }
 
-void MidiPart::Release(MidiBlock& out) {
-    if (m_expected < 0 && m_held.none()) return;
-    for (size_t note = 0; note < m_held.size(); note++)
-        if (m_held[note])
+// No more than was pressed: others may play on the same instrument.
+void MidiPart::Lift(Held& held, MidiBlock& out) {
+    for (size_t note = 0; held.keys.any() && note < held.keys.size(); note++)
+        if (held.keys[note])
             out.Put(0, std::array<uint8_t, 3>{static_cast<uint8_t>(kNoteOff | note / 128),
                                               static_cast<uint8_t>(note % 128), 64});
-    m_held.reset();
-    Control(kSustain, 0, out);
-    Control(kAllNotesOff, 0, out);
+    for (uint8_t channel = 0; channel < 16; channel++)
+        if (held.pedals >> channel & 1)
+            out.Put(0, std::array<uint8_t, 3>{static_cast<uint8_t>(kController | channel), kSustain, 0});
+    held = {};
+}
+
+void MidiPart::ReleaseClips(MidiBlock& out) {
+    Lift(m_byClips, out);
     m_expected = -1;
+}
+
+void MidiPart::Release(MidiBlock& out) {
+    ReleaseClips(out);
+    Lift(m_byHand, out);
 }
 
 // Programs, controllers and pitch as they are at a place that was jumped to.
 void MidiPart::Chase(int64_t frame, MidiBlock& out) {
-    const auto at = std::ranges::lower_bound(m_moments, frame, {}, &MidiMoment::frame);
-    m_next = static_cast<size_t>(at - m_moments.begin());
+    const auto at = std::ranges::lower_bound(*m_moments, frame, {}, &MidiMoment::frame);
+    m_next = static_cast<size_t>(at - m_moments->begin());
     std::array<std::array<const MidiMoment*, 128>, 16> controllers{};
     std::array<std::array<const MidiMoment*, 8>, 16> others{};
     for (size_t i = 0; i < m_next; i++) {
-        const MidiMoment& m = m_moments[i];
+        const MidiMoment& m = (*m_moments)[i];
         const uint8_t channel = m.bytes[0] & 15, kind = m.bytes[0] >> 4 & 7;
         if (IsNote(m)) continue;
         if ((m.bytes[0] & 0xF0) == kController)
@@ -62,16 +72,30 @@ void MidiPart::Chase(int64_t frame, MidiBlock& out) {
             others[channel][kind] = &m;
     }
     for (size_t channel = 0; channel < 16; channel++) {
-        for (const MidiMoment* m : controllers[channel])
-            if (m) Emit(0, *m, out);
-        for (const MidiMoment* m : others[channel])
-            if (m) Emit(0, *m, out);
+        const auto emit = [&](const MidiMoment* m) {
+            if (m) Emit(0, std::span(m->bytes).first(m->size), false, m_byClips, out);
+        };
+        std::ranges::for_each(controllers[channel], emit);
+        std::ranges::for_each(others[channel], emit);
     }
 }
 
-void MidiPart::Emit(uint32_t at, const MidiMoment& moment, MidiBlock& out) {
-    std::array<uint8_t, 3> bytes{Status(moment.bytes[0]), moment.bytes[1], moment.bytes[2]};
-    out.Put(at, std::span(bytes).first(moment.size));
+void MidiPart::Emit(uint32_t at, std::span<const uint8_t> message, bool silent, Held& held, MidiBlock& out) {
+    std::array<uint8_t, 3> bytes{Status(message[0]), message[1],
+                                 message.size() > 2 ? message[2] : uint8_t{0}};
+    const size_t channel = bytes[0] & 15;
+    const uint8_t kind = bytes[0] & 0xF0;
+    if (kind == kNoteOn || kind == kNoteOff) {
+        const bool begins = kind == kNoteOn && bytes[2] > 0;
+        if (begins && silent) return;
+        held.keys[channel * 128 + bytes[1]] = begins;
+        if (begins) m_level = std::max(m_level, static_cast<float>(bytes[2]) / 127.0f);
+    }
+    if (kind == kController && bytes[1] == kSustain) {
+        const auto bit = static_cast<uint16_t>(1u << channel);
+        held.pedals = static_cast<uint16_t>(bytes[2] >= 64 ? held.pedals | bit : held.pedals & ~bit);
+    }
+    out.Put(at, std::span(bytes).first(message.size()));
 }
 
 void MidiPart::SendFaders(const StripSettings& settings, MidiBlock& out) {
@@ -86,30 +110,52 @@ void MidiPart::SendFaders(const StripSettings& settings, MidiBlock& out) {
     m_pan = pan;
 }
 
-void MidiPart::Play(bool playing, int64_t frame, size_t n, const StripSettings& settings, MidiBlock& out) {
-    if (!playing) return Release(out);
-    if (frame != m_expected) {
-        Release(out);
+void MidiPart::PlayLive(const StripSettings& settings, size_t n, const LiveWindow& window, MidiBlock& out) {
+    const bool silent = settings.mute || !settings.heard;
+    if (silent && m_byHand.keys.any()) Lift(m_byHand, out);
+    const auto last = static_cast<double>(window.offset + n);
+    // By rounding the end of the chunk may lie a little beside the block's.
+    const auto until =
+        std::min(window.end, window.begin + static_cast<ClockTime>(std::ceil(last / window.framesANano)));
+    LiveMidiEvent event;
+    while (m_live->Take(until, event)) {
+        const double frame = static_cast<double>(event.when - window.begin) * window.framesANano -
+                             static_cast<double>(window.offset);
+        const auto at = static_cast<uint32_t>(std::clamp(frame, 0.0, static_cast<double>(n - 1)));
+        const uint32_t channel = 1u << (Status(event.bytes[0]) & 15);
+        if (!(m_channels & channel)) {
+            m_channels |= channel;
+            m_volume = 127;  // as far as this channel knows
+            m_pan = 64;
+            SendFaders(settings, out);
+        }
+        Emit(at, std::span(event.bytes).first(event.size), silent, m_byHand, out);
+    }
+}
+
+void MidiPart::Play(bool playing, int64_t frame, size_t n, const StripSettings& settings,
+                    const LiveWindow& window, MidiBlock& out) {
+    const bool silent = settings.mute || !settings.heard;
+    if (playing && frame != m_expected) {
+        ReleaseClips(out);
         Chase(frame, out);
         m_volume = 127;
         m_pan = 64;
     }
-    SendFaders(settings, out);
-    const bool silent = settings.mute || !settings.heard;
-    const int64_t end = frame + static_cast<int64_t>(n);
-    if (silent && m_held.any()) Release(out);
-    for (; m_next < m_moments.size() && m_moments[m_next].frame < end; m_next++) {
-        const MidiMoment& m = m_moments[m_next];
-        const auto at = static_cast<uint32_t>(m.frame - frame);
-        if (IsNote(m)) {
-            const bool begins = (m.bytes[0] & 0xF0) == kNoteOn && m.bytes[2] > 0;
-            if (begins && silent) continue;
-            m_held[static_cast<size_t>(Status(m.bytes[0]) & 15) * 128 + m.bytes[1]] = begins;
-            if (begins) m_level = std::max(m_level, static_cast<float>(m.bytes[2]) / 127.0f);
+    if (playing || m_live) SendFaders(settings, out);
+    if (m_live && window.framesANano > 0) PlayLive(settings, n, window, out);
+    if (playing) {
+        const int64_t end = frame + static_cast<int64_t>(n);
+        if (silent && m_byClips.keys.any()) Lift(m_byClips, out);
+        for (; m_next < m_moments->size() && (*m_moments)[m_next].frame < end; m_next++) {
+            const MidiMoment& m = (*m_moments)[m_next];
+            Emit(static_cast<uint32_t>(m.frame - frame), std::span(m.bytes).first(m.size), silent, m_byClips,
+                 out);
         }
-        Emit(at, m, out);
+        m_expected = end;
+    } else if (m_expected >= 0) {
+        ReleaseClips(out);
     }
-    m_expected = end;
 }
 
 }  // namespace host

@@ -97,6 +97,7 @@ private:
         for (size_t k = 0; c.kind == ChannelKind::Synth && k < m_channels.size(); k++)
             if (m_parts[k].midi && m_channels[k].output == c.id)
                 node.midi.push_back({m_parts[k].midi, m_parts[k].strip, m_parts[k].lanes});
+        node.left = m_parts[i].left;
         FillEffectLanes(node, m_parts[i]);
     }
 

@@ -20,8 +20,10 @@ namespace host {
 /// What a channel brings along from graph to graph.
 struct ChannelPart {
     std::shared_ptr<ChannelStrip> strip{};
-    std::shared_ptr<TrackStream> stream{};        ///< null for what has no clips
-    std::shared_ptr<MidiPart> midi{};             ///< of a MIDI track
+    std::shared_ptr<TrackStream> stream{};  ///< null for what has no clips
+    std::shared_ptr<MidiPart> midi{};       ///< of a MIDI track
+    /// Of a soft synth: those that have fed it and do not any more, whose notes must end.
+    std::vector<std::shared_ptr<MidiPart>> left{};
     std::shared_ptr<const ChannelLanes> lanes{};  ///< null where no curve is read
     std::map<SubId, std::shared_ptr<EffectSlot>> effects{};
     std::map<SubId, std::shared_ptr<SendStrip>> sends{};

@@ -14,6 +14,9 @@ std::string NameOf(const Channel& channel) {
 
 const std::string& NameOf(const Insert& insert) { return insert.name.empty() ? insert.uri : insert.name; }
 
+/// Parts that a soft synth is told to end the notes of.
+constexpr std::ptrdiff_t kMostLeft = 16;
+
 template <class F>
 void EachInsert(const Channel& channel, F f) {
     if (channel.instrument) f(*channel.instrument);
@@ -44,6 +47,7 @@ std::unique_ptr<MixGraph> MixModel::Build(const Session& session, const std::fil
         entry.part.sends = std::move(sends);
     }
     m_entries = std::move(entries);
+    TakeFeeders(session);
     for (const Channel& listener : session.channels) {
         if (listener.input.source != InputSource::Channel) continue;
         auto& strip = m_entries.at(listener.input.channel).part.listeners[listener.id];
@@ -68,18 +72,54 @@ std::unique_ptr<MixGraph> MixModel::MakeGraph(const Session& session, bool withP
 void MixModel::TakeClips(Entry& entry, const Channel& channel, const std::filesystem::path& folder) {
     std::vector<Clip> clips = channel.clips;
     for (Clip& clip : clips) clip.file = (folder / clip.file).lexically_normal().string();
-    const bool midi = channel.kind == ChannelKind::MidiTrack;
-    if (entry.clips == clips && (!midi || (entry.part.midi && entry.midiChannel == channel.midi_channel)))
-        return;
+    const bool same = entry.clips == clips;
     entry.clips = std::move(clips);
-    entry.midiChannel = channel.midi_channel;
+    if (channel.kind == ChannelKind::MidiTrack) return TakeMidi(entry, channel, folder, !same);
+    if (same) return;
     entry.part.stream.reset();
-    if (midi)
-        entry.part.midi = std::make_shared<MidiPart>(
-            ReadMidiClips(channel.clips, folder, m_sampleRate, m_problems), channel.midi_channel);
-    else if (!channel.clips.empty())
+    if (!channel.clips.empty())
         entry.part.stream = std::make_shared<TrackStream>(
             std::make_unique<ClipPlayer>(channel.clips, folder, m_sampleRate, m_problems), m_sampleRate);
+}
+
+// A part belongs to one instrument and one list of events: what it has sounding there is its own to end.
+void MixModel::TakeMidi(Entry& entry, const Channel& channel, const std::filesystem::path& folder,
+                        bool newClips) {
+    const Entry::MidiWay way{channel.midi_channel, channel.output, IsPlayedOn(channel)};
+    if (newClips || !entry.moments)
+        entry.moments = std::make_shared<const std::vector<MidiMoment>>(
+            ReadMidiClips(channel.clips, folder, m_sampleRate, m_problems));
+    else if (entry.part.midi && entry.midiWay == way)
+        return;
+    entry.midiWay = way;
+    if (way.live && !entry.live) entry.live = std::make_shared<LiveMidi>();
+    entry.part.midi = std::make_shared<MidiPart>(entry.moments, way.channel, way.live ? entry.live : nullptr);
+}
+
+void MixModel::TakeFeeders(const Session& session) {
+    for (const Channel& synth : session.channels) {
+        if (synth.kind != ChannelKind::Synth) continue;
+        std::vector<std::shared_ptr<MidiPart>> now;
+        for (const Channel& track : session.channels)
+            if (const auto& part = m_entries.at(track.id).part.midi; part && track.output == synth.id)
+                now.push_back(part);
+        Entry& entry = m_entries.at(synth.id);
+        // For longer than the next graph: the audio thread may pass over some.
+        auto& left = entry.part.left;
+        for (const auto& part : entry.feeders)
+            if (std::ranges::find(now, part) == now.end()) left.push_back(part);
+        if (std::ssize(left) > kMostLeft) left.erase(left.begin(), left.end() - kMostLeft);
+        entry.feeders = std::move(now);
+    }
+}
+
+std::vector<LiveMidiRouter::Listener> MixModel::Listeners(const Session& session) const {
+    std::vector<LiveMidiRouter::Listener> listeners;
+    for (const Channel& channel : session.channels)
+        if (IsPlayedOn(channel))
+            listeners.push_back(
+                {channel.input.midi_port, channel.input.midi_channel, m_entries.at(channel.id).live});
+    return listeners;
 }
 
 void MixModel::TakeEffects(Entry& entry, const Channel& channel, size_t sides) {
@@ -230,6 +270,9 @@ std::vector<std::string> MixModel::Faults() const {
         if (slot.Failed())
             faults.push_back(who + " gives what is no sound, and is silent until it is bypassed or reset");
         if (slot.LatencyIsAbsurd()) faults.push_back(who + " claims a latency that is not made up for");
+        if (const std::string complaint = slot.Face() ? slot.Face()->Complaint() : std::string();
+            !complaint.empty())
+            faults.push_back(who + ": " + complaint);
     });
     return faults;
 }

@@ -35,6 +35,9 @@ public:
     /// Takes over all settings of faders, switches, sends and bypasses of every channel it knows.
     void SetLevels(const std::vector<Channel>& channels);
 
+    /// The MIDI tracks of the session that is built that are played on.
+    std::vector<LiveMidiRouter::Listener> Listeners(const Session& session) const;
+
     /// Streams of all tracks that have clips.
     std::vector<std::shared_ptr<TrackStream>> Streams() const;
 
@@ -70,11 +73,23 @@ private:
         std::vector<Clip> clips;  ///< with the files' whole paths
         AutomationMode mode = AutomationMode::Off;
         std::vector<AutomationCurve> curves;
-        uint32_t midiChannel = 0;
+        /// What makes a MIDI part another one.
+        struct MidiWay {
+            uint32_t channel = 0;
+            ChannelId output = kNoChannel;
+            bool live = false;
+            friend bool operator==(const MidiWay&, const MidiWay&) = default;
+        };
+        MidiWay midiWay;
+        MidiPart::Moments moments;
+        std::shared_ptr<LiveMidi> live;                  ///< of a MIDI track that is played on, or was
+        std::vector<std::shared_ptr<MidiPart>> feeders;  ///< of a soft synth
         std::map<SubId, Known> effects;
     };
 
     void TakeClips(Entry& entry, const Channel& channel, const std::filesystem::path& folder);
+    void TakeMidi(Entry& entry, const Channel& channel, const std::filesystem::path& folder, bool newClips);
+    void TakeFeeders(const Session& session);
     void TakeEffects(Entry& entry, const Channel& channel, size_t sides);
     void TakeAutomation(Entry& entry, const Channel& channel);
     std::shared_ptr<EffectSlot> MakeSlot(const Channel& channel, const Insert& insert, size_t sides);

@@ -161,29 +161,26 @@ void MixNode::PassSilence(const Block& block) {
 void MixNode::PlayInstrument(const Block& block, MixBuffer& buffer) {
     MidiBlock events;
     const int64_t frame = block.FrameBehind(0);
+    for (const auto& part : left) part->Release(events);
     for (NodeMidi& track : midi) {
         track.strip->Refresh();
         StripSettings settings = track.strip->settings;
         if (track.lanes && block.Playing())
             for (const auto& lane : track.lanes->strip)
                 if (!lane->ByHand()) Override(settings, lane->Target(), lane->At(frame));
-        track.part->Play(block.Playing(), frame, block.n, settings, events);
+        track.part->Play(block.Playing(), frame, block.n, settings, block.place.live, events);
         const float level = track.part->TakeLevel();
         for (size_t s = 0; s < kStereoSides; s++) track.strip->levels[s].peak = level;
     }
     if (!instrument.slot) return;
-    const EffectTime time{frame, block.Playing(), block.tempo,
-                          static_cast<double>(frame) / block.sampleRate * block.tempo / 60};
-    instrument.slot->Process(buffer.Sides().data(), block.n, *instrument.dry, events.Events(), time);
+    instrument.slot->Process(buffer.Sides().data(), block.n, *instrument.dry, events.Events(),
+                             block.TimeBehind(0));
 }
 
 void MixNode::RunInserts(std::vector<NodeInsert>& inserts, const Block& block, MixBuffer& buffer,
                          size_t late) {
     for (NodeInsert& insert : inserts) {
-        const int64_t frame = block.FrameBehind(late);
-        const EffectTime time{frame, block.Playing(), block.tempo,
-                              static_cast<double>(frame) / block.sampleRate * block.tempo / 60};
-        insert.slot->Process(buffer.Sides().data(), block.n, *insert.dry, {}, time);
+        insert.slot->Process(buffer.Sides().data(), block.n, *insert.dry, {}, block.TimeBehind(late));
         late += insert.dry->Frames();
     }
 }

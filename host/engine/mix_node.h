@@ -22,6 +22,8 @@ struct StreamPlace {
     int64_t at = 0;  ///< frame of the plan, kept when playing ends
     PlayPlan plan{};
     std::span<const float* const> recorded{};
+    LiveWindow live{};
+    bool offline = false;  ///< nobody listens yet, and effects may take their time
 };
 
 /// A chunk of a channel's or a bus's sound.
@@ -72,6 +74,7 @@ struct MixNode {
     uint32_t firstInput = 0, inputStep = 1;  ///< of what the device records; step 0 is mono
     std::vector<MixBuffer*> inputs;          ///< what others have left for it
     std::vector<NodeMidi> midi;
+    std::vector<std::shared_ptr<MidiPart>> left;  ///< that fed the instrument before
     NodeInsert instrument;
     std::vector<NodeInsert> before, behind;  ///< the fader
     NodeRoute output;
@@ -99,6 +102,11 @@ private:
         /// Of the project, what sounds where things are so many frames late.
         int64_t FrameBehind(size_t latency) const {
             return place.plan.ProjectFrame(std::max<int64_t>(0, place.at - static_cast<int64_t>(latency)));
+        }
+        EffectTime TimeBehind(size_t latency) const {
+            const int64_t frame = FrameBehind(latency);
+            const double seconds = static_cast<double>(frame) / sampleRate;
+            return {frame, Playing(), tempo, seconds * tempo / 60, place.offline};
         }
     };
 

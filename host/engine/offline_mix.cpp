@@ -37,7 +37,8 @@ void OfflineMix::MixChunk(float* const* sides, size_t n) {
             if (m_streams[i]->Ahead(kRing) < static_cast<int64_t>(kFillFrames))
                 m_streams[i]->Fill(kRing, m_plan, kFillFrames);
         });
-    m_graph->Mix({m_plan.serial, kRing, m_at, m_plan, {}}, n, sides, m_pool);
+    m_graph->Mix({.serial = m_plan.serial, .ring = kRing, .at = m_at, .plan = m_plan, .offline = true}, n,
+                 sides, m_pool);
     m_at += static_cast<int64_t>(n);
 }
 

@@ -3,7 +3,6 @@
 #include "host/engine/denormals.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace host {
@@ -48,7 +47,7 @@ MixGraph* Player::AcquireGraph() {
 }
 
 bool Player::MixChunk(MixGraph* graph, const PlayHead::Step& step, std::span<const float* const> inputs,
-                      std::span<float* const> outputs, size_t done) {
+                      std::span<float* const> outputs, size_t done, const LiveWindow& live) {
     std::array<const float*, kMaxDeviceInputs> recorded;
     const size_t count = std::min(inputs.size(), recorded.size());
     for (size_t i = 0; i < count; i++) recorded[i] = inputs[i] + done;
@@ -60,8 +59,12 @@ bool Player::MixChunk(MixGraph* graph, const PlayHead::Step& step, std::span<con
         for (float* side : chunk) std::fill_n(side, step.n, 0.0f);
         return true;
     }
-    const StreamPlace place{step.playing ? step.plan.plan.serial : 0, step.plan.ring, step.at, step.plan.plan,
-                            std::span(recorded.data(), count)};
+    const StreamPlace place{.serial = step.playing ? step.plan.plan.serial : 0,
+                            .ring = step.plan.ring,
+                            .at = step.at,
+                            .plan = step.plan.plan,
+                            .recorded = std::span(recorded.data(), count),
+                            .live = live};
     const auto mix = m_mix.Sides();
     const bool intime = graph->Mix(place, step.n, mix.data(), m_pool);
     m_monitor.Process(mix.data(), graph->Sides(), chunk, step.n);
@@ -72,8 +75,10 @@ bool Player::MixChunk(MixGraph* graph, const PlayHead::Step& step, std::span<con
 }
 
 void Player::Render(std::span<const float* const> inputs, std::span<float* const> outputs, size_t n) {
-    using Clock = std::chrono::steady_clock;
-    const auto begin = Clock::now();
+    const ClockTime begin = ClockNow();
+    constexpr double nanos = 1e9;
+    LiveWindow live{m_blockBegan, begin, 0, m_sampleRate / nanos};
+    m_blockBegan = begin;
     const FlushDenormals flush;
     if (!std::exchange(m_followed, true)) m_pool.FollowPriority();
     MixGraph* graph = AcquireGraph();
@@ -84,7 +89,8 @@ void Player::Render(std::span<const float* const> inputs, std::span<float* const
         const MixPool::Stretch stretch(m_pool, help);
         for (size_t done = 0; done < n;) {
             const PlayHead::Step step = m_head.Next(std::min(m_head.ToWholeChunk(), n - done));
-            intime &= MixChunk(graph, step, inputs, outputs, done);
+            live.offset = done;
+            intime &= MixChunk(graph, step, inputs, outputs, done, live);
             m_head.Advance(step);
             done += step.n;
         }
@@ -93,7 +99,7 @@ void Player::Render(std::span<const float* const> inputs, std::span<float* const
     if (!intime) m_underruns.fetch_add(1, std::memory_order_relaxed);
 
     const double block = static_cast<double>(n) / m_sampleRate;
-    const double share = std::chrono::duration<double>(Clock::now() - begin).count() / block;
+    const double share = static_cast<double>(ClockNow() - begin) / nanos / block;
     const double load = m_load.load(std::memory_order_relaxed);
     m_load.store(load + (share - load) * std::min(1.0, block), std::memory_order_relaxed);
 }

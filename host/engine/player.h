@@ -38,13 +38,14 @@ public:
 private:
     MixGraph* AcquireGraph();
     bool MixChunk(MixGraph* graph, const PlayHead::Step& step, std::span<const float* const> inputs,
-                  std::span<float* const> outputs, size_t done);
+                  std::span<float* const> outputs, size_t done, const LiveWindow& live);
 
     const int m_sampleRate;
     PlayHead m_head;
     MonitorStage m_monitor;
     MixPool m_pool;
-    bool m_followed = false;  ///< the pool has the audio thread's priority
+    bool m_followed = false;     ///< the pool has the audio thread's priority
+    ClockTime m_blockBegan = 0;  ///< the last one
     MixBuffer m_mix{};
     std::vector<std::unique_ptr<MixGraph>>
         m_graphs;  ///< the current one last, before it those not reclaimed yet

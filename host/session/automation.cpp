@@ -160,7 +160,8 @@ std::vector<AutomationPoint> Thinned(std::span<const AutomationPoint> points, do
     return kept;
 }
 
-void WriteStretch(Channel& channel, const AutomationKey& key, std::span<const AutomationPoint> stretch) {
+void WriteStretch(Channel& channel, const AutomationKey& key, std::span<const AutomationPoint> stretch,
+                  std::optional<double> before) {
     if (stretch.empty()) return;
     const TargetTraits& traits = TraitsOf(key.target);
     double bound = traits.bound;
@@ -171,8 +172,12 @@ void WriteStretch(Channel& channel, const AutomationKey& key, std::span<const Au
     std::vector<AutomationPoint> fresh = Thinned(stretch, bound, traits.steps);
     auto at = std::ranges::find(channel.automation, key, &AutomationCurve::key);
     if (at == channel.automation.end()) {
-        channel.automation.push_back({key, std::move(fresh)});
-        return;
+        if (!before) {
+            channel.automation.push_back({key, std::move(fresh)});
+            return;
+        }
+        channel.automation.push_back({key, {{0, *before}}});
+        at = channel.automation.end() - 1;
     }
     const double begin = fresh.front().seconds, end = fresh.back().seconds;
     std::vector<AutomationPoint> points;

@@ -4,6 +4,7 @@
 
 #include "host/session/channel.h"
 
+#include <optional>
 #include <span>
 
 namespace host {
@@ -41,7 +42,9 @@ std::vector<AutomationPoint> Thinned(std::span<const AutomationPoint> points, do
 
 /// Puts a stretch that was written by hand into the channel's curve with this key, or makes one: what lay
 /// between its first and its last point is gone, and what lies outside is as it was. Points of the stretch
-/// rise in time. The stretch is thinned by the target's bound.
-void WriteStretch(Channel& channel, const AutomationKey& key, std::span<const AutomationPoint> stretch);
+/// rise in time. The stretch is thinned by the target's bound. Around the first one of a curve it is as
+/// `before`, where that is known.
+void WriteStretch(Channel& channel, const AutomationKey& key, std::span<const AutomationPoint> stretch,
+                  std::optional<double> before = {});
 
 }  // namespace host

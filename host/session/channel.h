@@ -221,6 +221,11 @@ const Insert* FindInsert(const Channel& channel, SubId id);
 Insert* FindInsert(Channel& channel, SubId id);
 const Send* FindSend(const Channel& channel, SubId id);
 Send* FindSend(Channel& channel, SubId id);
+/// A MIDI track that plays what comes in from its ports.
+inline bool IsPlayedOn(const Channel& channel) {
+    return channel.kind == ChannelKind::MidiTrack && (channel.arm || channel.monitor) &&
+           channel.input.source == InputSource::Device;
+}
 /// An id for a new send or effect.
 SubId FreeSub(const Channel& channel);
 

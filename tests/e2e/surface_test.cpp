@@ -244,6 +244,28 @@ TEST_P(SurfaceOnACable, AMotorFaderMovesTheMixAndTheMixMovesIt) {
 INSTANTIATE_TEST_SUITE_P(Over, SurfaceOnACable, testing::Values("bytes", "jack"),
                          [](const auto& cable) { return std::string(cable.param); });
 
+TEST_F(Surface, AKeyboardPlaysTheTrackThatListensAndNoOther) {
+    Open();
+    auto& bytes = dynamic_cast<BytesCable&>(*cable);
+    const ChannelId synth = project->AddChannel(ChannelKind::Synth, "Piano");
+    const ChannelId keys = project->AddChannel(ChannelKind::MidiTrack, "Keys");
+    const auto peak = [&] {
+        for (const ChannelReport& row : project->Report())
+            if (row.channel.id == keys) return row.peakDb[0];
+        return 0.0;
+    };
+    EXPECT_FALSE(bytes.IsOpen());
+    project->EditChannel(keys, [synth](Channel& c) {
+        c.output = synth;
+        c.monitor = true;
+    });
+    ASSERT_TRUE(PageDriver::Until([&] { return bytes.IsOpen(); }));
+    cable->Send({0x90, 60, 127});
+    EXPECT_TRUE(PageDriver::Until([&] { return peak() > -1; }));
+    project->EditChannel(keys, [](Channel& c) { c.monitor = false; });
+    EXPECT_TRUE(PageDriver::Until([&] { return !bytes.IsOpen(); }));
+}
+
 TEST_F(Surface, AFaderWithoutAMotorWaitsForTheValueAndBanksMoveWithoutAJump) {
     Open();
     Load("Eight faders, controllers 1 to 8");

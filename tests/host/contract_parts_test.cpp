@@ -2,8 +2,10 @@
 #include "host/contract/automation_writer.h"
 #include "host/contract/effect_catalog.h"
 #include "host/contract/project.h"
+#include "host/contract/undo_list.h"
 #include "tests/host/engine_fixture.h"
 #include "tests/host/test_effects.h"
+#include "tests/support/eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -202,6 +204,12 @@ TEST_F(ContractParts, EffectsByClassMovedBypassedAndTakenOut) {
         List({track, nullptr, gain.sub, nullptr}, LEVEL_PARAMETER, 0);
     ASSERT_EQ(parameters.size(), 1u);
     const MPCHANNELID parameter{track, gain.sub, parameters[0].sub >> 32};
+    rec.automation = AUTOMATION_LATCH;
+    EXPECT_EQ(Set({track, 0, 0}, MASK_AUTOMATION, rec), S_OK);
+    EXPECT_EQ(Got(parameter, MASK_AUTOMATION).automation, AUTOMATION_LATCH);
+    rec = Got({track, 0, 0}, MASK_ALL);
+    EXPECT_EQ(rec.effectParam, 2u) << "the whole record has the chain";
+    CoTaskMemFree(rec.name);
     rec = Got(parameter, MASK_VOLUME);
     rec.volume = (rec.aux + rec.insertLevel) / 2;
     EXPECT_EQ(Set(parameter, MASK_VOLUME, rec), S_OK);
@@ -322,6 +330,158 @@ TEST_F(ContractParts, ModesMonitoringAndCommandsAreKept) {
     commands.action = COMMANDS_UNREGISTER;
     EXPECT_EQ(store->SetProperty(&MPPROP_COMMANDS, 0, sizeof commands, &commands), S_OK);
     EXPECT_TRUE(project.Commands().empty());
+}
+
+// A hand at a console while it plays, and the same sound without it.
+TEST(Automation, WhatAHandHasDonePlaysAgain) {
+    for (const uint32_t mode : {AUTOMATION_TOUCH_MODE, AUTOMATION_LATCH}) {
+        const test::TempFolder folder;
+        test::WriteWave(folder / "10.wav", 48000, 2, 48000, [](int64_t, int) { return 0.25f; });
+        SaveSession(test::TracksSession({10}, 1), folder / "hand.tarn");
+        test::HandDevice* device = nullptr;
+        EngineOptions options;
+        options.openDevice = [&](const DeviceWish& wish) {
+            auto made = std::make_unique<test::HandDevice>(wish);
+            device = made.get();
+            return made;
+        };
+        Project project(options);
+        project.Open(folder / "hand.tarn");
+        ComPtr<IMPCtrlChannels> channels;
+        project.PluginHost()->QueryInterface(IID_IMPCtrlChannels, channels.OutVoid());
+        const MPCHANNELID track{10, 0, 0};
+        const auto set = [&](uint32_t mask, uint32_t automation, float volume) {
+            MPCHANNELREC rec{};
+            rec.automation = automation;
+            rec.volume = rec.linkedVolume = volume;
+            rec.pairSelector = SPEAKER_FRONT;
+            EXPECT_EQ(channels->Set(&track, LEVEL_CHANNEL, &rec, mask), S_OK);
+        };
+        set(MASK_AUTOMATION, mode, 0);
+        std::vector<float> left(48000), right(48000);
+        // The host looks at what hands do between blocks, however fast they come.
+        const auto play = [&](const std::function<void(int)>& hand) {
+            project.Locate(0);
+            project.Play();
+            for (int block = 0; block < 90; block++) {
+                hand(block);
+                const auto ready = [&] {
+                    const EngineStatus status = project.Status().engine;
+                    return !status.reading && status.readAhead.value_or(1) > 0.02;
+                };
+                EXPECT_TRUE(Eventually(ready));
+                device->Render(&left[static_cast<size_t>(block) * 512],
+                               &right[static_cast<size_t>(block) * 512], 512);
+                const uint64_t ticks = project.Status().meterTicks;
+                const auto looked = [&] { return project.Status().meterTicks > ticks + 1; };
+                EXPECT_TRUE(block % 5 != 4 || Eventually(looked));
+            }
+            project.Stop();
+            device->Render(left.data() + 47000, right.data() + 47000, 512);
+            return left;
+        };
+        const std::vector<float> first = play([&](int block) {
+            if (block == 20) set(MASK_AUTOMATION | MASK_VOLUME, AUTOMATION_TOUCH, 0.5f);
+            if (block == 40) set(MASK_AUTOMATION | MASK_VOLUME, AUTOMATION_TOUCH, 0.25f);
+            if (block == 60) set(MASK_AUTOMATION | MASK_VOLUME, 0, 0.25f);
+        });
+        EXPECT_TRUE(Eventually([&] { return !FindChannel(project.Snapshot(), 10)->automation.empty(); }));
+        const std::vector<float> again = play([](int) {});
+        EXPECT_EQ(play([](int) {}), again);
+        EXPECT_NEAR(first[18 * 512], 0.25f, 1e-6f);
+        EXPECT_NEAR(first[35 * 512], 0.125f, 1e-6f);
+        EXPECT_NEAR(first[55 * 512], 0.0625f, 1e-6f);
+        for (const size_t block : {18, 35, 55, 85})
+            EXPECT_NEAR(again[block * 512], first[block * 512], 0.002f) << mode << " block " << block;
+    }
+}
+
+TEST_F(ContractParts, EditsAreTakenBackAndDoneAgain) {
+    const MPCHANNELID gain = InsertEffect(track, "urn:gain");
+    project.FindEffect(track, static_cast<SubId>(gain.sub))->SetValue(0, 2.5f);
+    SubId half = kNoSub;
+    const auto edit = [&](auto change) { return [this, change] { project.EditChannel(track, change); }; };
+    const std::pair<EditKind, std::function<void()>> rows[] = {
+        {EditKind::AddEffect, [&] { half = project.InsertEffect(track, "urn:half"); }},
+        {EditKind::MoveEffect, [&] { project.MoveEffect(track, half, 0); }},
+        {EditKind::RemoveEffect, [&] { project.RemovePart(track, static_cast<SubId>(gain.sub)); }},
+        {EditKind::AddSend, edit([this](Channel& c) { c.sends.push_back({.id = 77, .target = fx}); })},
+        {EditKind::Send, edit([](Channel& c) { c.sends[0].pre_fader = true; })},
+        {EditKind::Pan, edit([](Channel& c) { c.pan_model = PanModel::Film; })},
+        {EditKind::RenameChannel, [this] { project.RenameChannel(track, "Voice"); }},
+        {EditKind::Automation, edit([](Channel& c) {
+             c.automation = {{{}, {{0, -6}}}};
+         })},
+        {EditKind::AddChannel, [this] { project.AddChannel(ChannelKind::AudioTrack, "New"); }},
+        {EditKind::MoveChannel, [this] { project.MoveChannel(track, 1); }},
+        {EditKind::RemoveChannel, [this] { project.RemoveChannel(fx); }},
+        {EditKind::RemoveChannel, [this] { project.RemoveChannel(track); }},
+    };
+    std::vector<std::vector<Channel>> states = {project.Snapshot().channels};
+    const auto bare = [](std::vector<Channel> list) {
+        for (Channel& channel : list)
+            for (Insert& insert : channel.inserts) insert.state.clear();
+        return list;
+    };
+    for (const auto& [kind, run] : rows) {
+        run();
+        EXPECT_EQ(project.NextUndo(), kind) << states.size();
+        states.push_back(project.Snapshot().channels);
+    }
+    EXPECT_FALSE(project.Redo());
+    for (size_t round = 0; round < 2; round++) {
+        Take();
+        for (size_t i = std::size(rows); i-- > 0;) {
+            ASSERT_EQ(project.NextUndo(), rows[i].first);
+            ASSERT_TRUE(project.Undo());
+            ASSERT_EQ(bare(project.Snapshot().channels), bare(states[i])) << i;
+        }
+        const std::vector<Heard> told = Take();
+        EXPECT_NE(std::ranges::find(told, Heard{CHANGE_ADDED, 1, KIND_FX}), told.end());
+        EXPECT_EQ(project.FindEffect(track, static_cast<SubId>(gain.sub))->Value(0), 2.5f)
+            << "an effect comes back as it was set";
+        for (size_t i = 0; i < std::size(rows); i++) {
+            ASSERT_TRUE(project.Redo());
+            ASSERT_EQ(bare(project.Snapshot().channels), bare(states[i + 1])) << i;
+        }
+    }
+    project.Undo();
+    project.RenameChannel(track, "Other");
+    EXPECT_EQ(project.NextRedo(), std::nullopt) << "another way was taken";
+    project.New();
+    EXPECT_FALSE(project.Undo()) << "another document";
+}
+
+TEST(UndoList, AMoveIsOneStepAndTheListIsBounded) {
+    using namespace std::chrono_literals;
+    UndoList list;
+    UndoList::Clock::time_point now{};
+    const auto set = [&](ChannelId id, double from, double to, auto later, EditKind kind = EditKind::Volume) {
+        list.Record(
+            {.kind = kind, .before = {{.id = id, .fader_db = from}}, .after = {{.id = id, .fader_db = to}}},
+            now += later);
+    };
+    const auto steps = [&] {
+        size_t count = 0;
+        for (; list.Next(false); count++) list.Done(false);
+        return count;
+    };
+    set(1, 0, -1, 0ms);
+    set(2, 0, -2, 1ms);  // it takes another along
+    set(1, -1, -3, 900ms);
+    const std::vector<Channel> back = list.Changed(false, {{.id = 2, .selected = true}, {.id = 1}});
+    EXPECT_EQ(back, (std::vector<Channel>{{.id = 2, .selected = true}, {.id = 1}}));
+    set(3, 0, -1, 100ms);                     // another hand
+    set(3, -1, -2, 2s);                       // rested
+    set(3, 0, 0, 1ms, EditKind::Switches);    // another kind
+    set(3, 0, 0, 100ms, EditKind::Switches);  // clicks are not moves
+    EXPECT_EQ(steps(), 5u);
+    for (size_t i = 0; i < 3 * UndoList::kMostSteps; i++) set(1, 0, -1, 2s);
+    EXPECT_EQ(steps(), UndoList::kMostSteps);
+    Channel heavy{.id = 1};
+    heavy.inserts.push_back({.state = std::string(UndoList::kMostBytes / 3, ' ')});
+    for (int i = 0; i < 5; i++) list.Record({.before = {{.id = 1}}, .after = {heavy}}, now += 2s);
+    EXPECT_EQ(steps(), 2u);
 }
 
 TEST(AutomationWriter, WritesWhatTheModeSays) {

@@ -3,6 +3,7 @@
 #include "host/contract/project.h"
 #include "host/contract/time.h"
 #include "tests/host/engine_fixture.h"
+#include "tests/support/eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -295,6 +296,27 @@ TEST_F(Contract, TransportAndTimesThroughTheProperties) {
     EXPECT_EQ(bits, 0u);
     range.end = 0;
     EXPECT_EQ(store->SetProperty(&MPPROP_RANGE, 0, sizeof range, &range), E_INVALIDARG);
+
+    MPJOG jog{};
+    jog.size = sizeof jog;
+    jog.format = TIMEFORMAT_NANO;
+    jog.position = kNanoRate;
+    jog.step = kNanoRate / 2;
+    EXPECT_EQ(store->SetProperty(&MPPROP_JOG, 0, sizeof jog, &jog), S_OK);
+    EXPECT_EQ(store->GetProperty(&MPPROP_JOG, 0, 0, sizeof jog, &jog), S_OK);
+    EXPECT_EQ(jog.position, kNanoRate * 3 / 2);
+    MPSHUTTLE shuttle{};
+    shuttle.size = sizeof shuttle;
+    shuttle.speed = -8;
+    EXPECT_EQ(store->SetProperty(&MPPROP_SHUTTLE, 0, sizeof shuttle, &shuttle), S_OK);
+    EXPECT_TRUE(Eventually([&] { return project.Transport().seconds == 0; })) << "back, and no further";
+    bits = TRANSPORT_PLAYING;
+    store->SetProperty(&MPPROP_TRANSPORT, 0, 4, &bits);
+    EXPECT_EQ(store->GetProperty(&MPPROP_SHUTTLE, 0, 0, sizeof shuttle, &shuttle), S_OK);
+    EXPECT_EQ(shuttle.speed, 0) << "playing ends it";
+    project.Stop();
+    shuttle.speed = NAN;
+    EXPECT_EQ(store->SetProperty(&MPPROP_SHUTTLE, 0, sizeof shuttle, &shuttle), E_INVALIDARG);
 
     ComPtr<IMPTimeConverter> times;
     project.PluginHost()->QueryInterface(IID_IMPTimeConverter, times.OutVoid());

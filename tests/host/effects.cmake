@@ -9,7 +9,9 @@ tarn_test(test-host-effects
   SOURCES
     effects/lv2_effect_test.cpp
     effects/lv2_library_test.cpp
-  LIBS tarn-host-effects tarn-host-libs
+    engine_fixture.cpp
+    test_session.cpp
+  LIBS tarn-host-demo tarn-host-effects tarn-host-engine tarn-host-libs
   DEFS
     FAULTY_LIBRARY="$<TARGET_FILE:test-plugin-faulty>"
     ABORTING_LIBRARY="$<TARGET_FILE:test-plugin-aborts_at_load>")

@@ -418,6 +418,67 @@ TEST_F(EngineMidi, NoNoteHangs) {
     s.channels[3].mute = true;
     engine->SetLevels(s.channels);
     EXPECT_EQ(engine.Pull(4800).left.back(), 0.0f) << "muted";
+    s.channels[3].mute = false;
+    s.channels.push_back(
+        {.id = 52, .kind = ChannelKind::Synth, .output = kMaster, .instrument = Insert{1, "urn:keys"}});
+    engine->SetLoop({});
+    engine->SetSession(s, folder.Path());
+    play(1.75);
+    EXPECT_EQ(last(), 0.5f);
+    s.channels[3].output = 52;
+    engine->SetSession(s, folder.Path());
+    EXPECT_EQ(last(), 0.0f) << "led elsewhere";
+}
+
+TEST_F(EngineMidi, WhatIsPlayedIsHeardWhereATrackListens) {
+    EngineOptions options;
+    options.effects = std::make_shared<TestEffects>();
+    HandEngine engine(options);
+    Session s = Keys();
+    Channel& track = s.channels[3];
+    track.input = {.source = InputSource::Device, .midi_port = "Keyboard", .midi_channel = 3};
+    const std::vector<uint8_t> down = {0x92, 60, 32}, up = {0x82, 60, 0};
+    const auto play = [&](const char* port, const std::vector<uint8_t>& bytes) {
+        engine->PlayLive(port, bytes);
+    };
+    const auto last = [&] {
+        engine.Pull(512);  // what came while it ran is heard with the next
+        return engine.Pull(1024).left.back();
+    };
+    engine->SetSession(s, folder.Path());
+    play("Keyboard", down);
+    EXPECT_EQ(last(), 0.0f) << "neither armed nor monitored";
+    track.arm = true;
+    engine->SetSession(s, folder.Path());
+    play("Other", down);
+    play("Keyboard", {0x91, 60, 32});
+    play("Keyboard", {0xF8, 0x92, 60});
+    play("Keyboard", {0x92, 60});
+    EXPECT_EQ(last(), 0.0f) << "another port, another channel, no whole message";
+    play("Keyboard", down);
+    EXPECT_EQ(last(), 0.25f);
+    engine->Locate(0.5);
+    engine->Play();
+    engine.WaitForDisk();
+    EXPECT_EQ(last(), 0.25f) << "while it plays, and across its start";
+    engine->Stop();
+    EXPECT_EQ(last(), 0.25f);
+    play("Keyboard", up);
+    EXPECT_EQ(last(), 0.0f);
+    for (bool Channel::*gone : {&Channel::mute, &Channel::arm}) {
+        play("Keyboard", down);
+        EXPECT_EQ(last(), 0.25f);
+        track.*gone = !(track.*gone);
+        engine->SetSession(s, folder.Path());
+        EXPECT_EQ(last(), 0.0f) << "muted, or no longer listening";
+        track.*gone = !(track.*gone);
+        engine->SetSession(s, folder.Path());
+    }
+    for (int i = 0; i < 5000; i++) play("Keyboard", i % 2 ? up : down);  // more than anybody takes
+    play("Keyboard", up);
+    last();
+    play("Keyboard", up);
+    EXPECT_EQ(last(), 0.0f);
 }
 
 TEST_F(EngineMidi, DamagedFilesAreRefusedOrPlayedButNeverMore) {
@@ -520,7 +581,14 @@ TEST_F(EngineRoute, EverythingIsEditedWhileItPlays) {
     options.blockFrames = 256;
     options.systemDevice = false;
     Engine engine(options);
-    const Session crowded = CrowdedSession(folder);
+    Session crowded = CrowdedSession(folder);
+    crowded.channels.push_back(
+        {.id = 300, .kind = ChannelKind::Synth, .output = kMaster, .instrument = Insert{1, "urn:keys"}});
+    crowded.channels.push_back({.id = 301,
+                                .kind = ChannelKind::MidiTrack,
+                                .output = 300,
+                                .arm = true,
+                                .input = {.source = InputSource::Device}});
     engine.SetSession(crowded, folder.Path());
     engine.Play();
     const AutomationKey volume{};
@@ -532,6 +600,10 @@ TEST_F(EngineRoute, EverythingIsEditedWhileItPlays) {
             c.sends.pop_back();
             c.fader_db = -i;
             s.mode = i % 16 == 15 ? ChannelMode::Surround51 : ChannelMode::Stereo;
+            c.pan_model = static_cast<PanModel>(i % kPanModels);
+            if (i % 4 == 0)
+                s.channels.push_back({.id = 900, .kind = ChannelKind::AudioBus, .output = kMaster});
+            if (i % 8 == 0) std::erase_if(s.channels, [&](const Channel& x) { return x.id == first + 7; });
             if (i % 4 == 0) engine.SetSession(s, folder.Path());
             engine.SetLevels(s.channels);
             engine.SetMonitoring({.dim = i % 2 == 0, .downmix = i % 3 == 0});
@@ -540,6 +612,7 @@ TEST_F(EngineRoute, EverythingIsEditedWhileItPlays) {
             engine.ResetEffect(200, 1);
             engine.SaveStates(s);
             if (i % 8 == 3) engine.Locate(0.1 * i / 8);
+            engine.PlayLive("Keyboard", std::array<uint8_t, 3>{0x90, 60, 64});
             engine.SetLoop({0.1, 0.4, i % 5 == 0});
             engine.TakeMeters();
             engine.Problems();

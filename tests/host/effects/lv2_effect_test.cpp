@@ -1,5 +1,7 @@
 // LV2 plug-ins of others as effects: what they are said to be, what goes in and comes out.
+#include "host/demo/midi_file.h"
 #include "tests/host/effects/bundles.h"
+#include "tests/host/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -78,6 +80,44 @@ TEST_F(Lv2EffectTest, AGainFollowsItsValue) {
     EXPECT_EQ(amp->Value(0), -20);
     amp->SetValue(0, 1e9f);
     EXPECT_EQ(amp->Value(0), amp->Parameters()[0].maximum);
+}
+
+// In a mix: a chain and an instrument, the same samples however they are asked for, and a state that lasts.
+TEST_F(Lv2EffectTest, EffectsOfOthersWorkInAMix) {
+    using namespace host::test;
+    const TempFolder folder;
+    WriteWave(folder / "10.wav", RATE, 2, RATE, [](int64_t i, int) { return Mark(i); });
+    std::ofstream(folder / "keys.mid")
+        << FormatMidi({.end = 960, .tracks = {{"", 0, 0, {{0, 480, 60, 100}}}}});
+    Session s = TracksSession({10}, 1);
+    const auto amp = Library().Make(AMP, RATE);
+    amp->SetValue(0, -20);
+    s.channels[2].inserts = {{1, AMP, "", false, false, amp->SaveState()}};
+    s.channels.push_back(
+        {.id = 20, .kind = ChannelKind::Synth, .output = kMaster, .instrument = Insert{1, PIANO}});
+    const Stereo dry = MixOffline(s, folder.Path(), RATE / 2, 512, {}, 0, {&Library(), 1});
+    for (size_t i = 0; i < dry.size(); i++)
+        ASSERT_NEAR(dry.left[i], Mark(static_cast<int64_t>(i)) * 0.1f, 1e-7f) << i;
+    s.channels.push_back(
+        {.id = 21, .kind = ChannelKind::MidiTrack, .output = 20, .clips = {{"keys.mid", 0.1, 0, 0.9, 0}}});
+    const Stereo mix = MixOffline(s, folder.Path(), RATE / 2, 512, {}, 0, {&Library(), 1});
+    EXPECT_EQ(mix, MixOffline(s, folder.Path(), RATE / 2, 100, {}, 0, {&Library(), 3}));
+    EXPECT_EQ(mix.left[4799], dry.left[4799]);
+    EXPECT_GT(std::abs(mix.left[6000] - dry.left[6000]), 0.0001f) << "the piano";
+
+    EngineOptions options;
+    options.effects = std::shared_ptr<EffectLibrary>(&Library(), [](EffectLibrary*) {});
+    HandEngine engine(options);
+    engine->SetSession(s, folder.Path());
+    engine->Play();
+    engine.WaitForDisk();
+    const Stereo live = engine.Pull(RATE / 2, 300);
+    EXPECT_EQ(live, mix) << "in real time";
+    engine->FindEffect(10, 1)->SetValue(0, 6);
+    Session saved = s;
+    engine->SaveStates(saved);
+    const Stereo louder = MixOffline(saved, folder.Path(), 4000, 512, {}, 0, {&Library(), 1});
+    EXPECT_NEAR(louder.left[3999], Mark(3999) * 1.995262f, 1e-5f);
 }
 
 TEST_F(Lv2EffectTest, AnInstrumentSoundsFromItsNoteOn) {

@@ -8,6 +8,8 @@
 
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 /// A file with more of them is reported up to here.
@@ -308,3 +310,5 @@ const char* NameOf(MediaContainer container) {
     default: return "unknown";
     }
 }
+
+}  // namespace tarn

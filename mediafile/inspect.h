@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace tarn {
+
 class ByteSource;
 
 enum class MediaContainer {
@@ -72,3 +74,5 @@ QM_API MediaContents InspectMedia(const ByteSource& source);
 
 /// "Wave", "Wave64", "AIFF", "AIFC", "RF64", "BW64", "RIFX".
 QM_API const char* NameOf(MediaContainer container);
+
+}  // namespace tarn

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 struct Packing {
@@ -278,3 +280,5 @@ HRESULT WriteRepairedMedia(HQMFILE from, const MediaRepairPlan& plan, HQMFILE to
     }
     return S_OK;
 }
+
+}  // namespace tarn

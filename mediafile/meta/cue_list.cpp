@@ -98,6 +98,8 @@ int64_t QmFMMeta_TimeFromSamples(uint64_t samples, uint32_t rate) {
     return rate ? static_cast<int64_t>(static_cast<double>(samples) / rate * 1e7 + 0.5) : 0;
 }
 
+namespace tarn {
+
 HRESULT ReadMediaCues(Span cues, Span adtl, size_t mostLabel, std::vector<MediaCue>* out) {
     out->clear();
     if (cues.size() < 4) return S_OK;
@@ -145,6 +147,8 @@ std::vector<uint8_t> MediaLabelBytes(std::span<const MediaCue> cues) {
     }
     return out.Bytes();
 }
+
+}  // namespace tarn
 
 extern "C" {
 

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -217,3 +217,5 @@ HRESULT WriteLostMetadata(const char16_t* targetPath, std::span<const MetaBlock>
         return QmFile_Close(file) || Failed(hr) ? hr : MEDIA_E_WRITE;
     });
 }
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 
 #include "mediafile/meta/meta_document.h"
 
+namespace tarn {
+
 struct MetaLoss {
     std::string id;      ///< of the block
     std::string reason;  ///< for a person
@@ -27,3 +29,5 @@ QM_API HRESULT CarryMetadata(HQMFILE from, HQMFILE to, std::vector<MetaLoss>* lo
 /// "take.aiff.qml" with the blocks that are lost, beside the target. The paths are as WideFromPath makes
 /// them.
 QM_API HRESULT WriteLostMetadata(const char16_t* targetPath, std::span<const MetaBlock> lost);
+
+}  // namespace tarn

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -425,3 +425,5 @@ HRESULT ApplyMetaEdit(HQMFILE file, const MetaEditPlan& plan) {
     }
     return S_OK;
 }
+
+}  // namespace tarn

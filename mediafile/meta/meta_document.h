@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+namespace tarn {
+
 struct MetaBlock {
     std::string id;  ///< four characters; "LIST:" and a list's type; a GUID where a Wave64 label is not known
     MetaBytes payload;   ///< of a list without its type
@@ -61,3 +63,5 @@ QM_API MetaEditPlan PlanMetaEdit(const ByteSource& source, const MediaContents& 
 
 /// A new chunk that does not reach the disk is cut off again. The caller flushes.
 QM_API HRESULT ApplyMetaEdit(HQMFILE file, const MetaEditPlan& plan);
+
+}  // namespace tarn

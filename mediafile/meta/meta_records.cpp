@@ -6,7 +6,7 @@
 #include <bit>
 #include <charconv>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -253,3 +253,5 @@ void ListId3Frames(const MetaBlock& block, std::vector<MetaValue>& out) {
         rest = rest.subspan(size);
     }
 }
+
+}  // namespace tarn

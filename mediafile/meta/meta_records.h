@@ -4,6 +4,8 @@
 
 #include "mediafile/meta/meta_values.h"
 
+namespace tarn {
+
 void ListMetaRecord(const MetaBlock& block, std::vector<MetaValue>& out);
 /// Why it cannot be set; empty when it was.
 std::string SetMetaRecord(MetaDocument& document, const std::string& kind, const std::string& field,
@@ -15,3 +17,5 @@ QM_API MetaBytes AiffMarkerBytes(std::span<const MediaCue> cues);
 void ListAiffComments(const MetaBlock& block, std::vector<MetaValue>& out);
 /// Texts of an ID3v2 tag.
 void ListId3Frames(const MetaBlock& block, std::vector<MetaValue>& out);
+
+}  // namespace tarn

@@ -322,6 +322,8 @@ HRESULT OpenAndWrite(const char16_t* path, uint32_t size, IQmReadMeta* meta, uin
 
 }  // namespace
 
+namespace tarn {
+
 IQmReadMeta* CreateMetaStream(Span bytes) try {
     auto* stream = new (std::nothrow) MemoryMeta(bytes);
     if (stream) stream->AddRef();
@@ -345,6 +347,8 @@ HRESULT ReadMetaStream(HQMFILE file, bool isWave64, uint32_t kinds, std::vector<
         return hr;
     });
 }
+
+}  // namespace tarn
 
 extern "C" {
 

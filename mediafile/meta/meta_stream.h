@@ -31,10 +31,14 @@ struct QMMETAHEADER {
 };
 static_assert(sizeof(QMMETAHEADER) == 28 && offsetof(QMMETAHEADER, count) == 8);
 
+namespace tarn {
+
 /// A stream over a copy of the bytes, with one reference; null when out of memory.
 QM_API IQmReadMeta* CreateMetaStream(std::span<const uint8_t> bytes);
 /// What a RIFF or Wave64 file has of the kinds, as such a stream has it.
 QM_API HRESULT ReadMetaStream(HQMFILE file, bool isWave64, uint32_t kinds, std::vector<uint8_t>* stream);
+
+}  // namespace tarn
 
 extern "C" {
 

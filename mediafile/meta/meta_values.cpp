@@ -9,7 +9,7 @@
 #include <charconv>
 #include <iterator>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -473,3 +473,5 @@ void SetMetaCues(MetaDocument& document, std::span<const MediaCue> cues) {
     SetOrRemove(document, "cue ", cues.empty() ? MetaBytes() : MediaCueBytes(cues));
     SetOrRemove(document, "LIST:adtl", MediaLabelBytes(cues));
 }
+
+}  // namespace tarn

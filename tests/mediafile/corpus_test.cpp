@@ -9,6 +9,8 @@
 #include <map>
 #include <sstream>
 
+using namespace tarn;
+
 namespace {
 
 namespace fs = std::filesystem;

@@ -7,6 +7,8 @@
 #include <array>
 #include <map>
 
+using namespace tarn;
+
 namespace {
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;

@@ -9,6 +9,8 @@
 #include <functional>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 struct Kind {

@@ -15,15 +15,6 @@ namespace tarn {
 
 namespace {
 
-struct Packing {
-    char id[5];
-    uint32_t bytes;  ///< of a sample; 0 for as many as its bits fill
-};
-/// AIFC compressions that are none: each sample stands for itself.
-constexpr Packing PACKED_AIFC[] = {{"NONE", 0}, {"twos", 0}, {"sowt", 0}, {"raw ", 1}, {"in24", 3},
-                                   {"in32", 4}, {"fl32", 4}, {"FL32", 4}, {"fl64", 8}, {"FL64", 8},
-                                   {"alaw", 1}, {"ALAW", 1}, {"ulaw", 1}, {"ULAW", 1}};
-
 /// Wave formats whose samples stand for themselves.
 bool IsPacked(uint32_t tag) {
     constexpr uint32_t ALAW = 6, MULAW = 7;
@@ -143,15 +134,14 @@ private:
         const AiffComm comm = ReadComm(record);
         m_countedFrames = comm.frames;
         const char* id = isAifc ? reinterpret_cast<const char*>(record + AIFF_COMM_BYTES) : "NONE";
-        const auto* packing = std::ranges::find_if(
-            PACKED_AIFC, [&](const Packing& p) { return std::memcmp(p.id, id, 4) == 0; });
-        if (packing == std::end(PACKED_AIFC)) {
+        const AifcCompression* packing = FindAifcCompression(id);
+        if (!packing || packing->codec == SampleCodec::ImaPackets) {
             // The frames of a packet are known to its codec alone.
             if (!m_before.HasErrors()) return false;
             return Refuse("its samples are compressed: '" + std::string(id, 4) +
                           "', and where they end only the codec knows");
         }
-        m_frame = (packing->bytes ? packing->bytes : (comm.bits + 7u) / 8) * comm.channels;
+        m_frame = ((packing->bits ? packing->bits : comm.bits) + 7u) / 8 * comm.channels;
         return m_frame > 0 || Refuse("the format has no channels or no bits");
     }
 

@@ -17,8 +17,9 @@ static std::vector<uint8_t> Samples(HQMFILE file, const MediaContents& c) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 20000) return 0;
     const FuzzFile fuzz(data, size);
-    for (const char* key : {"info.INAM", "text.NAME", "bext.Description", "ixml.SCENE", "cue.1.label",
-                            "cue.1.length", "smpl.loop.1.start", "plst.entry.1.cue", "axml"}) {
+    for (const char* key :
+         {"info.INAM", "text.NAME", "bext.Description", "ixml.SCENE", "cue.1.label", "cue.1.length",
+          "smpl.loop.1.start", "plst.entry.1.cue", "axml", "id3.TIT2", "id3.COMM", "comment.1"}) {
         const MediaContents before = InspectMedia(fuzz.File());
         MetaDocument wanted = ReadMetaDocument(fuzz.File());
         ListMetaValues(wanted);

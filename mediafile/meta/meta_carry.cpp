@@ -1,5 +1,6 @@
 #include "mediafile/meta/meta_carry.h"
 
+#include "mediafile/meta/big_endian.h"
 #include "mediafile/meta/broadcast.h"
 #include "mediafile/meta/meta_records.h"
 #include "mediafile/meta/meta_values.h"
@@ -45,6 +46,8 @@ private:
         m_out.document.blocks.push_back({id, std::move(payload), MetaBlock::NEW, true});
     }
     void Keep(const MetaBlock& block) {
+        if (m_from.container == MediaContainer::Rifx && !IsBigEndianKnown(block.id))
+            return Lose(block, "where it has numbers in big-endian order is not known");
         const MetaBlock same{block.id, block.payload, MetaBlock::NEW, true};
         if (MetaChunkBytes(m_out.document.container, same).empty())
             return Lose(block,

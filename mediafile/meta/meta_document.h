@@ -16,7 +16,7 @@ namespace tarn {
 
 struct MetaBlock {
     std::string id;  ///< four characters; "LIST:" and a list's type; a GUID where a Wave64 label is not known
-    MetaBytes payload;   ///< of a list without its type
+    MetaBytes payload;   ///< of a list without its type; of a RIFX file with its numbers turned
     size_t chunk = NEW;  ///< the file's chunk that it comes from
     bool isChanged = true;
 

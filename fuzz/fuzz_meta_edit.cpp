@@ -1,6 +1,7 @@
 // An edit of any file: refused, or what was set is read again and the samples are what they were.
 #include "fuzz/fuzz_support.h"
 #include "mediafile/meta/meta_carry.h"
+#include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
 
 #include <vector>
@@ -25,7 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         ListMetaValues(wanted);
         MetaDeviations(wanted, before.frames);
         CarryMetadata(wanted, MediaContainer::Aiff);
-        CarryMetadata(wanted, MediaContainer::Wave);
+        MetaDocument carried = CarryMetadata(wanted, MediaContainer::Wave).document;
+        RetimeMetadata(carried, {44100, 48000, size, size * 3, true});
         const char text[] = {static_cast<char>('1' + size % 9), 0};
         if (!SetMetaValue(wanted, key, text).empty()) continue;
         const FileSource source(fuzz.File());

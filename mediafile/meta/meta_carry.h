@@ -19,8 +19,6 @@ struct MetaCarried {
 };
 
 QM_API MetaCarried CarryMetadata(const MetaDocument& from, MediaContainer to);
-/// Positions in frames, for a target of another rate.
-QM_API void ScaleMetadata(MetaDocument& document, uint32_t fromRate, uint32_t toRate);
 
 /// Writes what `from` has behind the samples of a finished file that has no metadata yet: the one call that
 /// makers of new files need. MEDIA_E_MALFORMED with the reason in `refusal` where it cannot be written.

@@ -1,5 +1,6 @@
 // Edits in place: what is set is read again, everything else stays byte for byte, in every container.
 #include "mediafile/meta/meta_carry.h"
+#include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
 #include "mediafile/sample_file.h"
 #include "tests/mediafile/media_support.h"
@@ -229,7 +230,7 @@ TEST_F(MetaEdits, EveryKindThroughEveryContainerThatHoldsIt) {
         }
     }
     MetaDocument scaled = all;
-    ScaleMetadata(scaled, 48000, 96000);
+    RetimeMetadata(scaled, {48000, 96000});
     const std::vector<MediaCue> cues = MetaCues(scaled);
     EXPECT_EQ(cues[0].position, 96u);
     // From file to file in one call.

@@ -1,8 +1,9 @@
-// Whole files: inspection, formats and their texts, repair.
+// Whole files: inspection, formats and their texts, the samples of every codec, repair.
 #include "audio/format_text.h"
 #include "fuzz/fuzz_support.h"
 #include "mediafile/media_codes.h"
 #include "mediafile/repair.h"
+#include "mediafile/sample_reader.h"
 #include "mediafile/wave_file.h"
 #include "platform/memory.h"
 
@@ -38,6 +39,20 @@ static void Repair(HQMFILE file, const uint8_t* data, size_t size, const MediaRe
         std::abort();
 }
 
+/// As many frames come as are told of, in pieces of any size.
+static void Decode(HQMFILE file, const MediaContents& contents) {
+    constexpr uint64_t MOST = 1 << 16;
+    if (!contents.hasData || contents.coding.codec == SampleCodec::None) return;
+    const FileSource source(file);
+    SampleReader reader(source, contents);
+    std::vector<uint8_t> piece(size_t{61} * reader.FrameBytes());
+    uint64_t done = 0;
+    for (uint64_t got = 1; got > 0 && done < MOST; done += got) got = reader.Read(piece.data(), 61);
+    if (done < std::min(MOST, contents.frames)) std::abort();
+    SampleReader again(source, contents);
+    if (again.Skip(contents.frames / 2 + 1) != (contents.frames / 2 + 1 <= contents.frames)) std::abort();
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 20000) return 0;
     const FuzzFile fuzz(data, size);
@@ -54,6 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QmFileIsWave64(fuzz.Path(), 0);
     const MediaContents before = InspectMedia(fuzz.File());
     if (before.hasData && before.dataOffset + before.dataBytes > before.fileBytes) std::abort();
+    Decode(fuzz.File(), before);
     for (const bool isTold : {false, true}) {
         WAVEFORMATEX format;
         QmAudio_InitWfx(&format, 48000, QMSAMPLE_PCM16, 2);

@@ -1,6 +1,7 @@
 // An edit of any file: refused, or what was set is read again and the samples are what they were.
 #include "fuzz/fuzz_support.h"
 #include "mediafile/meta/meta_carry.h"
+#include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
 
 #include <vector>
@@ -17,14 +18,16 @@ static std::vector<uint8_t> Samples(HQMFILE file, const MediaContents& c) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 20000) return 0;
     const FuzzFile fuzz(data, size);
-    for (const char* key : {"info.INAM", "text.NAME", "bext.Description", "ixml.SCENE", "cue.1.label",
-                            "cue.1.length", "smpl.loop.1.start", "plst.entry.1.cue", "axml"}) {
+    for (const char* key :
+         {"info.INAM", "text.NAME", "bext.Description", "ixml.SCENE", "cue.1.label", "cue.1.length",
+          "smpl.loop.1.start", "plst.entry.1.cue", "axml", "id3.TIT2", "id3.COMM", "comment.1"}) {
         const MediaContents before = InspectMedia(fuzz.File());
         MetaDocument wanted = ReadMetaDocument(fuzz.File());
         ListMetaValues(wanted);
         MetaDeviations(wanted, before.frames);
         CarryMetadata(wanted, MediaContainer::Aiff);
-        CarryMetadata(wanted, MediaContainer::Wave);
+        MetaDocument carried = CarryMetadata(wanted, MediaContainer::Wave).document;
+        RetimeMetadata(carried, {44100, 48000, size, size * 3, true});
         const char text[] = {static_cast<char>('1' + size % 9), 0};
         if (!SetMetaValue(wanted, key, text).empty()) continue;
         const FileSource source(fuzz.File());

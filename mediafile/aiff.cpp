@@ -228,6 +228,8 @@ BOOL QmFileIsAiff(const char16_t* path) {
 
 }  // extern "C"
 
+namespace tarn {
+
 uint32_t AiffComm::Rate() const { return aiff_ConvertRate(exponent, mantissa); }
 
 AiffComm ReadComm(const uint8_t* bytes) {
@@ -247,3 +249,5 @@ void WriteComm(uint8_t* bytes, const AiffComm& comm) {
     ToBigEndian(bytes + 8, comm.exponent);
     for (int i = 0; i < 4; i++) ToBigEndian(bytes + 10 + 2 * i, comm.mantissa[i]);
 }
+
+}  // namespace tarn

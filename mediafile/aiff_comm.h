@@ -3,6 +3,8 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+
 inline constexpr uint32_t AIFF_COMM_BYTES = 18, AIFC_COMM_BYTES = 22;
 
 struct AiffComm {
@@ -18,3 +20,5 @@ struct AiffComm {
 /// Of 18 bytes.
 QM_API AiffComm ReadComm(const uint8_t* bytes);
 QM_API void WriteComm(uint8_t* bytes, const AiffComm& comm);
+
+}  // namespace tarn

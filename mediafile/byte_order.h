@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace tarn {
+
 template <class Number>
 Number FromLittleEndian(const uint8_t* bytes) {
     Number value = 0;
@@ -27,3 +29,5 @@ void ToBigEndian(uint8_t* bytes, Number value) {
     for (size_t i = 0; i < sizeof value; i++)
         bytes[sizeof value - 1 - i] = static_cast<uint8_t>(uint64_t{value} >> (8 * i));
 }
+
+}  // namespace tarn

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <span>
 
+namespace tarn {
+
 class ByteSource {
 public:
     virtual ~ByteSource() = default;
@@ -68,3 +70,5 @@ public:
 private:
     std::span<const uint8_t> m_bytes;
 };
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <vector>
 
+namespace tarn {
+
 namespace {
 
 constexpr uint32_t MOST_CHUNKS = 10000, MOST_TRAILING = 64;
@@ -73,3 +75,5 @@ std::optional<uint64_t> FindTrailingChunks(const ByteSource& source, const Chunk
     }
     return std::nullopt;
 }
+
+}  // namespace tarn

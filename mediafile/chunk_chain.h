@@ -7,6 +7,8 @@
 
 #include <optional>
 
+namespace tarn {
+
 struct ChunkChain {
     enum Kind {
         Whole,   ///< chunks up to the end, or nothing at all
@@ -24,3 +26,5 @@ ChunkChain FollowChunks(const ByteSource& source, const ChunkGrammar& g, uint64_
 
 /// The first place from `from` on where convincing chunks begin that end where the file does.
 std::optional<uint64_t> FindTrailingChunks(const ByteSource& source, const ChunkGrammar& g, uint64_t from);
+
+}  // namespace tarn

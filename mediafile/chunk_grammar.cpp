@@ -10,7 +10,7 @@
 #include <cstring>
 #include <utility>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -164,3 +164,5 @@ const ChunkGrammar& GrammarOf(MediaContainer container) {
     default: return AIFF_GRAMMAR;
     }
 }
+
+}  // namespace tarn

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+namespace tarn {
+
 struct ChunkGrammar {
     static constexpr uint32_t LONGEST_HEADER = 24;
 
@@ -57,3 +59,5 @@ extern const ChunkGrammar WAVE_GRAMMAR, WAVE64_GRAMMAR, AIFF_GRAMMAR, RF64_GRAMM
 /// By the first 40 bytes of a file, of which `got` are there; Unknown for any other file.
 MediaContainer ContainerOf(const uint8_t* head, uint32_t got);
 const ChunkGrammar& GrammarOf(MediaContainer container);
+
+}  // namespace tarn

@@ -19,6 +19,8 @@
 #include <cstring>
 #include <utility>
 
+namespace tarn {
+
 /// Puts the position back where it was when it ends.
 template <class Stream>
 class PositionKeeper {
@@ -104,10 +106,10 @@ public:
         if (block->size == 0) return S_OK;
         // A size that the file cannot have is no reason to ask for the memory.
         if (m_s.Size() - m_s.Tell() < int64_t{block->size}) return MEDIA_E_READ;
-        block->data = tarn::MemAlloc(block->size);
+        block->data = MemAlloc(block->size);
         if (!block->data) return E_OUTOFMEMORY;
         const HRESULT hr = ReadData(block->data, block->size);
-        if (tarn::Failed(hr)) tarn::MemFree(std::exchange(block->data, nullptr));
+        if (Failed(hr)) MemFree(std::exchange(block->data, nullptr));
         return hr;
     }
 
@@ -133,7 +135,7 @@ public:
     HRESULT FindList(const void* type, uint64_t* size, uint64_t* left) {
         for (;;) {
             uint64_t length = 0;
-            if (const HRESULT hr = Find(m_g.list, &length, left); tarn::Failed(hr)) return hr;
+            if (const HRESULT hr = Find(m_g.list, &length, left); Failed(hr)) return hr;
             if (left && *left < m_g.leastForType) return MEDIA_E_NOT_FOUND;
             uint8_t found[16];
             if (!m_s.Read(found, m_g.type)) return MEDIA_E_READ;
@@ -197,7 +199,7 @@ public:
     HRESULT FindInForm(const void* label, uint64_t* size, uint64_t* left) {
         uint64_t rest = 0;
         uint8_t type[16];
-        if (const HRESULT hr = ReadForm(&rest, type); tarn::Failed(hr)) return hr;
+        if (const HRESULT hr = ReadForm(&rest, type); Failed(hr)) return hr;
         const HRESULT hr = Find(label, size, &rest);
         if (left) *left = rest;
         return hr;
@@ -205,7 +207,7 @@ public:
     HRESULT FindListInForm(const void* listType, uint64_t* size) {
         uint64_t rest = 0;
         uint8_t type[16];
-        if (const HRESULT hr = ReadForm(&rest, type); tarn::Failed(hr)) return hr;
+        if (const HRESULT hr = ReadForm(&rest, type); Failed(hr)) return hr;
         return FindList(listType, size, &rest);
     }
 
@@ -275,20 +277,20 @@ public:
         auto amount = static_cast<int64_t>(std::min<uint64_t>(m_g.Padded(size), INT64_MAX / 2)) + headBytes;
         // The size of a RIFF form falls by what the chunk tells, so that it fits a file that was cut there.
         if (m_g.sizeBytes == 8 || m_g.IsAiff()) amount = std::min(amount, m_s.Size() - start);
-        if (const HRESULT hr = MoveTailDown(m_s, start, start + amount); tarn::Failed(hr)) return hr;
-        if (const HRESULT hr = AddToFormSize(-amount); tarn::Failed(hr)) return hr;
+        if (const HRESULT hr = MoveTailDown(m_s, start, start + amount); Failed(hr)) return hr;
+        if (const HRESULT hr = AddToFormSize(-amount); Failed(hr)) return hr;
         if (removed) *removed = static_cast<uint64_t>(amount);
         return S_OK;
     }
     HRESULT Delete(const void* label, uint64_t* removed) {
         uint64_t size = 0;
         const HRESULT hr = FindInForm(label, &size, nullptr);
-        return tarn::Failed(hr) ? hr : DeleteFound(size, m_g.header, removed);
+        return Failed(hr) ? hr : DeleteFound(size, m_g.header, removed);
     }
     HRESULT DeleteList(const void* type, uint64_t* removed) {
         uint64_t size = 0;
         const HRESULT hr = FindListInForm(type, &size);
-        return tarn::Failed(hr) ? hr : DeleteFound(size, m_g.header + m_g.type, removed);
+        return Failed(hr) ? hr : DeleteFound(size, m_g.header + m_g.type, removed);
     }
 
 private:
@@ -303,3 +305,5 @@ private:
     const ChunkGrammar& m_g;
     const LongSizes* m_longSizes;
 };
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+namespace tarn {
+
 namespace {
 
 constexpr uint32_t RECORD = 16;         // of plain samples, without the count of codec bytes
@@ -341,3 +343,5 @@ private:
 DamagedHead FindDamagedHead(const ByteSource& source, const WAVEFORMATEX* hint) {
     return HeadFinder(source, hint).Find();
 }
+
+}  // namespace tarn

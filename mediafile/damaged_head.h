@@ -7,6 +7,8 @@
 #include "mediafile/long_sizes.h"
 #include "mediafile/repair.h"
 
+namespace tarn {
+
 struct DamagedHead {
     MediaContainer container = MediaContainer::Unknown;
     std::string refusal;           ///< why nothing is found; then the rest is as far as it was
@@ -26,3 +28,5 @@ struct DamagedHead {
 
 /// `hint`, which may be null, takes the place of a format that is not found.
 DamagedHead FindDamagedHead(const ByteSource& source, const WAVEFORMATEX* hint);
+
+}  // namespace tarn

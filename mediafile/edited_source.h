@@ -4,6 +4,8 @@
 #include "mediafile/byte_source.h"
 #include "mediafile/repair.h"
 
+namespace tarn {
+
 class EditedSource : public ByteSource {
 public:
     /// Both outlive this.
@@ -53,3 +55,5 @@ private:
     std::vector<Piece> m_pieces;
     uint64_t m_size = 0;
 };
+
+}  // namespace tarn

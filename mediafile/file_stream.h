@@ -3,6 +3,8 @@
 
 #include "platform/file_handle.h"
 
+namespace tarn {
+
 struct FileStream {
     HQMFILE file;
 
@@ -20,3 +22,5 @@ struct FileStream {
     bool Seek(int64_t position) const { return QmFile_Seek(file, position, FILE_FROM_START) >= 0; }
     bool SetEnd() const { return QmFile_SetEnd(file); }
 };
+
+}  // namespace tarn

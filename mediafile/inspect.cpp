@@ -1,5 +1,6 @@
 #include "mediafile/inspect.h"
 
+#include "audio/adpcm.h"
 #include "mediafile/aiff.h"
 #include "mediafile/aiff_comm.h"
 #include "mediafile/byte_source.h"
@@ -7,6 +8,8 @@
 #include "mediafile/riff64.h"
 
 #include <cstring>
+
+namespace tarn {
 
 namespace {
 
@@ -115,6 +118,7 @@ private:
     /// Remembers the chunks that are read later; of several of a kind, the first.
     void Take(const std::string& id, uint64_t body, uint64_t size, uint64_t there) {
         const ChunkGrammar& g = GrammarOf(m_contents.container);
+        if (id == "fact" && !m_fact.isThere) m_fact = {true, body, size, there};
         Place* place = id == g.format ? &m_format : id == g.samples ? &m_data : nullptr;
         if (!place) return;
         if (place->isThere) return Error(body, "'" + id + "' stands twice");
@@ -156,13 +160,24 @@ private:
         if (wfx->wFormatTag == WAVE_TAG_EXTENSIBLE && format.sampleType == QMSAMPLE_PCM24IN32)
             format.sampleType = QMSAMPLE_PCM32;
         if (m_contents.isBigEndian) format.sampleType = Reversed(format.sampleType);
+        std::string fault;
+        SampleCoding& coding = m_contents.coding = WaveCoding(*wfx, format, m_contents.isBigEndian, &fault);
+        if (!fault.empty()) Note(m_format.offset + 12, fault);
         CheckFormat(*wfx, m_format.offset);
-        constexpr uint32_t TAG_ALAW = 6, TAG_MULAW = 7;  // one byte a sample
-        const uint32_t tag = QmAudio_GetWaveFormatTag(wfx);
-        const bool isKnown = format.sampleType != QMSAMPLE_UNKNOWN;
-        const bool isPacked = tag == WAVE_TAG_PCM || tag == TAG_ALAW || tag == TAG_MULAW;
-        m_frameBytes = isKnown ? format.BytesPerSample() * format.channels : isPacked ? wfx->nBlockAlign : 0;
+        const bool isPacked = QmAudio_GetWaveFormatTag(wfx) == WAVE_TAG_PCM;
+        const bool isFrame = coding.codec != SampleCodec::None && !coding.IsAdpcm();
+        m_frameBytes = isFrame ? coding.blockBytes : isPacked ? wfx->nBlockAlign : 0;
         if (m_data.isThere) Data(m_data.offset, m_data.there, m_data.size);
+        if (m_data.isThere && coding.IsAdpcm()) m_contents.frames = BlockFrames();
+    }
+
+    /// A codec's last block is filled up; how much of it counts is told apart.
+    uint64_t BlockFrames() const {
+        const uint64_t held = m_contents.coding.FramesIn(m_contents.dataBytes);
+        uint8_t bytes[4];
+        if (m_fact.there < sizeof bytes || !m_source.Read(m_fact.offset, bytes, sizeof bytes)) return held;
+        const auto told = FromLittleEndian<uint32_t>(bytes);
+        return told > 0 ? std::min<uint64_t>(held, told) : held;
     }
 
     static QMSAMPLETYPE Reversed(QMSAMPLETYPE type) {
@@ -185,7 +200,7 @@ private:
         if (wfx.nSamplesPerSec == 0) Error(at + 4, "the format has a rate of 0");
         const uint32_t tag = QmAudio_GetWaveFormatTag(&wfx);
         const bool isPacked = tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT;
-        if (isPacked && m_contents.format.format.sampleType == QMSAMPLE_UNKNOWN)
+        if (isPacked && m_contents.coding.codec == SampleCodec::None)
             Note(at + 14, "samples of " + std::to_string(wfx.wBitsPerSample) + " bits are not supported");
         if (wfx.nBlockAlign == 0) Error(at + 12, "the format has frames of 0 bytes");
         if (!isPacked || wfx.nBlockAlign == 0) return;
@@ -223,29 +238,62 @@ private:
         if (m_format.there < least || !m_source.Read(m_format.offset, bytes, least))
             return Error(m_format.offset, "'COMM' is too short for a format");
         const AiffComm comm = ReadComm(bytes);
-        const bool isInteger = !isAifc || std::memcmp(bytes + 18, "NONE", 4) == 0;
-        const bool isLittle = isAifc && std::memcmp(bytes + 18, "sowt", 4) == 0;
-        if (!isInteger && !isLittle)
+        const AifcCompression* compression =
+            FindAifcCompression(isAifc ? bytes + AIFF_COMM_BYTES : reinterpret_cast<const uint8_t*>("NONE"));
+        if (!compression)
             Note(m_format.offset + 18,
                  "the samples are compressed: '" + AIFF_GRAMMAR.Id(bytes + 18) + "', which is not supported");
         if ((comm.exponent & 0x7FFF) == 0x7FFF || comm.mantissa[0] == 0 || (comm.exponent & 0x8000))
             Error(m_format.offset + 8, "the rate is not a number");
-        const uint32_t tag = comm.bits == 8 ? WAVE_TAG_PCM_SIGNED
-                             : isLittle     ? WAVE_TAG_PCM
-                                            : WAVE_TAG_PCM_BIG_ENDIAN;
+        const bool isPlain = compression && compression->codec == SampleCodec::Plain;
+        const uint32_t bits = compression && compression->bits ? compression->bits : (comm.bits + 7u) & ~7u;
+        const bool isSigned8 = isPlain && bits == 8 && compression->bits == 0;
         WAVEFORMATEX wfx{};
-        QmAudio_InitWfxFlex(&wfx, isInteger || isLittle ? tag : 0, comm.Rate(), (comm.bits + 7u) & ~7u,
-                            comm.channels, 0, sizeof wfx);
+        QmAudio_InitWfxFlex(&wfx,
+                            isSigned8     ? static_cast<uint32_t>(WAVE_TAG_PCM_SIGNED)
+                            : compression ? compression->tag
+                                          : 0,
+                            comm.Rate(), bits, comm.channels, 0, sizeof wfx);
+        if (compression && compression->codec == SampleCodec::ImaPackets) {
+            wfx.nBlockAlign = static_cast<uint16_t>(IMA_PACKET_BYTES * comm.channels);
+            wfx.nAvgBytesPerSec =
+                static_cast<uint32_t>(uint64_t{wfx.nSamplesPerSec} * wfx.nBlockAlign / IMA_PACKET_FRAMES);
+        }
         m_contents.format = QmWaveFormatBlock(&wfx);
         m_contents.hasFormat = true;
         if (comm.channels == 0) Error(m_format.offset, "the format has no channels");
         if (wfx.nSamplesPerSec == 0) Error(m_format.offset + 8, "the format has a rate of 0");
-        if ((isInteger || isLittle) && m_contents.format.format.sampleType == QMSAMPLE_UNKNOWN)
+        SetAiffCoding(compression, wfx);
+        if (isPlain && m_contents.coding.codec == SampleCodec::None)
             Note(m_format.offset + 6, "samples of " + std::to_string(comm.bits) + " bits are not supported");
-        if (m_data.isThere) AiffData(comm, isAifc ? bytes + AIFF_COMM_BYTES : nullptr);
+        if (m_data.isThere) AiffData(comm);
     }
 
-    void AiffData(const AiffComm& comm, const uint8_t* compression) {
+    void SetAiffCoding(const AifcCompression* compression, const WAVEFORMATEX& wfx) {
+        const QMSAMPLETYPE known = m_contents.format.format.sampleType;
+        const bool isLine =
+            compression && known == QMSAMPLE_UNKNOWN && compression->codec != SampleCodec::Plain;
+        if (!compression || (known == QMSAMPLE_UNKNOWN && !isLine)) return;
+        m_contents.coding = {compression->codec, isLine ? QMSAMPLE_PCM16 : known, wfx.nChannels,
+                             wfx.nBlockAlign};
+        m_contents.isBigEndian = compression->codec == SampleCodec::Reversed;
+    }
+
+    /// The chunk counts packets, of some writers the frames in them. One that tells of fewer than there are
+    /// is wrong: others do not look.
+    uint64_t PacketFrames(uint64_t told, uint64_t there) {
+        m_contents.frames = there;
+        if (told <= there / IMA_PACKET_FRAMES) {
+            if (told * IMA_PACKET_FRAMES < there)
+                Note(m_format.offset + 2, "'COMM' tells of " + std::to_string(told) + " packets, " +
+                                              std::to_string(there / IMA_PACKET_FRAMES) + " are there");
+            return there;
+        }
+        const bool isFrames = told <= there && told + IMA_PACKET_FRAMES > there;
+        return isFrames ? told : told * IMA_PACKET_FRAMES;
+    }
+
+    void AiffData(const AiffComm& comm) {
         uint8_t bytes[8];
         if (m_data.there < sizeof bytes || !m_source.Read(m_data.offset, bytes, sizeof bytes))
             return Error(m_data.offset, "'SSND' is too short for its offset");
@@ -257,22 +305,19 @@ private:
             return;
         }
         const uint64_t there = behind - offset;
-        const _qmwaveformat& f = m_contents.format.format;
-        m_frameBytes = f.IsCompressed() ? 0 : f.blockAlign;
+        const SampleCoding& coding = m_contents.coding;
+        m_frameBytes = coding.codec == SampleCodec::None || coding.IsAdpcm() ? 0 : coding.blockBytes;
         Data(m_data.offset + sizeof bytes + offset, there, there);
-        if (m_frameBytes == 0) {
-            // Of this one the chunk counts packets.
-            constexpr uint64_t IMA4_PACKET = 64;
-            const bool isIma4 = compression && std::memcmp(compression, "ima4", 4) == 0;
-            return (void)(m_contents.frames = comm.frames * (isIma4 ? IMA4_PACKET : 1));
-        }
-        if (m_contents.frames < comm.frames)
-            Error(m_format.offset + 2, "'COMM' tells of " + std::to_string(comm.frames) + " frames, " +
+        if (coding.codec == SampleCodec::None) return (void)(m_contents.frames = comm.frames);
+        const bool isPackets = coding.codec == SampleCodec::ImaPackets;
+        const uint64_t told = isPackets ? PacketFrames(comm.frames, coding.FramesIn(there)) : comm.frames;
+        if (m_contents.frames < told)
+            Error(m_format.offset + 2, "'COMM' tells of " + std::to_string(told) + " frames, " +
                                            std::to_string(m_contents.frames) + " are there");
-        else if (m_contents.frames > comm.frames)
+        else if (m_contents.frames > told)
             Note(m_format.offset + 2, "'SSND' has more frames than 'COMM' tells of");
-        m_contents.frames = std::min<uint64_t>(m_contents.frames, comm.frames);
-        m_contents.dataBytes = m_contents.frames * f.blockAlign;
+        m_contents.frames = std::min(m_contents.frames, told);
+        if (!isPackets) m_contents.dataBytes = m_contents.frames * coding.blockBytes;
     }
 
     struct Place {
@@ -282,7 +327,7 @@ private:
 
     const ByteSource& m_source;
     MediaContents& m_contents;
-    Place m_format{}, m_data{};
+    Place m_format{}, m_data{}, m_fact{};
     LongSizes m_longSizes;      ///< of RF64 and BW64
     uint64_t m_frameBytes = 0;  ///< 0 where frames cannot be counted
 };
@@ -308,3 +353,5 @@ const char* NameOf(MediaContainer container) {
     default: return "unknown";
     }
 }
+
+}  // namespace tarn

@@ -3,11 +3,13 @@
 // file. [any-thread]
 #pragma once
 
-#include "audio/wave_format.h"
+#include "mediafile/sample_coding.h"
 #include "platform/file_handle.h"
 
 #include <string>
 #include <vector>
+
+namespace tarn {
 
 class ByteSource;
 
@@ -56,7 +58,8 @@ struct MediaContents {
     uint64_t dataBytes = 0;     ///< that are in the file
     uint64_t dataHeader = 0;    ///< of the data chunk's header
     bool isBigEndian = false;   ///< samples of more than a byte; the type tells it where it can
-    uint64_t frames = 0;        ///< whole ones; of most compressed formats 0, or what the header tells
+    SampleCoding coding;        ///< None with data where the samples are not read
+    uint64_t frames = 0;        ///< whole ones; of codecs that are not read 0, or what the header tells
 
     bool HasErrors() const {
         for (const MediaProblem& p : problems)
@@ -72,3 +75,5 @@ QM_API MediaContents InspectMedia(const ByteSource& source);
 
 /// "Wave", "Wave64", "AIFF", "AIFC", "RF64", "BW64", "RIFX".
 QM_API const char* NameOf(MediaContainer container);
+
+}  // namespace tarn

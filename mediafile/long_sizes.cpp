@@ -3,7 +3,7 @@
 #include "mediafile/byte_order.h"
 #include "mediafile/byte_source.h"
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 constexpr uint32_t PLACE = 12, HEADER = 8, MOST_ENTRIES = 1024, ENTRY_BYTES = 12, LEAST = 24;
@@ -42,3 +42,5 @@ LongSizes ReadLongSizes(const ByteSource& source) {
     }
     return sizes;
 }
+
+}  // namespace tarn

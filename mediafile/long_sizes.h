@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace tarn {
+
 class ByteSource;
 
 struct LongSizes {
@@ -25,3 +27,5 @@ struct LongSizes {
 };
 
 LongSizes ReadLongSizes(const ByteSource& source);
+
+}  // namespace tarn

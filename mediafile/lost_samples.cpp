@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -96,3 +96,5 @@ HRESULT FindLostWavSamples(HQMFILE file, const WAVEFORMATEX* hint, uint64_t limi
 HRESULT FindLostW64Samples(HQMFILE file, const WAVEFORMATEX* hint, uint64_t limit, LostSamples* found) {
     return Find(file, WAVE64, hint, Bounded(limit - limit % 8), found);
 }
+
+}  // namespace tarn

@@ -11,16 +11,9 @@
 #include <algorithm>
 #include <cstring>
 
-namespace {
+namespace tarn {
 
-struct Packing {
-    char id[5];
-    uint32_t bytes;  ///< of a sample; 0 for as many as its bits fill
-};
-/// AIFC compressions that are none: each sample stands for itself.
-constexpr Packing PACKED_AIFC[] = {{"NONE", 0}, {"twos", 0}, {"sowt", 0}, {"raw ", 1}, {"in24", 3},
-                                   {"in32", 4}, {"fl32", 4}, {"FL32", 4}, {"fl64", 8}, {"FL64", 8},
-                                   {"alaw", 1}, {"ALAW", 1}, {"ulaw", 1}, {"ULAW", 1}};
+namespace {
 
 /// Wave formats whose samples stand for themselves.
 bool IsPacked(uint32_t tag) {
@@ -141,15 +134,14 @@ private:
         const AiffComm comm = ReadComm(record);
         m_countedFrames = comm.frames;
         const char* id = isAifc ? reinterpret_cast<const char*>(record + AIFF_COMM_BYTES) : "NONE";
-        const auto* packing = std::ranges::find_if(
-            PACKED_AIFC, [&](const Packing& p) { return std::memcmp(p.id, id, 4) == 0; });
-        if (packing == std::end(PACKED_AIFC)) {
+        const AifcCompression* packing = FindAifcCompression(id);
+        if (!packing || packing->codec == SampleCodec::ImaPackets) {
             // The frames of a packet are known to its codec alone.
             if (!m_before.HasErrors()) return false;
             return Refuse("its samples are compressed: '" + std::string(id, 4) +
                           "', and where they end only the codec knows");
         }
-        m_frame = (packing->bytes ? packing->bytes : (comm.bits + 7u) / 8) * comm.channels;
+        m_frame = ((packing->bits ? packing->bits : comm.bits) + 7u) / 8 * comm.channels;
         return m_frame > 0 || Refuse("the format has no channels or no bits");
     }
 
@@ -165,8 +157,12 @@ private:
 
     /// Of the samples' chunk, of the form, and the numbers of frames.
     bool SetSizes(const SampleExtent& extent) {
-        if (extent.bytes + m_extra > LargestPayload(m_head.dataHeader))
-            return Refuse("the samples are more than such a file can tell of");
+        uint64_t end = extent.formEnd;
+        for (const MediaEdit& edit : m_plan.edits) end = end - edit.removed + edit.bytes.size();
+        if (!m_head.isFormWhole) end = end - m_head.formBytes + m_g->first;
+        const bool isTooLong = extent.bytes + m_extra > LargestPayload(m_head.dataHeader);
+        if ((isTooLong || end - m_g->header > LargestPayload(0)) && BecomeLong(extent, end)) return true;
+        if (isTooLong) return Refuse("the samples are more than such a file can tell of");
         if (extent.isChanged || !m_head.isPayloadValid)
             EditSize(m_head.dataHeader, extent.bytes + m_extra, "the size of the samples' chunk");
         if (m_g->IsAiff()) {
@@ -178,15 +174,39 @@ private:
             if (m_head.longSizes.isThere)
                 EditNumber<uint64_t>(m_head.longSizes.offset + 16, m_plan.frames, "the frames of 'ds64'");
         }
-        uint64_t end = extent.formEnd;
-        for (const MediaEdit& edit : m_plan.edits) end = end - edit.removed + edit.bytes.size();
-        if (!m_head.isFormWhole) end = end - m_head.formBytes + m_g->first;
         if (end - m_g->header > LargestPayload(0))
             return Refuse("the file is longer than its header can tell");
         if (m_head.isFormWhole)
             EditSize(0, end - m_g->header, "the size of the file");
         else
             WriteForm(end - m_g->header);
+        return true;
+    }
+
+    /// A recorder leaves a filler behind the form's head for the sizes of a file that outgrows 32 bits. In
+    /// the reverse of their order no edit makes a file that another run does not take for what it was.
+    bool BecomeLong(const SampleExtent& extent, uint64_t end) {
+        const uint64_t filler = m_head.isFormWhole ? m_g->first : m_head.formBytes;
+        uint8_t head[8];
+        if (m_head.container != MediaContainer::Wave || !m_source.Read(filler, head, sizeof head))
+            return false;
+        const auto is = [&](const char* id) { return std::memcmp(head, id, 4) == 0; };
+        if ((!is("JUNK") && !is("junk") && !is("ds64")) ||
+            FromLittleEndian<uint32_t>(head + 4) < LongSizes::BYTES)
+            return false;
+        std::vector<uint8_t> form(m_g->first), sizes(sizeof head + LongSizes::BYTES),
+            elsewhere(sizeof(uint32_t), 0xFF);
+        RF64_GRAMMAR.MakeHead(form.data(), RF64_GRAMMAR.form, LongSizes::ELSEWHERE);
+        std::memcpy(&form[m_g->header], "WAVE", m_g->type);
+        std::memcpy(sizes.data(), "ds64", 4);
+        std::memcpy(&sizes[4], head + 4, 4);
+        ToLittleEndian(&sizes[8], end - m_g->header);
+        ToLittleEndian(&sizes[16], extent.bytes);
+        ToLittleEndian(&sizes[24], m_plan.frames);
+        Edit(m_head.dataHeader + m_g->sizeAt, elsewhere, "the size of the samples' chunk goes to 'ds64'");
+        Edit(filler, std::move(sizes), "the filler becomes 'ds64', with the sizes of a file of its length");
+        SetFact();
+        m_plan.edits.push_back({0, m_head.formBytes, std::move(form), "the file becomes RF64"});
         return true;
     }
 
@@ -278,3 +298,5 @@ HRESULT WriteRepairedMedia(HQMFILE from, const MediaRepairPlan& plan, HQMFILE to
     }
     return S_OK;
 }
+
+}  // namespace tarn

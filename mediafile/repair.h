@@ -10,6 +10,8 @@
 #include <functional>
 #include <optional>
 
+namespace tarn {
+
 struct MediaEdit {
     uint64_t offset;   ///< in the file as it is
     uint64_t removed;  ///< bytes there that give way
@@ -54,3 +56,5 @@ QM_API HRESULT ApplyMediaRepair(HQMFILE file, const MediaRepairPlan& plan);
 /// Writes the file as it is after the plan. `progress`, which may be empty, is called with the bytes read.
 QM_API HRESULT WriteRepairedMedia(HQMFILE from, const MediaRepairPlan& plan, HQMFILE to,
                                   const std::function<void(uint64_t)>& progress);
+
+}  // namespace tarn

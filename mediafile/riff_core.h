@@ -9,6 +9,8 @@
 #include <new>
 #include <string>
 
+namespace tarn {
+
 // An id lies in memory as in the file: this processor's order is the file's.
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 
@@ -29,7 +31,7 @@ public:
         uint64_t behindType = 0, stored = 0;
         uint32_t form = 0;
         *size = 0;
-        if (const HRESULT hr = m_chunks.ReadForm(&behindType, &form); tarn::Failed(hr)) return hr;
+        if (const HRESULT hr = m_chunks.ReadForm(&behindType, &form); Failed(hr)) return hr;
         if (!m_chunks.StoredFormSize(&stored)) return MEDIA_E_READ;
         *size = Short(stored + 4);
         return S_OK;
@@ -61,7 +63,7 @@ public:
     HRESULT ReadListHeader(uint32_t* type, uint32_t* size) {
         uint64_t length = 0;
         const HRESULT hr = m_chunks.ReadListHead(type, &length);
-        if (tarn::Succeeded(hr)) *size = Short(length);
+        if (Succeeded(hr)) *size = Short(length);
         return hr;
     }
     HRESULT ReadFileId(uint32_t* size, uint32_t* form) {
@@ -102,13 +104,13 @@ public:
     HRESULT DeleteChunk(uint32_t id, uint32_t* removed, bool isList) {
         uint64_t amount = 0;
         const HRESULT hr = isList ? m_chunks.DeleteList(&id, &amount) : m_chunks.Delete(&id, &amount);
-        if (tarn::Succeeded(hr) && removed) *removed = Short(amount);
+        if (Succeeded(hr) && removed) *removed = Short(amount);
         return hr;
     }
 
     HRESULT WriteAnsiString(const char16_t* text, uint32_t* written) try {
         const std::string ansi =
-            tarn::Windows1252FromUtf16(text ? std::u16string_view(text) : std::u16string_view());
+            Windows1252FromUtf16(text ? std::u16string_view(text) : std::u16string_view());
         const auto bytes = static_cast<uint32_t>(ansi.size() + 1);
         if (!m_chunks.WritePayload(ansi.c_str(), bytes)) return MEDIA_E_WRITE;
         if (written) *written = Short(WAVE_GRAMMAR.Padded(bytes));
@@ -124,7 +126,7 @@ public:
         const bool isCut = ansi.size() < std::min(*size, capacity);
         if (isCut || !m_s.Read(ansi.data(), static_cast<uint32_t>(ansi.size()))) return MEDIA_E_READ;
         if (!ansi.empty()) ansi.back() = '\0';
-        tarn::CopyText(text, capacity, tarn::Utf16FromWindows1252(ansi.c_str()).c_str());
+        CopyText(text, capacity, Utf16FromWindows1252(ansi.c_str()).c_str());
         m_s.Seek(start + static_cast<int64_t>(WAVE_GRAMMAR.Padded(*size)));
         ++*size;
         return S_OK;
@@ -143,7 +145,7 @@ private:
     HRESULT Counted(uint32_t* size, uint32_t* remaining, Work work) {
         uint64_t length = 0, left = remaining ? *remaining : 0;
         const HRESULT hr = work(&length, remaining ? &left : nullptr);
-        if (tarn::Succeeded(hr)) *size = Short(length);
+        if (Succeeded(hr)) *size = Short(length);
         if (remaining) *remaining = Short(left);
         return hr;
     }
@@ -151,3 +153,5 @@ private:
     Stream m_s;
     ChunkIo<Stream> m_chunks;
 };
+
+}  // namespace tarn

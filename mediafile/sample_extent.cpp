@@ -2,6 +2,8 @@
 
 #include "mediafile/chunk_chain.h"
 
+namespace tarn {
+
 namespace {
 
 class ExtentFinder {
@@ -151,3 +153,5 @@ SampleExtent SampleExtentUpTo(const ByteSource& source, const ChunkGrammar& g, c
     end = std::clamp(end, facts.samples, source.Size());
     return ExtentFinder(source, g, facts).UpTo(end - facts.samples);
 }
+
+}  // namespace tarn

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+namespace tarn {
+
 struct ExtentFacts {
     uint64_t samples;  ///< place of the first one
     uint64_t stored;   ///< bytes of them by the header of their chunk
@@ -28,3 +30,5 @@ SampleExtent FindSampleExtent(const ByteSource& source, const ChunkGrammar& g, c
 /// As a person says.
 SampleExtent SampleExtentUpTo(const ByteSource& source, const ChunkGrammar& g, const ExtentFacts& facts,
                               uint64_t end);
+
+}  // namespace tarn

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstring>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -171,3 +171,5 @@ HRESULT SampleFile::EndWave(uint64_t length, uint64_t frames) {
                                                                 : FourCC("RF64");
     return First({hr, riff_WriteChunkHeader(m_file, form, shortOf(length - RIFF_CHUNK_HEADER))});
 }
+
+}  // namespace tarn

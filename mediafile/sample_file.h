@@ -4,6 +4,8 @@
 #include "mediafile/inspect.h"
 #include "mediafile/media_codes.h"
 
+namespace tarn {
+
 /// What of the types a container stores for one that is asked for; 0 when it holds nothing like it.
 QM_API QMSAMPLETYPE StoredType(MediaContainer container, QMSAMPLETYPE type);
 
@@ -39,3 +41,5 @@ private:
     uint64_t m_longSizes = 0;  ///< place of the chunk that is "ds64" or becomes it
     uint64_t m_factOffset = 0, m_commOffset = 0, m_dataHeader = 0, m_bytes = 0;
 };
+
+}  // namespace tarn

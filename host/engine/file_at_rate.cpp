@@ -1,11 +1,12 @@
 #include "host/engine/audio_file.h"
 
-#include <soxr.h>
+#include "audio/rate/resampler.h"
 
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <numeric>
+#include <stdexcept>
 
 namespace host {
 
@@ -13,7 +14,7 @@ namespace {
 
 // More than half the length of the filter of this quality (-120 dB, 91 % of the band), in frames of the lower
 // rate.
-constexpr unsigned long kQuality = SOXR_HQ;
+constexpr auto kQuality = tarn::Resampler::Quality::High;
 constexpr int64_t kFilterReach = 160;
 constexpr int64_t kBlockFrames = 8192;
 
@@ -27,35 +28,23 @@ struct FileAtRate::Converter {
     Converter(int64_t in, int64_t out)
         : blockOut(RoundUp(kBlockFrames, out)), blockIn(blockOut / out * in),
           leadIn(RoundUp(kFilterReach * std::max<int64_t>(1, (in + out - 1) / out), in)),
-          leadOut(leadIn / in * out) {
-        const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_S, SOXR_FLOAT32_S);
-        const soxr_quality_spec_t quality = soxr_quality_spec(kQuality, 0);
-        soxr_error_t error = nullptr;
-        state =
-            soxr_create(static_cast<double>(in), static_cast<double>(out), 2, &error, &io, &quality, nullptr);
-        if (!state || error) {
-            soxr_delete(state);
-            throw AudioFileError("cannot be converted to the project's rate");
-        }
+          leadOut(leadIn / in * out), resampler(static_cast<double>(in), static_cast<double>(out), 2,
+                                                tarn::Resampler::Samples::SplitFloats, kQuality) {
         for (auto& side : input) side.resize(static_cast<size_t>(leadIn + blockIn + leadIn));
         for (auto& side : output) side.resize(static_cast<size_t>(leadOut + blockOut));
     }
-    ~Converter() { soxr_delete(state); }
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
 
     // A block begins one lead early, so that the filter has settled on the true past where the block starts.
     void Convert(AudioFile& file, int64_t index) {
         file.Read(index * blockIn - leadIn, input[0].size(), input[0].data(), input[1].data());
-        soxr_clear(state);
+        resampler.Clear();
         size_t taken = 0, made = 0;
         const auto process = [&](size_t more) {
             const float* from[] = {input[0].data() + taken, input[1].data() + taken};
             float* to[] = {output[0].data() + made, output[1].data() + made};
             size_t used = 0, done = 0;
             // Without input it is the end, and the rest of the output is given.
-            if (soxr_process(state, more ? from : nullptr, more, &used, to, output[0].size() - made, &done))
-                used = done = 0;
+            resampler.Process(more ? from : nullptr, more, &used, to, output[0].size() - made, &done);
             taken += used;
             made += done;
             return used > 0 || done > 0;
@@ -69,7 +58,7 @@ struct FileAtRate::Converter {
     }
 
     const int64_t blockOut, blockIn, leadIn, leadOut;
-    soxr_t state = nullptr;
+    tarn::Resampler resampler;
     std::array<std::vector<float>, 2> input, output;
     int64_t block = -1;
 };
@@ -79,7 +68,11 @@ FileAtRate::FileAtRate(const std::filesystem::path& path, int sampleRate)
     if (m_file.SampleRate() == sampleRate) return;
     const int64_t unit = std::gcd(m_file.SampleRate(), sampleRate);
     const int64_t in = m_file.SampleRate() / unit, out = sampleRate / unit;
-    m_converter = std::make_unique<Converter>(in, out);
+    try {
+        m_converter = std::make_unique<Converter>(in, out);
+    } catch (const std::runtime_error&) {
+        throw AudioFileError("cannot be converted to the project's rate");
+    }
     // In this order no product overflows, whatever length a header claims.
     m_frames = m_file.Frames() / in * out + (m_file.Frames() % in * out + in - 1) / in;
 }

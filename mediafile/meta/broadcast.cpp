@@ -99,6 +99,8 @@ HRESULT Update(uint32_t kind, HQMFILE file, bool isWave64, const void* buffer, u
 
 }  // namespace
 
+namespace tarn {
+
 std::span<const BroadcastField> BroadcastFields() { return FIELDS; }
 
 BroadcastInfo ReadBroadcastInfo(std::span<const uint8_t> payload) {
@@ -134,6 +136,8 @@ std::vector<uint8_t> BroadcastBytes(const BroadcastInfo& info) {
     bytes.insert(bytes.end(), info.codingHistory.begin(), info.codingHistory.end());
     return bytes;
 }
+
+}  // namespace tarn
 
 extern "C" {
 

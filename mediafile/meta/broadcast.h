@@ -11,6 +11,8 @@
 
 enum BWF_CHUNK_ENUM : uint32_t { BWF_CHUNK_BEXT = 0, BWF_CHUNK_IXML = 1 };
 
+namespace tarn {
+
 /// Texts as in the file, without the zeros behind them.
 struct BroadcastInfo {
     static constexpr uint16_t VERSION = 2;  ///< of those with loudness
@@ -43,6 +45,8 @@ inline constexpr size_t BEXT_FIXED_BYTES = 602;
 QM_API BroadcastInfo ReadBroadcastInfo(std::span<const uint8_t> payload);
 /// Texts are cut at their fields' lengths.
 QM_API std::vector<uint8_t> BroadcastBytes(const BroadcastInfo& info);
+
+}  // namespace tarn
 
 /// As wide texts, with terminators. The coding history is a block of its own.
 struct BWFINFO {

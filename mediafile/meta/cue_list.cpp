@@ -72,10 +72,13 @@ HRESULT ReadChunks(HQMFILE file, bool isWave64, MetaBytes* cues, MetaBytes* labe
 }
 
 HRESULT Fill(HQMFILE file, bool isWave64, uint32_t rate, HQMLIST markers, HQMLIST regions) {
-    if (!markers && !regions) return S_OK;
-    MetaBytes cueBytes, labelBytes;
+    MetaBytes cueBytes, labelBytes, own;
     std::vector<MediaCue> cues;
-    HRESULT hr = ReadChunks(file, isWave64, &cueBytes, &labelBytes);
+    // The kernel's own chunk is looked at first: one that is cut fails also where no list is asked for.
+    HRESULT hr = isWave64 ? S_OK : MetaForm(file, isWave64).Read(FourCC("qm01"), false, &own);
+    if (hr == MEDIA_E_NO_RIFF && !markers && !regions) hr = S_OK;
+    if (Failed(hr) || (!markers && !regions)) return hr;
+    hr = ReadChunks(file, isWave64, &cueBytes, &labelBytes);
     if (Succeeded(hr)) hr = ReadMediaCues(cueBytes, labelBytes, QM_MOST_LABEL, &cues);
     for (const MediaCue& cue : cues) {
         if (Failed(hr)) break;
@@ -97,6 +100,8 @@ HRESULT Fill(HQMFILE file, bool isWave64, uint32_t rate, HQMLIST markers, HQMLIS
 int64_t QmFMMeta_TimeFromSamples(uint64_t samples, uint32_t rate) {
     return rate ? static_cast<int64_t>(static_cast<double>(samples) / rate * 1e7 + 0.5) : 0;
 }
+
+namespace tarn {
 
 HRESULT ReadMediaCues(Span cues, Span adtl, size_t mostLabel, std::vector<MediaCue>* out) {
     out->clear();
@@ -145,6 +150,8 @@ std::vector<uint8_t> MediaLabelBytes(std::span<const MediaCue> cues) {
     }
     return out.Bytes();
 }
+
+}  // namespace tarn
 
 extern "C" {
 

@@ -16,6 +16,11 @@ inline constexpr GUID QM_CUE_LABEL = tarn::Guid("{ABF76256-392D-11D2-86C7-00C04F
 /// Samples to units of 100 nanoseconds, to the nearest; 0 with rate 0.
 QM_API int64_t QmFMMeta_TimeFromSamples(uint64_t samples, uint32_t rate);
 
+/// Most bytes of a label that the lists below take.
+inline constexpr size_t QM_MOST_LABEL = 1023;
+
+namespace tarn {
+
 struct MediaCue {
     uint32_t id = 0;
     uint32_t position = 0;           ///< in frames
@@ -24,15 +29,14 @@ struct MediaCue {
     uint32_t purpose = 0;  ///< of a region, four characters
 };
 
-/// Most bytes of a label that the lists below take.
-inline constexpr size_t QM_MOST_LABEL = 1023;
-
 /// Of the payloads of "cue " and of "adtl" without its type. MEDIA_E_MALFORMED for a longer label.
 QM_API HRESULT ReadMediaCues(std::span<const uint8_t> cues, std::span<const uint8_t> labels, size_t mostLabel,
                              std::vector<MediaCue>* out);
 /// The same payloads; the labels' is empty where there are none.
 QM_API std::vector<uint8_t> MediaCueBytes(std::span<const MediaCue> cues);
 QM_API std::vector<uint8_t> MediaLabelBytes(std::span<const MediaCue> cues);
+
+}  // namespace tarn
 
 struct QMMARKER {
     int64_t position, length;  ///< in 100 ns; a marker has no length

@@ -11,7 +11,7 @@
 #include <map>
 #include <sstream>
 
-using namespace tarn;
+namespace tarn {
 
 struct IxmlContent::Document {
     pugi::xml_document xml;
@@ -252,3 +252,5 @@ HRESULT BuildAndWriteRawIxmlChunk(HQMFILE file, const IxmlContent& content, uint
                                          static_cast<uint32_t>(bytes.size()), added);
     });
 }
+
+}  // namespace tarn

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+namespace tarn {
+
 /// What the text of a node may be.
 enum class IxmlType { Text, Number, Bool, SpeedFps, TimeCode, TrackFunction, SyncFunction, SyncType };
 struct IxmlNodeInfo {
@@ -56,3 +58,5 @@ QM_API std::vector<std::string> IxmlDeviations(const IxmlContent& content);
 
 /// In the place of the file's chunk; `*added` may be null.
 QM_API HRESULT BuildAndWriteRawIxmlChunk(HQMFILE file, const IxmlContent& content, uint32_t* added);
+
+}  // namespace tarn

@@ -1,15 +1,16 @@
 #include "mediafile/meta/meta_carry.h"
 
+#include "mediafile/meta/big_endian.h"
 #include "mediafile/meta/broadcast.h"
 #include "mediafile/meta/meta_records.h"
+#include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
 #include "mediafile/meta/side_file.h"
 #include "platform/guarded.h"
 
 #include <algorithm>
-#include <cmath>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -45,6 +46,8 @@ private:
         m_out.document.blocks.push_back({id, std::move(payload), MetaBlock::NEW, true});
     }
     void Keep(const MetaBlock& block) {
+        if (m_from.container == MediaContainer::Rifx && !IsBigEndianKnown(block.id))
+            return Lose(block, "where it has numbers in big-endian order is not known");
         const MetaBlock same{block.id, block.payload, MetaBlock::NEW, true};
         if (MetaChunkBytes(m_out.document.container, same).empty())
             return Lose(block,
@@ -138,55 +141,15 @@ private:
     MetaCarried m_out;
 };
 
-template <class Number>
-Number Scaled(Number value, double factor) {
-    return static_cast<Number>(std::min(std::floor(static_cast<double>(value) * factor + 0.5),
-                                        static_cast<double>(std::numeric_limits<Number>::max())));
-}
-void ScaleAt(MetaBytes& bytes, size_t at, double factor) {
-    if (bytes.size() < at + 4) return;
-    ToLittleEndian(&bytes[at], Scaled(FromLittleEndian<uint32_t>(&bytes[at]), factor));
-}
-
 }  // namespace
 
 MetaCarried CarryMetadata(const MetaDocument& from, MediaContainer to) { return Carrier(from, to).Carry(); }
-
-void ScaleMetadata(MetaDocument& document, uint32_t fromRate, uint32_t toRate) {
-    if (fromRate == toRate || fromRate == 0) return;
-    const double factor = static_cast<double>(toRate) / fromRate;
-    if (document.Find("MARK")) {
-        std::vector<MediaCue> cues = MetaCues(document);
-        for (MediaCue& cue : cues) cue.position = Scaled(cue.position, factor);
-        return SetMetaCues(document, cues);
-    }
-    constexpr size_t CUE = 24, LOOPS = 36, LOOP = 24, TIME = 338;
-    for (MetaBlock& block : document.blocks) {
-        MetaBytes& bytes = block.payload;
-        block.isChanged = true;
-        if (block.id == "cue ")
-            for (size_t at = 4; at + CUE <= bytes.size(); at += CUE)
-                ScaleAt(bytes, at + 4, factor), ScaleAt(bytes, at + 20, factor);
-        if (block.id == "LIST:adtl")
-            ForEachChunk(bytes, [&](uint32_t id, std::span<const uint8_t> payload) {
-                if (id == FourCC("ltxt"))
-                    ScaleAt(bytes, static_cast<size_t>(payload.data() - bytes.data()) + 4, factor);
-            });
-        if (block.id == "smpl")
-            for (size_t at = LOOPS; at + LOOP <= bytes.size(); at += LOOP)
-                ScaleAt(bytes, at + 8, factor), ScaleAt(bytes, at + 12, factor);
-        if (block.id == "smpl" && bytes.size() >= 12)
-            ToLittleEndian(&bytes[8], static_cast<uint32_t>(1'000'000'000 / toRate));
-        if (block.id == "bext" && bytes.size() >= TIME + 8)
-            ToLittleEndian(&bytes[TIME], Scaled(FromLittleEndian<uint64_t>(&bytes[TIME]), factor));
-    }
-}
 
 HRESULT CarryMetadata(HQMFILE from, HQMFILE to, std::vector<MetaLoss>* losses, std::string* refusal) {
     const FileSource source(from), target(to);
     const MediaContents there = InspectMedia(source), here = InspectMedia(target);
     MetaCarried carried = CarryMetadata(ReadMetaDocument(source, there), here.container);
-    ScaleMetadata(carried.document, there.format.format.sampleRate, here.format.format.sampleRate);
+    RetimeMetadata(carried.document, {there.format.format.sampleRate, here.format.format.sampleRate});
     *losses = std::move(carried.losses);
     const MetaEditPlan plan = PlanMetaEdit(target, here, carried.document);
     *refusal = plan.refusal;
@@ -217,3 +180,5 @@ HRESULT WriteLostMetadata(const char16_t* targetPath, std::span<const MetaBlock>
         return QmFile_Close(file) || Failed(hr) ? hr : MEDIA_E_WRITE;
     });
 }
+
+}  // namespace tarn

@@ -5,6 +5,8 @@
 
 #include "mediafile/meta/meta_document.h"
 
+namespace tarn {
+
 struct MetaLoss {
     std::string id;      ///< of the block
     std::string reason;  ///< for a person
@@ -17,8 +19,6 @@ struct MetaCarried {
 };
 
 QM_API MetaCarried CarryMetadata(const MetaDocument& from, MediaContainer to);
-/// Positions in frames, for a target of another rate.
-QM_API void ScaleMetadata(MetaDocument& document, uint32_t fromRate, uint32_t toRate);
 
 /// Writes what `from` has behind the samples of a finished file that has no metadata yet: the one call that
 /// makers of new files need. MEDIA_E_MALFORMED with the reason in `refusal` where it cannot be written.
@@ -27,3 +27,5 @@ QM_API HRESULT CarryMetadata(HQMFILE from, HQMFILE to, std::vector<MetaLoss>* lo
 /// "take.aiff.qml" with the blocks that are lost, beside the target. The paths are as WideFromPath makes
 /// them.
 QM_API HRESULT WriteLostMetadata(const char16_t* targetPath, std::span<const MetaBlock> lost);
+
+}  // namespace tarn

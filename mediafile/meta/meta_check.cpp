@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <set>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -172,3 +172,5 @@ std::vector<std::string> MetaDeviations(const MetaDocument& document, uint64_t f
         }
     return found;
 }
+
+}  // namespace tarn

@@ -1,12 +1,13 @@
 #include "mediafile/meta/meta_document.h"
 
 #include "mediafile/edited_source.h"
+#include "mediafile/meta/big_endian.h"
 #include "mediafile/riff64.h"
 
 #include <algorithm>
 #include <cstdio>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -56,9 +57,7 @@ public:
     }
 
     MetaDocument Read() {
-        // The numbers of a big-endian file lie the other way round within its chunks, too.
-        if (m_contents.container == MediaContainer::Unknown || m_contents.container == MediaContainer::Rifx)
-            return std::move(m_document);
+        if (m_contents.container == MediaContainer::Unknown) return std::move(m_document);
         const ChunkGrammar& g = GrammarOf(m_contents.container);
         for (size_t i = 1; i < m_contents.chunks.size(); i++) {
             const MediaChunk& chunk = m_contents.chunks[i];
@@ -87,9 +86,12 @@ private:
     void TakeRiff(const uint8_t* head, MetaBytes payload, size_t chunk) {
         const uint32_t id = FromLittleEndian<uint32_t>(head);
         if (id == FourCC("LIST") && payload.size() >= 4)
-            return Add("LIST:" + TextOf(FromLittleEndian<uint32_t>(payload.data())), WithoutType(payload),
-                       chunk);
-        Add(TextOf(id), std::move(payload), chunk);
+            return Add("LIST:" + TextOf(FromLittleEndian<uint32_t>(payload.data())),
+                       Turned(FourCC("LIST"), WithoutType(payload)), chunk);
+        Add(TextOf(id), Turned(id, std::move(payload)), chunk);
+    }
+    MetaBytes Turned(uint32_t id, MetaBytes payload) const {
+        return m_contents.container == MediaContainer::Rifx ? TurnBigEndian(id, std::move(payload)) : payload;
     }
 
     void TakeWave64(const uint8_t* head, MetaBytes payload, size_t chunk) {
@@ -425,3 +427,5 @@ HRESULT ApplyMetaEdit(HQMFILE file, const MetaEditPlan& plan) {
     }
     return S_OK;
 }
+
+}  // namespace tarn

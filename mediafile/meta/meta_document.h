@@ -12,9 +12,11 @@
 #include <string>
 #include <vector>
 
+namespace tarn {
+
 struct MetaBlock {
     std::string id;  ///< four characters; "LIST:" and a list's type; a GUID where a Wave64 label is not known
-    MetaBytes payload;   ///< of a list without its type
+    MetaBytes payload;   ///< of a list without its type; of a RIFX file with its numbers turned
     size_t chunk = NEW;  ///< the file's chunk that it comes from
     bool isChanged = true;
 
@@ -61,3 +63,5 @@ QM_API MetaEditPlan PlanMetaEdit(const ByteSource& source, const MediaContents& 
 
 /// A new chunk that does not reach the disk is cut off again. The caller flushes.
 QM_API HRESULT ApplyMetaEdit(HQMFILE file, const MetaEditPlan& plan);
+
+}  // namespace tarn

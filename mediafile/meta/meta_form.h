@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <vector>
 
+namespace tarn {
+
 using MetaBytes = std::vector<uint8_t>;
 
 /// Texts of a chunk, up to its first zero.
@@ -79,7 +81,7 @@ public:
         if (!m_isWave64) return isList ? m_io.FindListInForm(&id, size) : m_io.FindInForm(&id, size, nullptr);
         const GUID label = Wave64LabelOf(id);
         const HRESULT hr = m_io.FindInForm(&label, size, nullptr);
-        if (tarn::Failed(hr) || !isList) return hr;
+        if (Failed(hr) || !isList) return hr;
         if (*size < sizeof id) return MEDIA_E_NOT_FOUND;
         *size -= sizeof id;
         return m_s.Seek(m_s.Tell() + int64_t{sizeof id}) ? S_OK : MEDIA_E_READ;
@@ -91,7 +93,7 @@ public:
         const HRESULT hr = Find(id, isList, &size);
         // A scan that runs into the end of the file did not find it either.
         if (hr == MEDIA_E_NOT_FOUND || hr == MEDIA_E_READ) return S_OK;
-        return tarn::Failed(hr) ? hr : ReadPayload(size, payload);
+        return Failed(hr) ? hr : ReadPayload(size, payload);
     }
     HRESULT ReadPayload(uint64_t size, MetaBytes* payload) {
         if (size > UINT32_MAX || m_s.Size() - m_s.Tell() < static_cast<int64_t>(size)) return MEDIA_E_READ;
@@ -110,7 +112,7 @@ public:
     }
     /// A chunk behind the last one, with the size of the form.
     HRESULT Append(uint32_t id, bool isList, std::span<const uint8_t> payload) {
-        if (const HRESULT hr = SeekEnd(); tarn::Failed(hr)) return hr;
+        if (const HRESULT hr = SeekEnd(); Failed(hr)) return hr;
         const int64_t start = m_s.Tell();
         const uint64_t typeBytes = isList ? sizeof id : 0;
         const GUID label = Wave64LabelOf(id);
@@ -127,3 +129,5 @@ private:
     const ChunkGrammar& m_g;
     ChunkIo<FileStream> m_io;
 };
+
+}  // namespace tarn

@@ -27,6 +27,8 @@ enum QMFIO_TYPESOFMETADATA : uint32_t {
     QMFIO_META_CD_INFO = 0x2000000,
 };
 
+namespace tarn {
+
 /// A chunk of a kind in a RIFF file; several may hold one kind.
 struct MetaChunkRow {
     uint32_t kind;
@@ -50,3 +52,5 @@ QM_API std::span<const MetaLabelRow> MetaLabelRows();
 QM_API GUID Wave64LabelOf(uint32_t id);
 /// The other way; 0 for a label that was not made so.
 QM_API uint32_t RiffIdOf(const GUID& label);
+
+}  // namespace tarn

@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <ctime>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -202,54 +203,47 @@ void ListAiffComments(const MetaBlock& block, std::vector<MetaValue>& out) {
     for (size_t number = 1; number <= count && rest.size() >= HEAD; number++) {
         const size_t length = FromBigEndian<uint16_t>(rest.data() + 6);
         const auto text = rest.subspan(HEAD, std::min(length, rest.size() - HEAD));
-        out.push_back({"comment." + std::to_string(number), MetaTextFrom(text), false});
+        out.push_back({"comment." + std::to_string(number), MetaTextFrom(text)});
         rest = rest.subspan(std::min(rest.size(), HEAD + length + (length & 1)));
     }
 }
 
-namespace {
-/// Sizes of an ID3 tag leave out each byte's highest bit.
-uint32_t Synchsafe(const uint8_t* at) {
-    return uint32_t{at[0] & 0x7Fu} << 21 | uint32_t{at[1] & 0x7Fu} << 14 | uint32_t{at[2] & 0x7Fu} << 7 |
-           (at[3] & 0x7Fu);
-}
-std::string Id3Text(std::span<const uint8_t> payload) {
-    if (payload.empty()) return {};
-    enum : uint8_t { Latin1, Utf16WithOrder, Utf16Big };
-    const uint8_t encoding = payload[0];
-    payload = payload.subspan(1);
-    if (encoding == Latin1) return Utf8FromUtf16(Utf16FromWindows1252(AnsiUpToZero(payload)));
-    if (encoding != Utf16WithOrder && encoding != Utf16Big) return AnsiUpToZero(payload);
-    bool isBig = true;
-    if (encoding == Utf16WithOrder && payload.size() >= 2) {
-        isBig = payload[0] == 0xFE;
-        payload = payload.subspan(2);
+std::string SetAiffComment(MetaDocument& document, size_t number, const std::string& text) {
+    constexpr size_t HEAD = 8, MOST = UINT16_MAX;
+    constexpr int64_t EPOCH = 2082844800;  // seconds from the beginning of 1904 to that of 1970
+    if (!IsAiff(document.container)) return "comments of an AIFF file; a wave has info.ICMT";
+    const std::string bytes = MetaTextTo(text);
+    if (bytes.size() > MOST) return "a comment has 65535 bytes at most";
+    const MetaBytes old = document.PayloadOf("COMT");
+    std::vector<MetaBytes> comments;
+    std::span<const uint8_t> rest = old;
+    size_t count = rest.size() < 2 ? 0 : FromBigEndian<uint16_t>(rest.data());
+    rest = rest.subspan(std::min<size_t>(2, rest.size()));
+    for (; count > 0 && rest.size() >= HEAD; count--) {
+        const size_t length = FromBigEndian<uint16_t>(rest.data() + 6);
+        const size_t taken = std::min(rest.size(), HEAD + length + (length & 1));
+        comments.emplace_back(rest.begin(), rest.begin() + static_cast<ptrdiff_t>(taken));
+        rest = rest.subspan(taken);
     }
-    std::u16string text;
-    for (size_t i = 0; i + 1 < payload.size(); i += 2) {
-        const auto unit =
-            isBig ? FromBigEndian<uint16_t>(&payload[i]) : FromLittleEndian<uint16_t>(&payload[i]);
-        if (unit == 0) break;
-        text += static_cast<char16_t>(unit);
+    if (number > comments.size() + 1 || (number > comments.size() && comments.size() == MOST))
+        return "there are " + std::to_string(comments.size()) + " comments";
+    if (number > comments.size() && text.empty()) return {};
+    if (number > comments.size()) {
+        comments.emplace_back(HEAD);
+        ToBigEndian(comments.back().data(), static_cast<uint32_t>(std::time(nullptr) + EPOCH));
     }
-    return Utf8FromUtf16(text);
+    MetaBytes& comment = comments[number - 1];
+    comment.resize(HEAD);
+    ToBigEndian(&comment[6], static_cast<uint16_t>(bytes.size()));
+    comment.insert(comment.end(), bytes.begin(), bytes.end());
+    comment.resize(comment.size() + (comment.size() & 1));
+    if (text.empty()) comments.erase(comments.begin() + static_cast<ptrdiff_t>(number - 1));
+    if (comments.empty()) return document.Remove("COMT"), std::string();
+    MetaWriter all;
+    all.PutBig(static_cast<uint16_t>(comments.size()));
+    for (const MetaBytes& one : comments) all.Raw(one.data(), one.size());
+    document.Set("COMT", std::move(all.Bytes()));
+    return {};
 }
-}  // namespace
 
-void ListId3Frames(const MetaBlock& block, std::vector<MetaValue>& out) {
-    constexpr size_t HEAD = 10;
-    std::span<const uint8_t> rest = block.payload;
-    if (rest.size() < HEAD || std::memcmp(rest.data(), "ID3", 3) != 0 || rest[3] < 3)
-        return out.push_back({"id3", std::to_string(rest.size()) + " bytes", false});
-    const bool isV4 = rest[3] >= 4;
-    rest = rest.subspan(HEAD, std::min<size_t>(Synchsafe(&rest[6]), rest.size() - HEAD));
-    while (rest.size() >= HEAD && rest[0] != 0) {
-        const std::string id(rest.begin(), rest.begin() + 4);
-        const uint32_t size = isV4 ? Synchsafe(&rest[4]) : FromBigEndian<uint32_t>(&rest[4]);
-        rest = rest.subspan(HEAD);
-        if (size > rest.size()) return;
-        out.push_back(
-            {"id3." + id, id[0] == 'T' ? Id3Text(rest.first(size)) : std::to_string(size) + " bytes", false});
-        rest = rest.subspan(size);
-    }
-}
+}  // namespace tarn

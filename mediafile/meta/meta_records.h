@@ -4,6 +4,8 @@
 
 #include "mediafile/meta/meta_values.h"
 
+namespace tarn {
+
 void ListMetaRecord(const MetaBlock& block, std::vector<MetaValue>& out);
 /// Why it cannot be set; empty when it was.
 std::string SetMetaRecord(MetaDocument& document, const std::string& kind, const std::string& field,
@@ -13,5 +15,8 @@ QM_API std::vector<MediaCue> ReadAiffMarkers(std::span<const uint8_t> payload);
 /// Names are cut at 255 bytes, lengths and notes are left out.
 QM_API MetaBytes AiffMarkerBytes(std::span<const MediaCue> cues);
 void ListAiffComments(const MetaBlock& block, std::vector<MetaValue>& out);
-/// Texts of an ID3v2 tag.
-void ListId3Frames(const MetaBlock& block, std::vector<MetaValue>& out);
+/// Counted from 1; one behind the last is new, with the time that it is. Why it cannot be set; empty when it
+/// was.
+std::string SetAiffComment(MetaDocument& document, size_t number, const std::string& text);
+
+}  // namespace tarn

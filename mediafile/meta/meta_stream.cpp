@@ -254,10 +254,15 @@ HRESULT ReadPlayListKind(MetaForm& form, MetaWriter& out) {
     return S_OK;
 }
 
-/// Each chunk of the form with the id.
-HRESULT ReadOpaqueKind(MetaForm& form, const MetaChunkRow& row, bool isWave64, MetaWriter& out) {
-    MetaWriter items;
-    uint32_t count = 0;
+bool IsForm(HQMFILE file, const ChunkGrammar& g) {
+    uint64_t size = 0;
+    uint8_t type[16];
+    return Succeeded(ChunkIo<FileStream>(FileStream{file}, g).ReadForm(&size, type));
+}
+
+/// Calls `take(payload)` for each chunk of the form with the id; of a list without its type.
+template <class Take>
+HRESULT ForEachOfRow(MetaForm& form, const MetaChunkRow& row, bool isWave64, Take take) {
     uint64_t left = 0, size = 0;
     uint8_t type[16];
     MetaBytes payload;
@@ -268,17 +273,46 @@ HRESULT ReadOpaqueKind(MetaForm& form, const MetaChunkRow& row, bool isWave64, M
         const HRESULT found = isRiffList ? form.Io().FindList(&row.id, &size, &left)
                               : isWave64 ? form.Io().Find(&label, &size, &left)
                                          : form.Io().Find(&row.id, &size, &left);
-        if (Failed(found)) break;
+        if (Failed(found)) return S_OK;
         if (const HRESULT hr = form.ReadPayload(size, &payload); Failed(hr)) return hr;
         const uint64_t padded = form.Grammar().Padded(size);
         form.Io().SkipBytes(padded - size);
         left -= std::min(left, padded);
         const size_t typeBytes = row.isList && isWave64 ? std::min<size_t>(payload.size(), 4) : 0;
-        items.Put(row.id).Put(static_cast<uint32_t>(payload.size() - typeBytes));
-        items.Raw(payload.data() + typeBytes, payload.size() - typeBytes);
-        count++;
+        if (const HRESULT hr = take(Span(payload).subspan(typeBytes)); Failed(hr)) return hr;
     }
-    PutKind(out, row.kind, count, items);
+}
+
+HRESULT ReadOpaqueKind(MetaForm& form, const MetaChunkRow& row, bool isWave64, MetaWriter& out) {
+    MetaWriter items;
+    uint32_t count = 0;
+    const HRESULT hr = ForEachOfRow(form, row, isWave64, [&](Span payload) {
+        items.Put(row.id).Put(static_cast<uint32_t>(payload.size())).Raw(payload.data(), payload.size());
+        count++;
+        return S_OK;
+    });
+    if (Succeeded(hr)) PutKind(out, row.kind, count, items);
+    return hr;
+}
+
+HRESULT FillBlocks(HQMFILE file, bool isWave64, uint32_t kind, HQMLIST blocks) {
+    MetaForm form(file, isWave64);
+    if (!IsForm(file, form.Grammar())) return MEDIA_E_NO_RIFF;
+    for (const MetaChunkRow& row : MetaChunkRows()) {
+        if (!(row.kind & kind)) continue;
+        const HRESULT hr = ForEachOfRow(form, row, isWave64, [&](Span payload) {
+            void* item = nullptr;
+            const HRESULT made =
+                QmList_AllocItem(blocks, offsetof(QMMETABLOCK, data) + payload.size() + 1, &item);
+            if (Failed(made)) return made;
+            auto* block = static_cast<QMMETABLOCK*>(item);
+            block->id = row.id;
+            block->size = static_cast<uint32_t>(payload.size());
+            std::copy(payload.begin(), payload.end(), block->data);
+            return QmList_InsertList(blocks, blocks->count, nullptr, -1);
+        });
+        if (Failed(hr)) return hr;
+    }
     return S_OK;
 }
 
@@ -307,12 +341,6 @@ HRESULT DeleteFromAiff(HQMFILE file) {
     return S_OK;
 }
 
-bool IsForm(HQMFILE file, const ChunkGrammar& g) {
-    uint64_t size = 0;
-    uint8_t type[16];
-    return Succeeded(ChunkIo<FileStream>(FileStream{file}, g).ReadForm(&size, type));
-}
-
 HRESULT OpenAndWrite(const char16_t* path, uint32_t size, IQmReadMeta* meta, uint32_t kinds, bool isWave64) {
     const OwnedFile file = OpenForWriting(path);
     if (!file) return MEDIA_E_OPEN;
@@ -321,6 +349,8 @@ HRESULT OpenAndWrite(const char16_t* path, uint32_t size, IQmReadMeta* meta, uin
 }
 
 }  // namespace
+
+namespace tarn {
 
 IQmReadMeta* CreateMetaStream(Span bytes) try {
     auto* stream = new (std::nothrow) MemoryMeta(bytes);
@@ -346,7 +376,16 @@ HRESULT ReadMetaStream(HQMFILE file, bool isWave64, uint32_t kinds, std::vector<
     });
 }
 
+}  // namespace tarn
+
 extern "C" {
+
+HRESULT QmFMMeta_fillBlocksFromFile(HQMFILE file, uint32_t kind, HQMLIST blocks) {
+    return Guarded([&] { return FillBlocks(file, false, kind, blocks); });
+}
+HRESULT QmFMMeta64_fillBlocksFromFile(HQMFILE file, uint32_t kind, HQMLIST blocks) {
+    return Guarded([&] { return FillBlocks(file, true, kind, blocks); });
+}
 
 HRESULT QmFMMeta_WriteMetaStream(HQMFILE file, IQmReadMeta* meta) {
     uint64_t taken = 0;

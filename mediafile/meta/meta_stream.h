@@ -9,6 +9,7 @@
 // One thread at a time.
 #pragma once
 
+#include "kernel/list.h"
 #include "mediafile/media_codes.h"
 #include "mediafile/meta/meta_kinds.h"
 #include "platform/file_handle.h"
@@ -31,12 +32,27 @@ struct QMMETAHEADER {
 };
 static_assert(sizeof(QMMETAHEADER) == 28 && offsetof(QMMETAHEADER, count) == 8);
 
+namespace tarn {
+
 /// A stream over a copy of the bytes, with one reference; null when out of memory.
 QM_API IQmReadMeta* CreateMetaStream(std::span<const uint8_t> bytes);
 /// What a RIFF or Wave64 file has of the kinds, as such a stream has it.
 QM_API HRESULT ReadMetaStream(HQMFILE file, bool isWave64, uint32_t kinds, std::vector<uint8_t>* stream);
 
+}  // namespace tarn
+
+/// A chunk as it lies in the file; of a list without its type.
+struct QMMETABLOCK {
+    uint32_t id;  ///< of the chunk in RIFF files
+    uint32_t size;
+    uint8_t data[1];  ///< as many as there are
+};
+
 extern "C" {
+
+/// Appends the chunks of a kind to a heap list of QMMETABLOCK. None is S_OK.
+QM_API HRESULT QmFMMeta_fillBlocksFromFile(HQMFILE file, uint32_t kind, HQMLIST blocks);
+QM_API HRESULT QmFMMeta64_fillBlocksFromFile(HQMFILE file, uint32_t kind, HQMLIST blocks);
 
 /// Writes the kind at which the stream stands behind the last chunk of an open RIFF file. A kind without
 /// items writes nothing. Positions and lengths that 32 bits do not hold are left out. What was written before

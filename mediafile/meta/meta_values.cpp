@@ -1,6 +1,7 @@
 #include "mediafile/meta/meta_values.h"
 
 #include "mediafile/meta/broadcast.h"
+#include "mediafile/meta/id3.h"
 #include "mediafile/meta/ixml.h"
 #include "mediafile/meta/meta_records.h"
 #include "platform/text.h"
@@ -9,7 +10,7 @@
 #include <charconv>
 #include <iterator>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
@@ -379,8 +380,9 @@ std::string SetAxml(MetaDocument& document, const std::string&, const std::strin
 void ListId3(const MetaDocument&, const MetaBlock& block, Values& out) { ListId3Frames(block, out); }
 void ListComments(const MetaDocument&, const MetaBlock& block, Values& out) { ListAiffComments(block, out); }
 
-std::string CannotSet(MetaDocument&, const std::string&, const std::string&) {
-    return "values of this kind are shown and kept";
+std::string SetComment(MetaDocument& document, const std::string& number, const std::string& text) {
+    size_t index = 0;
+    return IsIndex(number, &index) ? SetAiffComment(document, index, text) : "comments are numbered from 1";
 }
 
 struct Kind {
@@ -400,7 +402,7 @@ constexpr Kind KINDS[] = {
     {"text", "AUTH", ListText, SetText},
     {"text", "(c) ", ListText, SetText},
     {"text", "ANNO", ListText, SetText},
-    {"comment", "COMT", ListComments, CannotSet},
+    {"comment", "COMT", ListComments, SetComment},
     {"smpl", "smpl", ListRecord, SetRecord<SMPL>},
     {"inst", "inst", ListRecord, SetRecord<INST>},
     {"plst", "plst", ListRecord, SetRecord<PLST>},
@@ -408,8 +410,8 @@ constexpr Kind KINDS[] = {
     {"acid", "acid", ListRecord, SetRecord<ACID>},
     {"chna", "chna", ListRecord, SetRecord<CHNA>},
     {"axml", "axml", ListAxml, SetAxml},
-    {"id3", "id3 ", ListId3, CannotSet},
-    {"id3", "ID3 ", ListId3, CannotSet},
+    {"id3", "id3 ", ListId3, SetId3Frame},
+    {"id3", "ID3 ", ListId3, SetId3Frame},
 };
 
 const Kind* KindOf(const MetaBlock& block) {
@@ -473,3 +475,5 @@ void SetMetaCues(MetaDocument& document, std::span<const MediaCue> cues) {
     SetOrRemove(document, "cue ", cues.empty() ? MetaBytes() : MediaCueBytes(cues));
     SetOrRemove(document, "LIST:adtl", MediaLabelBytes(cues));
 }
+
+}  // namespace tarn

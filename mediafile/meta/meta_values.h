@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace tarn {
+
 struct MetaValue {
     std::string key, text;
     bool isSettable = true;
@@ -37,3 +39,5 @@ QM_API std::string MetaTextTo(const std::string& text);
 QM_API std::vector<MediaCue> MetaCues(const MetaDocument& document);
 /// As markers of the container, in the place of what it has.
 QM_API void SetMetaCues(MetaDocument& document, std::span<const MediaCue> cues);
+
+}  // namespace tarn

@@ -178,6 +178,8 @@ HRESULT ProjectLinkRiff64_openAndWriteInfo(const char16_t* path, const CQmLinkPr
 
 }  // extern "C"
 
+namespace tarn {
+
 HRESULT WriteProjectLinkFile(const char16_t* path, const CQmLinkProjectInfo& info) {
     return Guarded([&] {
         const OwnedFile file(QmFile_Open(path, FILE_ACCESS_READ_WRITE, FILE_CREATE_NEW));
@@ -186,3 +188,5 @@ HRESULT WriteProjectLinkFile(const char16_t* path, const CQmLinkProjectInfo& inf
         return WriteInto(file.get(), false, info);
     });
 }
+
+}  // namespace tarn

@@ -81,5 +81,9 @@ QM_API HRESULT ProjectLinkRiff64_openAndWriteInfo(const char16_t* path, const CQ
 
 }  // extern "C"
 
+namespace tarn {
+
 /// A new file of form "QMPL" with the link alone.
 QM_API HRESULT WriteProjectLinkFile(const char16_t* path, const CQmLinkProjectInfo& info);
+
+}  // namespace tarn

@@ -41,6 +41,8 @@ bool HasMarkers(HQMFILE file, bool isWave64) {
 
 }  // namespace
 
+namespace tarn {
+
 HRESULT OpenSideFile(const char16_t* mediaPath, std::u16string* sidePath) {
     *sidePath = SideName(mediaPath, true);
     if (QmFMMeta_IsMetaFile(mediaPath, sidePath->c_str())) return S_OK;
@@ -52,6 +54,8 @@ HRESULT OpenSideFile(const char16_t* mediaPath, std::u16string* sidePath) {
     if (Failed(riff_WriteFileID(file.get(), QMML, 4))) return MEDIA_E_WRITE;
     return form.Append(QMPI, false, {reinterpret_cast<const uint8_t*>(name.data()), name.size()});
 }
+
+}  // namespace tarn
 
 extern "C" {
 

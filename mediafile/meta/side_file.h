@@ -7,8 +7,12 @@
 
 #include <string>
 
+namespace tarn {
+
 /// The side file of a medium, made where it is not there.
 QM_API HRESULT OpenSideFile(const char16_t* mediaPath, std::u16string* sidePath);
+
+}  // namespace tarn
 
 extern "C" {
 

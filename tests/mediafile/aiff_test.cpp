@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+using namespace tarn;
+
 namespace {
 
 Builder& IffChunk(Builder& b, const std::string& id, const Bytes& payload) {

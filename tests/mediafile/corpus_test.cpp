@@ -9,6 +9,8 @@
 #include <map>
 #include <sstream>
 
+using namespace tarn;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -55,7 +57,7 @@ std::string Reason(const MediaContents& c) {
     for (const MediaProblem& p : c.problems)
         for (const char* known : {"RF64", "big-endian RIFF", "which is not supported"})
             if (p.text.find(known) != std::string::npos) return known;
-    if (c.hasFormat && c.format.format.IsCompressed()) return "compressed: its frames are known to its codec";
+    if (c.hasFormat && c.coding.codec == SampleCodec::None) return "a codec that is not read";
     return {};
 }
 

@@ -47,7 +47,9 @@ protected:
         std::ifstream in(Path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    MediaContents Inspected(const std::string& name) const { return InspectMedia(Open(name).get()); }
+    tarn::MediaContents Inspected(const std::string& name) const {
+        return tarn::InspectMedia(Open(name).get());
+    }
 
 private:
     std::filesystem::path m_folder;

@@ -146,6 +146,14 @@ TEST_F(Meta, DisplayItemsInBothContainers) {
         EXPECT_FALSE(displist_GetItem(list, 1)->data);
         EXPECT_EQ(QmFile_Tell(file.get()), is64 ? 40 : 12);
         displist_Destroy(list);
+        HeapList blocks;
+        const auto fill = is64 ? QmFMMeta64_fillBlocksFromFile : QmFMMeta_fillBlocksFromFile;
+        ASSERT_EQ(fill(file.get(), QMFIO_META_DISPLAY, blocks.list), S_OK);
+        ASSERT_EQ(fill(file.get(), QMFIO_META_SAMPLER, blocks.list), S_OK);
+        ASSERT_EQ(blocks.list->count, 2);
+        const QMMETABLOCK* block = QmList_Pointers<QMMETABLOCK>(blocks.list)[1];
+        EXPECT_EQ(block->id, FourCC("DISP"));
+        EXPECT_EQ(std::string(block->data + 4, block->data + 11), "foreign");
         void* bitmap = displist_CreateBitmapFromFile(WidePath("d").c_str());
         EXPECT_TRUE(bitmap && std::memcmp(bitmap, "picture", 7) == 0);
         MemFree(bitmap);

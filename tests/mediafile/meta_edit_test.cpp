@@ -1,11 +1,14 @@
 // Edits in place: what is set is read again, everything else stays byte for byte, in every container.
 #include "mediafile/meta/meta_carry.h"
+#include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
 #include "mediafile/sample_file.h"
 #include "tests/mediafile/media_support.h"
 
 #include <array>
 #include <map>
+
+using namespace tarn;
 
 namespace {
 
@@ -78,7 +81,10 @@ TEST_F(MetaEdits, SetValuesAreReadAgainAndAllElseStays) {
                           {"cue.1.label", "a much longer label than before"},
                           {"ixml.SCENE", "4"},
                           {"cue.2.position", "7"},
-                          {"axml", "<a/>"}};
+                          {"axml", "<a/>"},
+                          {"id3.TIT2", "Dämmerung"},
+                          {"id3.COMM", "日本"},
+                          {"id3.TIT2", "longer than it was before"}};
     const Pairs wave = {{"info.INAM", "Dämmerung"},
                         {"info.IART", "日本"},
                         {"info.INAM", "a longer title"},
@@ -90,9 +96,9 @@ TEST_F(MetaEdits, SetValuesAreReadAgainAndAllElseStays) {
                         {"smpl.loop.1.end", "99"},
                         {"plst.entry.1.cue", "2"},
                         {"chna.entry.1.uid", "ATU_00000001"}};
-    const Pairs aiff = {{"text.NAME", "Dämmerung"},
-                        {"text.AUTH", "x"},
-                        {"instrument.Detune", "-5"},
+    const Pairs aiff = {{"text.NAME", "Dämmerung"},         {"text.AUTH", "x"},
+                        {"instrument.Detune", "-5"},        {"comment.1", "erster"},
+                        {"comment.2", "the second"},        {"comment.1", "odd"},
                         {"text.NAME", "longer than before"}};
     for (const MediaContainer container : CONTAINERS) {
         SCOPED_TRACE(NameOf(container));
@@ -188,6 +194,8 @@ TEST_F(MetaEdits, WhatCannotBeWrittenIsRefusedWithTheReason) {
                                          {"text.NAME", "a"},
                                          {"ixml.A..B", "a"},
                                          {"nothing.A", "a"},
+                                         {"id3.APIC", "a"},
+                                         {"comment.1", "a"},
                                          {"chunk.JUNK", "a"}})
         EXPECT_NE(Set("x", key, text), "") << key;
     EXPECT_EQ(Content("x"), good);
@@ -222,7 +230,7 @@ TEST_F(MetaEdits, EveryKindThroughEveryContainerThatHoldsIt) {
         }
     }
     MetaDocument scaled = all;
-    ScaleMetadata(scaled, 48000, 96000);
+    RetimeMetadata(scaled, {48000, 96000});
     const std::vector<MediaCue> cues = MetaCues(scaled);
     EXPECT_EQ(cues[0].position, 96u);
     // From file to file in one call.
@@ -233,6 +241,103 @@ TEST_F(MetaEdits, EveryKindThroughEveryContainerThatHoldsIt) {
     std::string refusal;
     ASSERT_EQ(CarryMetadata(Open("x").get(), Open("y").get(), &losses, &refusal), S_OK) << refusal;
     EXPECT_EQ(Values("y"), Values("x"));
+}
+
+/// Tags of others in both versions and encodings: what is not set stays byte for byte.
+TEST_F(MetaEdits, FramesOfATagAreSetAmongOthers) {
+    const auto frame = [](const char* id, const std::string& payload, bool isV4) {
+        Builder b;
+        b.Text(id);
+        isV4 ? b.Big(static_cast<uint32_t>(payload.size() / 128 * 256 + payload.size() % 128))
+             : b.Big(static_cast<uint32_t>(payload.size()));
+        return b.Zeros(2).Text(payload).bytes;
+    };
+    for (const bool isV4 : {false, true}) {
+        const std::string wide("\x01\xFF\xFE"
+                               "A\0\xE4\0",
+                               7),
+            picture(200, 'p'),
+            comment("\0eng"
+                    "about\0text",
+                    14);
+        Bytes frames;
+        for (const Bytes& f : {frame("TIT2", wide, isV4), frame("APIC", picture, isV4),
+                               frame("COMM", comment, isV4), frame("TPE1", std::string("\0x", 2), isV4)})
+            frames.insert(frames.end(), f.begin(), f.end());
+        Builder tag;
+        tag.Text("ID3").Little(uint8_t(isV4 ? 4 : 3)).Zeros(2).Zeros(2);
+        const size_t size = frames.size() + 30;  // with a pad
+        tag.Little(uint8_t(size >> 7))
+            .Little(uint8_t(size & 0x7F))
+            .Raw(frames.data(), frames.size())
+            .Zeros(30);
+        MakeMedia("x", MediaContainer::Wave);
+        AddBlock("x", "ID3 ", tag.bytes);
+        EXPECT_EQ(Values("x").at("id3.TIT2"), "Aä");
+        EXPECT_EQ(Values("x").at("id3.COMM"), "text");
+        ASSERT_EQ(Set("x", "id3.TIT2", "日本"), "");
+        ASSERT_EQ(Set("x", "id3.COMM", "neu"), "");
+        ASSERT_EQ(Set("x", "id3.TPE1", ""), "");
+        const auto values = Values("x");
+        EXPECT_EQ(values.at("id3.TIT2"), "日本");
+        EXPECT_EQ(values.at("id3.COMM"), "neu");
+        EXPECT_FALSE(values.contains("id3.TPE1"));
+        const Bytes now = ReadMetaDocument(Open("x").get()).PayloadOf("ID3 "),
+                    kept = frame("APIC", picture, isV4);
+        EXPECT_NE(std::search(now.begin(), now.end(), kept.begin(), kept.end()), now.end());
+        const std::string about("engabout", 8);
+        EXPECT_NE(std::search(now.begin(), now.end(), about.begin(), about.end()), now.end());
+    }
+    MakeMedia("x", MediaContainer::Wave);
+    AddBlock("x", "id3 ",
+             Builder().Text("ID3").Little(uint8_t{4}).Zeros(1).Little(uint8_t{0x80}).Zeros(4).bytes);
+    EXPECT_NE(Set("x", "id3.TIT2", "a"), "") << "a tag of a form that is only read";
+}
+
+/// The numbers of a big-endian file are turned on the way to any other.
+TEST_F(MetaEdits, ABigEndianFileIsReadAndCarried) {
+    const auto chunk = [](const char* id, const Bytes& payload) {
+        return Builder()
+            .Text(id)
+            .Big(static_cast<uint32_t>(payload.size()))
+            .Raw(payload.data(), payload.size())
+            .Zeros(payload.size() & 1)
+            .bytes;
+    };
+    const Bytes format = Builder()
+                             .Big(uint16_t{1})
+                             .Big(uint16_t{1})
+                             .Big(8000u)
+                             .Big(16000u)
+                             .Big(uint16_t{2})
+                             .Big(uint16_t{16})
+                             .bytes;
+    const Bytes cue = Builder().Big(1u).Big(7u).Big(3u).Text("data").Big(0u).Big(0u).Big(3u).bytes;
+    Builder labels, info, bext;
+    const Bytes label = chunk("labl", Builder().Big(7u).Text("here").Zeros(1).bytes),
+                region = chunk("ltxt", Builder().Big(7u).Big(2u).Text("rgn ").Zeros(8).bytes),
+                title = chunk("INAM", {'o', 'd', 'd', 'y', 0});
+    labels.Text("adtl").Raw(label.data(), label.size()).Raw(region.data(), region.size());
+    info.Text("INFO").Raw(title.data(), title.size());
+    bext.Text("told").Zeros(334).Big(5u).Big(1u).Big(uint16_t{1}).Zeros(254);
+    Bytes all = Builder().Text("WAVE").bytes;
+    for (const Bytes& c :
+         {chunk("fmt ", format), chunk("data", Bytes(20)), chunk("cue ", cue), chunk("LIST", labels.bytes),
+          chunk("LIST", info.bytes), chunk("bext", bext.bytes), chunk("unkn", Bytes(4))})
+        all.insert(all.end(), c.begin(), c.end());
+    Make("x", chunk("RIFX", all));
+    const std::map<std::string, std::string> values = Values("x");
+    const Pairs expected = {
+        {"cue.1.position", "3"},      {"cue.1.length", "2"},
+        {"cue.1.label", "here"},      {"info.INAM", "oddy"},
+        {"bext.Description", "told"}, {"bext.TimeReference", std::to_string((1ull << 32) + 5)},
+        {"bext.Version", "1"}};
+    for (const auto& [key, text] : expected) EXPECT_EQ(values.at(key), text) << key;
+    EXPECT_NE(Set("x", "info.INAM", "a"), "");
+    const MetaCarried carried = CarryMetadata(ReadMetaDocument(Open("x").get()), MediaContainer::Wave);
+    EXPECT_EQ(carried.losses.size(), 1u) << "whose numbers are anyone's guess";
+    EXPECT_EQ(carried.document.PayloadOf("cue "),
+              Builder().Little(1u).Little(7u).Little(3u).Text("data").Little(0u).Little(0u).Little(3u).bytes);
 }
 
 TEST_F(MetaEdits, DeviationsAreNamed) {

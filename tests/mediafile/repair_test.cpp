@@ -9,6 +9,8 @@
 #include <functional>
 #include <random>
 
+using namespace tarn;
+
 namespace {
 
 struct Kind {
@@ -448,6 +450,42 @@ TEST_F(Repair, CanBeKilledBetweenAnyTwoOfItsWrites) {
             std::ranges::copy(edit->bytes, partly.begin() + static_cast<ptrdiff_t>(edit->offset));
             EXPECT_TRUE(GivesBack(partly, SAMPLES.data(), SAMPLES.size(), 8)) << edit->what;
         }
+    }
+}
+
+/// A recorder that left a filler, was killed beyond what 32 bits tell, and so was the program after each
+/// write.
+TEST_F(Repair, AFileThatOutgrewItsSizesBecomesLong) {
+    constexpr uint64_t BEYOND = (uint64_t{4} << 30) + 4000, HEAD = 12 + 36 + 24 + 8;
+    const Bytes head = Builder()
+                           .Text("RIFF")
+                           .Little(0u)
+                           .Text("WAVE")
+                           .Chunk("JUNK", Bytes(28))
+                           .Chunk("fmt ", PcmFormat(2, 48000, 16))
+                           .Text("data")
+                           .Little(0u)
+                           .bytes;
+    ASSERT_EQ(head.size(), HEAD);
+    for (size_t killed = 0; killed < 4; killed++) {
+        const OwnedHandle file = Make("x", head);
+        QmFile_Seek(file.get(), HEAD + BEYOND, FILE_FROM_START);
+        ASSERT_TRUE(QmFile_SetEnd(file.get()));
+        MediaRepairPlan plan = PlanMediaRepair(file.get(), {});
+        ASSERT_EQ(plan.refusal, "");
+        ASSERT_EQ(plan.edits.size(), 3u);
+        if (killed < 3) {
+            plan.edits.erase(plan.edits.begin(), plan.edits.end() - static_cast<ptrdiff_t>(killed));
+            ASSERT_EQ(ApplyMediaRepair(file.get(), plan), S_OK);
+            plan = PlanMediaRepair(file.get(), {});
+            ASSERT_EQ(plan.refusal, "") << killed;
+        }
+        ASSERT_EQ(ApplyMediaRepair(file.get(), plan), S_OK);
+        const MediaContents c = InspectMedia(file.get());
+        EXPECT_EQ(c.container, MediaContainer::Rf64);
+        EXPECT_FALSE(c.HasErrors()) << c.problems[0].text;
+        EXPECT_EQ(c.frames, BEYOND / 4);
+        EXPECT_EQ(PlanMediaRepair(file.get(), {}).edits.size(), 0u);
     }
 }
 

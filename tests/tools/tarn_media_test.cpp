@@ -5,11 +5,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
+#include <numbers>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
+
+using namespace tarn;
 
 namespace {
 
@@ -45,7 +50,7 @@ TEST_F(TarnMedia, ConvertsThereAndBack) {
     ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("b.aiff") + " --type pcm24").code, 0);
     ASSERT_EQ(Run("convert " + Path("b.aiff") + " " + Path("c.w64") + " --type float64").code, 0);
     ASSERT_EQ(Run("convert " + Path("c.w64") + " " + Path("d.aifc") + " --type pcm32").code, 0);
-    ASSERT_EQ(Run("convert " + Path("d.aifc") + " " + Path("e.wav") + " --type pcm16").code, 0);
+    ASSERT_EQ(Run("convert " + Path("d.aifc") + " " + Path("e.wav") + " --type pcm16 --dither none").code, 0);
     EXPECT_EQ(Content("e.wav"), original);
     EXPECT_EQ(Content("a.wav"), original);
     for (const char* name : {"b.aiff", "c.w64", "d.aifc"})
@@ -60,7 +65,9 @@ TEST_F(TarnMedia, GainAndChannels) {
     };
     ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("r.wav") + " --channel 2").code, 0);
     const Bytes right = Content("r.wav");
-    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("m.wav") + " --channels 1 --gain -6.0205999").code,
+    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("m.wav") +
+                  " --channels 1 --gain -6.0205999 --dither none")
+                  .code,
               0);
     const Bytes mono = Content("m.wav");
     for (size_t i = 0; i < 1000; i++) {
@@ -72,6 +79,135 @@ TEST_F(TarnMedia, GainAndChannels) {
     EXPECT_EQ(sample(Content("q.wav"), Content("q.wav").size() - 2), sample(right, right.size() - 2));
     EXPECT_EQ(Run("convert " + Path("a.wav") + " " + Path("x.wav") + " --channels 4").code, 2);
     EXPECT_FALSE(std::filesystem::exists(Path("x.wav")));
+}
+
+/// Values that are known, as they come out of a conversion.
+class TarnMediaSound : public TarnMedia {
+protected:
+    void MakeDoubles(const std::string& name, uint32_t channels, const std::vector<double>& samples) {
+        Make("raw", Builder().Raw(samples.data(), samples.size() * sizeof(double)).bytes);
+        ASSERT_EQ(Run("header insert -f " + Path("raw") + " " + Path(name) +
+                      " --type float64 --rate 48000 --channels " + std::to_string(channels))
+                      .code,
+                  0);
+    }
+    template <class Sample>
+    std::vector<Sample> Converted(const std::string& from, const std::string& options, const char* type) {
+        const Outcome done = Run("convert -f -q --type " + std::string(type) + " " + options + " " +
+                                 Path(from) + " " + Path("out.wav"));
+        EXPECT_EQ(done.code, 0) << options << done.text;
+        const MediaContents c = Inspected("out.wav");
+        const Bytes bytes = Content("out.wav");
+        std::vector<Sample> samples(c.dataBytes / sizeof(Sample));
+        std::memcpy(samples.data(), &bytes[c.dataOffset], c.dataBytes);
+        return samples;
+    }
+    static std::vector<double> Sine(double hertz, uint32_t channels, size_t frames) {
+        std::vector<double> samples;
+        for (size_t i = 0; i < frames; i++)
+            samples.insert(samples.end(), channels,
+                           0.5 * std::sin(2 * std::numbers::pi * hertz * static_cast<double>(i) / 48000));
+        return samples;
+    }
+    static double Peak(const std::vector<double>& samples) {
+        double peak = 0;
+        for (const double s : samples) peak = std::max(peak, std::fabs(s));
+        return peak;
+    }
+};
+
+TEST_F(TarnMediaSound, ChannelsAreMadeAsTold) {
+    constexpr double HALF_POWER = std::numbers::sqrt2 / 2;
+    MakeDoubles("six.wav", 6, {0.1, 0.2, 0.3, 0.9, 0.04, 0.05});
+    MakeDoubles("two.wav", 2, {0.25, -0.5, 1e300, 0.125});
+    const struct {
+        const char *file, *options;
+        std::vector<double> expected;
+    } rows[] = {
+        {"six.wav", "--channels 2", {0.1 + HALF_POWER * 0.34, 0.2 + HALF_POWER * 0.35}},
+        {"six.wav", "--channels 1", {HALF_POWER * 0.3 + 0.3 + 0.045}},
+        {"six.wav", "--map 4,1,0", {0.9, 0.1, 0}},
+        {"two.wav", "--map 2,1", {-0.5, 0.25, 0.125, 1e300}},
+        {"two.wav", "--channel 2", {-0.5, 0.125}},
+        {"two.wav", "--matrix '0,2;0.5,0;0,0' --length 1s", {-1, 0.125, 0}},
+        {"two.wav", "--start 1s --channel 2", {0.125}},
+    };
+    for (const auto& row : rows) {
+        const std::vector<double> got = Converted<double>(row.file, row.options, "float64");
+        ASSERT_EQ(got.size(), row.expected.size()) << row.options;
+        for (size_t i = 0; i < got.size(); i++) EXPECT_NEAR(got[i], row.expected[i], 1e-12) << row.options;
+    }
+    for (const char* refused : {"--channels 3", "--map 7", "--matrix '1,0'", "--start 2s"})
+        EXPECT_EQ(Run("convert " + Path("six.wav") + " " + Path("x.wav") + " " + refused).code, 2) << refused;
+    for (const char* wrong : {"--matrix '1,0;1'", "--map 1 --channels 2", "--start noon", "--normalize loud",
+                              "--start 1s --end 2s --length 1s"})
+        EXPECT_EQ(Run("convert " + Path("two.wav") + " " + Path("x.wav") + " " + wrong).code, 3) << wrong;
+    EXPECT_FALSE(std::filesystem::exists(Path("x.wav")));
+}
+
+TEST_F(TarnMediaSound, RateAndLevelChange) {
+    MakeDoubles("sine.wav", 2, Sine(997, 2, 96000));
+    const std::vector<double> faster = Converted<double>("sine.wav", "--rate 96000", "float64");
+    ASSERT_EQ(faster.size(), 2 * 192000u);
+    for (size_t i = 10000; i < 20000; i++)
+        ASSERT_NEAR(faster[2 * i],
+                    0.5 * std::sin(2 * std::numbers::pi * 997 * static_cast<double>(i) / 96000), 1e-7);
+    EXPECT_EQ(Converted<double>("sine.wav", "--rate 44100", "float64").size(), 2 * 88200u);
+    EXPECT_NEAR(Peak(Converted<double>("sine.wav", "--normalize peak=-20", "float64")), 0.1, 1e-9);
+    // A sine of 1 kHz on both channels is as loud as its peak is high.
+    EXPECT_NEAR(20 * std::log10(Peak(Converted<double>("sine.wav", "--normalize loudness=-30", "float64"))),
+                -30, 0.1);
+    const std::vector<int16_t> full = Converted<int16_t>("sine.wav", "--normalize peak", "pcm16");
+    EXPECT_NEAR(*std::ranges::max_element(full), 32766, 1);
+    EXPECT_NEAR(*std::ranges::min_element(full), -32766, 1);
+    EXPECT_NE(Run("convert -f --type pcm16 --gain 12 " + Path("sine.wav") + " " + Path("x.wav"))
+                  .text.find("beyond full scale"),
+              std::string::npos);
+}
+
+TEST_F(TarnMediaSound, DitherKeepsWhatIsBelowAStep) {
+    constexpr double STEP = 1.0 / 32768;
+    MakeDoubles("quiet.wav", 1, std::vector<double>(100000, 0.25 * STEP));
+    const std::vector<int16_t> dithered = Converted<int16_t>("quiet.wav", "", "pcm16");
+    double sum = 0, squares = 0;
+    for (const int16_t s : dithered) sum += s, squares += (s - 0.25) * (s - 0.25);
+    EXPECT_NEAR(sum / 100000, 0.25, 0.01);
+    EXPECT_NEAR(squares / 100000, 0.25, 0.01) << "of the noise and of rounding, whatever the value is";
+    EXPECT_EQ(Converted<int16_t>("quiet.wav", "", "pcm16"), dithered) << "the same each time";
+    EXPECT_EQ(Converted<int16_t>("quiet.wav", "--dither none", "pcm16"), std::vector<int16_t>(100000));
+}
+
+TEST_F(TarnMedia, APartTakesItsMetadataAlong) {
+    MakeWave("a.wav");
+    ASSERT_EQ(
+        Run("meta set " + Path("a.wav") +
+            " cue.1.position=10 cue.1.label=before cue.2.position=120 cue.2.length=500 cue.2.label=within"
+            " bext.TimeReference=48000 bext.LoudnessValue=-20 smpl.loop.1.start=110 smpl.loop.1.end=140"
+            " ixml.SPEED.FILE_SAMPLE_RATE=48000 ixml.SPEED.TIMESTAMP_SAMPLES_SINCE_MIDNIGHT_HI=0"
+            " ixml.SPEED.TIMESTAMP_SAMPLES_SINCE_MIDNIGHT_LO=48000")
+            .code,
+        0);
+    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("b.wav") + " --start 100s --length 50s").code, 0);
+    const Bytes a = Content("a.wav"), b = Content("b.wav");
+    EXPECT_TRUE(std::equal(b.begin() + 44, b.begin() + 244, a.begin() + 444));
+    const std::string shown = Run("meta show " + Path("b.wav")).text;
+    for (const char* line : {"cue.1.position = 20\n", "cue.1.length = 30\n", "cue.1.label = within\n",
+                             "bext.TimeReference = 48100\n", "smpl.loop.1.start = 10\n",
+                             "smpl.loop.1.end = 40\n", "MIDNIGHT_LO = 48100\n"})
+        EXPECT_NE(shown.find(line), std::string::npos) << line << shown;
+    for (const char* gone : {"cue.2", "before", "Loudness"})
+        EXPECT_EQ(shown.find(gone), std::string::npos) << gone;
+    ASSERT_EQ(Run("convert -f " + Path("b.wav") + " " + Path("c.wav") + " --rate 96000").code, 0);
+    const std::string faster = Run("meta show " + Path("c.wav")).text;
+    for (const char* line :
+         {"cue.1.position = 40\n", "TimeReference = 96200\n", "FILE_SAMPLE_RATE = 96000\n"})
+        EXPECT_NE(faster.find(line), std::string::npos) << line << faster;
+    // Through pipes the same comes out.
+    ASSERT_EQ(RunShell("cat " + Path("a.wav") +
+                       " | " TARN_MEDIA " convert - - --container wav --start 100s --length 50s | cmp - " +
+                       Path("b.wav"))
+                  .text,
+              "");
 }
 
 TEST_F(TarnMedia, ReplacesOnlyWhenTold) {
@@ -325,6 +461,13 @@ TEST_F(TarnMedia, MetadataSurvivesWhatHappensToTheProgram) {
         EXPECT_EQ(busy.code, 2);
         EXPECT_NE(busy.text.find("another program writes to it"), std::string::npos) << busy.text;
     }
+    // A disk that is full takes a part of what is new, which goes again.
+    const std::string limit = "trap '' XFSZ; ulimit -f " + std::to_string(good.size() / 512 + 1) + "; ";
+    const Outcome full =
+        RunShell(limit + TARN_MEDIA " meta set " + Path("x.wav") + " axml=" + std::string(3000, 'x'));
+    EXPECT_EQ(full.code, 2) << full.text;
+    EXPECT_NE(full.text.find("too large"), std::string::npos) << full.text;
+    EXPECT_EQ(Content("x.wav"), good);
     std::filesystem::create_symlink("/dev/full", Path("full.wav"));
     EXPECT_EQ(Run("meta set --output " + Path("full.wav") + " -f " + Path("x.wav") + " info.INAM=y").code, 2);
     EXPECT_EQ(Content("x.wav"), good);

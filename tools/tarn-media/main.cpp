@@ -4,9 +4,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <clocale>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 namespace {
 
@@ -18,6 +21,54 @@ std::string EndComplaint(const std::string& text) {
     const bool isNumber =
         !text.empty() && text.size() < 19 && text.find_first_not_of("0123456789") == text.npos;
     return isNumber || text == "end" ? std::string() : "'" + text + "' is neither a place nor 'end'";
+}
+
+std::string TimeComplaint(const std::string& text) {
+    TimePoint time;
+    return ParseTime(text, &time) ? std::string() : "'" + text + "' is no time";
+}
+
+/// Empty for what is none.
+std::vector<std::vector<double>> MatrixOf(const std::string& text) {
+    std::vector<std::vector<double>> rows;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line, ';');) {
+        std::istringstream cells(line);
+        rows.emplace_back();
+        for (std::string cell; std::getline(cells, cell, ',');) {
+            double gain = 0;
+            const char* end = cell.data() + cell.size();
+            const auto [at, error] = std::from_chars(cell.data(), end, gain);
+            if (error != std::errc() || at != end || !std::isfinite(gain)) return {};
+            rows.back().push_back(gain);
+        }
+        if (rows.back().empty() || rows.back().size() != rows.front().size()) return {};
+    }
+    return rows;
+}
+std::string MatrixComplaint(const std::string& text) {
+    return MatrixOf(text).empty() ? "'" + text + "' is no matrix, such as '1,0;0,1'" : std::string();
+}
+
+/// Nothing for what is none.
+Normalize NormalizeOf(const std::string& text) {
+    constexpr double BROADCAST = -23, LOWEST = -200, HIGHEST = 60;
+    const size_t equals = std::min(text.find('='), text.size());
+    const std::string name = text.substr(0, equals);
+    Normalize n{name == "peak"       ? Normalize::Peak
+                : name == "loudness" ? Normalize::Loudness
+                                     : Normalize::Nothing};
+    n.level = n.kind == Normalize::Loudness ? BROADCAST : 0;
+    if (equals == text.size()) return n;
+    const char* end = text.data() + text.size();
+    const auto [at, error] = std::from_chars(text.data() + equals + 1, end, n.level);
+    const bool isLevel = error == std::errc() && at == end && n.level >= LOWEST && n.level <= HIGHEST;
+    return isLevel ? n : Normalize{};
+}
+std::string NormalizeComplaint(const std::string& text) {
+    return NormalizeOf(text).kind == Normalize::Nothing
+               ? "'" + text + "' is neither peak nor loudness, nor a level"
+               : std::string();
 }
 
 void AddFormat(CLI::App* command, FormatOptions& format) {
@@ -152,9 +203,9 @@ int main(int argc, char** argv) {
 
     ConvertOptions convert;
     BatchOptions converted;
-    std::string folder;
-    command = app.add_subcommand("convert", "to another container, type of samples, level, number of "
-                                            "channels; INPUT OUTPUT, or INPUT... --to-folder");
+    std::string folder, matrix, start, end, length, normalize;
+    command = app.add_subcommand("convert", "to another container, type of samples, rate, level, channels; "
+                                            "INPUT OUTPUT, either may be -, or INPUT... --to-folder");
     AddBatch(command, converted, "INPUT_OUTPUT");
     command->add_option("--to-folder", folder,
                         "of many inputs: the outputs, under their names with the container's ending");
@@ -168,13 +219,44 @@ int main(int argc, char** argv) {
                      "wav, rf64, bw64, w64, aiff or aifc; else by the output's name")
         ->check(CLI::IsMember({"wav", "rf64", "bw64", "w64", "aiff", "aifc"}));
     command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));
-    command->add_option("--channels", convert.channels, "1 averages; more repeat a single one")
+    command->add_option("--rate", convert.rate, "frames a second; else as they are")
+        ->check(CLI::Range(1u, 10000000u));
+    command
+        ->add_option("--channels", convert.channels,
+                     "1 is the mean of two, 2 or 1 of surround by ITU-R BS.775; more repeat a single one")
         ->check(CLI::Range(1u, 1024u));
-    command->add_option("--channel", convert.channel, "take out this one, counted from 1")
-        ->check(CLI::Range(1u, 65535u));
+    command->add_option("--map,--channel", convert.map, "channels to take, from 1, such as 2,1; 0 is silence")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::Range(0u, 65535u));
+    command
+        ->add_option("--matrix", matrix, "gains of the channels, rows apart by ';': '0.5,0.5;1,0' makes two")
+        ->check(MatrixComplaint);
+    command->add_option("--start", start, "the first frame: seconds, m:s, h:m:s, or frames as 48000s")
+        ->check(TimeComplaint);
+    command->add_option("--end", end, "behind the last frame, likewise")->check(TimeComplaint);
+    command->add_option("--length", length, "in the place of --end")->check(TimeComplaint);
+    command->add_option("--normalize", normalize, "peak, loudness, peak=-1 (dBFS) or loudness=-16 (LUFS)")
+        ->check(NormalizeComplaint);
+    command
+        ->add_option("--dither", convert.dither,
+                     "auto: where bits are lost, or tpdf: always, or none; the noise is the same each time")
+        ->check(CLI::IsMember({"auto", "tpdf", "none"}));
     command->add_flag("-f,--force", convert.force, "replace the output");
     command->add_flag("-q,--quiet", convert.quiet, "no word of problems that do not stop the work");
-    command->callback([&] { code = ConvertAll(convert, converted, folder); });
+    command->callback([&] {
+        ParseTime(start, &convert.start);
+        ParseTime(end, &convert.end);
+        ParseTime(length, &convert.length);
+        convert.matrix = MatrixOf(matrix);
+        convert.normalize = NormalizeOf(normalize);
+        if (!matrix.empty() + !convert.map.empty() + (convert.channels != 0) > 1)
+            code = Complain("convert", "one of --channels, --map and --matrix", EXIT_USAGE);
+        else if (convert.end.isGiven && convert.length.isGiven)
+            code = Complain("convert", "one of --end and --length", EXIT_USAGE);
+        else
+            code = ConvertAll(convert, converted, folder);
+    });
 
     RepairOptions repair;
     command = app.add_subcommand(

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -62,6 +63,43 @@ void Unguard(const std::string& path) {
         if (name[0] && path == name) name[0] = 0;
 }
 
+/// Deleted when it is closed.
+OwnedFile NamelessFile() {
+    std::string name = (fs::temp_directory_path() / "tarn-media-XXXXXX").string();
+    const int descriptor = ::mkstemp(name.data());
+    if (descriptor < 0) return nullptr;
+    ::unlink(name.c_str());
+    OwnedFile file(QmFile_OpenDescriptor(descriptor));
+    ::close(descriptor);
+    return file;
+}
+
+OwnedFile StandardInput() {
+    OwnedFile file = NamelessFile();
+    std::vector<char> piece(1 << 20);
+    while (file) {
+        const ssize_t got = ::read(STDIN_FILENO, piece.data(), piece.size());
+        if (got == 0) break;
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0 || !QmFile_Write(file.get(), piece.data(), static_cast<uint32_t>(got), nullptr))
+            return nullptr;
+    }
+    return file;
+}
+
+void ToStandardOutput(HQMFILE file) {
+    std::vector<char> piece(1 << 20);
+    QmFile_Seek(file, 0, FILE_FROM_START);
+    for (uint32_t got = 1; got > 0;) {
+        QmFile_Read(file, piece.data(), static_cast<uint32_t>(piece.size()), &got);
+        for (uint32_t done = 0; done < got;) {
+            const ssize_t put = ::write(STDOUT_FILENO, piece.data() + done, got - done);
+            if (put < 0 && errno != EINTR) throw std::runtime_error(std::generic_category().message(errno));
+            done += static_cast<uint32_t>(std::max<ssize_t>(put, 0));
+        }
+    }
+}
+
 std::string SystemReason() { return std::generic_category().message(QmFile_LastError()); }
 
 }  // namespace
@@ -80,7 +118,32 @@ std::string ReasonOf(HRESULT status) {
 }
 
 OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation) {
+    if (path == STANDARD_STREAM && access == FILE_ACCESS_READ) return StandardInput();
     return OwnedFile(QmFile_Open(WideFromPath(path).c_str(), access, creation));
+}
+
+bool ParseTime(const std::string& text, TimePoint* time) {
+    *time = {};
+    const auto number = [](const std::string& part, auto* value) {
+        const char* end = part.data() + part.size();
+        const auto [at, error] = std::from_chars(part.data(), end, *value);
+        return !part.empty() && error == std::errc() && at == end && *value >= 0;
+    };
+    if (text.ends_with('s')) {
+        time->isGiven = time->isFrames = number(text.substr(0, text.size() - 1), &time->frames);
+        return time->isGiven;
+    }
+    size_t from = 0, parts = 1;
+    for (size_t colon; (colon = text.find(':', from)) != text.npos; from = colon + 1, parts++) {
+        uint32_t value = 0;
+        if (!number(text.substr(from, colon - from), &value)) return false;
+        time->seconds = (time->seconds + value) * 60;
+    }
+    constexpr double MOST = 1e9;  // far from where frames no longer fit
+    double seconds = 0;
+    time->isGiven = parts <= 3 && number(text.substr(from), &seconds) && seconds < MOST;
+    time->seconds += seconds;
+    return time->isGiven;
 }
 
 QMSAMPLETYPE TypeByName(const std::string& name) {
@@ -95,7 +158,12 @@ std::string TypeNames() {
     return names;
 }
 
-NewFile::NewFile(const std::string& target, bool mayReplace) {
+NewFile::NewFile(const std::string& target, bool mayReplace) : m_isStream(target == STANDARD_STREAM) {
+    if (m_isStream) {
+        m_file = NamelessFile();
+        if (!m_file) throw std::runtime_error("a temporary file is needed: " + SystemReason());
+        return;
+    }
     std::error_code unknown;
     if (!mayReplace && fs::exists(target, unknown))
         throw std::runtime_error("is there already; --force replaces it");
@@ -106,9 +174,12 @@ NewFile::NewFile(const std::string& target, bool mayReplace) {
     Guard(m_new.Aside().native());
 }
 
-NewFile::~NewFile() { Unguard(m_new.Aside().native()); }
+NewFile::~NewFile() {
+    if (!m_isStream) Unguard(m_new.Aside().native());
+}
 
 void NewFile::Commit() {
+    if (m_isStream) return ToStandardOutput(m_file.get());
     m_file.reset();
     std::string error;
     const std::string aside = m_new.Aside().native();

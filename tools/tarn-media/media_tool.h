@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 enum ExitCode { EXIT_FINE = 0, EXIT_FAULTY = 1, EXIT_UNREADABLE = 2, EXIT_USAGE = 3 };
 
@@ -21,6 +22,9 @@ struct CloseFile {
     void operator()(QMFILE* file) const { QmFile_Close(file); }
 };
 using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
+
+/// Stands for standard input, which is read to its end into a file without a name, and standard output.
+inline constexpr const char* STANDARD_STREAM = "-";
 
 OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation);
 
@@ -45,6 +49,7 @@ public:
     void Commit();
 
 private:
+    const bool m_isStream;
     tarn::ReplacingFile m_new;
     OwnedFile m_file;
 };
@@ -70,10 +75,29 @@ struct FormatOptions {
     uint32_t rate = 0, channels = 0;
 };
 
+/// A time from the start, or a number of frames.
+struct TimePoint {
+    bool isGiven = false, isFrames = false;
+    double seconds = 0;
+    uint64_t frames = 0;
+};
+/// "12.5", "1:02.5", "1:00:00" or "48000s", which are frames; false for any other text.
+bool ParseTime(const std::string& text, TimePoint* time);
+
+struct Normalize {
+    enum Kind { Nothing, Peak, Loudness } kind = Nothing;
+    double level = 0;  ///< in dBFS or LUFS
+};
+
 struct ConvertOptions {
     std::string input, output, type, container;
     double gain = 0;
-    uint32_t channels = 0, channel = 0;  ///< 0 for none asked; channels count from 1
+    uint32_t channels = 0, rate = 0;          ///< 0 for none asked
+    std::vector<uint32_t> map;                ///< channels that are taken, from 1; 0 is silence
+    std::vector<std::vector<double>> matrix;  ///< a row of gains for each that is made
+    TimePoint start, end, length;
+    Normalize normalize;
+    std::string dither = "auto";  ///< or "tpdf", "none"
     bool force = false, quiet = false;
     bool dropsMetadata = false;  ///< all of it
     bool dropsLost = false;      ///< what the target cannot hold; else it goes into a side file

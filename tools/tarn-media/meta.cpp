@@ -2,6 +2,7 @@
 #include "tools/tarn-media/meta.h"
 
 #include "mediafile/meta/meta_carry.h"
+#include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
 #include "platform/sole_writer.h"
 
@@ -247,8 +248,8 @@ int MetaCopy(const MetaOptions& options) {
         Edit edit(options, file);
         MetaCarried carried =
             CarryMetadata(OfKinds(from.document, options.kinds), edit.Media().contents.container);
-        ScaleMetadata(carried.document, from.contents.format.format.sampleRate,
-                      edit.Media().contents.format.format.sampleRate);
+        RetimeMetadata(carried.document, {from.contents.format.format.sampleRate,
+                                          edit.Media().contents.format.format.sampleRate});
         // In the place of those of the same id; of several, all.
         for (const MetaBlock& block : carried.document.blocks) edit.Document().Remove(block.id);
         for (MetaBlock& block : carried.document.blocks) edit.Document().blocks.push_back(std::move(block));

@@ -1,0 +1,56 @@
+// The way of samples in a conversion: a part of the file, other channels, another rate, a level, and rounding
+// to what is stored. One thread at a time.
+#pragma once
+
+#include "audio/dither.h"
+#include "audio/mix_matrix.h"
+#include "audio/rate/resampler.h"
+#include "mediafile/sample_reader.h"
+
+#include <optional>
+#include <vector>
+
+/// Of integers, the value of 1.0; 0 for floats.
+double FullScaleOf(QMSAMPLETYPE type);
+
+struct ChainPlan {
+    uint64_t start = 0, frames = 0;  ///< of the file
+    tarn::MixMatrix matrix;
+    uint32_t fromRate = 0, toRate = 0;
+    double gain = 1;
+    QMSAMPLETYPE type = QMSAMPLE_UNKNOWN;  ///< that is stored
+    bool dithers = false;
+
+    /// Values stay what they are, but for the type.
+    bool IsPlain() const { return matrix.IsSame() && fromRate == toRate && gain == 1 && !dithers; }
+};
+
+class SampleChain {
+public:
+    /// All outlive this. Throws std::runtime_error for a rate that cannot be, as do the others where the file
+    /// cannot be read on.
+    SampleChain(const tarn::ByteSource& source, const tarn::MediaContents& contents, const ChainPlan& plan);
+
+    /// As doubles, before the gain; empty at the end.
+    const std::vector<double>& NextDoubles();
+    /// As they are stored; empty at the end.
+    const std::vector<uint8_t>& NextStored();
+
+    uint64_t FramesRead() const { return m_read; }
+    uint64_t DamagedBlocks() const { return m_reader.DamagedBlocks(); }
+    /// Samples that were beyond full scale, where the type has one.
+    uint64_t Clipped() const { return m_clipped; }
+
+private:
+    uint64_t ReadPiece();
+    void Resample(bool isEnd);
+
+    tarn::SampleReader m_reader;
+    const ChainPlan& m_plan;
+    std::optional<tarn::Resampler> m_resampler;
+    std::optional<tarn::Dither> m_dither;
+    uint64_t m_read = 0, m_clipped = 0;
+    bool m_isEnd = false;
+    std::vector<uint8_t> m_piece, m_stored;
+    std::vector<double> m_source, m_mixed, m_resampled;
+};

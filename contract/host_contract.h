@@ -242,7 +242,8 @@ inline constexpr uint32_t PANMODEL_ADD = 1, PANMODEL_BALANCE_0 = 2, PANMODEL_BAL
 inline constexpr uint32_t MASK_ALL = 0;  ///< get only
 inline constexpr uint32_t MASK_SWITCHES = 0x1;
 inline constexpr uint32_t MASK_AUTOMATION = 0x2;  ///< with a value bit: the value's touch bit
-inline constexpr uint32_t MASK_IDENTITY = 0x4;    ///< kind, order, count class, pair selector, look words
+/// Kind, order, count class, pair selector, look words. A set moves the channel to its order index.
+inline constexpr uint32_t MASK_IDENTITY = 0x4;
 inline constexpr uint32_t MASK_VOLUME = 0x8;
 inline constexpr uint32_t MASK_PAN = 0x10;
 inline constexpr uint32_t MASK_SEND = 0x20;

@@ -121,7 +121,7 @@ int main(int argc, char** argv) try {
                      qPrintable(qEnvironmentVariable("DISPLAY")));
         return 1;
     }
-    host::ApplyHostTheme(app);
+    host::ApplyHostTheme(app, options.lightTheme);
     return Run(options);
 } catch (const std::exception& e) {  // what the system does not give: threads, memory
     std::fprintf(stderr, "mixhost: %s\n", e.what());

@@ -196,6 +196,7 @@ void MixMenu::Edit(ChannelId channel, SubId effect) {
 }
 
 void MixMenu::Refresh() {
+    for (const auto& [channel, effect] : m_project.TakeEditorWishes()) Edit(channel, effect);
     std::erase_if(m_windows, [this](const auto& row) {
         return m_project.FindEffect(row.first.first, row.first.second) != row.second.effect;
     });

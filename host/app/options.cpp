@@ -31,7 +31,7 @@ HostFace FaceOf(const std::string& kind, const std::vector<std::string>& feature
 std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     CLI::App app{"Opens a session on the mixing console, plays, mixes and renders it.", "mixhost"};
     std::vector<std::string> gestures;
-    std::string size, language, hostKind = "editor";
+    std::string size, language, hostKind = "editor", theme = "dark";
     std::vector<std::string> features;
     app.add_option("session", options->session, "session file (.tarn); without one a new session is opened");
     app.add_flag("--headless", options->headless, "no window: run by script, then end");
@@ -55,6 +55,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--language", language, "language of the texts by its code, like en or de");
     app.add_option("--size", size, "window size, WIDTHxHEIGHT");
     app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));
+    app.add_option("--theme", theme, "colours of the windows")->check(CLI::IsMember({"dark", "light"}));
     app.add_option("--host-kind", hostKind, "what the plug-ins are told the host is")
         ->check(CLI::IsMember({"editor", "other"}));
     app.add_option("--features", features,
@@ -67,6 +68,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
         return app.exit(e);
     }
     options->face = FaceOf(hostKind, features);
+    options->lightTheme = theme == "light";
     for (const std::string& text : gestures) {
         Gesture gesture;
         QString reason;

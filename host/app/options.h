@@ -29,7 +29,8 @@ struct Options {
         midi;                   ///< "alsa", "jack" or "none"; not given: what runs, and nothing for scripts
     uint32_t lcid = 0;          ///< of the language; 0 leaves it to the settings
     std::optional<QSize> size;  ///< of the window
-    double scale = 0;           ///< device pixels a logical pixel; 0 leaves it to the screen
+    bool lightTheme = false;
+    double scale = 0;  ///< device pixels a logical pixel; 0 leaves it to the screen
 
     /// Whether the run ends by itself instead of waiting for a person.
     bool IsScripted() const {

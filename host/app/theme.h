@@ -1,10 +1,10 @@
-// The look of the host's own window: dark, to stand beside the console.
+// The look of the host's own window, dark or light; the console follows it.
 #pragma once
 
 class QApplication;
 
 namespace host {
 
-void ApplyHostTheme(QApplication& app);
+void ApplyHostTheme(QApplication& app, bool light);
 
 }  // namespace host

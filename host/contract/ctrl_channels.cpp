@@ -7,6 +7,7 @@
 #include "host/contract/host_object.h"
 #include "host/contract/port_entries.h"
 #include "host/engine/gain.h"
+#include "host/engine/scope_tap.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -81,7 +82,8 @@ CurrentSend CurrentOf(const Channel& channel, ChannelId chosen) {
 uint32_t WholeOf(const Channel& channel) {
     const KindTraits& traits = TraitsOf(channel.kind);
     return MASK_SWITCHES | MASK_AUTOMATION | MASK_VOLUME | MASK_PAN | MASK_OUTPUT_ROUTE | MASK_NAME |
-           (traits.recordsInput ? MASK_INPUT_ROUTE : 0) | (traits.audio ? MASK_CHAIN | MASK_EFFECT_STATE : 0) |
+           (traits.recordsInput ? MASK_INPUT_ROUTE : 0) |
+           (traits.audio ? MASK_CHAIN | MASK_EFFECT_STATE : 0) |
            (channel.kind == ChannelKind::Fx ? MASK_AUX | MASK_INSERT : 0) |
            (channel.sends.empty() ? 0 : MASK_SEND);
 }
@@ -295,6 +297,13 @@ HRESULT CtrlChannelsPart::Get(const MPCHANNELID* id, uint32_t level, MPCHANNELRE
         if (level != LEVEL_CHANNEL) return GetPart(Core(), *id, level, *rec, mask);
         if (mask & ~KNOWN) return S_FALSE;
         const ChannelPlace place = PlaceOf(id->channel);
+        if (mask == MASK_METERS && rec->selector == SELECT_METER_SCOPE) {
+            if (!rec->scopeSamples) return E_POINTER;
+            static_assert(SCOPE_PAIRS == ScopeTap::kPairs);
+            rec->scopePairs =
+                static_cast<uint32_t>(Core().engine.TakeScope(place.channel, rec->scopeSamples));
+            return S_OK;
+        }
         const ChannelId chosen = mask & MASK_SEND ? ChosenSend(place.channel) : kNoChannel;
         return Core().Read([&](const Session& session) {
             const Channel* channel = FindChannel(session, place.channel);
@@ -308,6 +317,12 @@ HRESULT CtrlChannelsPart::Set(const MPCHANNELID* id, uint32_t level, MPCHANNELRE
     if (!id || !rec) return E_POINTER;
     return Guarded([&]() -> HRESULT {
         if (level != LEVEL_CHANNEL) return SetPart(Core(), *id, level, *rec, mask);
+        if (mask == MASK_IDENTITY) {
+            if (rec->order < 0) return E_INVALIDARG;
+            return Core().MoveChannel(PlaceOf(id->channel).channel, static_cast<size_t>(rec->order))
+                       ? S_OK
+                       : S_FALSE;
+        }
         if (mask == 0 || (mask & ~SETTABLE)) return E_NOTIMPL;
         return SetChannel(*id, *rec, mask);
     });

@@ -143,6 +143,9 @@ bool Project::RemoveChannel(ChannelId id) { return m_impl->core->RemoveChannel(i
 bool Project::RenameChannel(ChannelId id, const std::string& name) {
     return m_impl->core->EditChannel(id, [&](Channel& channel) { channel.name = name; }) == S_OK;
 }
+std::vector<std::pair<ChannelId, SubId>> Project::TakeEditorWishes() {
+    return m_impl->core->editorWishes.Take();
+}
 bool Project::MoveChannel(ChannelId id, size_t index) { return m_impl->core->MoveChannel(id, index); }
 
 bool Project::EditChannel(ChannelId id, const std::function<void(Channel&)>& edit) {

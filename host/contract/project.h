@@ -97,6 +97,8 @@ public:
     bool MoveEffect(ChannelId id, SubId effect, size_t place);
     /// Null when it does not run. It stays valid for as long as it is held.
     std::shared_ptr<Effect> FindEffect(ChannelId id, SubId effect) const;
+    /// Effects whose windows plug-ins have asked for since the last call.
+    std::vector<std::pair<ChannelId, SubId>> TakeEditorWishes();
     /// What becomes of changes in the effect's window: they are heard, automated, told to plug-ins.
     EffectEdits EditsOf(ChannelId id, SubId effect);
     EffectLibrary* Effects() const;  ///< null without effects

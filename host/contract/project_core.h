@@ -114,6 +114,25 @@ public:
     /// The session with its effects' present states.
     Session WithStates();
 
+    /// Effects whose windows plug-ins have asked for, until the host's window takes them. [any-thread]
+    class EditorWishes {
+    public:
+        void Add(ChannelId channel, SubId effect) {
+            const std::lock_guard lock(m_lock);
+            if (m_wishes.size() < kMost) m_wishes.emplace_back(channel, effect);
+        }
+        std::vector<std::pair<ChannelId, SubId>> Take() {
+            const std::lock_guard lock(m_lock);
+            return std::exchange(m_wishes, {});
+        }
+
+    private:
+        static constexpr size_t kMost = 64;  // a host without a window takes none
+        std::mutex m_lock;
+        std::vector<std::pair<ChannelId, SubId>> m_wishes;
+    };
+    EditorWishes editorWishes;
+
     ShownLevels Levels(ChannelId id) const;
     void ResetPeaks();
     /// Takes the engine's meters; `elapsed` seconds since the last time. True while anything is left to show.

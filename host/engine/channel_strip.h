@@ -7,6 +7,7 @@
 #include "host/engine/mailbox.h"
 #include "host/engine/meter.h"
 #include "host/engine/route_gains.h"
+#include "host/engine/scope_tap.h"
 
 #include <array>
 #include <cstdint>
@@ -62,6 +63,7 @@ public:
 
     void Set(const StripSettings& wanted) { m_mailbox.Put(wanted); }  ///< one control thread
     MeterReading TakeMeter() { return m_meter.Take(); }               ///< [any-thread]
+    ScopeTap scope;                                                   ///< of what leaves the channel
 
     // Audio thread.
 

@@ -273,6 +273,15 @@ std::vector<ChannelMeter> Engine::TakeMeters() {
     return meters;
 }
 
+size_t Engine::TakeScope(ChannelId id, float* pairs) {
+    std::shared_ptr<ChannelStrip> strip;
+    {
+        const std::lock_guard lock(m_control->mutex);
+        if (m_control->rig) strip = m_control->rig->model.StripOf(id);
+    }
+    return strip ? strip->scope.Take(pairs) : 0;
+}
+
 EngineStatus Engine::Status() const {
     const Control& c = *m_control;
     const std::lock_guard lock(c.mutex);

@@ -105,6 +105,9 @@ public:
     /// The meters of all channels since the last call; every peak is given out once. To be called now and
     /// then while it plays: what else has to be looked after is done here as well.
     std::vector<ChannelMeter> TakeMeters();
+    /// Left and right samples that a channel has given out since the last call, room for ScopeTap::kPairs
+    /// pairs; how many came. They begin to be kept with the first call. [any-thread]
+    size_t TakeScope(ChannelId id, float* pairs);
 
     EngineStatus Status() const;
     /// Files that cannot be played, effects that fail and the like, one line each, each once.

@@ -226,6 +226,11 @@ std::vector<MixModel::Named> MixModel::Strips() const {
     return strips;
 }
 
+std::shared_ptr<ChannelStrip> MixModel::StripOf(ChannelId id) const {
+    const auto at = m_entries.find(id);
+    return at == m_entries.end() ? nullptr : at->second.part.strip;
+}
+
 template <class F>
 void MixModel::EachEffect(F f) const {
     for (const auto& [id, entry] : m_entries)

@@ -46,6 +46,7 @@ public:
         std::shared_ptr<ChannelStrip> strip;
     };
     std::vector<Named> Strips() const;
+    std::shared_ptr<ChannelStrip> StripOf(ChannelId id) const;  ///< null for none
 
     /// Null when there is none.
     std::shared_ptr<EffectSlot> FindEffect(ChannelId channel, SubId id) const;

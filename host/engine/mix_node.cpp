@@ -222,13 +222,24 @@ void MixNode::Leave(NodeRoute& route, const Block& block, const float* const* fr
         return SendGains(s, settings, sides, route.sides, stage);
     };
     Levels* const levels = send ? nullptr : &strip->levels;
+    const bool scoped = !send && strip->scope.Wanted();
     if (!route.delay) {
-        Steer(way, changed, block, from, route.into->Sides(block.offset).data(), levels, gainsAt);
+        const std::array<float*, kMaxSides> into = route.into->Sides(block.offset);
+        MixBuffer before;
+        for (size_t s = 0; scoped && s < kStereoSides; s++)
+            std::copy_n(into[s], block.n, before.side[s].data());
+        Steer(way, changed, block, from, into.data(), levels, gainsAt);
+        if (!scoped) return;
+        // What it added to the others.
+        for (size_t s = 0; s < kStereoSides; s++)
+            for (size_t i = 0; i < block.n; i++) before.side[s][i] = into[s][i] - before.side[s][i];
+        strip->scope.Put(before.side[0].data(), before.side[1].data(), block.n);
         return;
     }
     MixBuffer late;
     for (size_t s = 0; s < route.sides; s++) std::fill_n(late.side[s].data(), block.n, 0.0f);
     Steer(way, changed, block, from, late.Sides().data(), levels, gainsAt);
+    if (scoped) strip->scope.Put(late.side[0].data(), late.side[1].data(), block.n);
     route.delay->Process(late.Sides().data(), block.n);
     for (size_t s = 0; s < route.sides; s++)
         Add(late.side[s].data(), route.into->side[s].data() + block.offset, block.n);

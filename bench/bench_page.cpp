@@ -1,7 +1,9 @@
-// The whole page with 100 to 2,000 strips: one meter tick from the worker's call to the pixels, one full
-// paint, opening it, and reading all that a screen reader is offered. With the name of a PNG as the argument
+// The whole page with 100 to 2,000 strips: one meter tick from the worker's call to the pixels, with peak
+// meters beside the faders and with every region shown, one full paint, scrolling by a strip, laying strips
+// out, opening it, and reading all that a screen reader is offered. With the name of a PNG as the argument
 // it saves what was painted, to be looked at.
 #include "console/console_plugin.h"
+#include "console/strip_layout.h"
 #include "platform/ui/window.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/page_harness.h"
@@ -50,6 +52,8 @@ public:
             channel.level = std::clamp(channel.level + change * 0.2f, 0.0f, 1.0f);
         }
     }
+    /// Effects, sends, scopes, VU and peak meters too.
+    void ShowAll() { page->RunCommand(50059); }
     /// One round as the worker asks for it, and everything that the page does on it, up to the window's
     /// surface. Asking through the worker would measure now and then nothing, when it has not come round yet.
     void Tick() {
@@ -80,6 +84,40 @@ void MeterTick(benchmark::State& state) {
         scene.Step();
         scene.Tick();
     }
+}
+
+void AllMetersTick(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), QSize(static_cast<int>(state.range(1)), 1000));
+    scene.ShowAll();
+    for (auto _ : state) {
+        scene.Step();
+        scene.Tick();
+    }
+}
+
+void ScrollByAStrip(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), QSize(static_cast<int>(state.range(1)), 1000));
+    scene.ShowAll();
+    int turn = -120;
+    for (auto _ : state) {
+        scene.page->Wheel({20, 30}, turn);  // over a title, where no control takes it
+        turn = -turn;
+    }
+}
+
+void LayoutStrips(benchmark::State& state) {
+    const tConsoleMetrics& m = MeasuredConsoleMetrics();
+    StripView view;
+    view.show.bShowInserts = view.show.bShowSends = view.show.bShowScopes = view.show.bShowVU =
+        view.show.bShowPeaks = 1;
+    StripTraits traits;
+    traits.thumb = {21, 19};
+    traits.pan = traits.chain = traits.canSend = traits.input = traits.automation = traits.pair = true;
+    traits.effects = 4;
+    traits.sends = 2;
+    for (auto _ : state)
+        for (int i = 0; i < state.range(0); i++)
+            benchmark::DoNotOptimize(LayoutStrip({0, 0, m.cxChannelDefault, 1000 + i}, m, traits, view));
 }
 
 void FullPaint(benchmark::State& state) {
@@ -127,7 +165,10 @@ void Sizes(benchmark::internal::Benchmark* benchmark) {
     benchmark->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 }
 BENCHMARK(MeterTick)->Apply(Sizes);
+BENCHMARK(AllMetersTick)->Apply(Sizes);
 BENCHMARK(FullPaint)->Apply(Sizes);
+BENCHMARK(ScrollByAStrip)->Apply(Sizes);
+BENCHMARK(LayoutStrips)->ArgName("strips")->Arg(500)->Unit(benchmark::kMicrosecond);
 BENCHMARK(OpenPage)->ArgName("strips")->Arg(100)->Arg(2000)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReadAccessible)->ArgName("strips")->Arg(100)->Arg(2000)->Unit(benchmark::kMillisecond);
 

@@ -381,7 +381,7 @@ int32_t Print(char16_t* target, size_t capacity, const char16_t* format, Values&
 extern "C" {
 
 int32_t QmVPrintF(char16_t* out, const char16_t* format, va_list values) {
-    Values copy;
+    Values copy{};
     va_copy(copy.list, values);
     const int32_t length = Print(out, TextWriter::UNBOUNDED, format, copy);
     va_end(copy.list);
@@ -389,7 +389,7 @@ int32_t QmVPrintF(char16_t* out, const char16_t* format, va_list values) {
 }
 
 int32_t QmPrintF(char16_t* out, const char16_t* format, ...) {
-    Values values;
+    Values values{};
     va_start(values.list, format);
     const int32_t length = Print(out, TextWriter::UNBOUNDED, format, values);
     va_end(values.list);
@@ -398,7 +398,7 @@ int32_t QmPrintF(char16_t* out, const char16_t* format, ...) {
 
 int32_t QmNVPrintF(char16_t* out, uint32_t capacity, uint32_t* outLength, const char16_t* format,
                    va_list values) {
-    Values copy;
+    Values copy{};
     va_copy(copy.list, values);
     const int32_t length = Print(out, capacity, format, copy);
     va_end(copy.list);
@@ -407,7 +407,7 @@ int32_t QmNVPrintF(char16_t* out, uint32_t capacity, uint32_t* outLength, const 
 }
 
 int32_t QmCchPrintF(char16_t* out, uint32_t capacity, uint32_t* outLength, const char16_t* format, ...) {
-    Values values;
+    Values values{};
     va_start(values.list, format);
     const int32_t length = Print(out, capacity, format, values);
     va_end(values.list);

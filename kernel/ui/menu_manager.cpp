@@ -157,7 +157,7 @@ void CQmMenuManager::AddButtons(Menu& menu) {
         if (!item.IsSeparator() && !item.submenu &&
             MenuMan_GetImage(&menu, item.id, &checked, &button->images, &button->image))
             button->hasCheckedImage = checked;
-        QMACCEL keys;
+        QMACCEL keys{};
         if (!item.IsSeparator() && item.text.find(u'\t') == item.text.npos &&
             MenuMan_GetAcceleratorInfo(item.id, &keys)) {
             const std::u16string text = AcceleratorToString(keys);

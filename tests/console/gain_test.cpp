@@ -1,4 +1,5 @@
 #include "console/gain.h"
+#include "console/strip_parameter.h"
 
 #include <gtest/gtest.h>
 
@@ -36,6 +37,26 @@ TEST(Gain, EndsAndOddValues) {
     EXPECT_FLOAT_EQ(PositionToGain(-60), 0.501187f);
     EXPECT_EQ(MidiValueToPosition(2.0f), 127);
     EXPECT_EQ(MidiValueToPosition(std::nanf("")), 0);
+}
+
+TEST(StripParameter, PositionsComeBackAndWhatIsNoNumberIsTheMiddle) {
+    const StripParameter all[] = {VolumeParameter(SPEAKER_FRONT, false, true),
+                                  VolumeParameter(SPEAKER_FRONT, true, false),
+                                  PanParameter(false),
+                                  PanParameter(true),
+                                  PlaceParameter(true),
+                                  SendLevelParameter(7),
+                                  SendPanParameter(7)};
+    for (const StripParameter& p : all) {
+        EXPECT_TRUE(p.Default() >= p.Least() && p.Default() <= p.Most());
+        for (int32_t position = p.Least(); position <= p.Most(); position++)
+            if (p.scale != StripParameter::Scale::Gain || position > -719)
+                ASSERT_EQ(p.Position(p.Value(position)), position) << static_cast<int>(p.scale);
+    }
+    EXPECT_EQ(PanParameter(false).Value(-100), -1.0f);
+    EXPECT_EQ(PanParameter(true).Value(127), 1.0f);
+    EXPECT_EQ(PanParameter(false).Position(5.0f), 100) << "what a host says is cut to the range";
+    EXPECT_EQ(PanParameter(false).Position(std::nanf("")), 0);
 }
 
 }  // namespace

@@ -95,6 +95,11 @@ TEST_F(ConsoleStrip, EffectsAreBypassedMovedAndRemoved) {
     Click(row.topLeft() + QPoint(6, row.height() / 2));
     EXPECT_TRUE(Find("Drums").inserts[0].bypass) << "its lamp";
     EXPECT_FALSE(Find("Bass").inserts[0].bypass);
+    DoubleClick(row.center());
+    const auto wishes = project.TakeEditorWishes();
+    ASSERT_EQ(wishes.size(), 1u) << "its window";
+    EXPECT_EQ(wishes[0], std::pair(Find("Drums").id, Find("Drums").inserts[0].id));
+    EXPECT_TRUE(Find("Drums").inserts[0].bypass) << "and nothing else";
     Wheel(row.center(), -120);
     EXPECT_EQ(Text("Drums", "Insert FX 3"), "three") << "the wheel scrolls the list";
     Wheel(row.center(), 240);
@@ -198,6 +203,12 @@ TEST_F(ConsoleStrip, NamesWidthsAndRegionsFollowTheHand) {
         EXPECT_EQ(Channels().contains("Kit"), kept);
         EXPECT_FALSE(edit());
     }
+    Drag(plate, plate + QPoint(2 * strip.width(), 0));
+    EXPECT_TRUE(Until([&] {
+        return Channels().mid(0, 3) == QStringList({"Bass", "Keys", "Kit"});
+    })) << Channels().join(", ").toStdString();
+    EXPECT_TRUE(project.MoveChannel(Find("Kit").id, 0));
+    ASSERT_TRUE(Until([&] { return Channels().value(0) == "Kit"; }));
     const auto widthOf = [&](const char* name) { return Node(name, "Mute")->parent()->rect().width(); };
     const int before = widthOf("Kit"), other = widthOf("Bass");
     Drag({strip.right(), 300}, {strip.right() + 30, 300});
@@ -253,6 +264,43 @@ TEST_F(ConsoleStrip, EverythingIsReachedByKeysAndByAScreenReader) {
     EXPECT_NEAR(Find("Bass").pan, 0.4, 0.001);
     Node("Bass", "Solo")->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     EXPECT_TRUE(Find("Bass").solo);
+}
+
+TEST_F(ConsoleStrip, AScopeIsGivenWhatLeavesTheChannel) {
+    tarn::ComPtr<IMPCtrlChannels> channels;
+    ASSERT_EQ(project.PluginHost()->QueryInterface(IID_IMPCtrlChannels, channels.OutVoid()), S_OK);
+    const MPCHANNELID drums{Find("Drums").id, 0, 0};
+    float samples[2 * SCOPE_PAIRS];
+    // The loudest sample of either side in a piece of some length.
+    const auto loudest = [&] {
+        std::pair<float, float> most{};
+        size_t pairs = 0;
+        EXPECT_TRUE(Until([&] {
+            MPCHANNELREC rec{};
+            rec.selector = SELECT_METER_SCOPE;
+            rec.scopeSamples = samples;
+            EXPECT_EQ(channels->Get(&drums, LEVEL_CHANNEL, &rec, 0, MASK_METERS), S_OK);
+            EXPECT_LE(rec.scopePairs, SCOPE_PAIRS);
+            for (uint32_t i = 0; i < rec.scopePairs; i++) {
+                most.first = std::max(most.first, std::abs(samples[2 * i]));
+                most.second = std::max(most.second, std::abs(samples[2 * i + 1]));
+            }
+            return (pairs += rec.scopePairs) > 4000;
+        }));
+        return most;
+    };
+    project.SetLoop({0, SINE_SECONDS, true});
+    project.Play();
+    loudest();
+    const float full = loudest().first;
+    EXPECT_GT(full, 0.01f);
+    Edit("Drums", [](Channel& channel) { channel.fader_db = -20, channel.pan = -1; });
+    loudest();
+    const auto [left, right] = loudest();
+    EXPECT_LT(left, full / 4);
+    EXPECT_GT(left, full / 20);
+    EXPECT_LT(right, full / 1000);
+    project.Stop();
 }
 
 // What is held goes away under the hand: the send, the effect, the channel.

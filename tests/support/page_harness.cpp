@@ -44,6 +44,13 @@ void PageHarness::Close() {
     EXPECT_EQ(m_site.references, 0);
 }
 
+bool PageHarness::RunCommand(uint32_t command) {
+    MSG message{};
+    message.message = COMMAND_MESSAGE;
+    message.wParam = command;
+    return m_page->TranslateAccelerator(&message) == S_OK;
+}
+
 QWidget& PageHarness::Page() {
     PROPPAGEINFOEX info{};
     info.base.size = sizeof info;

@@ -48,6 +48,8 @@ public:
     HRESULT Open(IUnknown* plugin, const GUID& page = CLSID_ConsoleMixerPage);
     void Close();
     QWidget& Page() override;
+    /// As a host has a command of the console carried out.
+    bool RunCommand(uint32_t command);
 
     QWidget top;
     std::u16string title;  ///< of the page, as Page asked for it last

@@ -81,7 +81,8 @@ CurrentSend CurrentOf(const Channel& channel, ChannelId chosen) {
 uint32_t WholeOf(const Channel& channel) {
     const KindTraits& traits = TraitsOf(channel.kind);
     return MASK_SWITCHES | MASK_AUTOMATION | MASK_VOLUME | MASK_PAN | MASK_OUTPUT_ROUTE | MASK_NAME |
-           (traits.recordsInput ? MASK_INPUT_ROUTE : 0) | (traits.audio ? MASK_CHAIN | MASK_EFFECT_STATE : 0) |
+           (traits.recordsInput ? MASK_INPUT_ROUTE : 0) |
+           (traits.audio ? MASK_CHAIN | MASK_EFFECT_STATE : 0) |
            (channel.kind == ChannelKind::Fx ? MASK_AUX | MASK_INSERT : 0) |
            (channel.sends.empty() ? 0 : MASK_SEND);
 }

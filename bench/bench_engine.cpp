@@ -1,7 +1,8 @@
 // The mixer on stereo tracks from disk, each with fader and pan off centre, into two busses and the master;
 // with a send each to a reverb's place, with four effects each. The counter `load` is the share of real time
-// on one core, `realtime` how many times faster than real time.
+// that mixing takes, `realtime` how many times faster than real time.
 #include "host/effects/effect.h"
+#include "host/engine/engine.h"
 #include "host/engine/offline_mix.h"
 #include "host/engine/problem_log.h"
 #include "host/engine/render.h"
@@ -62,7 +63,8 @@ struct Equalisers final : EffectLibrary {
 /// A folder with one file a track, which goes with the process.
 class Project {
 public:
-    explicit Project(int tracks) {
+    /// Every sixth file is of another rate where `mixed`.
+    explicit Project(int tracks, bool mixed = false) {
         char path[] = "/tmp/tarn-bench-XXXXXX";
         if (!mkdtemp(path)) std::abort();
         folder = path;
@@ -85,7 +87,7 @@ public:
             channel.pan = (i % 9 - 4) / 4.0;
             channel.output = i % 2 ? 10001 : 10002;
             const std::string file = std::to_string(i) + ".wav";
-            WriteNoise(folder / file, static_cast<uint32_t>(i));
+            WriteNoise(folder / file, static_cast<uint32_t>(i), mixed && i % 6 == 0 ? 44100 : RATE);
             channel.clips.push_back({file, 0, 0, SECONDS, 0});
             session.channels.push_back(channel);
         }
@@ -107,18 +109,18 @@ public:
     Session session;
 
 private:
-    static void WriteNoise(const std::filesystem::path& path, uint32_t seed) {
+    static void WriteNoise(const std::filesystem::path& path, uint32_t seed, int rate) {
         SF_INFO info{};
-        info.samplerate = RATE;
+        info.samplerate = rate;
         info.channels = 2;
         info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
         SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
-        std::vector<float> samples(RATE * 2);
+        std::vector<float> samples(static_cast<size_t>(rate) * 2);
         for (float& s : samples) {
             seed = seed * 1664525 + 1013904223;
             s = static_cast<float>(static_cast<int32_t>(seed)) / 4294967296.0f * 0.2f;
         }
-        for (int i = 0; i < SECONDS; i++) sf_writef_float(file, samples.data(), RATE);
+        for (int i = 0; i < SECONDS; i++) sf_writef_float(file, samples.data(), rate);
         sf_close(file);
     }
 };
@@ -158,14 +160,63 @@ void Mix(benchmark::State& state) {
         benchmark::Counter(seconds, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
+void TellSpeed(benchmark::State& state) {
+    state.counters["realtime"] = benchmark::Counter(
+        static_cast<double>(SECONDS) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
 // tracks, threads
 void Render(benchmark::State& state) {
     const Project& project = TheProject(static_cast<int>(state.range(0)));
     RenderOptions options;
     options.threads = static_cast<size_t>(state.range(1));
     for (auto _ : state) RenderToFile(project.session, project.folder, project.folder / "mix.wav", options);
-    state.counters["realtime"] = benchmark::Counter(
-        static_cast<double>(SECONDS) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    TellSpeed(state);
+}
+
+const Project& MixedProject() {
+    static const Project project(64, true);
+    return project;
+}
+
+// 64 tracks, 11 of them of another rate, into one file of 24 bits: threads; 0 is one for each core.
+void RenderMixed(benchmark::State& state) {
+    RenderOptions options;
+    options.threads = static_cast<size_t>(state.range(0));
+    for (auto _ : state)
+        RenderToFile(MixedProject().session, MixedProject().folder, MixedProject().folder / "mix.wav",
+                     options);
+    TellSpeed(state);
+}
+
+// The same files by ffmpeg, without faders and pan.
+void RenderMixedByFfmpeg(benchmark::State& state) {
+    if (std::system("ffmpeg -version > /dev/null 2>&1") != 0) return state.SkipWithError("no ffmpeg");
+    std::string command = "cd " + MixedProject().folder.string() + " && ffmpeg -v error -y";
+    for (int i = 0; i < 64; i++) command += " -i " + std::to_string(i) + ".wav";
+    command += " -filter_complex amix=inputs=64:normalize=0 -ar 48000 -c:a pcm_s24le peer.wav";
+    for (auto _ : state)
+        if (std::system(command.c_str()) != 0) return state.SkipWithError("ffmpeg failed");
+    TellSpeed(state);
+}
+
+// tracks, with a clip or without: from the session to an engine that could play. Clips share 64 files.
+void OpenInEngine(benchmark::State& state) {
+    const Project& files = TheProject(64);
+    Session session = NewSession();
+    session.length = SECONDS;
+    const auto tracks = static_cast<uint64_t>(state.range(0));
+    for (uint64_t i = 0; i < tracks; i++) {
+        Channel channel{.id = 100 + i, .output = session.channels[0].id};
+        if (state.range(1)) channel.clips.push_back({std::to_string(i % 64) + ".wav", 0, 0, SECONDS, 0});
+        session.channels.push_back(std::move(channel));
+    }
+    EngineOptions options;
+    options.systemDevice = false;
+    for (auto _ : state) {
+        Engine engine(options);
+        engine.SetSession(session, files.folder);
+    }
 }
 
 // What a session of so many tracks costs to read and to write.
@@ -192,6 +243,8 @@ BENCHMARK(Mix)
     ->Args({64, 512, 2, 0, 4})
     ->Args({256, 512, 1, 0, 0})
     ->Args({256, 512, 2, 0, 0})
+    ->Args({500, 512, 1, 0, 0})
+    ->Args({500, 512, 2, 0, 0})
     ->Args({500, 512, 1, 1, 0})
     ->Args({500, 512, 2, 1, 0})
     ->Unit(benchmark::kMicrosecond)
@@ -200,6 +253,14 @@ BENCHMARK(Render)
     ->ArgNames({"tracks", "threads"})
     ->Args({64, 1})
     ->Args({64, 2})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(RenderMixed)->ArgName("threads")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(RenderMixedByFfmpeg)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(OpenInEngine)
+    ->ArgNames({"tracks", "clips"})
+    ->Args({2000, 0})
+    ->Args({2000, 1})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(Open)->ArgName("tracks")->Arg(2000)->Unit(benchmark::kMillisecond);

@@ -2,6 +2,7 @@
 
 #include "host/app/effect_editor.h"
 #include "host/app/texts.h"
+#include "host/app/x11_window.h"
 
 #include <QCheckBox>
 #include <QGuiApplication>
@@ -36,9 +37,7 @@ EffectWindow::EffectWindow(Effect& effect, EffectEdits edits, const QString& tit
     m_own->setVisible(IsX11() && effect.HasView());
     connect(m_own, &QCheckBox::toggled, this, &EffectWindow::ShowOwn);
     auto* timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, [this] {
-        if (m_view && !m_view->Idle()) close();
-    });
+    connect(timer, &QTimer::timeout, this, &EffectWindow::Idle);
     timer->start(IDLE_MS);
     m_own->setChecked(IsX11() && effect.HasView());
     if (!m_own->isChecked()) ShowOwn(false);
@@ -52,8 +51,29 @@ void EffectWindow::ShowTexts() {
     if (m_editor) m_editor->ShowTexts();
 }
 
+void EffectWindow::FitOwn(QSize pixels) {
+    m_fitted = true;
+    const double scale = devicePixelRatioF();
+    const auto logical = [&](int length) { return std::max(1, static_cast<int>(std::ceil(length / scale))); };
+    m_container->setFixedSize(logical(pixels.width()), logical(pixels.height()));
+    adjustSize();
+}
+
+void EffectWindow::Idle() {
+    if (!m_view) return;
+    if (!m_view->Idle()) {
+        close();
+        return;
+    }
+    if (m_fitted || !m_view->Window()) return;
+    // One that does not ask for a size has the one that it was made with.
+    if (const QSize size = SizeOfX11Window(m_view->Window()); size.width() > 1 && size.height() > 1)
+        FitOwn(size);
+}
+
 void EffectWindow::ShowOwn(bool own) {
     m_view.reset();
+    m_fitted = false;
     delete std::exchange(m_container, nullptr);
     delete std::exchange(m_editor, nullptr);
     QString refusal;
@@ -61,14 +81,7 @@ void EffectWindow::ShowOwn(bool own) {
         m_container = new QWidget;
         m_container->setAttribute(Qt::WA_NativeWindow);
         m_column->addWidget(m_container, 1);
-        const auto resize = [this](int width, int height) {
-            const double scale = devicePixelRatioF();
-            const auto logical = [&](int pixels) {
-                return std::max(1, static_cast<int>(std::ceil(pixels / scale)));
-            };
-            m_container->setFixedSize(logical(width), logical(height));
-            adjustSize();
-        };
+        const auto resize = [this](int width, int height) { FitOwn({width, height}); };
         try {
             m_view = m_effect.OpenView(m_container->winId(), m_edits, resize);
             return;

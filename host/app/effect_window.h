@@ -4,6 +4,7 @@
 
 #include "host/effects/effect.h"
 
+#include <QSize>
 #include <QWidget>
 
 #include <memory>
@@ -28,6 +29,8 @@ public:
 
 private:
     void ShowOwn(bool own);
+    void FitOwn(QSize pixels);
+    void Idle();
 
     Effect& m_effect;
     EffectEdits m_edits;
@@ -36,6 +39,7 @@ private:
     EffectEditor* m_editor = nullptr;
     QWidget* m_container = nullptr;
     std::unique_ptr<EffectView> m_view;
+    bool m_fitted = false;  ///< the window has the size of the effect's own
 };
 
 }  // namespace host

@@ -81,6 +81,8 @@ public:
     /// Lets it work and shows it what has changed, some thirty times a second. False when it wants to be
     /// closed.
     virtual bool Idle() = 0;
+    /// Its own window in the parent; 0 where it does not tell.
+    virtual uintptr_t Window() const { return 0; }
 };
 
 /// One instance. Operations without a tag belong to the control thread, one at a time, and may run beside

@@ -141,9 +141,8 @@ Lv2View::Lv2View(const Lv2ViewCode& code, const Lv2ViewSubject& subject, uintptr
                           const void* data) {
         static_cast<Lv2View*>(view)->Write(port, size, protocol, data);
     };
-    LV2UI_Widget widget = nullptr;
     m_view = m_code->instantiate(m_code, m_subject.description.info.uri.c_str(), code.bundle.c_str(), write,
-                                 this, &widget, list.data());
+                                 this, &m_widget, list.data());
     if (!m_view) {
         m_subject.link.isOpen = false;
         fail("it has refused to start");

@@ -55,6 +55,7 @@ public:
             std::function<void(int, int)> resize);
     ~Lv2View() override;
     bool Idle() override;
+    uintptr_t Window() const override { return reinterpret_cast<uintptr_t>(m_widget); }
 
 private:
     void Write(uint32_t port, uint32_t size, uint32_t protocol, const void* data);
@@ -77,6 +78,7 @@ private:
     LV2_Extension_Data_Feature m_dataAccess{};
     const LV2UI_Descriptor* m_code = nullptr;
     LV2UI_Handle m_view = nullptr;
+    LV2UI_Widget m_widget = nullptr;  ///< number of the X11 window
     const LV2UI_Idle_Interface* m_idle = nullptr;
 };
 

@@ -36,11 +36,7 @@ uint32_t UsualMask(uint32_t channels) {
 
 }  // namespace
 
-MixMatrix MixMatrix::Same(uint32_t channels) {
-    MixMatrix m{channels, channels, std::vector<double>(size_t{channels} * channels)};
-    for (uint32_t c = 0; c < channels; c++) m.At(c, c) = 1;
-    return m;
-}
+MixMatrix MixMatrix::Same(uint32_t channels) { return {channels, channels, {}}; }
 
 std::optional<MixMatrix> MixMatrix::ForChannels(uint32_t from, uint32_t mask, uint32_t to) {
     if (from == to) return Same(from);
@@ -61,7 +57,24 @@ std::optional<MixMatrix> MixMatrix::ForChannels(uint32_t from, uint32_t mask, ui
     return m;
 }
 
-bool MixMatrix::IsSame() const { return from == to && gains == Same(from).gains; }
+bool MixMatrix::IsSame() const {
+    if (from != to) return false;
+    for (size_t i = 0; i < gains.size(); i++)
+        if (gains[i] != (i % (from + size_t{1}) == 0 ? 1 : 0)) return false;
+    return true;
+}
+
+bool MixMatrix::MovesOnly() const {
+    for (size_t row = 0; row + from <= gains.size(); row += from) {
+        double sum = 0;
+        for (size_t i = row; i < row + from; i++) {
+            if (gains[i] != 0 && gains[i] != 1) return false;
+            sum += gains[i];
+        }
+        if (sum > 1) return false;
+    }
+    return true;
+}
 
 void MixMatrix::Apply(const double* in, double* out, size_t frames) const {
     for (size_t i = 0; i < frames; i++, in += from, out += to)

@@ -11,7 +11,8 @@ namespace tarn {
 
 struct MixMatrix {
     uint32_t from = 0, to = 0;
-    std::vector<double> gains;  ///< a row for each channel made, in it a gain for each there is
+    /// A row for each channel made, in it a gain for each there is; empty for as many channels as they are.
+    std::vector<double> gains;
 
     double& At(uint32_t made, uint32_t source) { return gains[size_t{made} * from + source]; }
     double At(uint32_t made, uint32_t source) const { return gains[size_t{made} * from + source]; }
@@ -23,6 +24,8 @@ struct MixMatrix {
     QM_API static std::optional<MixMatrix> ForChannels(uint32_t from, uint32_t mask, uint32_t to);
 
     QM_API bool IsSame() const;
+    /// Samples are only put elsewhere, or left out.
+    QM_API bool MovesOnly() const;
     /// Interleaved frames; not in place.
     QM_API void Apply(const double* in, double* out, size_t frames) const;
 };

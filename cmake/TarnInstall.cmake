@@ -24,7 +24,7 @@ target_compile_definitions(mixhost PRIVATE INSTALLED_MODULES="${modules_from_pro
 # Headers that need no window system, without those that families share among their own sources.
 foreach(own platform/store_file kernel/block_heap kernel/list_internal kernel/metrics/metric_key kernel/print/digits
     kernel/print/directive kernel/print/group kernel/print/text_writer kernel/time/time_math audio/cells audio/codec_names
-    audio/sub_format)
+    audio/sub_format mediafile/meta/big_endian mediafile/meta/id3)
   list(APPEND own_headers REGEX "/${own}[.]h$" EXCLUDE)
 endforeach()
 foreach(room platform kernel audio image mediafile contract)
@@ -32,6 +32,7 @@ foreach(room platform kernel audio image mediafile contract)
     PATTERN *.h
     PATTERN ui EXCLUDE
     PATTERN copy EXCLUDE
+    PATTERN rate EXCLUDE
     PATTERN rows EXCLUDE
     PATTERN opencl EXCLUDE
     ${own_headers})

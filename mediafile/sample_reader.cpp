@@ -41,6 +41,19 @@ void DoublesOf(uint8_t* samples, uint64_t count) {
 
 }  // namespace
 
+const char* NameOf(SampleCodec codec) {
+    switch (codec) {
+    case SampleCodec::Reversed: return "big-endian floats";
+    case SampleCodec::Pcm64: return "integers of 64 bits";
+    case SampleCodec::MuLaw: return "mu-law (G.711)";
+    case SampleCodec::ALaw: return "A-law (G.711)";
+    case SampleCodec::ImaBlocks:
+    case SampleCodec::ImaPackets: return "IMA ADPCM";
+    case SampleCodec::Microsoft: return "Microsoft ADPCM";
+    default: return nullptr;
+    }
+}
+
 SampleReader::SampleReader(const ByteSource& source, const MediaContents& contents)
     : m_source(source), m_contents(contents), m_coding(contents.coding), m_packets(contents.coding.channels) {
     if (m_coding.codec == SampleCodec::Microsoft) m_pairs = PairsOf(contents.format);

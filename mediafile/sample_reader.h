@@ -10,6 +10,9 @@
 
 namespace tarn {
 
+/// For a person; null for Plain and None.
+QM_API const char* NameOf(SampleCodec codec);
+
 class QM_API SampleReader {
 public:
     /// Both outlive this. The contents have samples, and a coding other than None.

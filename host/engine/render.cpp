@@ -3,6 +3,7 @@
 #include "host/engine/clip_player.h"
 #include "host/engine/gain.h"
 #include "host/engine/offline_mix.h"
+#include "host/engine/render_metadata.h"
 #include "platform/file.h"
 
 #include <ebur128.h>
@@ -50,9 +51,11 @@ public:
         if (sf_writef_int(m_sound.get(), samples.data(), count) != count) Fail(sf_strerror(m_sound.get()));
     }
 
-    void Finish() {
+    void Finish(const MetaDocument& metadata) {
         const int closed = sf_close(m_sound.release());
         if (closed != 0) Fail(sf_error_number(closed));
+        const std::string refusal = WriteRenderMetadata(m_file.Descriptor(), metadata);
+        if (!refusal.empty()) Fail(refusal);
         std::string error;
         if (!m_file.Commit(error)) throw RenderError(error);
     }
@@ -175,7 +178,7 @@ RenderResult RenderToFile(const Session& session, const std::filesystem::path& f
     result.problems = problems.Lines();
     for (std::string& fault : mix.Faults()) result.problems.push_back(std::move(fault));
     result.finished = result.frames == total;
-    if (result.finished) wave.Finish();
+    if (result.finished) wave.Finish(RenderMetadata(session, folder, start, result));
     return result;
 }
 

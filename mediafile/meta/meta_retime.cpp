@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <optional>
 
@@ -57,8 +58,9 @@ private:
     template <class Number>
     Number Scaled(Number value) const {
         if (m_factor == 1) return value;
-        return static_cast<Number>(std::min(std::floor(static_cast<double>(value) * m_factor + 0.5),
-                                            static_cast<double>(std::numeric_limits<Number>::max())));
+        constexpr Number MOST = std::numeric_limits<Number>::max();
+        const double scaled = std::floor(static_cast<double>(value) * m_factor + 0.5);
+        return scaled < static_cast<double>(MOST) ? static_cast<Number>(scaled) : MOST;
     }
     uint32_t Moved(uint32_t position) const {
         return Scaled(static_cast<uint32_t>(position - std::min<uint64_t>(position, m_r.start)));

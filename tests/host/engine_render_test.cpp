@@ -1,4 +1,7 @@
 #include "host/engine/render.h"
+#include "mediafile/meta/broadcast.h"
+#include "mediafile/meta/meta_values.h"
+#include "platform/file.h"
 #include "tests/host/engine_fixture.h"
 
 #include <gtest/gtest.h>
@@ -103,6 +106,39 @@ TEST(Render, StoppedOrFailedKeepsTheOldFileAndLeavesNothingAside) {
     EXPECT_EQ(Bytes(target), "old");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 2);
     EXPECT_THROW(RenderToFile(session, folder.Path(), folder / "no/mix.wav"), RenderError);
+}
+
+/// Two tracks have the recording: once from its third second, once too late.
+TEST(Render, MarkersOfRecordingsLieWhereTheySoundInTheMix) {
+    const TempFolder folder;
+    WriteWave(folder / "10.wav", 24000, 2, 96000, [](int64_t i, int) { return Mark(i); });
+    Session session = TracksSession({10, 11}, 4);
+    session.channels[2].clips = {{.file = "10.wav", .start = 1, .offset = 2, .length = 2}};
+    session.channels[3].clips = {{.file = "10.wav", .start = 3.5, .offset = 0, .length = 0.5}};
+    const auto open = [&](const char* name, QmFileAccess access) {
+        return QmFile_Open(tarn::WideFromPath(folder / name).c_str(), access, FILE_OPEN_EXISTING);
+    };
+    HQMFILE recording = open("10.wav", FILE_ACCESS_READ_WRITE);
+    tarn::MetaDocument told = tarn::ReadMetaDocument(recording);
+    tarn::SetMetaCues(told, std::vector<tarn::MediaCue>{{1, 24000, {}, u"cut away", {}, 0},
+                                                        {2, 60000, 48000, u"verse", {}, 0}});
+    const tarn::FileSource source(recording);
+    const tarn::MetaEditPlan plan = PlanMetaEdit(source, tarn::InspectMedia(source), told);
+    ASSERT_EQ(ApplyMetaEdit(recording, plan), S_OK);
+    QmFile_Close(recording);
+    const RenderResult result = RenderToFile(session, folder.Path(), folder / "a.wav", {.start = 0.5});
+    HQMFILE mix = open("a.wav", FILE_ACCESS_READ);
+    EXPECT_FALSE(tarn::InspectMedia(mix).HasErrors());
+    const tarn::MetaDocument carried = tarn::ReadMetaDocument(mix);
+    QmFile_Close(mix);
+    const std::vector<tarn::MediaCue> cues = tarn::MetaCues(carried);
+    ASSERT_EQ(cues.size(), 1u);
+    EXPECT_EQ(cues[0].position, 48000u) << "a second and a half in the session, a second in the mix";
+    EXPECT_EQ(cues[0].length, 72000u) << "as long as the clip goes on";
+    EXPECT_EQ(cues[0].label, u"verse");
+    const tarn::BroadcastInfo info = tarn::ReadBroadcastInfo(carried.PayloadOf("bext"));
+    EXPECT_EQ(info.timeReference, 24000u);
+    EXPECT_NEAR(info.loudnessValue / 100.0, result.loudnessLufs, 0.0051);
 }
 
 }  // namespace

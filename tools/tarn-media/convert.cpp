@@ -105,19 +105,6 @@ void SetPart(const ConvertOptions& options, uint64_t frames, ChainPlan& plan) {
     plan.frames = std::min({length, end - plan.start, frames - plan.start});
 }
 
-/// Whether samples are only put elsewhere.
-bool MovesOnly(const MixMatrix& m) {
-    for (uint32_t made = 0; made < m.to; made++) {
-        double sum = 0;
-        for (uint32_t c = 0; c < m.from; c++) {
-            if (m.At(made, c) != 0 && m.At(made, c) != 1) return false;
-            sum += m.At(made, c);
-        }
-        if (sum > 1) return false;
-    }
-    return true;
-}
-
 /// Integers that have fewer steps than what they are made of are made with noise.
 bool Dithers(const ConvertOptions& options, const ChainPlan& plan, QMSAMPLETYPE from) {
     const auto isFloat = [](QMSAMPLETYPE t) { return t == QMSAMPLE_FLOAT32 || t == QMSAMPLE_FLOAT64; };
@@ -126,7 +113,7 @@ bool Dithers(const ConvertOptions& options, const ChainPlan& plan, QMSAMPLETYPE 
     if (isFloat(plan.type) || bits > FINEST || options.dither == "none") return false;
     if (options.dither == "tpdf") return true;
     const bool isLess = isFloat(from) || QmAudio_BitsFromSampleType(from) > bits;
-    const bool isReckoned = plan.gain != 1 || plan.fromRate != plan.toRate || !MovesOnly(plan.matrix);
+    const bool isReckoned = plan.gain != 1 || plan.fromRate != plan.toRate || !plan.matrix.MovesOnly();
     return isLess || isReckoned || options.normalize.kind != Normalize::Nothing;
 }
 
@@ -260,7 +247,7 @@ void Write(const Input& in, Target& target, const ConvertOptions& options) {
     const bool isPart = plan.frames < in.contents.frames;
     RetimeMetadata(carried.document,
                    {plan.fromRate, plan.toRate, plan.start, isPart ? plan.frames : UINT64_MAX,
-                    plan.gain != 1 || !MovesOnly(plan.matrix)});
+                    plan.gain != 1 || !plan.matrix.IsSame()});
     SampleFile writer(out.File(), target.container, target.format);
     check(writer.Begin());
     SampleChain chain(in.source, in.contents, plan);

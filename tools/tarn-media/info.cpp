@@ -1,6 +1,7 @@
 // What is in a file, and what is wrong with it.
 #include "tools/tarn-media/info.h"
 #include "audio/format_text.h"
+#include "mediafile/sample_reader.h"
 #include "platform/text.h"
 
 #include <cinttypes>
@@ -43,6 +44,7 @@ nlohmann::json ContentsJson(const std::string& file, const MediaContents& c) {
                           {"bits", f.BitsPerSample()},     {"frame_bytes", f.blockAlign},
                           {"channel_mask", f.channelMask}, {"compressed", f.IsCompressed()}};
     }
+    if (const char* codec = NameOf(c.coding.codec)) json["format"]["codec"] = codec;
     if (c.hasData) json["samples"] = {{"offset", c.dataOffset}, {"bytes", c.dataBytes}, {"frames", c.frames}};
     auto chunks = nlohmann::json::array();
     for (const MediaChunk& chunk : c.chunks)
@@ -71,6 +73,7 @@ std::string ContentsText(const std::string& file, const MediaContents& c) {
     std::string text = "file       " + file + "\n";
     text += Line("container  %s, %" PRIu64 " bytes\n", NameOf(c.container), c.fileBytes);
     if (c.hasFormat) text += "format     " + FormatText(c.format.format) + "\n";
+    if (const char* codec = NameOf(c.coding.codec)) text += std::string("codec      ") + codec + "\n";
     if (c.hasData && c.frames)
         text += Line("length     %" PRIu64 " frames, %s\n", c.frames,
                      Duration(c.frames, c.format.format.sampleRate).c_str());

@@ -65,8 +65,8 @@ class Project {
 public:
     /// Every sixth file is of another rate where `mixed`.
     explicit Project(int tracks, bool mixed = false) {
-        char path[] = "/tmp/tarn-bench-XXXXXX";
-        if (!mkdtemp(path)) std::abort();
+        std::string path = std::filesystem::temp_directory_path() / "tarn-bench-XXXXXX";
+        if (!mkdtemp(path.data())) std::abort();
         folder = path;
         session = NewSession();
         session.length = SECONDS;

@@ -225,15 +225,15 @@ void MixNode::Leave(NodeRoute& route, const Block& block, const float* const* fr
     const bool scoped = !send && strip->scope.Wanted();
     if (!route.delay) {
         const std::array<float*, kMaxSides> into = route.into->Sides(block.offset);
-        MixBuffer before;
+        MixBuffer added;  // what was there, and then what came to it
         for (size_t s = 0; scoped && s < kStereoSides; s++)
-            std::copy_n(into[s], block.n, before.side[s].data());
+            std::copy_n(into[s], block.n, added.side[s].data());
         Steer(way, changed, block, from, into.data(), levels, gainsAt);
         if (!scoped) return;
         // What it added to the others.
         for (size_t s = 0; s < kStereoSides; s++)
-            for (size_t i = 0; i < block.n; i++) before.side[s][i] = into[s][i] - before.side[s][i];
-        strip->scope.Put(before.side[0].data(), before.side[1].data(), block.n);
+            for (size_t i = 0; i < block.n; i++) added.side[s][i] = into[s][i] - added.side[s][i];
+        strip->scope.Put(added.side[0].data(), added.side[1].data(), block.n);
         return;
     }
     MixBuffer late;

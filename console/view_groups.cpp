@@ -139,7 +139,10 @@ void CaptureView(tConsoleGroup& group, const StripView& view) {
 
 void ApplyView(const tConsoleGroup& group, StripView& view) {
     tConsoleMetrics& m = MeasuredConsoleMetrics();
-    if (group.flags & GROUP_STORES_REGIONS) {
+    // A record of which the host kept no regions would show strips without anything in them.
+    const bool any =
+        std::ranges::any_of(REGION_BITS, [&](const RegionBit& row) { return group.regions & row.bit; });
+    if (any && group.flags & GROUP_STORES_REGIONS) {
         for (const RegionBit& row : REGION_BITS) view.show.*row.flag = (group.regions & row.bit) != 0;
         view.show.bVerticalLayout = 1;
     }

@@ -112,7 +112,7 @@ void Strip::PaintRegions(QPainter& painter) const {
 }
 
 void Strip::PaintNumber(QPainter& painter, const RECT& at, const std::u16string& text, bool silent) const {
-    FillRounded(painter, at, 2, QmGetUIColor(COLOR_3DDKSHADOW), QmGetUIColor(COLOR_BTNSHADOW));
+    FillRounded(painter, at, 2, QmGetUIColor(COLOR_WINDOW), QmGetUIColor(COLOR_BTNSHADOW));
     DrawText(painter, at, text, QmGetUIFont(FONT_SMALL),
              QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
@@ -168,7 +168,7 @@ void Strip::PaintSwitch(QPainter& painter, const StripPart& part, const RECT& ar
                 QmGetUIColor(COLOR_3DDKSHADOW));
     const bool small = std::u16string_view(part.letter).size() > 1;
     DrawText(painter, area, part.letter, QmGetUIFont(small ? FONT_SMALL : FONT_BOLD),
-             QmGetUIColor(on ? COLOR_3DDKSHADOW : COLOR_GRAYTEXT), TEXT_CENTER);
+             ReadableOn(QmGetUIColor(on ? UICOLOR_STRONG : COLOR_GRAYTEXT), fill), TEXT_CENTER);
 }
 
 void Strip::PaintButton(QPainter& painter, const RECT& area, const std::u16string& text, bool pressed,

@@ -55,7 +55,6 @@ inline constexpr uint32_t DIRTY_PAN = 0x10;
 inline constexpr uint32_t DIRTY_SENDS = 0x20;
 inline constexpr uint32_t DIRTY_ROUTING = 0x100;
 inline constexpr uint32_t DIRTY_NAME = 0x4000;
-inline constexpr uint32_t DIRTY_BUS_SENDS = 0x20000;
 inline constexpr uint32_t DIRTY_PARTS = 0x40000;  ///< its effects and sends
 inline constexpr uint32_t DIRTY_SWITCHES = 0x80000;
 inline constexpr uint32_t DIRTY_ROUTES = MASK_INPUT_ROUTE | MASK_OUTPUT_ROUTE;

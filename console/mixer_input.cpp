@@ -320,8 +320,11 @@ void CMixerView::PressElement(Strip& strip, uint32_t element) {
         return;
     case PartAction::Push:
         if (element == ELEMENT_LOCK) strip.ToggleLock();
-        if (part->element == ELEMENT_SEND_PREPOST && index < strip.Sends().size())
-            strip.SetSendSwitches(index, strip.Sends()[index].switches ^ SENDSWITCH_PRE);
+        if (part->element == ELEMENT_SEND_PREPOST || part->element == ELEMENT_SEND_PREPOST_BELOW) {
+            const size_t row = part->element == ELEMENT_SEND_PREPOST ? 0 : index + 1;
+            if (row < strip.Sends().size())
+                strip.SetSendSwitches(row, strip.Sends()[row].switches ^ SENDSWITCH_PRE);
+        }
         break;
     case PartAction::Insert:
         if (index < strip.Inserts().size())

@@ -99,7 +99,7 @@ void CMixerView::ShowContextMenu(Strip* strip, uint32_t element, POINT at) {
     else if (part && part->action == PartAction::Menu)
         ShowMenu(*strip, element);
     else if (part && part->action == PartAction::Meter)
-        MeterMenu(*strip, element, at);
+        MeterMenu(element, at);
     else if (part && (element == ELEMENT_PAN || part->element == ELEMENT_SEND_PAN))
         PanMenu(*strip, at);
     else
@@ -283,9 +283,8 @@ void CMixerView::PanMenu(Strip& strip, POINT at) {
 }
 
 /// Ranges, scales and displays of all strips.
-void CMixerView::MeterMenu(Strip& strip, uint32_t element, POINT at) {
-    const uint64_t channel = strip.Entry().id.channel;
-    StripView& view = m_plugin.View();
+void CMixerView::MeterMenu(uint32_t element, POINT at) {
+    const StripView& view = m_plugin.View();
     Menu menu;
     if (element == ELEMENT_VU) {
         for (uint32_t i = 0; i < kMeterScaleCount; i++)
@@ -302,13 +301,7 @@ void CMixerView::MeterMenu(Strip& strip, uint32_t element, POINT at) {
             AddCheck(menu, CMD_RANGE_FIRST + i, tarn::KernelText(*RANGES[i].name),
                      view.meterRange == RANGES[i].counts);
     }
-    const uint32_t chosen = Track(menu, at);
-    if (!chosen) return;
-    if (chosen == CMD_RESET) {
-        if (Strip* still = StripOf(channel)) still->Meters().ResetPeaks();
-        return;
-    }
-    OnCommand(chosen);
+    if (const uint32_t chosen = Track(menu, at)) OnCommand(chosen);
 }
 
 void CMixerView::ChannelMenu(Strip& strip, POINT at) {
@@ -329,6 +322,8 @@ void CMixerView::ChannelMenu(Strip& strip, POINT at) {
              strip.Width() == (wide ? m.cxSurroundDefault : m.cxChannelDefault));
     AddCheck(menu, CMD_WIDE, ConsoleText(IDS_MENU_WIDE),
              strip.Width() == (wide ? m.cxSurroundWide : m.cxChannelWide));
+    menu.AddSeparator();
+    AddRegionMenu(menu);
     const uint32_t chosen = Track(menu, at);
     Strip* still = chosen ? StripOf(channel) : nullptr;
     if (!still) return;
@@ -339,7 +334,7 @@ void CMixerView::ChannelMenu(Strip& strip, POINT at) {
     case CMD_NARROW: still->SetWidth(wide ? m.cxSurroundNarrow : m.cxChannelNarrow); break;
     case CMD_DEFAULT: still->SetWidth(wide ? m.cxSurroundDefault : m.cxChannelDefault); break;
     case CMD_WIDE: still->SetWidth(wide ? m.cxSurroundWide : m.cxChannelWide); break;
-    default: return;
+    default: OnCommand(chosen); return;
     }
     CollectStrips();
     LayoutStrips();
@@ -431,27 +426,28 @@ bool CMixerView::RunKey(uint32_t key) {
     return false;
 }
 
-void CMixerView::AddRegions(Menu& menu, std::span<const uint32_t> commands) const {
-    for (const FlagRow& row : FLAGS)
-        if (std::ranges::find(commands, row.command) != commands.end())
-            AddCheck(menu, row.command, ConsoleText(row.name) + KeyText(row.command),
-                     m_plugin.View().show.*row.flag);
+void CMixerView::AddRegionMenu(Menu& menu) const {
+    constexpr uint32_t REGIONS[] = {50061, 50062, 50060, 50064, 50065, 50066}, LABELS[] = {50070};
+    Menu& regions = *menu.AddSubmenu(ConsoleText(IDS_MENU_SHOW_REGIONS)).submenu;
+    const auto add = [&](std::span<const uint32_t> commands) {
+        regions.AddSeparator();
+        for (const FlagRow& row : FLAGS)
+            if (std::ranges::find(commands, row.command) != commands.end())
+                AddCheck(regions, row.command, ConsoleText(row.name) + KeyText(row.command),
+                         m_plugin.View().show.*row.flag);
+    };
+    regions.Add(CMD_ALL_REGIONS, ConsoleText(IDS_MENU_ALL));
+    add(REGIONS);
+    add(LABELS);
+    AddCheck(regions, CMD_TICKS, ConsoleText(IDS_MENU_TICKS) + KeyText(CMD_TICKS),
+             m_plugin.View().faderTicks);
 }
 
 /// Of the ground beside the strips.
 void CMixerView::LayoutMenu(POINT at) {
-    constexpr uint32_t REGIONS[] = {50061, 50062, 50060, 50064, 50065, 50066};
-    constexpr uint32_t LABELS[] = {50070};
     const tConsoleMetrics& m = ConsoleMetrics();
     Menu menu;
-    Menu& regions = *menu.AddSubmenu(ConsoleText(IDS_MENU_SHOW_REGIONS)).submenu;
-    regions.Add(CMD_ALL_REGIONS, ConsoleText(IDS_MENU_ALL));
-    regions.AddSeparator();
-    AddRegions(regions, REGIONS);
-    regions.AddSeparator();
-    AddRegions(regions, LABELS);
-    AddCheck(regions, CMD_TICKS, ConsoleText(IDS_MENU_TICKS) + KeyText(CMD_TICKS),
-             m_plugin.View().faderTicks);
+    AddRegionMenu(menu);
     Menu& widths = *menu.AddSubmenu(ConsoleText(IDS_MENU_WIDTH)).submenu;
     const struct {
         uint32_t command;

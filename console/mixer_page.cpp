@@ -315,15 +315,13 @@ void CConsoleMixerPage::EditText(const RECT& area, const std::u16string& text,
     edit->setFocus();
 }
 
-bool CConsoleMixerPage::RunCommand(uint32_t command) {
-    return std::ranges::any_of(m_regions,
-                               [command](const auto& region) { return region->OnCommand(command); });
-}
-
 HRESULT CConsoleMixerPage::TranslateAccelerator(MSG* message) {
     if (!message) return E_POINTER;
     if (message->message != COMMAND_MESSAGE || !Window()) return S_FALSE;
-    return RunCommand(LowWord(message->wParam)) ? S_OK : S_FALSE;
+    const uint32_t command = LowWord(message->wParam);
+    const bool taken =
+        std::ranges::any_of(m_regions, [command](const auto& region) { return region->OnCommand(command); });
+    return taken ? S_OK : S_FALSE;
 }
 
 void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {

@@ -63,7 +63,6 @@ private:
     uint32_t TrackMenu(Menu& menu, POINT at) override;
     void EditText(const RECT& area, const std::u16string& text,
                   std::function<void(const std::u16string&)> done) override;
-    bool RunCommand(uint32_t command) override;
 
     class PageWindow;
 

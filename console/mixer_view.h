@@ -109,10 +109,11 @@ private:
     void AutomationMenu(Strip& strip);
     void MidiChannelMenu(Strip& strip);
     void PanMenu(Strip& strip, POINT at);
-    void MeterMenu(Strip& strip, uint32_t element, POINT at);
+    void MeterMenu(uint32_t element, POINT at);
     void ChannelMenu(Strip& strip, POINT at);
     void LayoutMenu(POINT at);
-    void AddRegions(struct Menu& menu, std::span<const uint32_t> commands) const;
+    /// The submenu of the regions that all strips show.
+    void AddRegionMenu(struct Menu& menu) const;
     void StartRename(Strip& strip);
 
     // Selection, focus, keys.

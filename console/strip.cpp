@@ -161,12 +161,6 @@ StripControl* Strip::Control(uint32_t element) const {
     return nullptr;
 }
 
-StripControl* Strip::HeldControl() const {
-    for (const auto& control : m_controls)
-        if (control->IsHeld()) return control.get();
-    return nullptr;
-}
-
 std::optional<StripParameter> Strip::Alike(Strip& source, const StripParameter& parameter) {
     Prepare();
     if (parameter.send) {

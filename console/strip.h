@@ -86,7 +86,6 @@ public:
 
     // Controls. Null for an element that is none or is not there.
     StripControl* Control(uint32_t element) const;
-    StripControl* HeldControl() const;
     StripMeters& Meters() { return m_meters; }
     /// The parameter that a gesture on another strip's moves here; nothing where there is none.
     std::optional<StripParameter> Alike(Strip& source, const StripParameter& parameter);

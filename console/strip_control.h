@@ -55,7 +55,6 @@ public:
     uint32_t Element() const { return m_element; }
     std::span<const StripParameter> Parameters() const { return {m_parameters, m_parameterCount}; }
     const StripParameter& Parameter() const { return m_parameters[0]; }
-    void SetParameter(const StripParameter& parameter) { m_parameters[0] = parameter; }
     /// The value as a person reads it; of a pair the left part's, or the part's.
     std::u16string ValueText(size_t part = 0) const;
 

@@ -42,7 +42,7 @@ void StripMeters::Drop() {
     if (m_vu) MeterExInst_Deinit(m_vu.get()), m_vu.reset();
     if (m_scope) ScopeInst_Deinit(m_scope.get()), m_scope.reset();
     m_groups.clear();
-    m_painted = false;
+    m_painted = m_silent = false;
 }
 
 void StripMeters::MakeGroups(bool fourFaders) {
@@ -139,7 +139,9 @@ bool StripMeters::ReadGroup(Group& group, uint32_t selector) {
         rec.switches = SWITCH_METER_REQUEST;
         rec.selector = selector;
         rec.pairSelector = group.speakers[i];
-        if (m_plugin.GetChannelRecord(m_entry.id, &rec, MASK_METERS) != S_OK) return m_silent = true, false;
+        const HRESULT hr = m_plugin.GetChannelRecord(m_entry.id, &rec, MASK_METERS);
+        m_silent |= hr == S_FALSE;
+        if (hr != S_OK) return false;
         if (Differs(rec.meter.level, std::exchange(group.levels[i], rec.meter.level))) changed = true;
     }
     return changed;

@@ -46,6 +46,7 @@ RECT InsertArea(const Strip& strip, uint32_t index) {
 RECT OutputArea(const Strip& strip, uint32_t index) { return strip.Rects().outputs[index]; }
 RECT SendArea(const Strip& strip, uint32_t index) { return strip.Rects().sends[index].target; }
 RECT PrePostArea(const Strip& strip, uint32_t index) { return strip.Rects().sends[index].prePost; }
+RECT PrePostBelowArea(const Strip& strip, uint32_t index) { return PrePostArea(strip, index + 1); }
 RECT ValueArea(const Strip& strip, uint32_t index) { return strip.Rects().value[index]; }
 RECT MeterArea(const Strip& strip, uint32_t) { return strip.Rects().meter[0]; }
 
@@ -109,6 +110,7 @@ std::u16string PrePostText(const Strip& strip, uint32_t index) {
     const bool pre = index < strip.Sends().size() && strip.Sends()[index].switches & SENDSWITCH_PRE;
     return ConsoleText(pre ? IDS_PRE : IDS_POST);
 }
+std::u16string PrePostBelowText(const Strip& strip, uint32_t index) { return PrePostText(strip, index + 1); }
 
 // Painters.
 void PaintSwitch(Strip& strip, QPainter& painter, const StripPart& part, uint32_t, const StripLook& look) {
@@ -210,6 +212,16 @@ constexpr StripPart PARTS[] = {
      .name = IDS_SEND_PLACE,
      .value = PrePostText,
      .identifier = "send-place"},
+    {.element = ELEMENT_SEND_PREPOST_BELOW,
+     .count = SEND_ROWS - 1,
+     .area = PrePostBelowArea,
+     .paint = PaintButton,
+     .tip = ValueTip,
+     .action = PartAction::Push,
+     .role = Role::Button,
+     .name = IDS_SEND_PLACE,
+     .value = PrePostBelowText,
+     .identifier = "send-place-below"},
     {.element = ELEMENT_ADD_SEND,
      .area = Area<&StripRects::addSend>,
      .paint = PaintButton,

@@ -44,8 +44,6 @@ public:
     /// Lets the user edit a text in place; `done` is called with a new one.
     virtual void EditText(const RECT& area, const std::u16string& text,
                           std::function<void(const std::u16string&)> done) = 0;
-    /// Runs a command of the page.
-    virtual bool RunCommand(uint32_t command) = 0;
 
 protected:
     ~RegionSite() = default;

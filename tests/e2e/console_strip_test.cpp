@@ -153,6 +153,14 @@ TEST_F(ConsoleStrip, SendsAreMovedSwitchedLedElsewhereAddedAndRemoved) {
     EXPECT_EQ(send("Keys").target, room);
     ClickMenu("Drums", "Send 1", "Remove");
     EXPECT_TRUE(Find("Drums").sends.empty());
+
+    // The second row is the second send.
+    Edit("Bass", [this](Channel& channel) { channel.sends.push_back({FreeSub(channel), hall, -6}); });
+    Drag(Area("Bass", "Send Level 1").bottomLeft() + QPoint(0, 29),
+         Area("Bass", "Send Level 1").bottomLeft() + QPoint(0, 129));
+    ASSERT_TRUE(Until([&] { return Node("Bass", "Send Before or After the Fader 1"); }));
+    Click(Centre("Bass", "Send Before or After the Fader 1"));
+    EXPECT_TRUE(!Find("Bass").sends[0].pre_fader && Find("Bass").sends[1].pre_fader);
 }
 
 TEST_F(ConsoleStrip, RoutesPanAutomationAndThePairReachTheSession) {
@@ -257,6 +265,11 @@ TEST_F(ConsoleStrip, EverythingIsReachedByKeysAndByAScreenReader) {
     EXPECT_TRUE(Find("Drums").mute);
     Key(Qt::Key_Escape);
     EXPECT_EQ(onPart(), "Drums");
+
+    Key(Qt::Key_S);
+    EXPECT_FALSE(Node("Drums", "Send 1"));
+    Key(Qt::Key_S);
+    EXPECT_TRUE(Node("Drums", "Send 1"));
 
     Node("Bass", "Volume")->valueInterface()->setCurrentValue(-6.0);
     EXPECT_NEAR(Find("Bass").fader_db, -6, 0.05);

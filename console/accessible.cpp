@@ -50,9 +50,9 @@ public:
         return QRect(at.x, at.y, area.Width(), area.Height());
     }
     QAccessible::Role role() const override {
-        constexpr std::array ROLES = {QAccessible::NoRole,    QAccessible::Grouping,    QAccessible::Slider,
-                                      QAccessible::Indicator, QAccessible::ProgressBar, QAccessible::CheckBox,
-                                      QAccessible::ButtonMenu};
+        constexpr std::array ROLES = {
+            QAccessible::NoRole,      QAccessible::Grouping, QAccessible::Slider,     QAccessible::Indicator,
+            QAccessible::ProgressBar, QAccessible::CheckBox, QAccessible::ButtonMenu, QAccessible::ToolBar};
         return ROLES[static_cast<size_t>(m_node.TheRole())];
     }
     QAccessible::State state() const override;

@@ -216,6 +216,10 @@ bool CConsoleControlPlugin::ApplyChange(const MPCTRLREC& rec, bool* moved) {
         if (m_view) m_view->OnLookChanged(rec.kindMask);
         return false;
     }
+    if (rec.id == MPCTRL_BUSY) {
+        if (m_view) m_view->OnBusyChanged(rec.flags & BUSY_ON);
+        return false;
+    }
     ChannelEntry* entry = EntryById(rec.object.channel);
     if (rec.flags & CHANGE_REMOVED) {
         if (entry) RemoveEntry(entry);

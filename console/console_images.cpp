@@ -1,5 +1,6 @@
 #include "console/console_images.h"
 
+#include "console/command_images.h"
 #include "contract/host_contract.h"
 #include "kernel/color_math.h"
 #include "kernel/ui/skin_images.h"
@@ -31,7 +32,8 @@ ConsoleImages::ConsoleImages(HostLook hostLook)
     : kinds(QmSkin_GetTrackIconImageLists()), thumbs(THUMB, {13, 19}, ThumbTones()),
       pairThumbs(PAIR_THUMB, {21, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {13, 9}, ThumbTones()),
       smallPairThumbs(PAIR_THUMB, {15, 11}, ThumbTones()), panThumbs(ACROSS_THUMB, {13, 15}, ThumbTones()),
-      sendThumbs(ACROSS_THUMB, {9, 15}, ThumbTones()), background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
+      sendThumbs(ACROSS_THUMB, {9, 15}, ThumbTones()), commands(CommandImages()),
+      background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
       selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)),
       look(std::move(hostLook)) {}
 

@@ -17,6 +17,7 @@ public:
     ImageList thumbs, pairThumbs;            ///< of faders for one channel, and for two
     ImageList smallThumbs, smallPairThumbs;  ///< in narrow strips
     ImageList panThumbs, sendThumbs;
+    ImageList commands;  ///< see command_images.h
     COLORREF background;
     COLORREF selection;
     HostLook look;

@@ -1,6 +1,7 @@
 #include "console/console_plugin.h"
 
 #include "console/console_control_map.h"
+#include "console/texts.h"
 
 #include "platform/text.h"
 #include "plugin/module_state.h"
@@ -10,6 +11,7 @@ using namespace tarn;
 namespace {
 
 constexpr uint32_t CONSOLE_KINDS = 0x203F;
+constexpr const char16_t* COMMAND_GROUP = u"Mix Console";
 
 struct NamedPreference {
     const char16_t* name;
@@ -122,6 +124,81 @@ void CConsoleControlPlugin::RestoreState() {
     if (features.limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
 }
 
+void CConsoleControlPlugin::AddAtHost(uint32_t kind) {
+    MPCHANNELREC rec{};
+    rec.kind = kind;
+    rec.order = ORDER_APPEND;
+    AddChannelAtHost(rec);
+}
+
+void CConsoleControlPlugin::ToggleMonitoring(uint32_t bit) {
+    MPTOOLBAR bar{};
+    bar.size = sizeof bar;
+    if (HostRecord(MPPROP_TOOLBAR, bar) != S_OK) return;
+    bar.bits ^= bit;
+    SetHostProperty(MPPROP_TOOLBAR, &bar, sizeof bar);
+}
+
+void CConsoleControlPlugin::TellCommands(uint32_t action) {
+    const bool full = HostKind() == 1;
+    std::vector<std::u16string> texts;
+    std::vector<MPCOMMAND> rows;
+    for (const ConsoleCommand& row : ConsoleCommands())
+        if (row.hosts & (full ? COMMAND_OF_FULL : COMMAND_OF_OTHER)) {
+            texts.push_back(CommandName(row.text));
+            rows.push_back({row.name, nullptr, row.command, 0});
+        }
+    for (size_t i = 0; i < rows.size(); i++) rows[i].text = texts[i].c_str();
+    const std::span<const MPCOMMANDKEY> keys = CommandKeys::Proposed(full);
+    MPCOMMANDREG record{};
+    record.size = sizeof record;
+    record.action = action;
+    record.name = COMMAND_GROUP;
+    record.commands = rows.data();
+    record.commandCount = static_cast<uint32_t>(rows.size());
+    record.keys = keys.data();
+    record.keyCount = static_cast<uint32_t>(keys.size());
+    SetHostProperty(MPPROP_COMMANDS, &record, sizeof record);
+}
+
+CommandKeys CConsoleControlPlugin::KeysInForce() {
+    constexpr uint32_t MOST_KEYS = 512;
+    std::vector<MPCOMMANDKEY> keys(MOST_KEYS);
+    MPCOMMANDREG record{};
+    record.size = sizeof record;
+    record.name = COMMAND_GROUP;
+    record.keys = keys.data();
+    record.keyCount = MOST_KEYS;
+    constexpr size_t KEYS_KEPT = 1, KEYS_GIVEN = 2;  // of the reply
+    const bool answered = HostRecord(MPPROP_COMMANDS, record) == S_OK && record.reply[KEYS_KEPT] > 0 &&
+                          record.reply[KEYS_GIVEN] <= MOST_KEYS && record.reply[KEYS_GIVEN] > 0;
+    if (!answered) return CommandKeys(CommandKeys::Proposed(HostKind() == 1));
+    keys.resize(record.reply[KEYS_GIVEN]);
+    return CommandKeys(keys);
+}
+
+HRESULT CConsoleControlPlugin::PostInitialise() {
+    const HRESULT hr = COPTControlPlugin::PostInitialise();
+    TellCommands(COMMANDS_REGISTER);
+    return hr;
+}
+
+HRESULT CConsoleControlPlugin::PreTerminate() {
+    TellCommands(COMMANDS_UNREGISTER);
+    return COPTControlPlugin::PreTerminate();
+}
+
+bool CConsoleControlPlugin::HasGroups() const { return ThisModule().showGroups; }
+
+bool CConsoleControlPlugin::IsPaneShown(uint32_t command) const {
+    constexpr size_t BUTTONS = 8, LIST = 9, GROUPS = 10;
+    const size_t flag = command == CMD_REGION_CONTROLS ? BUTTONS
+                        : command == CMD_CHANNEL_LIST  ? LIST
+                        : command == CMD_GROUP_LIST    ? GROUPS
+                                                       : VIEW_FLAGS;
+    return flag < VIEW_FLAGS && m_shown[flag];
+}
+
 bool CConsoleControlPlugin::ShowsSendPans() { return ThisModule().useSendPanFaders && HostKind() == 1; }
 
 HRESULT CConsoleControlPlugin::LoadPreferences() {
@@ -198,6 +275,15 @@ HRESULT CConsoleControlPlugin::OnMeterTick(const MPCTRLREC* rec, uint32_t post) 
 HRESULT CConsoleControlPlugin::OnLook(const MPCTRLREC* rec, uint32_t post) {
     if (post) return OnControlDeferred(rec);
     if (!m_view) return S_FALSE;
+    m_pendingChanges.push_back(*rec);
+    m_view->PostPendingChanges();
+    return S_OK;
+}
+
+HRESULT CConsoleControlPlugin::OnBusyState(const MPCTRLREC* rec, uint32_t post) {
+    if (post) return OnControlDeferred(rec);
+    if (!m_view) return S_FALSE;
+    if (!(rec->flags & BUSY_TELLS)) return S_OK;
     m_pendingChanges.push_back(*rec);
     m_view->PostPendingChanges();
     return S_OK;

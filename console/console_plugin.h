@@ -6,6 +6,7 @@
 // apply at once, under the main lock.
 #pragma once
 
+#include "console/commands.h"
 #include "console/console_view.h"
 #include "console/strip_show.h"
 #include "console/view_groups.h"
@@ -32,6 +33,7 @@ public:
     HRESULT OnMeterTick(const MPCTRLREC* rec, uint32_t post) override;
     HRESULT OnSuspend(const MPCTRLREC* rec, uint32_t post) override;
     HRESULT OnTransportFlags(const MPCTRLREC* rec, uint32_t post) override;
+    HRESULT OnBusyState(const MPCTRLREC* rec, uint32_t post) override;
     HRESULT FetchChannels(uint32_t reset, uint32_t kindMask) override;
 
     /// The page begins or ends its use of the entries; null ends it. Pending changes are applied first.
@@ -69,6 +71,15 @@ public:
     /// orders all channels, those of one kind.
     bool CanMoveBefore(const ChannelEntry& entry, const ChannelEntry& place);
     void MoveAtHost(const ChannelEntry& entry, const ChannelEntry& place);
+    /// A new channel of the kind, at the end of its kind.
+    void AddAtHost(uint32_t kind);
+    /// Turns a MONITORING_ bit over.
+    void ToggleMonitoring(uint32_t bit);
+    /// The keys that are in force: the host may have others than the console proposes.
+    CommandKeys KeysInForce();
+    bool HasGroups() const;
+    bool IsPaneShown(uint32_t command) const;
+
     /// The layout of strips and panes as it is now goes into the console's own group.
     void KeepState();
     /// What was kept comes back.
@@ -80,10 +91,13 @@ public:
 
 protected:
     HRESULT UpdateEntry(const MPCTRLREC& rec) override;
+    HRESULT PostInitialise() override;
+    HRESULT PreTerminate() override;
     void SendEvent(const MPEVENTREC&) override {}  // no MIDI side
 
 private:
     GroupStore Store();
+    void TellCommands(uint32_t action);
     void RequestRebuild();
     HRESULT RebuildChannels();
     HRESULT AddEntry(const MPCHANNELID& id);

@@ -26,6 +26,8 @@ public:
     virtual void OnEntryGoing(ChannelEntry* channel) = 0;
     /// Entries came, went or changed places.
     virtual void OnEntriesChanged() = 0;
+    /// The host works on something that takes its time, or has done it.
+    virtual void OnBusyChanged(bool busy) = 0;
     /// Bits of MPCTRL_LOOK: 7 rebuild, 16 colours.
     virtual void OnLookChanged(uint32_t bits) = 0;
 

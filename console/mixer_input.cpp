@@ -1,4 +1,5 @@
 // Mouse and keyboard of the mixer view: what is pressed, dragged, selected and focused.
+#include "console/commands.h"
 #include "console/console_plugin.h"
 #include "console/mixer_view.h"
 #include "controls/fader.h"
@@ -33,6 +34,7 @@ bool IsOnLamp(const RECT& row, POINT at) { return at.x < row.left + row.Height()
 uint32_t CMixerView::HitTest(POINT at, std::u16string& tip, RECT& area) {
     m_hitWord = 0;
     if (!m_bounds.Contains(at)) return 0;
+    if (m_scroll.Bounds().Contains(at)) return m_hitWord = m_scroll.HitTest(at, tip, area);
     // The edge of a strip reaches into its neighbour.
     Strip* strip = StripAt(at.x - 2);
     if (!strip || !EdgeContains(*strip, at)) strip = StripAt(at.x);
@@ -55,6 +57,7 @@ uint32_t CMixerView::GetCursorForHit(uint32_t element) {
 
 void CMixerView::OnMouseAway() {
     SetHot(nullptr, ELEMENT_NONE);
+    m_scroll.OnMouseAway();
     if (m_drag.strip) OnMouse(WM_CANCELMODE, 0, 0);
 }
 
@@ -85,6 +88,7 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
         return 0;
     }
     if (message == WM_CANCELMODE || message == WM_CAPTURECHANGED) {
+        m_scroll.OnMouse(message, wparam, lparam);
         CancelDrag();
         SetHot(nullptr, ELEMENT_NONE);
         return 0;
@@ -94,6 +98,11 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
         if (message == WM_LBUTTONUP) Drop(at);
         return 0;
     }
+    if (m_scroll.IsHeld() || m_scroll.Bounds().Contains(at)) {
+        SetHot(nullptr, ELEMENT_NONE);
+        return m_scroll.OnMouse(message, wparam, lparam);
+    }
+    m_scroll.OnMouseAway();
     std::u16string tip;
     RECT area{};
     const uint32_t hit = HitTest(at, tip, area);
@@ -110,7 +119,10 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
         return 0;
     case WM_LBUTTONDBLCLK:
         EndKeyGesture();
-        if (strip) DoublePress(*strip, element, at);
+        if (strip)
+            DoublePress(*strip, element, at);
+        else
+            m_site.RunCommand(CMD_CHANNEL_LIST);
         return 0;
     default: return 0;
     }
@@ -136,6 +148,12 @@ intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam
             strip->ScrollInserts(turn > 0 ? -1 : 1);
             if (strip->FirstInsert() != first) return FADER_WHEEL_USED;
         }
+    }
+    if (message == WM_MOUSEWHEEL && LowWord(wparam) & MK_CONTROL) {
+        constexpr LONG PERCENT = 100, NOTCH_PERCENT = 15;
+        const LONG notch = turn > 0 ? -NOTCH_PERCENT : NOTCH_PERCENT;
+        ZoomTo(m_offset, ViewWidth() + ViewWidth() * notch / PERCENT);
+        return FADER_WHEEL_USED;
     }
     const LONG step = ConsoleMetrics().cxChannelCurrent;
     const int32_t direction = message == WM_MOUSEWHEEL ? -1 : 1;
@@ -415,6 +433,10 @@ bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
         SendToControl(WM_KEYDOWN, wparam, lparam);  // Esc takes the drag back
         return true;
     }
+    if (m_scroll.IsHeld() && key == VK_ESCAPE) {
+        m_scroll.OnMouse(WM_CANCELMODE, 0, 0);
+        return true;
+    }
     if (m_drag.strip && key == VK_ESCAPE) {
         CancelDrag();
         return true;
@@ -439,21 +461,15 @@ bool CMixerView::OnKeyDown(uint32_t, uintptr_t wparam, intptr_t lparam) {
     case VK_APPS:
         if (strip) ShowContextMenu(strip, m_mark, {strip->Rects().strip.left, strip->Rects().strip.top});
         return true;
-    case VK_F2:
-        if (strip && !(strip->Entry().kind & (KIND_MASTER_BIT | KIND_SPECIAL))) StartRename(*strip);
-        return true;
-    case VK_DELETE:
-        if (strip) m_plugin.RemoveAtHost({strip->Entry().id.channel, 0, 0});
-        return true;
-    case 'A':
-        if (ctrl) SelectAll();
-        return ctrl;
+    case VK_F2: return m_site.RunCommand(CMD_RENAME);
+    case VK_DELETE: return m_site.RunCommand(CMD_DELETE);
+    case 'A': return ctrl && m_site.RunCommand(CMD_SELECT_ALL);
     case VK_SHIFT:
     case VK_CONTROL: return true;
     default: break;
     }
     const StripPart* part = PartOfKey(key);
-    if (!part || ctrl || alt) return RunKey(key);
+    if (!part || ctrl || alt) return false;
     ToggleByKey(part->bit);
     return true;
 }

@@ -1,7 +1,9 @@
 #include "console/mixer_page.h"
 
+#include "console/left_tool_bar.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
+#include "console/upper_tool_bar.h"
 #include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_fonts.h"
@@ -160,10 +162,18 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
         return 0;
     case WM_NCHITTEST: return HitTest(UnpackPoint(lparam));
     case WM_SETCURSOR: return SetCursor(lparam);
-    case WM_KEYDOWN:
+    case WM_KEYDOWN: {
+        const auto key = static_cast<uint32_t>(wparam);
+        if (key == VK_F6) return MoveKeyboard(window.IsKeyDown(VK_SHIFT)), 0;
+        if (m_keyRegion && m_keyRegion->OnKeyDown(message, wparam, lparam)) {
+            if (m_keyRegion && !m_keyRegion->FocusedPart()) m_keyRegion = nullptr, FocusMoved();
+            return 0;
+        }
         for (const auto& region : m_regions)
-            if (region->OnKeyDown(message, wparam, lparam)) return 0;
+            if (region.get() != m_keyRegion && region->OnKeyDown(message, wparam, lparam)) return 0;
+        if (const uint32_t command = CommandOfKey(key); command && RunCommand(command)) return 0;
         return window.Default(message, wparam, lparam);
+    }
     case WM_KEYUP:
         for (const auto& region : m_regions) region->OnKeyUp(wparam, lparam);
         return window.Default(message, wparam, lparam);
@@ -198,7 +208,13 @@ HRESULT CConsoleMixerPage::OnCreate() {
     m_images = std::make_unique<ConsoleImages>(ReadHostLook(*m_console));
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     m_console->RestoreState();
+    m_keys = std::make_unique<CommandKeys>(m_console->KeysInForce());
+    m_menus = std::make_unique<CConsoleMenuManager>(m_images->commands, *m_keys);
     RegionSite& site = *this;
+    auto upperBar = std::make_unique<CUpperToolBar>(site);
+    m_upperBar = upperBar.get();
+    m_regions.push_back(std::move(upperBar));
+    m_regions.push_back(std::make_unique<CLeftToolBar>(site));
     m_regions.push_back(std::make_unique<CMixerView>(site));  // takes what the others leave
     m_console->SetView(this);
     for (const auto& region : m_regions)
@@ -207,7 +223,8 @@ HRESULT CConsoleMixerPage::OnCreate() {
 }
 
 void CConsoleMixerPage::OnDestroy() {
-    m_mouseRegion = nullptr;
+    m_mouseRegion = m_keyRegion = nullptr;
+    m_upperBar = nullptr;
     if (m_console) m_console->KeepState();
     for (auto* edit : ThePageWindow().findChildren<QLineEdit*>(QStringLiteral("Edit"))) {
         edit->setProperty(EDIT_OVER, true);  // whose text it is goes now
@@ -215,6 +232,7 @@ void CConsoleMixerPage::OnDestroy() {
     }
     m_regions.clear();  // the strips come off the entries while they are still this thread's
     if (m_console) m_console->SetView(nullptr);
+    m_menus.reset();
     m_images.reset();
     m_hasFocus = false;
     m_tickWanted = 0;
@@ -276,6 +294,10 @@ intptr_t CConsoleMixerPage::RouteMouse(uint32_t message, uintptr_t wparam, intpt
 void CConsoleMixerPage::FocusMoved() {
     ThePageWindow().DestroyCaret();
     if (!m_hasFocus) return;
+    if (AccessibleNode* part = m_keyRegion ? m_keyRegion->FocusedPart() : nullptr) {
+        TellFocus(*this, *part);
+        return;
+    }
     constexpr SIZE CARET{4, 4};
     for (const auto& region : m_regions) {
         AccessibleNode* focused = region->FocusedPart();
@@ -293,8 +315,64 @@ void CConsoleMixerPage::FocusMoved() {
 }
 
 uint32_t CConsoleMixerPage::TrackMenu(Menu& menu, POINT at) {
-    return TrackPopupMenu(menu, ThePageWindow().ToScreen(at),
-                          [](uint32_t, uintptr_t, intptr_t) -> intptr_t { return 0; });
+    const auto owner = [this](uint32_t message, uintptr_t wparam, intptr_t lparam) -> intptr_t {
+        constexpr uint32_t CLOSES = 0xFFFF;
+        if (message == WM_MENUSELECT) {
+            const bool tells = HighWord(wparam) != CLOSES && !(HighWord(wparam) & MF_POPUP);
+            TellStatus(tells ? LowWord(wparam) : 0);
+            return 0;
+        }
+        intptr_t result = 0;
+        if (m_menus) m_menus->MenuMan_HandleMessage(&Host(), message, wparam, lparam, &result);
+        return result;
+    };
+    return TrackPopupMenu(menu, ThePageWindow().ToScreen(at), owner);
+}
+
+void CConsoleMixerPage::TellStatus(uint32_t command) {
+    const std::u16string text = command ? StatusForCommand(command) : std::u16string();
+    MSG message{};
+    message.message = STATUS_MESSAGE;
+    message.wParam = command;
+    message.lParam = reinterpret_cast<intptr_t>(text.c_str());
+    if (Site()) Site()->TranslateAccelerator(&message);
+}
+
+uint32_t CConsoleMixerPage::CommandOfKey(uint32_t key) const {
+    if (!m_keys) return 0;
+    const auto held = [this](uint32_t vk, uint32_t bit) { return ThePageWindow().IsKeyDown(vk) ? bit : 0; };
+    return m_keys->CommandOf(key, held(VK_SHIFT, ACCEL_SHIFT) | held(VK_CONTROL, ACCEL_CTRL) |
+                                      held(VK_MENU, ACCEL_ALT));
+}
+
+bool CConsoleMixerPage::RunCommand(uint32_t command) {
+    for (const auto& region : m_regions)
+        if (region->OnCommand(command)) return true;
+    MSG message{};
+    message.message = COMMAND_MESSAGE;
+    message.wParam = command;
+    return Site() && Site()->TranslateAccelerator(&message) == S_OK;
+}
+
+void CConsoleMixerPage::ViewChanged() {
+    for (const auto& region : m_regions) region->OnViewChanged();
+}
+
+void CConsoleMixerPage::MoveKeyboard(bool back) {
+    const auto count = static_cast<ptrdiff_t>(m_regions.size());
+    const CViewRegion* from = m_keyRegion ? m_keyRegion : m_regions.back().get();
+    const auto at = std::ranges::find(m_regions, from, &std::unique_ptr<CViewRegion>::get);
+    if (m_keyRegion) m_keyRegion->LeaveKeyboard();
+    m_keyRegion = nullptr;
+    for (ptrdiff_t step = 1; step < count; step++) {
+        const ptrdiff_t next = ((at - m_regions.begin()) + (back ? -step : step) + count) % count;
+        CViewRegion& region = *m_regions[static_cast<size_t>(next)];
+        if (&region == m_regions.back().get()) break;  // the strips
+        if (!region.TakeKeyboard()) continue;
+        m_keyRegion = &region;
+        break;
+    }
+    FocusMoved();
 }
 
 void CConsoleMixerPage::EditText(const RECT& area, const std::u16string& text,
@@ -317,11 +395,15 @@ void CConsoleMixerPage::EditText(const RECT& area, const std::u16string& text,
 
 HRESULT CConsoleMixerPage::TranslateAccelerator(MSG* message) {
     if (!message) return E_POINTER;
-    if (message->message != COMMAND_MESSAGE || !Window()) return S_FALSE;
-    const uint32_t command = LowWord(message->wParam);
-    const bool taken =
-        std::ranges::any_of(m_regions, [command](const auto& region) { return region->OnCommand(command); });
-    return taken ? S_OK : S_FALSE;
+    if (!Window()) return S_FALSE;
+    uint32_t command = 0;
+    if (message->message == COMMAND_MESSAGE)
+        command = LowWord(message->wParam);
+    else if (message->message == WM_KEYDOWN && !ThePageWindow().findChild<QLineEdit*>(QStringLiteral("Edit")))
+        command = CommandOfKey(static_cast<uint32_t>(message->wParam));
+    // The host asks: what no region takes does not go back to it.
+    const auto takes = [command](const auto& region) { return region->OnCommand(command); };
+    return command && std::ranges::any_of(m_regions, takes) ? S_OK : S_FALSE;
 }
 
 void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {
@@ -402,11 +484,17 @@ void CConsoleMixerPage::UseTheme() {
     ApplyTheme(ground.lightness() < MIDDLE ? Theme::Dark : Theme::Light);
 }
 
+void CConsoleMixerPage::OnBusyChanged(bool busy) {
+    if (m_upperBar) m_upperBar->SetBusy(busy);
+    ReSize();
+}
+
 void CConsoleMixerPage::OnLookChanged(uint32_t) {
     UseTheme();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages(ReadHostLook(*m_console));
+    *m_keys = m_console->KeysInForce();
     for (const auto& region : m_regions) region->OnImagesChanged();
     InvalidateAll();
 }

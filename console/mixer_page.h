@@ -5,6 +5,7 @@
 #include "console/accessible.h"
 #include "console/console_images.h"
 #include "console/console_plugin.h"
+#include "console/menu_manager.h"
 #include "console/view_region.h"
 #include "plugin/base_list_page.h"
 
@@ -19,6 +20,8 @@ inline constexpr uintptr_t REFRESH_ALL = 2;      ///< lparam: -1
 inline constexpr uintptr_t REFRESH_IMAGES = 16;  ///< lparam: reload mask
 inline constexpr uint32_t PAGEMSG_TICK = 32771;  ///< values and meters of a running host
 
+class CUpperToolBar;
+
 class CConsoleMixerPage final : public CBaseListPage, public ConsoleView, private RegionSite {
 public:
     explicit CConsoleMixerPage(IUnknown* owner) : CBaseListPage(owner) {}
@@ -27,7 +30,7 @@ public:
     HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
-    /// A command of the host, as COMMAND_MESSAGE.
+    /// A command of the host, as COMMAND_MESSAGE, or a key.
     HRESULT TranslateAccelerator(MSG* message) override;
 
     // ConsoleView
@@ -37,6 +40,7 @@ public:
     void PostTick(uint32_t what) override;
     void OnEntryGoing(ChannelEntry* channel) override;
     void OnEntriesChanged() override;
+    void OnBusyChanged(bool busy) override;
     void OnLookChanged(uint32_t bits) override;
 
     // For what is offered to screen readers. [page-thread]
@@ -57,6 +61,8 @@ private:
     CConsoleControlPlugin& Console() override { return *m_console; }
     const ConsoleImages& Images() override { return *m_images; }
     ControlHost& Host() override { return ThePageWindow(); }
+    bool RunCommand(uint32_t command) override;
+    void ViewChanged() override;
     void DrawNow(const std::function<void(WindowPainter&)>& draw) override;
     bool HasKeyboardFocus() const override { return m_hasFocus; }
     void FocusMoved() override;
@@ -78,11 +84,20 @@ private:
     intptr_t RouteMouse(uint32_t message, uintptr_t wparam, intptr_t lparam);
     void OnRefresh(uintptr_t wparam, intptr_t lparam);
     void OnTick();
+    /// The command of a key, with Shift, Ctrl and Alt as they are; 0 for none.
+    uint32_t CommandOfKey(uint32_t key) const;
+    /// The keyboard goes on to the next region that has something for it.
+    void MoveKeyboard(bool back);
+    void TellStatus(uint32_t command);
     bool IsPageThread() const { return std::this_thread::get_id() == m_uiThread; }
 
     tarn::ComPtr<CConsoleControlPlugin> m_console;
     std::unique_ptr<ConsoleImages> m_images;
+    std::unique_ptr<CommandKeys> m_keys;
+    std::unique_ptr<CConsoleMenuManager> m_menus;
     std::vector<std::unique_ptr<CViewRegion>> m_regions;
+    CUpperToolBar* m_upperBar = nullptr;
+    CViewRegion* m_keyRegion = nullptr;    ///< that has the keyboard; null for the strips
     CViewRegion* m_mouseRegion = nullptr;  ///< that had the last mouse message
     std::atomic<std::thread::id> m_uiThread{};
     std::atomic<uint32_t> m_tickWanted{0};

@@ -1,5 +1,6 @@
 #include "console/mixer_view.h"
 
+#include "console/commands.h"
 #include "console/console_images.h"
 #include "console/console_plugin.h"
 #include "console/texts.h"
@@ -11,7 +12,8 @@
 #include <algorithm>
 
 CMixerView::CMixerView(RegionSite& site)
-    : CViewRegion(site), m_plugin(site.Console()), m_images(site.Images()), m_gesture(m_plugin) {}
+    : CViewRegion(site), m_plugin(site.Console()), m_images(site.Images()), m_gesture(m_plugin),
+      m_scroll(site, [this](LONG start, LONG length) { ZoomTo(start, length); }) {}
 
 CMixerView::~CMixerView() {
     m_gesture.End();
@@ -91,7 +93,10 @@ void CMixerView::ReSize(RECT& rect) {
 /// Every strip is told its place; what is in it is laid out for those on view alone.
 void CMixerView::LayoutStrips() {
     m_offset = std::clamp<LONG>(m_offset, 0, std::max<LONG>(0, m_totalWidth - m_bounds.Width()));
-    const LONG bottom = ScrollLane().top;
+    m_scroll.SetModel({m_offset, ViewWidth(), m_totalWidth, ViewWidth()});
+    RECT rest = m_bounds;
+    m_scroll.ReSize(rest);
+    const LONG bottom = rest.bottom;
     LONG x = m_bounds.left - m_offset;
     for (Strip* strip : m_strips) {
         const LONG width = strip->Width();
@@ -123,6 +128,19 @@ void CMixerView::SetScroll(LONG offset) {
     m_offset = offset;
     LayoutStrips();
     m_site.InvalidateAll();
+}
+
+void CMixerView::ZoomTo(LONG offset, LONG length) {
+    const LONG width = ViewWidth();
+    if (length == width || length <= 0 || width <= 0) return SetScroll(offset);
+    tConsoleMetrics& m = ConsoleMetrics();
+    const auto scaled = [&](LONG value) { return static_cast<LONG>(int64_t{value} * width / length); };
+    const LONG before = m.cxChannelCurrent;
+    m.cxChannelCurrent = std::clamp(scaled(before), m.cxChannelNarrow, m.cxChannelWide);
+    m.cxSurroundCurrent = std::clamp(scaled(m.cxSurroundCurrent), m.cxSurroundNarrow, m.cxSurroundWide);
+    for (ChannelEntry* entry : m_plugin.Entries()) entry->width = 0;
+    m_offset = static_cast<LONG>(int64_t{offset} * m.cxChannelCurrent / std::max<LONG>(before, 1));
+    m_site.RunCommand(CMD_ADJUST_WIDTH);
 }
 
 Strip* CMixerView::StripAt(LONG x) const {
@@ -178,26 +196,7 @@ void CMixerView::Paint(QPainter& painter, const RECT& area) {
     }
     if (right < m_bounds.right)
         FillRect(painter, {right, m_bounds.top, m_bounds.right, m_bounds.bottom}, m_images.background);
-    PaintScrollLane(painter);
-}
-
-/// The lane along the bottom that tells where the strips on view lie among all of them; empty when all fit.
-RECT CMixerView::ScrollLane() const {
-    constexpr LONG HEIGHT = 7;
-    const bool fits = m_totalWidth <= m_bounds.Width();
-    return {m_bounds.left, m_bounds.bottom - (fits ? 0 : HEIGHT), m_bounds.right, m_bounds.bottom};
-}
-
-void CMixerView::PaintScrollLane(QPainter& painter) const {
-    const RECT lane = ScrollLane();
-    if (lane.IsEmpty()) return;
-    constexpr LONG SHORTEST = 24;
-    const LONG total = m_totalWidth, width = lane.Width();
-    const LONG length =
-        std::min(width, std::max<LONG>(SHORTEST, static_cast<LONG>(int64_t{width} * width / total)));
-    const LONG left = lane.left + static_cast<LONG>(int64_t{width - length} * m_offset / (total - width));
-    FillRect(painter, lane, m_images.background);
-    FillRect(painter, {left, lane.top + 2, left + length, lane.bottom - 2}, QmGetUIColor(UICOLOR_TICK));
+    m_scroll.Paint(painter, area);
 }
 
 void CMixerView::OnTick(uint32_t what) {
@@ -262,6 +261,7 @@ void CMixerView::OnImagesChanged() { ViewChanged(true); }
 void CMixerView::OnTimer(uint32_t id) {
     // The repeat timer of a control whose track is held.
     if (HoldsControl()) SendToControl(WM_TIMER, id, 0);
+    m_scroll.OnTimer(id);
 }
 
 // Hands

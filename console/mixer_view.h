@@ -2,6 +2,7 @@
 // not fit. It paints them, gives them the mouse and the keys, and turns what hands do into calls of the host.
 #pragma once
 
+#include "console/horz_scroll.h"
 #include "console/strip.h"
 #include "console/strip_gesture.h"
 #include "console/view_region.h"
@@ -71,13 +72,16 @@ private:
     void LayoutStrips();
     /// Other regions, sizes or styles: everything is laid out anew.
     void ViewChanged(bool rebuild);
+    bool OnViewCommand(uint32_t command, bool& rebuild);
+    std::vector<uint64_t> CommandTargets() const;
     bool IsOffBySolo(const Strip& strip) const;
     void InvalidateValues();
     void SetScroll(LONG offset);
     /// The strips that lie within the bounds, ready to be painted.
     std::span<Strip* const> OnView() const;
-    RECT ScrollLane() const;
-    void PaintScrollLane(QPainter& painter) const;
+    /// The strips are `length` wide from an offset on: another length makes all of them wider or narrower.
+    void ZoomTo(LONG offset, LONG length);
+    LONG ViewWidth() const { return m_bounds.Width(); }
 
     // Hands.
     void OnHand(StripControl& control, HandCode code, const StripPositions& positions) override;
@@ -109,11 +113,9 @@ private:
     void AutomationMenu(Strip& strip);
     void MidiChannelMenu(Strip& strip);
     void PanMenu(Strip& strip, POINT at);
-    void MeterMenu(uint32_t element, POINT at);
     void ChannelMenu(Strip& strip, POINT at);
-    void LayoutMenu(POINT at);
-    /// The submenu of the regions that all strips show.
-    void AddRegionMenu(struct Menu& menu) const;
+    /// Shows a menu of commands, and has the one that was chosen carried out.
+    void RunMenu(struct Menu menu, POINT at);
     void StartRename(Strip& strip);
 
     // Selection, focus, keys.
@@ -128,8 +130,6 @@ private:
     bool MoveMark(bool back);
     void SetMark(uint32_t element);
     bool MoveFaders(uintptr_t wparam, intptr_t lparam);
-    /// The command of a key, with Ctrl, Shift and Alt as they are.
-    bool RunKey(uint32_t key);
     bool KeyToMark(uint32_t key, uintptr_t wparam, intptr_t lparam);
     void ToggleByKey(uint32_t bit);
     std::vector<Strip*> KeyTargets(bool alone) const;
@@ -137,6 +137,7 @@ private:
     CConsoleControlPlugin& m_plugin;
     const ConsoleImages& m_images;
     StripGesture m_gesture;
+    CHorzScroll m_scroll;
     std::vector<Strip*> m_strips;    ///< those that are shown, from left to right
     std::vector<Strip*> m_prepared;  ///< those that were on view last
     LONG m_totalWidth = 0;           ///< of them all

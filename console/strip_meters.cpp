@@ -1,8 +1,8 @@
 #include "console/strip_meters.h"
 
 #include "console/console_plugin.h"
+#include "console/meter_choices.h"
 #include "console/strip_part.h"
-#include "controls/meter_scales.h"
 #include "kernel/ui/theme.h"
 #include "platform/ui/window.h"
 
@@ -12,26 +12,14 @@
 
 namespace {
 
-// The console's meter, with the readout and the marks of the highest recent levels.
 constexpr uint32_t METER_STYLE = METERS_VERTICAL | METERS_CLIP_CLICK | METERS_UI_COLORS | METERS_CLIP_SHOWN |
                                  METERS_CLIP_ROOM | METERS_HOLD_HIGH;
-constexpr uint32_t REGION_METER_STYLE = METER_STYLE | METERS_LABELS;
 constexpr uint32_t VU_STYLE = METERS_VERTICAL | METERS_UI_COLORS | METERS_LABELS;
 constexpr uint32_t INIT_FLAGS = METERST_MAY_CUT | METERST_CENTRED;
-
-/// In the order of the menu.
-constexpr uint32_t SCALE_WORDS[kMeterScaleCount] = {1800, 64, 128, 256, 512, 1024, 2048};
 
 bool Differs(float a, float b) { return !(a == b); }  // a NaN differs from itself too
 
 }  // namespace
-
-uint32_t VuScaleIndex(uint32_t word) {
-    const auto* at = std::ranges::find(SCALE_WORDS, word);
-    return at == std::end(SCALE_WORDS) ? 0 : static_cast<uint32_t>(at - SCALE_WORDS);
-}
-
-uint32_t VuScaleWord(uint32_t index) { return SCALE_WORDS[std::min<size_t>(index, kMeterScaleCount - 1)]; }
 
 StripMeters::~StripMeters() { Drop(); }
 
@@ -86,19 +74,22 @@ std::unique_ptr<StripMeters::PeakMeter> StripMeters::MakePeak(size_t group, cons
 void StripMeters::Layout(const StripRects& rects, const StripView& view) {
     const bool four = !rects.groupName[SPEAKER_GROUPS - 1].IsEmpty();
     if (m_groups.empty()) MakeGroups(four);
-    const auto put = [&](std::unique_ptr<PeakMeter>& meter, const RECT& rect, size_t group, uint32_t style) {
+    const uint32_t chosen = METER_STANDARD_STYLE ^ view.peakFlags;
+    const auto put = [&](std::unique_ptr<PeakMeter>& meter, const RECT& rect, size_t group, bool labels) {
         if (!meter) {
             if (rect.IsEmpty()) return;
             meter = MakePeak(group, view);
-            MeterInst_Message(&meter->meter, METERM_CHANGESTYLE, style, 1);
+        }
+        for (const uint32_t bit : {METERS_LABELS, METERS_HOLD_HIGH, METERS_HOLD_LOW, METERS_CLIP_SHOWN}) {
+            const bool on = (chosen & bit) && (bit != METERS_LABELS || labels);
+            MeterInst_Message(&meter->meter, METERM_CHANGESTYLE, bit, on);
         }
         MeterInst_Message(&meter->meter, METERM_SETDISPLAYRANGE, 0, static_cast<intptr_t>(view.meterRange));
         MeterInst_Move(&meter->meter, &rect);
     };
     for (size_t i = 0; i < SPEAKER_GROUPS; i++)
-        put(m_beside[i], rects.meter[i], std::min(i, m_groups.size() - 1),
-            rects.meter[i].Width() >= 60 ? METERS_LABELS : 0);
-    put(m_peak, rects.peak, m_groups.size() - 1, REGION_METER_STYLE);
+        put(m_beside[i], rects.meter[i], std::min(i, m_groups.size() - 1), rects.meter[i].Width() >= 60);
+    put(m_peak, rects.peak, m_groups.size() - 1, true);
 
     if (!rects.vu.IsEmpty() && !m_vu && !m_entry.IsMidi()) {
         const RECT none{};

@@ -18,10 +18,6 @@ struct ControlHost;
 
 inline constexpr double METER_SILENCE_DB = -144.0;
 
-/// The index of a VU scale, by its word: one of the seven of meter_scales.h.
-uint32_t VuScaleIndex(uint32_t word);
-uint32_t VuScaleWord(uint32_t index);
-
 class StripMeters {
 public:
     StripMeters(CConsoleControlPlugin& plugin, ControlHost& window, const HostLook& look, ChannelEntry& entry)

@@ -58,5 +58,6 @@ struct StripView {
     bool faderTicks = true;
     uint32_t meterRange = 32768;  ///< counts at the low end of the peak meters
     uint32_t vuScale = 1800;
+    uint32_t peakFlags = 0;  ///< METERS_ of the peak meters that are other than usual
     uint32_t scopeStyle = 1;
 };

@@ -128,6 +128,7 @@ void CaptureView(tConsoleGroup& group, const StripView& view) {
         if (view.show.*row.flag) group.regions |= row.bit;
     group.meterRange = view.meterRange;
     group.vuScale = view.vuScale;
+    group.peakFlags = view.peakFlags;
     group.scopeStyle = view.scopeStyle;
     const tConsoleMetrics& m = MeasuredConsoleMetrics();
     const LONG widths[] = {m.cxChannelDefault,  m.cxChannelNarrow,  m.cxChannelWide,  m.cxChannelCurrent,
@@ -157,6 +158,7 @@ void ApplyView(const tConsoleGroup& group, StripView& view) {
     if (group.flags & GROUP_STORES_METERS) {
         view.meterRange = group.meterRange;
         view.vuScale = group.vuScale;
+        view.peakFlags = group.peakFlags;
         view.scopeStyle = group.scopeStyle;
     }
 }

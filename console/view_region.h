@@ -21,6 +21,7 @@ inline constexpr uint32_t HIT_MIXER_VIEW = 0x10000;
 inline constexpr uint32_t HIT_HORZ_SCROLL = 0x20000;
 inline constexpr uint32_t HIT_LEFT_TOOLBAR = 0x40000;
 inline constexpr uint32_t HIT_CHANNEL_LIST = 0x80000;
+inline constexpr uint32_t HIT_UPPER_TOOLBAR = 0x100000;
 inline constexpr uint32_t HIT_ELEMENT_MASK = 0xFFFF;
 
 /// What a region sees of the page that it is a part of.
@@ -33,6 +34,10 @@ public:
     virtual ControlHost& Host() = 0;
     virtual POINT ToClient(POINT screen) const = 0;
     virtual void InvalidateAll() = 0;
+    /// Carries out a command of a menu, a button or a key, wherever it belongs; at last at the host.
+    virtual bool RunCommand(uint32_t command) = 0;
+    /// What is shown of the console is another: what shows commands shows their state anew.
+    virtual void ViewChanged() = 0;
     /// Calls `draw` with the window, outside Paint; not while a paint is due.
     virtual void DrawNow(const std::function<void(WindowPainter&)>& draw) = 0;
     virtual bool HasKeyboardFocus() const = 0;
@@ -56,38 +61,43 @@ public:
     CViewRegion& operator=(const CViewRegion&) = delete;
 
     virtual ~CViewRegion() = default;
-    virtual HRESULT Create() = 0;
+    virtual HRESULT Create() { return S_OK; }
     /// Takes what it needs of the rectangle and leaves the rest in it.
     virtual void ReSize(RECT& rect) = 0;
     /// The width at which it shows everything; 0 where it takes what there is.
     virtual LONG IdealWidth() const { return 0; }
     /// Hit word of a point of the page, 0 outside; fills the tip's text and area.
     virtual uint32_t HitTest(POINT at, std::u16string& tip, RECT& area) = 0;
-    virtual uint32_t GetCursorForHit(uint32_t element) = 0;
+    virtual uint32_t GetCursorForHit(uint32_t) { return CURSOR_ARROW; }
     /// The mouse went to another region.
     virtual void OnMouseAway() = 0;
     virtual intptr_t OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam) = 0;
     virtual void Paint(QPainter& painter, const RECT& area) = 0;
-    virtual void OnTimer(uint32_t id) = 0;
+    virtual void OnTimer(uint32_t) {}
     /// True when it took the command.
-    virtual bool OnCommand(uint32_t command) = 0;
+    virtual bool OnCommand(uint32_t) { return false; }
     /// True when the key was taken.
-    virtual bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) = 0;
-    virtual void OnKeyUp(uintptr_t wparam, intptr_t lparam) = 0;
+    virtual bool OnKeyDown(uint32_t, uintptr_t, intptr_t) { return false; }
+    virtual void OnKeyUp(uintptr_t, intptr_t) {}
+    /// The keyboard goes to the region, by F6 or back from a menu; false for one that has nothing for it.
+    virtual bool TakeKeyboard() { return false; }
+    virtual void LeaveKeyboard() {}
     /// The page has the keyboard now.
-    virtual void OnFocus() = 0;
+    virtual void OnFocus() {}
     /// Ends the gesture of a key that is still down: its release will not come here, or something else
     /// begins.
-    virtual void EndKeyGesture() = 0;
+    virtual void EndKeyGesture() {}
     /// Null is every channel.
-    virtual void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) = 0;
+    virtual void OnChannelUpdate(ChannelEntry*, uint32_t) {}
     /// Entries came, went or changed places.
-    virtual void OnEntriesChanged() = 0;
+    virtual void OnEntriesChanged() {}
+    /// Other parts of the console are shown, or in another way.
+    virtual void OnViewChanged() {}
     /// The entry is about to be destroyed; null is all of them.
-    virtual void OnEntryGoing(const ChannelEntry* channel) = 0;
+    virtual void OnEntryGoing(const ChannelEntry*) {}
     /// TICK_: values read back from the host, then the meters.
-    virtual void OnTick(uint32_t what) = 0;
-    virtual void OnImagesChanged() = 0;
+    virtual void OnTick(uint32_t) {}
+    virtual void OnImagesChanged() {}
 
     // What it offers to screen readers, in constant time.
 

@@ -274,6 +274,7 @@ inline constexpr uint32_t CHANGE_CTRL_REPLACED = 0x200000;  ///< controls
 inline constexpr uint32_t NOTIFY_URGENT = 0x80000000;
 inline constexpr uint32_t ACTIVATE_ON = 0x1;
 inline constexpr uint32_t PROJECT_OPEN = 0x2;
+inline constexpr uint32_t BUSY_ON = 0x1, BUSY_TELLS = 0x3;  ///< with none of them nothing is told
 inline constexpr uint32_t SUSPEND_ON = 0x1;
 inline constexpr uint32_t SUSPEND_REFRESH = 0x30;
 
@@ -677,8 +678,12 @@ struct MPCOMMANDKEY {
 static_assert(sizeof(MPCOMMANDKEY) == 8);
 
 /// The host runs a command by IPropertyPage::TranslateAccelerator of the plug-in's page, with this message
-/// and the command as wParam.
+/// and the command as wParam. What a page cannot do itself, the clipboard and the project's properties, it
+/// asks of the host in the same way, by IPropertyPageSite::TranslateAccelerator.
 inline constexpr uint32_t COMMAND_MESSAGE = 273;
+/// The page tells its site what the command under the mouse does: wParam is the command, lParam its text, a
+/// const char16_t* that is valid during the call; empty when there is none any more.
+inline constexpr uint32_t STATUS_MESSAGE = 287;
 
 struct MPCOMMANDREG {
     uint32_t size;    ///< 72
@@ -687,9 +692,9 @@ struct MPCOMMANDREG {
     uint32_t commandCount;
     uint32_t reserved20;
     const char16_t* name;      ///< of the group that the commands are listed in
-    const MPCOMMANDKEY* keys;  ///< may be null
-    uint32_t keyCount;
-    uint32_t reply[6];  ///< what a get returns: how many commands and keys are kept, then zeros
+    const MPCOMMANDKEY* keys;  ///< may be null; in a get the caller's, to be filled with those in force
+    uint32_t keyCount;         ///< in a get: room in `keys`
+    uint32_t reply[6];         ///< what a get returns: how many commands and keys are kept, then zeros
     uint32_t reserved68;
 };
 static_assert(sizeof(MPCOMMANDREG) == 72);

@@ -177,6 +177,12 @@ HRESULT COPTControlPlugin::InsertAtHost(const MPCHANNELID& channel, MPCHANNELREC
     return host && id.channel ? host->Insert(&id, LEVEL_SUB_OBJECT, &rec) : S_FALSE;
 }
 
+HRESULT COPTControlPlugin::AddChannelAtHost(MPCHANNELREC& rec) {
+    const ComPtr<IMPCtrlChannels> host = m_channels.Host();
+    MPCHANNELID made{};
+    return host ? host->Insert(&made, LEVEL_CHANNEL, &rec) : S_FALSE;
+}
+
 HRESULT COPTControlPlugin::RemoveAtHost(const MPCHANNELID& id) {
     const ComPtr<IMPCtrlChannels> host = m_channels.Host();
     return host && id.channel ? host->Remove(id.sub ? LEVEL_SUB_OBJECT : LEVEL_CHANNEL, &id) : S_FALSE;

@@ -127,6 +127,7 @@ public:
     /// The host's Insert of an effect or a send on a channel, and its Remove of one, or of the channel
     /// itself. S_FALSE without a host. [any-thread]
     HRESULT InsertAtHost(const MPCHANNELID& channel, MPCHANNELREC& rec);
+    HRESULT AddChannelAtHost(MPCHANNELREC& rec);
     HRESULT RemoveAtHost(const MPCHANNELID& id);
     /// Channels that another one's send, input or output can lead to: MASK_SEND, MASK_INPUT_ROUTE,
     /// MASK_OUTPUT_ROUTE; with the ids of port entries.

@@ -15,10 +15,13 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDialog>
+#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFormLayout>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressDialog>
@@ -92,7 +95,9 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
       m_console(std::make_unique<Plugin>(modules / "mixconsole.so", project)),
       m_mix(new MixMenu(project, *this,
                         [this](const QString& title, const QString& text) { ShowProblem(title, text); })),
-      m_transport(new TransportBar(project, this)), m_pageHost(new PageHost) {
+      m_transport(new TransportBar(project, this)),
+      m_pageHost(new PageHost(nullptr, {[this](uint32_t command) { return RunHostCommand(command); },
+                                        [this](const QString& text) { statusBar()->showMessage(text); }})) {
     LoadSurface(modules / "mixsurface.so");
     ForPlugins([lcid](Plugin& plugin) {
         plugin.SetLanguage(lcid);
@@ -175,6 +180,51 @@ void MainWindow::CloseSurface() {
 void MainWindow::OpenPage() {
     if (!m_pageHost->Open(m_console->MakePage(CLSID_ConsoleMixerPage), m_console->Object()))
         throw std::runtime_error("the console's page could not be opened");
+}
+
+/// What the console leaves to its host, by the numbers of the console's commands.
+bool MainWindow::RunHostCommand(uint32_t command) {
+    constexpr uint32_t CUT = 50090, COPY = 50091, PASTE = 50092, AUDIO_PROPERTIES = 50069;
+    switch (command) {
+    case CUT:
+    case COPY:
+        if (std::vector<Channel> copied = m_project.CopySelected(); !copied.empty()) {
+            m_copied = std::move(copied);
+            if (command == CUT)
+                for (const Channel& channel : m_copied) m_project.RemoveChannel(channel.id);
+        }
+        return true;
+    case PASTE:
+        if (!m_copied.empty() && !m_project.PasteChannels(m_copied))
+            ShowProblem(Text(IDS_TITLE_MIX), QString::fromStdString(m_project.Refusal()));
+        return true;
+    case AUDIO_PROPERTIES: ShowAudioProperties(); return true;
+    default: return false;
+    }
+}
+
+void MainWindow::ShowAudioProperties() {
+    const Session session = m_project.Snapshot();
+    const bool surround = session.mode == ChannelMode::Surround51;
+    const QString rows[][2] = {
+        {Text(IDS_PROPERTY_FILE), m_project.Path().empty() ? QString() : FromPath(m_project.Path())},
+        {Text(IDS_PROPERTY_RATE), QStringLiteral("%L1 Hz").arg(session.sample_rate)},
+        {Text(IDS_PROPERTY_MODE), Text(surround ? IDS_MODE_SURROUND : IDS_MODE_STEREO)},
+        {Text(IDS_PROPERTY_CHANNELS), QString::number(session.channels.size())},
+        {Text(IDS_PROPERTY_DEVICE), m_device->text()},
+    };
+    QDialog dialog(this);
+    dialog.setWindowTitle(Text(IDS_TITLE_PROPERTIES));
+    auto* form = new QFormLayout(&dialog);
+    for (const auto& row : rows) {
+        auto* value = new QLabel(PlainText(row[1]));
+        value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+        form->addRow(row[0], value);
+    }
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    form->addRow(buttons);
+    dialog.exec();
 }
 
 QWidget* MainWindow::ConsolePage() const { return m_pageHost->PageWindow(); }
@@ -382,6 +432,7 @@ void MainWindow::OpenSession() {
         QFileDialog::getOpenFileName(this, Text(IDS_TITLE_OPEN), StartFolder(), Text(IDS_FILTER_SESSIONS));
     if (chosen.isEmpty()) return;
     ForPlugins([](Plugin& plugin) { plugin.ProjectClosing(); });
+    m_copied.clear();
     try {
         m_project.Open(ToPath(chosen));
         m_settings.SetSessionFolder(ToPath(chosen).parent_path());

@@ -49,6 +49,8 @@ private:
     void ForPlugins(F call);
     void RefreshMidi();
     void ChangeLanguage(uint32_t lcid);
+    bool RunHostCommand(uint32_t command);
+    void ShowAudioProperties();
     void LocateTo();
     QString StartFolder() const;
     void MakeStatusLine();
@@ -76,6 +78,7 @@ private:
     PageHost* m_pageHost;
     QLabel* m_device;
     uint64_t m_keptPreferences = 0;
+    std::vector<Channel> m_copied;  ///< channels on the clipboard, of the session that is open
     QLabel* m_midi;
     QLabel* m_load;
     QLabel* m_dropouts;

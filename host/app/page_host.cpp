@@ -13,9 +13,9 @@ QString TakeText(char16_t* text) {
 
 }  // namespace
 
-/// A page has to have a site; this one has nothing to say.
 class PageHost::Site final : public IPropertyPageSite {
 public:
+    explicit Site(PageWishes wishes) : m_wishes(std::move(wishes)) {}
     virtual ~Site() = default;
     HRESULT QueryInterface(const GUID& iid, void** out) override {
         if (!out) return E_POINTER;
@@ -42,13 +42,23 @@ public:
         if (out) *out = nullptr;
         return E_NOTIMPL;
     }
-    HRESULT TranslateAccelerator(MSG*) override { return S_FALSE; }
+    HRESULT TranslateAccelerator(MSG* message) override {
+        if (!message) return E_POINTER;
+        if (message->message == COMMAND_MESSAGE && m_wishes.run)
+            return m_wishes.run(static_cast<uint32_t>(message->wParam)) ? S_OK : S_FALSE;
+        if (message->message != STATUS_MESSAGE || !m_wishes.status) return S_FALSE;
+        const auto* text = reinterpret_cast<const char16_t*>(message->lParam);
+        m_wishes.status(text ? QString::fromUtf16(text) : QString());
+        return S_OK;
+    }
 
 private:
+    const PageWishes m_wishes;
     RefCount m_refs;
 };
 
-PageHost::PageHost(QWidget* parent) : QWidget(parent), m_site(new Site) {
+PageHost::PageHost(QWidget* parent, PageWishes wishes)
+    : QWidget(parent), m_site(new Site(std::move(wishes))) {
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(160, 160);
 }

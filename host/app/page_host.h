@@ -6,11 +6,19 @@
 
 #include <QWidget>
 
+#include <functional>
+
 namespace host {
+
+/// What a page asks of its host.
+struct PageWishes {
+    std::function<bool(uint32_t command)> run;        ///< what the page cannot do; false: nor the host
+    std::function<void(const QString& text)> status;  ///< what the command under the mouse does, or empty
+};
 
 class PageHost final : public QWidget {
 public:
-    explicit PageHost(QWidget* parent = nullptr);
+    explicit PageHost(QWidget* parent = nullptr, PageWishes wishes = {});
     ~PageHost() override;
 
     /// Makes the page of `plugin` live here; false when it refuses. Another page goes first.

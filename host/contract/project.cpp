@@ -139,6 +139,12 @@ double Project::Length() const {
 ChannelId Project::AddChannel(ChannelKind kind, const std::string& name) {
     return m_impl->core->AddChannel(kind, name, SIZE_MAX);
 }
+std::vector<Channel> Project::CopySelected() { return m_impl->core->CopySelected(); }
+
+bool Project::PasteChannels(const std::vector<Channel>& copied) {
+    return m_impl->core->PasteChannels(copied) == S_OK;
+}
+
 bool Project::RemoveChannel(ChannelId id) { return m_impl->core->RemoveChannel(id) == S_OK; }
 bool Project::RenameChannel(ChannelId id, const std::string& name) {
     return m_impl->core->EditChannel(id, [&](Channel& channel) { channel.name = name; }) == S_OK;

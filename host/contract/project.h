@@ -74,6 +74,10 @@ public:
     double Length() const;  ///< seconds
     /// A new channel of that kind at the end of its row; busses and tracks go to the master.
     ChannelId AddChannel(ChannelKind kind, const std::string& name);
+    /// The selected channels as they are, and copies of such channels in the session: with names of their
+    /// own, selected, at the ends of their rows.
+    std::vector<Channel> CopySelected();
+    bool PasteChannels(const std::vector<Channel>& copied);
     bool RemoveChannel(ChannelId id);  ///< what fed it goes to the master; false for master and preview bus
     bool RenameChannel(ChannelId id, const std::string& name);
     bool MoveChannel(ChannelId id, size_t index);  ///< place in its row, of tracks or of busses

@@ -1,5 +1,6 @@
 #include "host/contract/project_core.h"
 
+#include "host/contract/channel_copies.h"
 #include "host/contract/channel_parts.h"
 #include "host/contract/channel_words.h"
 #include "host/effects/effect.h"
@@ -339,6 +340,34 @@ ChannelId ProjectCore::AddChannel(ChannelKind kind, const std::string& name, siz
         return true;
     };
     return ChangeChannels(add, Record(EditKind::AddChannel)) == S_OK ? channel.id : kNoChannel;
+}
+
+std::vector<Channel> ProjectCore::CopySelected() {
+    std::lock_guard lock(m_lock);
+    std::vector<Channel> copied;
+    for (const Channel& channel : m_session.channels) {
+        if (!channel.selected || channel.kind == ChannelKind::Master ||
+            channel.kind == ChannelKind::PreviewBus)
+            continue;
+        KeepStates(channel.id);
+        copied.push_back(channel);
+    }
+    return copied;
+}
+
+HRESULT ProjectCore::PasteChannels(const std::vector<Channel>& copied) {
+    if (copied.empty()) return S_FALSE;
+    const auto paste = [&](std::vector<Channel>& channels) {
+        const std::vector<Channel> made =
+            CopiesOf(copied, channels, FirstOutput(m_session, ChannelKind::AudioTrack));
+        for (Channel& other : channels) other.selected = false;
+        for (const Channel& channel : made) {
+            const size_t at = PlaceInRow(channels, channel.kind, SIZE_MAX);
+            channels.insert(channels.begin() + static_cast<std::ptrdiff_t>(at), channel);
+        }
+        return true;
+    };
+    return ChangeChannels(paste, Record(EditKind::AddChannel));
 }
 
 HRESULT ProjectCore::RemoveChannel(ChannelId id) {

@@ -38,6 +38,10 @@ public:
     /// [any-thread]
     HRESULT EditChannel(ChannelId id, const Edit& edit);
     ChannelId AddChannel(ChannelKind kind, const std::string& name, size_t index);
+    /// The selected channels with the states of their effects; master and preview bus are never among them.
+    std::vector<Channel> CopySelected();
+    /// Adds copies behind the last of their rows, and selects them alone.
+    HRESULT PasteChannels(const std::vector<Channel>& copied);
     HRESULT RemoveChannel(ChannelId id);
     bool MoveChannel(ChannelId id, size_t index);
     void SetMonitoring(const Monitoring& monitoring);

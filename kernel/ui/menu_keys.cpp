@@ -52,6 +52,7 @@ std::u16string Number(uint32_t n) {
 std::u16string KeyName(uint32_t key) {
     if (const NamedKey* named = Named(key)) return KernelText(*named->name);
     if (IsCharacter(key)) return std::u16string(1, static_cast<char16_t>(key));
+    if (key == VK_OEM_3) return u"`";
     std::u16string name;
     if (IsFunction(key)) name.append(u"F").append(Number(key - VK_F1 + 1));
     if (IsPadDigit(key)) name.append(KernelText(KS_Key_Pad)).append(u" ").append(Number(key - VK_NUMPAD0));

@@ -69,7 +69,7 @@ inline constexpr uint32_t VK_LBUTTON = 1, VK_RBUTTON = 2, VK_MBUTTON = 4, VK_BAC
                           VK_DOWN = 40, VK_INSERT = 45, VK_DELETE = 46, VK_APPS = 93, VK_NUMPAD0 = 96,
                           VK_NUMPAD9 = 105, VK_MULTIPLY = 106, VK_ADD = 107, VK_SUBTRACT = 109,
                           VK_DECIMAL = 110, VK_DIVIDE = 111, VK_F1 = 112, VK_F2 = 113, VK_F3 = 114,
-                          VK_F9 = 120, VK_F24 = 135;
+                          VK_F6 = 117, VK_F9 = 120, VK_F24 = 135, VK_OEM_3 = 192;  ///< the key left of 1
 
 /// Cursor ids of ControlHost::SetPointer and QmGetUICursor.
 inline constexpr uint32_t CURSOR_SPLIT_COLUMNS = 11, CURSOR_SPLIT_ROWS = 12, CURSOR_THUMB_LEFT = 27,

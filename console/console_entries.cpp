@@ -105,6 +105,9 @@ void CConsoleControlPlugin::ReadEntry(ChannelEntry& entry) {
     entry.lookWidth = rec.lookWidth;
     entry.lookFlags = rec.lookFlags;
     entry.state &= ~(ENTRY_MAIN_OUTPUT | ENTRY_SECOND_OUTPUT | ENTRY_HIDDEN_BY_HOST);
+    MPCHANNELREC switches{};
+    if (GetChannelRecord(entry.id, &switches, MASK_SWITCHES) == S_OK && (switches.switches & SWITCH_HIDDEN))
+        entry.state |= ENTRY_HIDDEN_BY_HOST;
     if (rec.kind & KIND_SPECIAL) {
         if (rec.order == ORDER_MAIN_OUTPUT) entry.state |= ENTRY_MAIN_OUTPUT;
         if (rec.order == ORDER_PREVIEW_OUTPUT) entry.state |= ENTRY_SECOND_OUTPUT;
@@ -115,9 +118,6 @@ void CConsoleControlPlugin::ReadEntry(ChannelEntry& entry) {
         entry.kind &= ~KIND_NO_STRIP;
         for (int slot = 0; slot < 4; slot++) entry.companions[slot] = MPCHANNELREC_Companion(rec, slot);
     }
-    MPCHANNELREC switches{};
-    if (GetChannelRecord(entry.id, &switches, MASK_SWITCHES) == S_OK && (switches.switches & SWITCH_HIDDEN))
-        entry.state |= ENTRY_HIDDEN_BY_HOST;
 }
 
 void CConsoleControlPlugin::ReadNames(ChannelEntry& entry) {

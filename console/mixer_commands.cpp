@@ -88,7 +88,6 @@ bool CMixerView::OnCommand(uint32_t command) {
     if (OnViewCommand(command, rebuild)) {
         ViewChanged(rebuild);
         m_plugin.KeepState();
-        m_site.ViewChanged();
         return true;
     }
     if (const InsertCommand* insert = InsertOfCommand(command)) {

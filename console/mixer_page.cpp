@@ -345,9 +345,15 @@ uint32_t CConsoleMixerPage::CommandOfKey(uint32_t key) const {
                                       held(VK_MENU, ACCEL_ALT));
 }
 
+bool CConsoleMixerPage::RunHere(uint32_t command) {
+    const auto takes = [command](const auto& region) { return region->OnCommand(command); };
+    if (!std::ranges::any_of(m_regions, takes)) return false;
+    ViewChanged();
+    return true;
+}
+
 bool CConsoleMixerPage::RunCommand(uint32_t command) {
-    for (const auto& region : m_regions)
-        if (region->OnCommand(command)) return true;
+    if (RunHere(command)) return true;
     MSG message{};
     message.message = COMMAND_MESSAGE;
     message.wParam = command;
@@ -402,8 +408,7 @@ HRESULT CConsoleMixerPage::TranslateAccelerator(MSG* message) {
     else if (message->message == WM_KEYDOWN && !ThePageWindow().findChild<QLineEdit*>(QStringLiteral("Edit")))
         command = CommandOfKey(static_cast<uint32_t>(message->wParam));
     // The host asks: what no region takes does not go back to it.
-    const auto takes = [command](const auto& region) { return region->OnCommand(command); };
-    return command && std::ranges::any_of(m_regions, takes) ? S_OK : S_FALSE;
+    return command && RunHere(command) ? S_OK : S_FALSE;
 }
 
 void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {

@@ -88,6 +88,7 @@ private:
     uint32_t CommandOfKey(uint32_t key) const;
     /// The keyboard goes on to the next region that has something for it.
     void MoveKeyboard(bool back);
+    bool RunHere(uint32_t command);
     void TellStatus(uint32_t command);
     bool IsPageThread() const { return std::this_thread::get_id() == m_uiThread; }
 

@@ -74,5 +74,12 @@ protected:
     Project project{
         EngineOptions{.systemDevice = false, .deviceName = {}, .blockFrames = 512, .openDevice = {}}};
     std::unique_ptr<Plugin> plugin;
-    PageHost place;
+    std::vector<uint32_t> asked;  ///< commands that the page left to its host
+    QString status;
+    PageHost place{nullptr,
+                   {[this](uint32_t command) {
+                        asked.push_back(command);
+                        return true;
+                    },
+                    [this](const QString& text) { status = text; }}};
 };

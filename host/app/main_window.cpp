@@ -64,9 +64,9 @@ constexpr HostTextId EDITS[] = {
     IDS_STEP_ADD_EFFECT,      IDS_STEP_REMOVE_EFFECT,  IDS_STEP_MOVE_EFFECT,  IDS_STEP_ADD_SEND,
     IDS_STEP_REMOVE_SEND,     IDS_STEP_VOLUME,         IDS_STEP_PAN,          IDS_STEP_SEND,
     IDS_STEP_EFFECT,          IDS_STEP_SWITCHES,       IDS_STEP_COLOUR,       IDS_STEP_ROUTE,
-    IDS_STEP_AUTOMATION_MODE, IDS_STEP_AUTOMATION,
+    IDS_STEP_AUTOMATION_MODE, IDS_STEP_AUTOMATION,     IDS_STEP_PARAMETER,    IDS_STEP_PRESET,
 };
-static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Automation) + 1);
+static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Preset) + 1);
 
 /// Before plug-ins come, or ask again.
 uint32_t UseLanguage(Project& project, uint32_t lcid) {
@@ -208,6 +208,7 @@ void MainWindow::MakeEditMenu() {
     const auto add = [&](const QKeySequence& keys, bool (Project::*step)()) {
         QAction* action = edit->addAction(QString());
         action->setShortcut(keys);
+        action->setShortcutContext(Qt::ApplicationShortcut);  // in the effects' windows too
         connect(action, &QAction::triggered, this, [this, step] {
             (m_project.*step)();
             Refresh();

@@ -82,8 +82,7 @@ public:
     bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
     /// Why the last edit was refused, for a person.
     std::string Refusal() const;
-    /// Takes back what was done last to a channel or to the list of channels, or does it again. How effects
-    /// are set is their windows' own to undo.
+    /// Takes back what was done last to a channel, to the list of channels or to an effect, or does it again.
     bool Undo();
     bool Redo();
     std::optional<EditKind> NextUndo() const;  ///< none: nothing to take back

@@ -103,6 +103,7 @@ public:
     EffectLibrary* Effects() const;  ///< null without effects
     /// What plug-ins have registered.
     std::vector<RegisteredCommand> Commands() const;
+    uint64_t CommandChanges() const;  ///< by plug-ins, so far
 
     /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave,
     /// written aside and renamed. `progress` is called with 0..1 and ends the work by false. What could not

@@ -10,6 +10,7 @@
 #include <sndfile.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <unistd.h>
@@ -35,7 +36,7 @@ struct WaveOnDisk {
         QmFile_Close(file);
     }
     ~WaveOnDisk() { ::unlink(path.c_str()); }
-    std::string path = "/tmp/tarn-bench-XXXXXX";
+    std::string path = std::filesystem::temp_directory_path() / "tarn-bench-XXXXXX";
 };
 
 const WaveOnDisk& File(int64_t chunks) {

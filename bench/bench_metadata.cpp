@@ -49,7 +49,7 @@ struct Folder {
         }
     }
     ~Folder() { fs::remove_all(path); }
-    std::string name = "/tmp/tarn-bench-XXXXXX";
+    std::string name = fs::temp_directory_path() / "tarn-bench-XXXXXX";
     fs::path path;
 };
 const fs::path& Files() {

@@ -142,7 +142,7 @@ private:
             return Error(m_format.offset, "cannot be read");
         auto* wfx = reinterpret_cast<WAVEFORMATEX*>(bytes.data());
         m_contents.isBigEndian = m_contents.container == MediaContainer::Rifx;
-        if (m_contents.isBigEndian) SwapFormat(bytes.data());
+        if (m_contents.isBigEndian) SwapFormat(bytes.data(), read);
         if (read < 16) Error(m_format.offset, "'fmt ' is too short for the bits of a sample");
         if (m_format.size > MOST_FORMAT) Note(m_format.offset, "'fmt ' is longer than any format");
         if (read >= sizeof *wfx && sizeof *wfx + wfx->cbSize > m_format.size) {
@@ -176,7 +176,8 @@ private:
         const uint64_t held = m_contents.coding.FramesIn(m_contents.dataBytes);
         uint8_t bytes[4];
         if (m_fact.there < sizeof bytes || !m_source.Read(m_fact.offset, bytes, sizeof bytes)) return held;
-        const auto told = FromLittleEndian<uint32_t>(bytes);
+        const auto told =
+            m_contents.isBigEndian ? FromBigEndian<uint32_t>(bytes) : FromLittleEndian<uint32_t>(bytes);
         return told > 0 ? std::min<uint64_t>(held, told) : held;
     }
 
@@ -188,11 +189,19 @@ private:
         default: return type;
         }
     }
-    /// The numbers of a big-endian record. What samples of more than a byte are told by lies in the tag.
-    static void SwapFormat(uint8_t* record) {
-        for (const uint32_t at : {0, 2, 12, 14, 16, 18}) iff_ByteSwap16(record + at, 1);
-        for (const uint32_t at : {4, 8, 20, 24}) iff_ByteSwap32(record + at, 1);
-        for (const uint32_t at : {28, 30}) iff_ByteSwap16(record + at, 1);
+    /// The numbers of a big-endian record of so many bytes. What samples of more than a byte are told by lies
+    /// in the tag. All that a codec of four bits tells is words; its blocks are bytes and the same in both
+    /// orders.
+    static void SwapFormat(uint8_t* record, uint32_t length) {
+        for (const uint32_t at : {0, 2, 12, 14, 16}) iff_ByteSwap16(record + at, 1);
+        for (const uint32_t at : {4, 8}) iff_ByteSwap32(record + at, 1);
+        if (reinterpret_cast<WAVEFORMATEX*>(record)->wFormatTag != WAVE_TAG_EXTENSIBLE) {
+            for (uint32_t at = sizeof(WAVEFORMATEX); at + 2 <= length; at += 2)
+                iff_ByteSwap16(record + at, 1);
+            return;
+        }
+        for (const uint32_t at : {18, 28, 30}) iff_ByteSwap16(record + at, 1);
+        for (const uint32_t at : {20, 24}) iff_ByteSwap32(record + at, 1);
     }
 
     void CheckFormat(const WAVEFORMATEX& wfx, uint64_t at) {

@@ -84,11 +84,11 @@ SampleCoding WaveCoding(const WAVEFORMATEX& wfx, const _qmwaveformat& format, bo
         return as(QmAudio_GetWaveFormatTag(&wfx) == TAG_MULAW ? SampleCodec::MuLaw : SampleCodec::ALaw,
                   QMSAMPLE_PCM16, block);
     case TAG_IMA:
-        if (wfx.wBitsPerSample != 4 || isBigEndian) return coding;
+        if (wfx.wBitsPerSample != 4) return coding;
         if (ImaBlockFrames(block, channels) == 0) return refused("have no room for its headers");
         return as(SampleCodec::ImaBlocks, QMSAMPLE_PCM16, block);
     case TAG_MICROSOFT:
-        if (wfx.wBitsPerSample != 4 || isBigEndian) return coding;
+        if (wfx.wBitsPerSample != 4) return coding;
         if (channels > 2) return *fault = "the codec has two channels at most", coding;
         if (MicrosoftBlockFrames(block, channels) == 0) return refused("have no room for its headers");
         return as(SampleCodec::Microsoft, QMSAMPLE_PCM16, block);

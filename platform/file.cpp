@@ -103,7 +103,28 @@ bool TakeAttributes(int fd, const struct stat& old) {
     }
     return ::fchmod(fd, mode) == 0;
 }
+
+FileStamp Stamp(const struct stat& info) {
+    return {info.st_dev, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
+}
+
+/// As rename, for a target that is not there. Not every file system can do it in one step, or has links.
+int RenameNew(const fs::path& from, const fs::path& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+    if (errno != EINVAL && errno != ENOSYS) return -1;
+    if (::link(from.c_str(), to.c_str()) == 0) return ::unlink(from.c_str());
+    return errno == EEXIST ? -1 : ::rename(from.c_str(), to.c_str());
+}
 }  // namespace
+
+std::optional<FileStamp> StampOf(const fs::path& path) {
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0 ? std::optional(Stamp(info)) : std::nullopt;
+}
+std::optional<FileStamp> StampOf(int descriptor) {
+    struct stat info;
+    return ::fstat(descriptor, &info) == 0 ? std::optional(Stamp(info)) : std::nullopt;
+}
 
 bool ReadWholeFile(const fs::path& path, size_t limit, std::string& bytes, std::string& error) {
     constexpr size_t kStep = size_t{1} << 20;
@@ -130,7 +151,8 @@ bool ReadWholeFile(const fs::path& path, size_t limit, std::string& bytes, std::
     return true;
 }
 
-bool ReplacingFile::Open(const fs::path& path, std::string& error) {
+bool ReplacingFile::Open(const fs::path& path, std::string& error, Over over) {
+    m_over = over;
     const std::optional<fs::path> target = FollowLinks(path);
     if (!target) return Fail(error, "cannot write", path, ELOOP);
     m_target = *target;
@@ -143,6 +165,7 @@ bool ReplacingFile::Open(const fs::path& path, std::string& error) {
         return false;
     }
     if (isThere && ::access(m_target.c_str(), W_OK) != 0) return Fail(error, "cannot write", m_target);
+    m_old = StampOf(m_target);
     const fs::path folder = FolderOf(m_target);
     // Nobody reads what takes the place of a private file before it has that file's permissions.
     const mode_t mode = isThere ? 0600 : 0666;
@@ -165,14 +188,23 @@ bool ReplacingFile::Write(std::string_view bytes, std::string& error) {
     return WriteAll(m_fd, bytes) || Fail(error, "cannot write", m_target);
 }
 
+bool ReplacingFile::TakePlace(std::string& error) {
+    const bool isNew = m_over == Over::WhatWasThere && !m_old;
+    if (m_over == Over::WhatWasThere && StampOf(m_target) != m_old) {
+        error = "cannot replace " + m_target.string() + ": another program has written it meanwhile";
+        return false;
+    }
+    const int done = isNew ? RenameNew(m_aside, m_target) : ::rename(m_aside.c_str(), m_target.c_str());
+    return done == 0 || Fail(error, "cannot replace", m_target);
+}
+
 bool ReplacingFile::Commit(std::string& error) {
     if (::fsync(m_fd) != 0 || ::close(std::exchange(m_fd, -1)) != 0) {
         Fail(error, "cannot write", m_target);
         Discard();
         return false;
     }
-    if (::rename(m_aside.c_str(), m_target.c_str()) != 0) {
-        Fail(error, "cannot replace", m_target);
+    if (!TakePlace(error)) {
         Discard();
         return false;
     }

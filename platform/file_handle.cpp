@@ -194,3 +194,5 @@ int32_t QmFile_LastError() { return lastError; }
 uint64_t QmFile_SystemCalls(HQMFILE file) { return file->systemCalls; }
 
 }  // extern "C"
+
+FileStamp tarn::StampOf(HQMFILE file) { return StampOf(file->fd).value_or(FileStamp{}); }

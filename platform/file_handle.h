@@ -4,6 +4,10 @@
 
 #include "platform/types.h"
 
+namespace tarn {
+struct FileStamp;
+}
+
 struct QMFILE;
 typedef QMFILE* HQMFILE;
 
@@ -51,5 +55,10 @@ QM_API int32_t QmFile_LastError();
 QM_API uint64_t QmFile_SystemCalls(HQMFILE file);
 
 }  // extern "C"
+
+namespace tarn {
+/// Of platform/file.h, as it is now. [any-thread]
+QM_API FileStamp StampOf(HQMFILE file);
+}  // namespace tarn
 
 inline int64_t QmFile_Tell(HQMFILE file) { return QmFile_Seek(file, 0, FILE_FROM_CURRENT); }

@@ -16,7 +16,6 @@
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QTimer>
-#include <QUndoCommand>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -33,59 +32,6 @@ constexpr int SPIN_DECIMALS = 40;
 struct Desk {
     Effect& effect;
     EffectEdits& edits;
-    QUndoStack& undo;
-};
-
-class ValueChange final : public QUndoCommand {
-public:
-    ValueChange(const Desk& desk, size_t parameter, float before, float after)
-        : m_desk(desk), m_parameter(parameter), m_before(before), m_after(after) {}
-    void undo() override { Set(m_before); }
-    void redo() override {
-        if (m_isDone) Set(m_after);
-        m_isDone = true;  // the user's own hand did it the first time
-    }
-
-private:
-    void Set(float value) {
-        m_desk.edits.begin(m_parameter);
-        m_desk.edits.change(m_parameter, value);
-        m_desk.edits.end(m_parameter);
-    }
-
-    Desk m_desk;
-    size_t m_parameter;
-    float m_before, m_after;
-    bool m_isDone = false;
-};
-
-class PresetChange final : public QUndoCommand {
-public:
-    PresetChange(const Desk& desk, size_t preset, std::string before, QString& refusal)
-        : m_desk(desk), m_preset(preset), m_before(std::move(before)), m_refusal(refusal) {}
-    void undo() override {
-        Try([&] { m_desk.effect.LoadState(m_before); });
-    }
-    void redo() override {
-        Try([&] { m_desk.edits.loadPreset(m_preset); });
-    }
-
-private:
-    template <class F>
-    void Try(F load) {
-        m_refusal.clear();
-        try {
-            load();
-        } catch (const EffectError& e) {
-            m_refusal = QString::fromUtf8(e.what());
-            setObsolete(true);
-        }
-    }
-
-    Desk m_desk;
-    size_t m_preset;
-    std::string m_before;
-    QString& m_refusal;
 };
 
 /// A number as it is typed, with its unit or the name that it has.
@@ -150,16 +96,9 @@ public:
     }
 
 protected:
-    void Begin() {
-        m_before = m_desk.effect.Value(m_index);
-        m_desk.edits.begin(m_index);
-    }
+    void Begin() { m_desk.edits.begin(m_index); }
     void Move(float value) { m_desk.edits.change(m_index, value); }
-    void End() {
-        m_desk.edits.end(m_index);
-        const float after = m_desk.effect.Value(m_index);
-        if (after != m_before) m_desk.undo.push(new ValueChange(m_desk, m_index, m_before, after));
-    }
+    void End() { m_desk.edits.end(m_index); }
     void Set(float value) {
         Begin();
         Move(value);
@@ -198,7 +137,6 @@ protected:
 private:
     Desk m_desk;
     size_t m_index;
-    float m_before = 0;
     QAction* m_reset = nullptr;
 };
 
@@ -317,9 +255,8 @@ auto MakerFor(const EffectParameter& p) {
 
 EffectEditor::EffectEditor(Effect& effect, EffectEdits edits, QWidget* parent)
     : QWidget(parent), m_effect(effect), m_edits(std::move(edits)), m_title(new QLabel),
-      m_presetLabel(new QLabel), m_presets(new QComboBox), m_complaint(new QLabel),
-      m_undoAction(new QAction(this)), m_redoAction(new QAction(this)) {
-    const Desk desk{m_effect, m_edits, m_undo};
+      m_presetLabel(new QLabel), m_presets(new QComboBox), m_complaint(new QLabel) {
+    const Desk desk{m_effect, m_edits};
     auto* page = new QWidget;
     auto* grid = new QGridLayout(page);
     grid->setColumnStretch(1, 1);
@@ -364,28 +301,13 @@ EffectEditor::EffectEditor(Effect& effect, EffectEdits edits, QWidget* parent)
     column->addWidget(scroll, 1);
     column->addWidget(m_complaint);
 
-    m_undoAction->setShortcut(QKeySequence::Undo);
-    m_redoAction->setShortcut(QKeySequence::Redo);
-    for (QAction* action : {m_undoAction, m_redoAction}) {
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        addAction(action);
-    }
-    m_undoAction->setEnabled(false);
-    m_redoAction->setEnabled(false);
-    connect(m_undoAction, &QAction::triggered, &m_undo, &QUndoStack::undo);
-    connect(m_redoAction, &QAction::triggered, &m_undo, &QUndoStack::redo);
-    connect(&m_undo, &QUndoStack::canUndoChanged, m_undoAction, &QAction::setEnabled);
-    connect(&m_undo, &QUndoStack::canRedoChanged, m_redoAction, &QAction::setEnabled);
-    setContextMenuPolicy(Qt::ActionsContextMenu);
-    connect(&m_undo, &QUndoStack::indexChanged, this, &EffectEditor::Refresh);
-
     ShowTexts();
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &EffectEditor::Refresh);
     timer->start(REFRESH_MS);
 }
 
-EffectEditor::~EffectEditor() { m_undo.disconnect(this); }
+EffectEditor::~EffectEditor() = default;
 
 void EffectEditor::ShowTexts() {
     const EffectInfo& info = m_effect.Info();
@@ -397,17 +319,15 @@ void EffectEditor::ShowTexts() {
     m_presetLabel->setText(Text(IDS_EFFECT_PRESET));
     m_presets->setAccessibleName(Text(IDS_EFFECT_PRESET));
     m_presets->setItemText(0, Text(IDS_EFFECT_NO_PRESET));
-    m_undoAction->setText(Text(IDS_EFFECT_UNDO));
-    m_redoAction->setText(Text(IDS_EFFECT_REDO));
     for (const auto& control : m_controls) control->ShowTexts();
     Refresh();
 }
 
 void EffectEditor::LoadPreset(int row) {
     if (row <= 0) return;
+    m_refusal.clear();
     try {
-        m_undo.push(new PresetChange({m_effect, m_edits, m_undo}, static_cast<size_t>(row - 1),
-                                     m_effect.SaveState(), m_refusal));
+        m_edits.loadPreset(static_cast<size_t>(row - 1));
     } catch (const EffectError& e) {
         m_refusal = QString::fromUtf8(e.what());
     }

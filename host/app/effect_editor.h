@@ -4,7 +4,6 @@
 
 #include "host/effects/effect.h"
 
-#include <QUndoStack>
 #include <QWidget>
 
 #include <memory>
@@ -34,13 +33,10 @@ private:
 
     Effect& m_effect;
     EffectEdits m_edits;
-    QUndoStack m_undo;
     QLabel* m_title;
     QLabel* m_presetLabel;
     QComboBox* m_presets;
     QLabel* m_complaint;
-    QAction* m_undoAction;
-    QAction* m_redoAction;
     QString m_refusal;  ///< of the preset that was asked for last
     std::vector<std::unique_ptr<ParameterControl>> m_controls;
 };

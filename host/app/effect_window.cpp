@@ -22,11 +22,6 @@ bool IsX11() { return QGuiApplication::platformName() == QStringLiteral("xcb"); 
 
 }  // namespace
 
-EffectEdits EffectWindow::PlainEdits(Effect& effect) {
-    return {[](size_t) {}, [&effect](size_t parameter, float value) { effect.SetValue(parameter, value); },
-            [](size_t) {}, [&effect](size_t preset) { effect.LoadPreset(preset); }};
-}
-
 EffectWindow::EffectWindow(Effect& effect, EffectEdits edits, const QString& title, QWidget* parent)
     : QWidget(parent, Qt::Window), m_effect(effect), m_edits(std::move(edits)),
       m_column(new QVBoxLayout(this)), m_own(new QCheckBox) {

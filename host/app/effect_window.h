@@ -24,9 +24,6 @@ public:
     /// Names everything in the host's language.
     void ShowTexts();
 
-    /// What becomes of changes where nobody else has to know of them: the effect gets them.
-    static EffectEdits PlainEdits(Effect& effect);
-
 private:
     void ShowOwn(bool own);
     void FitOwn(QSize pixels);

@@ -1,5 +1,6 @@
 #include "host/app/main_window.h"
 
+#include "host/app/key_actions.h"
 #include "host/app/mix_menu.h"
 #include "host/app/page_host.h"
 #include "host/app/settings.h"
@@ -67,9 +68,9 @@ constexpr HostTextId EDITS[] = {
     IDS_STEP_ADD_EFFECT,      IDS_STEP_REMOVE_EFFECT,  IDS_STEP_MOVE_EFFECT,  IDS_STEP_ADD_SEND,
     IDS_STEP_REMOVE_SEND,     IDS_STEP_VOLUME,         IDS_STEP_PAN,          IDS_STEP_SEND,
     IDS_STEP_EFFECT,          IDS_STEP_SWITCHES,       IDS_STEP_COLOUR,       IDS_STEP_ROUTE,
-    IDS_STEP_AUTOMATION_MODE, IDS_STEP_AUTOMATION,
+    IDS_STEP_AUTOMATION_MODE, IDS_STEP_AUTOMATION,     IDS_STEP_PARAMETER,    IDS_STEP_PRESET,
 };
-static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Automation) + 1);
+static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Preset) + 1);
 
 /// Before plug-ins come, or ask again.
 uint32_t UseLanguage(Project& project, uint32_t lcid) {
@@ -97,7 +98,10 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
                         [this](const QString& title, const QString& text) { ShowProblem(title, text); })),
       m_transport(new TransportBar(project, this)),
       m_pageHost(new PageHost(nullptr, {[this](uint32_t command) { return RunHostCommand(command); },
-                                        [this](const QString& text) { statusBar()->showMessage(text); }})) {
+                                        [this](const QString& text) { statusBar()->showMessage(text); }})),
+      m_keys(new KeyActions(project, settings, *this, *m_pageHost, [this](uint32_t command) {
+          if (!RunCommand(command) && m_surfaceHost) m_surfaceHost->RunCommand(command);
+      })) {
     LoadSurface(modules / "mixsurface.so");
     ForPlugins([lcid](Plugin& plugin) {
         plugin.SetLanguage(lcid);
@@ -232,40 +236,49 @@ QWidget* MainWindow::ConsolePage() const { return m_pageHost->PageWindow(); }
 void MainWindow::MakeMenus() {
     // Clearing the bar leaves its menus alive.
     qDeleteAll(menuBar()->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly));
-    const auto add = [&](QMenu* menu, HostTextId text, const QKeySequence& keys, auto slot) {
+    const auto add = [&](QMenu* menu, const char* name, HostTextId text, const QKeySequence& keys,
+                         auto slot) {
         QAction* action = menu->addAction(Text(text));
+        action->setObjectName(QLatin1String(name));
         action->setShortcut(keys);
         action->setShortcutContext(Qt::ApplicationShortcut);  // in the surface's window too
         connect(action, &QAction::triggered, this, slot);
     };
     QMenu* file = menuBar()->addMenu(Text(IDS_MENU_FILE));
-    add(file, IDS_OPEN, QKeySequence::Open, [this] { OpenSession(); });
-    add(file, IDS_SAVE, QKeySequence::Save, [this] { Save(); });
-    add(file, IDS_SAVE_AS, QKeySequence::SaveAs, [this] { SaveAs(); });
+    add(file, "File.Open", IDS_OPEN, QKeySequence::Open, [this] { OpenSession(); });
+    add(file, "File.Save", IDS_SAVE, QKeySequence::Save, [this] { Save(); });
+    add(file, "File.SaveAs", IDS_SAVE_AS, QKeySequence::SaveAs, [this] { SaveAs(); });
     file->addSeparator();
-    add(file, IDS_RENDER, Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
+    add(file, "File.Render", IDS_RENDER, Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
     file->addSeparator();
-    add(file, IDS_QUIT, QKeySequence::Quit, [this] { close(); });
+    add(file, "File.Quit", IDS_QUIT, QKeySequence::Quit, [this] { close(); });
     MakeEditMenu();
     m_mix->Fill(*menuBar()->addMenu(Text(IDS_MENU_MIX)));
     QMenu* transport = menuBar()->addMenu(Text(IDS_MENU_TRANSPORT));
-    add(transport, IDS_LOCATE_TO, Qt::CTRL | Qt::Key_G, [this] { LocateTo(); });
+    add(transport, "Transport.LocateTo", IDS_LOCATE_TO, Qt::CTRL | Qt::Key_G, [this] { LocateTo(); });
     MakeViewMenu();
+    QMenu* options = menuBar()->addMenu(Text(IDS_MENU_OPTIONS));
+    add(options, "Options.Keys", IDS_KEYS, {}, [this] { m_keys->ShowDialog(); });
+    m_keys->TakeActions(*m_transport);
 }
 
 void MainWindow::MakeEditMenu() {
     QMenu* edit = menuBar()->addMenu(Text(IDS_MENU_EDIT));
-    const auto add = [&](const QKeySequence& keys, bool (Project::*step)()) {
+    const auto add = [&](const char* name, HostTextId text, const QKeySequence& keys,
+                         bool (Project::*step)()) {
         QAction* action = edit->addAction(QString());
+        action->setObjectName(QLatin1String(name));
+        action->setIconText(Text(text).remove(QLatin1Char('&')));  // whatever it would undo
         action->setShortcut(keys);
+        action->setShortcutContext(Qt::ApplicationShortcut);  // in the effects' windows too
         connect(action, &QAction::triggered, this, [this, step] {
             (m_project.*step)();
             Refresh();
         });
         return action;
     };
-    m_undo = add(QKeySequence::Undo, &Project::Undo);
-    m_redo = add(QKeySequence::Redo, &Project::Redo);
+    m_undo = add("Edit.Undo", IDS_EFFECT_UNDO, QKeySequence::Undo, &Project::Undo);
+    m_redo = add("Edit.Redo", IDS_EFFECT_REDO, QKeySequence::Redo, &Project::Redo);
     RefreshUndo();
 }
 
@@ -298,6 +311,7 @@ void MainWindow::MakeViewMenu() {
                 });
     }
     QAction* surface = view->addAction(Text(IDS_CONTROL_SURFACE));
+    surface->setObjectName(QStringLiteral("View.ControlSurface"));
     surface->setEnabled(m_surface != nullptr);
     connect(surface, &QAction::triggered, this, [this] { ShowSurface(); });
     QMenu* languages = view->addMenu(Text(IDS_MENU_LANGUAGE));
@@ -358,6 +372,7 @@ bool MainWindow::RunCommand(uint32_t command) { return m_pageHost->RunCommand(co
 void MainWindow::Refresh() {
     m_transport->Refresh();
     m_mix->Refresh();
+    m_keys->Refresh();
     RefreshUndo();
     if (const uint64_t changes = m_project.UserPreferenceChanges(); changes != m_keptPreferences) {
         m_keptPreferences = changes;  // kept at once: nobody knows how a program ends

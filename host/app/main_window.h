@@ -16,6 +16,7 @@ class QLabel;
 
 namespace host {
 
+class KeyActions;
 class MixMenu;
 class PageHost;
 class Settings;
@@ -76,6 +77,7 @@ private:
     QAction* m_redo = nullptr;
     TransportBar* m_transport;
     PageHost* m_pageHost;
+    KeyActions* m_keys;
     QLabel* m_device;
     uint64_t m_keptPreferences = 0;
     std::vector<Channel> m_copied;  ///< channels on the clipboard, of the session that is open

@@ -17,15 +17,16 @@ namespace {
 
 struct NewChannelRow {
     ChannelKind kind;
+    const char* command;
     HostTextId entry, name;
 };
 constexpr NewChannelRow NEW_CHANNELS[] = {
-    {ChannelKind::AudioTrack, IDS_ADD_AUDIO_TRACK, IDS_NAME_AUDIO},
-    {ChannelKind::MidiTrack, IDS_ADD_MIDI_TRACK, IDS_NAME_MIDI},
-    {ChannelKind::AudioBus, IDS_ADD_BUS, IDS_NAME_BUS},
-    {ChannelKind::Fx, IDS_ADD_FX, IDS_NAME_FX},
-    {ChannelKind::Synth, IDS_ADD_SYNTH, IDS_NAME_SYNTH},
-    {ChannelKind::InputBus, IDS_ADD_INPUT, IDS_NAME_INPUT},
+    {ChannelKind::AudioTrack, "Mix.AddAudioTrack", IDS_ADD_AUDIO_TRACK, IDS_NAME_AUDIO},
+    {ChannelKind::MidiTrack, "Mix.AddMidiTrack", IDS_ADD_MIDI_TRACK, IDS_NAME_MIDI},
+    {ChannelKind::AudioBus, "Mix.AddBus", IDS_ADD_BUS, IDS_NAME_BUS},
+    {ChannelKind::Fx, "Mix.AddAssignableFx", IDS_ADD_FX, IDS_NAME_FX},
+    {ChannelKind::Synth, "Mix.AddSoftSynth", IDS_ADD_SYNTH, IDS_NAME_SYNTH},
+    {ChannelKind::InputBus, "Mix.AddInputBus", IDS_ADD_INPUT, IDS_NAME_INPUT},
 };
 
 /// A name as a menu shows it: an ampersand is no mark.
@@ -49,21 +50,29 @@ MixMenu::MixMenu(Project& project, QWidget& window, ShowProblem showProblem)
 MixMenu::~MixMenu() = default;
 
 void MixMenu::Fill(QMenu& menu) {
-    for (const NewChannelRow& row : NEW_CHANNELS)
-        connect(menu.addAction(Text(row.entry)), &QAction::triggered, this,
-                [this, kind = row.kind] { AddChannel(kind); });
+    for (const NewChannelRow& row : NEW_CHANNELS) {
+        QAction* action = menu.addAction(Text(row.entry));
+        action->setObjectName(QLatin1String(row.command));
+        connect(action, &QAction::triggered, this, [this, kind = row.kind] { AddChannel(kind); });
+    }
     menu.addSeparator();
     QMenu* inserts = menu.addMenu(Text(IDS_MENU_INSERTS));
     connect(inserts, &QMenu::aboutToShow, this, [this, inserts] { FillInserts(*inserts); });
     QAction* remove = menu.addAction(Text(IDS_REMOVE_CHANNEL));
+    remove->setObjectName(QStringLiteral("Mix.RemoveChannel"));
     connect(remove, &QAction::triggered, this, [this] { RemoveSelected(); });
     menu.addSeparator();
     QAction* dim = menu.addAction(Text(IDS_DIM));
     QAction* downmix = menu.addAction(Text(IDS_DOWNMIX));
-    for (QAction* action : {dim, downmix}) {
+    dim->setObjectName(QStringLiteral("Mix.Dim"));
+    downmix->setObjectName(QStringLiteral("Mix.Downmix"));
+    for (const auto& [action, bit] : {std::pair(dim, &Monitoring::dim), {downmix, &Monitoring::downmix}}) {
         action->setCheckable(true);
-        connect(action, &QAction::triggered, this, [this, dim, downmix] {
-            m_project.SetMonitoring({dim->isChecked(), downmix->isChecked()});
+        // By a key the menu's marks may be of long ago.
+        connect(action, &QAction::triggered, this, [this, bit = bit] {
+            Monitoring monitoring = m_project.Snapshot().monitoring;
+            monitoring.*bit = !(monitoring.*bit);
+            m_project.SetMonitoring(monitoring);
         });
     }
     connect(&menu, &QMenu::aboutToShow, this, [this, inserts, remove, dim, downmix] {

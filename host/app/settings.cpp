@@ -19,9 +19,11 @@ enum Metric : int32_t {
     METRIC_TIME_FORMAT = 2,
     METRIC_SESSION_FOLDER = 3,
     METRIC_PLUGIN_PREFERENCES = 4,
+    METRIC_KEYS = 5,
 };
 
-constexpr uint32_t GEOMETRY_LIMIT = 1024, FOLDER_LIMIT = 4096, PREFERENCES_LIMIT = 1u << 20;
+constexpr uint32_t GEOMETRY_LIMIT = 1024, FOLDER_LIMIT = 4096, PREFERENCES_LIMIT = 1u << 20,
+                   KEYS_LIMIT = 1u << 18;
 
 }  // namespace
 
@@ -67,15 +69,23 @@ void Settings::SetGeometry(const QByteArray& geometry) {
 }
 
 std::string Settings::PluginPreferences() const {
-    std::string preferences(PREFERENCES_LIMIT, 0);
-    preferences.resize(
-        QmGetMetricBinary(m_metrics, METRIC_PLUGIN_PREFERENCES, preferences.data(), PREFERENCES_LIMIT));
-    return preferences;
+    return TextOf(METRIC_PLUGIN_PREFERENCES, PREFERENCES_LIMIT);
+}
+void Settings::SetPluginPreferences(const std::string& preferences) {
+    SetText(METRIC_PLUGIN_PREFERENCES, preferences);
 }
 
-void Settings::SetPluginPreferences(const std::string& preferences) {
-    QmSetMetricBinary(m_metrics, METRIC_PLUGIN_PREFERENCES, preferences.data(),
-                      static_cast<uint32_t>(preferences.size()));
+std::string Settings::Keys() const { return TextOf(METRIC_KEYS, KEYS_LIMIT); }
+void Settings::SetKeys(const std::string& keys) { SetText(METRIC_KEYS, keys); }
+
+std::string Settings::TextOf(int32_t metric, uint32_t limit) const {
+    std::string text(limit, 0);
+    text.resize(QmGetMetricBinary(m_metrics, metric, text.data(), limit));
+    return text;
+}
+
+void Settings::SetText(int32_t metric, const std::string& text) {
+    QmSetMetricBinary(m_metrics, metric, text.data(), static_cast<uint32_t>(text.size()));
 }
 
 std::filesystem::path Settings::SessionFolder() const {

@@ -33,11 +33,18 @@ public:
     std::string PluginPreferences() const;
     void SetPluginPreferences(const std::string& preferences);
 
+    /// The keys that the user has given to commands, as text; empty at first.
+    std::string Keys() const;
+    void SetKeys(const std::string& keys);
+
     /// Where the last session was opened or saved; empty at first.
     std::filesystem::path SessionFolder() const;
     void SetSessionFolder(const std::filesystem::path& folder);
 
 private:
+    std::string TextOf(int32_t metric, uint32_t limit) const;
+    void SetText(int32_t metric, const std::string& text);
+
     const bool m_used;
     HQMMETRIC m_metrics = nullptr;
 };

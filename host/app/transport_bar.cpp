@@ -34,16 +34,19 @@ TransportBar::TransportBar(Project& project, QWidget* parent)
     m_stopIcon = TransportIcon(TransportShape::Stop, ink);
 
     m_start = addAction(TransportIcon(TransportShape::ToStart, ink), QString());
+    m_start->setObjectName(QStringLiteral("Transport.ToStart"));
     m_start->setShortcut(Qt::Key_Home | Qt::CTRL);
     m_start->setShortcutContext(Qt::ApplicationShortcut);
     connect(m_start, &QAction::triggered, this, [this] { m_project.Locate(0); });
 
     m_play = addAction(m_playIcon, QString());
+    m_play->setObjectName(QStringLiteral("Transport.PlayOrStop"));
     m_play->setShortcut(Qt::Key_Space);
     m_play->setShortcutContext(Qt::ApplicationShortcut);
     connect(m_play, &QAction::triggered, this, &TransportBar::TogglePlay);
 
     m_loop = addAction(TransportIcon(TransportShape::Loop, ink), QString());
+    m_loop->setObjectName(QStringLiteral("Transport.Loop"));
     m_loop->setCheckable(true);
     m_loop->setShortcut(Qt::CTRL | Qt::Key_L);
     m_loop->setShortcutContext(Qt::ApplicationShortcut);

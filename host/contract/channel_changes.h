@@ -33,7 +33,9 @@ enum class EditKind : uint8_t {
     Colour,
     Route,
     AutomationMode,
-    Automation
+    Automation,
+    Parameter,
+    Preset
 };
 
 struct ChannelChanges {

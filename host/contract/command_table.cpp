@@ -23,18 +23,24 @@ HRESULT CommandTables::Register(const MPCOMMANDREG& registration) {
         (registration.keyCount && !registration.keys))
         return E_INVALIDARG;
     const std::string group = TextOf(registration.name);
-    Table table;
+    Table table{.commands = {}, .keys = registration.keyCount};
     for (const MPCOMMAND& row : std::span(registration.commands, registration.commandCount))
         table.commands.push_back({group, TextOf(row.name), TextOf(row.text), row.command});
-    table.keys.assign(registration.keys, registration.keys + registration.keyCount);
+    for (const MPCOMMANDKEY& key : std::span(registration.keys, registration.keyCount)) {
+        const auto at = std::ranges::find(table.commands, key.command, &RegisteredCommand::command);
+        if (at != table.commands.end()) at->keys.push_back(key);
+    }
     const std::lock_guard lock(m_lock);
     m_tables[group] = std::move(table);
+    m_changes++;
     return S_OK;
 }
 
 HRESULT CommandTables::Unregister(const MPCOMMANDREG& registration) {
     const std::lock_guard lock(m_lock);
-    return m_tables.erase(TextOf(registration.name)) ? S_OK : S_FALSE;
+    if (!m_tables.erase(TextOf(registration.name))) return S_FALSE;
+    m_changes++;
+    return S_OK;
 }
 
 HRESULT CommandTables::Answer(MPCOMMANDREG& registration) const {
@@ -43,7 +49,7 @@ HRESULT CommandTables::Answer(MPCOMMANDREG& registration) const {
     std::ranges::fill(registration.reply, 0u);
     if (at == m_tables.end()) return S_FALSE;
     registration.reply[0] = static_cast<uint32_t>(at->second.commands.size());
-    registration.reply[1] = static_cast<uint32_t>(at->second.keys.size());
+    registration.reply[1] = at->second.keys;
     return S_OK;
 }
 

@@ -3,6 +3,7 @@
 
 #include "contract/host_contract.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -15,6 +16,7 @@ struct RegisteredCommand {
     std::string name;   ///< "MixingConsole.Show.Channels.All"
     std::string text;   ///< for a person; may be empty
     uint32_t command;
+    std::vector<MPCOMMANDKEY> keys{};  ///< that it comes with
 };
 
 class CommandTables {
@@ -25,15 +27,18 @@ public:
     HRESULT Unregister(const MPCOMMANDREG& registration);
     /// Fills the reply for the name in it.
     HRESULT Answer(MPCOMMANDREG& registration) const;
+    /// Groups by their name, the commands of one as they were registered.
     std::vector<RegisteredCommand> All() const;
+    uint64_t Changes() const { return m_changes; }  ///< so far
 
 private:
     struct Table {
         std::vector<RegisteredCommand> commands;
-        std::vector<MPCOMMANDKEY> keys;
+        uint32_t keys = 0;
     };
     mutable std::mutex m_lock;
     std::map<std::string, Table> m_tables;
+    std::atomic<uint64_t> m_changes{0};
 };
 
 }  // namespace host

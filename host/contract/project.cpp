@@ -199,6 +199,7 @@ EffectEdits Project::EditsOf(ChannelId id, SubId effect) {
 }
 EffectLibrary* Project::Effects() const { return m_impl->core->effects.get(); }
 std::vector<RegisteredCommand> Project::Commands() const { return m_impl->core->commands.All(); }
+uint64_t Project::CommandChanges() const { return m_impl->core->commands.Changes(); }
 
 RenderResult Project::Render(const std::filesystem::path& path, std::optional<double> seconds,
                              const std::function<bool(double)>& progress) {

@@ -86,8 +86,7 @@ public:
     bool EditChannel(ChannelId id, const std::function<void(Channel&)>& edit);
     /// Why the last edit was refused, for a person.
     std::string Refusal() const;
-    /// Takes back what was done last to a channel or to the list of channels, or does it again. How effects
-    /// are set is their windows' own to undo.
+    /// Takes back what was done last to a channel, to the list of channels or to an effect, or does it again.
     bool Undo();
     bool Redo();
     std::optional<EditKind> NextUndo() const;  ///< none: nothing to take back
@@ -108,6 +107,7 @@ public:
     EffectLibrary* Effects() const;  ///< null without effects
     /// What plug-ins have registered.
     std::vector<RegisteredCommand> Commands() const;
+    uint64_t CommandChanges() const;  ///< by plug-ins, so far
 
     /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave,
     /// written aside and renamed. `progress` is called with 0..1 and ends the work by false. What could not

@@ -57,6 +57,12 @@ void Detach(Channel& channel, const Channel& gone) {
     if (channel.input.channel == gone.id) channel.input = {};
 }
 
+std::optional<size_t> FindParameter(const Effect& effect, const std::string& symbol) {
+    const std::span<const EffectParameter> all = effect.Parameters();
+    const auto at = std::ranges::find(all, symbol, &EffectParameter::symbol);
+    return at == all.end() ? std::nullopt : std::optional(static_cast<size_t>(at - all.begin()));
+}
+
 const EffectInfo* FindInfo(const std::vector<EffectInfo>& list, const std::string& uri) {
     const auto at = std::ranges::find(list, uri, &EffectInfo::uri);
     return at == list.end() ? nullptr : &*at;
@@ -407,12 +413,48 @@ bool ProjectCore::MoveChannel(ChannelId id, size_t index) {
                Record(EditKind::MoveChannel)) == S_OK;
 }
 
+void ProjectCore::RecordMove(EditKind kind, EffectMove move) {
+    m_modified = true;
+    const std::lock_guard lock(m_lock);
+    EditStep step{.kind = kind};
+    step.moves.push_back(std::move(move));
+    m_undo.Record(std::move(step), UndoList::Clock::now());
+}
+
+// An effect that does not run any more has nothing to take back.
+HRESULT ProjectCore::UndoMoves(const std::vector<EffectMove>& moves, bool redo) {
+    HRESULT hr = S_OK;
+    for (const EffectMove& move : moves) {
+        const auto& [channel, effect, symbol] = move.part;
+        const std::shared_ptr<Effect> running = FindEffect(channel, effect);
+        if (!running) continue;
+        m_modified = true;
+        if (symbol.empty()) {
+            try {
+                running->LoadState(redo ? move.stateAfter : move.stateBefore);
+                TellChannel(CHANGE_ATTRIBUTES, {channel, effect, 0}, MASK_EFFECT_STATE);
+            } catch (const EffectError& e) {
+                hr = Refuse(e.what());
+            }
+        } else if (const auto parameter = FindParameter(*running, symbol)) {
+            running->SetValue(*parameter, redo ? move.valueAfter : move.valueBefore);
+            TellChannel(CHANGE_ATTRIBUTES, {channel, effect, *parameter + 1}, MASK_VOLUME);
+        }
+    }
+    return hr;
+}
+
 HRESULT ProjectCore::Undo(bool redo) {
+    std::vector<EffectMove> moves;
     {
         std::lock_guard lock(m_lock);
-        if (const EditStep* step = m_undo.Next(redo))
+        if (const EditStep* step = m_undo.Next(redo)) {
+            moves = step->moves;
             for (const Channel& channel : redo ? step->before : step->after) KeepStates(channel.id);
+        }
+        if (!moves.empty()) m_undo.Done(redo);
     }
+    if (!moves.empty()) return UndoMoves(moves, redo);
     return ChangeChannels(
         [&](std::vector<Channel>& channels) {
             if (!m_undo.Next(redo)) return false;
@@ -507,8 +549,11 @@ HRESULT ProjectCore::SetParameter(ChannelId id, SubId effect, size_t parameter, 
     if (!running || parameter >= running->Parameters().size()) return S_FALSE;
     const EffectParameter& what = running->Parameters()[parameter];
     if (what.shown || !std::isfinite(value)) return E_INVALIDARG;
+    const float before = running->Value(parameter);
     running->SetValue(parameter, value);
-    m_modified = true;
+    if (const float after = running->Value(parameter); after != before)
+        RecordMove(EditKind::Parameter,
+                   {.part = {id, effect, what.symbol}, .valueBefore = before, .valueAfter = after});
     Moved(id, {AutomationTarget::Parameter, effect, what.symbol},
           std::clamp(double{value}, double{what.minimum}, double{what.maximum}));
     TellChannel(CHANGE_ATTRIBUTES, {id, effect, parameter + 1}, MASK_VOLUME);
@@ -519,11 +564,13 @@ HRESULT ProjectCore::LoadPreset(ChannelId id, SubId effect, size_t preset) {
     const std::shared_ptr<Effect> running = FindEffect(id, effect);
     if (!running || preset >= running->Presets().size()) return S_FALSE;
     try {
+        EffectMove move{.part = {id, effect}, .stateBefore = running->SaveState()};
         running->LoadPreset(preset);
+        move.stateAfter = running->SaveState();
+        RecordMove(EditKind::Preset, std::move(move));
     } catch (const EffectError& e) {
         return Refuse(e.what());
     }
-    m_modified = true;
     TellChannel(CHANGE_ATTRIBUTES, {id, effect, 0}, MASK_EFFECT_STATE);
     return S_OK;
 }
@@ -546,9 +593,9 @@ void ProjectCore::Touch(ChannelId id, const AutomationKey& key, bool on) {
         before = SettingOf(*channel, key);
     });
     if (const auto effect = key.target == AutomationTarget::Parameter ? FindEffect(id, key.sub) : nullptr) {
-        const std::span<const EffectParameter> all = effect->Parameters();
-        const auto at = std::ranges::find(all, key.parameter, &EffectParameter::symbol);
-        if (at != all.end()) before = effect->Value(static_cast<size_t>(at - all.begin()));
+        if (const auto parameter = FindParameter(*effect, key.parameter)) before = effect->Value(*parameter);
+        const std::lock_guard lock(m_lock);
+        m_undo.Hold({id, key.sub, key.parameter}, on);
     }
     m_writer.Touch(id, key, mode, on, before);
 }

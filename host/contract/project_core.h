@@ -73,7 +73,7 @@ public:
     /// Why the last edit was refused, for a person.
     std::string Refusal() const;
 
-    /// Takes the last edit of a channel back, or does it again; S_FALSE when there is none.
+    /// Takes the last edit of a channel or an effect back, or does it again; S_FALSE when there is none.
     HRESULT Undo(bool redo);
     std::optional<EditKind> NextUndo(bool redo) const;
 
@@ -165,6 +165,8 @@ private:
     using Keep = std::function<void(const std::vector<Channel>& was)>;
     HRESULT ChangeChannels(const Change& change, const Keep& keep);
     Keep Record(EditKind kind);
+    void RecordMove(EditKind kind, EffectMove move);
+    HRESULT UndoMoves(const std::vector<EffectMove>& moves, bool redo);
     void TellDifferences(const Session& was, const Session& is);
     /// Has the channel hold how its effects are set now, which counts where one of them goes. [m_lock]
     void KeepStates(ChannelId id);

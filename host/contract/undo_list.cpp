@@ -34,13 +34,21 @@ size_t BytesOf(const EditStep& step) {
         return std::transform_reduce(channels.begin(), channels.end(), size_t{0}, std::plus{},
                                      [](const Channel& c) { return BytesOf(c); });
     };
-    return sum(step.before) + sum(step.after);
+    size_t bytes = sum(step.before) + sum(step.after);
+    for (const EffectMove& move : step.moves)
+        bytes += sizeof move + move.stateBefore.size() + move.stateAfter.size();
+    return bytes;
 }
 
 std::vector<ChannelId> OrderOf(const std::vector<Channel>& channels) {
     std::vector<ChannelId> order;
     for (const Channel& channel : channels) order.push_back(channel.id);
     return order;
+}
+
+auto FindMove(auto& step, const EffectPart& part) {
+    const auto at = std::ranges::find(step.moves, part, &EffectMove::part);
+    return at == step.moves.end() ? nullptr : &*at;
 }
 
 bool IsMove(EditKind kind) {
@@ -84,31 +92,50 @@ bool UndoList::GoesOn(const EditStep& step, Clock::time_point now) const {
     if (!m_open || m_done == 0 || m_steps[m_done - 1].kind != step.kind) return false;
     const EditStep& last = m_steps[m_done - 1];
     if (!last.orderAfter.empty() || !step.orderAfter.empty()) return false;
+    if (!step.moves.empty()) {
+        const EffectPart& part = step.moves[0].part;
+        if (step.kind != EditKind::Parameter) return false;
+        if (!FindMove(last, part)) return now - m_last < ONE_ACT;
+        return m_held.contains(part) || now - m_last < ONE_MOVE;
+    }
     const auto touched = [&](const Channel& c) { return Find(last.after, c.id) != nullptr; };
     if (IsMove(step.kind) && std::ranges::all_of(step.after, touched)) return now - m_last < ONE_MOVE;
     return now - m_last < ONE_ACT && std::ranges::none_of(step.after, touched);
 }
 
+void UndoList::Merge(EditStep& last, EditStep step) {
+    for (size_t i = 0; i < step.after.size(); i++) {
+        const auto at = std::ranges::find(last.after, step.after[i].id, &Channel::id);
+        if (at != last.after.end()) {
+            *at = std::move(step.after[i]);
+            continue;
+        }
+        last.before.push_back(std::move(step.before[i]));
+        last.after.push_back(std::move(step.after[i]));
+    }
+    for (EffectMove& move : step.moves)
+        if (EffectMove* known = FindMove(last, move.part))
+            known->valueAfter = move.valueAfter;
+        else
+            last.moves.push_back(std::move(move));
+}
+
+void UndoList::Hold(const EffectPart& part, bool on) {
+    if (on ? !m_held.insert(part).second : m_held.erase(part) == 0) return;
+    // Hands that hold several are at one act.
+    if (m_held.size() == (on ? 1 : 0)) m_open = false;
+}
+
 void UndoList::Record(EditStep step, Clock::time_point now) {
-    if (step.before.empty() && step.after.empty() && step.orderAfter.empty()) return;
+    if (step.before.empty() && step.after.empty() && step.orderAfter.empty() && step.moves.empty()) return;
     const bool goesOn = GoesOn(step, now);
     m_steps.resize(m_done);
     m_last = now;
     m_open = true;
-    if (!goesOn) {
+    if (goesOn)
+        Merge(m_steps.back(), std::move(step));
+    else
         m_steps.push_back(std::move(step));
-    } else {
-        EditStep& last = m_steps.back();
-        for (size_t i = 0; i < step.after.size(); i++) {
-            const auto at = std::ranges::find(last.after, step.after[i].id, &Channel::id);
-            if (at != last.after.end()) {
-                *at = std::move(step.after[i]);
-                continue;
-            }
-            last.before.push_back(std::move(step.before[i]));
-            last.after.push_back(std::move(step.after[i]));
-        }
-    }
     size_t bytes = 0, kept = 0;
     for (size_t i = m_steps.size(); i > 0 && kept < kMostSteps; i--, kept++)
         if ((bytes += BytesOf(m_steps[i - 1])) > kMostBytes && kept > 0) break;
@@ -119,6 +146,7 @@ void UndoList::Record(EditStep step, Clock::time_point now) {
 void UndoList::Clear() {
     m_steps.clear();
     m_done = 0;
+    m_held.clear();
 }
 
 const EditStep* UndoList::Next(bool redo) const {

@@ -7,6 +7,9 @@
 #include <thread>
 #include <vector>
 
+#include <pthread.h>
+#include <sched.h>
+
 namespace host {
 
 namespace {
@@ -40,7 +43,16 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    /// As the thread of a real device: else whatever else runs takes its turn of some milliseconds in the
+    /// middle of a block. Not everybody is granted it.
+    static void TakeRealTimeRank() {
+        sched_param rank{};
+        rank.sched_priority = ::sched_get_priority_min(SCHED_RR);
+        ::pthread_setschedparam(::pthread_self(), SCHED_RR, &rank);
+    }
+
     void Run(DeviceClient& client) {
+        TakeRealTimeRank();
         const auto block = std::chrono::duration_cast<Clock::duration>(
             std::chrono::duration<double>(static_cast<double>(m_left.size()) / m_sampleRate));
         float* const sides[] = {m_left.data(), m_right.data()};
@@ -51,9 +63,9 @@ private:
             const auto now = Clock::now();
             if (now > due) {
                 // A block that is not done when the next begins is a gap on a real device. The lost time is
-                // not made up for in a burst.
+                // not made up for in a burst, and a mix that is too much leaves some time to everybody else.
                 m_late.fetch_add(1, std::memory_order_relaxed);
-                due = now;
+                due = now + block / 4;
             }
             std::unique_lock lock(m_mutex);
             if (m_wake.wait_until(lock, due, [&] { return m_stopping; })) return;

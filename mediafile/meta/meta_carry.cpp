@@ -157,13 +157,8 @@ HRESULT CarryMetadata(HQMFILE from, HQMFILE to, std::vector<MetaLoss>* losses, s
 }
 
 HRESULT WriteLostMetadata(const char16_t* targetPath, std::span<const MetaBlock> lost) {
-    return Guarded([&] {
-        std::u16string path;
-        if (const HRESULT hr = OpenSideFile(targetPath, &path); Failed(hr)) return hr;
-        const HQMFILE file = QmFile_Open(path.c_str(), FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING);
-        if (!file) return MEDIA_E_OPEN;
+    const auto write = [lost](HQMFILE file) {
         MetaForm form(file, false);
-        HRESULT hr = S_OK;
         for (const MetaBlock& block : lost) {
             const bool isList = block.id.starts_with("LIST:");
             const std::string id = isList ? block.id.substr(5) : block.id.substr(0, 4);
@@ -174,11 +169,12 @@ HRESULT WriteLostMetadata(const char16_t* targetPath, std::span<const MetaBlock>
             // A label goes with its text before the bytes.
             MetaBytes payload = block.payload;
             if (block.id.size() == 38) payload.insert(payload.begin(), block.id.begin(), block.id.end());
-            if (Succeeded(hr))
-                hr = form.Append(block.id.size() == 38 ? FourCC("guid") : code, isList, payload);
+            const HRESULT hr = form.Append(block.id.size() == 38 ? FourCC("guid") : code, isList, payload);
+            if (Failed(hr)) return hr;
         }
-        return QmFile_Close(file) || Failed(hr) ? hr : MEDIA_E_WRITE;
-    });
+        return S_OK;
+    };
+    return Guarded([&] { return RewriteSideFile(targetPath, write); });
 }
 
 }  // namespace tarn

@@ -2,6 +2,7 @@
 
 #include "mediafile/meta/meta_form.h"
 #include "mediafile/riff.h"
+#include "platform/file.h"
 #include "platform/guarded.h"
 #include "platform/text.h"
 
@@ -12,7 +13,7 @@ using namespace tarn;
 namespace {
 
 constexpr uint32_t QMPI = FourCC("QMPI"), QMML = FourCC("QMML");
-constexpr size_t MOST_NAME = 259;
+constexpr size_t MOST_NAME = 259, LONGEST = size_t{1} << 30;
 constexpr std::u16string_view SUFFIX = u".qml";
 
 struct CloseFile {
@@ -39,6 +40,13 @@ bool HasMarkers(HQMFILE file, bool isWave64) {
     return Succeeded(form.Find(FourCC("cue "), false, &size)) && size >= 4;
 }
 
+HRESULT Begin(HQMFILE file, const char16_t* mediaPath) {
+    const std::string name = AnsiName(mediaPath) + '\0';
+    if (Failed(riff_WriteFileID(file, QMML, 4))) return MEDIA_E_WRITE;
+    return MetaForm(file, false)
+        .Append(QMPI, false, {reinterpret_cast<const uint8_t*>(name.data()), name.size()});
+}
+
 }  // namespace
 
 namespace tarn {
@@ -46,13 +54,27 @@ namespace tarn {
 HRESULT OpenSideFile(const char16_t* mediaPath, std::u16string* sidePath) {
     *sidePath = SideName(mediaPath, true);
     if (QmFMMeta_IsMetaFile(mediaPath, sidePath->c_str())) return S_OK;
+    return RewriteSideFile(mediaPath, [](HQMFILE) { return S_OK; });
+}
+
+HRESULT RewriteSideFile(const char16_t* mediaPath, const std::function<HRESULT(HQMFILE copy)>& change) {
+    const std::u16string side = SideName(mediaPath, true);
+    const bool isOurs = QmFMMeta_IsMetaFile(mediaPath, side.c_str());
     // A file of that name which does not name the medium is somebody else's.
-    const OwnedFile file(QmFile_Open(sidePath->c_str(), FILE_ACCESS_READ_WRITE, FILE_CREATE_NEW));
+    if (!isOurs && StampOf(PathFromWide(side))) return MEDIA_E_OPEN;
+    std::string content, error;
+    if (isOurs && !ReadWholeFile(PathFromWide(side), LONGEST, content, error)) return MEDIA_E_READ;
+    ReplacingFile replacing;
+    if (!replacing.Open(PathFromWide(side), error, ReplacingFile::Over::WhatWasThere)) return MEDIA_E_OPEN;
+    const OwnedFile file(QmFile_OpenDescriptor(replacing.Descriptor()));
     if (!file) return MEDIA_E_OPEN;
-    const std::string name = AnsiName(mediaPath) + '\0';
-    MetaForm form(file.get(), false);
-    if (Failed(riff_WriteFileID(file.get(), QMML, 4))) return MEDIA_E_WRITE;
-    return form.Append(QMPI, false, {reinterpret_cast<const uint8_t*>(name.data()), name.size()});
+    if (isOurs) {
+        if (!replacing.Write(content, error)) return MEDIA_E_WRITE;
+    } else if (const HRESULT hr = Begin(file.get(), mediaPath); Failed(hr)) {
+        return hr;
+    }
+    if (const HRESULT hr = change(file.get()); Failed(hr)) return hr;
+    return replacing.Commit(error) ? S_OK : MEDIA_E_WRITE;
 }
 
 }  // namespace tarn

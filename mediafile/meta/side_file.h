@@ -4,13 +4,18 @@
 
 #include "kernel/list.h"
 #include "mediafile/media_codes.h"
+#include "platform/file_handle.h"
 
+#include <functional>
 #include <string>
 
 namespace tarn {
 
 /// The side file of a medium, made where it is not there.
 QM_API HRESULT OpenSideFile(const char16_t* mediaPath, std::u16string* sidePath);
+/// Replaces the side file, or makes it, by what `change` makes of a copy: it is there as it was or as it
+/// becomes, whatever happens to the process. MEDIA_E_OPEN where another's file has its name.
+QM_API HRESULT RewriteSideFile(const char16_t* mediaPath, const std::function<HRESULT(HQMFILE copy)>& change);
 
 }  // namespace tarn
 

@@ -452,6 +452,41 @@ TEST_F(ContractParts, EditsAreTakenBackAndDoneAgain) {
     EXPECT_FALSE(project.Undo()) << "another document";
 }
 
+/// A gesture is a step, however long it lasts, and the next gesture is another; a preset likewise.
+TEST_F(ContractParts, HowEffectsAreSetIsTakenBack) {
+    const MPCHANNELID gain = InsertEffect(track, "urn:gain");
+    const auto sub = static_cast<SubId>(gain.sub);
+    const EffectEdits edits = project.EditsOf(track, sub);
+    for (const auto& values : {std::vector{0.5f, 0.7f}, {2.f}}) {
+        edits.begin(0);
+        for (const float value : values) edits.change(0, value);
+        edits.end(0);
+    }
+    edits.loadPreset(0);
+    MPCHANNELREC rec{};
+    rec.volume = 3;  // by a plug-in, without a hand
+    const MPCHANNELID parameter{track, gain.sub, 1};
+    ASSERT_EQ(Set(parameter, MASK_VOLUME, rec), S_OK);
+    project.RemovePart(track, sub);
+    const std::pair<EditKind, float> steps[] = {{EditKind::RemoveEffect, 3},
+                                                {EditKind::Parameter, 4},
+                                                {EditKind::Preset, 2},
+                                                {EditKind::Parameter, 0.7f},
+                                                {EditKind::Parameter, 1}};
+    for (const auto& [kind, value] : steps) {
+        EXPECT_EQ(project.NextUndo(), kind);
+        Take();
+        ASSERT_TRUE(project.Undo());
+        EXPECT_EQ(project.FindEffect(track, sub)->Value(0), value);
+        EXPECT_FALSE(Take().empty()) << "plug-ins are told";
+    }
+    EXPECT_EQ(project.NextUndo(), EditKind::AddEffect);
+    for (size_t i = std::size(steps) - 1; i > 0; i--) {
+        ASSERT_TRUE(project.Redo());
+        EXPECT_EQ(project.FindEffect(track, sub)->Value(0), steps[i - 1].second);
+    }
+}
+
 TEST(UndoList, AMoveIsOneStepAndTheListIsBounded) {
     using namespace std::chrono_literals;
     UndoList list;
@@ -482,6 +517,19 @@ TEST(UndoList, AMoveIsOneStepAndTheListIsBounded) {
     heavy.inserts.push_back({.state = std::string(UndoList::kMostBytes / 3, ' ')});
     for (int i = 0; i < 5; i++) list.Record({.before = {{.id = 1}}, .after = {heavy}}, now += 2s);
     EXPECT_EQ(steps(), 2u);
+    const auto turn = [&](const EffectPart& knob, auto later) {
+        list.Record({.kind = EditKind::Parameter, .moves = {{.part = knob}}}, now += later);
+    };
+    const EffectPart knob{1, 1, "x"}, other{1, 1, "y"};
+    list.Clear();
+    for (const auto& held : {knob, other}) list.Hold(held, true);
+    for (const auto& [part, later] : {std::pair(knob, 0ms), {other, 10ms}, {knob, 10ms}, {other, 9000ms}})
+        turn(part, later);
+    for (const auto& held : {knob, other}) list.Hold(held, false);
+    turn(knob, 10ms);
+    turn(knob, 500ms);
+    turn(knob, 2000ms);
+    EXPECT_EQ(steps(), 3u) << "two knobs in one hand, one without, one later";
 }
 
 TEST(AutomationWriter, WritesWhatTheModeSays) {

@@ -15,8 +15,9 @@ tarn_test(test-host-effects
   DEFS
     FAULTY_LIBRARY="$<TARGET_FILE:test-plugin-faulty>"
     ABORTING_LIBRARY="$<TARGET_FILE:test-plugin-aborts_at_load>")
-tarn_test(test-host-effect-editor QT
+tarn_test(test-host-app QT
   SOURCES
     effects/effect_editor_test.cpp
+    keys_test.cpp
   LIBS tarn-host-app Qt6::Test)
 add_dependencies(test-host-effects tarn-effect-scan test-plugin-faulty test-plugin-aborts_at_load)

@@ -58,8 +58,8 @@ public:
         if (!(value > 0)) throw EffectError(m_info.name + ": no such state");
         m_gain = value;
     }
-    std::vector<std::string> Presets() const override { return {}; }
-    void LoadPreset(size_t) override {}
+    std::vector<std::string> Presets() const override { return {"Loud"}; }
+    void LoadPreset(size_t) override { m_gain = 4; }
 
 private:
     EffectInfo m_info;

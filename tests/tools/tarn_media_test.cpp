@@ -21,6 +21,13 @@ namespace {
 class TarnMedia : public MediaTest {
 protected:
     Outcome Run(const std::string& arguments) { return RunShell(std::string(TARN_MEDIA) + " " + arguments); }
+    /// While something happens at its n-th step: it is killed, or the command is run.
+    Outcome RunMeddled(int step, const std::string& arguments, const std::string& with = {}) {
+        return RunShell("exec env MEDDLE_AT=" + std::to_string(step) +
+                        (with.empty() ? "" : " MEDDLE_WITH='" + with + "'") +
+                        " ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" MEDDLER " " TARN_MEDIA " " +
+                        arguments);
+    }
     void MakeWave(const std::string& name, size_t frames = 1000) {
         Bytes samples(frames * 4);
         for (size_t i = 0; i < samples.size(); i++) samples[i] = static_cast<uint8_t>(i * 31);
@@ -279,18 +286,14 @@ TEST_F(TarnMedia, RepairInPlaceMayBeKilledAtEachWrite) {
     std::fill_n(damaged.begin() + 40, 4, 0);
     for (int write = 0;; write++) {
         Make("x.wav", damaged);
-        // The shell tells of a killed program with 128 and the signal.
-        const std::string killed =
-            "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" KILL_AT_WRITE " KILL_AT_WRITE=" +
-            std::to_string(write) + " " TARN_MEDIA " repair --in-place " + Path("x.wav");
-        const int status = std::system(("(" + killed + ") >/dev/null 2>&1; exit $?").c_str());
+        const int code = RunMeddled(write, "repair --in-place " + Path("x.wav")).code;
         const Bytes partly = Content("x.wav");
         EXPECT_TRUE(std::equal(good.begin() + 44, good.end(), partly.begin() + 44)) << write;
         EXPECT_EQ(Run("repair --in-place " + Path("x.wav")).code, 0) << write;
         EXPECT_EQ(Content("x.wav"), good) << write;
-        if (WEXITSTATUS(status) != 128 + SIGKILL) {
-            EXPECT_EQ(WEXITSTATUS(status), 0);
-            EXPECT_EQ(write, 2) << "the two edits";
+        if (code != -1) {
+            EXPECT_EQ(code, 0);
+            EXPECT_EQ(write, 3) << "the opening and the two edits";
             break;
         }
     }
@@ -428,17 +431,88 @@ TEST_F(TarnMedia, ManyFilesAtOnce) {
     }
 }
 
+/// Whatever of a new file was written, the old ones are there to the byte, or what takes their place is.
+TEST_F(TarnMedia, NewFilesMayBeKilledAtEachStep) {
+    MakeWave("a.wav");
+    ASSERT_EQ(Run("meta set " + Path("a.wav") + " info.INAM=new info.IGNR=Jazz cue.1.position=5").code, 0);
+    ASSERT_EQ(Run("convert " + Path("a.wav") + " " + Path("old.aiff") + " --length 5s").code, 0);
+    ASSERT_EQ(Run("meta set " + Path("old.aiff") + " text.NAME=old").code, 0);
+    MakeWave("old.wav", 7);
+    struct Row {
+        std::string command, target;
+        bool beside;
+    };
+    for (const auto& [command, target, beside] :
+         {Row{"convert -f " + Path("a.wav") + " ", "x.aiff", true},
+          Row{"convert -f " + Path("x.wav") + " --gain -6 ", "x.wav", false},
+          Row{"meta set -f " + Path("a.wav") + " info.INAM=y -o ", "x.wav", false},
+          Row{"convert " + Path("a.wav") + " ", "x.w64", false}}) {
+        const std::string old = "old" + target.substr(1), side = target + ".qml";
+        const Bytes source = Content("a.wav"), before = Content(old), sideBefore = Content("old.aiff.qml");
+        const auto reset = [&] {
+            for (const auto& entry : std::filesystem::directory_iterator(Path("")))
+                if (entry.path().filename().string()[0] == '.') std::filesystem::remove(entry);
+            for (const std::string& name : {target, side}) std::filesystem::remove(Path(name));
+            if (!before.empty()) Make(target, before);
+        };
+        reset();
+        ASSERT_EQ(Run(command + Path(target)).code, 0);
+        const Bytes after = Content(target), sideAfter = Content(side);
+        EXPECT_EQ(sideAfter.empty(), !beside);
+        int step = 0;
+        for (;; step++) {
+            reset();
+            const int code = RunMeddled(step, command + Path(target)).code;
+            ASSERT_TRUE(code == -1 || code == 0) << code;
+            EXPECT_EQ(Content("a.wav"), source);
+            const Bytes now = Content(target), sideNow = Content(side);
+            EXPECT_EQ(now, code == 0 ? after : before) << step;
+            EXPECT_TRUE(sideNow.empty() || sideNow == sideAfter) << step;
+            if (code == 0) break;
+            EXPECT_EQ(Run(command + Path(target)).code, 0) << step << ", another run";
+            EXPECT_EQ(Content(target), after);
+            EXPECT_EQ(Content(side), sideAfter);
+        }
+        EXPECT_GT(step, 4) << command;
+    }
+}
+
+/// What is read is not what it was when it is written: nothing of either is lost.
+TEST_F(TarnMedia, AFileThatChangesMeanwhileIsRefused) {
+    MakeWave("a.wav");
+    ASSERT_EQ(Run("meta set " + Path("a.wav") + " info.INAM=old").code, 0);
+    MakeWave("b.wav", 500);
+    const std::string a = Path("a.wav"), x = Path("x.wav"), y = Path("y.wav");
+    const std::string grow = "echo more >> " + x, change = "printf z | dd of=" + x + " conv=notrunc 2>&1",
+                      replace = "cp " + Path("b.wav") + " " + y + "; mv " + y + " " + x;
+    for (const std::string& meddling : {grow, change, replace})
+        for (const std::string& command :
+             {"meta set " + x + " info.INAM=new", "convert -f " + x + " " + x, "convert -f " + a + " " + x}) {
+            std::filesystem::copy_file(a, x, std::filesystem::copy_options::overwrite_existing);
+            std::filesystem::last_write_time(x, {});
+            ASSERT_EQ(std::system(meddling.c_str()), 0);
+            const Bytes theirs = Content("x.wav");
+            std::filesystem::copy_file(a, x, std::filesystem::copy_options::overwrite_existing);
+            std::filesystem::last_write_time(x, {});
+            const Outcome refused = RunMeddled(0, command, meddling);
+            EXPECT_EQ(refused.code, 2) << command << meddling << refused.text;
+            EXPECT_NE(refused.text.find("another program has written it meanwhile"), std::string::npos)
+                << command << refused.text;
+            EXPECT_EQ(Content("x.wav"), theirs) << command << meddling;
+        }
+    std::filesystem::remove(x);
+    EXPECT_EQ(RunMeddled(0, "convert " + a + " " + x, "cp " + Path("b.wav") + " " + x).code, 2);
+    EXPECT_EQ(Content("x.wav"), Content("b.wav")) << "that was not there when it began";
+}
+
 TEST_F(TarnMedia, MetadataSurvivesWhatHappensToTheProgram) {
     MakeWave("a.wav");
     ASSERT_EQ(Run("meta set " + Path("a.wav") + " info.INAM=old bext.Description=old axml='<a/>'").code, 0);
     const Bytes good = Content("a.wav");
-    const std::string set = " meta set " + Path("x.wav") + " info.INAM='a longer title' bext.Description=new";
+    const std::string set = "meta set " + Path("x.wav") + " info.INAM='a longer title' bext.Description=new";
     for (int write = 0;; write++) {
         Make("x.wav", good);
-        const std::string killed = "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" KILL_AT_WRITE
-                                   " KILL_AT_WRITE=" +
-                                   std::to_string(write) + " " TARN_MEDIA + set;
-        const int status = std::system(("(" + killed + ") >/dev/null 2>&1; exit $?").c_str());
+        const int code = RunMeddled(write, set).code;
         const Bytes now = Content("x.wav");
         EXPECT_TRUE(std::equal(good.begin() + 12, good.begin() + 44 + 4000, now.begin() + 12)) << write;
         EXPECT_EQ(Run("verify " + Path("x.wav")).code, 0) << write;
@@ -447,9 +521,10 @@ TEST_F(TarnMedia, MetadataSurvivesWhatHappensToTheProgram) {
                     shown.find("INAM = a longer title") != shown.npos)
             << write << shown;
         EXPECT_NE(shown.find("axml = <a/>"), shown.npos) << write;
-        if (WEXITSTATUS(status) != 128 + SIGKILL) {
-            EXPECT_EQ(WEXITSTATUS(status), 0);
-            EXPECT_EQ(write, 3) << "the new chunk, the form's size, the old chunk's place with the other one";
+        if (code != -1) {
+            EXPECT_EQ(code, 0);
+            EXPECT_EQ(write, 4)
+                << "opening, the new chunk, the form's size, the old chunk's place with the other one";
             break;
         }
     }
@@ -457,7 +532,7 @@ TEST_F(TarnMedia, MetadataSurvivesWhatHappensToTheProgram) {
     Make("x.wav", good);
     {
         const OwnedHandle recorder = Open("x.wav");
-        const Outcome busy = Run(set.substr(1));
+        const Outcome busy = Run(set);
         EXPECT_EQ(busy.code, 2);
         EXPECT_NE(busy.text.find("another program writes to it"), std::string::npos) << busy.text;
     }

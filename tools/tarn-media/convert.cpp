@@ -186,6 +186,7 @@ struct Input {
     explicit Input(const std::string& path)
         : file(OpenFile(path, FILE_ACCESS_READ, FILE_OPEN_EXISTING)), source(file.get()) {
         if (!file) throw Refused{path, ReasonOf(MEDIA_E_OPEN)};
+        stamp = StampOf(file.get());
         contents = InspectMedia(source);
         if (contents.container == MediaContainer::Unknown || !contents.hasFormat || !contents.hasData) {
             const MediaProblem& reason = contents.problems.front();
@@ -195,6 +196,7 @@ struct Input {
     }
 
     OwnedFile file;
+    FileStamp stamp;
     FileSource source;
     MediaContents contents;
 };
@@ -254,6 +256,8 @@ void Write(const Input& in, Target& target, const ConvertOptions& options) {
     WriteSamples(chain, plan, writer);
     check(writer.End());
     WriteMetadata(out.File(), carried.document);
+    if (StampOf(in.file.get()) != in.stamp)
+        throw Refused{options.input, "another program has written it meanwhile; nothing was written"};
     // The side file first: what is lost from the target must lie somewhere when that takes its name.
     if (!carried.lost.empty() && KeepsLost(options))
         if (const HRESULT hr = WriteLostMetadata(WideFromPath(options.output).c_str(), carried.lost);

@@ -1,6 +1,7 @@
 #include "tools/tarn-media/media_tool.h"
 
 #include "mediafile/media_codes.h"
+#include "platform/sole_writer.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -122,6 +123,16 @@ OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation 
     return OwnedFile(QmFile_Open(WideFromPath(path).c_str(), access, creation));
 }
 
+OwnedFile OpenToEdit(const std::string& path, const FileStamp& whenRead) {
+    if (!SoleWriter(path).IsSole())
+        throw std::runtime_error("another program writes to it; nothing was changed");
+    OwnedFile file = OpenFile(path, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING);
+    if (!file) throw std::runtime_error(ReasonOf(MEDIA_E_OPEN));
+    if (StampOf(file.get()) != whenRead)
+        throw std::runtime_error("another program has written it meanwhile; nothing was changed");
+    return file;
+}
+
 bool ParseTime(const std::string& text, TimePoint* time) {
     *time = {};
     const auto number = [](const std::string& part, auto* value) {
@@ -168,7 +179,7 @@ NewFile::NewFile(const std::string& target, bool mayReplace) : m_isStream(target
     if (!mayReplace && fs::exists(target, unknown))
         throw std::runtime_error("is there already; --force replaces it");
     std::string error;
-    if (!m_new.Open(target, error)) throw std::runtime_error(error);
+    if (!m_new.Open(target, error, ReplacingFile::Over::WhatWasThere)) throw std::runtime_error(error);
     m_file.reset(QmFile_OpenDescriptor(m_new.Descriptor()));
     if (!m_file) throw std::runtime_error(SystemReason());
     Guard(m_new.Aside().native());

@@ -27,14 +27,17 @@ using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
 inline constexpr const char* STANDARD_STREAM = "-";
 
 OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation);
+/// To be changed in its place, as it was when it was read. Throws std::runtime_error with the reason, such as
+/// another program that writes to it or has done so since.
+OwnedFile OpenToEdit(const std::string& path, const tarn::FileStamp& whenRead);
 
 /// "pcm16" and its like; 0 for no such name.
 QMSAMPLETYPE TypeByName(const std::string& name);
 /// All names, for the help.
 std::string TypeNames();
 
-/// A file that is written beside its target and takes its place when all is done. Without Commit nothing
-/// stays.
+/// A file that is written beside its target and takes its place when all is done, unless somebody else has
+/// written there meanwhile. Without Commit nothing stays.
 class NewFile {
 public:
     /// Throws std::runtime_error with the reason: the target is there and may not be replaced, or cannot be

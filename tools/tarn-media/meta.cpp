@@ -4,7 +4,6 @@
 #include "mediafile/meta/meta_carry.h"
 #include "mediafile/meta/meta_retime.h"
 #include "mediafile/meta/meta_values.h"
-#include "platform/sole_writer.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -21,14 +20,16 @@ using nlohmann::json;
 
 struct OpenMedia {
     OwnedFile file;
+    FileStamp stamp;
     MediaContents contents;
     MetaDocument document;
 };
 
 /// Throws std::runtime_error with the reason.
 OpenMedia Open(const std::string& path) {
-    OpenMedia media{OpenFile(path, FILE_ACCESS_READ, FILE_OPEN_EXISTING), {}, {}};
+    OpenMedia media{OpenFile(path, FILE_ACCESS_READ, FILE_OPEN_EXISTING), {}, {}, {}};
     if (!media.file) throw std::runtime_error(ReasonOf(MEDIA_E_OPEN));
+    media.stamp = StampOf(media.file.get());
     const FileSource source(media.file.get());
     media.contents = InspectMedia(source);
     if (media.contents.container == MediaContainer::Unknown)
@@ -147,12 +148,7 @@ public:
 
 private:
     void InPlace(const MetaEditPlan& plan) {
-        const SoleWriter lease(m_path);
-        if (!lease.IsSole()) throw std::runtime_error("another program writes to it; nothing was changed");
-        const OwnedFile file = OpenFile(m_path, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING);
-        if (!file) throw std::runtime_error(ReasonOf(MEDIA_E_OPEN));
-        if (static_cast<uint64_t>(QmFile_Size(file.get())) != m_media.contents.fileBytes)
-            throw std::runtime_error("it changed meanwhile; nothing was changed");
+        const OwnedFile file = OpenToEdit(m_path, m_media.stamp);
         if (Failed(ApplyMetaEdit(file.get(), plan)) || !QmFile_Flush(file.get()))
             throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
     }
@@ -160,6 +156,8 @@ private:
         NewFile out(m_options.output, m_options.force);
         CopyContent(m_media.file.get(), out.File());
         if (Failed(ApplyMetaEdit(out.File(), plan))) throw std::runtime_error(ReasonOf(MEDIA_E_WRITE));
+        if (StampOf(m_media.file.get()) != m_media.stamp)
+            throw std::runtime_error("another program has written it meanwhile; nothing was written");
         out.Commit();
     }
     void Compare(uint32_t before, FileResult& result) {

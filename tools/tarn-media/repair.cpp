@@ -33,16 +33,17 @@ void Report(const MediaContents& before, const MediaRepairPlan& plan, const std:
     std::printf("%s: %" PRIu64 " frames\n", file.c_str(), plan.frames);
 }
 
-int InPlace(const RepairOptions& options, const MediaRepairPlan& plan) {
+int InPlace(const RepairOptions& options, const MediaRepairPlan& plan, const FileStamp& whenRead) try {
     if (plan.MovesSamples())
         return Complain(options.file,
                         "bytes of its header are missing, and the samples have to move; repair a copy",
                         EXIT_FAULTY);
-    const OwnedFile file = OpenFile(options.file, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING);
-    if (!file) return Complain(options.file, ReasonOf(MEDIA_E_OPEN));
+    const OwnedFile file = OpenToEdit(options.file, whenRead);
     const HRESULT hr = ApplyMediaRepair(file.get(), plan);
     if (Failed(hr)) return Complain(options.file, ReasonOf(hr));
     return QmFile_Flush(file.get()) ? EXIT_FINE : Complain(options.file, ReasonOf(MEDIA_E_WRITE));
+} catch (const std::runtime_error& e) {
+    return Complain(options.file, e.what());
 }
 
 int Copy(HQMFILE in, const RepairOptions& options, const MediaRepairPlan& plan, const std::string& target) {
@@ -64,6 +65,7 @@ int Copy(HQMFILE in, const RepairOptions& options, const MediaRepairPlan& plan, 
 int Repair(const RepairOptions& options) {
     const OwnedFile in = OpenFile(options.file, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
     if (!in) return Complain(options.file, ReasonOf(MEDIA_E_OPEN));
+    const FileStamp whenRead = StampOf(in.get());
     WAVEFORMATEX format;
     MediaRepairOptions how;
     const FormatOptions& told = options.format;
@@ -87,7 +89,8 @@ int Repair(const RepairOptions& options) {
     const std::string target = options.inPlace          ? options.file
                                : options.output.empty() ? RepairedName(options.file)
                                                         : options.output;
-    const int code = options.inPlace ? InPlace(options, plan) : Copy(in.get(), options, plan, target);
+    const int code =
+        options.inPlace ? InPlace(options, plan, whenRead) : Copy(in.get(), options, plan, target);
     if (code == EXIT_FINE) Report(before, plan, target);
     return code;
 }

@@ -26,6 +26,10 @@ public:
     virtual void OnEntryGoing(ChannelEntry* channel) = 0;
     /// Entries came, went or changed places.
     virtual void OnEntriesChanged() = 0;
+    /// Regions, panes or widths are others.
+    virtual void OnViewChanged() = 0;
+    /// Groups came, went or have other names.
+    virtual void OnGroupsChanged() = 0;
     /// Bits of MPCTRL_LOOK: 7 rebuild, 16 colours.
     virtual void OnLookChanged(uint32_t bits) = 0;
 

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr uint32_t NOT_SELECTABLE = KIND_NO_STRIP | KIND_SPECIAL;
+constexpr uint32_t CMD_CHANNEL_LIST = 50067;
 constexpr LONG TREMBLE = 3;  // pixels that a press may move and still be a click
 
 PartAction ActionOf(uint32_t element) {
@@ -110,7 +111,10 @@ intptr_t CMixerView::OnMouse(uint32_t message, uintptr_t wparam, intptr_t lparam
         return 0;
     case WM_LBUTTONDBLCLK:
         EndKeyGesture();
-        if (strip) DoublePress(*strip, element, at);
+        if (strip)
+            DoublePress(*strip, element, at);
+        else
+            m_site.RunCommand(CMD_CHANNEL_LIST);
         return 0;
     default: return 0;
     }

@@ -2,6 +2,7 @@
 //
 // While a menu is open channels may come and go, so that its result is for the channel of that number, if
 // there still is one.
+#include "console/channel_kinds.h"
 #include "console/console_plugin.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
@@ -9,6 +10,7 @@
 #include "kernel/lang/kernel_strings.h"
 #include "kernel/ui/menu_edit.h"
 #include "platform/ui/menu.h"
+#include "plugin/module_state.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +23,7 @@ constexpr uint32_t CMD_NONE = 50011, CMD_PRE_FX = 50035, CMD_POST_FX = 50036, CM
                    CMD_HIDE = 50112, CMD_DELETE = 50093, CMD_LINK_PAN = 50131, CMD_SEND_PRE = 50132,
                    CMD_SEND_POST = 50133, CMD_MIDI_ALL = 50139, CMD_MIDI_FIRST = 50141,
                    CMD_AUTOMATION_FIRST = 44601, CMD_RANGE_FIRST = 40001, CMD_RESET = 40011,
-                   CMD_VU_FIRST = 29009, CMD_SCOPE_FIRST = 29016;
+                   CMD_VU_FIRST = 29009, CMD_SCOPE_FIRST = 29016, CMD_CHANNEL_LIST = 50067, CMD_GROUPS = 1250;
 // And of those that are made as they open.
 constexpr uint32_t ITEM_TARGET = 52000, ITEM_EFFECT = 53600, ITEM_REMOVE = 60000, ITEM_BYPASS = 60001,
                    ITEM_EDITOR = 60002, ITEM_MUTE = 60003, ITEM_DEFAULT = 60004;
@@ -311,7 +313,7 @@ void CMixerView::ChannelMenu(Strip& strip, POINT at) {
     Menu menu;
     if (!(kind & (KIND_MASTER_BIT | KIND_SPECIAL))) {
         menu.Add(CMD_RENAME, std::u16string(ConsoleText(IDS_MENU_RENAME)) + u"\tF2");
-        menu.Add(CMD_HIDE, ConsoleText(IDS_MENU_HIDE));
+        AddCheck(menu, CMD_HIDE, ConsoleText(IDS_MENU_HIDE), m_plugin.IsChannelHidden(strip.Entry()));
         menu.Add(CMD_DELETE, ConsoleText(IDS_MENU_DELETE));
         menu.AddSeparator();
     }
@@ -329,7 +331,7 @@ void CMixerView::ChannelMenu(Strip& strip, POINT at) {
     if (!still) return;
     switch (chosen) {
     case CMD_RENAME: StartRename(*still); return;
-    case CMD_HIDE: still->Toggle(SWITCH_HIDDEN); return;
+    case CMD_HIDE: ShowChannel(m_plugin, still->Entry(), m_plugin.IsChannelHidden(still->Entry())); return;
     case CMD_DELETE: m_plugin.RemoveAtHost({channel, 0, 0}); return;
     case CMD_NARROW: still->SetWidth(wide ? m.cxSurroundNarrow : m.cxChannelNarrow); break;
     case CMD_DEFAULT: still->SetWidth(wide ? m.cxSurroundDefault : m.cxChannelDefault); break;
@@ -343,6 +345,7 @@ void CMixerView::ChannelMenu(Strip& strip, POINT at) {
 }
 
 void CMixerView::StartRename(Strip& strip) {
+    if (m_site.EditNameInList(strip.Entry())) return;
     const uint64_t channel = strip.Entry().id.channel;
     m_site.EditText(strip.Rects().name, strip.Entry().Name(), [this, channel](const std::u16string& name) {
         if (Strip* still = StripOf(channel); still && !name.empty()) still->Rename(name);
@@ -393,17 +396,10 @@ struct KeyRow {
     uint32_t key, modifiers, command;
 };
 constexpr KeyRow KEYS[] = {
-    {'I', 0, 50061},
-    {'S', 0, 50062},
-    {'H', 0, 50060},
-    {'M', 0, 50065},
-    {'F', 0, 50066},
-    {'L', WITH_SHIFT, 50070},
-    {'T', WITH_SHIFT, 50162},
-    {'N', 0, CMD_NARROW},
-    {'D', 0, CMD_DEFAULT},
-    {'W', 0, CMD_WIDE},
-    {'H', WITH_SHIFT, CMD_HIDE},
+    {'I', 0, 50061},          {'S', 0, 50062},          {'H', 0, 50060},
+    {'M', 0, 50065},          {'F', 0, 50066},          {'C', WITH_SHIFT, CMD_CHANNEL_LIST},
+    {'L', WITH_SHIFT, 50070}, {'T', WITH_SHIFT, 50162}, {'N', 0, CMD_NARROW},
+    {'D', 0, CMD_DEFAULT},    {'W', 0, CMD_WIDE},       {'H', WITH_SHIFT, CMD_HIDE},
     {'A', WITH_CTRL, 55023},
 };
 
@@ -422,13 +418,16 @@ bool CMixerView::RunKey(uint32_t key) {
     const uint32_t modifiers =
         (keys.IsKeyDown(VK_SHIFT) ? WITH_SHIFT : 0) | (keys.IsKeyDown(VK_CONTROL) ? WITH_CTRL : 0);
     for (const KeyRow& row : KEYS)
-        if (row.key == key && row.modifiers == modifiers) return OnCommand(row.command);
+        if (row.key == key && row.modifiers == modifiers) return m_site.RunCommand(row.command);
     return false;
 }
 
 void CMixerView::AddRegionMenu(Menu& menu) const {
+    AddRegionItems(*menu.AddSubmenu(ConsoleText(IDS_MENU_SHOW_REGIONS)).submenu);
+}
+
+void CMixerView::AddRegionItems(Menu& regions) const {
     constexpr uint32_t REGIONS[] = {50061, 50062, 50060, 50064, 50065, 50066}, LABELS[] = {50070};
-    Menu& regions = *menu.AddSubmenu(ConsoleText(IDS_MENU_SHOW_REGIONS)).submenu;
     const auto add = [&](std::span<const uint32_t> commands) {
         regions.AddSeparator();
         for (const FlagRow& row : FLAGS)
@@ -446,7 +445,13 @@ void CMixerView::AddRegionMenu(Menu& menu) const {
 /// Of the ground beside the strips.
 void CMixerView::LayoutMenu(POINT at) {
     const tConsoleMetrics& m = ConsoleMetrics();
+    const PaneShow& panes = m_plugin.Pane().show;
     Menu menu;
+    menu.Add(CMD_CHANNEL_LIST, ConsoleText(IDS_MENU_CHANNEL_LIST) + KeyText(CMD_CHANNEL_LIST),
+             panes.list ? MF_CHECKED | MF_DEFAULT : MF_DEFAULT);
+    if (ThisModule().showGroups) AddCheck(menu, CMD_GROUPS, ConsoleText(IDS_MENU_GROUPS), panes.groups);
+    menu.AddSeparator();
+    AddKindMenu(m_plugin, *menu.AddSubmenu(ConsoleText(IDS_SHOW_CHANNELS)).submenu);
     AddRegionMenu(menu);
     Menu& widths = *menu.AddSubmenu(ConsoleText(IDS_MENU_WIDTH)).submenu;
     const struct {
@@ -459,7 +464,7 @@ void CMixerView::LayoutMenu(POINT at) {
     for (const auto& row : rows)
         AddCheck(widths, row.command, ConsoleText(row.name) + KeyText(row.command),
                  m.cxChannelCurrent == row.width);
-    if (const uint32_t chosen = Track(menu, at)) OnCommand(chosen);
+    if (const uint32_t chosen = Track(menu, at)) m_site.RunCommand(chosen);
 }
 
 bool CMixerView::OnCommand(uint32_t command) {
@@ -513,7 +518,7 @@ bool CMixerView::OnCommand(uint32_t command) {
         if (command == CMD_RENAME)
             StartRename(*strip);
         else if (command == CMD_HIDE)
-            strip->Toggle(SWITCH_HIDDEN);
+            ShowChannel(m_plugin, strip->Entry(), false);
         else
             m_plugin.RemoveAtHost({strip->Entry().id.channel, 0, 0});
         return true;

@@ -1,5 +1,6 @@
 #include "console/mixer_page.h"
 
+#include "console/channel_list.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
 #include "kernel/ui/skin_images.h"
@@ -7,6 +8,7 @@
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/menu.h"
 #include "plugin/module_state.h"
+#include "plugin/small_object.h"
 
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -15,6 +17,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdlib>
+#include <new>
 
 using namespace tarn;
 
@@ -42,6 +45,19 @@ private:
 
 }  // namespace
 
+namespace {
+
+class CMixConsoleUIForGuidedTour final : public SmallObject<IMixConsoleUIForGuidedTour, CConsoleMixerPage> {
+public:
+    using SmallObject::SmallObject;
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        return QueryOwn(IID_IMixConsoleUIForGuidedTour, iid, out);
+    }
+    HRESULT Reserved() override { return S_OK; }
+};
+
+}  // namespace
+
 class CConsoleMixerPage::PageWindow final : public MessageWindow {
 public:
     explicit PageWindow(CConsoleMixerPage& page) : m_page(page) {
@@ -65,6 +81,16 @@ private:
 CConsoleMixerPage::~CConsoleMixerPage() {
     if (Window()) Deactivate();
     if (m_console) m_console->SetView(nullptr);
+}
+
+HRESULT CConsoleMixerPage::Init() {
+    m_tour = ComPtr<IMixConsoleUIForGuidedTour>(new (std::nothrow) CMixConsoleUIForGuidedTour(this));
+    return m_tour ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT CConsoleMixerPage::QueryInterface(const GUID& iid, void** out) {
+    if (out && m_tour && iid == IID_IMixConsoleUIForGuidedTour) return m_tour->QueryInterface(iid, out);
+    return CBaseListPage::QueryInterface(iid, out);
 }
 
 // IPropertyPage
@@ -197,10 +223,13 @@ HRESULT CConsoleMixerPage::OnCreate() {
     UseTheme();
     m_images = std::make_unique<ConsoleImages>(ReadHostLook(*m_console));
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
-    m_console->RestoreState();
     RegionSite& site = *this;
-    m_regions.push_back(std::make_unique<CMixerView>(site));  // takes what the others leave
+    m_regions.push_back(std::make_unique<CChannelList>(site));
+    auto strips = std::make_unique<CMixerView>(site);
+    m_strips = strips.get();
+    m_regions.push_back(std::move(strips));  // takes what the others leave
     m_console->SetView(this);
+    m_console->RestoreState();  // the entries are this thread's from here on
     for (const auto& region : m_regions)
         if (const HRESULT hr = region->Create(); Failed(hr)) return hr;
     return S_OK;
@@ -213,6 +242,7 @@ void CConsoleMixerPage::OnDestroy() {
         edit->setProperty(EDIT_OVER, true);  // whose text it is goes now
         delete edit;
     }
+    m_strips = nullptr;
     m_regions.clear();  // the strips come off the entries while they are still this thread's
     if (m_console) m_console->SetView(nullptr);
     m_images.reset();
@@ -274,6 +304,7 @@ intptr_t CConsoleMixerPage::RouteMouse(uint32_t message, uintptr_t wparam, intpt
 }
 
 void CConsoleMixerPage::FocusMoved() {
+    for (const auto& region : m_regions) region->OnFocusMoved();
     ThePageWindow().DestroyCaret();
     if (!m_hasFocus) return;
     constexpr SIZE CARET{4, 4};
@@ -318,10 +349,16 @@ void CConsoleMixerPage::EditText(const RECT& area, const std::u16string& text,
 HRESULT CConsoleMixerPage::TranslateAccelerator(MSG* message) {
     if (!message) return E_POINTER;
     if (message->message != COMMAND_MESSAGE || !Window()) return S_FALSE;
-    const uint32_t command = LowWord(message->wParam);
-    const bool taken =
-        std::ranges::any_of(m_regions, [command](const auto& region) { return region->OnCommand(command); });
-    return taken ? S_OK : S_FALSE;
+    return RunCommand(LowWord(message->wParam)) ? S_OK : S_FALSE;
+}
+
+bool CConsoleMixerPage::RunCommand(uint32_t command) {
+    return std::ranges::any_of(m_regions,
+                               [command](const auto& region) { return region->OnCommand(command); });
+}
+
+bool CConsoleMixerPage::EditNameInList(const ChannelEntry& channel) {
+    return std::ranges::any_of(m_regions, [&](const auto& region) { return region->EditName(channel); });
 }
 
 void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {
@@ -395,6 +432,15 @@ void CConsoleMixerPage::OnEntriesChanged() {
     for (const auto& region : m_regions) region->OnEntriesChanged();
 }
 
+void CConsoleMixerPage::OnViewChanged() {
+    for (const auto& region : m_regions) region->OnViewChanged();
+    ReSize();
+}
+
+void CConsoleMixerPage::OnGroupsChanged() {
+    for (const auto& region : m_regions) region->OnGroupsChanged();
+}
+
 /// As light or dark as the host's own windows.
 void CConsoleMixerPage::UseTheme() {
     constexpr int MIDDLE = 128;
@@ -408,5 +454,5 @@ void CConsoleMixerPage::OnLookChanged(uint32_t) {
     QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages(ReadHostLook(*m_console));
     for (const auto& region : m_regions) region->OnImagesChanged();
-    InvalidateAll();
+    ReSize();
 }

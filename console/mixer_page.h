@@ -6,6 +6,7 @@
 #include "console/console_images.h"
 #include "console/console_plugin.h"
 #include "console/view_region.h"
+#include "contract/guided_tour.h"
 #include "plugin/base_list_page.h"
 
 #include <span>
@@ -24,6 +25,9 @@ public:
     explicit CConsoleMixerPage(IUnknown* owner) : CBaseListPage(owner) {}
     ~CConsoleMixerPage() override;
 
+    /// A page, and the sign for a host's guided tour that the console is there.
+    HRESULT QueryInterface(const GUID& iid, void** out) override;
+    HRESULT Init() override;
     HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
@@ -37,11 +41,13 @@ public:
     void PostTick(uint32_t what) override;
     void OnEntryGoing(ChannelEntry* channel) override;
     void OnEntriesChanged() override;
+    void OnViewChanged() override;
+    void OnGroupsChanged() override;
     void OnLookChanged(uint32_t bits) override;
 
     // For what is offered to screen readers. [page-thread]
 
-    MessageWindow& ThePageWindow() const { return *Window(); }
+    MessageWindow& ThePageWindow() const override { return *Window(); }
     POINT ToClient(POINT screen) const override { return ThePageWindow().ToClient(screen); }
     /// In the order in which they are laid out, painted and asked.
     std::span<const std::unique_ptr<CViewRegion>> Regions() const { return m_regions; }
@@ -57,6 +63,10 @@ private:
     CConsoleControlPlugin& Console() override { return *m_console; }
     const ConsoleImages& Images() override { return *m_images; }
     ControlHost& Host() override { return ThePageWindow(); }
+    CMixerView& Strips() override { return *m_strips; }
+    void LayoutChanged() override { ReSize(); }
+    bool RunCommand(uint32_t command) override;
+    bool EditNameInList(const ChannelEntry& channel) override;
     void DrawNow(const std::function<void(WindowPainter&)>& draw) override;
     bool HasKeyboardFocus() const override { return m_hasFocus; }
     void FocusMoved() override;
@@ -81,8 +91,10 @@ private:
     bool IsPageThread() const { return std::this_thread::get_id() == m_uiThread; }
 
     tarn::ComPtr<CConsoleControlPlugin> m_console;
+    tarn::ComPtr<IMixConsoleUIForGuidedTour> m_tour;
     std::unique_ptr<ConsoleImages> m_images;
     std::vector<std::unique_ptr<CViewRegion>> m_regions;
+    CMixerView* m_strips = nullptr;        ///< one of the regions
     CViewRegion* m_mouseRegion = nullptr;  ///< that had the last mouse message
     std::atomic<std::thread::id> m_uiThread{};
     std::atomic<uint32_t> m_tickWanted{0};

@@ -107,7 +107,8 @@ bool PageDriver::IsSelected(const QString& channel) {
 QStringList PageDriver::Channels() {
     QStringList names;
     QAccessibleInterface* page = QAccessible::queryAccessibleInterface(&Page());
-    for (int i = 0; page && i < page->childCount(); i++) names += page->child(i)->text(QAccessible::Name);
+    for (int i = 0; page && i < page->childCount(); i++)
+        if (page->child(i)->role() == QAccessible::Grouping) names += page->child(i)->text(QAccessible::Name);
     return names;
 }
 

@@ -7,6 +7,7 @@
 #include <QAccessibleWidget>
 
 #include <array>
+#include <ranges>
 
 namespace {
 
@@ -89,37 +90,48 @@ public:
     PageAccessible(QWidget& window, CConsoleMixerPage& page)
         : QAccessibleWidget(&window, QAccessible::Pane), m_page(page) {}
 
+    /// The strips come first, then what lies around them, then the windows in it.
+    auto InOrder() const { return m_page.Regions() | std::views::reverse; }
+
     int childCount() const override {
-        int count = 0;
+        int count = static_cast<int>(Windows().size());
         for (const auto& region : m_page.Regions()) count += region->PartCount();
         return count;
     }
     QAccessibleInterface* child(int index) const override {
-        for (const auto& region : m_page.Regions()) {
-            if (index >= 0 && index < region->PartCount()) return Of(region->Part(index));
+        if (index < 0) return nullptr;
+        for (const auto& region : InOrder()) {
+            if (index < region->PartCount()) return Of(region->Part(index));
             index -= region->PartCount();
         }
-        return nullptr;
+        return QAccessible::queryAccessibleInterface(Windows().value(index));
     }
     int indexOfChild(const QAccessibleInterface* which) const override {
         const auto* found = dynamic_cast<const NodeAccessible*>(which);
         int before = 0;
-        for (const auto& region : m_page.Regions()) {
+        for (const auto& region : InOrder()) {
             const int place = found ? found->Node().Place() : -1;
             if (place >= 0 && place < region->PartCount() && region->Part(place) == &found->Node())
                 return before + place;
             before += region->PartCount();
         }
-        return -1;
+        const auto window = which ? Windows().indexOf(qobject_cast<QWidget*>(which->object())) : -1;
+        return window < 0 ? -1 : before + static_cast<int>(window);
     }
     QAccessibleInterface* childAt(int x, int y) const override {
         const POINT at = m_page.ToClient({x, y});
+        for (QWidget* window : Windows())
+            if (window->geometry().contains(at.x, at.y)) return QAccessible::queryAccessibleInterface(window);
         for (const auto& region : m_page.Regions())
-            if (AccessibleNode* node = region->Bounds().Contains(at) ? region->PartAt(at) : nullptr)
-                return Of(node);
+            if (region->Bounds().Contains(at)) {
+                AccessibleNode* node = region->PartAt(at);
+                return node ? Of(node) : nullptr;
+            }
         return nullptr;
     }
     QAccessibleInterface* focusChild() const override {
+        if (!widget()->hasFocus())
+            if (QAccessibleInterface* inside = QAccessibleWidget::focusChild()) return inside;
         for (const auto& region : m_page.Regions())
             if (AccessibleNode* node = region->FocusedPart()) return Of(node);
         return nullptr;
@@ -129,6 +141,13 @@ public:
     }
 
 private:
+    QList<QWidget*> Windows() const {
+        QList<QWidget*> windows;
+        for (QObject* child : widget()->children())
+            if (auto* window = qobject_cast<QWidget*>(child); window && window->isVisible())
+                windows += window;
+        return windows;
+    }
     QAccessibleInterface* Of(AccessibleNode* node) const { return InterfaceOf(*widget(), node); }
 
     CConsoleMixerPage& m_page;

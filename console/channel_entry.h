@@ -9,7 +9,8 @@
 
 /// State bits of an entry.
 inline constexpr uint32_t ENTRY_LOCKED = 0x8,
-                          ENTRY_UNLOCKED = 0x10;  ///< of a pair of faders; neither: locked
+                          ENTRY_UNLOCKED = 0x10;     ///< of a pair of faders; neither: locked
+inline constexpr uint32_t ENTRY_HIDDEN_HERE = 0x20;  ///< counts where the host does not keep what is hidden
 inline constexpr uint32_t ENTRY_HIDDEN_BY_HOST = 0x40;
 inline constexpr uint32_t ENTRY_MAIN_OUTPUT = 0x80;
 inline constexpr uint32_t ENTRY_SECOND_OUTPUT = 0x100;

@@ -1,6 +1,7 @@
 #include "console/channel_kinds.h"
 
 #include "console/console_plugin.h"
+#include "plugin/module_state.h"
 
 #include <algorithm>
 
@@ -45,6 +46,11 @@ std::span<const ChannelKind> ChannelKinds() { return KINDS; }
 
 void ShowChannel(CConsoleControlPlugin& plugin, ChannelEntry& entry, bool on) {
     if (plugin.IsChannelHidden(entry) != on) return;
+    if (!ThisModule().useHostHideState) {
+        entry.state ^= ENTRY_HIDDEN_HERE;
+        plugin.EntriesShownChanged();
+        return;
+    }
     MPCHANNELREC rec{};
     if (plugin.GetChannelRecord(entry.id, &rec, MASK_SWITCHES) != S_OK) return;
     rec.switches = on ? rec.switches & ~SWITCH_HIDDEN : rec.switches | SWITCH_HIDDEN;

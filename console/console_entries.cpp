@@ -1,5 +1,6 @@
 // The list of channel entries: built from the references, and kept in step with single changes of the host.
 #include "console/console_plugin.h"
+#include "console/group_actions.h"
 
 #include <cassert>
 #include <memory>
@@ -202,6 +203,10 @@ bool CConsoleControlPlugin::ApplyPendingChanges() {
         const ChannelKeys::Round round(Keys());
         bool moved = std::exchange(m_rebuildPending, false);
         if (moved) RebuildChannels();
+        if (moved && std::exchange(m_groupsPending, false))
+            LoadProjectGroups();
+        else if (moved && !m_groups.empty())
+            ApplyToNewEntries(*this, *m_groups.front());
         for (const MPCTRLREC& rec : std::exchange(m_pendingChanges, {})) changed |= ApplyChange(rec, &moved);
         if (moved) QmList_Sort(m_entries, Keys().AsCriteria(), CompareEntries);
         changed |= moved;

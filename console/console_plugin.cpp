@@ -1,6 +1,7 @@
 #include "console/console_plugin.h"
 
 #include "console/console_control_map.h"
+#include "console/group_actions.h"
 #include "console/texts.h"
 
 #include "platform/text.h"
@@ -30,6 +31,8 @@ struct ViewFlag {
 /// buttons, channel list, groups.
 constexpr ViewFlag VIEW_FLAG_KEYS[VIEW_FLAGS] = {{200, 1}, {203, 1}, {204, 1}, {205, 1}, {206, 1}, {207, 1},
                                                  {208, 1}, {209, 1}, {210, 1}, {211, 1}, {212, 0}};
+/// Places in it of what the pane shows.
+constexpr size_t FLAG_BUTTONS = 8, FLAG_LIST = 9, FLAG_GROUPS = 10;
 constexpr uint32_t PREF_KEY_VU_SCALE = 201, PREF_KEY_METER_RANGE = 202;
 
 }  // namespace
@@ -69,12 +72,13 @@ HRESULT CConsoleControlPlugin::GetPages(CAUUID* pages) {
 void CConsoleControlPlugin::SetView(ConsoleView* view) {
     CriticalSectionLock lock(MainLock());
     if (!m_view) m_pageThread.MoveHere();
+    m_viewThread = std::this_thread::get_id();
     ApplyPendingChanges();
     m_view = view;
 }
 
 bool CConsoleControlPlugin::IsChannelHidden(const ChannelEntry& entry) const {
-    return (entry.state & ENTRY_HIDDEN_BY_HOST) && ThisModule().useHostHideState;
+    return entry.state & (ThisModule().useHostHideState ? ENTRY_HIDDEN_BY_HOST : ENTRY_HIDDEN_HERE);
 }
 
 uint32_t CConsoleControlPlugin::TransportFlags() {
@@ -112,16 +116,48 @@ void CConsoleControlPlugin::MoveAtHost(const ChannelEntry& entry, const ChannelE
 }
 
 void CConsoleControlPlugin::KeepState() {
-    if (m_groups.empty()) m_groups.push_back(std::make_unique<tConsoleGroup>());
-    CaptureView(*m_groups.front(), m_shownView);
+    std::unique_ptr<tConsoleGroup> state;
+    if (CreateGroup(*this, MAKE_CURRENT_STATE, &state) != S_OK) return;
+    state->name[0] = 0;
+    if (m_groups.empty()) m_groups.emplace_back();
+    m_groups.front() = std::move(state);
 }
 
 void CConsoleControlPlugin::RestoreState() {
-    const MPHOSTFEATURES features = HostFeatures();
-    if (features.limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
-    if (m_groups.empty()) return;
-    ApplyView(*m_groups.front(), m_shownView);
-    if (features.limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
+    const bool limited = HostFeatures().limited;
+    if (!m_groups.empty())
+        ApplyGroup(*this, *m_groups.front(), ThisModule().useHostHideState ? APPLY_LAYOUT : APPLY_ALL);
+    if (limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
+}
+
+void CConsoleControlPlugin::StoreGroups() {
+    if (Preferences().AllRead()) SaveGroups(m_groups, Store());
+    if (m_view) m_view->OnGroupsChanged();
+}
+
+void CConsoleControlPlugin::ShowApplied() {
+    if (HostFeatures().limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
+    if (m_view) m_view->OnViewChanged();
+    KeepState();
+}
+
+void CConsoleControlPlugin::EntriesShownChanged() {
+    if (m_view) m_view->OnEntriesChanged();
+}
+
+/// The groups belong to the project that is open. One that has none leaves the console as it looks.
+void CConsoleControlPlugin::LoadProjectGroups() {
+    ViewGroups loaded;
+    if (Failed(LoadGroups(loaded, Store())) || loaded.empty()) {
+        m_groups.clear();
+        KeepState();
+    } else {
+        m_groups = std::move(loaded);
+        RestoreState();
+    }
+    if (!m_view) return;
+    m_view->OnViewChanged();
+    m_view->OnGroupsChanged();
 }
 
 void CConsoleControlPlugin::AddAtHost(uint32_t kind) {
@@ -169,9 +205,9 @@ CommandKeys CConsoleControlPlugin::KeysInForce() {
     record.name = COMMAND_GROUP;
     record.keys = keys.data();
     record.keyCount = MOST_KEYS;
-    constexpr size_t KEYS_KEPT = 1, KEYS_GIVEN = 2;  // of the reply
-    const bool answered = HostRecord(MPPROP_COMMANDS, record) == S_OK && record.reply[KEYS_KEPT] > 0 &&
-                          record.reply[KEYS_GIVEN] <= MOST_KEYS && record.reply[KEYS_GIVEN] > 0;
+    constexpr size_t KEYS_GIVEN = 2, IN_FORCE = 3;  // of the reply
+    const bool answered = HostRecord(MPPROP_COMMANDS, record) == S_OK && record.reply[IN_FORCE] == 1 &&
+                          record.reply[KEYS_GIVEN] <= MOST_KEYS;
     if (!answered) return CommandKeys(CommandKeys::Proposed(HostKind() == 1));
     keys.resize(record.reply[KEYS_GIVEN]);
     return CommandKeys(keys);
@@ -191,12 +227,9 @@ HRESULT CConsoleControlPlugin::PreTerminate() {
 bool CConsoleControlPlugin::HasGroups() const { return ThisModule().showGroups; }
 
 bool CConsoleControlPlugin::IsPaneShown(uint32_t command) const {
-    constexpr size_t BUTTONS = 8, LIST = 9, GROUPS = 10;
-    const size_t flag = command == CMD_REGION_CONTROLS ? BUTTONS
-                        : command == CMD_CHANNEL_LIST  ? LIST
-                        : command == CMD_GROUP_LIST    ? GROUPS
-                                                       : VIEW_FLAGS;
-    return flag < VIEW_FLAGS && m_shown[flag];
+    const PaneShow& show = m_pane.show;
+    return (command == CMD_REGION_CONTROLS && show.buttons) || (command == CMD_CHANNEL_LIST && show.list) ||
+           (command == CMD_GROUP_LIST && show.groups);
 }
 
 bool CConsoleControlPlugin::ShowsSendPans() { return ThisModule().useSendPanFaders && HostKind() == 1; }
@@ -211,6 +244,7 @@ HRESULT CConsoleControlPlugin::LoadPreferences() {
     for (size_t i = 0; i < VIEW_FLAGS; i++)
         m_shown[i] = Preferences().Number(VIEW_FLAG_KEYS[i].key, VIEW_FLAG_KEYS[i].defaultValue);
     m_shownView.faderTicks = m_shown[0];
+    m_pane.show = {m_shown[FLAG_LIST] != 0, m_shown[FLAG_GROUPS] != 0, m_shown[FLAG_BUTTONS] != 0};
     const HRESULT groups = LoadGroups(m_groups, Store());
     return Failed(groups) ? groups : hr;
 }
@@ -228,6 +262,9 @@ HRESULT CConsoleControlPlugin::SavePreferences() {
     Preferences().SetNumber(PREF_KEY_VU_SCALE, m_shownView.vuScale);
     Preferences().SetNumber(PREF_KEY_METER_RANGE, m_shownView.meterRange);
     m_shown[0] = m_shownView.faderTicks;
+    m_shown[FLAG_LIST] = m_pane.show.list;
+    m_shown[FLAG_GROUPS] = m_pane.show.groups;
+    m_shown[FLAG_BUTTONS] = m_pane.show.buttons;
     for (size_t i = 0; i < VIEW_FLAGS; i++) Preferences().SetNumber(VIEW_FLAG_KEYS[i].key, m_shown[i]);
     SaveGroups(m_groups, Store());
     return COPTControlPlugin::SavePreferences();
@@ -239,6 +276,12 @@ HRESULT CConsoleControlPlugin::FetchChannels(uint32_t reset, uint32_t kindMask) 
 
 HRESULT CConsoleControlPlugin::OnProjectOpen(const MPCTRLREC* rec) {
     const HRESULT hr = COPTControlPlugin::OnProjectOpen(rec);
+    CriticalSectionLock lock(MainLock());
+    const bool opens = rec->flags & PROJECT_OPEN;
+    // The records are the page's thread's while there is a page.
+    if (!opens && (!m_view || m_viewThread == std::this_thread::get_id()) && Preferences().AllRead())
+        SaveGroups(m_groups, Store());
+    m_groupsPending = opens;
     RequestRebuild();
     return hr;
 }

@@ -13,6 +13,8 @@
 #include "platform/thread_check.h"
 #include "plugin/control_plugin.h"
 
+#include <thread>
+
 /// Switches of the view that are kept: fader ticks, kinds of channels, panes.
 inline constexpr size_t VIEW_FLAGS = 11;
 
@@ -85,9 +87,20 @@ public:
     /// What was kept comes back.
     void RestoreState();
 
+    /// The console's own state, if one was kept, then the user's groups. [page-thread]
+    ViewGroups& Groups() { return m_groups; }
+    /// Gives the host the groups as they are now, so that they go into its project.
+    void StoreGroups();
+    /// The page shows what a group has changed of view and pane.
+    void ShowApplied();
+    /// Channels are shown or hidden that are so in the console alone.
+    void EntriesShownChanged();
+    bool HasView() const { return m_view; }
+
     /// What all strips share. [page-thread]
     StripView& View() { return m_shownView; }
     const StripView& View() const { return m_shownView; }
+    PaneView& Pane() { return m_pane; }
 
 protected:
     HRESULT UpdateEntry(const MPCTRLREC& rec) override;
@@ -99,6 +112,7 @@ private:
     GroupStore Store();
     void TellCommands(uint32_t action);
     void RequestRebuild();
+    void LoadProjectGroups();
     HRESULT RebuildChannels();
     HRESULT AddEntry(const MPCHANNELID& id);
     void RemoveEntry(ChannelEntry* entry);
@@ -114,6 +128,7 @@ private:
     uint32_t m_channelCounter = 0;
     MPCHANNELID m_companions[4] = {};
     StripView m_shownView;
+    PaneView m_pane;
     uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
     ViewGroups m_groups;                ///< the first is the console's own state; none before one was kept
 
@@ -121,7 +136,9 @@ private:
 
     // Under the main lock.
     ConsoleView* m_view = nullptr;
+    std::thread::id m_viewThread;
     bool m_rebuildPending = false;
+    bool m_groupsPending = false;  ///< another project is open: its groups are to be read
     bool m_applying = false;
     std::vector<MPCTRLREC> m_pendingChanges;
 };

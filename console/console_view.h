@@ -28,6 +28,10 @@ public:
     virtual void OnEntriesChanged() = 0;
     /// The host works on something that takes its time, or has done it.
     virtual void OnBusyChanged(bool busy) = 0;
+    /// Regions, panes or widths are others.
+    virtual void OnViewChanged() = 0;
+    /// Groups came, went or have other names.
+    virtual void OnGroupsChanged() = 0;
     /// Bits of MPCTRL_LOOK: 7 rebuild, 16 colours.
     virtual void OnLookChanged(uint32_t bits) = 0;
 

@@ -168,8 +168,8 @@ LONG CLeftToolBar::LeastHeight() const {
 }
 
 LONG CLeftToolBar::FullHeight() const {
-    const RECT column{0, 0, std::max<LONG>(m_bounds.Width(), 1), 0};
-    return const_cast<CLeftToolBar*>(this)->PlaceRows(column, false);
+    constexpr RECT COLUMN{0, 0, 1, 0};
+    return const_cast<CLeftToolBar*>(this)->PlaceRows(COLUMN, false);
 }
 
 /// Rows from the top: the width slider between its steps, the set widths, the meter range, then a row for
@@ -222,13 +222,9 @@ LONG CLeftToolBar::PlaceRows(const RECT& rect, bool apply) {
 }
 
 void CLeftToolBar::ReSize(RECT& rect) {
-    const LONG width = m_site.Console().IsPaneShown(CMD_REGION_CONTROLS)
-                           ? PreferredWidth() + 4 * ConsoleMetrics().nGap + 6
-                           : 0;
-    m_bounds = {rect.left, rect.top, rect.left + width, rect.bottom};
-    rect.left = m_bounds.right;
+    m_bounds = rect;
     m_node.parts.clear();
-    PlaceRows(m_bounds, true);
+    PlaceRows(rect, true);
     ShowStates();
 }
 
@@ -311,7 +307,7 @@ bool CLeftToolBar::OnCommand(uint32_t command) {
 }
 
 void CLeftToolBar::OnChannelUpdate(ChannelEntry*, uint32_t dirty) {
-    if (dirty & (DIRTY_ALL | DIRTY_SWITCHES)) m_buttons.ShowStates();
+    if (dirty & (DIRTY_ALL | DIRTY_SWITCHES)) m_site.RequestStates();
 }
 
 void CLeftToolBar::OnImagesChanged() {

@@ -25,8 +25,9 @@ public:
     bool OnCommand(uint32_t command) override;
     bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) override;
-    void OnEntriesChanged() override { ShowStates(); }
+    void OnEntriesChanged() override { m_site.RequestStates(); }
     void OnViewChanged() override { ShowStates(); }
+    void OnStatesChanged() override { ShowStates(); }
     void OnImagesChanged() override;
 
     /// The width at which no text is cut.

@@ -9,6 +9,7 @@
 #include "console/texts.h"
 #include "kernel/ui/menu_edit.h"
 #include "platform/ui/menu.h"
+#include "plugin/module_state.h"
 
 #include <algorithm>
 #include <array>
@@ -307,6 +308,7 @@ void CMixerView::ChannelMenu(Strip& strip, POINT at) {
 }
 
 void CMixerView::StartRename(Strip& strip) {
+    if (m_site.EditNameInList(strip.Entry())) return;
     const uint64_t channel = strip.Entry().id.channel;
     m_site.EditText(strip.Rects().name, strip.Entry().Name(), [this, channel](const std::u16string& name) {
         if (Strip* still = StripOf(channel); still && !name.empty()) still->Rename(name);

@@ -1,5 +1,6 @@
 #include "console/mixer_page.h"
 
+#include "console/channel_list.h"
 #include "console/left_tool_bar.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
@@ -9,6 +10,7 @@
 #include "kernel/ui/ui_fonts.h"
 #include "platform/ui/menu.h"
 #include "plugin/module_state.h"
+#include "plugin/small_object.h"
 
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -17,6 +19,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdlib>
+#include <new>
 
 using namespace tarn;
 
@@ -44,6 +47,19 @@ private:
 
 }  // namespace
 
+namespace {
+
+class CMixConsoleUIForGuidedTour final : public SmallObject<IMixConsoleUIForGuidedTour, CConsoleMixerPage> {
+public:
+    using SmallObject::SmallObject;
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        return QueryOwn(IID_IMixConsoleUIForGuidedTour, iid, out);
+    }
+    HRESULT Reserved() override { return S_OK; }
+};
+
+}  // namespace
+
 class CConsoleMixerPage::PageWindow final : public MessageWindow {
 public:
     explicit PageWindow(CConsoleMixerPage& page) : m_page(page) {
@@ -67,6 +83,16 @@ private:
 CConsoleMixerPage::~CConsoleMixerPage() {
     if (Window()) Deactivate();
     if (m_console) m_console->SetView(nullptr);
+}
+
+HRESULT CConsoleMixerPage::Init() {
+    m_tour = ComPtr<IMixConsoleUIForGuidedTour>(new (std::nothrow) CMixConsoleUIForGuidedTour(this));
+    return m_tour ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT CConsoleMixerPage::QueryInterface(const GUID& iid, void** out) {
+    if (out && m_tour && iid == IID_IMixConsoleUIForGuidedTour) return m_tour->QueryInterface(iid, out);
+    return CBaseListPage::QueryInterface(iid, out);
 }
 
 // IPropertyPage
@@ -195,6 +221,10 @@ intptr_t CConsoleMixerPage::OnMessage(uint32_t message, uintptr_t wparam, intptr
     case WM_MOUSELEAVE: m_lastHit = 0; return 0;
     case PAGEMSG_REFRESH: OnRefresh(wparam, lparam); return 0;
     case PAGEMSG_TICK: OnTick(); return 0;
+    case PAGEMSG_STATES:
+        m_statesWanted = false;
+        for (const auto& region : m_regions) region->OnStatesChanged();
+        return 0;
     default: break;
     }
     if (message >= WM_MOUSEFIRST && message <= WM_MOUSELAST) return RouteMouse(message, wparam, lparam);
@@ -207,16 +237,20 @@ HRESULT CConsoleMixerPage::OnCreate() {
     UseTheme();
     m_images = std::make_unique<ConsoleImages>(ReadHostLook(*m_console));
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
-    m_console->RestoreState();
     m_keys = std::make_unique<CommandKeys>(m_console->KeysInForce());
     m_menus = std::make_unique<CConsoleMenuManager>(m_images->commands, *m_keys);
     RegionSite& site = *this;
-    auto upperBar = std::make_unique<CUpperToolBar>(site);
-    m_upperBar = upperBar.get();
-    m_regions.push_back(std::move(upperBar));
-    m_regions.push_back(std::make_unique<CLeftToolBar>(site));
-    m_regions.push_back(std::make_unique<CMixerView>(site));  // takes what the others leave
+    const auto add = [this]<class Region>(std::unique_ptr<Region> region) {
+        Region* made = region.get();
+        m_regions.push_back(std::move(region));
+        return made;
+    };
+    m_upperBar = add(std::make_unique<CUpperToolBar>(site));
+    m_list = add(std::make_unique<CChannelList>(site));
+    m_leftBar = add(std::make_unique<CLeftToolBar>(site));
+    m_strips = add(std::make_unique<CMixerView>(site));  // takes what the others leave
     m_console->SetView(this);
+    m_console->RestoreState();  // the entries are this thread's from here on
     for (const auto& region : m_regions)
         if (const HRESULT hr = region->Create(); Failed(hr)) return hr;
     return S_OK;
@@ -225,23 +259,33 @@ HRESULT CConsoleMixerPage::OnCreate() {
 void CConsoleMixerPage::OnDestroy() {
     m_mouseRegion = m_keyRegion = nullptr;
     m_upperBar = nullptr;
+    m_list = nullptr;
+    m_leftBar = nullptr;
     if (m_console) m_console->KeepState();
     for (auto* edit : ThePageWindow().findChildren<QLineEdit*>(QStringLiteral("Edit"))) {
         edit->setProperty(EDIT_OVER, true);  // whose text it is goes now
         delete edit;
     }
+    m_strips = nullptr;
     m_regions.clear();  // the strips come off the entries while they are still this thread's
     if (m_console) m_console->SetView(nullptr);
     m_menus.reset();
     m_images.reset();
     m_hasFocus = false;
     m_tickWanted = 0;
+    m_statesWanted = false;
     m_pendingPosted = m_allPosted = false;
 }
 
 void CConsoleMixerPage::ReSize() {
     RECT rest = ThePageWindow().ClientRect();
-    for (const auto& region : m_regions) region->ReSize(rest);
+    m_upperBar->ReSize(rest);
+    m_list->SetButtons(m_leftBar->PreferredWidth(), m_leftBar->LeastHeight(), m_leftBar->FullHeight());
+    m_list->ReSize(rest);
+    RECT buttons = m_list->ButtonsArea();
+    m_leftBar->ReSize(buttons);
+    if (!buttons.IsEmpty()) rest.left = std::max(rest.left, buttons.right);
+    m_strips->ReSize(rest);
     InvalidateAll();
 }
 
@@ -274,15 +318,19 @@ bool CConsoleMixerPage::SetCursor(intptr_t lparam) {
     return true;
 }
 
-/// A point in none of them is the last one's, which has what the others leave.
+/// The column of buttons lies within the pane. A point in none of them is the strips', which have what the
+/// others leave.
 CViewRegion* CConsoleMixerPage::RegionAt(POINT at) const {
-    for (const auto& region : m_regions)
-        if (region->Bounds().Contains(at)) return region.get();
-    return m_regions.empty() ? nullptr : m_regions.back().get();
+    for (CViewRegion* region : std::initializer_list<CViewRegion*>{m_upperBar, m_leftBar, m_list})
+        if (region && region->Bounds().Contains(at)) return region;
+    return m_strips;
 }
 
 intptr_t CConsoleMixerPage::RouteMouse(uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    if (message == WM_LBUTTONDOWN) ThePageWindow().TakeFocus();
+    if (message == WM_LBUTTONDOWN) {
+        if (m_keyRegion) std::exchange(m_keyRegion, nullptr)->LeaveKeyboard();
+        ThePageWindow().TakeFocus();
+    }
     const bool wheel = message == WM_MOUSEWHEEL || message == WM_MOUSEHWHEEL;
     const POINT at = wheel ? ToClient(UnpackPoint(lparam)) : UnpackPoint(lparam);
     CViewRegion* region = ThePageWindow().HasCapture() ? m_mouseRegion : RegionAt(at);
@@ -292,6 +340,7 @@ intptr_t CConsoleMixerPage::RouteMouse(uint32_t message, uintptr_t wparam, intpt
 }
 
 void CConsoleMixerPage::FocusMoved() {
+    for (const auto& region : m_regions) region->OnFocusMoved();
     ThePageWindow().DestroyCaret();
     if (!m_hasFocus) return;
     if (AccessibleNode* part = m_keyRegion ? m_keyRegion->FocusedPart() : nullptr) {
@@ -315,6 +364,7 @@ void CConsoleMixerPage::FocusMoved() {
 }
 
 uint32_t CConsoleMixerPage::TrackMenu(Menu& menu, POINT at) {
+    *m_keys = m_console->KeysInForce();  // the user may have changed them at the host
     const auto owner = [this](uint32_t message, uintptr_t wparam, intptr_t lparam) -> intptr_t {
         constexpr uint32_t CLOSES = 0xFFFF;
         if (message == WM_MENUSELECT) {
@@ -338,17 +388,22 @@ void CConsoleMixerPage::TellStatus(uint32_t command) {
     if (Site()) Site()->TranslateAccelerator(&message);
 }
 
-uint32_t CConsoleMixerPage::CommandOfKey(uint32_t key) const {
+uint32_t CConsoleMixerPage::CommandOfKey(uint32_t key) {
     if (!m_keys) return 0;
+    *m_keys = m_console->KeysInForce();
     const auto held = [this](uint32_t vk, uint32_t bit) { return ThePageWindow().IsKeyDown(vk) ? bit : 0; };
     return m_keys->CommandOf(key, held(VK_SHIFT, ACCEL_SHIFT) | held(VK_CONTROL, ACCEL_CTRL) |
                                       held(VK_MENU, ACCEL_ALT));
 }
 
+void CConsoleMixerPage::RequestStates() {
+    if (!std::exchange(m_statesWanted, true) && !Poster().Post(PAGEMSG_STATES)) m_statesWanted = false;
+}
+
 bool CConsoleMixerPage::RunHere(uint32_t command) {
     const auto takes = [command](const auto& region) { return region->OnCommand(command); };
     if (!std::ranges::any_of(m_regions, takes)) return false;
-    ViewChanged();
+    for (const auto& region : m_regions) region->OnStatesChanged();
     return true;
 }
 
@@ -360,20 +415,16 @@ bool CConsoleMixerPage::RunCommand(uint32_t command) {
     return Site() && Site()->TranslateAccelerator(&message) == S_OK;
 }
 
-void CConsoleMixerPage::ViewChanged() {
-    for (const auto& region : m_regions) region->OnViewChanged();
-}
-
 void CConsoleMixerPage::MoveKeyboard(bool back) {
     const auto count = static_cast<ptrdiff_t>(m_regions.size());
-    const CViewRegion* from = m_keyRegion ? m_keyRegion : m_regions.back().get();
+    const CViewRegion* from = m_keyRegion ? m_keyRegion : m_strips;
     const auto at = std::ranges::find(m_regions, from, &std::unique_ptr<CViewRegion>::get);
     if (m_keyRegion) m_keyRegion->LeaveKeyboard();
     m_keyRegion = nullptr;
     for (ptrdiff_t step = 1; step < count; step++) {
         const ptrdiff_t next = ((at - m_regions.begin()) + (back ? -step : step) + count) % count;
         CViewRegion& region = *m_regions[static_cast<size_t>(next)];
-        if (&region == m_regions.back().get()) break;  // the strips
+        if (&region == m_strips) break;
         if (!region.TakeKeyboard()) continue;
         m_keyRegion = &region;
         break;
@@ -409,6 +460,10 @@ HRESULT CConsoleMixerPage::TranslateAccelerator(MSG* message) {
         command = CommandOfKey(static_cast<uint32_t>(message->wParam));
     // The host asks: what no region takes does not go back to it.
     return command && RunHere(command) ? S_OK : S_FALSE;
+}
+
+bool CConsoleMixerPage::EditNameInList(const ChannelEntry& channel) {
+    return std::ranges::any_of(m_regions, [&](const auto& region) { return region->EditName(channel); });
 }
 
 void CConsoleMixerPage::DrawNow(const std::function<void(WindowPainter&)>& draw) {
@@ -482,6 +537,15 @@ void CConsoleMixerPage::OnEntriesChanged() {
     for (const auto& region : m_regions) region->OnEntriesChanged();
 }
 
+void CConsoleMixerPage::OnViewChanged() {
+    for (const auto& region : m_regions) region->OnViewChanged();
+    ReSize();
+}
+
+void CConsoleMixerPage::OnGroupsChanged() {
+    for (const auto& region : m_regions) region->OnGroupsChanged();
+}
+
 /// As light or dark as the host's own windows.
 void CConsoleMixerPage::UseTheme() {
     constexpr int MIDDLE = 128;
@@ -501,5 +565,5 @@ void CConsoleMixerPage::OnLookChanged(uint32_t) {
     *m_images = ConsoleImages(ReadHostLook(*m_console));
     *m_keys = m_console->KeysInForce();
     for (const auto& region : m_regions) region->OnImagesChanged();
-    InvalidateAll();
+    ReSize();
 }

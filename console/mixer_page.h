@@ -7,19 +7,23 @@
 #include "console/console_plugin.h"
 #include "console/menu_manager.h"
 #include "console/view_region.h"
+#include "contract/guided_tour.h"
 #include "plugin/base_list_page.h"
 
 #include <span>
 #include <thread>
 
 /// Bits of PAGEMSG_REFRESH's wparam, tested in this order.
-inline constexpr uintptr_t REFRESH_CHANNEL = 1;  ///< lparam: channel or 0; also brings pending changes
-inline constexpr uintptr_t REFRESH_REGION = 8;   ///< lparam: region
-inline constexpr uintptr_t REFRESH_REDRAW = 4;   ///< lparam: region; at once
-inline constexpr uintptr_t REFRESH_ALL = 2;      ///< lparam: -1
-inline constexpr uintptr_t REFRESH_IMAGES = 16;  ///< lparam: reload mask
-inline constexpr uint32_t PAGEMSG_TICK = 32771;  ///< values and meters of a running host
+inline constexpr uintptr_t REFRESH_CHANNEL = 1;    ///< lparam: channel or 0; also brings pending changes
+inline constexpr uintptr_t REFRESH_REGION = 8;     ///< lparam: region
+inline constexpr uintptr_t REFRESH_REDRAW = 4;     ///< lparam: region; at once
+inline constexpr uintptr_t REFRESH_ALL = 2;        ///< lparam: -1
+inline constexpr uintptr_t REFRESH_IMAGES = 16;    ///< lparam: reload mask
+inline constexpr uint32_t PAGEMSG_TICK = 32771;    ///< values and meters of a running host
+inline constexpr uint32_t PAGEMSG_STATES = 32772;  ///< the states of commands are to be shown
 
+class CChannelList;
+class CLeftToolBar;
 class CUpperToolBar;
 
 class CConsoleMixerPage final : public CBaseListPage, public ConsoleView, private RegionSite {
@@ -27,6 +31,9 @@ public:
     explicit CConsoleMixerPage(IUnknown* owner) : CBaseListPage(owner) {}
     ~CConsoleMixerPage() override;
 
+    /// A page, and the sign for a host's guided tour that the console is there.
+    HRESULT QueryInterface(const GUID& iid, void** out) override;
+    HRESULT Init() override;
     HRESULT Activate(HWND parent, const RECT* rect, BOOL modal) override;
     HRESULT GetPageInfo(PROPPAGEINFO* info) override;
     HRESULT SetObjects(uint32_t count, IUnknown** objects) override;
@@ -41,11 +48,13 @@ public:
     void OnEntryGoing(ChannelEntry* channel) override;
     void OnEntriesChanged() override;
     void OnBusyChanged(bool busy) override;
+    void OnViewChanged() override;
+    void OnGroupsChanged() override;
     void OnLookChanged(uint32_t bits) override;
 
     // For what is offered to screen readers. [page-thread]
 
-    MessageWindow& ThePageWindow() const { return *Window(); }
+    MessageWindow& ThePageWindow() const override { return *Window(); }
     POINT ToClient(POINT screen) const override { return ThePageWindow().ToClient(screen); }
     /// In the order in which they are laid out, painted and asked.
     std::span<const std::unique_ptr<CViewRegion>> Regions() const { return m_regions; }
@@ -61,8 +70,11 @@ private:
     CConsoleControlPlugin& Console() override { return *m_console; }
     const ConsoleImages& Images() override { return *m_images; }
     ControlHost& Host() override { return ThePageWindow(); }
+    CMixerView& Strips() override { return *m_strips; }
+    void LayoutChanged() override { ReSize(); }
     bool RunCommand(uint32_t command) override;
-    void ViewChanged() override;
+    void RequestStates() override;
+    bool EditNameInList(const ChannelEntry& channel) override;
     void DrawNow(const std::function<void(WindowPainter&)>& draw) override;
     bool HasKeyboardFocus() const override { return m_hasFocus; }
     void FocusMoved() override;
@@ -85,7 +97,7 @@ private:
     void OnRefresh(uintptr_t wparam, intptr_t lparam);
     void OnTick();
     /// The command of a key, with Shift, Ctrl and Alt as they are; 0 for none.
-    uint32_t CommandOfKey(uint32_t key) const;
+    uint32_t CommandOfKey(uint32_t key);
     /// The keyboard goes on to the next region that has something for it.
     void MoveKeyboard(bool back);
     bool RunHere(uint32_t command);
@@ -93,15 +105,20 @@ private:
     bool IsPageThread() const { return std::this_thread::get_id() == m_uiThread; }
 
     tarn::ComPtr<CConsoleControlPlugin> m_console;
+    tarn::ComPtr<IMixConsoleUIForGuidedTour> m_tour;
     std::unique_ptr<ConsoleImages> m_images;
     std::unique_ptr<CommandKeys> m_keys;
     std::unique_ptr<CConsoleMenuManager> m_menus;
     std::vector<std::unique_ptr<CViewRegion>> m_regions;
-    CUpperToolBar* m_upperBar = nullptr;
+    CUpperToolBar* m_upperBar = nullptr;  ///< these are among the regions
+    CChannelList* m_list = nullptr;
+    CLeftToolBar* m_leftBar = nullptr;
+    CMixerView* m_strips = nullptr;
     CViewRegion* m_keyRegion = nullptr;    ///< that has the keyboard; null for the strips
     CViewRegion* m_mouseRegion = nullptr;  ///< that had the last mouse message
     std::atomic<std::thread::id> m_uiThread{};
     std::atomic<uint32_t> m_tickWanted{0};
+    bool m_statesWanted = false;
     std::atomic<bool> m_pendingPosted{false};
     std::atomic<bool> m_allPosted{false};
     bool m_hasFocus = false;

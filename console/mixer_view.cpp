@@ -83,7 +83,10 @@ void CMixerView::OnControlsGoing(Strip& strip) {
 }
 
 void CMixerView::ReSize(RECT& rect) {
-    if (rect.IsEmpty()) return;
+    if (rect.IsEmpty()) {
+        m_bounds = {};  // the panes have left nothing
+        return;
+    }
     m_bounds = rect;
     rect.left = rect.right;
     SetScroll(m_offset);
@@ -150,9 +153,9 @@ Strip* CMixerView::StripAt(LONG x) const {
 }
 
 Strip* CMixerView::StripOf(uint64_t channel) const {
-    const auto at =
-        std::ranges::find(m_strips, channel, [](Strip* strip) { return strip->Entry().id.channel; });
-    return at == m_strips.end() ? nullptr : *at;
+    for (ChannelEntry* entry : m_plugin.Entries())
+        if (entry->id.channel == channel) return Strip::Of(*entry);
+    return nullptr;
 }
 
 std::span<Strip* const> CMixerView::OnView() const {

@@ -33,12 +33,21 @@ public:
     void OnEntryGoing(const ChannelEntry* channel) override;
     void OnTick(uint32_t what) override;
     void OnImagesChanged() override;
+    void OnViewChanged() override { ViewChanged(true); }
 
     LONG IdealWidth() const override { return m_totalWidth; }
     int PartCount() const override { return static_cast<int>(m_strips.size()); }
     AccessibleNode* Part(int index) const override { return m_strips[static_cast<size_t>(index)]; }
     AccessibleNode* PartAt(POINT at) const override { return StripAt(at.x); }
     AccessibleNode* FocusedPart() const override;
+
+    // For the channel list.
+
+    /// Null for none.
+    const ChannelEntry* FocusedChannel() const { return m_focus; }
+    void FocusChannel(ChannelEntry& channel) { SetFocus(&channel); }
+    /// The menu of a strip, also of one that is hidden.
+    void ShowChannelMenu(Strip& strip, POINT at) { ChannelMenu(strip, at); }
 
     // For strips and their nodes.
 

@@ -182,7 +182,7 @@ bool CUpperToolBar::OnCommand(uint32_t command) {
 }
 
 void CUpperToolBar::OnChannelUpdate(ChannelEntry*, uint32_t dirty) {
-    if (dirty & (DIRTY_ALL | DIRTY_SWITCHES)) m_buttons.ShowStates();
+    if (dirty & (DIRTY_ALL | DIRTY_SWITCHES)) m_site.RequestStates();
 }
 
 CUpperToolBar::Format CUpperToolBar::ReadFormat() const {

@@ -17,8 +17,9 @@ public:
     bool OnKeyDown(uint32_t message, uintptr_t wparam, intptr_t lparam) override;
     bool OnCommand(uint32_t command) override;
     void OnChannelUpdate(ChannelEntry* channel, uint32_t dirty) override;
-    void OnEntriesChanged() override { m_buttons.ShowStates(); }
+    void OnEntriesChanged() override { m_site.RequestStates(); }
     void OnViewChanged() override { m_buttons.ShowStates(); }
+    void OnStatesChanged() override { m_buttons.ShowStates(); }
     void OnTick(uint32_t what) override;
     /// The host is busy: the title stands before the format. It takes another layout.
     void SetBusy(bool busy);

@@ -4,6 +4,8 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstring>
 #include <new>
 
 using namespace tarn;
@@ -21,12 +23,56 @@ constexpr Word WORDS[] = {
     {4, &tConsoleGroup::meterRange}, {5, &tConsoleGroup::vuScale},    {6, &tConsoleGroup::peakFlags},
     {7, &tConsoleGroup::vuFlags},    {8, &tConsoleGroup::scopeStyle},
 };
-constexpr uint32_t NAME = 9, WIDTHS = 10, SIZES = 18, PANES = 24;
+constexpr uint32_t NAME = 9, WIDTHS = 10, SIZES = 18, PANES = 24, CHANNELS = 30;
 // Places in the widths.
 constexpr size_t DEFAULT = 0, NARROW = 1, WIDE = 2, CURRENT = 3, SURROUND = 4;
 
 uint32_t KeyOf(size_t group, uint32_t offset) {
     return KEY_FIRST + KEYS_A_GROUP * static_cast<uint32_t>(group) + offset;
+}
+
+// A group's channels are one text: "number:width:switches" each, parted by blanks. Without it a mix group
+// would be empty when its project is opened again.
+constexpr uint32_t TEXT_SELECTED = 1, TEXT_HIDDEN = 2;
+
+std::u16string WriteChannels(const tConsoleGroup& group) {
+    std::string text;
+    for (const tConsoleGroupChannel& channel : group.Channels()) {
+        const uint32_t switches = (channel.selected ? TEXT_SELECTED : 0) | (channel.hidden ? TEXT_HIDDEN : 0);
+        if (!text.empty()) text += ' ';
+        text += std::to_string(channel.id[0]) + ':' + std::to_string(channel.width) + ':' +
+                std::to_string(switches);
+    }
+    return {text.begin(), text.end()};
+}
+
+/// As many as are written as they should be; the rest is left out.
+std::vector<tConsoleGroupChannel> ReadChannels(const std::u16string& wide, const tConsoleGroup& group) {
+    std::vector<tConsoleGroupChannel> channels;
+    const std::string text(wide.begin(), wide.end());
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    const auto read = [&](auto& value, char after) {
+        const auto [next, error] = std::from_chars(at, end, value);
+        const bool good = error == std::errc() && (next == end ? after == ' ' : *next == after);
+        at = good && next != end ? next + 1 : next;
+        return good;
+    };
+    while (at != end) {
+        tConsoleGroupChannel channel;
+        uint32_t switches = 0;
+        if (!read(channel.id[0], ':') || !read(channel.width, ':') || !read(switches, ' ')) break;
+        channel.width = std::max(channel.width, 0);
+        channel.selected = (switches & TEXT_SELECTED) != 0;
+        channel.hidden = (switches & TEXT_HIDDEN) != 0;
+        channel.meterRange = group.meterRange;
+        channel.vuScale = group.vuScale;
+        channel.peakFlags = group.peakFlags;
+        channel.vuFlags = group.vuFlags;
+        channel.scopeStyle = group.scopeStyle;
+        channels.push_back(channel);
+    }
+    return channels;
 }
 
 void LoadGroup(tConsoleGroup& group, size_t n, const GroupStore& store) {
@@ -58,6 +104,7 @@ void LoadGroup(tConsoleGroup& group, size_t n, const GroupStore& store) {
     group.listHeight = group.groupSizes[1] = get(PANES + 1, (g + 2 * r) * 2);
     group.buttonSizes[0] = get(PANES, 0);
     group.buttonSizes[1] = get(PANES + 1, 0);
+    group.AddChannels(ReadChannels(store.getText(KeyOf(n, CHANNELS)), group));
 }
 
 void SaveGroup(const tConsoleGroup& group, size_t n, const GroupStore& store) {
@@ -71,14 +118,34 @@ void SaveGroup(const tConsoleGroup& group, size_t n, const GroupStore& store) {
     const int32_t panes[] = {group.paneWidth,     group.listHeight,     group.groupSizes[0],
                              group.groupSizes[1], group.buttonSizes[0], group.buttonSizes[1]};
     set(PANES, panes);
+    // The first record is the console itself: what its channels are is the host's to know.
+    if (n > 0) store.setText(KeyOf(n, CHANNELS), WriteChannels(group));
 }
 
 void ClearGroup(size_t n, const GroupStore& store) {
     for (const Word& word : WORDS) store.set(KeyOf(n, word.offset), 0);
     store.setText(KeyOf(n, NAME), {});
+    store.setText(KeyOf(n, CHANNELS), {});
     for (uint32_t offset = WIDTHS; offset < PANES + 6; offset++) store.set(KeyOf(n, offset), 0);
 }
 }  // namespace
+
+tConsoleGroup::tConsoleGroup(const tConsoleGroup& other) : tConsoleGroup() {
+    // The list is the one member that is not a plain value.
+    std::memcpy(static_cast<void*>(this), &other, sizeof other);
+    channels = nullptr;
+    if (Failed(AddChannels(other.Channels()))) throw std::bad_alloc();
+}
+
+HRESULT tConsoleGroup::AddChannels(std::span<const tConsoleGroupChannel> more) {
+    if (more.empty()) return S_OK;
+    constexpr int32_t GROW = 8;
+    constexpr uint32_t LIST_OPTIONS = 0x40000004;
+    HRESULT hr = S_OK;
+    if (!channels)
+        hr = QmList_CreateExZ(&channels, sizeof(tConsoleGroupChannel), -1, GROW, LIST_OPTIONS, 0, 0, 0);
+    return Failed(hr) ? hr : QmList_InsertList(channels, -1, more.data(), static_cast<int32_t>(more.size()));
+}
 
 HRESULT LoadGroups(ViewGroups& groups, const GroupStore& store) {
     const uint32_t count = std::min(store.get(KEY_COUNT, 0), MOST_GROUPS);
@@ -138,27 +205,67 @@ void CaptureView(tConsoleGroup& group, const StripView& view) {
     for (size_t i = 0; i < std::size(SIZE_ORDER); i++) group.sizes[i] = sizes.*SIZE_ORDER[i];
 }
 
-void ApplyView(const tConsoleGroup& group, StripView& view) {
+void ApplyView(const tConsoleGroup& group, StripView& view, uint32_t wanted) {
+    wanted &= group.flags;
     tConsoleMetrics& m = MeasuredConsoleMetrics();
     // A record of which the host kept no regions would show strips without anything in them.
     const bool any =
         std::ranges::any_of(REGION_BITS, [&](const RegionBit& row) { return group.regions & row.bit; });
-    if (any && group.flags & GROUP_STORES_REGIONS) {
+    if (any && wanted & GROUP_STORES_REGIONS) {
         for (const RegionBit& row : REGION_BITS) view.show.*row.flag = (group.regions & row.bit) != 0;
         view.show.bVerticalLayout = 1;
     }
-    if (group.flags & GROUP_STORES_WIDTHS) {
+    if (wanted & GROUP_STORES_WIDTHS) {
         m.cxChannelCurrent = group.widths[CURRENT];
         m.cxSurroundCurrent = group.widths[SURROUND + CURRENT];
     }
-    if (group.flags & GROUP_STORES_SIZES) {
+    if (wanted & GROUP_STORES_SIZES) {
         for (size_t i = 0; i < std::size(SIZE_ORDER); i++) view.sizes.*SIZE_ORDER[i] = group.sizes[i];
         view.sizes = UsableSizes(view.sizes, m);
     }
-    if (group.flags & GROUP_STORES_METERS) {
+    if (wanted & GROUP_STORES_METERS) {
         view.meterRange = group.meterRange;
         view.vuScale = group.vuScale;
         view.peakFlags = group.peakFlags;
         view.scopeStyle = group.scopeStyle;
     }
+}
+
+namespace {
+constexpr uint32_t REGION_LIST = 0x1, REGION_BUTTONS = 0x2, REGION_GROUPS = 0x4;
+}
+
+void CapturePane(tConsoleGroup& group, const PaneView& pane) {
+    group.regions &= ~(REGION_LIST | REGION_BUTTONS | REGION_GROUPS);
+    if (pane.show.list) group.regions |= REGION_LIST;
+    if (pane.show.buttons) group.regions |= REGION_BUTTONS;
+    if (pane.show.groups) group.regions |= REGION_GROUPS;
+    group.paneWidth = pane.sizes.width;
+    group.listHeight = pane.sizes.list;
+    group.groupSizes[0] = group.buttonSizes[0] = pane.sizes.width;
+    group.groupSizes[1] = pane.sizes.groups;
+    group.buttonSizes[1] = pane.sizes.buttons;
+}
+
+void ApplyPane(const tConsoleGroup& group, PaneView& pane, uint32_t wanted) {
+    wanted &= group.flags;
+    const auto show = [&](uint32_t stored, PaneSection section, bool PaneShow::*flag, uint32_t bit) {
+        const bool on = group.regions & bit;
+        if (wanted & stored && pane.show.*flag != on) ShowSection(pane.show, pane.sizes, section, on);
+    };
+    show(GROUP_STORES_LIST, PaneSection::List, &PaneShow::list, REGION_LIST);
+    show(GROUP_STORES_BUTTONS, PaneSection::Buttons, &PaneShow::buttons, REGION_BUTTONS);
+    show(GROUP_STORES_GROUPS, PaneSection::Groups, &PaneShow::groups, REGION_GROUPS);
+    if (!pane.show.Any()) return;
+    if (wanted & GROUP_STORES_LIST_SIZE) {
+        pane.sizes.width = group.paneWidth;
+        if (pane.show.list) pane.sizes.list = std::max(group.listHeight, 0);
+    }
+    // A record that comes from the host has one height for all sections. More than one cannot stand so: the
+    // layout shares out anew what has none.
+    const auto height = [&](int32_t size) { return size == group.listHeight ? 0 : std::max(size, 0); };
+    if (wanted & GROUP_STORES_BUTTONS_SIZE && pane.show.buttons)
+        pane.sizes.buttons = height(group.buttonSizes[1]);
+    if (wanted & GROUP_STORES_GROUPS_SIZE && pane.show.groups)
+        pane.sizes.groups = height(group.groupSizes[1]);
 }

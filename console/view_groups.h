@@ -3,12 +3,14 @@
 // preferences.
 #pragma once
 
+#include "console/pane_layout.h"
 #include "console/strip_show.h"
 #include "contract/host_contract.h"
 #include "kernel/list.h"
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,12 +19,35 @@ inline constexpr size_t GROUP_NAME_SIZE = 256;
 /// tConsoleGroup::flags: what a record stores.
 inline constexpr uint32_t GROUP_CURRENT_STATE = 0x1, GROUP_MIX = 0x1000, GROUP_VIEW = 0x2000;
 /// tConsoleGroup::flags of a record of the whole state of the console.
-inline constexpr uint32_t GROUP_WHOLE_STATE = 0x2FFE, GROUP_STORES_REGIONS = 0x2, GROUP_STORES_SIZES = 0x8,
-                          GROUP_STORES_WIDTHS = 0x10, GROUP_STORES_METERS = 0x20;
+inline constexpr uint32_t GROUP_WHOLE_STATE = 0x2FFE, GROUP_STORES_REGIONS = 0x2, GROUP_STORES_KINDS = 0x4,
+                          GROUP_STORES_SIZES = 0x8, GROUP_STORES_WIDTHS = 0x10, GROUP_STORES_METERS = 0x20,
+                          GROUP_STORES_LIST = 0x40, GROUP_STORES_LIST_SIZE = 0x80,
+                          GROUP_STORES_BUTTONS = 0x100, GROUP_STORES_BUTTONS_SIZE = 0x200,
+                          GROUP_STORES_GROUPS = 0x400, GROUP_STORES_GROUPS_SIZE = 0x800;
 /// tConsoleGroup::regions: switches stand beside the fader. Set in every record that is loaded.
 inline constexpr uint32_t GROUP_REGION_VERTICAL = 0x8000;
 
+/// A channel of a group.
+struct tConsoleGroupChannel {
+    uint64_t id[2] = {}, second[2] = {};  ///< the first number is the channel's; the others are 0
+    int32_t width = 0;                    ///< of its strip, 0 for the current width of its kind
+    uint32_t selected = 0, hidden = 0;
+    uint32_t meterRange = 0, vuScale = 0, peakFlags = 0, vuFlags = 0, scopeStyle = 0;
+};
+static_assert(sizeof(tConsoleGroupChannel) == 64);
+
 struct tConsoleGroup {
+    tConsoleGroup() = default;
+    tConsoleGroup(const tConsoleGroup& other);
+    tConsoleGroup& operator=(const tConsoleGroup&) = delete;
+    ~tConsoleGroup() { QmList_Destroy(channels); }
+
+    std::span<const tConsoleGroupChannel> Channels() const {
+        return QmList_Records<const tConsoleGroupChannel>(channels);
+    }
+    /// E_OUTOFMEMORY leaves it with those that it had.
+    HRESULT AddChannels(std::span<const tConsoleGroupChannel> more);
+
     uint32_t flags = 0;    ///< GROUP_
     uint32_t regions = 0;  ///< regions and panes that are shown
     uint32_t kinds = 0;    ///< kinds of channels that are shown
@@ -40,8 +65,12 @@ static_assert(sizeof(tConsoleGroup) == 640);
 
 /// The regions, their sizes, the strips' widths and the meters as they are now, into a record of all of it.
 void CaptureView(tConsoleGroup& group, const StripView& view);
-/// What the record stores of them. The process's metrics get the widths.
-void ApplyView(const tConsoleGroup& group, StripView& view);
+/// Those of them that both the record stores and `wanted` names, GROUP_STORES_. The process's metrics get the
+/// widths.
+void ApplyView(const tConsoleGroup& group, StripView& view, uint32_t wanted);
+/// The same for the left pane.
+void CapturePane(tConsoleGroup& group, const PaneView& pane);
+void ApplyPane(const tConsoleGroup& group, PaneView& pane, uint32_t wanted);
 
 /// How groups reach the host's preferences.
 struct GroupStore {

@@ -11,7 +11,9 @@
 #include <string>
 
 class CConsoleControlPlugin;
+class CMixerView;
 class ConsoleImages;
+class MessageWindow;
 class QPainter;
 class WindowPainter;
 struct Menu;
@@ -32,12 +34,19 @@ public:
     /// The page's window as controls see it: repaint requests, capture, timers, keys, the tip that follows a
     /// value.
     virtual ControlHost& Host() = 0;
+    /// For windows of their own that regions put into it.
+    virtual MessageWindow& ThePageWindow() const = 0;
+    virtual CMixerView& Strips() = 0;
     virtual POINT ToClient(POINT screen) const = 0;
     virtual void InvalidateAll() = 0;
+    /// A region wants more or less room: all are laid out anew.
+    virtual void LayoutChanged() = 0;
     /// Carries out a command of a menu, a button or a key, wherever it belongs; at last at the host.
     virtual bool RunCommand(uint32_t command) = 0;
-    /// What is shown of the console is another: what shows commands shows their state anew.
-    virtual void ViewChanged() = 0;
+    /// What decides the states of commands has changed; once for many changes OnStatesChanged follows.
+    virtual void RequestStates() = 0;
+    /// Lets the user edit a channel's name in the list, if that has the keyboard; false when it has not.
+    virtual bool EditNameInList(const ChannelEntry& channel) = 0;
     /// Calls `draw` with the window, outside Paint; not while a paint is due.
     virtual void DrawNow(const std::function<void(WindowPainter&)>& draw) = 0;
     virtual bool HasKeyboardFocus() const = 0;
@@ -91,13 +100,20 @@ public:
     virtual void OnChannelUpdate(ChannelEntry*, uint32_t) {}
     /// Entries came, went or changed places.
     virtual void OnEntriesChanged() {}
-    /// Other parts of the console are shown, or in another way.
-    virtual void OnViewChanged() {}
     /// The entry is about to be destroyed; null is all of them.
     virtual void OnEntryGoing(const ChannelEntry*) {}
     /// TICK_: values read back from the host, then the meters.
     virtual void OnTick(uint32_t) {}
     virtual void OnImagesChanged() {}
+    /// The plug-in's view or pane is another.
+    virtual void OnViewChanged() {}
+    virtual void OnGroupsChanged() {}
+    /// A command was carried out: what shows the states of commands reads them anew.
+    virtual void OnStatesChanged() {}
+    /// The keyboard works on another strip.
+    virtual void OnFocusMoved() {}
+    /// Opens an editor for the channel's name if the region has the keyboard.
+    virtual bool EditName(const ChannelEntry&) { return false; }
 
     // What it offers to screen readers, in constant time.
 

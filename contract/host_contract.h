@@ -694,7 +694,9 @@ struct MPCOMMANDREG {
     const char16_t* name;      ///< of the group that the commands are listed in
     const MPCOMMANDKEY* keys;  ///< may be null; in a get the caller's, to be filled with those in force
     uint32_t keyCount;         ///< in a get: room in `keys`
-    uint32_t reply[6];         ///< what a get returns: how many commands and keys are kept, then zeros
+    /// What a get returns: commands and keys registered, keys given, 1 where those are the ones in force,
+    /// zeros.
+    uint32_t reply[6];
     uint32_t reserved68;
 };
 static_assert(sizeof(MPCOMMANDREG) == 72);

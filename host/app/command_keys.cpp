@@ -72,6 +72,20 @@ QKeySequence KeyOf(const MPCOMMANDKEY& key) {
     return QKeyCombination(held, code);
 }
 
+MPCOMMANDKEY PluginKeyOf(const QKeySequence& key) {
+    constexpr uint16_t VIRTUAL_KEY = 0x100;
+    constexpr uint32_t LAST = 255;
+    if (key.count() != 1) return {};
+    const QKeyCombination first = key[0];
+    const Qt::KeyboardModifiers held = first.keyboardModifiers();
+    uint32_t code = 1;
+    while (code <= LAST && QtKeyOf(code) != first.key()) code++;
+    if (code > LAST) return {};
+    const int bits = VIRTUAL_KEY | (held & Qt::ShiftModifier ? SHIFT : 0) |
+                     (held & Qt::ControlModifier ? CTRL : 0) | (held & Qt::AltModifier ? ALT : 0);
+    return {static_cast<uint16_t>(code), static_cast<uint16_t>(bits), 0};
+}
+
 QString KeysText(const Keys& keys) {
     QStringList texts;
     for (const QKeySequence& key : keys) texts += key.toString(QKeySequence::NativeText);

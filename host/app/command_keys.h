@@ -56,6 +56,8 @@ private:
 
 /// A key that a plug-in's command comes with; empty for one that Qt has no name for.
 QKeySequence KeyOf(const MPCOMMANDKEY& key);
+/// The other way, for no command yet; its key is 0 for one that plug-ins have no number for.
+MPCOMMANDKEY PluginKeyOf(const QKeySequence& key);
 /// As a menu writes them: "Ctrl+S, F2".
 QString KeysText(const Keys& keys);
 

@@ -67,21 +67,24 @@ private:
     Qt::MouseButtons m_buttons = Qt::NoButton;
 };
 
-/// Brings a strip that is scrolled away into view, by turning the wheel over the page.
+/// Brings a strip that is scrolled away, or lies under a pane, into view, by turning the wheel over the page.
 void ScrollIntoView(QWidget& page, ChannelId channel) {
     const QRect view(page.mapToGlobal(QPoint(0, 0)), page.size());
+    QAccessibleInterface* root = QAccessible::queryAccessibleInterface(&page);
     for (int turn = 0; turn < 100; turn++) {
         QAccessibleInterface* strip = StripOf(page, channel);
         if (!strip || !strip->isValid()) return;
         const QRect rect = strip->rect();
-        if (rect.left() >= view.left() && rect.right() <= view.right()) return;
+        const auto shows = [&](int x) { return root->childAt(x, rect.center().y()) == strip; };
+        const bool left = shows(rect.left()), right = shows(rect.right());
+        if (left && right) return;
         // A notch is a strip; nobody turns through thousands of them one by one.
         constexpr int NOTCH = 120, MOST_NOTCHES = 200;
-        const bool beyond = rect.right() > view.right();
+        const bool beyond = left || (!right && rect.center().x() > view.center().x());
         const int distance = beyond ? rect.right() - view.right() : view.left() - rect.left();
         const int notches = std::clamp(distance / std::max(1, rect.width()), 1, MOST_NOTCHES);
         const int delta = (beyond ? -NOTCH : NOTCH) * notches;
-        const QPoint at = view.topLeft() + QPoint(view.width() / 2, 4);
+        const QPoint at(view.right() - 4, view.top() + 4);  // over the strips, whatever panes there are
         QWheelEvent event(QPointF(page.mapFromGlobal(at)), QPointF(at), QPoint(), QPoint(0, delta),
                           Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(&page, &event);

@@ -86,9 +86,13 @@ void KeyActions::Apply() {
     qDeleteAll(m_added);
     m_added.clear();
     for (QAction* action : m_actions) action->setShortcuts(m_keys.KeysOf(action->objectName()));
+    std::map<std::string, std::vector<MPCOMMANDKEY>> told;
     for (const RegisteredCommand& command : m_registered)
-        for (const QKeySequence& key : m_keys.KeysOf(QString::fromStdString(command.name)))
+        for (const QKeySequence& key : m_keys.KeysOf(QString::fromStdString(command.name))) {
             AddKey(key, [this, id = command.command] { m_run(id); });
+            if (const MPCOMMANDKEY known = PluginKeyOf(key); known.key) told[command.name].push_back(known);
+        }
+    m_project.SetCommandKeys(told);
     // A plug-in may know the keys that its commands came with: one that was taken away does nothing.
     for (const QKeySequence& key : m_keys.Unused())
         if (IsTyped(key)) AddKey(key, [] {});

@@ -221,7 +221,8 @@ void MainWindow::ShowAudioProperties() {
     dialog.setWindowTitle(Text(IDS_TITLE_PROPERTIES));
     auto* form = new QFormLayout(&dialog);
     for (const auto& row : rows) {
-        auto* value = new QLabel(PlainText(row[1]));
+        QLabel* value = MakePlainLabel(&dialog);
+        value->setText(row[1]);
         value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
         form->addRow(row[0], value);
     }

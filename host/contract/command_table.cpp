@@ -23,10 +23,16 @@ HRESULT CommandTables::Register(const MPCOMMANDREG& registration) {
         (registration.keyCount && !registration.keys))
         return E_INVALIDARG;
     const std::string group = TextOf(registration.name);
-    Table table{.commands = {}, .keys = registration.keyCount};
+    Table table{.commands = {}, .keys = registration.keyCount, .inForce = {}};
     for (const MPCOMMAND& row : std::span(registration.commands, registration.commandCount))
         table.commands.push_back({group, TextOf(row.name), TextOf(row.text), row.command});
     for (const MPCOMMANDKEY& key : std::span(registration.keys, registration.keyCount)) {
+        // A key has one command: the first that claims it.
+        const auto same = [&](const MPCOMMANDKEY& k) {
+            return k.key == key.key && k.modifiers == key.modifiers;
+        };
+        if (std::ranges::any_of(table.inForce, same)) continue;
+        table.inForce.push_back(key);
         const auto at = std::ranges::find(table.commands, key.command, &RegisteredCommand::command);
         if (at != table.commands.end()) at->keys.push_back(key);
     }
@@ -43,6 +49,22 @@ HRESULT CommandTables::Unregister(const MPCOMMANDREG& registration) {
     return S_OK;
 }
 
+void CommandTables::SetKeys(const std::map<std::string, std::vector<MPCOMMANDKEY>>& keys) {
+    const std::lock_guard lock(m_lock);
+    for (auto& row : m_tables) {
+        Table& table = row.second;
+        table.inForce.clear();
+        for (const RegisteredCommand& command : table.commands) {
+            const auto at = keys.find(command.name);
+            if (at == keys.end()) continue;
+            for (MPCOMMANDKEY key : at->second) {
+                key.command = command.command;
+                table.inForce.push_back(key);
+            }
+        }
+    }
+}
+
 HRESULT CommandTables::Answer(MPCOMMANDREG& registration) const {
     const std::lock_guard lock(m_lock);
     const auto at = m_tables.find(TextOf(registration.name));
@@ -50,6 +72,13 @@ HRESULT CommandTables::Answer(MPCOMMANDREG& registration) const {
     if (at == m_tables.end()) return S_FALSE;
     registration.reply[0] = static_cast<uint32_t>(at->second.commands.size());
     registration.reply[1] = at->second.keys;
+    if (!registration.keys) return S_OK;
+    const std::vector<MPCOMMANDKEY>& keys = at->second.inForce;
+    const size_t given = std::min<size_t>(keys.size(), registration.keyCount);
+    // In a get the room is the caller's to be filled.
+    std::copy_n(keys.begin(), given, const_cast<MPCOMMANDKEY*>(registration.keys));
+    registration.reply[2] = static_cast<uint32_t>(given);
+    registration.reply[3] = 1;
     return S_OK;
 }
 

@@ -25,7 +25,9 @@ public:
     /// name and for more than anybody has.
     HRESULT Register(const MPCOMMANDREG& registration);
     HRESULT Unregister(const MPCOMMANDREG& registration);
-    /// Fills the reply for the name in it.
+    /// The keys that commands have now, by the names of the commands.
+    void SetKeys(const std::map<std::string, std::vector<MPCOMMANDKEY>>& keys);
+    /// Fills the reply for the name in it, and the room for keys with those in force.
     HRESULT Answer(MPCOMMANDREG& registration) const;
     /// Groups by their name, the commands of one as they were registered.
     std::vector<RegisteredCommand> All() const;
@@ -35,6 +37,7 @@ private:
     struct Table {
         std::vector<RegisteredCommand> commands;
         uint32_t keys = 0;
+        std::vector<MPCOMMANDKEY> inForce;
     };
     mutable std::mutex m_lock;
     std::map<std::string, Table> m_tables;

@@ -199,6 +199,9 @@ EffectEdits Project::EditsOf(ChannelId id, SubId effect) {
 }
 EffectLibrary* Project::Effects() const { return m_impl->core->effects.get(); }
 std::vector<RegisteredCommand> Project::Commands() const { return m_impl->core->commands.All(); }
+void Project::SetCommandKeys(const std::map<std::string, std::vector<MPCOMMANDKEY>>& keys) {
+    m_impl->core->commands.SetKeys(keys);
+}
 uint64_t Project::CommandChanges() const { return m_impl->core->commands.Changes(); }
 
 RenderResult Project::Render(const std::filesystem::path& path, std::optional<double> seconds,

@@ -107,6 +107,8 @@ public:
     EffectLibrary* Effects() const;  ///< null without effects
     /// What plug-ins have registered.
     std::vector<RegisteredCommand> Commands() const;
+    /// Tells plug-ins which keys their commands have, by the commands' names.
+    void SetCommandKeys(const std::map<std::string, std::vector<MPCOMMANDKEY>>& keys);
     uint64_t CommandChanges() const;  ///< by plug-ins, so far
 
     /// Renders the project as it stands, from 0 to `seconds` (nothing: to its end): 24-bit stereo wave,

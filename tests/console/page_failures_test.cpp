@@ -11,13 +11,18 @@ namespace {
 void Work(FakeHost& host, PageHarness& page) {
     host.Control(MPCTRL_METERS);
     PageHarness::Settle();
-    const QPoint strips(220, 0), thumb = strips + QPoint(40, 120);
+    constexpr int PANE = 172;  // the list of channels
+    const QPoint thumb(PANE + 40, 120);
     for (int y = 0; y < 300; y += 30) page.Click(thumb + QPoint(0, y));
     page.Press(thumb);
     page.Move(thumb + QPoint(0, 20));
     page.Release(thumb + QPoint(0, 20));
-    page.Click(strips + QPoint(12, 70));
-    page.Click(strips + QPoint(60, 40), Qt::ControlModifier);
+    page.Click(QPoint(PANE + 12, 40));
+    page.Click(QPoint(PANE + 60, 8), Qt::ControlModifier);
+    page.Click(QPoint(20, 30));
+    page.RunCommand(50057);
+    page.RunCommand(50067);
+    page.RunCommand(50067);
     page.Key(Qt::Key_Right);
     page.Key(Qt::Key_Down);
     host.Control(MPCTRL_CHANNEL, CHANGE_ATTRIBUTES, LEVEL_CHANNEL, 2, MASK_IDENTITY | MASK_VOLUME);
@@ -40,7 +45,7 @@ TEST(PageFailures, EveryFailingCallLeavesAConsoleThatWorksOnTheNextTry) {
             ConsoleSession session(host);
             host.FailCall(n == 1 ? 0 : n - 1);
             if (session.Open() == S_OK) {
-                PageHarness page(session.Object(), QSize(700, 400));
+                PageHarness page(session.Object(), QSize(580, 400));
                 Work(host, page);
             }
             session.Close();
@@ -50,7 +55,7 @@ TEST(PageFailures, EveryFailingCallLeavesAConsoleThatWorksOnTheNextTry) {
             host.FailCall(0);
             ASSERT_EQ(session.Open(), S_OK);
             {
-                PageHarness page(session.Object(), QSize(700, 400));
+                PageHarness page(session.Object(), QSize(580, 400));
                 ASSERT_TRUE(PageHarness::Until([&] {
                     return page.Channels() == QStringList{"Drums", "Bass", "Master"};
                 }));

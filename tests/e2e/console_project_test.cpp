@@ -150,7 +150,8 @@ TEST_F(ConsoleProject, FourThreadsOfHostChangesWhileThePageIsWorked) {
             }
         });
     for (int i = 0; i < 150; i++) {
-        const QPoint at(30 + i * 37 % 700, 120 + i * 13 % 300);
+        // Among the faders: a menu would wait for a choice.
+        const QPoint at(200 + i * 37 % 700, 230 + i * 13 % 180);
         Press(at);
         Move(at + QPoint(0, i % 50 - 25));
         Release(at + QPoint(0, i % 50 - 25));

@@ -38,6 +38,7 @@ public:
     double LevelDb(const QString& channel);
     bool IsChecked(const QString& channel, const QString& control);
     bool IsSelected(const QString& channel);
+    /// The names of the strips, from the left.
     QStringList Channels();
 
 private:

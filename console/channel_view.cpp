@@ -320,11 +320,10 @@ bool ChannelListView::TypeLetter(const QKeyEvent& event) {
         return true;
     }
     const bool hidden = currentIndex().siblingAtColumn(0).data(Qt::CheckStateRole) == Qt::Unchecked;
-    if (!hidden || !PartOfKey(static_cast<uint32_t>(event.key()))) {
-        QKeyEvent given(event.type(), event.key(), event.modifiers(), text, event.isAutoRepeat());
-        QApplication::sendEvent(parentWidget(), &given);
-        if (given.isAccepted()) return true;
-    }
+    if (hidden && PartOfKey(static_cast<uint32_t>(event.key()))) return true;
+    QKeyEvent given(event.type(), event.key(), event.modifiers(), text, event.isAutoRepeat());
+    QApplication::sendEvent(parentWidget(), &given);
+    if (given.isAccepted()) return true;
     SearchFor(text);
     return true;
 }

@@ -19,7 +19,8 @@ struct NamedPreference {
     uint32_t defaultValue;
     std::atomic<bool> ModuleState::*flag;
 };
-constexpr NamedPreference NAMED[] = {{u"ShowGroups", 0, &ModuleState::showGroups},
+constexpr const char16_t* SHOW_GROUPS = u"ShowGroups";
+constexpr NamedPreference NAMED[] = {{SHOW_GROUPS, 0, &ModuleState::showGroups},
                                      {u"UseHostHideState", 1, &ModuleState::useHostHideState},
                                      {u"UseSendPanFaders", 0, &ModuleState::useSendPanFaders}};
 
@@ -128,6 +129,13 @@ void CConsoleControlPlugin::RestoreState() {
     if (!m_groups.empty())
         ApplyGroup(*this, *m_groups.front(), ThisModule().useHostHideState ? APPLY_LAYOUT : APPLY_ALL);
     if (limited) m_shownView.show.bShowRecord = m_shownView.show.bShowAutomation = 0;
+}
+
+void CConsoleControlPlugin::ReadGroupSwitch(bool force) {
+    CriticalSectionLock lock(MainLock());
+    const bool kept = Preferences().Number(SHOW_GROUPS, 0) != 0;
+    m_groupsForced = force && !kept;
+    ThisModule().showGroups = kept || force;
 }
 
 void CConsoleControlPlugin::StoreGroups() {
@@ -257,7 +265,9 @@ GroupStore CConsoleControlPlugin::Store() {
 }
 
 HRESULT CConsoleControlPlugin::SavePreferences() {
-    for (const NamedPreference& row : NAMED) Preferences().SetNumber(row.name, ThisModule().*row.flag);
+    for (const NamedPreference& row : NAMED)
+        if (row.name != SHOW_GROUPS || !m_groupsForced)
+            Preferences().SetNumber(row.name, ThisModule().*row.flag);
     Preferences().SetNumber(PREF_KEY_FORMAT, PREF_FORMAT);
     Preferences().SetNumber(PREF_KEY_VU_SCALE, m_shownView.vuScale);
     Preferences().SetNumber(PREF_KEY_METER_RANGE, m_shownView.meterRange);

@@ -89,6 +89,9 @@ public:
 
     /// The console's own state, if one was kept, then the user's groups. [page-thread]
     ViewGroups& Groups() { return m_groups; }
+    /// Whether there are groups at all, which the host says; `force` is the user's wish for this run, and is
+    /// not kept.
+    void ReadGroupSwitch(bool force);
     /// Gives the host the groups as they are now, so that they go into its project.
     void StoreGroups();
     /// The page shows what a group has changed of view and pane.
@@ -130,7 +133,8 @@ private:
     StripView m_shownView;
     PaneView m_pane;
     uint32_t m_shown[VIEW_FLAGS] = {};  ///< by key from 203 on, and fader ticks: what the view shows
-    ViewGroups m_groups;                ///< the first is the console's own state; none before one was kept
+    bool m_groupsForced = false;
+    ViewGroups m_groups;  ///< the first is the console's own state; none before one was kept
 
     tarn::ThreadCheck m_pageThread;  ///< of the page that is attached
 

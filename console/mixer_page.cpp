@@ -8,6 +8,7 @@
 #include "kernel/ui/skin_images.h"
 #include "kernel/ui/theme.h"
 #include "kernel/ui/ui_fonts.h"
+#include "platform/ui/keys.h"
 #include "platform/ui/menu.h"
 #include "plugin/module_state.h"
 #include "plugin/small_object.h"
@@ -114,6 +115,7 @@ HRESULT CConsoleMixerPage::SetObjects(uint32_t count, IUnknown** objects) {
 HRESULT CConsoleMixerPage::Activate(HWND parent, const RECT* rect, BOOL) {
     if (!rect) return E_POINTER;
     if (!Site() || !m_console || Window()) return E_UNEXPECTED;
+    m_console->ReadGroupSwitch(IsVirtualKeyDown(VK_CONTROL) && IsVirtualKeyDown(VK_SHIFT));
     const HRESULT hr = Embed(std::make_unique<PageWindow>(*this), parent, rect);
     if (hr == S_OK) ReSize();
     return hr;

@@ -20,6 +20,11 @@ PreferenceKey KeyOf(const MPPREFREC& pref) {
 }  // namespace
 
 HRESULT GetPreference(ProjectCore& core, bool ofUser, MPPREFREC& pref) {
+    // This host has room for groups of channels, whatever a session of another says.
+    if (pref.type == PREF_UINT && pref.keyName && std::u16string_view(pref.keyName) == u"ShowGroups") {
+        pref.number = 1;
+        return S_OK;
+    }
     const std::optional<PreferenceValue> value =
         core.WithPreferences(ofUser, [&](const Preferences& all) -> std::optional<PreferenceValue> {
             const auto at = all.find(KeyOf(pref));

@@ -2,8 +2,10 @@
 // came of it.
 #include "console/console_plugin.h"
 #include "console/gain.h"
+#include "contract/guided_tour.h"
 #include "tests/support/page_harness.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QKeyEvent>
 
@@ -240,13 +242,78 @@ TEST_F(Page, RefusesWhatTheContractRefuses) {
 }
 
 TEST_F(Page, EveryPageThatIsNamedCanBeMadeAndShown) {
-    for (const GUID& id : {CLSID_ConsoleCfgPage, CLSID_ConsolePage, CLSID_ConsoleMixerPage}) {
+    ComPtr<ISpecifyPropertyPages> specify;
+    ASSERT_EQ(console->Object()->QueryInterface(IID_ISpecifyPropertyPages, specify.OutVoid()), S_OK);
+    CAUUID named{};
+    ASSERT_EQ(specify->GetPages(&named), S_OK);
+    std::vector<GUID> ids(named.ids, named.ids + named.count);
+    CoTaskMemFree(named.ids);
+    EXPECT_EQ(ids, (std::vector<GUID>{CLSID_ConsoleCfgPage, CLSID_ConsoleMixerPage}));
+    ids.push_back(CLSID_ConsolePage);
+    for (const GUID& id : ids) {
         SCOPED_TRACE(id.Data1);
         page->Close();
         ASSERT_EQ(page->Open(console->Object(), id), S_OK);
         EXPECT_TRUE(page->Page().isVisible());
         EXPECT_FALSE(page->title.empty());
     }
+}
+
+TEST_F(Page, AGuidedTourFindsOutThatTheConsoleIsThere) {
+    ComPtr<IPropertyPage> other;
+    ASSERT_EQ(QmOPTPlug_CreateOPTPropertyPage(&CLSID_ConsoleMixerPage, other.Out()), S_OK);
+    ComPtr<IMixConsoleUIForGuidedTour> tour;
+    ASSERT_EQ(other->QueryInterface(IID_IMixConsoleUIForGuidedTour, tour.OutVoid()), S_OK);
+    ComPtr<IUnknown> none;
+    EXPECT_EQ(tour->QueryInterface(IID_IPropertyPage, none.OutVoid()), E_NOINTERFACE);
+    other.Reset();
+    EXPECT_EQ(tour->Reserved(), S_OK) << "a host may hold it longer than the page";
+}
+
+/// What a change of one channel costs, however many there are.
+TEST_F(Page, AChangeAsksTheHostAsOftenAmongThousandsOfChannels) {
+    const auto callsOfAChange = [&](size_t channels) {
+        host.Edit([&] {
+            host.channels.clear();
+            for (uint64_t id = 1; id <= channels; id++)
+                host.channels.push_back({id, KIND_AUDIO_TRACK, static_cast<int32_t>(id), u"T"});
+        });
+        host.Notify(MPNOTIFY_PROJECT_RELOAD);
+        auto* list = page->Page().findChild<QAbstractItemView*>(QStringLiteral("ChannelList"));
+        EXPECT_TRUE(
+            PageHarness::Until([&] { return list->model()->rowCount() == static_cast<int>(channels); }));
+        PageHarness::Settle();
+        const int before = host.Calls();
+        Change(3, MASK_NAME | MASK_SWITCHES, [](FakeChannel& c) {
+            c.name = u"Named";
+            c.switches = SWITCH_SELECTED;
+        });
+        const QModelIndex row = list->model()->index(2, 0);
+        EXPECT_TRUE(PageHarness::Until(
+            [&] { return row.data() == "Named" && list->selectionModel()->isSelected(row); }));
+        return host.Calls() - before;
+    };
+    const int few = callsOfAChange(30);
+    EXPECT_GT(few, 0);
+    EXPECT_EQ(callsOfAChange(2000), few);
+}
+
+TEST_F(Page, WithoutGroupsAtTheHostThereAreNone) {
+    const auto* bar = page->Page().findChild<QWidget*>(QStringLiteral("GroupBar"));
+    constexpr uint32_t SHOW_GROUPS = 1250, VIEW_GROUP = 50057;
+    const auto* groups = page->Page().findChild<QAbstractItemView*>(QStringLiteral("GroupList"));
+    page->RunCommand(SHOW_GROUPS);
+    page->RunCommand(VIEW_GROUP);
+    EXPECT_FALSE(bar->isVisible() || groups->isVisible());
+    EXPECT_EQ(groups->model()->rowCount(), 0);
+    page->Close();
+    host.Edit([&] { host.preferences[u"ShowGroups"] = 1; });
+    ASSERT_EQ(page->Open(console->Object()), S_OK);
+    page->RunCommand(SHOW_GROUPS);
+    page->RunCommand(VIEW_GROUP);
+    groups = page->Page().findChild<QAbstractItemView*>(QStringLiteral("GroupList"));
+    EXPECT_TRUE(groups->isVisible());
+    EXPECT_EQ(groups->model()->rowCount(), 1);
 }
 
 TEST_F(Page, ATimeTickReadsTheValuesBackWhileTheTransportStands) {

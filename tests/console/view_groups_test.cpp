@@ -77,3 +77,29 @@ TEST(ViewGroups, ComeBackWithDefaultsAndLimits) {
     EXPECT_EQ(saved.texts[2109], u"") << "of a group that is no more";
     EXPECT_EQ(saved.numbers[2101], 0u);
 }
+
+TEST(ViewGroups, ChannelsThatAreWrittenWronglyAreLeftOut) {
+    const struct {
+        const char16_t* text;
+        std::vector<uint64_t> channels;
+    } rows[] = {{u"1:0:1 18446744073709551615:90:3", {1, 0xFFFFFFFFFFFFFFFF}},
+                {u"1:0:0", {1}},
+                {u"", {}},
+                {u" 1:0:0", {}},
+                {u"1:0", {}},
+                {u"1:0:0  2:0:0", {1}},
+                {u"1:0:0 2:x:0 3:0:0", {1}},
+                {u"1:0:0 -2:0:0", {1}},
+                {u"1:0:0 99999999999999999999:0:0", {1}},
+                {u"1:0:0,2:0:0", {}}};
+    for (const auto& row : rows) {
+        Store store;
+        store.numbers = {{1000, 2}, {2000, 1}, {2101, GROUP_MIX}};
+        store.texts[2130] = row.text;
+        ViewGroups groups;
+        ASSERT_EQ(LoadGroups(groups, store.Functions()), S_OK);
+        std::vector<uint64_t> channels;
+        for (const tConsoleGroupChannel& channel : groups[1]->Channels()) channels.push_back(channel.id[0]);
+        EXPECT_EQ(channels, row.channels) << tarn::Utf8FromUtf16(row.text);
+    }
+}

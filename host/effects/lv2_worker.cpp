@@ -3,6 +3,7 @@
 namespace host {
 namespace {
 constexpr size_t RING_BYTES = size_t{1} << 16;
+constexpr int MOST_LAST_WORKS = 1000;
 
 std::span<const uint8_t> Bytes(const void* data, uint32_t size) {
     return {static_cast<const uint8_t*>(data), data ? size : 0};
@@ -19,6 +20,16 @@ Lv2Worker::~Lv2Worker() {
     m_ends = true;
     m_wake.release();
     m_thread.join();
+    // What is on its way may be blocks that the plug-in alone can free. One that always asks for more is
+    // left.
+    std::vector<uint8_t> request;
+    for (int i = 0; i < MOST_LAST_WORKS; i++)
+        if (m_requests.Read(request))
+            WorkNow(static_cast<uint32_t>(request.size()), request.data());
+        else if (m_answers.Read(m_answer))
+            m_plugin.work_response(m_instance, static_cast<uint32_t>(m_answer.size()), m_answer.data());
+        else
+            break;
 }
 
 LV2_Worker_Status Lv2Worker::Schedule(uint32_t size, const void* data) {

@@ -18,6 +18,7 @@ class Lv2Worker {
 public:
     /// The thread starts here; the interface and the instance stay longer.
     Lv2Worker(const LV2_Worker_Interface& plugin, LV2_Handle instance);
+    /// Does what is still to be done; nobody runs the plug-in meanwhile.
     ~Lv2Worker();
     Lv2Worker(const Lv2Worker&) = delete;
     Lv2Worker& operator=(const Lv2Worker&) = delete;

@@ -13,6 +13,12 @@ set_target_properties(mixconsole mixsurface PROPERTIES INSTALL_RPATH "$ORIGIN/${
 install(TARGETS mixconsole mixsurface LIBRARY DESTINATION ${TARN_MODULES_DIR})
 install(DIRECTORY resources/surfaces DESTINATION ${TARN_MODULES_DIR} FILES_MATCHING PATTERN *.xml)
 
+# Plug-ins for media files, where the manager looks for them beside the kernel library.
+file(RELATIVE_PATH from_file_plugins /${TARN_MODULES_DIR}/fileio /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(fio-wave fio-sndfile PROPERTIES INSTALL_RPATH "$ORIGIN/${from_file_plugins}")
+install(TARGETS fio-wave fio-sndfile LIBRARY DESTINATION ${TARN_MODULES_DIR}/fileio)
+install(FILES fileio/plugins/tarn.Fio2007-Config DESTINATION ${TARN_MODULES_DIR}/fileio)
+
 set(programs mixhost tarn-demo tarn-effect-scan tarn-gallery tarn-image tarn-media tarn-settings)
 file(RELATIVE_PATH from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_programs}")
@@ -24,10 +30,12 @@ target_compile_definitions(mixhost PRIVATE INSTALLED_MODULES="${modules_from_pro
 # Headers that need no window system, without those that families share among their own sources.
 foreach(own platform/store_file kernel/block_heap kernel/list_internal kernel/metrics/metric_key kernel/print/digits
     kernel/print/directive kernel/print/group kernel/print/text_writer kernel/time/time_math audio/cells audio/codec_names
-    audio/sub_format mediafile/meta/big_endian mediafile/meta/id3)
+    audio/sub_format mediafile/meta/big_endian mediafile/meta/id3 fileio/enumerators fileio/filter_builder
+    fileio/hardware_decoders fileio/identify fileio/media_properties fileio/plugin_cache fileio/plugin_config
+    fileio/plugin_library fileio/plugin_list)
   list(APPEND own_headers REGEX "/${own}[.]h$" EXCLUDE)
 endforeach()
-foreach(room platform kernel audio image mediafile contract)
+foreach(room platform kernel audio image mediafile fileio contract)
   install(DIRECTORY ${room} DESTINATION ${TARN_HEADERS_DIR} FILES_MATCHING
     PATTERN *.h
     PATTERN ui EXCLUDE
@@ -35,6 +43,7 @@ foreach(room platform kernel audio image mediafile contract)
     PATTERN rate EXCLUDE
     PATTERN rows EXCLUDE
     PATTERN opencl EXCLUDE
+    PATTERN plugins EXCLUDE
     ${own_headers})
 endforeach()
 install(FILES ${CMAKE_BINARY_DIR}/strings/kernel/lang/kernel_strings.h DESTINATION ${TARN_HEADERS_DIR}/kernel/lang)

@@ -76,7 +76,7 @@ endfunction()
 function(tarn_check_headers_alone)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
     ${CMAKE_SOURCE_DIR}/platform/*.h ${CMAKE_SOURCE_DIR}/kernel/*.h ${CMAKE_SOURCE_DIR}/audio/*.h
-    ${CMAKE_SOURCE_DIR}/image/*.h ${CMAKE_SOURCE_DIR}/mediafile/*.h ${CMAKE_SOURCE_DIR}/controls/*.h
+    ${CMAKE_SOURCE_DIR}/image/*.h ${CMAKE_SOURCE_DIR}/mediafile/*.h ${CMAKE_SOURCE_DIR}/fileio/*.h ${CMAKE_SOURCE_DIR}/controls/*.h
     ${CMAKE_SOURCE_DIR}/contract/*.h ${CMAKE_SOURCE_DIR}/controlmap/*.h ${CMAKE_SOURCE_DIR}/plugin/*.h ${CMAKE_SOURCE_DIR}/console/*.h
     ${CMAKE_SOURCE_DIR}/surface/*.h ${CMAKE_SOURCE_DIR}/host/*.h)
   list(FILTER headers EXCLUDE REGEX "^image/rows/vector_")  # only for units of one level of the processor

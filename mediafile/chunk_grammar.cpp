@@ -3,10 +3,10 @@
 #include "mediafile/byte_order.h"
 #include "mediafile/riff.h"
 #include "mediafile/riff64.h"
+#include "platform/guid_text.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -62,11 +62,7 @@ std::string LabelText(const uint8_t* bytes) {
     std::memcpy(&guid, bytes, sizeof guid);
     for (const KnownLabel& label : LABELS)
         if (label.guid == guid) return label.name;
-    char text[40];
-    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", guid.Data1,
-                  guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1], guid.Data4[2], guid.Data4[3],
-                  guid.Data4[4], guid.Data4[5], guid.Data4[6], guid.Data4[7]);
-    return text;
+    return GuidText(guid);
 }
 
 /// The labels that were made from four characters share the rest.

@@ -103,6 +103,8 @@ HQMFILE QmFile_OpenDescriptor(int descriptor) {
     return Handle(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0), FILE_ACCESS_READ_WRITE);
 }
 
+int QmFile_Descriptor(HQMFILE file) { return file->fd; }
+
 BOOL QmFile_Close(HQMFILE file) {
     if (!file) return 1;
     const bool closed = ::close(file->fd) == 0 || Fail();

@@ -31,6 +31,8 @@ extern "C" {
 [[nodiscard]] QM_API HQMFILE QmFile_Open(const char16_t* path, QmFileAccess access, QmFileCreation creation);
 /// A handle on the file that a descriptor is open on; the descriptor stays the caller's. Null on failure.
 [[nodiscard]] QM_API HQMFILE QmFile_OpenDescriptor(int descriptor);
+/// What the file is open on; stays the handle's.
+QM_API int QmFile_Descriptor(HQMFILE file);
 /// Null is fine. False when the system lost what was written.
 QM_API BOOL QmFile_Close(HQMFILE file);
 

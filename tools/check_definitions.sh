@@ -12,7 +12,7 @@ grep -q . "$known"
 failed=0
 while read -r name header; do
   grep -qxF "$name" "$known" || { echo "$header declares $name, and $library does not have it"; failed=1; }
-done < <(find platform kernel audio image mediafile -name '*.h' -not -path '*/ui/*' | sort |
+done < <(find platform kernel audio image mediafile fileio -name '*.h' -not -path '*/ui/*' | sort |
   xargs perl -0777 -ne 's{//[^\n]*|^#[^\n]*}{}gm;
     while (/\bQM_API\b([^;{}=~]*?)(operator==|~?\b\w+)\s*\(/g) { print "$2 $ARGV\n" unless $1 =~ /\(|operator/; }')
 exit $failed

@@ -53,6 +53,15 @@ const std::string* IniFile::Find(std::string_view section, std::string_view key)
     return it == m_lines.end() ? nullptr : &it->value;
 }
 
+std::vector<std::string> IniFile::Keys(std::string_view section) const {
+    std::vector<std::string> keys;
+    for (const Line& line : m_lines)
+        if (!line.key.empty() && SameName(line.section, section) &&
+            std::ranges::none_of(keys, [&](const std::string& k) { return SameName(k, line.key); }))
+            keys.push_back(line.key);
+    return keys;
+}
+
 void IniFile::Set(std::string_view section, std::string_view key, std::string_view value) {
     Line line{JoinText({key, "=", value}), std::string(section), std::string(key), std::string(value)};
     const auto same = [&](const Line& l) { return SameName(l.section, section); };

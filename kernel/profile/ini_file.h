@@ -19,6 +19,8 @@ public:
 
     /// Null when there is no such value. Spaces around it do not count. Lives until the next Set.
     QM_API const std::string* Find(std::string_view section, std::string_view key) const;
+    /// Of a section, in their order; each once.
+    QM_API std::vector<std::string> Keys(std::string_view section) const;
     QM_API void Set(std::string_view section, std::string_view key, std::string_view value);
     QM_API std::string Text() const;
 

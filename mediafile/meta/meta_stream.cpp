@@ -32,7 +32,7 @@ public:
     explicit MemoryMeta(Span bytes) : m_bytes(bytes.begin(), bytes.end()) {}
 
     HRESULT QueryInterface(const GUID& iid, void** out) override {
-        *out = iid == IID_IUnknown ? this : nullptr;
+        *out = iid == IID_IUnknown || iid == IID_IQmReadMeta ? this : nullptr;
         if (!*out) return E_NOINTERFACE;
         AddRef();
         return S_OK;

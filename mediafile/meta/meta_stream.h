@@ -12,17 +12,11 @@
 #include "kernel/list.h"
 #include "mediafile/media_codes.h"
 #include "mediafile/meta/meta_kinds.h"
+#include "mediafile/meta/read_meta.h"
 #include "platform/file_handle.h"
 
 #include <span>
 #include <vector>
-
-struct IQmReadMeta : IUnknown {
-    /// What there is, up to `size`; S_OK at the end, too.
-    virtual HRESULT Read(void* buffer, uint32_t size, uint32_t* got) = 0;
-    /// From the start.
-    virtual HRESULT Seek(uint64_t position) = 0;
-};
 
 struct QMMETAHEADER {
     uint32_t kind;   ///< one bit of QMFIO_TYPESOFMETADATA

@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr uint32_t CMD_VIEW_GROUP = 50057, CMD_MIX_GROUP = 50058, CMD_LIST = 50067, CMD_GROUPS = 1250, CMD_BUTTONS = 1251;
+constexpr uint32_t CMD_VIEW_GROUP = 50057, CMD_MIX_GROUP = 50058, CMD_LIST = 50067, CMD_GROUPS = 1250,
+                   CMD_BUTTONS = 1251;
 
 class ConsolePane : public ConsoleProject {
 protected:

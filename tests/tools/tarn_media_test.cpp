@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <numbers>
 
 #include <sys/stat.h>
@@ -62,6 +63,52 @@ TEST_F(TarnMedia, ConvertsThereAndBack) {
     EXPECT_EQ(Content("a.wav"), original);
     for (const char* name : {"b.aiff", "c.w64", "d.aifc"})
         EXPECT_EQ(Run("verify " + Path(name)).code, 0) << name;
+}
+
+TEST_F(TarnMedia, OtherKindsGoThroughPlugins) {
+    for (const char* folder : {"XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
+        ::setenv(folder, Path(folder).c_str(), 1);
+    MakeWave("a.wav", 50001);
+    const Bytes original = Content("a.wav");
+    ASSERT_EQ(Run("meta set " + Path("a.wav") + " info.INAM=Dawn cue.1.position=7").code, 0);
+    const Outcome made = Run("convert " + Path("a.wav") + " " + Path("b.flac"));
+    EXPECT_EQ(made.code, 0);
+    EXPECT_NE(made.text.find("'cue ': such files have no place for all of it; kept in"), std::string::npos)
+        << made.text;
+    EXPECT_TRUE(std::filesystem::exists(Path("b.flac.qml")));
+    // Through standard output and input, where a plug-in has no name to go by.
+    ASSERT_EQ(Run("convert " + Path("b.flac") + " - --container caf | " + TARN_MEDIA + " convert - " +
+                  Path("c.wav") + " --no-metadata")
+                  .code,
+              0);
+    EXPECT_EQ(Content("c.wav"), original);
+    EXPECT_NE(Run("info " + Path("b.flac")).text.find("50001 frames, 0:00:01.041"), std::string::npos);
+    ASSERT_EQ(Run("convert " + Path("b.flac") + " " + Path("d.wav")).code, 0);
+    EXPECT_NE(Run("meta show " + Path("d.wav")).text.find("Dawn"), std::string::npos);
+
+    const std::string a = "convert " + Path("a.wav") + " ";
+    ASSERT_EQ(Run(a + Path("t.wav") + " --no-metadata --template '44,100 Hz, 24 Bit, Stereo'").code, 0);
+    EXPECT_NE(Run("info " + Path("t.wav")).text.find("44,100 Hz, 24 Bit, Stereo"), std::string::npos);
+    struct Row {
+        std::string command, words;
+        int code;
+    };
+    for (const Row& row :
+         {Row{a + Path("x.flac") + " --template 'MP3, 192 kbps'", "the template is for mp3 files", 3},
+          {a + Path("x.flac") + " --template none", "there is no template 'none' for 'flac' files", 3},
+          {a + Path("x.wav") + " --template '44,100 Hz, 24 Bit, Stereo' --rate 8000", "another --rate", 3},
+          {a + Path("x.wav") + " --template '44,100 Hz, 24 Bit, Stereo' --type pcm16", "another --type", 3},
+          {a + Path("x.wav") + " --template '48,000 Hz, 24 Bit, 5.1'", "2 channels become 6", 2},
+          {a + Path("x.zip"), "nothing writes 'zip' files", 3},
+          {"convert " + Path("b.flac.qml") + " " + Path("x.wav"), "at ", 2}}) {
+        const Outcome refused = Run(row.command);
+        EXPECT_EQ(refused.code, row.code) << row.command;
+        EXPECT_NE(refused.text.find(row.words), std::string::npos) << refused.text;
+        EXPECT_FALSE(std::filesystem::exists(Path("x.wav")) || std::filesystem::exists(Path("x.flac")));
+    }
+    const Outcome list = Run("plugins --templates");
+    EXPECT_NE(list.text.find("\"FLAC, level 5\"  flac"), std::string::npos) << list.text;
+    EXPECT_NE(list.text.find("known from before"), std::string::npos);
 }
 
 TEST_F(TarnMedia, GainAndChannels) {

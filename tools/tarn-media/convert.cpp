@@ -1,13 +1,13 @@
 #include "mediafile/meta/meta_carry.h"
 #include "mediafile/meta/meta_retime.h"
 #include "mediafile/sample_file.h"
+#include "tools/tarn-media/convert_file.h"
 #include "tools/tarn-media/loudness.h"
 #include "tools/tarn-media/media_tool.h"
 #include "tools/tarn-media/sample_chain.h"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <stdexcept>
 #include <vector>
 
@@ -15,46 +15,9 @@ using namespace tarn;
 
 namespace {
 
-MediaContainer ContainerByName(const std::string& name) {
-    if (name == "wav" || name == "wave") return MediaContainer::Wave;
-    if (name == "w64") return MediaContainer::Wave64;
-    if (name == "rf64") return MediaContainer::Rf64;
-    if (name == "bw64") return MediaContainer::Bw64;
-    if (name == "aif" || name == "aiff") return MediaContainer::Aiff;
-    if (name == "aifc" || name == "sowt") return MediaContainer::Aifc;
-    return MediaContainer::Unknown;
-}
-
-MediaContainer ContainerOf(const ConvertOptions& options) {
-    if (!options.container.empty()) return ContainerByName(options.container);
-    std::string extension = std::filesystem::path(options.output).extension().string();
-    std::ranges::transform(extension, extension.begin(),
-                           [](char c) { return static_cast<char>(std::tolower(c)); });
-    return extension.empty() ? MediaContainer::Unknown : ContainerByName(extension.substr(1));
-}
-
 /// A stream has no place beside it.
 bool KeepsLost(const ConvertOptions& options) {
     return !options.dropsLost && options.output != STANDARD_STREAM;
-}
-
-/// Why the samples of the file cannot be converted; empty when they can.
-std::string Refusal(const MediaContents& c) {
-    if (!c.hasFormat || !c.hasData)
-        for (const MediaProblem& p : c.problems)
-            if (p.fault == MediaFault::Error) return "at " + std::to_string(p.offset) + ": " + p.text;
-    const _qmwaveformat& f = c.format.format;
-    const std::string at = "at " + std::to_string(c.formatOffset) + ": ";
-    if (c.coding.codec == SampleCodec::None || f.channels == 0) {
-        for (const MediaProblem& p : c.problems)
-            if (p.offset >= c.formatOffset && p.text.find("codec") != p.text.npos) return at + p.text;
-        return at + "samples of this format are not converted";
-    }
-    if (f.sampleRate == 0) return at + "the format has a rate of 0";
-    if (!c.coding.IsAdpcm() && f.blockAlign != c.coding.blockBytes)
-        return at + "frames of " + std::to_string(f.blockAlign) +
-               " bytes do not fit the samples; try 'repair'";
-    return {};
 }
 
 /// Throws std::invalid_argument for what the file's channels cannot become.
@@ -118,10 +81,10 @@ bool Dithers(const ConvertOptions& options, const ChainPlan& plan, QMSAMPLETYPE 
 }
 
 /// The gain that brings the whole to the level asked for.
-double NormalizingGain(const ByteSource& source, const MediaContents& contents, const ChainPlan& plan,
-                       const ConvertOptions& options, uint32_t mask) {
+double NormalizingGain(const Input& in, const ChainPlan& plan, const ConvertOptions& options, uint32_t mask) {
     if (options.normalize.kind == Normalize::Nothing) return 1;
-    SampleChain chain(source, contents, plan);
+    const auto samples64 = in.Samples();
+    SampleChain chain(*samples64, plan);
     Progress progress("measuring", plan.frames);
     const bool isPeak = options.normalize.kind == Normalize::Peak;
     double peak = 0;
@@ -143,22 +106,21 @@ double NormalizingGain(const ByteSource& source, const MediaContents& contents, 
     return std::pow(10.0, (options.normalize.level - *loudness) / 20);
 }
 
-void WriteSamples(SampleChain& chain, const ChainPlan& plan, SampleFile& out) {
+void WriteSamples(SampleChain& chain, const ChainPlan& plan, Output& out) {
     Progress progress("converting", plan.frames);
     for (;;) {
         const std::vector<uint8_t>& samples = chain.NextStored();
         if (samples.empty()) return;
-        if (const HRESULT hr = out.Write(samples.data(), static_cast<uint32_t>(samples.size())); Failed(hr))
-            throw std::runtime_error("writing " + ReasonOf(hr));
+        out.Write(samples);
         progress.Show(chain.FramesRead());
     }
 }
 
 /// What goes along, and what does not, which is said before anything is written.
-MetaCarried Carried(const ByteSource& source, const MediaContents& contents, MediaContainer container,
-                    const ConvertOptions& options) {
+MetaCarried Carried(const Input& in, const Target& target, const ConvertOptions& options) {
     if (options.dropsMetadata) return {};
-    MetaCarried carried = CarryMetadata(ReadMetaDocument(source, contents), container);
+    const MediaContainer shape = target.IsOwn() ? target.container : MediaContainer::Wave;
+    MetaCarried carried = CarryMetadata(in.Metadata(), shape);
     for (const MetaLoss& loss : carried.losses)
         if (!options.quiet)
             Complain(options.output,
@@ -167,96 +129,91 @@ MetaCarried Carried(const ByteSource& source, const MediaContents& contents, Med
     return carried;
 }
 
-void WriteMetadata(HQMFILE file, const MetaDocument& document) {
-    if (document.blocks.empty()) return;
-    const FileSource source(file);
-    const MetaEditPlan plan = PlanMetaEdit(source, InspectMedia(source), document);
-    if (plan.IsRefused())
-        throw std::runtime_error("metadata: " + plan.refusal + "; --no-metadata leaves it out");
-    if (const HRESULT hr = ApplyMetaEdit(file, plan); Failed(hr)) throw std::runtime_error(ReasonOf(hr));
+/// What the template leaves open is told by the options or the source. Throws Refused.
+ConvertOptions WithTemplate(const ConvertOptions& options, const Target& target) {
+    ConvertOptions with = options;
+    if (!target.settings) return with;
+    const _qmwaveformat& format = target.settings->audio.format;
+    const bool isNamed = !options.settings.empty();
+    const auto differs = [&](const char* option) {
+        return Refused{options.output, std::string("the template tells another ") + option, EXIT_USAGE};
+    };
+    if (isNamed && !options.type.empty() && TypeByName(options.type) != format.sampleType)
+        throw differs("--type");
+    if (isNamed && options.rate && format.sampleRate && options.rate != format.sampleRate)
+        throw differs("--rate");
+    const bool isMixed = options.channels || !options.map.empty() || !options.matrix.empty();
+    if (!with.rate) with.rate = format.sampleRate;
+    if (!isMixed && isNamed) with.channels = format.channels;
+    return with;
 }
 
-/// What ends a conversion before anything is written.
-struct Refused {
-    std::string file, reason;
-    int code = EXIT_UNREADABLE;
-};
-
-struct Input {
-    explicit Input(const std::string& path)
-        : file(OpenFile(path, FILE_ACCESS_READ, FILE_OPEN_EXISTING)), source(file.get()) {
-        if (!file) throw Refused{path, ReasonOf(MEDIA_E_OPEN)};
-        stamp = StampOf(file.get());
-        contents = InspectMedia(source);
-        if (contents.container == MediaContainer::Unknown || !contents.hasFormat || !contents.hasData) {
-            const MediaProblem& reason = contents.problems.front();
-            throw Refused{path, "at " + std::to_string(reason.offset) + ": " + reason.text};
-        }
-        if (const std::string reason = Refusal(contents); !reason.empty()) throw Refused{path, reason};
-    }
-
-    OwnedFile file;
-    FileStamp stamp;
-    FileSource source;
-    MediaContents contents;
-};
-
-struct Target {
-    MediaContainer container;
+struct Work {
+    Target target;
     ChainPlan plan;
     _qmwaveformat format;
 };
 
-Target TargetOf(const MediaContents& contents, const ConvertOptions& options) {
-    const auto usage = [&](const std::string& reason) { return Refused{options.output, reason, EXIT_USAGE}; };
-    const _qmwaveformat& from = contents.format.format;
-    Target target{ContainerOf(options), {}, {}};
-    if (target.container == MediaContainer::Unknown)
-        throw usage("which container? --container wav, rf64, bw64, w64, aiff or aifc");
-    const std::string name = NameOf(target.container);
-    ChainPlan& plan = target.plan;
+Work PlanOf(const Input& in, const ConvertOptions& asked) {
+    const auto usage = [&](const std::string& reason) { return Refused{asked.output, reason, EXIT_USAGE}; };
+    const _qmwaveformat& from = in.Format();
+    Work work{TargetOf(asked, from), {}, {}};
+    const Target& target = work.target;
+    const ConvertOptions options = WithTemplate(asked, target);
+    ChainPlan& plan = work.plan;
     plan.fromRate = from.sampleRate;
     plan.toRate = options.rate ? options.rate : from.sampleRate;
     plan.gain = std::pow(10.0, options.gain / 20);
+    const QMSAMPLETYPE wanted = options.type.empty() ? in.Type() : TypeByName(options.type);
     plan.type =
-        StoredType(target.container, options.type.empty() ? contents.coding.type : TypeByName(options.type));
-    if (plan.type == QMSAMPLE_UNKNOWN) throw usage(name + " holds integers only; choose one with --type");
+        target.IsOwn() ? StoredType(target.container, wanted) : target.settings->audio.format.sampleType;
+    if (plan.type == QMSAMPLE_UNKNOWN)
+        throw usage(target.name + " holds integers only; choose one with --type");
     try {
         plan.matrix = MatrixOf(from, options);
-        SetPart(options, contents.frames, plan);
+        SetPart(options, in.Frames(), plan);
     } catch (const std::invalid_argument& e) {
         throw Refused{options.input, e.what()};
     }
-    plan.dithers = Dithers(options, plan, contents.coding.type);
+    plan.dithers = Dithers(options, plan, in.Type());
     const uint32_t channels = plan.matrix.to, mask = plan.matrix.IsSame() ? from.channelMask : 0;
-    target.format.Init(plan.toRate, plan.type, channels, mask, sizeof target.format);
+    if (target.settings && target.settings->audio.format.channels &&
+        channels != target.settings->audio.format.channels)
+        throw usage("the template is for " + std::to_string(target.settings->audio.format.channels) +
+                    " channels");
+    work.format.Init(plan.toRate, plan.type, channels, mask, sizeof work.format);
     if (uint64_t{QmAudio_BytesFromSampleType(plan.type)} * channels > UINT16_MAX)
         throw usage("frames of " + std::to_string(channels) + " channels are too long");
     const double length = std::ceil(static_cast<double>(plan.frames) * plan.toRate / plan.fromRate);
-    if (length * target.format.blockAlign > static_cast<double>(LargestData(target.container)))
-        throw usage(name + " holds at most 4 GB; RF64 (--container rf64) and Wave64 (.w64) have no limit");
-    return target;
+    if (target.IsOwn() &&
+        length * work.format.blockAlign > static_cast<double>(LargestData(target.container)))
+        throw usage(target.name +
+                    " holds at most 4 GB; RF64 (--container rf64) and Wave64 (.w64) have no limit");
+    return work;
 }
 
-void Write(const Input& in, Target& target, const ConvertOptions& options) {
-    const auto check = [](HRESULT hr) {
-        if (Failed(hr)) throw std::runtime_error(ReasonOf(hr));
-    };
-    ChainPlan& plan = target.plan;
-    MetaCarried carried = Carried(in.source, in.contents, target.container, options);
+void Write(const Input& in, Work& work, const ConvertOptions& options) {
+    ChainPlan& plan = work.plan;
+    MetaCarried carried = Carried(in, work.target, options);
     NewFile out(options.output, options.force);
-    plan.gain *= NormalizingGain(in.source, in.contents, plan, options, target.format.channelMask);
-    const bool isPart = plan.frames < in.contents.frames;
+    plan.gain *= NormalizingGain(in, plan, options, work.format.channelMask);
+    const bool isPart = plan.frames < in.Frames();
     RetimeMetadata(carried.document,
                    {plan.fromRate, plan.toRate, plan.start, isPart ? plan.frames : UINT64_MAX,
                     plan.gain != 1 || !plan.matrix.IsSame()});
-    SampleFile writer(out.File(), target.container, target.format);
-    check(writer.Begin());
-    SampleChain chain(in.source, in.contents, plan);
-    WriteSamples(chain, plan, writer);
-    check(writer.End());
-    WriteMetadata(out.File(), carried.document);
-    if (StampOf(in.file.get()) != in.stamp)
+    const auto writer = BeginOutput(out.File(), options.output, work.target, work.format, carried.document);
+    for (MetaBlock& block : writer->Lost()) {
+        if (!options.quiet)
+            Complain(options.output,
+                     "'" + block.id + "': such files have no place for all of it" +
+                         (KeepsLost(options) ? "; kept in " + options.output + ".qml" : "; dropped"));
+        carried.lost.push_back(std::move(block));
+    }
+    const auto samples = in.Samples();
+    SampleChain chain(*samples, plan);
+    WriteSamples(chain, plan, *writer);
+    writer->End();
+    if (in.HasChanged())
         throw Refused{options.input, "another program has written it meanwhile; nothing was written"};
     // The side file first: what is lost from the target must lie somewhere when that takes its name.
     if (!carried.lost.empty() && KeepsLost(options))
@@ -265,8 +222,8 @@ void Write(const Input& in, Target& target, const ConvertOptions& options) {
             throw std::runtime_error("its side file: " + ReasonOf(hr));
     out.Commit();
     if (options.quiet) return;
-    if (chain.DamagedBlocks())
-        Complain(options.input, std::to_string(chain.DamagedBlocks()) +
+    if (samples->DamagedBlocks())
+        Complain(options.input, std::to_string(samples->DamagedBlocks()) +
                                     " blocks of the codec have headers that cannot be, and sound wrong");
     if (chain.Clipped())
         Complain(options.output, std::to_string(chain.Clipped()) +
@@ -277,13 +234,13 @@ void Write(const Input& in, Target& target, const ConvertOptions& options) {
 
 int Convert(const ConvertOptions& options) try {
     const Input in(options.input);
-    Target target = TargetOf(in.contents, options);
+    Work work = PlanOf(in, options);
     if (!options.quiet)
-        for (const MediaProblem& p : in.contents.problems)
+        for (const MediaProblem& p : in.Problems())
             if (p.fault == MediaFault::Error)
                 Complain(options.input,
                          "at " + std::to_string(p.offset) + ": " + p.text + " (goes on with what is there)");
-    Write(in, target, options);
+    Write(in, work, options);
     return EXIT_FINE;
 } catch (const Refused& refused) {
     return Complain(refused.file, refused.reason, refused.code);

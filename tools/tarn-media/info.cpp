@@ -3,6 +3,7 @@
 #include "audio/format_text.h"
 #include "mediafile/sample_reader.h"
 #include "platform/text.h"
+#include "tools/tarn-media/file_plugins.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -85,9 +86,10 @@ std::string ContentsText(const std::string& file, const MediaContents& c) {
     return text + ProblemsText(c);
 }
 
-/// Inspects and calls `describe`, which fills in what there is to say.
-template <class Describe>
-int Inspect(const InfoOptions& options, Describe describe) {
+/// Inspects and calls `describe`, which fills in what there is to say; of a file that this library does not
+/// read itself `otherwise`, which says whether it could.
+template <class Otherwise, class Describe>
+int Inspect(const InfoOptions& options, Otherwise otherwise, Describe describe) {
     return RunBatch(options.batch, [&](const std::string& name) {
         FileResult result;
         const OwnedFile file = OpenFile(name, FILE_ACCESS_READ, FILE_OPEN_EXISTING);
@@ -95,6 +97,10 @@ int Inspect(const InfoOptions& options, Describe describe) {
         const MediaContents contents = InspectMedia(file.get());
         const bool isKnown = contents.container != MediaContainer::Unknown;
         result.code = !isKnown ? EXIT_UNREADABLE : contents.HasErrors() ? EXIT_FAULTY : EXIT_FINE;
+        if (!isKnown && otherwise(name, file, result)) {
+            if (options.json) result.text = JsonText(result.json, false) + "\n";
+            return result;
+        }
         if (!isKnown && !options.json) {
             const MediaProblem& reason = contents.problems.front();
             result.error = "at " + std::to_string(reason.offset) + ": " + reason.text;
@@ -110,15 +116,17 @@ int Inspect(const InfoOptions& options, Describe describe) {
 }  // namespace
 
 int Info(const InfoOptions& options) {
-    return Inspect(options, [&](const std::string& file, const MediaContents& c, FileResult& result) {
-        result.json = ContentsJson(file, c);
-        result.text = ContentsText(file, c);
-        if (result.code == EXIT_FAULTY) result.code = EXIT_FINE;
-    });
+    return Inspect(options, DescribeByPlugin,
+                   [&](const std::string& file, const MediaContents& c, FileResult& result) {
+                       result.json = ContentsJson(file, c);
+                       result.text = ContentsText(file, c);
+                       if (result.code == EXIT_FAULTY) result.code = EXIT_FINE;
+                   });
 }
 
 int Verify(const InfoOptions& options) {
-    return Inspect(options, [&](const std::string& file, const MediaContents& c, FileResult& result) {
+    const auto none = [](const std::string&, const OwnedFile&, FileResult&) { return false; };
+    return Inspect(options, none, [&](const std::string& file, const MediaContents& c, FileResult& result) {
         result.json = ProblemsJson(c);
         result.text = c.problems.empty() ? file + ": no problem found\n" : ProblemsText(c);
     });

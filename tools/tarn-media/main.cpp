@@ -1,5 +1,5 @@
-// Wave, Wave64 and AIFF files from the command line: tarn-media info take.wav
-#include "tools/tarn-media/info.h"
+// Media files from the command line: tarn-media info take.wav
+#include "tools/tarn-media/file_plugins.h"
 #include "tools/tarn-media/meta.h"
 
 #include <CLI/CLI.hpp>
@@ -214,10 +214,11 @@ int main(int argc, char** argv) {
                       "no side file for metadata that the output cannot hold");
     command->add_option("--type", convert.type, "of the samples: " + TypeNames() + "; else as they are")
         ->check(TypeComplaint);
-    command
-        ->add_option("--container", convert.container,
-                     "wav, rf64, bw64, w64, aiff or aifc; else by the output's name")
-        ->check(CLI::IsMember({"wav", "rf64", "bw64", "w64", "aiff", "aifc"}));
+    command->add_option(
+        "--container", convert.container,
+        "wav, rf64, bw64, w64, aiff, aifc, or an ending that 'plugins' lists; else by the output's name");
+    command->add_option("--template", convert.settings,
+                        "how it is written, such as 'MP3, 192 kbps'; 'plugins --templates' lists them");
     command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));
     command->add_option("--rate", convert.rate, "frames a second; else as they are")
         ->check(CLI::Range(1u, 10000000u));
@@ -257,6 +258,14 @@ int main(int argc, char** argv) {
         else
             code = ConvertAll(convert, converted, folder);
     });
+
+    PluginsOptions plugins;
+    command = app.add_subcommand("plugins", "what reads and writes other kinds of files, and where it runs");
+    command->add_flag("--templates", plugins.templates, "how each writes: names for convert --template");
+    command->add_flag("--json", plugins.json, "for programs");
+    command->add_flag("--log", plugins.log, "what the manager does, on standard error");
+    command->add_flag("--fresh", plugins.fresh, "ask each again, whatever is known from before");
+    command->callback([&] { code = ListPlugins(plugins); });
 
     RepairOptions repair;
     command = app.add_subcommand(

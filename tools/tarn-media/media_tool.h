@@ -94,6 +94,7 @@ struct Normalize {
 
 struct ConvertOptions {
     std::string input, output, type, container;
+    std::string settings;  ///< a template's name
     double gain = 0;
     uint32_t channels = 0, rate = 0;          ///< 0 for none asked
     std::vector<uint32_t> map;                ///< channels that are taken, from 1; 0 is silence

@@ -20,38 +20,36 @@ double FullScaleOf(QMSAMPLETYPE type) {
     return isFloat ? 0 : QmAudio_GetNormalizeFactor(QmAudio_BitsFromSampleType(type));
 }
 
-SampleChain::SampleChain(const ByteSource& source, const MediaContents& contents, const ChainPlan& plan)
-    : m_reader(source, contents), m_plan(plan) {
+SampleChain::SampleChain(SampleSource& source, const ChainPlan& plan) : m_source(source), m_plan(plan) {
     if (plan.fromRate != plan.toRate)
         m_resampler.emplace(plan.fromRate, plan.toRate, plan.matrix.to, Resampler::Samples::Doubles,
                             Resampler::Quality::Highest);
     if (plan.dithers) m_dither.emplace(1 / FullScaleOf(plan.type));
-    if (!m_reader.Skip(plan.start))
-        throw std::runtime_error("at " + std::to_string(m_reader.Place()) + ": " + ReasonOf(MEDIA_E_READ));
+    if (!source.Skip(plan.start)) throw std::runtime_error(source.Place() + ReasonOf(MEDIA_E_READ));
 }
 
 uint64_t SampleChain::ReadPiece() {
     const uint64_t widest = sizeof(double) * std::max(m_plan.matrix.from, m_plan.matrix.to);
     const uint64_t most = std::max<uint64_t>(PIECE_BYTES / widest, 1);
     const uint64_t frames = std::min(most, m_plan.frames - m_read);
-    m_piece.resize(frames * m_reader.FrameBytes());
-    if (m_reader.Read(m_piece.data(), frames) < frames)
-        throw std::runtime_error("at " + std::to_string(m_reader.Place()) + ": " + ReasonOf(MEDIA_E_READ));
+    m_piece.resize(frames * m_source.FrameBytes());
+    if (m_source.Read(m_piece.data(), frames) < frames)
+        throw std::runtime_error(m_source.Place() + ReasonOf(MEDIA_E_READ));
     m_read += frames;
     return frames;
 }
 
 const std::vector<double>& SampleChain::NextDoubles() {
-    const QMAUDIOCOPYFN toDoubles = QmAudio_GetCopyFunction2(QMSAMPLE_FLOAT64, m_reader.Type());
+    const QMAUDIOCOPYFN toDoubles = QmAudio_GetCopyFunction2(QMSAMPLE_FLOAT64, m_source.Type());
     for (;;) {
         const uint64_t frames = ReadPiece();
-        m_source.resize(frames * m_plan.matrix.from);
-        toDoubles(m_source.data(), m_piece.data(), static_cast<long>(m_source.size()), 1.0f);
+        m_read64.resize(frames * m_plan.matrix.from);
+        toDoubles(m_read64.data(), m_piece.data(), static_cast<long>(m_read64.size()), 1.0f);
         m_mixed.resize(frames * m_plan.matrix.to);
         if (m_plan.matrix.IsSame())
-            m_mixed.swap(m_source);
+            m_mixed.swap(m_read64);
         else
-            m_plan.matrix.Apply(m_source.data(), m_mixed.data(), frames);
+            m_plan.matrix.Apply(m_read64.data(), m_mixed.data(), frames);
         if (!m_resampler) return m_mixed;
         if (m_isEnd) return m_resampled.clear(), m_resampled;
         m_isEnd = frames == 0;
@@ -81,10 +79,10 @@ void SampleChain::Resample(bool isEnd) {
 
 const std::vector<uint8_t>& SampleChain::NextStored() {
     const uint32_t width = QmAudio_BytesFromSampleType(m_plan.type);
-    const QMAUDIOCOPYFN direct = QmAudio_GetCopyFunction2(m_plan.type, m_reader.Type());
+    const QMAUDIOCOPYFN direct = QmAudio_GetCopyFunction2(m_plan.type, m_source.Type());
     if (m_plan.IsPlain() && direct) {
         const uint64_t count = ReadPiece() * m_plan.matrix.from;
-        m_stored.resize(count * std::max(width, QmAudio_BytesFromSampleType(m_reader.Type())));
+        m_stored.resize(count * std::max(width, QmAudio_BytesFromSampleType(m_source.Type())));
         direct(m_stored.data(), m_piece.data(), static_cast<long>(count), 1.0f);
         m_stored.resize(count * width);
         return m_stored;

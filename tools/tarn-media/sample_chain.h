@@ -5,7 +5,7 @@
 #include "audio/dither.h"
 #include "audio/mix_matrix.h"
 #include "audio/rate/resampler.h"
-#include "mediafile/sample_reader.h"
+#include "tools/tarn-media/sample_source.h"
 
 #include <optional>
 #include <vector>
@@ -27,9 +27,9 @@ struct ChainPlan {
 
 class SampleChain {
 public:
-    /// All outlive this. Throws std::runtime_error for a rate that cannot be, as do the others where the file
-    /// cannot be read on.
-    SampleChain(const tarn::ByteSource& source, const tarn::MediaContents& contents, const ChainPlan& plan);
+    /// The source stands at its first frame. Both outlive this. Throws std::runtime_error for a rate that
+    /// cannot be, as do the others where the file cannot be read on.
+    SampleChain(SampleSource& source, const ChainPlan& plan);
 
     /// As doubles, before the gain; empty at the end.
     const std::vector<double>& NextDoubles();
@@ -37,7 +37,6 @@ public:
     const std::vector<uint8_t>& NextStored();
 
     uint64_t FramesRead() const { return m_read; }
-    uint64_t DamagedBlocks() const { return m_reader.DamagedBlocks(); }
     /// Samples that were beyond full scale, where the type has one.
     uint64_t Clipped() const { return m_clipped; }
 
@@ -45,12 +44,12 @@ private:
     uint64_t ReadPiece();
     void Resample(bool isEnd);
 
-    tarn::SampleReader m_reader;
+    SampleSource& m_source;
     const ChainPlan& m_plan;
     std::optional<tarn::Resampler> m_resampler;
     std::optional<tarn::Dither> m_dither;
     uint64_t m_read = 0, m_clipped = 0;
     bool m_isEnd = false;
     std::vector<uint8_t> m_piece, m_stored;
-    std::vector<double> m_source, m_mixed, m_resampled;
+    std::vector<double> m_read64, m_mixed, m_resampled;
 };

@@ -1,0 +1,95 @@
+#include "fileio/media_properties.h"
+
+#include "platform/text.h"
+
+#include <cstdio>
+
+namespace tarn {
+
+namespace {
+
+template <class Stream>
+ComPtr<Stream> StreamOf(IQmReadFile& file, const GUID& iid, uint32_t which) {
+    uint32_t count = 0;
+    ComPtr<Stream> stream;
+    if (file.GetStreamCount(&count) != S_OK) return stream;
+    for (uint32_t i = 0; i < count; i++) {
+        if (file.GetStream(i, iid, stream.OutVoid()) != S_OK || !stream) continue;
+        if (which-- == 0) return stream;
+    }
+    stream.Reset();
+    return stream;
+}
+
+std::string FormatName(IQmReadFile& file) {
+    char16_t text[128] = {};
+    file.GetFormatName(text, std::size(text));
+    return Utf8FromUtf16(text);
+}
+
+struct AudioFacts {
+    QmWaveFormatBlock format{};
+    uint64_t frames = 0;
+};
+struct AudioRow {
+    std::string_view name;
+    uint64_t (*value)(const AudioFacts&);
+};
+constexpr AudioRow AUDIO_ROWS[] = {
+    {"SamplingRate", [](const AudioFacts& f) -> uint64_t { return f.format.format.sampleRate; }},
+    {"Channels", [](const AudioFacts& f) -> uint64_t { return f.format.format.channels; }},
+    {"BitDepth", [](const AudioFacts& f) -> uint64_t { return f.format.format.BitsPerSample(); }},
+    {"SamplingCount", [](const AudioFacts& f) { return f.frames; }},
+    {"Duration",
+     [](const AudioFacts& f) {
+         const uint64_t rate = f.format.format.sampleRate;
+         return rate ? f.frames / rate * 1000 + f.frames % rate * 1000 / rate : 0;
+     }},
+};
+
+struct VideoRow {
+    std::string_view name;
+    double (*value)(const FIOVIDEOFORMAT&);
+};
+constexpr VideoRow VIDEO_ROWS[] = {
+    {"Width", [](const FIOVIDEOFORMAT& f) -> double { return f.width; }},
+    {"Height", [](const FIOVIDEOFORMAT& f) -> double { return f.height; }},
+    {"FrameCount", [](const FIOVIDEOFORMAT& f) { return static_cast<double>(f.frames); }},
+    {"FrameRate", [](const FIOVIDEOFORMAT& f) { return f.scale ? double{1} * f.rate / f.scale : 0; }},
+    {"Duration",
+     [](const FIOVIDEOFORMAT& f) {
+         return f.rate ? 1000.0 * static_cast<double>(f.frames) * f.scale / f.rate : 0;
+     }},
+};
+
+}  // namespace
+
+std::optional<std::string> AudioPropertyOf(IQmReadFile& file, uint32_t stream, std::string_view name) {
+    const auto audio = StreamOf<IQmReadAudioStream>(file, IID_IQmReadAudioStream, stream);
+    if (!audio) return {};
+    if (name == "Format") return FormatName(file);
+    AudioFacts facts;
+    if (audio->GetFormat(&facts.format.format, sizeof facts.format) != S_OK ||
+        audio->GetFrames(&facts.frames) != S_OK)
+        return {};
+    for (const AudioRow& row : AUDIO_ROWS)
+        if (row.name == name) return std::to_string(row.value(facts));
+    return {};
+}
+
+std::optional<std::string> VideoPropertyOf(IQmReadFile& file, uint32_t stream, std::string_view name) {
+    const auto video = StreamOf<IQmReadVideoStream>(file, IID_IQmReadVideoStream, stream);
+    FIOVIDEOFORMAT format{};
+    if (!video || video->GetFormat(&format) != S_OK) return {};
+    format.codec[std::size(format.codec) - 1] = 0;
+    if (name == "Format") return Utf8FromUtf16(format.codec);
+    for (const VideoRow& row : VIDEO_ROWS) {
+        if (row.name != name) continue;
+        char text[40];
+        std::snprintf(text, sizeof text, "%.10g", row.value(format));
+        return text;
+    }
+    return {};
+}
+
+}  // namespace tarn

@@ -1,0 +1,143 @@
+#include "fileio/plugins/wave_reader.h"
+
+#include "fileio/meta_chunks.h"
+#include "mediafile/media_codes.h"
+#include "mediafile/meta/meta_carry.h"
+#include "mediafile/meta/project_link.h"
+#include "mediafile/sample_reader.h"
+#include "platform/counted.h"
+#include "platform/guarded.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <optional>
+
+using namespace tarn;
+
+namespace wave {
+
+namespace {
+
+struct CloseFile {
+    void operator()(QMFILE* file) const { QmFile_Close(file); }
+};
+
+/// What the file and its stream, of which either may outlive the other, share.
+struct Opened {
+    std::unique_ptr<QMFILE, CloseFile> handle;
+    std::optional<FileSource> source;
+    MediaContents contents;
+};
+
+class Stream final : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
+public:
+    explicit Stream(std::shared_ptr<const Opened> file) : m_file(std::move(file)) {}
+
+    HRESULT GetType(uint32_t* type) override { return type ? (*type = FIO_STREAM_AUDIO, S_OK) : E_POINTER; }
+    HRESULT GetName(char16_t* text, uint32_t capacity) override {
+        CopyText(text, capacity, u"");
+        return S_FALSE;
+    }
+    HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override {
+        if (!format) return E_POINTER;
+        const _qmwaveformat& stored = m_file->contents.format.format;
+        // As which they come, whatever codec they are stored in.
+        format->Init(stored.sampleRate, m_file->contents.coding.type, stored.channels, stored.channelMask,
+                     capacity);
+        return S_OK;
+    }
+    HRESULT GetFrames(uint64_t* frames) override {
+        return frames ? (*frames = m_file->contents.frames, S_OK) : E_POINTER;
+    }
+    HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
+        if (!samples || !got) return E_POINTER;
+        *got = 0;
+        return Guarded([&]() -> HRESULT {
+            if (frame >= m_file->contents.frames) return S_OK;
+            if (!m_reader || frame < m_at) {
+                m_reader.emplace(*m_file->source, m_file->contents);
+                m_at = 0;
+            }
+            if (!m_reader->Skip(frame - m_at)) return m_reader.reset(), MEDIA_E_READ;
+            const uint64_t wanted = std::min<uint64_t>(frames, m_file->contents.frames - frame);
+            *got = static_cast<uint32_t>(m_reader->Read(samples, wanted));
+            m_at = frame + *got;
+            return *got < wanted ? MEDIA_E_READ : S_OK;
+        });
+    }
+
+private:
+    const std::shared_ptr<const Opened> m_file;
+    std::optional<SampleReader> m_reader;
+    uint64_t m_at = 0;
+};
+
+class File final : public Counted<IQmReadFile, IID_IQmReadFile> {
+public:
+    explicit File(std::shared_ptr<const Opened> file) : m_file(std::move(file)) {}
+
+    HRESULT GetFormatName(char16_t* text, uint32_t capacity) override {
+        CopyText(text, capacity, Utf16FromUtf8(NameOf(m_file->contents.container)).c_str());
+        return S_OK;
+    }
+    HRESULT GetStreamCount(uint32_t* count) override { return count ? (*count = 1, S_OK) : E_POINTER; }
+    HRESULT GetStream(uint32_t index, const GUID& iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (index > 0) return E_INVALIDARG;
+        return Guarded([&] { return ComPtr(new Stream(m_file))->QueryInterface(iid, out); });
+    }
+    HRESULT GetMeta(const GUID& iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        return Guarded([&]() -> HRESULT {
+            if (iid != IID_IQmReadMeta) return S_FALSE;
+            const MetaDocument own = ReadMetaDocument(*m_file->source, m_file->contents);
+            IQmReadMeta* meta = MakeMeta(CarryMetadata(own, MediaContainer::Wave).document);
+            *out = meta;
+            return meta ? S_OK : S_FALSE;
+        });
+    }
+
+private:
+    const std::shared_ptr<const Opened> m_file;
+};
+
+class Reader final : public Counted<IQmReadFileClass, IID_IQmReadFileClass> {
+public:
+    HRESULT Start(uint32_t) override { return S_OK; }
+    HRESULT Recognize(const void* head, uint32_t bytes) override {
+        constexpr uint32_t FORM = 12;
+        if (!head || bytes < FORM) return S_FALSE;
+        return Guarded([&]() -> HRESULT {
+            const MemorySource source({static_cast<const uint8_t*>(head), bytes});
+            return InspectMedia(source).container != MediaContainer::Unknown ? S_OK : S_FALSE;
+        });
+    }
+    HRESULT OpenFile(int32_t descriptor, const char16_t*, IQmReadFile** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        return Guarded([&]() -> HRESULT {
+            auto opened = std::make_shared<Opened>();
+            opened->handle.reset(QmFile_OpenDescriptor(descriptor));
+            if (!opened->handle) return MEDIA_E_OPEN;
+            opened->source.emplace(opened->handle.get());
+            opened->contents = InspectMedia(*opened->source);
+            const MediaContents& c = opened->contents;
+            const _qmwaveformat& format = c.format.format;
+            const bool isRead = c.hasFormat && c.hasData && c.coding.codec != SampleCodec::None &&
+                                format.channels > 0 && format.sampleRate > 0 &&
+                                (c.coding.IsAdpcm() || format.blockAlign == c.coding.blockBytes);
+            if (c.container == MediaContainer::Unknown || !isRead) return MEDIA_E_UNSUPPORTED_FORMAT;
+            return GiveOut(new File(std::move(opened)), out);
+        });
+    }
+};
+
+}  // namespace
+
+IQmReadFileClass* MakeReader() { return new Reader; }
+
+}  // namespace wave

@@ -1,0 +1,174 @@
+// What our plug-ins write is what they read, and what libsndfile itself reads.
+#include "fileio/meta_chunks.h"
+#include "fileio/template_list.h"
+#include "mediafile/meta/meta_values.h"
+#include "platform/memory.h"
+#include "tests/fileio/file_manager.h"
+
+#include <sndfile.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace tarn;
+
+namespace {
+
+constexpr GUID RENDERERS[] = {Guid("{2F6E4B11-94C7-4B0D-8E1A-6A0B5D3C9E01}"),
+                              Guid("{7D0A3C51-1B8E-4C55-9F6B-2E4471A0BC02}")};
+
+class Formats : public FileManagerTest {
+protected:
+    Formats() { StartOwn(); }
+
+    /// A sound that codecs keep alike, as samples of a type.
+    static Bytes Sound(QMSAMPLETYPE type, uint32_t channels, size_t frames) {
+        Bytes bytes(frames * channels * QmAudio_BytesFromSampleType(type));
+        std::mt19937 random(7);
+        for (size_t i = 0; i < frames * channels; i++) {
+            const double tone = 0.3 * std::sin(0.05 * static_cast<double>(i / channels)) +
+                                0.01 * (static_cast<double>(random() % 1000) / 1000 - 0.5);
+            const auto wide = static_cast<int32_t>(tone * 2147483647.0);
+            const auto single = static_cast<float>(tone);
+            const uint32_t width = QmAudio_BytesFromSampleType(type);
+            if (type == QMSAMPLE_FLOAT32)
+                std::memcpy(&bytes[i * width], &single, sizeof single);
+            else
+                std::memcpy(&bytes[i * width], reinterpret_cast<const char*>(&wide) + 4 - width, width);
+        }
+        return bytes;
+    }
+
+    void Render(const std::string& name, IQmRenderFileClass& renderer, const tagQMTEMPLATExV2& settings,
+                const _qmwaveformat& format, const Bytes& samples) {
+        const int fd = ::open(Path(name).c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+        ComPtr<IQmRenderFile> file;
+        ASSERT_EQ(renderer.CreateFile(fd, WidePath(name).c_str(), &settings, &format, file.Out()), S_OK);
+        ::close(fd);
+        MetaDocument document;
+        document.container = MediaContainer::Wave;
+        ASSERT_EQ(SetMetaValue(document, "info.INAM", "A title"), "");
+        ComPtr<IQmReadMeta> meta;
+        *meta.Out() = MakeMeta(document);
+        file->SetMeta(meta.Get());
+        const auto frames = static_cast<uint32_t>(samples.size() / format.blockAlign);
+        for (uint32_t at = 0; at < frames; at += 1000)
+            ASSERT_EQ(file->Write(&samples[size_t{at} * format.blockAlign], std::min(1000u, frames - at)),
+                      S_OK);
+        ASSERT_EQ(file->End(), S_OK);
+    }
+};
+
+TEST_F(Formats, EveryPresetMakesAFileThatIsReadAlike) {
+    for (const GUID& id : RENDERERS) {
+        ComPtr<IQmRenderFileClass> renderer;
+        ASSERT_EQ(manager->GetRendererClass(id, renderer.Out()), S_OK);
+        for (uint32_t i = 0;; i++) {
+            tagQMTEMPLATExV2* preset = nullptr;
+            if (renderer->GetPreset(i, &preset) != S_OK) break;
+            const std::unique_ptr<tagQMTEMPLATExV2, decltype(&CoTaskMemFree)> owned(preset, CoTaskMemFree);
+            const std::string name = Utf8FromUtf16(TemplateName(*preset));
+            SCOPED_TRACE(name);
+            ASSERT_EQ(renderer->CheckTemplate(preset), S_OK);
+            char16_t endings[128];
+            ASSERT_EQ(renderer->GetExtensions(preset, endings, 128), S_OK);
+            const std::string file = "f" + std::to_string(i) + "." +
+                                     Utf8FromUtf16(endings).substr(0, Utf8FromUtf16(endings).find(';'));
+            const _qmwaveformat& told = preset->audio.format;
+            _qmwaveformat format;
+            format.Init(told.sampleRate ? told.sampleRate : 44100, told.sampleType,
+                        told.channels ? told.channels : 2, told.channelMask, sizeof format);
+            const Bytes samples = Sound(format.sampleType, format.channels, 30011);
+            ASSERT_NO_FATAL_FAILURE(Render(file, *renderer, *preset, format, samples));
+
+            ComPtr<IQmReadFile> read;
+            ComPtr<IQmReadAudioStream> stream;
+            ASSERT_EQ(manager->OpenReader(WidePath(file).c_str(), read.Out()), S_OK);
+            ASSERT_EQ(read->GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
+            _qmwaveformat got{};
+            uint64_t frames = 0;
+            ASSERT_EQ(stream->GetFormat(&got, sizeof got), S_OK);
+            ASSERT_EQ(stream->GetFrames(&frames), S_OK);
+            EXPECT_EQ(got.sampleRate, format.sampleRate);
+            EXPECT_EQ(got.channels, format.channels);
+            const bool isLossy = file.ends_with("ogg") || file.ends_with("opus") || file.ends_with("mp3");
+            if (isLossy) {
+                EXPECT_GE(frames + 1, 30011u);
+            } else {
+                ASSERT_TRUE(got == format);
+                ASSERT_EQ(frames, 30011u);
+                Bytes back(samples.size());
+                uint32_t count = 0;
+                // From the middle, and then from the start: places do not depend on the way to them.
+                ASSERT_EQ(stream->Read(15000, 15011, &back[size_t{15000} * format.blockAlign], &count), S_OK);
+                ASSERT_EQ(stream->Read(0, 15000, back.data(), &count), S_OK);
+                EXPECT_EQ(back, samples);
+                EXPECT_EQ(stream->Read(30011, 1, back.data(), &count), S_OK);
+                EXPECT_EQ(count, 0u);
+            }
+            ComPtr<IQmReadMeta> meta;
+            if (file.ends_with("au")) continue;  // these have no texts
+            ASSERT_EQ(read->GetMeta(IID_IQmReadMeta, meta.OutVoid()), S_OK);
+            const std::vector<MetaValue> values = ListMetaValues(ReadMeta(*meta));
+            EXPECT_TRUE(std::ranges::any_of(
+                values, [](const MetaValue& v) { return v.key == "info.INAM" && v.text == "A title"; }));
+        }
+    }
+}
+
+TEST_F(Formats, WhatLibsndfileWritesIsReadToTheSample) {
+    for (const int format : {SF_FORMAT_FLAC | SF_FORMAT_PCM_24, SF_FORMAT_AU | SF_FORMAT_PCM_16,
+                             SF_FORMAT_VOC | SF_FORMAT_PCM_U8, SF_FORMAT_CAF | SF_FORMAT_ALAC_24,
+                             SF_FORMAT_NIST | SF_FORMAT_PCM_32, SF_FORMAT_IRCAM | SF_FORMAT_FLOAT,
+                             SF_FORMAT_WAV | SF_FORMAT_GSM610, SF_FORMAT_OGG | SF_FORMAT_VORBIS,
+                             SF_FORMAT_SVX | SF_FORMAT_PCM_S8}) {
+        SCOPED_TRACE(format);
+        SF_INFO info{};
+        info.format = format;
+        info.channels = 1;
+        info.samplerate = 8000;
+        SNDFILE* out = sf_open(Path("s").c_str(), SFM_WRITE, &info);
+        ASSERT_TRUE(out) << sf_strerror(nullptr);
+        const Bytes sound = Sound(QMSAMPLE_FLOAT32, 1, 8000);
+        sf_writef_float(out, reinterpret_cast<const float*>(sound.data()), 8000);
+        sf_close(out);
+
+        SNDFILE* in = sf_open(Path("s").c_str(), SFM_READ, &info);
+        std::vector<double> theirs(8000);
+        ASSERT_EQ(sf_readf_double(in, theirs.data(), 8000), 8000);
+        sf_close(in);
+        ComPtr<IQmReadFile> read;
+        ComPtr<IQmReadAudioStream> stream;
+        ASSERT_EQ(manager->OpenReader(WidePath("s").c_str(), read.Out()), S_OK);  // a name without an ending
+        ASSERT_EQ(read->GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
+        _qmwaveformat got{};
+        ASSERT_EQ(stream->GetFormat(&got, sizeof got), S_OK);
+        Bytes ours(8000 * sizeof(double));
+        uint32_t count = 0;
+        ASSERT_EQ(stream->Read(0, 8000, ours.data(), &count), S_OK);
+        ASSERT_EQ(count, 8000u);
+        const double full =
+            got.sampleType == QMSAMPLE_FLOAT32 ? 0 : QmAudio_GetNormalizeFactor(got.BitsPerSample());
+        const uint32_t width = got.blockAlign;
+        for (size_t i = 0; i < 8000; i++) {
+            double sample = 0;
+            if (full == 0) {
+                float value = 0;
+                std::memcpy(&value, &ours[i * width], width);
+                sample = value;
+            } else {
+                int32_t value = 0;
+                std::memcpy(reinterpret_cast<char*>(&value) + 4 - width, &ours[i * width], width);
+                if (width == 1) value = (ours[i] - 128) * (1 << 24);
+                sample = value / 2147483648.0;
+            }
+            ASSERT_NEAR(sample, theirs[i], full == 0 ? 1e-7 : 0) << i;
+        }
+    }
+}
+
+}  // namespace

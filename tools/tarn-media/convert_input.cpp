@@ -1,0 +1,81 @@
+#include "fileio/meta_chunks.h"
+#include "tools/tarn-media/convert_file.h"
+
+using namespace tarn;
+
+namespace {
+
+/// Why the samples of the file cannot be converted; empty when they can.
+std::string Refusal(const MediaContents& c) {
+    if (!c.hasFormat || !c.hasData)
+        for (const MediaProblem& p : c.problems)
+            if (p.fault == MediaFault::Error) return "at " + std::to_string(p.offset) + ": " + p.text;
+    const _qmwaveformat& f = c.format.format;
+    const std::string at = "at " + std::to_string(c.formatOffset) + ": ";
+    if (c.coding.codec == SampleCodec::None || f.channels == 0) {
+        for (const MediaProblem& p : c.problems)
+            if (p.offset >= c.formatOffset && p.text.find("codec") != p.text.npos) return at + p.text;
+        return at + "samples of this format are not converted";
+    }
+    if (f.sampleRate == 0) return at + "the format has a rate of 0";
+    if (!c.coding.IsAdpcm() && f.blockAlign != c.coding.blockBytes)
+        return at + "frames of " + std::to_string(f.blockAlign) +
+               " bytes do not fit the samples; try 'repair'";
+    return {};
+}
+
+}  // namespace
+
+Input::Input(const std::string& path)
+    : m_file(OpenFile(path, FILE_ACCESS_READ, FILE_OPEN_EXISTING)), m_source(m_file.get()) {
+    if (!m_file) throw Refused{path, ReasonOf(MEDIA_E_OPEN)};
+    m_stamp = StampOf(m_file.get());
+    m_contents = InspectMedia(m_source);
+    const bool isKnown =
+        m_contents.container != MediaContainer::Unknown && m_contents.hasFormat && m_contents.hasData;
+    std::string reason = isKnown ? Refusal(m_contents) : std::string();
+    if (!isKnown) {
+        const MediaProblem& problem = m_contents.problems.front();
+        reason = "at " + std::to_string(problem.offset) + ": " + problem.text;
+    }
+    // What this library does not read, codecs in its own containers among it, a plug-in may.
+    if (!reason.empty()) {
+        if (!OpenByPlugin(path)) throw Refused{path, reason};
+        return;
+    }
+    m_format = m_contents.format.format;
+    m_type = m_contents.coding.type;
+    m_frames = m_contents.frames;
+}
+
+bool Input::OpenByPlugin(const std::string& path) {
+    const std::u16string wide = path == STANDARD_STREAM ? PathOf(m_file.get()) : WideFromPath(path);
+    if (Failed(FileManager().OpenReader(wide.c_str(), m_opened.Out()))) return false;
+    uint32_t count = 0;
+    m_opened->GetStreamCount(&count);
+    for (uint32_t i = 0; i < count && !m_stream; i++)
+        if (m_opened->GetStream(i, IID_IQmReadAudioStream, m_stream.OutVoid()) != S_OK) m_stream.Reset();
+    if (!m_stream || Failed(m_stream->GetFormat(&m_format, sizeof m_format)) ||
+        Failed(m_stream->GetFrames(&m_frames)))
+        return false;
+    m_type = m_format.sampleType;
+    const uint32_t frame = QmAudio_BytesFromSampleType(m_type) * m_format.channels;
+    m_contents = {};
+    return frame > 0 && frame == m_format.blockAlign && m_format.sampleRate > 0;
+}
+
+bool Input::HasChanged() const { return StampOf(m_file.get()) != m_stamp; }
+
+std::unique_ptr<SampleSource> Input::Samples() const {
+    if (m_stream) return std::make_unique<PluginSamples>(m_stream, m_format, m_frames);
+    return std::make_unique<OwnSamples>(m_source, m_contents);
+}
+
+MetaDocument Input::Metadata() const {
+    if (!m_opened) return ReadMetaDocument(m_source, m_contents);
+    ComPtr<IQmReadMeta> meta;
+    if (m_opened->GetMeta(IID_IQmReadMeta, meta.OutVoid()) == S_OK && meta) return ReadMeta(*meta);
+    MetaDocument none;
+    none.container = MediaContainer::Wave;
+    return none;
+}

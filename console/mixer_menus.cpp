@@ -5,10 +5,12 @@
 #include "console/command_menus.h"
 #include "console/commands.h"
 #include "console/console_plugin.h"
+#include "console/effect_chooser.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
 #include "kernel/ui/menu_edit.h"
 #include "platform/ui/menu.h"
+#include "platform/ui/window.h"
 #include "plugin/module_state.h"
 
 #include <algorithm>
@@ -218,6 +220,10 @@ void CMixerView::AddInsertMenu(Strip& strip, POINT at) {
     const std::vector<EffectFamily> families = m_plugin.Catalog().Tree();
     std::vector<GUID> classes;
     Menu menu;
+    if (!families.empty()) {
+        menu.Add(ITEM_FIND, ConsoleText(IDS_MENU_FIND_EFFECT));
+        menu.AddSeparator();
+    }
     for (const EffectFamily& family : families) {
         MenuItem& item = menu.AddSubmenu(MenuName(family.name));
         for (const EffectItem& effect : family.items) {
@@ -228,9 +234,14 @@ void CMixerView::AddInsertMenu(Strip& strip, POINT at) {
     }
     if (menu.items.empty()) menu.Add(0, ConsoleText(IDS_MENU_NO_EFFECTS), MF_GRAYED | MF_DISABLED);
     const uint32_t chosen = Track(menu, at);
-    Strip* still = chosen ? StripOf(channel) : nullptr;
-    if (!still || chosen < ITEM_EFFECT || chosen - ITEM_EFFECT >= classes.size()) return;
-    still->AddEffect(classes[chosen - ITEM_EFFECT]);
+    std::optional<GUID> effect;
+    if (chosen == ITEM_FIND)
+        effect = ChooseEffect(m_site.ThePageWindow(), families);
+    else if (chosen >= ITEM_EFFECT && chosen - ITEM_EFFECT < classes.size())
+        effect = classes[chosen - ITEM_EFFECT];
+    Strip* still = effect ? StripOf(channel) : nullptr;
+    if (!still) return;
+    still->AddEffect(*effect);
     still->Prepare();
 }
 

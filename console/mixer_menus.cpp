@@ -6,8 +6,11 @@
 #include "console/commands.h"
 #include "console/console_plugin.h"
 #include "console/effect_chooser.h"
+#include "console/gain.h"
 #include "console/mixer_view.h"
 #include "console/texts.h"
+#include "controls/number_text.h"
+#include "kernel/print/print_text.h"
 #include "kernel/ui/menu_edit.h"
 #include "platform/ui/menu.h"
 #include "platform/ui/window.h"
@@ -20,11 +23,25 @@ namespace {
 
 // Entries that are made as a menu opens.
 constexpr uint32_t ITEM_TARGET = 52000, ITEM_EFFECT = 53600, ITEM_REMOVE = 60000, ITEM_BYPASS = 60001,
-                   ITEM_EDITOR = 60002, ITEM_MUTE = 60003, ITEM_DEFAULT = 60004, ITEM_FIND = 60005;
+                   ITEM_EDITOR = 60002, ITEM_MUTE = 60003, ITEM_DEFAULT = 60004, ITEM_FIND = 60005,
+                   ITEM_VALUE = 60100;
 
 constexpr int PAN_MODELS = 6;
 constexpr ConsoleTextId PAN_NAMES[PAN_MODELS] = {IDS_MENU_PAN_ADD, IDS_MENU_PAN_0,     IDS_MENU_PAN_3,
                                                  IDS_MENU_PAN_6,   IDS_MENU_PAN_POWER, IDS_MENU_PAN_FILM};
+
+ValueMenu StereoWidths() {
+    return {IDS_MENU_STEREO_WIDTH, WidthParameter(), {-100, -50, 0, 50, 100}, [](int32_t position) {
+                return tarn::PrintText(ConsoleText(IDS_MENU_WIDTH_PERCENT), position + 100);
+            }};
+}
+
+ValueMenu LfeLevels() {
+    return {IDS_MENU_LFE_LEVEL, LfeParameter(), {POSITION_MIN, -240, -120, -60, 0}, [](int32_t position) {
+                return position <= POSITION_MIN ? std::u16string(ConsoleText(IDS_SILENCE))
+                                                : NumberText(position / 10.0) + u" dB";
+            }};
+}
 
 struct AutomationRow {
     uint32_t mode;
@@ -85,8 +102,9 @@ void CMixerView::ShowContextMenu(Strip* strip, uint32_t element, POINT at) {
                 : element == ELEMENT_SCOPE ? ScopeMenu(m_plugin)
                                            : PeakMeterMenu(m_plugin),
                 at);
-    else if (part && (element == ELEMENT_PAN || part->element == ELEMENT_SEND_PAN))
-        PanMenu(*strip, at);
+    else if (part &&
+             (element == ELEMENT_PAN || element == ELEMENT_SURROUND_PAN || part->element == ELEMENT_SEND_PAN))
+        PanMenu(*strip, element, at);
     else
         ChannelMenu(*strip, at);
 }
@@ -260,19 +278,37 @@ void CMixerView::AutomationMenu(Strip& strip) {
     if (still) still->SetAutomation(AUTOMATION_ROWS[chosen - CMD_AUTOMATION_FIRST].mode);
 }
 
-void CMixerView::PanMenu(Strip& strip, POINT at) {
+/// The values of a parameter that a menu offers, the present one checked.
+void CMixerView::AddValues(Menu& menu, const ValueMenu& values, const Strip& strip) const {
+    const std::optional<int32_t> now = strip.PositionOf(values.parameter);
+    if (!now) return;
+    Menu rows;
+    for (uint32_t i = 0; i < values.positions.size(); i++)
+        AddCheck(rows, ITEM_VALUE + i, values.text(values.positions[i]), *now == values.positions[i]);
+    menu.AddSeparator();
+    AddMenu(menu, ConsoleText(values.name), std::move(rows));
+}
+
+void CMixerView::PanMenu(Strip& strip, uint32_t element, POINT at) {
     const uint64_t channel = strip.Entry().id.channel;
+    const bool pad = element == ELEMENT_SURROUND_PAN, midi = strip.Entry().IsMidi();
     Menu menu;
-    for (uint32_t i = 0; i < PAN_MODELS; i++)
-        AddCheck(menu, CMD_PAN_MODEL_FIRST + i, ConsoleText(PAN_NAMES[i]), strip.PanModel() == i + 1);
+    if (!pad)
+        for (uint32_t i = 0; i < PAN_MODELS; i++)
+            AddCheck(menu, CMD_PAN_MODEL_FIRST + i, ConsoleText(PAN_NAMES[i]), strip.PanModel() == i + 1);
+    const ValueMenu values = pad ? LfeLevels() : StereoWidths();
+    if (!midi) AddValues(menu, values, strip);
     menu.AddSeparator();
     menu.Add(ITEM_DEFAULT, ConsoleText(IDS_MENU_FADER_DEFAULT));
     const uint32_t chosen = Track(menu, at);
     Strip* still = chosen ? StripOf(channel) : nullptr;
     if (!still) return;
-    if (chosen == ITEM_DEFAULT)
-        MoveControl(*still, ELEMENT_PAN, PanParameter(still->Entry().IsMidi()).Default());
-    else
+    const StripControl* control = still->Control(element);
+    if (chosen == ITEM_DEFAULT && control)
+        MoveControl(*still, element, control->Parameter().Default());
+    else if (chosen >= ITEM_VALUE && chosen < ITEM_VALUE + values.positions.size())
+        MoveParameter(*still, values.parameter, values.positions[chosen - ITEM_VALUE]);
+    else if (chosen != ITEM_DEFAULT)
         still->SetPanModel(chosen - CMD_PAN_MODEL_FIRST + 1);
 }
 

@@ -303,6 +303,13 @@ void CMixerView::SendToControl(uint32_t message, uintptr_t wparam, intptr_t lpar
     if (m_drag.control && !m_drag.control->IsHeld()) m_drag = {};
 }
 
+void CMixerView::MoveParameter(Strip& strip, const StripParameter& parameter, int32_t position) {
+    m_gesture.Begin(strip.Entry(), {&parameter, 1}, strip.IsSelected());
+    m_gesture.Change({position, position});
+    m_gesture.End();
+    strip.ReadBack();
+}
+
 void CMixerView::MoveControl(Strip& strip, uint32_t element, int32_t position) {
     strip.Prepare();
     StripControl* control = strip.Control(element);

@@ -9,6 +9,14 @@
 
 #include <span>
 
+/// Values of a parameter for a menu.
+struct ValueMenu {
+    ConsoleTextId name;
+    StripParameter parameter;
+    std::vector<int32_t> positions;
+    std::u16string (*text)(int32_t position);
+};
+
 class CMixerView final : public CViewRegion, private StripControlSite {
 public:
     explicit CMixerView(RegionSite& site);
@@ -55,6 +63,8 @@ public:
     void PressElement(Strip& strip, uint32_t element);
     /// Moves a control to a position, as one gesture.
     void MoveControl(Strip& strip, uint32_t element, int32_t position);
+    /// The same for a value that has no control.
+    void MoveParameter(Strip& strip, const StripParameter& parameter, int32_t position);
     /// The strip's controls are about to be destroyed.
     void OnControlsGoing(Strip& strip);
 
@@ -121,7 +131,8 @@ private:
     void AddInsertMenu(Strip& strip, POINT at);
     void AutomationMenu(Strip& strip);
     void MidiChannelMenu(Strip& strip);
-    void PanMenu(Strip& strip, POINT at);
+    void AddValues(struct Menu& menu, const ValueMenu& values, const Strip& strip) const;
+    void PanMenu(Strip& strip, uint32_t element, POINT at);
     void ChannelMenu(Strip& strip, POINT at);
     /// Shows a menu of commands, and has the one that was chosen carried out.
     void RunMenu(struct Menu menu, POINT at);

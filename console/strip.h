@@ -104,6 +104,8 @@ public:
     uint32_t PanModel() const { return m_panModel; }
     bool IsLocked() const { return !(m_entry.state & ENTRY_UNLOCKED); }
     const StripTraits& Traits() const { return m_traits; }
+    /// The position of a value at the host; nothing where the channel has no such value.
+    std::optional<int32_t> PositionOf(const StripParameter& parameter) const;
 
     /// Shows the host's values, and repaints the elements that changed. True when a switch changed.
     bool ReadBack();

@@ -249,6 +249,13 @@ void Strip::SetRoute(uint32_t mask, uint64_t target, int32_t index) {
     ReadRoutes();
 }
 
+std::optional<int32_t> Strip::PositionOf(const StripParameter& parameter) const {
+    MPCHANNELREC rec{};
+    rec.pairSelector = parameter.pairSelector;
+    if (m_site.plugin.GetChannelRecord(m_entry.id, &rec, parameter.mask) != S_OK) return std::nullopt;
+    return parameter.Position(rec.*parameter.field);
+}
+
 void Strip::SetPanModel(uint32_t model) {
     MPCHANNELREC rec{};
     rec.pairSelector = SPEAKER_FRONT;

@@ -95,6 +95,15 @@ StripParameter PlaceParameter(bool rear) {
             .scale = StripParameter::Scale::Place};
 }
 
+StripParameter WidthParameter() {
+    return {.mask = MASK_PAN,
+            .pairSelector = SPEAKER_CENTER,
+            .field = &MPCHANNELREC::pan,
+            .scale = StripParameter::Scale::Pan};
+}
+
+StripParameter LfeParameter() { return VolumeParameter(SPEAKER_LFE, false, false); }
+
 StripParameter SendLevelParameter(uint64_t send) {
     return {.mask = MASK_SEND,
             .field = &MPCHANNELREC::sendLevel,

@@ -32,5 +32,9 @@ StripParameter VolumeParameter(uint32_t speakers, bool midi, bool pair);
 /// The parameters of pan slider, and of the pad's two axes.
 StripParameter PanParameter(bool midi);
 StripParameter PlaceParameter(bool rear);
+/// From mono over the sound as it is, in the middle, to twice the difference of its sides.
+StripParameter WidthParameter();
+/// How much of a placed channel goes to the low frequency channel as well.
+StripParameter LfeParameter();
 StripParameter SendLevelParameter(uint64_t send);
 StripParameter SendPanParameter(uint64_t send);

@@ -49,8 +49,10 @@ protected:
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
             if (!menu) return Choose(item);
             for (QAction* action : menu->actions())
-                if (action->text().remove('&').section('\t', 0, 0) == item) {
+                if (action->text().remove('&').section('\t', 0, 0) == item.section('/', 0, 0)) {
                     menu->setActiveAction(action);
+                    // Before the menu returns: what opens from it waits for the rest.
+                    if (item.contains('/')) Choose(item.section('/', 1));
                     QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
                     QApplication::sendEvent(menu, &enter);
                     return;
@@ -184,6 +186,10 @@ TEST_F(ConsoleStrip, RoutesPanAutomationAndThePairReachTheSession) {
     Choose("Film");
     RightClick(Node("Drums", "Pan")->rect().center() - Page().mapToGlobal(QPoint()) + QPoint(14, 0));
     EXPECT_EQ(Find("Drums").pan_model, PanModel::Film);
+    Choose("Stereo Width/50%");
+    RightClick(Area("Drums", "Pan").center());
+    EXPECT_NEAR(Find("Drums").width, 0.5, 0.001);
+    EXPECT_NEAR(Find("Drums").pan, 0, 0.001) << "and nothing else";
 
     Drag(Area("Drums", "Volume").center(), Area("Drums", "Volume").center() + QPoint(0, 20));
     EXPECT_FALSE(Find("Drums").fader_right_db) << "both parts of a pair";

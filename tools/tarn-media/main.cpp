@@ -4,12 +4,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -120,11 +122,26 @@ void AddEdit(CLI::App* command, MetaOptions& meta) {
     command->add_flag("-f,--force", meta.force, "replace the copy");
 }
 
+/// Adds a command. Null when the program was not called with it: what it takes need not be told then, which
+/// is a good part of what a start costs.
+class Commands {
+public:
+    Commands(int argc, char** argv) : m_arguments(argv, argv + argc) {}
+    CLI::App* Add(CLI::App& to, const char* name, const char* text) const {
+        CLI::App* command = to.add_subcommand(name, text);
+        return std::ranges::find(m_arguments, name) == m_arguments.end() ? nullptr : command;
+    }
+
+private:
+    const std::vector<std::string> m_arguments;
+};
+
 /// The commands of `meta`. What they are called with lives as long as the program.
-void AddMeta(CLI::App& app, int& code) {
+void AddMeta(CLI::App& app, const Commands& commands, int& code) {
     static MetaOptions show, set, copy, strip, exported, imported, check;
     CLI::App* meta =
-        app.add_subcommand("meta", "what files tell beside their samples: titles, markers, takes, loudness");
+        commands.Add(app, "meta", "what files tell beside their samples: titles, markers, takes, loudness");
+    if (!meta) return;
     meta->require_subcommand(1);
     const auto kinds = [](CLI::App* command, MetaOptions& options) {
         command
@@ -133,49 +150,58 @@ void AddMeta(CLI::App& app, int& code) {
             ->delimiter(',')
             ->allow_extra_args(false);
     };
-    CLI::App* command = meta->add_subcommand("show", "each value with its key");
-    AddBatch(command, show.batch);
-    kinds(command, show);
-    command->add_flag("--json", show.json, "for programs");
-    command->callback([&code] { code = MetaShow(show); });
-    command = meta->add_subcommand(
-        "set", "in place: FILE... KEY=VALUE..., such as info.INAM=Title; no VALUE takes it away");
-    AddBatch(command, set.batch, "FILE_OR_SETTING");
-    AddEdit(command, set);
-    command->callback([&code] { code = MetaSet(set); });
-    command = meta->add_subcommand("copy", "from one file into others, of any container");
-    command->add_option("FROM", copy.from)->required();
-    AddBatch(command, copy.batch, "TO");
-    kinds(command, copy);
-    AddEdit(command, copy);
-    command->callback([&code] { code = MetaCopy(copy); });
-    command = meta->add_subcommand("strip", "takes away all, or some kinds");
-    AddBatch(command, strip.batch);
-    kinds(command, strip);
-    AddEdit(command, strip);
-    command->callback([&code] { code = MetaStrip(strip); });
-    command = meta->add_subcommand("export", "all of it as JSON, byte for byte");
-    AddBatch(command, exported.batch);
-    kinds(command, exported);
-    command->callback([&code] { code = MetaExport(exported); });
-    command = meta->add_subcommand("import", "what export made, edited or not, into a file");
-    static std::string target;
-    command->add_option("FILE", target)->required();
-    command->add_option("JSON", imported.from)->required();
-    AddEdit(command, imported);
-    command->callback([&code] {
-        imported.batch.files = {target};
-        code = MetaImport(imported);
-    });
-    command = meta->add_subcommand("check", "each deviation from what the standards tell");
-    AddBatch(command, check.batch);
-    command->callback([&code] { code = MetaCheck(check); });
+    if (CLI::App* command = commands.Add(*meta, "show", "each value with its key")) {
+        AddBatch(command, show.batch);
+        kinds(command, show);
+        command->add_flag("--json", show.json, "for programs");
+        command->callback([&code] { code = MetaShow(show); });
+    }
+    if (CLI::App* command =
+            commands.Add(*meta, "set",
+                         "in place: FILE... KEY=VALUE..., such as info.INAM=Title; no VALUE takes it away")) {
+        AddBatch(command, set.batch, "FILE_OR_SETTING");
+        AddEdit(command, set);
+        command->callback([&code] { code = MetaSet(set); });
+    }
+    if (CLI::App* command = commands.Add(*meta, "copy", "from one file into others, of any container")) {
+        command->add_option("FROM", copy.from)->required();
+        AddBatch(command, copy.batch, "TO");
+        kinds(command, copy);
+        AddEdit(command, copy);
+        command->callback([&code] { code = MetaCopy(copy); });
+    }
+    if (CLI::App* command = commands.Add(*meta, "strip", "takes away all, or some kinds")) {
+        AddBatch(command, strip.batch);
+        kinds(command, strip);
+        AddEdit(command, strip);
+        command->callback([&code] { code = MetaStrip(strip); });
+    }
+    if (CLI::App* command = commands.Add(*meta, "export", "all of it as JSON, byte for byte")) {
+        AddBatch(command, exported.batch);
+        kinds(command, exported);
+        command->callback([&code] { code = MetaExport(exported); });
+    }
+    if (CLI::App* command = commands.Add(*meta, "import", "what export made, edited or not, into a file")) {
+        static std::string target;
+        command->add_option("FILE", target)->required();
+        command->add_option("JSON", imported.from)->required();
+        AddEdit(command, imported);
+        command->callback([&code] {
+            imported.batch.files = {target};
+            code = MetaImport(imported);
+        });
+    }
+    if (CLI::App* command = commands.Add(*meta, "check", "each deviation from what the standards tell")) {
+        AddBatch(command, check.batch);
+        command->callback([&code] { code = MetaCheck(check); });
+    }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::setlocale(LC_ALL, "");
+    std::setlocale(LC_CTYPE, "");  // all of them are thirteen files
+    const Commands commands(argc, argv);
     CLI::App app("Looks at, converts and mends wave, Wave64 and AIFF files.", "tarn-media");
     app.footer("Exit codes: 0 fine, 1 verify found an error or repair left one, 2 a file cannot be read or "
                "written, 3 asked for wrongly.\n"
@@ -188,123 +214,135 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     int code = EXIT_FINE;
 
-    InfoOptions info;
-    CLI::App* command =
-        app.add_subcommand("info", "container, format, length, chunks with offsets and sizes");
-    AddBatch(command, info.batch);
-    command->add_flag("--json", info.json, "for programs");
-    command->callback([&] { code = Info(info); });
-
-    InfoOptions verify;
-    command = app.add_subcommand("verify", "every problem of the file's structure, with its offset");
-    AddBatch(command, verify.batch);
-    command->add_flag("--json", verify.json, "for programs");
-    command->callback([&] { code = Verify(verify); });
+    InfoOptions info, verify;
+    for (const auto& [name, text, options, run] :
+         {std::tuple("info", "container, format, length, chunks with offsets and sizes", &info, &Info),
+          std::tuple("verify", "every problem of the file's structure, with its offset", &verify, &Verify)})
+        if (CLI::App* command = commands.Add(app, name, text)) {
+            AddBatch(command, options->batch);
+            command->add_flag("--json", options->json, "for programs");
+            command->callback([&code, options = options, run = run] { code = run(*options); });
+        }
 
     ConvertOptions convert;
     BatchOptions converted;
     std::string folder, matrix, start, end, length, normalize;
-    command = app.add_subcommand("convert", "to another container, type of samples, rate, level, channels; "
-                                            "INPUT OUTPUT, either may be -, or INPUT... --to-folder");
-    AddBatch(command, converted, "INPUT_OUTPUT");
-    command->add_option("--to-folder", folder,
-                        "of many inputs: the outputs, under their names with the container's ending");
-    command->add_flag("--no-metadata", convert.dropsMetadata, "titles, markers and the like are left out");
-    command->add_flag("--drop-lost", convert.dropsLost,
-                      "no side file for metadata that the output cannot hold");
-    command->add_option("--type", convert.type, "of the samples: " + TypeNames() + "; else as they are")
-        ->check(TypeComplaint);
-    command->add_option(
-        "--container", convert.container,
-        "wav, rf64, bw64, w64, aiff, aifc, or an ending that 'plugins' lists; else by the output's name");
-    command->add_option("--template", convert.settings,
-                        "how it is written, such as 'MP3, 192 kbps'; 'plugins --templates' lists them");
-    command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));
-    command->add_option("--rate", convert.rate, "frames a second; else as they are")
-        ->check(CLI::Range(1u, 10000000u));
-    command
-        ->add_option("--channels", convert.channels,
-                     "1 is the mean of two, 2 or 1 of surround by ITU-R BS.775; more repeat a single one")
-        ->check(CLI::Range(1u, 1024u));
-    command->add_option("--map,--channel", convert.map, "channels to take, from 1, such as 2,1; 0 is silence")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(CLI::Range(0u, 65535u));
-    command
-        ->add_option("--matrix", matrix, "gains of the channels, rows apart by ';': '0.5,0.5;1,0' makes two")
-        ->check(MatrixComplaint);
-    command->add_option("--start", start, "the first frame: seconds, m:s, h:m:s, or frames as 48000s")
-        ->check(TimeComplaint);
-    command->add_option("--end", end, "behind the last frame, likewise")->check(TimeComplaint);
-    command->add_option("--length", length, "in the place of --end")->check(TimeComplaint);
-    command->add_option("--normalize", normalize, "peak, loudness, peak=-1 (dBFS) or loudness=-16 (LUFS)")
-        ->check(NormalizeComplaint);
-    command
-        ->add_option("--dither", convert.dither,
-                     "auto: where bits are lost, or tpdf: always, or none; the noise is the same each time")
-        ->check(CLI::IsMember({"auto", "tpdf", "none"}));
-    command->add_flag("-f,--force", convert.force, "replace the output");
-    command->add_flag("-q,--quiet", convert.quiet, "no word of problems that do not stop the work");
-    command->callback([&] {
-        ParseTime(start, &convert.start);
-        ParseTime(end, &convert.end);
-        ParseTime(length, &convert.length);
-        convert.matrix = MatrixOf(matrix);
-        convert.normalize = NormalizeOf(normalize);
-        if (!matrix.empty() + !convert.map.empty() + (convert.channels != 0) > 1)
-            code = Complain("convert", "one of --channels, --map and --matrix", EXIT_USAGE);
-        else if (convert.end.isGiven && convert.length.isGiven)
-            code = Complain("convert", "one of --end and --length", EXIT_USAGE);
-        else
-            code = ConvertAll(convert, converted, folder);
-    });
+    if (CLI::App* command = commands.Add(app, "convert",
+                                         "to another container, type of samples, rate, level, channels; "
+                                         "INPUT OUTPUT, either may be -, or INPUT... --to-folder")) {
+        AddBatch(command, converted, "INPUT_OUTPUT");
+        command->add_option("--to-folder", folder,
+                            "of many inputs: the outputs, under their names with the container's ending");
+        command->add_flag("--no-metadata", convert.dropsMetadata,
+                          "titles, markers and the like are left out");
+        command->add_flag("--drop-lost", convert.dropsLost,
+                          "no side file for metadata that the output cannot hold");
+        command->add_option("--type", convert.type, "of the samples: " + TypeNames() + "; else as they are")
+            ->check(TypeComplaint);
+        command->add_option(
+            "--container", convert.container,
+            "wav, rf64, bw64, w64, aiff, aifc, or an ending that 'plugins' lists; else by the output's name");
+        command->add_option("--template", convert.settings,
+                            "how it is written, such as 'MP3, 192 kbps'; 'plugins --templates' lists them");
+        command->add_option("--gain", convert.gain, "in decibels")->check(CLI::Range(-200.0, 200.0));
+        command->add_option("--rate", convert.rate, "frames a second; else as they are")
+            ->check(CLI::Range(1u, 10000000u));
+        command
+            ->add_option("--channels", convert.channels,
+                         "1 is the mean of two, 2 or 1 of surround by ITU-R BS.775; more repeat a single one")
+            ->check(CLI::Range(1u, 1024u));
+        command
+            ->add_option("--map,--channel", convert.map,
+                         "channels to take, from 1, such as 2,1; 0 is silence")
+            ->delimiter(',')
+            ->allow_extra_args(false)
+            ->check(CLI::Range(0u, 65535u));
+        command
+            ->add_option("--matrix", matrix,
+                         "gains of the channels, rows apart by ';': '0.5,0.5;1,0' makes two")
+            ->check(MatrixComplaint);
+        command->add_option("--start", start, "the first frame: seconds, m:s, h:m:s, or frames as 48000s")
+            ->check(TimeComplaint);
+        command->add_option("--end", end, "behind the last frame, likewise")->check(TimeComplaint);
+        command->add_option("--length", length, "in the place of --end")->check(TimeComplaint);
+        command->add_option("--normalize", normalize, "peak, loudness, peak=-1 (dBFS) or loudness=-16 (LUFS)")
+            ->check(NormalizeComplaint);
+        command
+            ->add_option(
+                "--dither", convert.dither,
+                "auto: where bits are lost, or tpdf: always, or none; the noise is the same each time")
+            ->check(CLI::IsMember({"auto", "tpdf", "none"}));
+        command->add_flag("-f,--force", convert.force, "replace the output");
+        command->add_flag("-q,--quiet", convert.quiet, "no word of problems that do not stop the work");
+        command->callback([&] {
+            ParseTime(start, &convert.start);
+            ParseTime(end, &convert.end);
+            ParseTime(length, &convert.length);
+            convert.matrix = MatrixOf(matrix);
+            convert.normalize = NormalizeOf(normalize);
+            if (!matrix.empty() + !convert.map.empty() + (convert.channels != 0) > 1)
+                code = Complain("convert", "one of --channels, --map and --matrix", EXIT_USAGE);
+            else if (convert.end.isGiven && convert.length.isGiven)
+                code = Complain("convert", "one of --end and --length", EXIT_USAGE);
+            else
+                code = ConvertAll(convert, converted, folder);
+        });
+    }
 
     PluginsOptions plugins;
-    command = app.add_subcommand("plugins", "what reads and writes other kinds of files, and where it runs");
-    command->add_flag("--templates", plugins.templates, "how each writes: names for convert --template");
-    command->add_flag("--json", plugins.json, "for programs");
-    command->add_flag("--log", plugins.log, "what the manager does, on standard error");
-    command->add_flag("--fresh", plugins.fresh, "ask each again, whatever is known from before");
-    command->callback([&] { code = ListPlugins(plugins); });
+    if (CLI::App* command =
+            commands.Add(app, "plugins", "what reads and writes other kinds of files, and where it runs")) {
+        command->add_flag("--templates", plugins.templates, "how each writes: names for convert --template");
+        command->add_flag("--json", plugins.json, "for programs");
+        command->add_flag("--log", plugins.log, "what the manager does, on standard error");
+        command->add_flag("--fresh", plugins.fresh, "ask each again, whatever is known from before");
+        command->callback([&] { code = ListPlugins(plugins); });
+    }
 
     RepairOptions repair;
-    command = app.add_subcommand(
-        "repair", "a copy with its header set right; says what was found and changed, and guesses nothing");
-    command->add_option("FILE", repair.file)->required();
-    command->add_option("OUTPUT", repair.output, "else FILE with .repaired in its name");
-    command->add_flag("--in-place", repair.inPlace, "change the file itself");
-    command->add_flag("-f,--force", repair.force, "replace the output");
-    command
-        ->add_option("--samples-end", repair.samplesEnd,
-                     "where they end in the file, or 'end' for its end; else as the file tells")
-        ->check(EndComplaint);
-    AddFormat(command, repair.format);
-    command->callback([&] { code = Repair(repair); });
+    if (CLI::App* command = commands.Add(
+            app, "repair",
+            "a copy with its header set right; says what was found and changed, and guesses nothing")) {
+        command->add_option("FILE", repair.file)->required();
+        command->add_option("OUTPUT", repair.output, "else FILE with .repaired in its name");
+        command->add_flag("--in-place", repair.inPlace, "change the file itself");
+        command->add_flag("-f,--force", repair.force, "replace the output");
+        command
+            ->add_option("--samples-end", repair.samplesEnd,
+                         "where they end in the file, or 'end' for its end; else as the file tells")
+            ->check(EndComplaint);
+        AddFormat(command, repair.format);
+        command->callback([&] { code = Repair(repair); });
+    }
 
-    AddMeta(app, code);
+    AddMeta(app, commands, code);
 
     HeaderOptions insert, reserve;
-    CLI::App* header = app.add_subcommand("header", "headers for raw samples");
-    header->require_subcommand(1);
-    command = header->add_subcommand("insert", "put a header before raw samples");
-    command->add_option("INPUT", insert.input)->required();
-    command->add_option("OUTPUT", insert.output);
-    command->add_option("--bytes", insert.bytes, "of the header, with a filler");
-    command->add_option("--container", insert.container, "wav or w64; else by the name")
-        ->check(CLI::IsMember({"wav", "w64"}));
-    command->add_flag("--in-place", insert.inPlace, "over the file's first bytes, which were left for it");
-    command->add_flag("-f,--force", insert.force, "replace the output");
-    AddFormat(command, insert.format);
-    command->callback([&] { code = InsertHeader(insert); });
-    command =
-        header->add_subcommand("reserve", "an empty file whose samples begin at a place of your choice");
-    command->add_option("OUTPUT", reserve.output)->required();
-    command->add_option("--bytes", reserve.bytes, "of the header")->required();
-    command->add_option("--container", reserve.container, "wav or w64; else by the name")
-        ->check(CLI::IsMember({"wav", "w64"}));
-    command->add_flag("-f,--force", reserve.force, "replace the output");
-    AddFormat(command, reserve.format);
-    command->callback([&] { code = ReserveHeader(reserve); });
+    if (CLI::App* header = commands.Add(app, "header", "headers for raw samples")) {
+        header->require_subcommand(1);
+        if (CLI::App* command = commands.Add(*header, "insert", "put a header before raw samples")) {
+            command->add_option("INPUT", insert.input)->required();
+            command->add_option("OUTPUT", insert.output);
+            command->add_option("--bytes", insert.bytes, "of the header, with a filler");
+            command->add_option("--container", insert.container, "wav or w64; else by the name")
+                ->check(CLI::IsMember({"wav", "w64"}));
+            command->add_flag("--in-place", insert.inPlace,
+                              "over the file's first bytes, which were left for it");
+            command->add_flag("-f,--force", insert.force, "replace the output");
+            AddFormat(command, insert.format);
+            command->callback([&] { code = InsertHeader(insert); });
+        }
+        if (CLI::App* command = commands.Add(*header, "reserve",
+                                             "an empty file whose samples begin at a place of your choice")) {
+            command->add_option("OUTPUT", reserve.output)->required();
+            command->add_option("--bytes", reserve.bytes, "of the header")->required();
+            command->add_option("--container", reserve.container, "wav or w64; else by the name")
+                ->check(CLI::IsMember({"wav", "w64"}));
+            command->add_flag("-f,--force", reserve.force, "replace the output");
+            AddFormat(command, reserve.format);
+            command->callback([&] { code = ReserveHeader(reserve); });
+        }
+    }
 
     try {
         app.parse(argc, argv);

@@ -330,6 +330,9 @@ void CChannelList::OnEntriesChanged() { RequestUpdate(UPDATE_ROWS | UPDATE_NAMES
 void CChannelList::OnEntryGoing(const ChannelEntry* channel) {
     if (!channel || channel == m_focus) m_focus = nullptr;
     if (m_list) m_list->ForgetRow(channel);
+    if (channel) return;
+    m_editor.Forget();  // another project has other groups
+    if (m_groups) m_groups->SetCanUndo(false);
 }
 
 void CChannelList::RequestUpdate(uint32_t what) {

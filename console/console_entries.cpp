@@ -198,7 +198,7 @@ bool CConsoleControlPlugin::ApplyPendingChanges() {
     assert(!m_view || m_pageThread.IsHere());
     if (m_applying) return false;
     m_applying = true;
-    bool changed = false;
+    bool changed = std::exchange(m_shownChanged, false);
     while (m_rebuildPending || !m_pendingChanges.empty()) {
         const ChannelKeys::Round round(Keys());
         bool moved = std::exchange(m_rebuildPending, false);

@@ -139,6 +139,7 @@ void CConsoleControlPlugin::ReadGroupSwitch(bool force) {
 }
 
 void CConsoleControlPlugin::StoreGroups() {
+    CriticalSectionLock lock(MainLock());
     if (Preferences().AllRead()) SaveGroups(m_groups, Store());
     if (m_view) m_view->OnGroupsChanged();
 }
@@ -150,7 +151,9 @@ void CConsoleControlPlugin::ShowApplied() {
 }
 
 void CConsoleControlPlugin::EntriesShownChanged() {
-    if (m_view) m_view->OnEntriesChanged();
+    CriticalSectionLock lock(MainLock());
+    m_shownChanged = true;
+    if (m_view) m_view->PostPendingChanges();
 }
 
 /// The groups belong to the project that is open. One that has none leaves the console as it looks.

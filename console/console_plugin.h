@@ -96,7 +96,7 @@ public:
     void StoreGroups();
     /// The page shows what a group has changed of view and pane.
     void ShowApplied();
-    /// Channels are shown or hidden that are so in the console alone.
+    /// Channels are hidden or shown in the console alone: the page lays them out soon, once for many.
     void EntriesShownChanged();
     bool HasView() const { return m_view; }
 
@@ -142,6 +142,7 @@ private:
     ConsoleView* m_view = nullptr;
     std::thread::id m_viewThread;
     bool m_rebuildPending = false;
+    bool m_shownChanged = false;   ///< by the console alone, which the page has not laid out yet
     bool m_groupsPending = false;  ///< another project is open: its groups are to be read
     bool m_applying = false;
     std::vector<MPCTRLREC> m_pendingChanges;

@@ -21,6 +21,7 @@ public:
     void Delete(size_t group);
 
     bool CanUndo() const { return !m_before.empty(); }
+    void Forget() { m_before.clear(); }
     /// Undone once more it is done again.
     void Undo();
 

@@ -37,6 +37,7 @@ QIcon IconOf(const ImageList& images, int32_t index, const QWidget& window) {
     QIcon icon;
     const qreal scale = window.devicePixelRatioF();
     for (const auto& [mode, state] : {std::pair(QIcon::Normal, ImageState::Normal),
+                                      {QIcon::Selected, ImageState::Normal},
                                       {QIcon::Active, ImageState::Hot},
                                       {QIcon::Disabled, ImageState::Disabled}}) {
         QPixmap pixmap = images.Pixmap(index, state, scale);
@@ -94,6 +95,7 @@ GroupListView::GroupListView(QWidget& page, GroupSite& site) : QListWidget(&page
     setAccessibleName(QString::fromUtf16(ConsoleText(IDS_GROUPS)));
     setFrameShape(QFrame::NoFrame);
     setUniformItemSizes(true);
+    setIconSize({static_cast<int>(SIGN.cx), static_cast<int>(SIGN.cy)});
     setEditTriggers(NoEditTriggers);
     setTextElideMode(Qt::ElideMiddle);
     setTabKeyNavigation(false);

@@ -146,11 +146,13 @@ ChannelChanges ChangesBetween(const Channel& before, const Channel& after) {
         }
     AddParts(before, after, changes);
     changes.anything |= !changes.subs.empty();
-    changes.matters = changes.anything;
-    if (changes.matters && changes.levelsOnly && changes.subs.empty() && before.selected != after.selected) {
+    changes.matters = changes.heard = changes.anything;
+    if (changes.groups == MASK_SWITCHES && changes.levelsOnly && changes.subs.empty()) {
         Channel aside = after;
         aside.selected = before.selected;
         changes.matters = aside != before;
+        aside.hidden = before.hidden;
+        changes.heard = aside != before;
     }
     return changes;
 }

@@ -46,6 +46,7 @@ struct ChannelChanges {
     bool levelsOnly = true;
     bool anything = false;  ///< also what plug-ins have no word for
     bool matters = false;   ///< more than what is selected
+    bool heard = false;     ///< more than what is selected and shown
 };
 
 ChannelChanges ChangesBetween(const Channel& before, const Channel& after);

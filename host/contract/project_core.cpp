@@ -262,7 +262,7 @@ HRESULT ProjectCore::EditChannel(ChannelId id, const Edit& edit) {
         try {
             if (told.changes.levelsOnly) {
                 CheckChannel(*channel, before.name);
-                engine.SetLevels(m_session.channels);
+                if (told.changes.heard) engine.SetLevels(m_session.channels);
             } else {
                 CheckSession(m_session);
                 ApplyToEngine();

@@ -298,6 +298,31 @@ TEST_F(Page, AChangeAsksTheHostAsOftenAmongThousandsOfChannels) {
     EXPECT_EQ(callsOfAChange(2000), few);
 }
 
+TEST_F(Page, WhatIsHiddenInTheConsoleAloneIsNoneOfTheHosts) {
+    page->Close();
+    console->Close();
+    host.Edit([&] { host.preferences[u"UseHostHideState"] = 0; });
+    ASSERT_EQ(console->Open(), S_OK);
+    ASSERT_EQ(page->Open(console->Object()), S_OK);
+    constexpr uint32_t AUDIO_TRACKS = 50048, ALL = 50047;
+    host.sets.clear();
+    page->RunCommand(AUDIO_TRACKS);
+    const auto hidden = [&] {
+        return !page->Channels().contains(DRUMS) && page->Channels().contains("Rhythm");
+    };
+    EXPECT_TRUE(PageHarness::Until(hidden));
+    EXPECT_TRUE(host.sets.empty());
+    page->Close();
+    ASSERT_EQ(page->Open(console->Object()), S_OK);
+    EXPECT_TRUE(hidden()) << "another page of the same console";
+    host.Notify(MPNOTIFY_PROJECT_RELOAD);
+    PageHarness::Settle();
+    EXPECT_TRUE(PageHarness::Until(hidden)) << "and entries that were made anew";
+    page->RunCommand(ALL);
+    EXPECT_TRUE(PageHarness::Until([&] { return page->Channels().contains(DRUMS); }));
+    host.Edit([&] { host.preferences[u"UseHostHideState"] = 1; });
+}
+
 TEST_F(Page, WithoutGroupsAtTheHostThereAreNone) {
     const auto* bar = page->Page().findChild<QWidget*>(QStringLiteral("GroupBar"));
     constexpr uint32_t SHOW_GROUPS = 1250, VIEW_GROUP = 50057;

@@ -135,7 +135,8 @@ public:
             MetaDocument document;
             document.container = MediaContainer::Wave;
             for (const TextRow& row : TEXTS)
-                if (const char* text = !m_file->sound ? nullptr : sf_get_string(m_file->sound.get(), row.which))
+                if (const char* text =
+                        !m_file->sound ? nullptr : sf_get_string(m_file->sound.get(), row.which))
                     SetMetaValue(document, row.key, text);
             IQmReadMeta* meta = MakeMeta(document);
             *out = meta;
@@ -148,6 +149,10 @@ private:
 };
 
 constexpr std::string_view SIGNATURES[] = {
+    "RIFF"sv,
+    "RF64"sv,
+    "riff"sv,
+    "FORM"sv,
     "fLaC"sv,
     "OggS"sv,
     "caff"sv,

@@ -15,8 +15,10 @@ install(DIRECTORY resources/surfaces DESTINATION ${TARN_MODULES_DIR} FILES_MATCH
 
 # Plug-ins for media files, where the manager looks for them beside the kernel library.
 file(RELATIVE_PATH from_file_plugins /${TARN_MODULES_DIR}/fileio /${CMAKE_INSTALL_LIBDIR})
-set_target_properties(fio-wave fio-sndfile PROPERTIES INSTALL_RPATH "$ORIGIN/${from_file_plugins}")
-install(TARGETS fio-wave fio-sndfile LIBRARY DESTINATION ${TARN_MODULES_DIR}/fileio)
+set_target_properties(fio-wave fio-sndfile fio-ffmpeg PROPERTIES INSTALL_RPATH "$ORIGIN/${from_file_plugins}")
+install(TARGETS fio-wave fio-sndfile fio-ffmpeg LIBRARY DESTINATION ${TARN_MODULES_DIR}/fileio)
+set_target_properties(FileIOSurrogate PROPERTIES INSTALL_RPATH "$ORIGIN/${from_modules}")
+install(TARGETS FileIOSurrogate RUNTIME DESTINATION ${TARN_MODULES_DIR})
 install(FILES fileio/plugins/tarn.Fio2007-Config DESTINATION ${TARN_MODULES_DIR}/fileio)
 
 set(programs mixhost tarn-demo tarn-effect-scan tarn-gallery tarn-image tarn-media tarn-settings)
@@ -32,7 +34,7 @@ foreach(own platform/store_file kernel/block_heap kernel/list_internal kernel/me
     kernel/print/directive kernel/print/group kernel/print/text_writer kernel/time/time_math audio/cells audio/codec_names
     audio/sub_format mediafile/meta/big_endian mediafile/meta/id3 fileio/enumerators fileio/filter_builder
     fileio/hardware_decoders fileio/identify fileio/media_properties fileio/plugin_cache fileio/plugin_config
-    fileio/plugin_library fileio/plugin_list)
+    fileio/plugin_library fileio/plugin_list fileio/blankets fileio/surrogate_process fileio/surrogates)
   list(APPEND own_headers REGEX "/${own}[.]h$" EXCLUDE)
 endforeach()
 foreach(room platform kernel audio image mediafile fileio contract)
@@ -44,6 +46,7 @@ foreach(room platform kernel audio image mediafile fileio contract)
     PATTERN rows EXCLUDE
     PATTERN opencl EXCLUDE
     PATTERN plugins EXCLUDE
+    PATTERN surrogate EXCLUDE
     ${own_headers})
 endforeach()
 install(FILES ${CMAKE_BINARY_DIR}/strings/kernel/lang/kernel_strings.h DESTINATION ${TARN_HEADERS_DIR}/kernel/lang)

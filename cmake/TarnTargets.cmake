@@ -95,7 +95,7 @@ function(tarn_check_headers_alone)
     list(APPEND units ${cpp})
   endforeach()
   add_library(headers-alone OBJECT ${units})
-  target_link_libraries(headers-alone PRIVATE tarn-flags Qt6::Widgets Qt6::Svg tarn-host-libs)
+  target_link_libraries(headers-alone PRIVATE tarn-flags tarn-messages Qt6::Widgets Qt6::Svg tarn-host-libs)
   add_dependencies(headers-alone tarn-kernel tarn-plugin tarn-console tarn-surface mixhost)  # they make headers
   target_compile_options(headers-alone PRIVATE -O0 -g0)
 endfunction()

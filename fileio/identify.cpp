@@ -25,7 +25,7 @@ public:
           m_readers(plugins.All()), m_tried(m_readers.size()) {
         // A pipe that nobody writes must not keep us waiting.
         m_fd = ::open(m_name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        struct stat status;
+        struct stat status {};
         if (m_fd >= 0 && (::fstat(m_fd, &status) != 0 || !S_ISREG(status.st_mode))) {
             ::close(m_fd);
             m_fd = -1;
@@ -70,7 +70,7 @@ private:
         return Succeeded(hr) || Refuse(hr);
     }
     bool Refuse(HRESULT hr) {
-        if (hr == MEDIA_E_NOT_STARTED) m_refusal = hr;
+        if (hr == MEDIA_E_NOT_STARTED || hr == FIO_E_SURROGATE_GONE) m_refusal = hr;
         return false;
     }
     bool IsBypassed(size_t i, IQmReadFileClass& reader) {
@@ -97,13 +97,13 @@ private:
 };
 
 struct Line {
-    const char *before, *after;  ///< the plug-in's name
-    bool namesFile;
+    const char *before = nullptr, *after = nullptr;  ///< the plug-in's name
+    bool namesFile = false;
 };
 struct Step {
     Line line;
     std::optional<Line> slowLine;  ///< none: no step of the slow way
-    bool (*isFor)(Candidates&, size_t, const std::string& extension, const GUID& lastUsed);
+    bool (*isFor)(Candidates&, size_t, const std::string& extension, const GUID& lastUsed) = nullptr;
 };
 constexpr char FAST[] = " IdentifyFileType: '";
 const Step STEPS[] = {

@@ -30,7 +30,13 @@ namespace {
 /// Held around every pass over the plug-ins, so that two processes do not ask and remember at once.
 constexpr char SCAN_LOCK[] = "Local\\Tarn Media Software FileIO";
 
-enum OwnMetric : int32_t { METRIC_READER = 2001, METRIC_RENDERER, METRIC_DECODER };
+enum OwnMetric : int32_t {
+    METRIC_READER = 2001,
+    METRIC_RENDERER,
+    METRIC_DECODER,
+    METRIC_CALL_LIMIT,  ///< milliseconds
+};
+constexpr int32_t CALL_LIMIT = 60000, LEAST_CALL_LIMIT = 100, MOST_CALL_LIMIT = 3600000;
 
 const char HERE = 0;
 
@@ -228,6 +234,7 @@ public:
         const CriticalSectionLock lock(m_lock);
         m_described.Reset();
         m_plugins.Clear();
+        m_surrogates.reset();
         m_folders.clear();
         m_cache.reset();
         return S_OK;
@@ -397,6 +404,12 @@ private:
         if (m_cache) return QM_E_ALREADY;
         m_cache.emplace(flags & FIO_INIT_NO_CACHE ? fs::path() : CacheFile());
         if (!m_specified) m_folders = std::move(folders);
+        const bool hasSurrogates = !(flags & FIO_INIT_NO_SURROGATES) && !Surrogates::Program().empty();
+        if (hasSurrogates)
+            m_surrogates.emplace(
+                m_langId, std::chrono::milliseconds(QmGetMetricEx(
+                              m_metrics, METRIC_CALL_LIMIT, LEAST_CALL_LIMIT, MOST_CALL_LIMIT, CALL_LIMIT)));
+        m_plugins.SetSurrogates(hasSurrogates ? &*m_surrogates : nullptr);
         m_plugins.AddConfigured(m_folders, *m_cache);
         m_plugins.AddFound(m_folders, *m_cache);
         if (m_specified)
@@ -488,6 +501,7 @@ private:
     std::vector<fs::path> m_folders;
     std::optional<std::vector<fs::path>> m_specified;
     std::optional<PluginCache> m_cache;
+    std::optional<Surrogates> m_surrogates;
     PluginList m_plugins;
     FileIdentifier m_identifier;
     ComPtr<IQmReadFile> m_described;

@@ -62,7 +62,7 @@ constexpr IdField IDS[] = {{"Reader", &FIOPLUGININFO::reader}, {"Renderer", &FIO
 }  // namespace
 
 int64_t ModTimeOf(const fs::path& library) {
-    struct stat status;
+    struct stat status {};
     if (::stat(library.c_str(), &status) != 0) return 0;
     constexpr int64_t BILLION = 1000000000;
     return status.st_mtim.tv_sec * BILLION + status.st_mtim.tv_nsec;

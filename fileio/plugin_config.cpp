@@ -29,15 +29,15 @@ PluginConfig ConfigOf(const IniFile& ini, const std::string& section, const fs::
                 std::from_chars(value.data(), value.data() + value.size(), config.group);
             if (error == std::errc() && end == value.data() + value.size()) continue;
             config.group = -1;
-            wrong.push_back("[" + section + "] Surrogate=" + value + " is no number");
+            wrong.push_back(JoinText({"[", section, "] Surrogate=", value, " is no number"}));
         } else if (extension == "reader") {
             const std::optional<GUID> reader = GuidFromText(value);
             config.reader = reader.value_or(GUID{});
-            if (!reader) wrong.push_back("[" + section + "] Reader=" + value + " is no class id");
+            if (!reader) wrong.push_back(JoinText({"[", section, "] Reader=", value, " is no class id"}));
         } else if (AreExtensions(extension) && (value == "0" || value == "1")) {
             config.extensions[extension] = value == "1";
         } else {
-            wrong.push_back("[" + section + "] " + key + "=" + value + " is neither 0 nor 1");
+            wrong.push_back(JoinText({"[", section, "] ", key, "=", value, " is neither 0 nor 1"}));
         }
     }
     return config;

@@ -72,8 +72,10 @@ std::unique_ptr<PluginLibrary> LoadPluginHere(const std::filesystem::path& path,
 }
 
 std::string CheckPluginInfo(FIOPLUGININFO* info) {
-    const bool isTerminated = Terminate(info->name) & Terminate(info->readExtensions) &
-                              Terminate(info->renderExtensions) & Terminate(info->preloadModules);
+    // All of them, whichever is wrong.
+    const bool ends[] = {Terminate(info->name), Terminate(info->readExtensions),
+                         Terminate(info->renderExtensions), Terminate(info->preloadModules)};
+    const bool isTerminated = std::ranges::count(ends, false) == 0;
     if (info->size != sizeof *info || info->api != FIO_PLUGIN_API)
         return "is made for another version of the program";
     if (!isTerminated) return "says what it is in texts without an end";

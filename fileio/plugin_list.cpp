@@ -19,7 +19,7 @@ std::string RolesText(const PluginSummary& s) {
     return s.Has(PluginRole::Renderer) ? "reader|renderer" : "reader";
 }
 
-std::string Configured(std::string list, const std::map<std::string, bool>& changes) {
+std::string Configured(const std::string& list, const std::map<std::string, bool>& changes) {
     std::string kept;
     const auto add = [&](const std::string& extension) { kept += (kept.empty() ? "" : ";") + extension; };
     for (const std::string& extension : SplitList(list))
@@ -59,7 +59,6 @@ void PluginList::Add(const PluginConfig& config, PluginCache& cache) {
     auto entry = std::make_unique<Entry>();
     PluginSummary& s = entry->summary;
     s.library = library;
-    s.group = config.group;
     const int64_t modTime = ModTimeOf(library);
     if (const std::optional<FIOPLUGININFO> info = cache.Find(library, modTime, m_langId)) {
         s.info = *info;
@@ -73,6 +72,7 @@ void PluginList::Add(const PluginConfig& config, PluginCache& cache) {
             s.failure = "has a class that " +
                         At(static_cast<size_t>(Find(role, s.Id(role)))).library.string() + " has, too";
     if (s.failure.empty()) {
+        s.group = GroupOf(config, s.info);
         const bool isMeant = config.reader == GUID{} || config.reader == s.info.reader;
         const std::string read = Utf8FromUtf16(s.info.readExtensions);
         s.readExtensions = isMeant ? Configured(read, config.extensions) : read;
@@ -86,25 +86,39 @@ void PluginList::Add(const PluginConfig& config, PluginCache& cache) {
     m_entries.push_back(std::move(entry));
 }
 
-bool PluginList::Load(Entry& entry, std::string* reason) {
-    if (entry.isTried) return entry.code != nullptr;
-    entry.isTried = true;
-    entry.code = LoadPluginHere(entry.summary.library, reason);
-    entry.summary.isLoaded = entry.code != nullptr;
-    return entry.summary.isLoaded;
+int32_t PluginList::GroupOf(const PluginConfig& config, const FIOPLUGININFO& info) const {
+    if (!m_surrogates) return -1;
+    if (config.group >= 1) return config.group;
+    return info.flags & FIO_PLUGIN_IN_PROCESS ? -1 : 0;
+}
+
+HRESULT PluginList::Load(Entry& entry, std::string* reason) {
+    PluginSummary& s = entry.summary;
+    if (entry.code) return S_OK;
+    HRESULT status = S_OK;
+    entry.code = s.group < 0 ? LoadPluginHere(s.library, reason)
+                             : m_surrogates->Open(s.group, s.library, &status, reason);
+    s.isLoaded = entry.code != nullptr;
+    return entry.code ? S_OK : Failed(status) ? status : MEDIA_E_NOT_STARTED;
 }
 
 void PluginList::Ask(Entry& entry, int64_t modTime, PluginCache& cache) {
     PluginSummary& s = entry.summary;
-    if (!Load(entry, &s.failure)) return;
-    if (Succeeded(entry.code->GetInfo(m_langId, &s.info, &s.failure)))
-        cache.Set(s.library, modTime, m_langId, s.info);
+    // What nobody knows yet may do anything, and is asked where that does no harm.
+    const std::unique_ptr<PluginLibrary> alone =
+        m_surrogates ? m_surrogates->OpenAlone(s.library, &s.failure) : nullptr;
+    if (m_surrogates ? !alone : Failed(Load(entry, &s.failure))) return;
+    PluginLibrary& library = alone ? *alone : *entry.code;
+    const HRESULT hr = library.GetInfo(m_langId, &s.info, &s.failure);
+    if (Succeeded(hr)) cache.Set(s.library, modTime, m_langId, s.info);
+    if (hr == FIO_E_SURROGATE_GONE) cache.SetFailure(s.library, modTime, s.failure);
 }
 
 void PluginList::LoadOnInit() {
     const CriticalSectionLock lock(m_lock);
     for (const auto& entry : m_entries) {
         PluginSummary& s = entry->summary;
+        if (s.group >= 0) continue;
         for (const std::string& name : SplitList(Utf8FromUtf16(s.info.preloadModules))) {
             // A name, so that a plug-in has only what was installed with it.
             Module module = Module::Load(s.library.parent_path() / fs::path(name).filename(), s.failure);
@@ -154,19 +168,24 @@ HRESULT PluginList::GetClass(size_t index, PluginRole role, ComPtr<IUnknown>* ou
     PluginSummary& s = entry.summary;
     if (!s.Has(role)) return MEDIA_E_UNSUPPORTED_FORMAT;
     const auto which = static_cast<size_t>(role);
+    if (entry.code && !entry.code->IsAlive()) {
+        m_log(s.library.string() + ": its process has ended");
+        for (ComPtr<IUnknown>& made : entry.classes) made.Reset();
+        std::ranges::replace(entry.status, S_OK, S_FALSE);
+        entry.code.reset();
+    }
     if (entry.status[which] == S_FALSE) {
         const GUID& iid = role == PluginRole::Reader ? IID_IQmReadFileClass : IID_IQmRenderFileClass;
         std::string reason;
-        HRESULT hr = MEDIA_E_NOT_STARTED;
-        if (Load(entry, &reason)) {
+        HRESULT hr = Load(entry, &reason);
+        if (Succeeded(hr)) {
             hr = entry.code->CreateClass(s.Id(role), iid, m_langId, entry.classes[which].OutVoid());
             if (Failed(hr)) reason = "does not start";
+            if (Failed(hr)) hr = MEDIA_E_NOT_STARTED;
         }
-        entry.status[which] = Failed(hr) ? MEDIA_E_NOT_STARTED : S_OK;
-        if (Failed(hr)) {
-            s.failure = reason;
-            m_log(s.library.string() + ": " + reason);
-        }
+        entry.status[which] = hr;
+        s.failure = reason;
+        if (Failed(hr)) m_log(s.library.string() + ": " + reason);
     }
     *out = entry.classes[which];
     return entry.status[which];

@@ -77,7 +77,7 @@ HRESULT Check(const tagQMTEMPLATExV2* t) {
 
 bool tarn::IsSoundTemplate(std::span<const uint8_t> bytes) {
     if (bytes.size() < SMALLEST) return false;
-    tagQMTEMPLATExV2 head;
+    tagQMTEMPLATExV2 head{};
     std::memcpy(&head, bytes.data(), sizeof head);
     const uint64_t length = bytes.size();
     return head.size <= length && head.size >= SMALLEST && head.version >> 24 == FIO_TEMPLATE_V2 >> 24 &&

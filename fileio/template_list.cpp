@@ -231,7 +231,7 @@ HRESULT QmFio_MakeProjectDefaultTemplate(IQmFileIOMgrForApp* manager, const GUID
     *out = nullptr;
     ComPtr<IQmRenderFileClass> code;
     if (const HRESULT hr = manager->GetRendererClass(*renderer, code.Out()); Failed(hr)) return hr;
-    _qmwaveformat plain;
+    _qmwaveformat plain{};
     plain.Init(44100, QMSAMPLE_PCM16, 2, 0, sizeof plain);
     tagQMTEMPLATExV2* made = nullptr;
     HRESULT hr = code->GetDefault(u"", &plain, &made);

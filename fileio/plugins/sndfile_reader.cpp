@@ -149,6 +149,10 @@ private:
 };
 
 constexpr std::string_view SIGNATURES[] = {
+    "RIFF"sv,
+    "RF64"sv,
+    "riff"sv,
+    "FORM"sv,
     "fLaC"sv,
     "OggS"sv,
     "caff"sv,

@@ -20,9 +20,10 @@ namespace {
 
 /// The renderer's own data in a template.
 struct Settings {
-    int32_t format;     ///< libsndfile's number of kind and encoding
-    float compression;  ///< 0 to 1, the higher the smaller; below 0 where the codec has none or bits are told
-    uint32_t bitRate;   ///< of MP3; 0 where it varies
+    int32_t format = 0;  ///< libsndfile's number of kind and encoding
+    /// 0 to 1, the higher the smaller; below 0 where the codec has none or bits are told.
+    float compression = -1;
+    uint32_t bitRate = 0;  ///< of MP3; 0 where it varies
 };
 
 struct KindRow {
@@ -53,7 +54,7 @@ constexpr int MP3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, VORBIS = SF_FORMA
 constexpr float FLAC_LEVELS = 8;
 
 struct PresetRow {
-    const char16_t* name;
+    const char16_t* name = nullptr;
     Settings settings;
     uint32_t rate = 0;  ///< 0: the source's
 };

@@ -84,7 +84,7 @@ public:
         m_copies = type != format.sampleType;
         m_frameBytes = QmAudio_BytesFromSampleType(type) * format.channels;
         if (m_frameBytes > UINT16_MAX) return MEDIA_E_UNSUPPORTED_TYPE;
-        _qmwaveformat stored;
+        _qmwaveformat stored{};
         stored.Init(format.sampleRate, type, format.channels, format.channelMask, sizeof stored);
         SampleFileGrowth growth;
         growth.mayBecomeLong = container == MediaContainer::Wave;

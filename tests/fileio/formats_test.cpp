@@ -43,6 +43,31 @@ protected:
         return bytes;
     }
 
+    /// With all 30,011 frames; without samples the length alone.
+    static void Compare(IQmReadFile& file, const _qmwaveformat& format, const Bytes& samples) {
+        ComPtr<IQmReadAudioStream> stream;
+        _qmwaveformat got{};
+        uint64_t frames = 0;
+        uint32_t count = 0;
+        ASSERT_EQ(file.GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
+        ASSERT_EQ(stream->GetFormat(&got, sizeof got), S_OK);
+        ASSERT_EQ(stream->GetFrames(&frames), S_OK);
+        EXPECT_EQ(got.sampleRate, format.sampleRate);
+        EXPECT_EQ(got.channels, format.channels);
+        EXPECT_GE(frames + 1, 30011u);
+        if (samples.empty()) return;
+        EXPECT_EQ(got.sampleType, format.sampleType);
+        ASSERT_EQ(got.blockAlign, format.blockAlign);
+        ASSERT_EQ(frames, 30011u);
+        Bytes back(samples.size());
+        // From the middle, and then from the start: places do not depend on the way to them.
+        ASSERT_EQ(stream->Read(15000, 15011, &back[size_t{15000} * format.blockAlign], &count), S_OK);
+        ASSERT_EQ(stream->Read(0, 15000, back.data(), &count), S_OK);
+        EXPECT_TRUE(back == samples);
+        EXPECT_EQ(stream->Read(30011, 1, back.data(), &count), S_OK);
+        EXPECT_EQ(count, 0u);
+    }
+
     void Render(const std::string& name, IQmRenderFileClass& renderer, const tagQMTEMPLATExV2& settings,
                 const _qmwaveformat& format, const Bytes& samples) {
         const int fd = ::open(Path(name).c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
@@ -86,29 +111,15 @@ TEST_F(Formats, EveryPresetMakesAFileThatIsReadAlike) {
             ASSERT_NO_FATAL_FAILURE(Render(file, *renderer, *preset, format, samples));
 
             ComPtr<IQmReadFile> read;
-            ComPtr<IQmReadAudioStream> stream;
             ASSERT_EQ(manager->OpenReader(WidePath(file).c_str(), read.Out()), S_OK);
-            ASSERT_EQ(read->GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
-            _qmwaveformat got{};
-            uint64_t frames = 0;
-            ASSERT_EQ(stream->GetFormat(&got, sizeof got), S_OK);
-            ASSERT_EQ(stream->GetFrames(&frames), S_OK);
-            EXPECT_EQ(got.sampleRate, format.sampleRate);
-            EXPECT_EQ(got.channels, format.channels);
             const bool isLossy = file.ends_with("ogg") || file.ends_with("opus") || file.ends_with("mp3");
-            if (isLossy) {
-                EXPECT_GE(frames + 1, 30011u);
-            } else {
-                ASSERT_TRUE(got == format);
-                ASSERT_EQ(frames, 30011u);
-                Bytes back(samples.size());
-                uint32_t count = 0;
-                // From the middle, and then from the start: places do not depend on the way to them.
-                ASSERT_EQ(stream->Read(15000, 15011, &back[size_t{15000} * format.blockAlign], &count), S_OK);
-                ASSERT_EQ(stream->Read(0, 15000, back.data(), &count), S_OK);
-                EXPECT_EQ(back, samples);
-                EXPECT_EQ(stream->Read(30011, 1, back.data(), &count), S_OK);
-                EXPECT_EQ(count, 0u);
+            ASSERT_NO_FATAL_FAILURE(Compare(*read, format, isLossy ? Bytes() : samples));
+            // And by FFmpeg's libraries, in a process of their own, which count the pad of Wave64 as samples.
+            if (!isLossy && !file.ends_with("w64")) {
+                ComPtr<IQmReadFile> film;
+                GUID reader = Guid("{C1B2A390-52D7-4E6B-8A8C-91D3E07F4B03}");
+                ASSERT_EQ(manager->OpenReaderEx(WidePath(file).c_str(), &reader, film.Out()), S_OK);
+                ASSERT_NO_FATAL_FAILURE(Compare(*film, format, samples));
             }
             ComPtr<IQmReadMeta> meta;
             if (file.ends_with("au")) continue;  // these have no texts

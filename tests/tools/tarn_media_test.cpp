@@ -21,6 +21,11 @@ namespace {
 
 class TarnMedia : public MediaTest {
 protected:
+    TarnMedia() {
+        // What file plug-ins keep for the user is not the tests' to change.
+        for (const char* folder : {"XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
+            ::setenv(folder, Path(folder).c_str(), 1);
+    }
     Outcome Run(const std::string& arguments) { return RunShell(std::string(TARN_MEDIA) + " " + arguments); }
     /// While something happens at its n-th step: it is killed, or the command is run.
     Outcome RunMeddled(int step, const std::string& arguments, const std::string& with = {}) {
@@ -66,8 +71,6 @@ TEST_F(TarnMedia, ConvertsThereAndBack) {
 }
 
 TEST_F(TarnMedia, OtherKindsGoThroughPlugins) {
-    for (const char* folder : {"XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
-        ::setenv(folder, Path(folder).c_str(), 1);
     MakeWave("a.wav", 50001);
     const Bytes original = Content("a.wav");
     ASSERT_EQ(Run("meta set " + Path("a.wav") + " info.INAM=Dawn cue.1.position=7").code, 0);

@@ -1,4 +1,5 @@
 #include "fileio/meta_chunks.h"
+#include "fileio/out_of_process.h"
 #include "tools/tarn-media/convert_file.h"
 
 using namespace tarn;
@@ -50,7 +51,9 @@ Input::Input(const std::string& path)
 
 bool Input::OpenByPlugin(const std::string& path) {
     const std::u16string wide = path == STANDARD_STREAM ? PathOf(m_file.get()) : WideFromPath(path);
-    if (Failed(FileManager().OpenReader(wide.c_str(), m_opened.Out()))) return false;
+    const HRESULT hr = FileManager().OpenReader(wide.c_str(), m_opened.Out());
+    if (hr == FIO_E_SURROGATE_GONE) throw Refused{path, "what reads it ended, or took too long"};
+    if (Failed(hr)) return false;
     uint32_t count = 0;
     m_opened->GetStreamCount(&count);
     for (uint32_t i = 0; i < count && !m_stream; i++)

@@ -4,30 +4,24 @@
 #include "platform/counted.h"
 #include "platform/text.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/ptrace.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace tarn;
 
 namespace {
 
-enum Probe {
-    SIGNED = 1,
-    UNSIGNED,
-    REFUSES,
-    NONSENSE,
-    SILENT,
-    COMPOUND,
-    ALOOF,
-    OLD,
-    CRASHES,
-    HANGS,
-    FORBIDDEN
-};
+enum Probe { SIGNED = 1, UNSIGNED, REFUSES, NONSENSE, SILENT, COMPOUND, ALOOF, OLD, APART, CRASHES, HANGS };
 
 // Each load leaves a mark, so that a test can count them.
 __attribute__((constructor)) void Mark() {
@@ -49,6 +43,22 @@ public:
     HRESULT GetMeta(const GUID&, void** out) override { return *out = nullptr, S_FALSE; }
 };
 
+/// Ends the process, never ends, or tries what a surrogate must not.
+bool Misbehaves(const char* head) {
+    if (std::memcmp(head, "BOOM", 4) == 0) std::abort();
+    if (std::memcmp(head, "LOOP", 4) == 0)
+        for (volatile bool isForever = true; isForever;) {
+        }
+    if (std::memcmp(head, "TRYS", 4) != 0) return false;
+    char* const none[] = {nullptr};
+    const bool isFree =
+        ::socket(AF_INET, SOCK_STREAM, 0) >= 0 || ::kill(::getppid(), 0) == 0 || ::fork() >= 0 ||
+        ::execve("/bin/true", none, none) == 0 || ::open("/dev/null", O_WRONLY) >= 0 ||
+        ::open("/tmp/tarn-probe", O_RDONLY | O_CREAT, 0600) >= 0 || ::unlink("/tmp/none") == 0 ||
+        errno == ENOENT || ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0;
+    return isFree;
+}
+
 class Reader final : public Counted<IQmReadFileClass, IID_IQmReadFileClass> {
 public:
     HRESULT Start(uint32_t) override { return PROBE == REFUSES ? E_FAIL : S_OK; }
@@ -62,6 +72,8 @@ public:
         if (PROBE == ALOOF) return E_FAIL;
         char head[4] = {};
         if (::read(descriptor, head, sizeof head) != sizeof head) return E_FAIL;
+        if (PROBE == APART && std::memcmp(head, "ZED!", 4) != 0)
+            return Misbehaves(head) || std::memcmp(head, "TRYS", 4) != 0 ? E_FAIL : GiveOut(new File, out);
         if (std::memcmp(head, PROBE == SIGNED ? "ACME" : PROBE == COMPOUND ? "BOTH" : "ZED!", 4) != 0)
             return E_FAIL;
         return GiveOut(new File, out);
@@ -72,11 +84,17 @@ public:
 
 QMFIOPLUG_EXPORT HRESULT QmFioPlug_GetInfo(uint32_t langId, FIOPLUGININFO* info) {
     if (PROBE == SILENT) return E_FAIL;
+    if (PROBE == CRASHES) std::abort();
+    if (PROBE == HANGS) ::pause();
     info->api = PROBE == OLD ? 0 : FIO_PLUGIN_API;
-    info->flags = FIO_PLUGIN_IN_PROCESS;
+    if (PROBE != APART) info->flags |= FIO_PLUGIN_IN_PROCESS;
     if (PROBE == COMPOUND || PROBE == ALOOF) info->flags |= FIO_PLUGIN_COMPOUND;
     info->reader = Guid("{00000000-1111-2222-3333-444444444444}");
     info->reader.Data1 = PROBE;
+    // Copies of it are plug-ins of their own.
+    Dl_info own{};
+    if (PROBE == APART && ::dladdr(reinterpret_cast<void*>(&Mark), &own))
+        info->reader.Data2 = static_cast<uint16_t>(std::atoi(std::strrchr(own.dli_fname, '-') + 1));
     const std::string name = "Probe " + std::to_string(PROBE) + " in " + std::to_string(langId);
     CopyText(info->name, std::size(info->name), Utf16FromUtf8(name).c_str());
     CopyText(info->readExtensions, std::size(info->readExtensions), PROBE == SIGNED ? u"acme" : u"zed;dat");

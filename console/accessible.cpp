@@ -7,7 +7,7 @@
 #include <QAccessibleWidget>
 
 #include <array>
-#include <ranges>
+#include <vector>
 
 namespace {
 
@@ -91,7 +91,11 @@ public:
         : QAccessibleWidget(&window, QAccessible::Pane), m_page(page) {}
 
     /// The strips come first, then what lies around them, then the windows in it.
-    auto InOrder() const { return m_page.Regions() | std::views::reverse; }
+    std::vector<const CViewRegion*> InOrder() const {
+        std::vector<const CViewRegion*> regions;
+        for (const auto& region : m_page.Regions()) regions.insert(regions.begin(), region.get());
+        return regions;
+    }
 
     int childCount() const override {
         int count = static_cast<int>(Windows().size());
@@ -100,7 +104,7 @@ public:
     }
     QAccessibleInterface* child(int index) const override {
         if (index < 0) return nullptr;
-        for (const auto& region : InOrder()) {
+        for (const CViewRegion* region : InOrder()) {
             if (index < region->PartCount()) return Of(region->Part(index));
             index -= region->PartCount();
         }
@@ -109,7 +113,7 @@ public:
     int indexOfChild(const QAccessibleInterface* which) const override {
         const auto* found = dynamic_cast<const NodeAccessible*>(which);
         int before = 0;
-        for (const auto& region : InOrder()) {
+        for (const CViewRegion* region : InOrder()) {
             const int place = found ? found->Node().Place() : -1;
             if (place >= 0 && place < region->PartCount() && region->Part(place) == &found->Node())
                 return before + place;

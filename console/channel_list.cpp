@@ -380,6 +380,11 @@ void CChannelList::MakeGroup(uint32_t flags) {
     if (const size_t made = m_editor.Make(flags)) m_groups->Choose(made);
 }
 
+void CChannelList::OnGroupApplied(size_t group) {
+    m_editor.Apply(group);
+    m_groups->SetCanUndo(m_editor.CanUndo());
+}
+
 void CChannelList::OnGroupRenamed(size_t group, const std::u16string& name) {
     m_editor.Rename(group, name);
     OnGroupsChanged();
@@ -407,7 +412,7 @@ void CChannelList::OnGroupMenu(size_t group, QPoint at) {
     const uint32_t chosen = m_site.TrackMenu(menu, ToPoint(at));
     switch (chosen) {
     case 0: return;
-    case ITEM_APPLY: m_editor.Apply(group); return;
+    case ITEM_APPLY: OnGroupApplied(group); return;
     case ITEM_SAVE: m_editor.Update(group); return;
     case ITEM_RENAME: m_groups->Rename(group); return;
     case ITEM_DELETE: m_editor.Delete(group); return;

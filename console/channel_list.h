@@ -60,7 +60,7 @@ private:
     void OnLeave(bool back) override;
 
     // GroupSite
-    void OnGroupApplied(size_t group) override { m_editor.Apply(group); }
+    void OnGroupApplied(size_t group) override;
     void OnGroupRenamed(size_t group, const std::u16string& name) override;
     void OnGroupMenu(size_t group, QPoint at) override;
     void OnGroupRemove(size_t group) override { m_editor.Delete(group); }

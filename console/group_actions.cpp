@@ -45,7 +45,7 @@ HRESULT CaptureChannels(CConsoleControlPlugin& plugin, bool selectedAlone, tCons
         channels.push_back(channel);
     }
     if (selectedAlone && channels.empty()) return E_OUTOFMEMORY;
-    return group.AddChannels(channels);
+    return group.channels.Add(channels);
 }
 
 /// The first number that no group of these names bears.
@@ -67,7 +67,7 @@ void NameGroup(const ViewGroups& groups, ConsoleTextId pattern, tConsoleGroup& g
 
 void ApplyChannels(CConsoleControlPlugin& plugin, const tConsoleGroup& group, uint32_t wanted) {
     EntriesById entries = IndexEntries(plugin);
-    for (const tConsoleGroupChannel& channel : group.Channels()) {
+    for (const tConsoleGroupChannel& channel : group.channels.All()) {
         const auto found = entries.find(channel.id[0]);
         if (found == entries.end()) continue;
         ChannelEntry& entry = *found->second;
@@ -84,7 +84,7 @@ void ApplySelection(CConsoleControlPlugin& plugin, const tConsoleGroup& group) {
         Strip* strip = Strip::Of(entry);
         if (strip && strip->IsSelected() != on) strip->SetSelected(on);
     };
-    for (const tConsoleGroupChannel& channel : group.Channels()) {
+    for (const tConsoleGroupChannel& channel : group.channels.All()) {
         const auto found = entries.find(channel.id[0]);
         if (found == entries.end()) continue;
         select(*found->second, channel.selected != 0);

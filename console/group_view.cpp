@@ -101,7 +101,7 @@ GroupListView::GroupListView(QWidget& page, GroupSite& site) : QListWidget(&page
     setTabKeyNavigation(false);
     connect(this, &QListWidget::itemChanged, this, [this](QListWidgetItem* item) {
         if (m_filling) return;
-        const auto group = static_cast<size_t>(row(item) + 1);
+        const auto group = static_cast<size_t>(row(item)) + 1;
         const std::u16string name = item->text().trimmed().toStdU16String();
         // The row shows what the group is called, whatever became of the new name; the editor is still at it.
         QMetaObject::invokeMethod(
@@ -189,6 +189,6 @@ void GroupListView::contextMenuEvent(QContextMenuEvent* event) {
     const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
     const QListWidgetItem* hit = byKey ? currentItem() : itemAt(event->pos());
     const QPoint at = byKey ? visualItemRect(hit).bottomLeft() : event->pos();
-    m_site.OnGroupMenu(static_cast<size_t>(row(hit) + 1), viewport()->mapTo(parentWidget(), at));
+    m_site.OnGroupMenu(hit ? static_cast<size_t>(row(hit)) + 1 : 0, viewport()->mapTo(parentWidget(), at));
     event->accept();
 }

@@ -46,7 +46,7 @@ public:
     void SetLook(COLORREF selection);
     void Fill(const ViewGroups& groups);
     /// 0 for none.
-    size_t Chosen() const { return static_cast<size_t>(currentRow() + 1); }
+    size_t Chosen() const { return currentRow() < 0 ? 0 : static_cast<size_t>(currentRow()) + 1; }
     void Choose(size_t group) { setCurrentRow(static_cast<int>(group) - 1); }
     void Rename(size_t group);
     /// Whether Ctrl+Z is for the groups; else it is the host's.

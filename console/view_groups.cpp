@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <new>
 
 using namespace tarn;
@@ -37,7 +36,7 @@ constexpr uint32_t TEXT_SELECTED = 1, TEXT_HIDDEN = 2;
 
 std::u16string WriteChannels(const tConsoleGroup& group) {
     std::string text;
-    for (const tConsoleGroupChannel& channel : group.Channels()) {
+    for (const tConsoleGroupChannel& channel : group.channels.All()) {
         const uint32_t switches = (channel.selected ? TEXT_SELECTED : 0) | (channel.hidden ? TEXT_HIDDEN : 0);
         if (!text.empty()) text += ' ';
         text += std::to_string(channel.id[0]) + ':' + std::to_string(channel.width) + ':' +
@@ -104,7 +103,7 @@ void LoadGroup(tConsoleGroup& group, size_t n, const GroupStore& store) {
     group.listHeight = group.groupSizes[1] = get(PANES + 1, (g + 2 * r) * 2);
     group.buttonSizes[0] = get(PANES, 0);
     group.buttonSizes[1] = get(PANES + 1, 0);
-    group.AddChannels(ReadChannels(store.getText(KeyOf(n, CHANNELS)), group));
+    group.channels.Add(ReadChannels(store.getText(KeyOf(n, CHANNELS)), group));
 }
 
 void SaveGroup(const tConsoleGroup& group, size_t n, const GroupStore& store) {
@@ -130,21 +129,18 @@ void ClearGroup(size_t n, const GroupStore& store) {
 }
 }  // namespace
 
-tConsoleGroup::tConsoleGroup(const tConsoleGroup& other) : tConsoleGroup() {
-    // The list is the one member that is not a plain value.
-    std::memcpy(static_cast<void*>(this), &other, sizeof other);
-    channels = nullptr;
-    if (Failed(AddChannels(other.Channels()))) throw std::bad_alloc();
+GroupChannels::GroupChannels(const GroupChannels& other) : GroupChannels() {
+    if (Failed(Add(other.All()))) throw std::bad_alloc();
 }
 
-HRESULT tConsoleGroup::AddChannels(std::span<const tConsoleGroupChannel> more) {
+HRESULT GroupChannels::Add(std::span<const tConsoleGroupChannel> more) {
     if (more.empty()) return S_OK;
     constexpr int32_t GROW = 8;
     constexpr uint32_t LIST_OPTIONS = 0x40000004;
     HRESULT hr = S_OK;
-    if (!channels)
-        hr = QmList_CreateExZ(&channels, sizeof(tConsoleGroupChannel), -1, GROW, LIST_OPTIONS, 0, 0, 0);
-    return Failed(hr) ? hr : QmList_InsertList(channels, -1, more.data(), static_cast<int32_t>(more.size()));
+    if (!m_list)
+        hr = QmList_CreateExZ(&m_list, sizeof(tConsoleGroupChannel), -1, GROW, LIST_OPTIONS, 0, 0, 0);
+    return Failed(hr) ? hr : QmList_InsertList(m_list, -1, more.data(), static_cast<int32_t>(more.size()));
 }
 
 HRESULT LoadGroups(ViewGroups& groups, const GroupStore& store) {

@@ -36,23 +36,30 @@ struct tConsoleGroupChannel {
 };
 static_assert(sizeof(tConsoleGroupChannel) == 64);
 
-struct tConsoleGroup {
-    tConsoleGroup() = default;
-    tConsoleGroup(const tConsoleGroup& other);
-    tConsoleGroup& operator=(const tConsoleGroup&) = delete;
-    ~tConsoleGroup() { QmList_Destroy(channels); }
+/// The list of a group's channels; null where none are kept.
+class GroupChannels {
+public:
+    GroupChannels() = default;
+    GroupChannels(const GroupChannels& other);
+    GroupChannels& operator=(const GroupChannels&) = delete;
+    ~GroupChannels() { QmList_Destroy(m_list); }
 
-    std::span<const tConsoleGroupChannel> Channels() const {
-        return QmList_Records<const tConsoleGroupChannel>(channels);
+    std::span<const tConsoleGroupChannel> All() const {
+        return QmList_Records<const tConsoleGroupChannel>(m_list);
     }
-    /// E_OUTOFMEMORY leaves it with those that it had.
-    HRESULT AddChannels(std::span<const tConsoleGroupChannel> more);
+    /// E_OUTOFMEMORY leaves those that it had.
+    HRESULT Add(std::span<const tConsoleGroupChannel> more);
 
+private:
+    HQMLIST m_list = nullptr;
+};
+
+struct tConsoleGroup {
     uint32_t flags = 0;    ///< GROUP_
     uint32_t regions = 0;  ///< regions and panes that are shown
     uint32_t kinds = 0;    ///< kinds of channels that are shown
     uint32_t meterRange = 32768, vuScale = 1800, peakFlags = 0, vuFlags = 1602, scopeStyle = 1;
-    HQMLIST channels = nullptr;  ///< of the group's channels; null where none are kept
+    GroupChannels channels;
     char16_t name[GROUP_NAME_SIZE] = {};
     /// Channel default, narrow, wide, current; the same for surround.
     int32_t widths[8] = {};

@@ -99,7 +99,8 @@ TEST(ViewGroups, ChannelsThatAreWrittenWronglyAreLeftOut) {
         ViewGroups groups;
         ASSERT_EQ(LoadGroups(groups, store.Functions()), S_OK);
         std::vector<uint64_t> channels;
-        for (const tConsoleGroupChannel& channel : groups[1]->Channels()) channels.push_back(channel.id[0]);
+        for (const tConsoleGroupChannel& channel : groups[1]->channels.All())
+            channels.push_back(channel.id[0]);
         EXPECT_EQ(channels, row.channels) << tarn::Utf8FromUtf16(row.text);
     }
 }

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
 #include <QTimer>
 
 #include <functional>
@@ -21,6 +22,10 @@ protected:
         ConsoleProject::SetUp();
         place.resize(900, 480);
         ASSERT_TRUE(Until([&] { return Names() == QStringList{"Drums", "Bass", "Keys", "Master"}; }));
+    }
+    void TearDown() override {
+        place.RunCommand(50073);  // the widths are the process's
+        ConsoleProject::TearDown();
     }
     QAbstractItemView& View(const char* name) {
         auto* view = Page().findChild<QAbstractItemView*>(QLatin1String(name));
@@ -130,6 +135,18 @@ TEST_F(ConsolePane, ListAndStripsShowOneSelectionOneFocusAndTheSameChannels) {
     EXPECT_TRUE(IsRowSelected("Drums") && !IsRowSelected("Guitar")) << "selection moves with its rows";
     project.RemoveChannel(guitar);
     ASSERT_TRUE(Until([&] { return Names() == QStringList{"Drums", "Bass", "Keys", "Master"}; }));
+
+    QAbstractItemModel& rows = *List().model();
+    const auto drop = [&](const char* name, int before) {
+        const std::unique_ptr<QMimeData> dragged(rows.mimeData({Row(List(), name)}));
+        return rows.canDropMimeData(dragged.get(), Qt::MoveAction, before, 0, {}) &&
+               rows.dropMimeData(dragged.get(), Qt::MoveAction, before, 0, {});
+    };
+    EXPECT_TRUE(drop("Drums", 2)) << "between the second and the third";
+    EXPECT_TRUE(Until([&] { return Names().mid(0, 3) == QStringList({"Bass", "Drums", "Keys"}); }));
+    EXPECT_TRUE(drop("Keys", 0));
+    EXPECT_TRUE(Until([&] { return Names().mid(0, 3) == QStringList({"Keys", "Bass", "Drums"}); }));
+    EXPECT_FALSE(drop("Master", 0) || drop("Drums", 4)) << "the master keeps its place";
     ClickRow(List(), "Master");
     EXPECT_FALSE(Row(List(), "Master").flags() & Qt::ItemIsEditable) << "it has no name of its own";
 }

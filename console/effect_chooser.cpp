@@ -2,6 +2,7 @@
 
 #include "console/texts.h"
 
+#include <QCoreApplication>
 #include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>

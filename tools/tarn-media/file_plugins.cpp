@@ -31,7 +31,7 @@ std::string Text(const char16_t* text) { return Utf8FromUtf16(text); }
 
 std::vector<FIOPLUGINSTATE> StatesOf(IQmFileIOMgrForApp& manager) {
     std::vector<FIOPLUGINSTATE> states;
-    for (FIOPLUGINSTATE state;
+    for (FIOPLUGINSTATE state{};
          Succeeded(manager.GetPluginInfo(static_cast<uint32_t>(states.size()), &state));)
         states.push_back(state);
     return states;

@@ -49,14 +49,14 @@ private:
                     uint32_t length = 0;
                     if (type >= 0x80 || !Number(length) || !Meta(type, length)) return false;
                     if (type == 0x2F) return m_bytes.empty();
-                } else if (status == 0xF0 || status == 0xF7) {
+                } else if (status == 0xF0) {
                     uint32_t length = 0;
                     if (!Number(length) || length == 0 || !Skip(length)) return false;
                 } else if (status >= 0x80 && status < 0xF0) {
                     running = status;
                     if (!Data((status & 0xE0) == 0xC0 ? 1 : 2)) return false;
                 } else {
-                    return false;
+                    return false;  // escapes (0xF7) too: the library stops at each
                 }
             }
             return false;

@@ -6,7 +6,8 @@
 
 namespace host {
 
-/// Format 0 or 1, every length within what holds it, every event one that there is, every track with its end.
+/// Format 0 or 1, every length within what holds it, every event one that the library knows, every track with
+/// its end.
 /// [any-thread]
 bool IsWholeMidiFile(std::string_view bytes);
 

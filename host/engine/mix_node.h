@@ -100,11 +100,11 @@ private:
 
         bool Playing() const { return place.serial != 0; }
         /// Of the project, what sounds where things are so many frames late.
-        int64_t FrameBehind(size_t latency) const {
-            return place.plan.ProjectFrame(std::max<int64_t>(0, place.at - static_cast<int64_t>(latency)));
+        int64_t FrameBehind(size_t frames) const {
+            return place.plan.ProjectFrame(std::max<int64_t>(0, place.at - static_cast<int64_t>(frames)));
         }
-        EffectTime TimeBehind(size_t latency) const {
-            const int64_t frame = FrameBehind(latency);
+        EffectTime TimeBehind(size_t frames) const {
+            const int64_t frame = FrameBehind(frames);
             const double seconds = static_cast<double>(frame) / sampleRate;
             return {frame, Playing(), tempo, seconds * tempo / 60, place.offline};
         }

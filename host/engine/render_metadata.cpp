@@ -48,8 +48,8 @@ public:
     std::vector<MediaCue> Take() {
         const auto order = [](const MediaCue& c) { return std::tie(c.position, c.label, c.note, c.length); };
         std::ranges::sort(m_cues, {}, order);
-        const auto rest = std::ranges::unique(m_cues, {}, order);
-        m_cues.erase(rest.begin(), rest.end());
+        const auto same = [&](const MediaCue& a, const MediaCue& b) { return order(a) == order(b); };
+        m_cues.erase(std::unique(m_cues.begin(), m_cues.end(), same), m_cues.end());
         uint32_t id = 0;
         for (MediaCue& cue : m_cues) cue.id = ++id;
         return std::move(m_cues);

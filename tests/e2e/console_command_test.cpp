@@ -97,7 +97,7 @@ TEST_F(ConsoleCommand, KindsOfChannelsAreHiddenAndShown) {
         };
         ASSERT_TRUE(place.RunCommand(row.way.command));
         EXPECT_TRUE(shown(false)) << "by the host";
-        EXPECT_FALSE(Button(row.way.command)->state().checked);
+        EXPECT_TRUE(Until([&] { return !Button(row.way.command)->state().checked; }));
         Key(static_cast<Qt::Key>(row.way.key), row.way.modifiers);
         EXPECT_TRUE(shown(true)) << "by its key";
         ClickButton(row.way.command);
@@ -128,7 +128,7 @@ TEST_F(ConsoleCommand, RegionsWidthsAndLooksFollow) {
         EXPECT_EQ(Shows(row.part), was) << "by its key";
         ClickButton(row.way.command);
         EXPECT_EQ(Shows(row.part), !was) << "by its button";
-        EXPECT_EQ(Button(row.way.command)->state().checked, !was);
+        EXPECT_TRUE(Until([&] { return Button(row.way.command)->state().checked != was; }));
         ClickButton(row.way.command);
     }
     const int usual = Width();

@@ -193,7 +193,7 @@ LONG CLeftToolBar::PlaceRows(const RECT& rect, bool apply) {
     const auto putSlider = [&](Slider& slider, const RECT& at) {
         if (!apply) return;
         slider.Move(at);
-        RECT area;
+        RECT area{};
         put(slider, area, slider.place, at);
     };
     const auto& all = m_buttons.All();

@@ -368,7 +368,9 @@ void MainWindow::MakeStatusLine() {
     statusBar()->setContentsMargins(8, 0, 8, 0);
 }
 
-bool MainWindow::RunCommand(uint32_t command) { return m_pageHost->RunCommand(command); }
+bool MainWindow::RunCommand(uint32_t command) {
+    return m_pageHost->RunCommand(command) || RunHostCommand(command);
+}
 
 void MainWindow::Refresh() {
     m_transport->Refresh();

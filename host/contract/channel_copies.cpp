@@ -17,9 +17,11 @@ std::string FreeName(const std::string& name, const std::vector<Channel>& first,
     };
     if (!taken(name)) return name;
     const size_t digits = name.find_last_not_of("0123456789");
-    const bool numbered = digits != name.npos && digits + 1 < name.size() && name[digits] == ' ';
+    constexpr size_t MOST_DIGITS = 6;
+    const bool numbered = digits != name.npos && digits + 1 < name.size() && name[digits] == ' ' &&
+                          name.size() - digits <= MOST_DIGITS;
     const std::string stem = numbered ? name.substr(0, digits) : name;
-    for (uint32_t n = 2;; n++)
+    for (unsigned long n = numbered ? std::stoul(name.substr(digits + 1)) + 1 : 2;; n++)
         if (std::string text = stem + " " + std::to_string(n); !taken(text)) return text;
 }
 

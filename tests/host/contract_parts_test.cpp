@@ -396,6 +396,47 @@ TEST(Automation, WhatAHandHasDonePlaysAgain) {
     }
 }
 
+TEST_F(ContractParts, CopiesOfChannelsLeadToEachOther) {
+    const MPCHANNELID gain = InsertEffect(track, "urn:gain");
+    project.FindEffect(track, static_cast<SubId>(gain.sub))->SetValue(0, 2.5f);
+    const ChannelId bus = project.AddChannel(ChannelKind::AudioBus, "Bus 9");
+    project.EditChannel(track, [&](Channel& c) {
+        c.output = bus;
+        c.fader_db = -7;
+        c.sends.push_back({.id = 77, .target = fx, .level_db = -12});
+        c.selected = true;
+    });
+    project.EditChannel(bus, [](Channel& c) { c.selected = true; });
+    const auto named = [this](const char* name) {
+        const Session now = project.Snapshot();
+        const auto at = std::ranges::find(now.channels, name, &Channel::name);
+        return at == now.channels.end() ? Channel{} : *at;
+    };
+    const std::vector<Channel> copied = project.CopySelected(), before = project.Snapshot().channels;
+    ASSERT_EQ(copied.size(), 2u);
+    EXPECT_FALSE(copied[0].inserts[0].state.empty()) << "as the effect is set now";
+    ASSERT_TRUE(project.PasteChannels(copied));
+    Channel copy = named("Track 2");
+    EXPECT_EQ(copy.output, named("Bus 10").id) << "the copy feeds the copy";
+    EXPECT_TRUE(copy.selected && !named("Track").selected);
+    EXPECT_EQ(named("Track").output, bus);
+    const Channel expected = named("Track");
+    copy.id = expected.id;
+    copy.name = expected.name;
+    copy.output = expected.output;
+    copy.selected = false;
+    copy.inserts[0].state = expected.inserts[0].state;
+    EXPECT_EQ(copy, expected) << "in everything else it is the same";
+    EXPECT_EQ(project.FindEffect(named("Track 2").id, copy.inserts[0].id)->Value(0), 2.5f);
+    project.Undo();
+    EXPECT_EQ(project.Snapshot().channels.size(), before.size()) << "one step";
+    project.RemoveChannel(bus);
+    project.RemoveChannel(fx);
+    ASSERT_TRUE(project.PasteChannels({copied[0]}));
+    EXPECT_EQ(named("Track 2").output, named("Master").id) << "what it fed is no more";
+    EXPECT_TRUE(named("Track 2").sends.empty());
+}
+
 TEST_F(ContractParts, EditsAreTakenBackAndDoneAgain) {
     const MPCHANNELID gain = InsertEffect(track, "urn:gain");
     project.FindEffect(track, static_cast<SubId>(gain.sub))->SetValue(0, 2.5f);

@@ -68,6 +68,9 @@ public:
         setProperty("windowId", WINDOW_ID);
         setProperty(ACCESSIBLE_PAGE_PROPERTY, QVariant::fromValue(reinterpret_cast<quintptr>(&page)));
         setFocusPolicy(Qt::StrongFocus);
+        // A desk has the same order everywhere; a list or an edit box that was mirrored alone would stand
+        // the wrong way round in it.
+        setLayoutDirection(Qt::LeftToRight);
     }
     ~PageWindow() override { Destroy(); }
     intptr_t OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) override {

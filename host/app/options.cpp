@@ -52,7 +52,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_flag("--null-device", options->nullDevice, "play to a silent clock");
     app.add_option("--midi", options->midi, "MIDI by alsa or jack, or none")
         ->check(CLI::IsMember({"alsa", "jack", "none"}));
-    app.add_option("--language", language, "language of the texts by its code, like en or de");
+    app.add_option("--language", language, "language of the texts by its code, like en, de, fi or he");
     app.add_option("--size", size, "window size, WIDTHxHEIGHT");
     app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));
     app.add_option("--theme", theme, "colours of the windows")->check(CLI::IsMember({"dark", "light"}));

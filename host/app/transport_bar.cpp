@@ -28,6 +28,7 @@ int64_t NanosOf(double seconds) {
 TransportBar::TransportBar(Project& project, QWidget* parent)
     : QToolBar(parent), m_project(project), m_timeFormat(POSITION_TIME) {
     setMovable(false);
+    setLayoutDirection(Qt::LeftToRight);  // time runs to the right in every language, and so do these signs
     setToolButtonStyle(Qt::ToolButtonIconOnly);
     const QColor ink = palette().color(QPalette::ButtonText);
     m_playIcon = TransportIcon(TransportShape::Play, ink);

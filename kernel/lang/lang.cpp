@@ -98,9 +98,16 @@ const char16_t* WordText(HQMLANG lang, uint64_t& word, uint32_t slot) {
     return text;
 }
 
-const char16_t* RecordText(HQMLANG lang, QMLANGSTRINGID& record) {
+/// The last language that the record has stands in for those after it, but only for those that could have a
+/// place in it.
+uint32_t RecordSlot(HQMLANG lang, const QMLANGSTRINGID& record) {
     const auto count = static_cast<uint32_t>(record.word[0] >> 16 & 0xFF);
-    const uint32_t slot = std::max(std::min({SlotOf(lang), count, QMLANG_SLOTS}), SLOT_ENGLISH);
+    const uint32_t slot = SlotOf(lang);
+    return slot > QMLANG_SLOTS ? SLOT_ENGLISH : std::max(std::min(slot, count), SLOT_ENGLISH);
+}
+
+const char16_t* RecordText(HQMLANG lang, QMLANGSTRINGID& record) {
+    const uint32_t slot = RecordSlot(lang, record);
     if (const char16_t* text = WordText(lang, record.word[slot], slot)) return text;
     const char16_t* english = WordText(lang, record.word[SLOT_ENGLISH], SLOT_ENGLISH);
     if (!english) return u"";

@@ -16,7 +16,7 @@ namespace {
 constexpr uint32_t PRIMARY_CHINESE = 4, PRIMARY_PORTUGUESE = 22;
 constexpr uint32_t LCID_JAPANESE = 1041;
 
-constexpr LanguageInfo LANGUAGES[QMLANG_SLOTS] = {
+constexpr LanguageInfo LANGUAGES[RESOURCE_LANGUAGES] = {
     {0x409, "en", u"ENU", u"English"},      {0x411, "ja", u"JPN", u"日本語"},
     {0x407, "de", u"DEU", u"Deutsch"},      {0x40A, "es", u"ESP", u"Español"},
     {0x40C, "fr", u"FRA", u"Français"},     {0x804, "zh-CN", u"CHS", u"简体中文"},
@@ -26,6 +26,7 @@ constexpr LanguageInfo LANGUAGES[QMLANG_SLOTS] = {
     {0x414, "nb", u"NOR", u"Norsk"},        {0x416, "pt-BR", u"PTB", u"Português (Brasil)"},
     {0x816, "pt-PT", u"PTG", u"Português"}, {0x419, "ru", u"RUS", u"Русский"},
     {0x41D, "sv", u"SVE", u"Svenska"},      {0x415, "pl", u"PLK", u"Polski"},
+    {0x40D, "he", u"HEB", u"עברית"},
 };
 
 struct CountryForm {
@@ -56,11 +57,11 @@ std::u16string Iso3Name(uint32_t lcid) {
 
 }  // namespace
 
-std::span<const LanguageInfo, QMLANG_SLOTS> tarn::Languages() { return LANGUAGES; }
+std::span<const LanguageInfo, RESOURCE_LANGUAGES> tarn::Languages() { return LANGUAGES; }
 
 uint32_t tarn::TranslatedLanguages(HINSTANCE module) {
     uint32_t languages = 0;
-    for (uint32_t slot = 1; slot <= QMLANG_SLOTS; slot++)
+    for (uint32_t slot = 1; slot <= RESOURCE_LANGUAGES; slot++)
         if (HasStringResources(module, slot)) languages |= 1u << (slot - 1);
     return languages;
 }

@@ -1,4 +1,5 @@
-// The string resources of modules: texts by number, in up to 18 languages, built from resources/strings.
+// The string resources of modules: texts by number, in the languages of kernel/lang/languages.h, built from
+// resources/strings.
 //
 // A module is named by an address that every module has of its own. Its tables are constants of the module;
 // they come and go with it. [any-thread]
@@ -23,7 +24,7 @@ struct StringRow {
 
 /// The texts of one language, ascending by id.
 struct StringTable {
-    uint32_t slot;  ///< 1 to QMLANG_SLOTS
+    uint32_t slot;  ///< 1 to RESOURCE_LANGUAGES
     std::span<const StringRow> rows;
 };
 

@@ -55,6 +55,13 @@ bool IsEastAsian() {
     return std::ranges::find(kLanguages, QmLang_GetLCID(KernelLang()) & LANG_PRIMARY_MASK) !=
            std::end(kLanguages);
 }
+
+// What is placed as from the left stands as far from the right in a mirrored menu.
+RECT Placed(const MENUDRAW& draw, const RECT& at) {
+    if (!(draw.state & MENUDRAW_MIRRORED)) return at;
+    const LONG edges = draw.rect.left + draw.rect.right;
+    return {edges - at.right, at.top, edges - at.left, at.bottom};
+}
 }  // namespace
 
 CQmMenuManager::CQmMenuManager() = default;
@@ -275,7 +282,8 @@ void CQmMenuManager::DrawMenuItem(const MENUDRAW& draw, const QMMENUBUTTON& butt
     if (button.isSpacer) return;
     if (draw.item->IsSeparator()) {
         const LONG y = (r.top + r.bottom) / 2;
-        HLine(*draw.painter, r.left + r.Height(), r.right, y,
+        const RECT line = Placed(draw, {r.left + r.Height(), r.top, r.right, r.bottom});
+        HLine(*draw.painter, line.left, line.right, y,
               QmSkin_BlendColor(MenuGetSysColor(COLOR_MENU), MenuGetSysColor(COLOR_MENUTEXT), 60, 0));
         return;
     }
@@ -283,12 +291,12 @@ void CQmMenuManager::DrawMenuItem(const MENUDRAW& draw, const QMMENUBUTTON& butt
     const LONG side = r.Height();
     // An icon keeps its ground: its colours, and the frame of a checked one, are made for that.
     const RECT lit{r.left + (button.images ? side : 0), r.top, r.right, r.bottom};
-    if (chosen) FillRect(*draw.painter, lit, MenuGetSysColor(COLOR_MENUHILIGHT));
-    DrawButton(draw, button, {r.left, r.top, r.left + side, r.bottom});
+    if (chosen) FillRect(*draw.painter, Placed(draw, lit), MenuGetSysColor(COLOR_MENUHILIGHT));
+    DrawButton(draw, button, Placed(draw, {r.left, r.top, r.left + side, r.bottom}));
     const RECT text{r.left + side + kTextGap, r.top, r.right - (draw.item->submenu ? side / 2 : kTextGap),
                     r.bottom};
-    DrawMenuText(draw, text, draw.item->state & MF_DEFAULT);
-    if (draw.item->submenu) DrawMenuArrow(draw, {r.right - side, r.top, r.right, r.bottom});
+    DrawMenuText(draw, Placed(draw, text), draw.item->state & MF_DEFAULT);
+    if (draw.item->submenu) DrawMenuArrow(draw, Placed(draw, {r.right - side, r.top, r.right, r.bottom}));
 }
 
 namespace {
@@ -302,7 +310,7 @@ void CQmMenuManager::DrawMenuArrow(const MENUDRAW& draw, const RECT& rect) {
     const LONG size = 10;
     QmBltStandardUIGlyph(*draw.painter,
                          {(rect.left + rect.right - size) / 2, (rect.top + rect.bottom - size) / 2}, size,
-                         UIGLYPH_RIGHT, InkOf(draw));
+                         draw.state & MENUDRAW_MIRRORED ? UIGLYPH_LEFT : UIGLYPH_RIGHT, InkOf(draw));
 }
 
 void CQmMenuManager::DrawButton(const MENUDRAW& draw, const QMMENUBUTTON& button, const RECT& rect) {
@@ -329,10 +337,13 @@ void CQmMenuManager::DrawMenuText(const MENUDRAW& draw, const RECT& rect, bool b
             : MenuGetSysColor(InkOf(draw));
     draw.painter->setFont(bold && !m_boldIsSame ? *m_boldFont : *m_font);
     draw.painter->setPen(ToColor(ink));
+    draw.painter->setLayoutDirection(Qt::LayoutDirectionAuto);
+    const bool mirrored = draw.state & MENUDRAW_MIRRORED;
     draw.painter->drawText(ToQRect(rect),
-                           Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine | Qt::TextShowMnemonic,
+                           static_cast<int>((mirrored ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) |
+                               Qt::TextSingleLine | Qt::TextShowMnemonic,
                            ViewText(label));
-    if (!keys.empty()) DrawText(*draw.painter, rect, keys, *m_font, ink, TEXT_RIGHT);
+    if (!keys.empty()) DrawText(*draw.painter, rect, keys, *m_font, ink, mirrored ? TEXT_LEFT : TEXT_RIGHT);
 }
 
 void CQmMenuManager::Draw3DCheckmark(const MENUDRAW& draw, const RECT& rect) {

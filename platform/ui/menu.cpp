@@ -116,6 +116,7 @@ void ItemStyle::drawControl(ControlElement element, const QStyleOption* option, 
         if (option->state & State_Selected) draw.state |= MENUDRAW_SELECTED;
         if (!(option->state & State_Enabled)) draw.state |= MENUDRAW_DISABLED;
         if (item->state & MF_CHECKED) draw.state |= MENUDRAW_CHECKED;
+        if (option->direction == Qt::RightToLeft) draw.state |= MENUDRAW_MIRRORED;
         if (menu->Tell(WM_DRAWITEM, 0, reinterpret_cast<intptr_t>(&draw))) return;
     }
     QProxyStyle::drawControl(element, option, painter, widget);

@@ -56,7 +56,8 @@ struct MENUMEASURE {
     SIZE size;  ///< to be filled in, without the room of a check mark
 };
 
-inline constexpr uint32_t MENUDRAW_SELECTED = 1, MENUDRAW_DISABLED = 2, MENUDRAW_CHECKED = 4;
+inline constexpr uint32_t MENUDRAW_SELECTED = 1, MENUDRAW_DISABLED = 2, MENUDRAW_CHECKED = 4,
+                          MENUDRAW_MIRRORED = 8;  ///< from right to left
 struct MENUDRAW {
     const Menu* menu;
     const MenuItem* item;

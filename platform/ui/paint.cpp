@@ -59,6 +59,9 @@ void DrawText(QPainter& painter, const RECT& rect, std::u16string_view text, con
     constexpr Qt::Alignment kAlign[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight, Qt::AlignLeft};
     painter.setFont(font);
     painter.setPen(ToColor(color));
+    // The side is the caller's to say, and the words run as their letters do: neither is the program's
+    // language.
+    painter.setLayoutDirection(Qt::LayoutDirectionAuto);
     QString shown = ViewText(text);
     if (flags & TEXT_ELIDE) shown = QFontMetrics(font).elidedText(shown, Qt::ElideRight, rect.Width());
     painter.drawText(ToQRect(rect),

@@ -18,6 +18,7 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTreeView>
 
 #include <csignal>
 #include <functional>
@@ -188,6 +189,16 @@ TEST(Mixhost, AChangeOfTheLanguageLeavesNothingBehind) {
     for (int i = 0; i < 3; i++) change(i % 2 ? QStringLiteral("Deutsch") : QStringLiteral("English"));
     change(QStringLiteral("Deutsch"));
     EXPECT_EQ(window.findChildren<QObject*>().size(), objects);
+    change(QStringLiteral("\u05E2\u05D1\u05E8\u05D9\u05EA"));  // Hebrew, by its own name
+    EXPECT_TRUE(window.isRightToLeft());
+    const auto* page = window.findChild<QWidget*>(QStringLiteral("QM.ConsoleMixerChannel"));
+    ASSERT_NE(page, nullptr);
+    ASSERT_FALSE(page->findChildren<QTreeView*>().empty());
+    for (const auto* list : page->findChildren<QTreeView*>())
+        EXPECT_FALSE(list->isRightToLeft()) << "in a page that is not mirrored";
+    change(QStringLiteral("Suomi"));
+    EXPECT_FALSE(window.isRightToLeft());
+    EXPECT_EQ(window.menuBar()->actions().front()->text(), QStringLiteral("&Tiedosto"));
 }
 
 TEST(Mixhost, ShortcutsWorkInTheSurfacesWindowToo) {

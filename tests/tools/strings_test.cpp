@@ -45,11 +45,12 @@ protected:
         ASSERT_TRUE(ReplaceFile(m_folder / name, head + entries, error)) << error;
     }
     /// Empty when it went well; else the last line that it wrote.
-    std::string Run() {
+    std::string Run(const char* kind = "resources") {
         std::string error;
-        const bool good = RunProgram(
-            {COMPILE_STRINGS, "resources", m_folder / "t.pot", m_folder / "t.h", m_folder / "t.cpp", "Id"},
-            error);
+        std::vector<std::string> command{COMPILE_STRINGS, kind, m_folder / "t.pot", m_folder / "t.h",
+                                         m_folder / "t.cpp"};
+        if (std::string_view(kind) == "resources") command.push_back("Id");
+        const bool good = RunProgram(command, error);
         return good ? "" : error;
     }
     std::string Read(const char* name) {
@@ -70,6 +71,9 @@ TEST_F(CompileStrings, WritesEachLanguageWithWhatItHas) {
     EXPECT_NE(Read("t.h").find("IDS_SECOND = 20"), std::string::npos);
     const std::string source = Read("t.cpp");
     EXPECT_LT(source.find("{7, u\"One\\012\"}"), source.find("{20, u\"Two \\\"%s\\\"\"}"));
+    Write("he.po", Entry("7 FIRST", "One\\n", "A\\n"));
+    ASSERT_EQ(Run(), "");
+    EXPECT_NE(Read("t.cpp").find("{19, SLOT_19}"), std::string::npos);
     EXPECT_NE(source.find("SLOT_3[] = {\n    {7, u\"Eins \\u00E4\\012\"},\n}"), std::string::npos) << source;
 }
 
@@ -100,6 +104,14 @@ TEST_F(CompileStrings, RefusesWhatWouldGoWrongOnTheScreen) {
         Write(row.file, row.entries);
         EXPECT_NE(Run().find(row.reason), std::string::npos) << row.reason << "\ngot: " << Run();
     }
+}
+
+TEST_F(CompileStrings, RecordsHaveNoRoomForLaterLanguages) {
+    Write("t.pot", Entry("Name", "Text"));
+    Write("pl.po", Entry("Name", "Text", "Tekst"));
+    ASSERT_EQ(Run("records"), "");
+    Write("he.po", Entry("Name", "Text", "Word"));
+    EXPECT_NE(Run("records").find("no language of that name"), std::string::npos);
 }
 
 }  // namespace

@@ -7,14 +7,16 @@
 #include <algorithm>
 #include <charconv>
 #include <set>
+#include <span>
 
 namespace {
 
 namespace fs = std::filesystem;
 
 // File names by slot; the order is that of the records' languages.
-constexpr const char* LANGUAGE_FILES[SLOTS] = {"en", "ja", "de", "es", "fr",    "zh_CN", "zh_TW", "da", "fi",
-                                               "it", "ko", "nl", "nb", "pt_BR", "pt_PT", "ru",    "sv", "pl"};
+constexpr const char* LANGUAGE_FILES[LANGUAGES] = {"en",    "ja", "de", "es", "fr", "zh_CN", "zh_TW",
+                                                   "da",    "fi", "it", "ko", "nl", "nb",    "pt_BR",
+                                                   "pt_PT", "ru", "sv", "pl", "he"};
 
 struct PoEntry {
     std::string key, english, translation;
@@ -133,15 +135,15 @@ void ReadTranslation(const fs::path& file, size_t slot, bool numbered, Catalog& 
 Catalog ReadCatalog(const fs::path& pot, bool numbered) {
     Catalog catalog;
     ReadTemplate(pot, numbered, catalog);
-    for (size_t slot = 1; slot < SLOTS; slot++) {
-        const fs::path file = pot.parent_path() / (std::string(LANGUAGE_FILES[slot]) + ".po");
+    const std::span files = std::span(LANGUAGE_FILES).first(numbered ? LANGUAGES : RECORD_LANGUAGES);
+    for (size_t slot = 1; slot < files.size(); slot++) {
+        const fs::path file = pot.parent_path() / (std::string(files[slot]) + ".po");
         if (fs::exists(file)) ReadTranslation(file, slot, numbered, catalog);
     }
     for (const fs::directory_entry& file : fs::directory_iterator(pot.parent_path())) {
         const std::string stem = file.path().stem().string();
         if (file.path().extension() == ".po" &&
-            std::find(std::begin(LANGUAGE_FILES) + 1, std::end(LANGUAGE_FILES), stem) ==
-                std::end(LANGUAGE_FILES))
+            std::find(files.begin() + 1, files.end(), stem) == files.end())
             catalog.problems.push_back(file.path().string() + ": no language of that name has a slot");
     }
     return catalog;

@@ -13,12 +13,13 @@
 #include <string>
 #include <vector>
 
-inline constexpr size_t SLOTS = 18;
+/// The languages of a module's texts, and the first of them, which the kernel's records have.
+inline constexpr size_t LANGUAGES = 19, RECORD_LANGUAGES = 18;
 
 struct TextEntry {
     uint32_t id;  ///< 0 in the kernel's catalogue
     std::string name;
-    std::array<std::optional<std::string>, SLOTS> texts;  ///< by slot - 1; English is always there
+    std::array<std::optional<std::string>, LANGUAGES> texts;  ///< by slot - 1; English is always there
 };
 
 struct Catalog {

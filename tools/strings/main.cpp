@@ -35,7 +35,7 @@ void WriteRecords(const Catalog& catalog, std::ofstream& header, std::ofstream& 
     const auto textName = [](const TextEntry& e, size_t slot) {
         return "text_" + Identifier(e.name) + "_" + std::to_string(slot + 1);
     };
-    for (size_t slot = 0; slot < SLOTS; slot++)
+    for (size_t slot = 0; slot < RECORD_LANGUAGES; slot++)
         for (const TextEntry& e : catalog.entries)
             if (e.texts[slot])
                 source << "TEXT(\"" << SectionOf(slot) << "\") " << textName(e, slot)
@@ -43,8 +43,8 @@ void WriteRecords(const Catalog& catalog, std::ofstream& header, std::ofstream& 
     for (const TextEntry& e : catalog.entries) {
         const std::string name = "KS_" + Identifier(e.name);
         header << "extern QM_API QMLANGSTRINGID " << name << ";\n";
-        source << "\nRECORD QMLANGSTRINGID " << name << " = {{0xFFFE | " << SLOTS << " << 16";
-        for (size_t slot = 0; slot < SLOTS; slot++)
+        source << "\nRECORD QMLANGSTRINGID " << name << " = {{0xFFFE | " << RECORD_LANGUAGES << " << 16";
+        for (size_t slot = 0; slot < RECORD_LANGUAGES; slot++)
             source << ",\n    (uint64_t)" << textName(e, e.texts[slot] ? slot : 0);
         source << "}};\n";
     }
@@ -66,7 +66,7 @@ void WriteResources(const Catalog& catalog, const std::string& type, std::ofstre
     source << "// Made from resources/strings.\n#include \"kernel/lang/string_resources.h\"\n\nusing "
               "namespace tarn;\n\nnamespace {\n";
     std::ostringstream tables;
-    for (size_t slot = 0; slot < SLOTS; slot++) {
+    for (size_t slot = 0; slot < LANGUAGES; slot++) {
         std::ostringstream rows;
         for (const TextEntry& e : sorted)
             if (e.texts[slot]) rows << "    {" << e.id << ", " << Utf16Literal(*e.texts[slot]) << "},\n";

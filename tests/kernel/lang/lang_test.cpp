@@ -17,12 +17,14 @@ constexpr StringRow ENGLISH_ROWS[] = {
     {15, u"Fifteen"}, {16, u"Sixteen"}, {1020, u"Mixing Console"}, {1021, u"^*Marked"}, {65535, u"Last"}};
 constexpr StringRow GERMAN_ROWS[] = {{16, u"Sechzehn"}, {1020, u"Mischpult"}};
 constexpr StringRow FRENCH_ROWS[] = {{1020, u"Console de mixage"}};
-constexpr StringTable TEST_TABLES[] = {{1, ENGLISH_ROWS}, {3, GERMAN_ROWS}, {5, FRENCH_ROWS}};
+constexpr StringRow HEBREW_ROWS[] = {{1020, u"\u05E7\u05D5\u05E0\u05E1\u05D5\u05DC\u05D4"}};
+constexpr StringTable TEST_TABLES[] = {
+    {1, ENGLISH_ROWS}, {3, GERMAN_ROWS}, {5, FRENCH_ROWS}, {QMLANG_SLOTS + 1, HEBREW_ROWS}};
 
 class LangTest : public testing::Test {
 protected:
     static constexpr uint32_t GERMAN = 0x407, SWISS_GERMAN = 0x807, FRENCH = 0x40C, CANADIAN_FRENCH = 0xC0C,
-                              ARABIC = 0x401;
+                              ARABIC = 0x401, HEBREW = 0x40D;
 
     HQMLANG Open(uint32_t lcid, uint32_t ringSize = 0) {
         HQMLANG lang = nullptr;
@@ -68,6 +70,8 @@ TEST_F(LangTest, ANumberIsLookedUpInTheLanguageThenInEnglish) {
     EXPECT_EQ(Text(Open(CANADIAN_FRENCH), 1020), u"Console de mixage");
     EXPECT_EQ(Text(Open(GERMAN), 15), u"Fifteen");
     EXPECT_EQ(Text(Open(ARABIC), 1020), u"Mixing Console");
+    EXPECT_EQ(Text(Open(HEBREW), 1020), HEBREW_ROWS[0].text);
+    EXPECT_EQ(Text(Open(HEBREW), 16), u"Sixteen");
     EXPECT_EQ(Text(Open(GERMAN), 65535), u"Last");
     EXPECT_EQ(Text(Open(GERMAN), 17), u"");
     EXPECT_EQ(Text(nullptr, 1020), u"");
@@ -116,7 +120,8 @@ TEST_F(LangTest, ARecordFollowsTheSlotAndNeverPassesItsEnd) {
     EXPECT_EQ(std::u16string_view(QmGetString(Open(LCID_ENGLISH_US), AsText(three))), u"one");
     EXPECT_EQ(std::u16string_view(QmGetString(Open(GERMAN), AsText(three))), u"three");
     EXPECT_EQ(std::u16string_view(QmGetString(Open(FRENCH), AsText(three))), u"three");
-    EXPECT_EQ(std::u16string_view(QmGetString(Open(ARABIC), AsText(three))), u"one");
+    for (const uint32_t lcid : {ARABIC, HEBREW})
+        EXPECT_EQ(std::u16string_view(QmGetString(Open(lcid), AsText(three))), u"one");
     EXPECT_EQ(std::u16string_view(QmGetString(nullptr, AsText(three))), u"one");
     EXPECT_EQ(std::u16string_view(QmGetString(Open(GERMAN), AsText(empty))), u"");
 }

@@ -258,6 +258,38 @@ TEST(MenuManager, DisabledTextsHaveNoShadow) {
     EXPECT_EQ(reds, 0);
 }
 
+TEST(MenuManager, FromRightToLeftWhatStandsAtTheEdgesChangesSides) {
+    for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        QGuiApplication::setLayoutDirection(direction);
+        Manager manager;
+        Menu menu = Of({1});
+        menu.items[0].text = u"i";  // with long keys
+        menu.AddSubmenu(u"a name that makes the menu much wider").submenu->Add(3, u"third");
+        WhenOpen([&](QWidget* popup) {
+            const QImage image = popup->grab().toImage();
+            // Pixels that are not ground in a part of an item's row, its width cut in twenty; from the side
+            // that reading begins at.
+            const auto ink = [&](int item, int from, int to) {
+                const QRect row = static_cast<QMenu*>(popup)->actionGeometry(popup->actions()[item]);
+                int count = 0;
+                for (int y = row.top(); y <= row.bottom(); y++)
+                    for (int x = row.width() * from / 20; x < row.width() * to / 20; x++)
+                        count += image.pixel(direction == Qt::LeftToRight ? row.left() + x : row.right() - x,
+                                             y) != image.pixel(row.topLeft());
+                return count;
+            };
+            EXPECT_GT(ink(0, 0, 10), 0) << direction;
+            EXPECT_GT(ink(0, 10, 20), 4 * ink(0, 0, 10)) << direction << ": keys stand at the end";
+            EXPECT_EQ(ink(1, 0, 1), 0) << direction;
+            EXPECT_GT(ink(1, 19, 20), 0) << direction << ": the arrow of a submenu";
+            QTest::keyClick(popup, Qt::Key_Escape);
+        });
+        TrackPopupMenu(menu, {10, 10},
+                       [&](uint32_t m, uintptr_t w, intptr_t l) { return manager.Send(m, w, l); });
+    }
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+}
+
 TEST(MenuManager, MeasuresAndSpacesColumns) {
     Manager manager;
     EXPECT_EQ(manager.MenuMan_SetFlags(MENUMAN_COLUMN_SPACERS | 3), 0u);

@@ -164,6 +164,8 @@ void CQmMenuManager::AddButtons(Menu& menu) {
         if (!item.IsSeparator() && !item.submenu &&
             MenuMan_GetImage(&menu, item.id, &checked, &button->images, &button->image))
             button->hasCheckedImage = checked;
+        else
+            button->images = nullptr;  // an application's list is not this item's
         QMACCEL keys{};
         if (!item.IsSeparator() && item.text.find(u'\t') == item.text.npos &&
             MenuMan_GetAcceleratorInfo(item.id, &keys)) {

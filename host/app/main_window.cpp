@@ -98,7 +98,7 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
                         [this](const QString& title, const QString& text) { ShowProblem(title, text); })),
       m_transport(new TransportBar(project, this)),
       m_pageHost(new PageHost(nullptr, {[this](uint32_t command) { return RunHostCommand(command); },
-                                        [this](const QString& text) { statusBar()->showMessage(text); }})),
+                                        [this](const QString& text) { m_status = text; }})),
       m_keys(new KeyActions(project, settings, *this, *m_pageHost, [this](uint32_t command) {
           if (!RunCommand(command) && m_surfaceHost) m_surfaceHost->RunCommand(command);
       })) {
@@ -384,9 +384,10 @@ void MainWindow::Refresh() {
     RefreshMidi();
     ProjectStatus status = m_project.Status();
     const EngineStatus& engine = status.engine;
-    m_device->setText(Format(IDS_DEVICE, Utf16FromUtf8(engine.device).c_str(),
-                             static_cast<int32_t>(engine.sampleRate),
-                             static_cast<int32_t>(engine.blockFrames)));
+    const QString device =
+        Format(IDS_DEVICE, Utf16FromUtf8(engine.device).c_str(), static_cast<int32_t>(engine.sampleRate),
+               static_cast<int32_t>(engine.blockFrames));
+    m_device->setText(m_status.isEmpty() ? device : m_status);  // what is pointed at, in its place
     m_device->setToolTip(PlainText(QString::fromStdString(engine.deviceProblem)));
     m_load->setText(Format(IDS_LOAD, double{engine.load} * 100));
     m_dropouts->setText(Format(IDS_DROPOUTS, static_cast<int64_t>(engine.diskUnderruns + engine.lateBlocks)));

@@ -79,6 +79,7 @@ private:
     PageHost* m_pageHost;
     KeyActions* m_keys;
     QLabel* m_device;
+    QString m_status;  ///< what the console says of the command under the mouse
     uint64_t m_keptPreferences = 0;
     std::vector<Channel> m_copied;  ///< channels on the clipboard, of the session that is open
     QLabel* m_midi;

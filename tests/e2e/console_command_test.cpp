@@ -220,6 +220,7 @@ TEST_F(ConsoleCommand, ChannelsAreAddedRenamedHiddenRemovedAndMonitored) {
     Key(Qt::Key_H, Qt::ShiftModifier);
     EXPECT_TRUE(Find("Contrabass").hidden && Find("Keys").hidden) << "all that are selected";
     EXPECT_FALSE(Find("Drums").hidden);
+    ASSERT_TRUE(Until([&] { return !Channels().contains("Keys"); }));
     ASSERT_TRUE(place.RunCommand(50047));
     ASSERT_TRUE(Until([&] { return Channels().contains("Keys"); }));
     Key(Qt::Key_Delete);

@@ -1,5 +1,5 @@
 // The console's commands: their numbers, the names under which hosts and control surfaces call them, their
-// texts, keys and images. Tables alone; what a command does stands with the view that carries it out.
+// texts and keys. Tables alone; what a command does stands with the view that carries it out.
 #pragma once
 
 #include "console/text_ids.h"

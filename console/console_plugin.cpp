@@ -226,7 +226,7 @@ CommandKeys CConsoleControlPlugin::KeysInForce() {
 
 HRESULT CConsoleControlPlugin::PostInitialise() {
     const HRESULT hr = COPTControlPlugin::PostInitialise();
-    TellCommands(COMMANDS_REGISTER);
+    RegisterCommands();
     return hr;
 }
 

@@ -77,6 +77,8 @@ public:
     void AddAtHost(uint32_t kind);
     /// Turns a MONITORING_ bit over.
     void ToggleMonitoring(uint32_t bit);
+    /// Tells the host the commands, with their texts in the language of now.
+    void RegisterCommands() { TellCommands(COMMANDS_REGISTER); }
     /// The keys that are in force: the host may have others than the console proposes.
     CommandKeys KeysInForce();
     bool HasGroups() const;

@@ -242,6 +242,7 @@ HRESULT CConsoleMixerPage::OnCreate() {
     UseTheme();
     m_images = std::make_unique<ConsoleImages>(ReadHostLook(*m_console));
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
+    m_console->RegisterCommands();  // the language is changed while there is no page
     m_keys = std::make_unique<CommandKeys>(m_console->KeysInForce());
     m_menus = std::make_unique<CConsoleMenuManager>(m_images->commands, *m_keys);
     RegionSite& site = *this;
@@ -568,7 +569,6 @@ void CConsoleMixerPage::OnLookChanged(uint32_t) {
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
     *m_images = ConsoleImages(ReadHostLook(*m_console));
-    *m_keys = m_console->KeysInForce();
     for (const auto& region : m_regions) region->OnImagesChanged();
     ReSize();
 }

@@ -13,6 +13,7 @@
 #include "platform/ui/paint.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -185,17 +186,20 @@ void CUpperToolBar::OnChannelUpdate(ChannelEntry*, uint32_t dirty) {
     if (dirty & (DIRTY_ALL | DIRTY_SWITCHES)) m_site.RequestStates();
 }
 
-CUpperToolBar::Format CUpperToolBar::ReadFormat() const {
+MPAUDIOFORMAT CUpperToolBar::ReadFormat() const {
     MPAUDIOFORMAT format{};
     format.size = sizeof format;
-    if (m_site.Console().HostRecord(MPPROP_AUDIO_FORMAT, format) != S_OK) return {};
-    return {format.sampleRate, format.bitDepth};
+    return m_site.Console().HostRecord(MPPROP_AUDIO_FORMAT, format) == S_OK ? format : MPAUDIOFORMAT{};
 }
 
+/// Monitoring and rate may change without a word of a channel; all else that the buttons show comes with one.
 void CUpperToolBar::OnTick(uint32_t what) {
     if (!(what & TICK_VALUES)) return;
-    m_buttons.ShowStates();
-    if (std::exchange(m_format, ReadFormat()) != m_format) m_site.Host().Invalidate(m_bounds);
+    const MPAUDIOFORMAT now = ReadFormat();
+    if (std::memcmp(&now, &m_format, sizeof now) == 0) return;
+    m_format = now;
+    m_site.RequestStates();
+    m_site.Host().Invalidate(m_bounds);
 }
 
 void CUpperToolBar::SetBusy(bool busy) {
@@ -211,13 +215,13 @@ void CUpperToolBar::Paint(QPainter& painter, const RECT& area) {
     if (m_formatArea.IsEmpty()) return;
 
     std::u16string text, shorter;
-    if (m_format.rate > 0) {
+    if (m_format.sampleRate > 0) {
         constexpr uint32_t KILO = 1000;
-        text = tarn::PrintText(ConsoleText(IDS_AUDIO_FORMAT), static_cast<int32_t>(m_format.rate),
-                               static_cast<int32_t>(m_format.depth));
-        shorter =
-            tarn::PrintText(ConsoleText(IDS_AUDIO_FORMAT_SHORT), static_cast<int32_t>(m_format.rate / KILO),
-                            static_cast<int32_t>(m_format.depth));
+        text = tarn::PrintText(ConsoleText(IDS_AUDIO_FORMAT), static_cast<int32_t>(m_format.sampleRate),
+                               static_cast<int32_t>(m_format.bitDepth));
+        shorter = tarn::PrintText(ConsoleText(IDS_AUDIO_FORMAT_SHORT),
+                                  static_cast<int32_t>(m_format.sampleRate / KILO),
+                                  static_cast<int32_t>(m_format.bitDepth));
     }
     const COLORREF ink = QmGetUIColor(COLOR_BTNTEXT);
     RECT at = m_formatArea;

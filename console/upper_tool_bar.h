@@ -31,11 +31,8 @@ public:
     AccessibleNode* FocusedPart() const override { return m_buttons.Focused(); }
 
 private:
-    struct Format {
-        uint32_t rate = 0, depth = 0;
-        bool operator==(const Format&) const = default;
-    };
-    Format ReadFormat() const;
+    /// What of the project the bar shows; zeros from a host that tells nothing.
+    MPAUDIOFORMAT ReadFormat() const;
     void Press(ToolButton& button);
     void ShowMenu(const ToolButton& button);
 
@@ -45,6 +42,6 @@ private:
     std::vector<uint32_t> m_hidden;    ///< commands of those that have not
     std::vector<LONG> m_separators;    ///< x
     RECT m_formatArea{};
-    Format m_format;
+    MPAUDIOFORMAT m_format{};
     bool m_busy = false;
 };

@@ -248,6 +248,21 @@ TEST_F(ConsoleCommand, HostsKnowThemAllAndMenusShowKeysAndTellWhatTheyDo) {
     EXPECT_EQ(names.size(), 37u) << "of a full editor";
     EXPECT_TRUE(names.contains("MixingConsole.Show.Channels.All") && names.contains("Insert.SoftSynth"));
 
+    const auto textOf = [this](const char* name) {
+        for (const RegisteredCommand& command : project.Commands())
+            if (command.name == name) return command.text;
+        return std::string();
+    };
+    EXPECT_EQ(textOf("Edit.Cut"), "Cut");
+    constexpr uint32_t GERMAN = 1031, ENGLISH = 1033;
+    place.Close();
+    plugin->SetLanguage(GERMAN);
+    ASSERT_TRUE(OpenPage());
+    EXPECT_EQ(textOf("Edit.Cut"), "Ausschneiden") << "in the language of the user";
+    place.Close();
+    plugin->SetLanguage(ENGLISH);
+    ASSERT_TRUE(OpenPage());
+
     QStringList items;
     std::function<void()> look = [&] {
         auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());

@@ -645,6 +645,32 @@ struct MPMETERCOLORS {
 static_assert(sizeof(MPMETERCOLORS) == 56);
 inline constexpr uint32_t METER_BANDS = 10, COLOR_UNCHANGED = 0xFFFFFFFF;
 
+/// Images of one size side by side, 0xAARRGGBB with the colours multiplied by alpha, from the top.
+struct MPIMAGESTRIP {
+    uint32_t size;           ///< 24
+    uint32_t width, height;  ///< pixels of the whole strip
+    uint32_t stride;         ///< pixels from a row to the next one
+    const uint32_t* pixels;  ///< the host's, until the plug-in's next call
+};
+static_assert(sizeof(MPIMAGESTRIP) == 24);
+
+/// MPPROP_PAGE_START of this size: a host's own images for a role. The strip is as high as its images, or an
+/// integer multiple of that for screens with more pixels. Anything but S_OK leaves the plug-in its own.
+struct MPIMAGES {
+    uint32_t size;  ///< 40
+    uint32_t role;  ///< IMAGEROLE_
+    const MPIMAGESTRIP* normal;
+    const MPIMAGESTRIP* hot;       ///< null: as the normal ones
+    const MPIMAGESTRIP* disabled;  ///< null: the normal ones, pale
+    uint32_t width, height;        ///< of one image
+};
+static_assert(sizeof(MPIMAGES) == 40);
+inline constexpr uint32_t IMAGEROLE_COMMANDS = 1,  ///< 16 by 16
+    IMAGEROLE_KINDS = 3,                           ///< 16 by 16: audio, bus, master, FX, synth, MIDI, input
+    IMAGEROLE_FADER = 15,                          ///< thumb, 13 by 19
+    IMAGEROLE_PAIR_FADER = 16,                     ///< thumb for two channels
+    IMAGEROLE_PAN = 17, IMAGEROLE_SMALL_FADER = 19, IMAGEROLE_SEND = 20;
+
 struct MPPROJECTINFO {
     uint32_t size;  ///< 56
     uint32_t words[13];
@@ -658,7 +684,8 @@ struct MPHOSTFEATURES {
 };
 static_assert(sizeof(MPHOSTFEATURES) == 12);
 
-inline constexpr uint32_t COMMANDS_REGISTER = 1, COMMANDS_UNREGISTER = 2;
+/// COMMANDS_RUN carries out the command that has the catalog's number in reply[0], as a person does it.
+inline constexpr uint32_t COMMANDS_REGISTER = 1, COMMANDS_UNREGISTER = 2, COMMANDS_RUN = 3;
 
 /// A command that the plug-in carries out. Texts are the plug-in's, and are copied.
 struct MPCOMMAND {
@@ -734,7 +761,8 @@ struct MPCATALOGREC {
 };
 static_assert(sizeof(MPCATALOGREC) == 24);
 MP_OFFSET(MPCATALOGREC, name, 16);
-inline constexpr uint32_t CATALOG_EFFECT = 1, CATALOG_INSTRUMENT = 2;  ///< MPCATALOGREC::subKind of items
+/// MPCATALOGREC::subKind of items; of families of registered commands too, which have no item data.
+inline constexpr uint32_t CATALOG_EFFECT = 1, CATALOG_INSTRUMENT = 2, CATALOG_COMMAND = 3;
 
 /// What GetItemData tells of an item.
 struct MPCATALOGITEM {

@@ -27,6 +27,7 @@ uint32_t ReleaseOf(const LearnTarget& target) {
 }
 
 bool IsOf(const MPFUNCTIONMAP& row, const LearnTarget& target) {
+    if (target.hostFamily || row.flags & EFUNCFLAG_HOSTFUNCTION) return SameFunction(TargetOf(row), target);
     return row.group == target.group && row.channel == target.channel && row.index == target.index &&
            (row.function == target.function ||
             (row.function == ReleaseOf(target) && row.commandType == ECMDTYPE_RECIEVE));
@@ -46,6 +47,11 @@ MPFUNCTIONMAP NewRow(const LearnTarget& target, uint32_t command, uint32_t flags
     row.first.byte1 = event.byte1;
     row.first.byte2 = event.byte2;
     row.second = EmptyEvent();
+    if (target.hostFamily) {
+        row.flags |= EFUNCFLAG_HOSTFUNCTION;
+        row.minValue = static_cast<int32_t>(target.hostFamily);
+        row.maxValue = static_cast<int32_t>(target.hostFunction);
+    }
     return row;
 }
 
@@ -97,6 +103,19 @@ FUNCTIONTABLE* FunctionRows::NewTables(const char16_t* name) const {
     return entry.tables;
 }
 
+LearnTarget TargetOf(const MPFUNCTIONMAP& row) {
+    LearnTarget target{row.group, row.function, row.channel, row.index};
+    if (!(row.flags & EFUNCFLAG_HOSTFUNCTION)) return target;
+    target.hostFamily = static_cast<uint32_t>(row.minValue);
+    target.hostFunction = static_cast<uint32_t>(row.maxValue);
+    return target;
+}
+
+bool SameFunction(const LearnTarget& a, const LearnTarget& b) {
+    return a.group == b.group && a.function == b.function && a.channel == b.channel &&
+           a.hostFamily == b.hostFamily && a.hostFunction == b.hostFunction;
+}
+
 bool CanLearn(const LearnTarget& target, const MPEVENTREC& event) {
     if (ParameterOf(target, &MixerParameter::value)) return event.type & VALUE_EVENTS;
     if (event.type == MPNOTE_ON) return true;
@@ -120,6 +139,7 @@ std::vector<MPFUNCTIONMAP> RowsOfControl(const LearnTarget& target, const MPEVEN
         return rows;
     }
     rows.push_back(NewRow(target, ECMDTYPE_RECIEVE, 0, event));
+    if (target.hostFamily) return rows;  // it has no state to light a lamp by
     if (const uint32_t release = ReleaseOf(target)) {
         MPFUNCTIONMAP row = NewRow(target, ECMDTYPE_RECIEVE, 0, event);
         row.function = release;
@@ -146,7 +166,7 @@ void Assign(FunctionRows& rows, const LearnTarget& target, const MPEVENTREC& eve
         if (row.commandType == ECMDTYPE_RECIEVE && std::ranges::any_of(made, [&](const MPFUNCTIONMAP& m) {
                 return m.commandType == ECMDTYPE_RECIEVE && RowMatches(row, {m.first, nullptr, 0});
             }))
-            before.push_back({row.group, row.function, row.channel, row.index});
+            before.push_back(TargetOf(row));
     for (const LearnTarget& old : before) Unassign(rows, old);
     rows.Add(made);
 }

@@ -51,7 +51,11 @@ struct LearnTarget {
     uint32_t group, function;
     int32_t channel;  ///< strip
     uint32_t index;
+    uint32_t hostFamily = 0, hostFunction = 0;  ///< a function of the host's catalog in place of a group's
 };
+LearnTarget TargetOf(const MPFUNCTIONMAP& row);
+/// Whatever their indices are.
+bool SameFunction(const LearnTarget& a, const LearnTarget& b);
 /// How a control tells its value.
 enum class ControlKind { Absolute, StepsSignBit, StepsTwosComplement, StepsOffset };
 

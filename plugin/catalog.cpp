@@ -70,15 +70,31 @@ std::vector<uint32_t> EffectCatalog::Items(uint32_t family) const {
 
 namespace {
 
-std::u16string NameOf(IMPPlugInCatalog& host, uint32_t id, uint32_t level) {
+std::u16string NameOf(IMPPlugInCatalog& host, uint32_t id, uint32_t level, uint32_t* subKind = nullptr) {
     MPCATALOGREC rec{};
     const HRESULT hr = host.Get(&id, level, &rec, CATALOG_NAMES);
     std::u16string name = hr == S_OK && rec.name ? rec.name : u"";
+    if (subKind) *subKind = hr == S_OK ? rec.subKind : 0;
     CoTaskMemFree(rec.name);
     return name;
 }
 
 }  // namespace
+
+std::vector<CatalogCommand> EffectCatalog::Commands() const {
+    const ComPtr<IMPPlugInCatalog> host = Host();
+    std::vector<CatalogCommand> commands;
+    if (!host) return commands;
+    for (const uint32_t family : Families()) {
+        uint32_t subKind = 0;
+        NameOf(*host, family, LEVEL_CHANNEL, &subKind);
+        if (subKind != CATALOG_COMMAND) continue;
+        for (const uint32_t item : Items(family))
+            if (std::u16string name = NameOf(*host, item, LEVEL_SUB_OBJECT); !name.empty())
+                commands.push_back({family, item, std::move(name)});
+    }
+    return commands;
+}
 
 std::vector<EffectFamily> EffectCatalog::Tree() const {
     const ComPtr<IMPPlugInCatalog> host = Host();

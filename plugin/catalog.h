@@ -23,6 +23,12 @@ struct EffectFamily {
     std::vector<EffectItem> items;
 };
 
+/// A command that another plug-in has registered.
+struct CatalogCommand {
+    uint32_t family, item;
+    std::u16string name;
+};
+
 class EffectCatalog {
 public:
     /// Null for a host without one, and at the end.
@@ -37,6 +43,9 @@ public:
     std::vector<uint32_t> Families() const;
     std::vector<uint32_t> Items(uint32_t family) const;
 
+    /// The commands of plug-ins that the host lists, as they were loaded; what it has no name for is left
+    /// out.
+    std::vector<CatalogCommand> Commands() const;
     /// Asked of the host anew; what it has no name for is left out.
     std::vector<EffectFamily> Tree() const;
 

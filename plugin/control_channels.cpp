@@ -143,6 +143,8 @@ HRESULT COPTControlPlugin::GetSubId(int32_t index, int32_t sub, MPCHANNELID* id)
 
 std::vector<uint64_t> COPTControlPlugin::PortEntries(uint32_t kind) {
     CriticalSectionLock lock(m_mainLock);
+    // Few plug-ins want the MIDI ports, so that they are read when one does.
+    if (kind == KIND_MIDI_PORT_ENTRY && m_refs.Ports(kind).empty()) m_refs.LoadPorts(kind);
     return m_refs.Ports(kind);
 }
 

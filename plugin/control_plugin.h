@@ -154,7 +154,7 @@ protected:
     float ShareOfGain(float gain) const override;
     float GainOfShare(float share) const override;
     uint32_t AutomationCapabilities() override;
-    HRESULT CallHost(const MPFUNCTIONMAP&) override { return S_FALSE; }
+    HRESULT CallHost(const MPFUNCTIONMAP& row) override;
     /// To the selected output port.
     void SendEvent(const MPEVENTREC& event) override;
 

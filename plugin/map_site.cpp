@@ -3,6 +3,8 @@
 #include "plugin/control_plugin.h"
 #include "plugin/module_state.h"
 
+#include <algorithm>
+
 using namespace tarn;
 
 HRESULT COPTControlPlugin::GetChannel(const MPCHANNELID& id, MPCHANNELREC* rec, uint32_t mask) {
@@ -25,16 +27,27 @@ std::u16string COPTControlPlugin::ChannelName(const MPCHANNELID& id) {
     return name;
 }
 
+// What makes sense for the channel's kind; whether it would feed itself by that the host says.
 std::vector<uint64_t> COPTControlPlugin::RouteTargets(const MPCHANNELID& id, uint32_t mask) {
-    if (mask & MASK_INPUT_ROUTE) return PortEntries(KIND_INPUT_BUS);
-    constexpr uint32_t SEND_KINDS = KIND_AUDIO_BUS_BIT | KIND_FX_BIT;
-    std::vector<uint64_t> targets;
-    for (const BankChannel& channel : Channels()) {
-        const bool fits = channel.kind & KIND_BUS && (mask & MASK_OUTPUT_ROUTE || channel.kind & SEND_KINDS);
-        if (fits && channel.id != id.channel) targets.push_back(channel.id);
+    const std::vector<BankChannel> channels = Channels();
+    const auto own = std::ranges::find(channels, id.channel, &BankChannel::id);
+    const uint32_t kind = own == channels.end() ? 0 : own->kind;
+    constexpr uint32_t BUSSES = KIND_AUDIO_BUS_BIT | KIND_FX_BIT;
+    uint32_t fitting = BUSSES, entries = 0;
+    if (mask & MASK_INPUT_ROUTE) {
+        fitting = kind & KIND_AUDIO_TRACK ? BUSSES | KIND_SYNTH_BIT | KIND_INPUT_BIT : 0;
+        entries = kind & KIND_MIDI_TRACK ? KIND_MIDI_PORT_ENTRY : KIND_INPUT_BUS;
+    } else if (mask & MASK_OUTPUT_ROUTE) {
+        fitting = kind & KIND_MIDI_TRACK ? KIND_SYNTH_BIT : KIND_AUDIO_BUS_BIT | KIND_MASTER_BIT;
+        entries = kind & KIND_MIDI_TRACK ? 0 : KIND_OUTPUT_ENTRY;
     }
-    if (mask & MASK_OUTPUT_ROUTE)
-        for (const uint64_t output : PortEntries(KIND_OUTPUT_ENTRY)) targets.push_back(output);
+    std::vector<uint64_t> targets;
+    if (entries && mask & MASK_INPUT_ROUTE) targets = PortEntries(entries);
+    for (const BankChannel& channel : channels)
+        if (channel.kind & KIND_BUS && channel.kind & fitting && channel.id != id.channel)
+            targets.push_back(channel.id);
+    if (entries && mask & MASK_OUTPUT_ROUTE)
+        for (const uint64_t output : PortEntries(entries)) targets.push_back(output);
     return targets;
 }
 
@@ -43,6 +56,16 @@ MPCHANNELID COPTControlPlugin::Effect(const MPCHANNELID& id, uint32_t slot) {
     MPCHANNELID effect{};
     if (FindChannel(id.channel, &index) == S_OK) GetSubId(index, static_cast<int32_t>(slot), &effect);
     return effect;
+}
+
+// The host knows its functions by the numbers that its catalog has for them.
+HRESULT COPTControlPlugin::CallHost(const MPFUNCTIONMAP& row) {
+    if (!(row.flags & EFUNCFLAG_HOSTFUNCTION)) return S_FALSE;
+    MPCOMMANDREG wish{};
+    wish.size = sizeof wish;
+    wish.action = COMMANDS_RUN;
+    wish.reply[0] = static_cast<uint32_t>(row.maxValue);
+    return SetHostProperty(MPPROP_COMMANDS, &wish, sizeof wish);
 }
 
 // A surface's fader stands where the one on the screen does.

@@ -71,9 +71,10 @@ QString Text(SurfaceTextId id) { return QString::fromUtf16(SurfaceText(id)); }
 
 SurfaceForm::SurfaceForm(ComPtr<CSurfacePlugin> plugin, QWidget* parent)
     : QWidget(parent), m_plugin(std::move(plugin)), m_maps(new QComboBox(this)), m_knob(new QComboBox(this)),
-      m_learn(new QPushButton(this)), m_forget(new QPushButton(Text(IDS_FORGET), this)),
-      m_undo(new QPushButton(Text(IDS_UNDO), this)), m_delete(new QPushButton(Text(IDS_DELETE_MAP), this)),
-      m_last(MakePlainLabel(this)), m_hint(MakePlainLabel(this)), m_problem(MakePlainLabel(this)) {
+      m_commands(m_plugin->Catalog().Commands()), m_learn(new QPushButton(this)),
+      m_forget(new QPushButton(Text(IDS_FORGET), this)), m_undo(new QPushButton(Text(IDS_UNDO), this)),
+      m_delete(new QPushButton(Text(IDS_DELETE_MAP), this)), m_last(MakePlainLabel(this)),
+      m_hint(MakePlainLabel(this)), m_problem(MakePlainLabel(this)) {
     setAutoFillBackground(true);
     m_ports[PORTS_INPUT] = MakePorts(PORTS_INPUT);
     m_ports[PORTS_OUTPUT] = MakePorts(PORTS_OUTPUT);
@@ -152,7 +153,8 @@ QComboBox* SurfaceForm::MakePorts(uint32_t isOutput) {
 }
 
 void SurfaceForm::MakeTable() {
-    m_table = new QTableWidget(FUNCTION_COUNT, SURFACE_STRIPS + 1, this);
+    m_table =
+        new QTableWidget(FUNCTION_COUNT + static_cast<int>(m_commands.size()), SURFACE_STRIPS + 1, this);
     m_table->setAccessibleName(Text(IDS_ASSIGNMENTS));
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -163,12 +165,11 @@ void SurfaceForm::MakeTable() {
         const int32_t strip = column == SURFACE_STRIPS ? STRIP_MASTER : column;
         m_table->setHorizontalHeaderItem(column, new QTableWidgetItem(ToQt(StripText(strip))));
     }
-    for (int row = 0; row < FUNCTION_COUNT; row++) {
-        const FunctionRow& function = FUNCTIONS[row];
-        m_table->setVerticalHeaderItem(
-            row, new QTableWidgetItem(ToQt(FunctionText(function.group, function.function))));
-        if (!function.ofStrip) m_table->setSpan(row, 0, 1, SURFACE_STRIPS + 1);
-        for (int column = 0; column <= (function.ofStrip ? SURFACE_STRIPS : 0); column++)
+    for (int row = 0; row < m_table->rowCount(); row++) {
+        m_table->setVerticalHeaderItem(row, new QTableWidgetItem(ToQt(FunctionText(Target(row, 0)))));
+        const bool ofStrip = row < FUNCTION_COUNT && FUNCTIONS[row].ofStrip;
+        if (!ofStrip) m_table->setSpan(row, 0, 1, SURFACE_STRIPS + 1);
+        for (int column = 0; column <= (ofStrip ? SURFACE_STRIPS : 0); column++)
             m_table->setItem(row, column, new QTableWidgetItem);
     }
     m_table->setCurrentCell(0, 0);
@@ -208,19 +209,28 @@ void SurfaceForm::keyPressEvent(QKeyEvent* event) {
 }
 
 LearnTarget SurfaceForm::Target(int row, int column) const {
-    const FunctionRow& function = FUNCTIONS[std::clamp(row, 0, FUNCTION_COUNT - 1)];
+    if (row >= FUNCTION_COUNT) {
+        const CatalogCommand& command = m_commands[static_cast<size_t>(row - FUNCTION_COUNT)];
+        return {0, 0, 0, 0, command.family, command.item};
+    }
+    const FunctionRow& function = FUNCTIONS[std::max(row, 0)];
     const int32_t strip = !function.ofStrip ? 0 : column == SURFACE_STRIPS ? STRIP_MASTER : column;
     return {function.group, function.function, strip, 0};
 }
 
-std::u16string SurfaceForm::FunctionText(uint32_t group, uint32_t function) const {
+std::u16string SurfaceForm::FunctionText(const LearnTarget& target) const {
     for (const FunctionRow& row : FUNCTIONS)
-        if (row.group == group && row.function == function) return SurfaceText(row.text);
-    const std::string name = m_plugin->Names().FunctionName(group, function);
-    return name.empty() ? PrintText(u"%d", static_cast<int32_t>(function)) : Utf16FromUtf8(name);
+        if (!target.hostFamily && row.group == target.group && row.function == target.function)
+            return SurfaceText(row.text);
+    const std::string name = target.hostFamily
+                                 ? m_plugin->Names().HostFunctionName(target.hostFamily, target.hostFunction)
+                                 : m_plugin->Names().FunctionName(target.group, target.function);
+    const uint32_t number = target.hostFamily ? target.hostFunction : target.function;
+    return name.empty() ? PrintText(u"%d", static_cast<int32_t>(number)) : Utf16FromUtf8(name);
 }
 
 std::u16string SurfaceForm::PlaceText(const LearnTarget& target) const {
+    if (target.hostFamily) return SurfaceText(IDS_WHOLE);
     for (const FunctionRow& row : FUNCTIONS)
         if (row.group == target.group && row.function == target.function && !row.ofStrip)
             return SurfaceText(IDS_WHOLE);
@@ -300,15 +310,14 @@ void SurfaceForm::RefreshMaps() {
 
 void SurfaceForm::RefreshTable() {
     const FunctionRows rows = m_plugin->CurrentRows();
-    for (int row = 0; row < FUNCTION_COUNT; row++)
+    for (int row = 0; row < m_table->rowCount(); row++)
         for (int column = 0; column <= SURFACE_STRIPS; column++) {
             QTableWidgetItem* item = m_table->item(row, column);
             if (!item) continue;
             const LearnTarget target = Target(row, column);
             QStringList controls;
             for (const MPFUNCTIONMAP& r : rows.All())
-                if (r.commandType == ECMDTYPE_RECIEVE && r.group == target.group &&
-                    r.function == target.function && r.channel == target.channel)
+                if (r.commandType == ECMDTYPE_RECIEVE && SameFunction(TargetOf(r), target))
                     controls += ToQt(ControlText(r.first));
             item->setText(controls.join(QStringLiteral(", ")));
             item->setData(Qt::AccessibleTextRole, controls.isEmpty() ? Text(IDS_NO_CHOICE) : item->text());
@@ -323,8 +332,7 @@ void SurfaceForm::RefreshLines() {
         m_shownLearning = learning;
         m_learn->setText(Text(learning ? IDS_END_LEARNING : IDS_LEARN));
         const LearnTarget target = Target(m_table->currentRow(), m_table->currentColumn());
-        m_hint->setText(learning ? ToQt(PrintText(SurfaceText(IDS_WAITING),
-                                                  FunctionText(target.group, target.function).c_str(),
+        m_hint->setText(learning ? ToQt(PrintText(SurfaceText(IDS_WAITING), FunctionText(target).c_str(),
                                                   PlaceText(target).c_str()))
                                  : Text(IDS_CHOOSE));
     }
@@ -334,9 +342,9 @@ void SurfaceForm::RefreshLines() {
         std::u16string line = SurfaceText(IDS_NO_EVENT);
         const std::u16string event = EventText(seen.event);
         if (seen.count && seen.match) {
-            const LearnTarget target{seen.match->group, seen.match->function, seen.match->channel, 0};
-            line = PrintText(SurfaceText(IDS_MATCHED), event.c_str(),
-                             FunctionText(target.group, target.function).c_str(), PlaceText(target).c_str());
+            const LearnTarget target = TargetOf(*seen.match);
+            line = PrintText(SurfaceText(IDS_MATCHED), event.c_str(), FunctionText(target).c_str(),
+                             PlaceText(target).c_str());
         } else if (seen.count) {
             line = PrintText(SurfaceText(IDS_UNMATCHED), event.c_str());
         }

@@ -35,7 +35,7 @@ private:
     void Undo();
     void DeleteMap();
     LearnTarget Target(int row, int column) const;
-    std::u16string FunctionText(uint32_t group, uint32_t function) const;
+    std::u16string FunctionText(const LearnTarget& target) const;
     std::u16string PlaceText(const LearnTarget& target) const;
 
     tarn::ComPtr<CSurfacePlugin> m_plugin;
@@ -43,6 +43,7 @@ private:
     QComboBox* m_maps;
     QComboBox* m_knob;
     QTableWidget* m_table;
+    std::vector<CatalogCommand> m_commands;  ///< below our own functions
     QPushButton* m_learn;
     QPushButton* m_forget;
     QPushButton* m_undo;

@@ -281,7 +281,8 @@ std::string CSurfacePlugin::Problem() const {
 }
 
 HRESULT CSurfacePlugin::CallHost(const MPFUNCTIONMAP& row) {
-    return row.group == GROUP_TRANSPORT ? RunTransport(*this, row.function) : S_FALSE;
+    return row.group == GROUP_TRANSPORT ? RunTransport(*this, row.function)
+                                        : COPTControlPlugin::CallHost(row);
 }
 
 void CSurfacePlugin::ShowTransport(bool everything) {

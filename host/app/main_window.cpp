@@ -99,9 +99,8 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
       m_transport(new TransportBar(project, this)),
       m_pageHost(new PageHost(nullptr, {[this](uint32_t command) { return RunHostCommand(command); },
                                         [this](const QString& text) { m_status = text; }})),
-      m_keys(new KeyActions(project, settings, *this, *m_pageHost, [this](uint32_t command) {
-          if (!RunCommand(command) && m_surfaceHost) m_surfaceHost->RunCommand(command);
-      })) {
+      m_keys(new KeyActions(project, settings, *this, *m_pageHost,
+                            [this](uint32_t command) { RunRegistered(command); })) {
     LoadSurface(modules / "mixsurface.so");
     ForPlugins([lcid](Plugin& plugin) {
         plugin.SetLanguage(lcid);
@@ -372,7 +371,12 @@ bool MainWindow::RunCommand(uint32_t command) {
     return m_pageHost->RunCommand(command) || RunHostCommand(command);
 }
 
+void MainWindow::RunRegistered(uint32_t command) {
+    if (!RunCommand(command) && m_surfaceHost) m_surfaceHost->RunCommand(command);
+}
+
 void MainWindow::Refresh() {
+    for (const uint32_t command : m_project.TakeCommandWishes()) RunRegistered(command);
     m_transport->Refresh();
     m_mix->Refresh();
     m_keys->Refresh();

@@ -51,6 +51,8 @@ private:
     void RefreshMidi();
     void ChangeLanguage(uint32_t lcid);
     bool RunHostCommand(uint32_t command);
+    /// Of the plug-ins: the one that has it carries it out.
+    void RunRegistered(uint32_t command);
     void ShowAudioProperties();
     void LocateTo();
     QString StartFolder() const;

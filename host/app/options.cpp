@@ -1,5 +1,6 @@
 #include "host/app/options.h"
 
+#include "host/app/skin.h"
 #include "kernel/lang/languages.h"
 
 #include <CLI/CLI.hpp>
@@ -31,7 +32,7 @@ HostFace FaceOf(const std::string& kind, const std::vector<std::string>& feature
 std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     CLI::App app{"Opens a session on the mixing console, plays, mixes and renders it.", "mixhost"};
     std::vector<std::string> gestures;
-    std::string size, language, hostKind = "editor", theme = "dark";
+    std::string size, language, skin, hostKind = "editor", theme = "dark";
     std::vector<std::string> features;
     app.add_option("session", options->session, "session file (.tarn); without one a new session is opened");
     app.add_flag("--headless", options->headless, "no window: run by script, then end");
@@ -56,6 +57,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--size", size, "window size, WIDTHxHEIGHT");
     app.add_option("--scale", options->scale, "device pixels a logical pixel")->check(CLI::Range(0.5, 4.0));
     app.add_option("--theme", theme, "colours of the windows")->check(CLI::IsMember({"dark", "light"}));
+    app.add_option("--skin", skin, "folder of images for the parts of the console");
     app.add_option("--host-kind", hostKind, "what the plug-ins are told the host is")
         ->check(CLI::IsMember({"editor", "other"}));
     app.add_option("--features", features,
@@ -68,6 +70,15 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
         return app.exit(e);
     }
     options->face = FaceOf(hostKind, features);
+    try {
+        if (!skin.empty())
+            options->face.images = [images = std::make_shared<Skin>(skin)](MPIMAGES& record) {
+                return images->Get(record);
+            };
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "mixhost: --skin: %s\n", e.what());
+        return 1;
+    }
     options->lightTheme = theme == "light";
     for (const std::string& text : gestures) {
         Gesture gesture;

@@ -180,7 +180,7 @@ HRESULT SetEffect(ProjectCore& core, const MPCHANNELID& id, const MPCHANNELREC& 
         if (position) MoveInChain(channel, sub, rec.effectTarget);
     });
     if (hr == S_OK && state) core.Moved(id.channel, {AutomationTarget::Bypass, sub, {}});
-    if (hr == S_OK && state && (rec.effectState & EFFECT_EDITOR)) core.editorWishes.Add(id.channel, sub);
+    if (hr == S_OK && state && (rec.effectState & EFFECT_EDITOR)) core.editorWishes.Add({id.channel, sub});
     return hr;
 }
 

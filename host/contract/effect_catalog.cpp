@@ -1,5 +1,6 @@
-// IMPPlugInCatalog: families and their effects. Families are numbered from 1 in the library's order, items
-// from ITEM_BASE in the same.
+// IMPPlugInCatalog: families and their effects, then groups of registered commands. Families are numbered
+// from 1 in the library's order, items from ITEM_BASE in the same; groups and commands have numbers of their
+// own, so that they keep them when effects are found.
 #include "host/contract/effect_catalog.h"
 
 #include "host/contract/host_object.h"
@@ -12,20 +13,46 @@ using namespace tarn;
 namespace host {
 namespace {
 
-constexpr uint32_t ITEM_BASE = 0x10000;
+constexpr uint32_t ITEM_BASE = 0x10000, COMMAND_BASE = 0x40000000;
+constexpr int GROUP_SHIFT = 16;  // above a command's number
 
 struct Item {
     uint32_t id;
     uint32_t family;
-    EffectInfo info;
+    uint32_t subKind;
+    std::string name, familyName;
+    MPCATALOGITEM data;  ///< of an effect
+    uint32_t command;
 };
 
-std::vector<Item> ItemsOf(const EffectLibrary& library) {
+std::vector<Item> ItemsOf(const ProjectCore& core) {
     std::vector<Item> items;
     uint32_t family = 0;
-    for (EffectInfo& info : library.List()) {
-        if (items.empty() || items.back().info.family != info.family) family++;
-        items.push_back({ITEM_BASE + static_cast<uint32_t>(items.size()), family, std::move(info)});
+    std::string before;
+    for (EffectInfo& info : core.effects ? core.effects->List() : std::vector<EffectInfo>()) {
+        if (items.empty() || before != info.family) family++;
+        before = info.family;
+        items.push_back({ITEM_BASE + static_cast<uint32_t>(items.size()),
+                         family,
+                         info.instrument ? CATALOG_INSTRUMENT : CATALOG_EFFECT,
+                         std::move(info.name),
+                         core.Texts()->Family(info.family),
+                         {sizeof(MPCATALOGITEM), !info.problem.empty(), ClassOfUri(info.uri)},
+                         0});
+    }
+    uint32_t group = 0;
+    before.clear();
+    for (RegisteredCommand& row : core.commands.All()) {
+        if (before != row.group) group++;
+        before = row.group;
+        if (row.command >> GROUP_SHIFT) continue;
+        items.push_back({COMMAND_BASE | group << GROUP_SHIFT | row.command,
+                         COMMAND_BASE | group,
+                         CATALOG_COMMAND,
+                         std::move(row.name),
+                         std::move(row.group),
+                         {},
+                         row.command});
     }
     return items;
 }
@@ -39,8 +66,9 @@ HRESULT FillRecord(uint32_t id, uint32_t subKind, const std::string& name, MPCAT
     return rec->name ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT FillItem(const Item& item, MPCATALOGREC* rec) {
-    return FillRecord(item.id, item.info.instrument ? CATALOG_INSTRUMENT : CATALOG_EFFECT, item.info.name,
+HRESULT Fill(const Item& item, uint32_t level, MPCATALOGREC* rec) {
+    if (level == LEVEL_SUB_OBJECT) return FillRecord(item.id, item.subKind, item.name, rec);
+    return FillRecord(item.family, item.subKind == CATALOG_COMMAND ? CATALOG_COMMAND : 0, item.familyName,
                       rec);
 }
 
@@ -68,10 +96,16 @@ std::optional<std::string> UriOfClass(const EffectLibrary* library, const GUID& 
     return std::nullopt;
 }
 
+std::optional<uint32_t> CommandOfItem(const ProjectCore& core, uint32_t id) {
+    for (const Item& item : ItemsOf(core))
+        if (item.id == id && item.subKind == CATALOG_COMMAND) return item.command;
+    return std::nullopt;
+}
+
 /// The place-th of the level.
 HRESULT PlugInCatalogPart::Give(uint32_t level, uint32_t parent, size_t place, uint32_t* id,
                                 MPCATALOGREC* rec, uint32_t* more) {
-    std::vector<Item> items = ItemsOf(*Core().effects);
+    std::vector<Item> items = ItemsOf(Core());
     if (level == LEVEL_SUB_OBJECT)
         std::erase_if(items, [parent](const Item& item) { return item.family != parent; });
     else
@@ -80,9 +114,7 @@ HRESULT PlugInCatalogPart::Give(uint32_t level, uint32_t parent, size_t place, u
     const Item& item = items[place];
     *more = place + 1 < items.size();
     *id = level == LEVEL_SUB_OBJECT ? item.id : item.family;
-    return level == LEVEL_SUB_OBJECT
-               ? FillItem(item, rec)
-               : FillRecord(item.family, 0, Core().Texts()->Family(item.info.family), rec);
+    return Fill(item, level, rec);
 }
 
 HRESULT PlugInCatalogPart::First(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
@@ -95,10 +127,16 @@ HRESULT PlugInCatalogPart::First(uint32_t* id, uint32_t level, MPCATALOGREC* rec
 HRESULT PlugInCatalogPart::Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t* more, uint32_t) {
     if (!id || !more) return E_POINTER;
     *more = 0;
-    if (level == LEVEL_CHANNEL) return Guarded([&] { return Give(level, 0, *id, id, rec, more); });
-    if (level != LEVEL_SUB_OBJECT) return S_FALSE;
+    if (level != LEVEL_CHANNEL && level != LEVEL_SUB_OBJECT) return S_FALSE;
     return Guarded([&] {
-        const std::vector<Item> items = ItemsOf(*Core().effects);
+        std::vector<Item> items = ItemsOf(Core());
+        if (level == LEVEL_CHANNEL) {
+            items.erase(std::ranges::unique(items, {}, &Item::family).begin(), items.end());
+            const auto at = std::ranges::find(items, *id, &Item::family);
+            return at == items.end()
+                       ? S_FALSE
+                       : Give(level, 0, static_cast<size_t>(at - items.begin()) + 1, id, rec, more);
+        }
         const auto at = std::ranges::find(items, *id, &Item::id);
         if (at == items.end()) return S_FALSE;
         const auto before = std::ranges::count(items.begin(), at, at->family, &Item::family);
@@ -109,10 +147,10 @@ HRESULT PlugInCatalogPart::Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec,
 HRESULT PlugInCatalogPart::Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, uint32_t) {
     if (!id || !rec) return E_POINTER;
     return Guarded([&] {
-        for (const Item& item : ItemsOf(*Core().effects)) {
-            if (level == LEVEL_SUB_OBJECT && item.id == *id) return FillItem(item, rec);
-            if (level == LEVEL_CHANNEL && item.family == *id)
-                return FillRecord(item.family, 0, Core().Texts()->Family(item.info.family), rec);
+        for (const Item& item : ItemsOf(Core())) {
+            if ((level == LEVEL_SUB_OBJECT && item.id == *id) ||
+                (level == LEVEL_CHANNEL && item.family == *id))
+                return Fill(item, level, rec);
         }
         return S_FALSE;
     });
@@ -121,10 +159,9 @@ HRESULT PlugInCatalogPart::Get(uint32_t* id, uint32_t level, MPCATALOGREC* rec, 
 HRESULT PlugInCatalogPart::GetItemData(uint32_t* id, void* out) {
     if (!id || !out) return E_POINTER;
     return Guarded([&] {
-        for (const Item& item : ItemsOf(*Core().effects)) {
-            if (item.id != *id) continue;
-            const MPCATALOGITEM data{sizeof data, !item.info.problem.empty(), ClassOfUri(item.info.uri)};
-            std::memcpy(out, &data, sizeof data);
+        for (const Item& item : ItemsOf(Core())) {
+            if (item.id != *id || item.subKind == CATALOG_COMMAND) continue;
+            std::memcpy(out, &item.data, sizeof item.data);
             return S_OK;
         }
         return S_FALSE;

@@ -23,7 +23,7 @@ HRESULT HostObject::QueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IMPPortList) *out = static_cast<IMPPortList*>(&m_ports);
     if (iid == IID_IMPEventOutput && m_core->midi) *out = static_cast<IMPEventOutput*>(&m_eventOutput);
     if (iid == IID_IMPCtrlChannels) *out = static_cast<IMPCtrlChannels*>(&m_channels);
-    if (iid == IID_IMPPlugInCatalog && m_core->effects) *out = static_cast<IMPPlugInCatalog*>(&m_catalog);
+    if (iid == IID_IMPPlugInCatalog) *out = static_cast<IMPPlugInCatalog*>(&m_catalog);
     if (iid == IID_IConnectionPointContainer) *out = static_cast<IConnectionPointContainer*>(&m_connections);
     if (!*out) return E_NOINTERFACE;
     AddRef();

@@ -152,6 +152,7 @@ bool Project::RenameChannel(ChannelId id, const std::string& name) {
 std::vector<std::pair<ChannelId, SubId>> Project::TakeEditorWishes() {
     return m_impl->core->editorWishes.Take();
 }
+std::vector<uint32_t> Project::TakeCommandWishes() { return m_impl->core->commandWishes.Take(); }
 bool Project::MoveChannel(ChannelId id, size_t index) { return m_impl->core->MoveChannel(id, index); }
 
 bool Project::EditChannel(ChannelId id, const std::function<void(Channel&)>& edit) {

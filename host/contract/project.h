@@ -42,6 +42,7 @@ struct HostFace {
     bool fullEditor = true;
     bool limited = false;  ///< no recording, no automation
     uint32_t features = FEATURE_INPUT_BUSSES | FEATURE_MIDI_TRACKS | FEATURE_SYNTHS | FEATURE_REORDER;
+    std::function<HRESULT(MPIMAGES&)> images{};  ///< of the roles that it has images for; empty without
 };
 
 class Project {
@@ -102,6 +103,9 @@ public:
     std::shared_ptr<Effect> FindEffect(ChannelId id, SubId effect) const;
     /// Effects whose windows plug-ins have asked for since the last call.
     std::vector<std::pair<ChannelId, SubId>> TakeEditorWishes();
+    /// Registered commands that plug-ins, like those of control surfaces, want carried out since the last
+    /// call.
+    std::vector<uint32_t> TakeCommandWishes();
     /// What becomes of changes in the effect's window: they are heard, automated, told to plug-ins.
     EffectEdits EditsOf(ChannelId id, SubId effect);
     EffectLibrary* Effects() const;  ///< null without effects

@@ -118,14 +118,15 @@ public:
     /// The session with its effects' present states.
     Session WithStates();
 
-    /// Effects whose windows plug-ins have asked for, until the host's window takes them. [any-thread]
-    class EditorWishes {
+    /// What plug-ins have asked of the host's window, until that takes it. [any-thread]
+    template <class Wish>
+    class Wishes {
     public:
-        void Add(ChannelId channel, SubId effect) {
+        void Add(const Wish& wish) {
             const std::lock_guard lock(m_lock);
-            if (m_wishes.size() < kMost) m_wishes.emplace_back(channel, effect);
+            if (m_wishes.size() < kMost) m_wishes.push_back(wish);
         }
-        std::vector<std::pair<ChannelId, SubId>> Take() {
+        std::vector<Wish> Take() {
             const std::lock_guard lock(m_lock);
             return std::exchange(m_wishes, {});
         }
@@ -133,9 +134,10 @@ public:
     private:
         static constexpr size_t kMost = 64;  // a host without a window takes none
         std::mutex m_lock;
-        std::vector<std::pair<ChannelId, SubId>> m_wishes;
+        std::vector<Wish> m_wishes;
     };
-    EditorWishes editorWishes;
+    Wishes<std::pair<ChannelId, SubId>> editorWishes;
+    Wishes<uint32_t> commandWishes;  ///< registered commands
 
     ShownLevels Levels(ChannelId id) const;
     void ResetPeaks();

@@ -1,5 +1,6 @@
 // IMPPropertyStore: what the host tells of itself and the project.
 #include "host/contract/channel_words.h"
+#include "host/contract/effect_catalog.h"
 #include "host/contract/host_object.h"
 #include "host/contract/preferences.h"
 #include "host/contract/time.h"
@@ -188,7 +189,12 @@ HRESULT SetCommands(ProjectCore& core, const void* buffer) {
     std::memcpy(&registration, buffer, sizeof registration);
     if (registration.size != sizeof registration) return E_INVALIDARG;
     if (registration.action == COMMANDS_REGISTER) return core.commands.Register(registration);
-    return registration.action == COMMANDS_UNREGISTER ? core.commands.Unregister(registration) : E_INVALIDARG;
+    if (registration.action == COMMANDS_UNREGISTER) return core.commands.Unregister(registration);
+    const std::optional<uint32_t> command =
+        registration.action == COMMANDS_RUN ? CommandOfItem(core, registration.reply[0]) : std::nullopt;
+    if (!command) return E_INVALIDARG;
+    core.commandWishes.Add(*command);
+    return S_OK;
 }
 
 HRESULT GetCommands(ProjectCore& core, void* buffer) {
@@ -311,7 +317,9 @@ HRESULT PropertyStorePart::GetProperty(const GUID* id, uint32_t, uint32_t, uint3
     if (*id == MPPROP_PAGE_START) {
         if (size == sizeof(MPPALETTE)) return GetPalette(*static_cast<MPPALETTE*>(buffer));
         if (size == sizeof(MPMETERCOLORS)) return GetMeterColors(*static_cast<MPMETERCOLORS*>(buffer));
-        return E_INVALIDARG;
+        if (size != sizeof(MPIMAGES)) return E_INVALIDARG;
+        const auto& images = Core().face.images;
+        return images ? images(*static_cast<MPIMAGES*>(buffer)) : S_FALSE;
     }
     const Property* row = FindProperty(*id);
     if (!row || !row->get) return E_FAIL;

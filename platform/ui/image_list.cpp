@@ -28,6 +28,11 @@ ImageList::ImageList(std::span<const std::string_view> names, SIZE size, const I
     for (const std::string_view name : names) m_sources.push_back(Source(name));
 }
 
+ImageList::ImageList(const std::array<QImage, 3>& strips, SIZE size) : m_size(size), m_strips(strips) {
+    const int scale = strips[0].height() / size.cy;
+    m_rendered.resize(static_cast<size_t>(strips[0].width() / (size.cx * scale)));
+}
+
 bool ImageList::IsComplete() const {
     return std::all_of(m_sources.begin(), m_sources.end(),
                        [](const QByteArray& svg) { return QSvgRenderer(svg).isValid(); });
@@ -47,7 +52,16 @@ void ImageList::Draw(QPainter& painter, int32_t index, POINT at, ImageState stat
 
 QPixmap ImageList::Pixmap(int32_t index, ImageState state, qreal scale) const {
     if (index < 0 || index >= Count()) return {};
-    QPixmap pixmap((QSizeF(m_size.cx, m_size.cy) * scale).toSize());
+    const QSize size = (QSizeF(m_size.cx, m_size.cy) * scale).toSize();
+    if (const QImage& strip = m_strips[static_cast<size_t>(state)]; !strip.isNull()) {
+        const int width = strip.width() / Count();
+        const QImage image = strip.copy(index * width, 0, width, strip.height());
+        QPixmap pixmap =
+            QPixmap::fromImage(image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        pixmap.setDevicePixelRatio(scale);
+        return pixmap;
+    }
+    QPixmap pixmap(size);
     pixmap.fill(Qt::transparent);
     QSvgRenderer svg(Colored(m_sources[static_cast<size_t>(index)], m_theme[static_cast<size_t>(state)]));
     QPainter painter(&pixmap);

@@ -1,4 +1,5 @@
-// Images of one size, each in three states, rendered from SVG at the scale of whatever they are drawn on.
+// Images of one size, each in three states, rendered from SVG at the scale of whatever they are drawn on, or
+// finished ones.
 //
 // The sources are drawn in key colours; a list is made with the colours that take their place, one set a
 // state. An image is rendered when it is first drawn, and again when the scale has changed.
@@ -7,6 +8,7 @@
 #include "platform/types.h"
 
 #include <QByteArray>
+#include <QImage>
 #include <QPixmap>
 
 #include <array>
@@ -32,8 +34,10 @@ class ImageList {
 public:
     /// Names of SVG files in the module's icons, without the suffix.
     ImageList(std::span<const std::string_view> names, SIZE size, const ImageTheme& theme);
+    /// Finished images side by side, a strip a state; a strip may have more pixels than its images have.
+    ImageList(const std::array<QImage, 3>& strips, SIZE size);
 
-    int32_t Count() const { return static_cast<int32_t>(m_sources.size()); }
+    int32_t Count() const { return static_cast<int32_t>(m_rendered.size()); }
     SIZE Size() const { return m_size; }
     /// False when a source is missing or is not an SVG: such an image draws nothing.
     bool IsComplete() const;
@@ -45,8 +49,9 @@ public:
 
 private:
     SIZE m_size;
-    ImageTheme m_theme;
+    ImageTheme m_theme{};
     std::vector<QByteArray> m_sources;
+    std::array<QImage, 3> m_strips;  ///< in place of sources
     mutable std::vector<std::array<QPixmap, 3>> m_rendered;
     mutable qreal m_scale = 0;
 };

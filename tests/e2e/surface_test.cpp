@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -327,6 +328,44 @@ TEST_F(Surface, TwoHalvesMakeOneValueAndAThousandMovesOneChange) {
         << Track(0).fader_db;
     EXPECT_EQ(counter.changes, 1);
     point->Unadvise(cookie);
+}
+
+TEST_F(Surface, AButtonCallsACommandOfAnotherPlugInByName) {
+    Open();
+    ComPtr<IMPPropertyStore> store;
+    project->PluginHost()->QueryInterface(IID_IMPPropertyStore, store.OutVoid());
+    const MPCOMMAND commands[] = {{u"Desk.One", nullptr, 50061, 0}, {u"Desk.Two", nullptr, 50062, 0}};
+    MPCOMMANDREG registration{};
+    registration.size = sizeof registration;
+    registration.action = COMMANDS_REGISTER;
+    registration.name = u"Desk";
+    registration.commands = commands;
+    registration.commandCount = 2;
+    ASSERT_EQ(store->SetProperty(&MPPROP_COMMANDS, 0, sizeof registration, &registration), S_OK);
+    Load("Eight faders, controllers 1 to 8");
+    PageHost place;
+    place.resize(860, 620);
+    place.show();
+    ASSERT_TRUE(place.Open(plugin->MakePage(CLSID_SurfacePage), plugin->Object()));
+    auto* table = place.PageWindow()->findChild<QTableWidget*>();
+    const int lastRow = table->rowCount() - 1;
+    EXPECT_EQ(table->verticalHeaderItem(lastRow)->text(), "Desk.Two");
+    table->setCurrentCell(lastRow, 0);
+    QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QApplication::sendEvent(table, &enter);
+    SendAndWait({0x90, 60, 127});
+    ASSERT_TRUE(PageDriver::Until([&] { return !table->item(lastRow, 0)->text().isEmpty(); }));
+    EXPECT_EQ(table->item(lastRow - 1, 0)->text(), "");
+    place.Close();
+    Unload();
+    Load({});  // from the file that was written
+    std::vector<uint32_t> wishes;
+    cable->Send({0x90, 61, 127, 0x90, 60, 0, 0x90, 60, 127});
+    ASSERT_TRUE(PageDriver::Until([&] {
+        for (const uint32_t wish : project->TakeCommandWishes()) wishes.push_back(wish);
+        return !wishes.empty();
+    }));
+    EXPECT_EQ(wishes, std::vector<uint32_t>{50062}) << "its press alone";
 }
 
 TEST_F(Surface, ComesBackWhenItIsPluggedInAgain) {

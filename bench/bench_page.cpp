@@ -14,7 +14,25 @@
 
 #include <benchmark/benchmark.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
 using namespace tarn;
+
+namespace {
+
+std::atomic<uint64_t> g_allocations{0};
+
+}  // namespace
+
+void* operator new(size_t size) {
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* block = std::malloc(size)) return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 namespace {
 
@@ -63,6 +81,17 @@ public:
         QApplication::processEvents();
         QApplication::processEvents();  // what the first turn asked to be shown
     }
+    /// Of rounds, each with new levels; the row tells how often they took memory by operator new.
+    void Tick(benchmark::State& state) {
+        for (int i = 0; i < 4; i++) Step(), Tick();
+        const uint64_t before = g_allocations;
+        for (auto _ : state) {
+            Step();
+            Tick();
+        }
+        state.counters["allocations"] = benchmark::Counter(static_cast<double>(g_allocations - before),
+                                                           benchmark::Counter::kAvgIterations);
+    }
 
     FakeHost host;
     ComPtr<IUnknown> object;
@@ -80,19 +109,13 @@ private:
 
 void MeterTick(benchmark::State& state) {
     Scene scene(static_cast<int>(state.range(0)), QSize(static_cast<int>(state.range(1)), 600));
-    for (auto _ : state) {
-        scene.Step();
-        scene.Tick();
-    }
+    scene.Tick(state);
 }
 
 void AllMetersTick(benchmark::State& state) {
     Scene scene(static_cast<int>(state.range(0)), QSize(static_cast<int>(state.range(1)), 1000));
     scene.ShowAll();
-    for (auto _ : state) {
-        scene.Step();
-        scene.Tick();
-    }
+    scene.Tick(state);
 }
 
 void ScrollByAStrip(benchmark::State& state) {
@@ -161,7 +184,11 @@ void ReadAccessible(benchmark::State& state) {
 /// Strips, and pixels of the window: a screen's width, where 22 strips are on view, and one wide enough for a
 /// hundred.
 void Sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->ArgNames({"strips", "width"})->Args({100, 1920})->Args({2000, 1920})->Args({100, 8600});
+    benchmark->ArgNames({"strips", "width"})
+        ->Args({100, 1920})
+        ->Args({500, 1920})
+        ->Args({2000, 1920})
+        ->Args({100, 8600});
     benchmark->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 }
 BENCHMARK(MeterTick)->Apply(Sizes);

@@ -217,6 +217,20 @@ void InstallConsoleAccessibility() {
     (void)once;
 }
 
+void TellChange(QWidget& window, AccessibleNode& part) {
+    if (!QAccessible::isActive() || !part.handedOut) return;
+    QAccessibleInterface* shown = InterfaceOf(window, &part);
+    if (part.TheRole() == Role::Switch) {
+        QAccessible::State changed;
+        changed.checked = true;
+        QAccessibleStateChangeEvent event(shown, changed);
+        QAccessible::updateAccessibility(&event);
+    } else {
+        QAccessibleValueChangeEvent event(shown, part.Value().value);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
 void TellFocus(CConsoleMixerPage& page, AccessibleNode& focused) {
     QAccessibleEvent event(InterfaceOf(page.ThePageWindow(), &focused), QAccessible::Focus);
     QAccessible::updateAccessibility(&event);

@@ -51,11 +51,14 @@ public:
 };
 
 class CConsoleMixerPage;
+class QWidget;
 
 /// The property of a page's window that names its CConsoleMixerPage.
 inline constexpr const char* ACCESSIBLE_PAGE_PROPERTY = "tarnConsolePage";
 
 /// Lets windows with that property answer; once for the process.
 void InstallConsoleAccessibility();
+/// Tells that a slider's value or a switch's state is another; nothing while nobody has asked for the part.
+void TellChange(QWidget& window, AccessibleNode& part);
 /// Tells that the keyboard works on another part now.
 void TellFocus(CConsoleMixerPage& page, AccessibleNode& focused);

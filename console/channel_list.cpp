@@ -15,6 +15,8 @@
 #include "platform/ui/window.h"
 #include "plugin/module_state.h"
 
+#include <QScopedValueRollback>
+
 #include <algorithm>
 
 using namespace tarn;
@@ -260,7 +262,7 @@ bool CChannelList::OnCommand(uint32_t command) {
     case CMD_NEW_MIX_GROUP: MakeGroup(MAKE_MIX_GROUP); return true;
     default: break;
     }
-    ChannelEntry* focused = m_list->hasFocus() ? m_list->FocusedRow() : nullptr;
+    ChannelEntry* focused = m_rowMenu || m_list->hasFocus() ? m_list->FocusedRow() : nullptr;
     if (focused && command == CMD_RENAME) return m_list->Rename(*focused), true;
     if (focused && command == CMD_HIDE) return m_list->ToggleShown(), true;
     return RunKindCommand(m_plugin, command);
@@ -310,6 +312,8 @@ void CChannelList::OnRowFocused(ChannelEntry& entry) {
 }
 
 void CChannelList::OnRowMenu(ChannelEntry* entry, QPoint at) {
+    // What is chosen there is for the list, whether or not it has the keyboard back by then.
+    const QScopedValueRollback open(m_rowMenu, true);
     Strip* strip = entry ? Strip::Of(*entry) : nullptr;
     if (strip) return m_site.Strips().ShowChannelMenu(*strip, ToPoint(at));
     Menu menu = LayoutMenu(m_plugin);

@@ -96,5 +96,6 @@ private:
     uint32_t m_pressed = 0, m_hot = 0;      ///< ELEMENT_, 0 for none
     PaneSizes m_sizesBefore;                ///< the drag
     uint32_t m_update = 0;                  ///< UPDATE_ that are due
+    bool m_rowMenu = false;                 ///< the menu of a row is open, or what was chosen in it is done
     const ChannelEntry* m_focus = nullptr;  ///< that the list shows as the console's
 };

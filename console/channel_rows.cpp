@@ -3,6 +3,7 @@
 #include "console/channel_kinds.h"
 #include "console/console_plugin.h"
 #include "console/strip.h"
+#include "console/texts.h"
 #include "platform/ui/plain_text.h"
 
 #include <QMimeData>
@@ -100,6 +101,11 @@ void ChannelRows::TouchAll() {
 
 int ChannelRows::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+QVariant ChannelRows::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
+    return QString::fromUtf16(ConsoleText(section == Name ? IDS_TRACK_NAME : IDS_CHANNEL_KIND));
 }
 
 QVariant ChannelRows::data(const QModelIndex& index, int role) const {

@@ -36,6 +36,8 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : Columns; }
     QVariant data(const QModelIndex& index, int role) const override;
+    /// The header is not shown; screen readers read it.
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 

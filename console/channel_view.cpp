@@ -84,8 +84,8 @@ private:
         const tConsoleMetrics& m = ConsoleMetrics();
         const LONG top = cell.top + (cell.Height() - m.cyIcon) / 2;
         if (!(entry.kind & (KIND_AUDIO_TRACK | KIND_MIDI_TRACK))) {
-            images.kinds->Draw(painter, ConsoleImages::KindIcon(entry.kind),
-                               {(cell.left + cell.right - m.cxIcon) / 2, top});
+            images.kinds.Draw(painter, ConsoleImages::KindIcon(entry.kind),
+                              {(cell.left + cell.right - m.cxIcon) / 2, top});
             return;
         }
         const RECT box{cell.left + 1, top, cell.right - 2, top + m.cyIcon};

@@ -1,6 +1,7 @@
 #include "console/console_images.h"
 
 #include "console/command_images.h"
+#include "console/host_images.h"
 #include "contract/host_contract.h"
 #include "kernel/color_math.h"
 #include "kernel/ui/skin_images.h"
@@ -28,14 +29,18 @@ constexpr std::string_view ACROSS_THUMB[] = {"thumb_small_h"};
 
 }  // namespace
 
-ConsoleImages::ConsoleImages(HostLook hostLook)
-    : kinds(QmSkin_GetTrackIconImageLists()), thumbs(THUMB, {13, 19}, ThumbTones()),
-      pairThumbs(PAIR_THUMB, {21, 19}, ThumbTones()), smallThumbs(SMALL_THUMB, {13, 9}, ThumbTones()),
-      smallPairThumbs(PAIR_THUMB, {15, 11}, ThumbTones()), panThumbs(ACROSS_THUMB, {13, 15}, ThumbTones()),
-      sendThumbs(ACROSS_THUMB, {9, 15}, ThumbTones()), commands(CommandImages()),
+ConsoleImages::ConsoleImages(CConsoleControlPlugin& plugin)
+    : kinds(HostImages(plugin, IMAGEROLE_KINDS, *QmSkin_GetTrackIconImageLists())),
+      thumbs(HostImages(plugin, IMAGEROLE_FADER, {THUMB, {13, 19}, ThumbTones()})),
+      pairThumbs(HostImages(plugin, IMAGEROLE_PAIR_FADER, {PAIR_THUMB, {21, 19}, ThumbTones()})),
+      smallThumbs(HostImages(plugin, IMAGEROLE_SMALL_FADER, {SMALL_THUMB, {13, 9}, ThumbTones()})),
+      smallPairThumbs(PAIR_THUMB, {15, 11}, ThumbTones()),
+      panThumbs(HostImages(plugin, IMAGEROLE_PAN, {ACROSS_THUMB, {13, 15}, ThumbTones()})),
+      sendThumbs(HostImages(plugin, IMAGEROLE_SEND, {ACROSS_THUMB, {9, 15}, ThumbTones()})),
+      commands(HostImages(plugin, IMAGEROLE_COMMANDS, CommandImages())),
       background(QmGetUIColorAbsolute(COLOR_WINDOWFRAME)),
       selection(QmSkin_BlendColor(QmGetUIColor(COLOR_HIGHLIGHT), background, 64, 1)),
-      look(std::move(hostLook)) {}
+      look(ReadHostLook(plugin)) {}
 
 int32_t ConsoleImages::KindIcon(uint32_t kind) {
     for (const KindRow& row : KINDS)

@@ -8,12 +8,13 @@
 
 class ConsoleImages {
 public:
-    explicit ConsoleImages(HostLook hostLook);
+    /// The host is asked first.
+    explicit ConsoleImages(CConsoleControlPlugin& plugin);
 
     /// Row of a channel kind in the kind icons, -1 for a kind without an icon.
     static int32_t KindIcon(uint32_t kind);
 
-    const ImageList* kinds;
+    ImageList kinds;
     ImageList thumbs, pairThumbs;            ///< of faders for one channel, and for two
     ImageList smallThumbs, smallPairThumbs;  ///< in narrow strips
     ImageList panThumbs, sendThumbs;

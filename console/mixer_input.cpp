@@ -23,6 +23,10 @@ bool GetsHot(PartAction action) {
            action == PartAction::Insert;
 }
 
+uint32_t PrePostOf(int row) {
+    return row == 0 ? ELEMENT_SEND_PREPOST : ELEMENT_SEND_PREPOST_BELOW + static_cast<uint32_t>(row) - 1;
+}
+
 /// The place within an effect's row that turns the effect on and off.
 bool IsOnLamp(const RECT& row, POINT at) { return at.x < row.left + row.Height() * 2 / 3; }
 
@@ -143,11 +147,9 @@ intptr_t CMixerView::OnWheel(uint32_t message, uintptr_t wparam, intptr_t lparam
             return FADER_WHEEL_USED;
         }
         if (action == PartAction::Meter && StepMeterRange(turn > 0 ? 1 : -1)) return FADER_WHEEL_USED;
-        if (action == PartAction::Insert || action == PartAction::Scroll) {
-            const int first = strip->FirstInsert();
-            strip->ScrollInserts(turn > 0 ? -1 : 1);
-            if (strip->FirstInsert() != first) return FADER_WHEEL_USED;
-        }
+        if ((action == PartAction::Insert || action == PartAction::Scroll || IsOfSend(element)) &&
+            strip->ScrollRows(element, turn > 0 ? -1 : 1))
+            return FADER_WHEEL_USED;
     }
     if (message == WM_MOUSEWHEEL && LowWord(wparam) & MK_CONTROL) {
         constexpr LONG PERCENT = 100, NOTCH_PERCENT = 15;
@@ -185,7 +187,7 @@ void CMixerView::Press(Strip& strip, uint32_t element, POINT at, uintptr_t keys)
     m_drag = {.action = action, .strip = &strip, .element = element, .from = at};
     if (action == PartAction::Width) m_drag.start = strip.Width();
     if (action == PartAction::Resize) m_drag.start = *SizeOf(element);
-    if (action == PartAction::Scroll) m_drag.start = strip.FirstInsert();
+    if (action == PartAction::Scroll) m_drag.start = strip.RowsOf(element).first;
     m_site.Host().SetCapture(true);
     m_site.Host().Invalidate(strip.Rects().strip);
 }
@@ -222,10 +224,10 @@ LONG* CMixerView::SizeOf(uint32_t edge) {
 /// The place in the chain that an effect dropped here would have; -1 outside the rows.
 int CMixerView::InsertPlaceAt(const Strip& strip, POINT at) const {
     const int last = static_cast<int>(strip.Inserts().size()) - 1;
-    for (int row = 0; row < strip.Rects().insertRows; row++) {
+    for (int row = 0; row < strip.Rects().insertRows.count; row++) {
         const RECT& rect = strip.Rects().inserts[row];
         if (at.x >= rect.left && at.x < rect.right && at.y >= rect.top && at.y < rect.bottom + 2)
-            return std::min(strip.FirstInsert() + row, last);
+            return std::min(strip.Rects().insertRows.first + row, last);
     }
     return -1;
 }
@@ -254,9 +256,9 @@ void CMixerView::DragTo(POINT at) {
         return;
     }
     case PartAction::Scroll: {
-        const LONG height = std::max<LONG>(strip.Rects().insertScroll.Height(), 1);
-        const auto rows = static_cast<LONG>(strip.Inserts().size()) + 1;
-        strip.ScrollInserts(static_cast<int>(m_drag.start + dy * rows / height) - strip.FirstInsert());
+        const ShownRows& rows = strip.RowsOf(m_drag.element);
+        const LONG height = std::max<LONG>(rows.column.Height(), 1);
+        strip.ScrollRows(m_drag.element, m_drag.start + dy * rows.all / height - rows.first);
         return;
     }
     case PartAction::Insert: {
@@ -339,9 +341,9 @@ void CMixerView::PressElement(Strip& strip, uint32_t element) {
     case PartAction::Push:
         if (element == ELEMENT_LOCK) strip.ToggleLock();
         if (part->element == ELEMENT_SEND_PREPOST || part->element == ELEMENT_SEND_PREPOST_BELOW) {
-            const size_t row = part->element == ELEMENT_SEND_PREPOST ? 0 : index + 1;
-            if (row < strip.Sends().size())
-                strip.SetSendSwitches(row, strip.Sends()[row].switches ^ SENDSWITCH_PRE);
+            const size_t send = strip.SendOf(part->element == ELEMENT_SEND_PREPOST ? 0 : index + 1);
+            if (send < strip.Sends().size())
+                strip.SetSendSwitches(send, strip.Sends()[send].switches ^ SENDSWITCH_PRE);
         }
         break;
     case PartAction::Insert:
@@ -516,6 +518,22 @@ void CMixerView::SetMark(uint32_t element) {
     m_site.FocusMoved();
 }
 
+/// From the first or last row of a list that goes on, to the row behind it.
+bool CMixerView::ScrollMark(Strip& strip, bool back) {
+    const uint32_t mark = m_mark;
+    const ShownRows& rows = strip.RowsOf(mark);
+    const int edge = back ? 0 : rows.count - 1;
+    uint32_t next = ELEMENT_NONE;
+    if (mark >= ELEMENT_INSERT && mark < ELEMENT_INSERT + INSERT_ROWS) {
+        if (static_cast<int>(mark - ELEMENT_INSERT) == rows.first + edge) next = back ? mark - 1 : mark + 1;
+    } else if (back ? mark == ELEMENT_SEND : mark == PrePostOf(edge)) {
+        next = back ? PrePostOf(0) : ELEMENT_SEND + static_cast<uint32_t>(edge);
+    }
+    if (!next || !strip.ScrollRows(mark, back ? -1 : 1)) return false;
+    SetMark(next);
+    return true;
+}
+
 /// To the next part of the focused strip, and from the last one out of it.
 bool CMixerView::MoveMark(bool back) {
     Strip* strip = FocusedStrip();
@@ -523,6 +541,7 @@ bool CMixerView::MoveMark(bool back) {
     const std::vector<uint32_t> elements = strip->KeyElements();
     if (elements.empty()) return true;
     const auto at = std::ranges::find(elements, m_mark);
+    if (at != elements.end() && ScrollMark(*strip, back)) return true;
     if (at == elements.end())
         SetMark(back ? elements.back() : elements.front());
     else if (back)

@@ -22,9 +22,9 @@
 namespace {
 
 // Entries that are made as a menu opens.
-constexpr uint32_t ITEM_TARGET = 52000, ITEM_EFFECT = 53600, ITEM_REMOVE = 60000, ITEM_BYPASS = 60001,
-                   ITEM_EDITOR = 60002, ITEM_MUTE = 60003, ITEM_DEFAULT = 60004, ITEM_FIND = 60005,
-                   ITEM_VALUE = 60100;
+constexpr uint32_t ITEM_TARGET = 52000, ITEM_EFFECT = 53600, ITEM_ADD_SEND = 61000, ITEM_REMOVE = 60000,
+                   ITEM_BYPASS = 60001, ITEM_EDITOR = 60002, ITEM_MUTE = 60003, ITEM_DEFAULT = 60004,
+                   ITEM_FIND = 60005, ITEM_VALUE = 60100;
 
 constexpr int PAN_MODELS = 6;
 constexpr ConsoleTextId PAN_NAMES[PAN_MODELS] = {IDS_MENU_PAN_ADD, IDS_MENU_PAN_0,     IDS_MENU_PAN_3,
@@ -62,6 +62,17 @@ std::u16string MenuName(const std::u16string& name) {
 
 void AddCheck(Menu& menu, uint32_t id, const std::u16string& text, bool on) {
     menu.Add(id, text, on ? MF_CHECKED : 0);
+}
+
+/// 0 is all of them, or as they come.
+void AddMidiChannels(Menu& menu, int32_t now, uint32_t first) {
+    constexpr int CHANNELS = 16;
+    AddCheck(menu, CMD_MIDI_ALL, ConsoleText(IDS_MENU_ALL_CHANNELS), now == 0);
+    menu.AddSeparator();
+    for (int i = 1; i <= CHANNELS; i++) {
+        const std::string number = std::to_string(i);
+        AddCheck(menu, first + static_cast<uint32_t>(i - 1), {number.begin(), number.end()}, now == i);
+    }
 }
 
 }  // namespace
@@ -119,30 +130,65 @@ void CMixerView::RouteMenu(Strip& strip, uint32_t element) {
     Menu menu;
     AddCheck(menu, CMD_NO_ROUTE, ConsoleText(IDS_MENU_NONE), now.target == 0);
     if (!targets.empty()) menu.AddSeparator();
-    for (size_t i = 0; i < targets.size(); i++)
-        AddCheck(menu, ITEM_TARGET + static_cast<uint32_t>(i), MenuName(strip.NameOf(targets[i])),
-                 targets[i] == now.target);
+    const bool midi = strip.Entry().IsMidi();
+    if (input && !midi)
+        AddInputs(menu, strip, targets);
+    else
+        for (size_t i = 0; i < targets.size(); i++)
+            AddCheck(menu, ITEM_TARGET + static_cast<uint32_t>(i), MenuName(strip.NameOf(targets[i])),
+                     targets[i] == now.target);
+    if (midi && !input) {
+        Menu channels;
+        AddMidiChannels(channels, now.index, CMD_MIDI_OUT_FIRST);
+        menu.AddSeparator();
+        AddMenu(menu, ConsoleText(IDS_MENU_MIDI_CHANNEL), std::move(channels));
+    }
     const RECT area = AreaOfElement(strip, element);
     const uint32_t chosen = Track(menu, {area.left, area.bottom});
     Strip* still = chosen ? StripOf(channel) : nullptr;
     if (!still) return;
-    const uint64_t target = chosen == CMD_NO_ROUTE ? 0 : targets[chosen - ITEM_TARGET];
-    still->SetRoute(mask | MASK_TARGET, target, now.index);
+    if (midi && !input && (chosen == CMD_MIDI_ALL || chosen >= CMD_MIDI_OUT_FIRST)) {
+        const int32_t index =
+            chosen == CMD_MIDI_ALL ? 0 : static_cast<int32_t>(chosen - CMD_MIDI_OUT_FIRST) + 1;
+        still->SetRoute(mask, now.target, index);
+    } else {
+        const uint64_t target = chosen == CMD_NO_ROUTE ? 0 : targets[chosen - ITEM_TARGET];
+        still->SetRoute(mask | MASK_TARGET, target, now.index);
+    }
     still->Prepare();
+}
+
+/// By what they are; the connectors of the device by how many channels they have.
+void CMixerView::AddInputs(Menu& menu, const Strip& strip, const std::vector<uint64_t>& targets) {
+    struct {
+        ConsoleTextId name;
+        Menu rows;
+    } stereo{IDS_MENU_STEREO, {}}, mono{IDS_MENU_MONO, {}}, busses{IDS_MENU_BUSSES, {}},
+        synths{IDS_MENU_SYNTHS, {}};
+    const std::vector<uint64_t> connectors = m_plugin.PortEntries(KIND_INPUT_BUS);
+    for (size_t i = 0; i < targets.size(); i++) {
+        MPCHANNELREC rec{};
+        m_plugin.GetChannelRecord({targets[i], 0, 0}, &rec, MASK_IDENTITY);
+        const bool connector = std::ranges::find(connectors, targets[i]) != connectors.end();
+        Menu& rows = connector                   ? (rec.countClass ? stereo : mono).rows
+                     : rec.kind & KIND_SYNTH_BIT ? synths.rows
+                                                 : busses.rows;
+        AddCheck(rows, ITEM_TARGET + static_cast<uint32_t>(i), MenuName(strip.NameOf(targets[i])),
+                 targets[i] == strip.Input().target);
+    }
+    Menu hardware;
+    for (auto* group : {&stereo, &mono})
+        if (!group->rows.items.empty()) AddMenu(hardware, ConsoleText(group->name), std::move(group->rows));
+    if (!hardware.items.empty()) AddMenu(menu, ConsoleText(IDS_MENU_HARDWARE), std::move(hardware));
+    for (auto* group : {&busses, &synths})
+        if (!group->rows.items.empty()) AddMenu(menu, ConsoleText(group->name), std::move(group->rows));
 }
 
 void CMixerView::MidiChannelMenu(Strip& strip) {
     const uint64_t channel = strip.Entry().id.channel;
     const StripRoute now = strip.Input();
     Menu menu;
-    AddCheck(menu, CMD_MIDI_ALL, ConsoleText(IDS_MENU_ALL_CHANNELS), now.index == 0);
-    menu.AddSeparator();
-    constexpr int CHANNELS = 16;
-    for (int i = 1; i <= CHANNELS; i++) {
-        const std::string number = std::to_string(i);
-        AddCheck(menu, CMD_MIDI_FIRST + static_cast<uint32_t>(i - 1), {number.begin(), number.end()},
-                 now.index == i);
-    }
+    AddMidiChannels(menu, now.index, CMD_MIDI_FIRST);
     const RECT area = strip.Rects().midiChannel;
     const uint32_t chosen = Track(menu, {area.left, area.bottom});
     Strip* still = chosen ? StripOf(channel) : nullptr;
@@ -154,7 +200,7 @@ void CMixerView::MidiChannelMenu(Strip& strip) {
 /// A send: where to, how, or away with it. The row behind the last one adds.
 void CMixerView::SendMenu(Strip& strip, uint32_t element) {
     const bool adds = element == ELEMENT_ADD_SEND;
-    const size_t row = adds ? 0 : element - ELEMENT_SEND;
+    const size_t row = adds ? 0 : strip.SendOf(element - ELEMENT_SEND);
     if (!adds && row >= strip.Sends().size()) return;
     const uint64_t channel = strip.Entry().id.channel;
     const StripSend now = adds ? StripSend{} : strip.Sends()[row];
@@ -174,13 +220,22 @@ void CMixerView::SendMenu(Strip& strip, uint32_t element) {
         AddCheck(menu, CMD_SEND_POST, ConsoleText(IDS_MENU_POST_FADER), !(now.switches & SENDSWITCH_PRE));
         AddCheck(menu, CMD_LINK_PAN, ConsoleText(IDS_MENU_LINK_PAN), now.switches & SENDSWITCH_LINK_PAN);
         AddCheck(menu, ITEM_MUTE, ConsoleText(IDS_MENU_SEND_MUTE), now.switches & SENDSWITCH_10000);
+        Menu more;
+        for (size_t i = 0; i < targets.size(); i++)
+            if (targets[i] != now.target)
+                more.Add(ITEM_ADD_SEND + static_cast<uint32_t>(i), MenuName(strip.NameOf(targets[i])));
         menu.AddSeparator();
+        if (!more.items.empty()) AddMenu(menu, ConsoleText(IDS_MENU_ADD_SEND), std::move(more));
         menu.Add(ITEM_REMOVE, ConsoleText(IDS_MENU_REMOVE));
     }
     const RECT area = AreaOfElement(strip, element);
     const uint32_t chosen = Track(menu, {area.left, area.bottom});
     Strip* still = chosen ? StripOf(channel) : nullptr;
     if (!still) return;
+    if (chosen >= ITEM_ADD_SEND && chosen < ITEM_ADD_SEND + targets.size()) {
+        still->AddSend(targets[chosen - ITEM_ADD_SEND]);
+        return still->Prepare();
+    }
     const auto at =
         std::ranges::find(still->Sends(), now.id.sub, [](const StripSend& send) { return send.id.sub; });
     const auto place = static_cast<size_t>(at - still->Sends().begin());

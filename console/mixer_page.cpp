@@ -240,7 +240,7 @@ HRESULT CConsoleMixerPage::OnCreate() {
     m_uiThread = std::this_thread::get_id();
     InstallConsoleAccessibility();
     UseTheme();
-    m_images = std::make_unique<ConsoleImages>(ReadHostLook(*m_console));
+    m_images = std::make_unique<ConsoleImages>(*m_console);
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     m_console->RegisterCommands();  // the language is changed while there is no page
     m_keys = std::make_unique<CommandKeys>(m_console->KeysInForce());
@@ -568,7 +568,7 @@ void CConsoleMixerPage::OnLookChanged(uint32_t) {
     UseTheme();
     ComputeMetrics(ConsoleMetrics(), MeasureConsoleFonts(), false);
     QmSkin_RemoveImageListsItems();
-    *m_images = ConsoleImages(ReadHostLook(*m_console));
+    *m_images = ConsoleImages(*m_console);
     for (const auto& region : m_regions) region->OnImagesChanged();
     ReSize();
 }

@@ -281,6 +281,7 @@ void CMixerView::OnHand(StripControl& control, HandCode code, const StripPositio
         if (code != HandCode::Begin) m_gesture.Change(positions);
         if (code == HandCode::Drag) ShowTip(control);
     }
+    if (code == HandCode::Change || code == HandCode::Drag) strip.TellChange(control.Element());
     const StripRects& rects = strip.Rects();
     if (control.Parameter().send)
         m_site.Host().Invalidate(rects.Region(StripRegion::Sends));

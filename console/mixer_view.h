@@ -67,6 +67,7 @@ public:
     void MoveParameter(Strip& strip, const StripParameter& parameter, int32_t position);
     /// The strip's controls are about to be destroyed.
     void OnControlsGoing(Strip& strip);
+    MessageWindow& ThePageWindow() const { return m_site.ThePageWindow(); }
 
 private:
     enum class SelectMode { Alone, Toggle, Extend };
@@ -126,6 +127,7 @@ private:
     void ShowContextMenu(Strip* strip, uint32_t element, POINT at);
     uint32_t Track(struct Menu& menu, POINT at);
     void RouteMenu(Strip& strip, uint32_t element);
+    void AddInputs(struct Menu& menu, const Strip& strip, const std::vector<uint64_t>& targets);
     void SendMenu(Strip& strip, uint32_t element);
     void InsertMenu(Strip& strip, size_t insert, POINT at);
     void AddInsertMenu(Strip& strip, POINT at);
@@ -148,6 +150,7 @@ private:
     Strip* FocusedStrip() const;
     bool MoveFocus(uint32_t key);
     bool MoveMark(bool back);
+    bool ScrollMark(Strip& strip, bool back);
     void SetMark(uint32_t element);
     bool MoveFaders(uintptr_t wparam, intptr_t lparam);
     bool KeyToMark(uint32_t key, uintptr_t wparam, intptr_t lparam);

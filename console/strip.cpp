@@ -45,7 +45,7 @@ Strip::Strip(ChannelEntry& entry, const StripSite& site)
     ReadSwitches();
 }
 
-Strip::~Strip() = default;
+Strip::~Strip() { m_nodes.clear(); }
 
 LONG Strip::Width() const {
     const tConsoleMetrics& m = ConsoleMetrics();
@@ -108,6 +108,7 @@ void Strip::MeasureTraits() {
 
 void Strip::MakeControls() {
     if (!m_controls.empty()) m_site.view.OnControlsGoing(*this);
+    m_nodes.clear();
     m_controls.clear();
     const auto id = static_cast<uint32_t>(m_entry.id.channel);
     const bool ticks = m_site.plugin.View().faderTicks;
@@ -139,10 +140,11 @@ void Strip::MakeControls() {
 void Strip::MakeSendControls() {
     const auto ofSend = [](const auto& control) { return control->Parameter().send != 0; };
     if (std::ranges::any_of(m_controls, ofSend)) m_site.view.OnControlsGoing(*this);
+    m_nodes.clear();
     std::erase_if(m_controls, ofSend);
-    const size_t rows = std::min<size_t>(m_sends.size(), SEND_ROWS);
-    for (uint32_t i = 0; i < rows; i++) {
-        const uint64_t send = m_sends[i].id.sub;
+    const auto first = static_cast<size_t>(m_firstSend);
+    for (uint32_t i = 0; i < SEND_ROWS && first + i < m_sends.size(); i++) {
+        const uint64_t send = m_sends[first + i].id.sub;
         const auto at = [&](uint32_t element) {
             return StripControlPlace{*this, m_site.hand, m_site.window, element + i,
                                      CONTROL_ID_SEND + element + i};
@@ -224,11 +226,16 @@ void Strip::Layout() {
     m_traits.thumb = thumb.Size();
     m_traits.faderTicks = m_site.plugin.View().faderTicks && !m_entry.IsMidi();
     m_traits.effects = static_cast<int>(m_inserts.size());
-    m_traits.firstInsert = m_firstInsert;
     m_traits.sends = static_cast<int>(m_sends.size());
+    m_traits.firstInsert = m_firstInsert;
+    m_traits.firstSend = m_firstSend;
     const RECT strip = m_rects.strip;
     m_rects = LayoutStrip(strip, m, m_traits, m_site.plugin.View());
-    m_firstInsert = m_rects.firstInsert;
+    m_firstInsert = m_rects.insertRows.first;
+    if (std::exchange(m_firstSend, m_rects.sendRows.first) != m_firstSend) {
+        MakeSendControls();
+        ReadBack();
+    }
 
     for (const auto& control : m_controls) {
         const uint32_t element = control->Element();
@@ -261,13 +268,20 @@ uint32_t Strip::HitTest(POINT at, std::u16string& tip, RECT& area) const {
     return ELEMENT_NONE;
 }
 
-void Strip::ScrollInserts(int rows) {
-    const int most = static_cast<int>(m_inserts.size()) + 1 - m_rects.insertRows;
-    const int first = std::clamp(m_firstInsert + rows, 0, std::max(0, most));
-    if (std::exchange(m_firstInsert, first) == first) return;
+bool Strip::ScrollRows(uint32_t element, int by) {
+    const bool sends = IsOfSend(element);
+    const ShownRows& rows = RowsOf(element);
+    int& shown = sends ? m_firstSend : m_firstInsert;
+    const int first = std::clamp(shown + by, 0, std::max(0, rows.all - rows.count));
+    if (std::exchange(shown, first) == first) return false;
+    if (sends) {
+        MakeSendControls();
+        ReadBack();
+    }
     m_laidOut = false;
     Prepare();
-    m_site.window.Invalidate(m_rects.Region(StripRegion::Inserts));
+    m_site.window.Invalidate(m_rects.Region(sends ? StripRegion::Sends : StripRegion::Inserts));
+    return true;
 }
 
 // Texts

@@ -131,9 +131,14 @@ public:
     void SetPanModel(uint32_t model);
     void Rename(const std::u16string& name);
 
-    /// The first effect that is shown.
-    void ScrollInserts(int rows);
-    int FirstInsert() const { return m_rects.firstInsert; }
+    /// The rows that an element is one of: effects, or sends.
+    const ShownRows& RowsOf(uint32_t element) const {
+        return IsOfSend(element) ? m_rects.sendRows : m_rects.insertRows;
+    }
+    /// False where these rows are at their end.
+    bool ScrollRows(uint32_t element, int by);
+    /// Which send a row shows.
+    size_t SendOf(uint32_t row) const { return static_cast<size_t>(m_rects.sendRows.first) + row; }
 
     // Texts.
     std::u16string ValueText(bool offBySolo, size_t part = 0) const;
@@ -155,6 +160,8 @@ public:
     std::u16string Description() const override { return KindWord(); }
     std::string Identifier() const override { return std::to_string(m_entry.id.channel); }
     RECT Area() const override { return m_rects.strip; }
+    /// To screen readers: the value or the state of a part is another.
+    void TellChange(uint32_t element) const;
     /// The node of an element, null for none.
     AccessibleNode* NodeOf(uint32_t element);
     /// The elements that the keyboard can be on, from top to bottom.
@@ -167,7 +174,7 @@ public:
     void PaintButton(QPainter& painter, const RECT& area, const std::u16string& text, bool pressed,
                      bool empty) const;
     void PaintInsert(QPainter& painter, uint32_t row, bool pressed) const;
-    void PaintInsertScroll(QPainter& painter) const;
+    static void PaintScroll(QPainter& painter, const ShownRows& rows);
     void PaintValue(QPainter& painter, size_t part, bool offBySolo) const;
     void PaintSend(QPainter& painter, uint32_t row, bool pressed) const;
 
@@ -192,6 +199,7 @@ private:
     ChannelEntry& m_entry;
     StripSite m_site;
     StripMeters m_meters;
+    mutable PartNodes m_nodes;  ///< outlive the controls, which let go of a thumb as they go
     std::vector<std::unique_ptr<StripControl>> m_controls;
     StripTraits m_traits;
     StripRects m_rects{};
@@ -201,7 +209,5 @@ private:
     std::vector<StripInsert> m_inserts;
     std::vector<StripSend> m_sends;
     StripRoute m_input, m_output;
-    int m_firstInsert = 0;
-
-    mutable PartNodes m_nodes;
+    int m_firstInsert = 0, m_firstSend = 0;
 };

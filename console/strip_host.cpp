@@ -27,7 +27,10 @@ bool Strip::ReadSwitches() {
     const uint32_t changed = std::exchange(m_switches, rec.switches) ^ rec.switches;
     if (!changed || !m_laidOut) return changed != 0;
     for (const StripPart& part : StripParts())
-        if (changed & part.bit) m_site.window.Invalidate(part.area(*this, 0));
+        if (changed & part.bit) {
+            m_site.window.Invalidate(part.area(*this, 0));
+            TellChange(part.element);
+        }
     if (changed & (SWITCH_MUTE | SWITCH_SOLO)) InvalidateNumbers();
     if (changed & SWITCH_STRIP_10000) m_site.window.Invalidate(m_rects.Region(StripRegion::Inserts));
     if (changed & SWITCH_SELECTED) m_site.window.Invalidate(m_rects.strip);
@@ -65,6 +68,7 @@ bool Strip::ReadControl(StripControl& control) {
     }
     if (shown == before) return false;
     control.Show(shown);
+    TellChange(control.Element());
     return true;
 }
 

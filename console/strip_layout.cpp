@@ -52,6 +52,7 @@ private:
     void Measure(Needs& needs) const;
     void Regions(RECT rest);
     void Fill(StripRegion region, const RECT& inside);
+    ShownRows ShowRows(RECT& list, int first, int count, int all, LONG height) const;
     void Inserts(const RECT& area);
     void Sends(const RECT& area);
     void InputAndOutputs(const RECT& area);
@@ -177,19 +178,23 @@ void Layout::Fill(StripRegion region, const RECT& inside) {
     }
 }
 
+/// Where not all fit the list gets a column beside it, as high as the rows.
+ShownRows Layout::ShowRows(RECT& list, int first, int count, int all, LONG height) const {
+    ShownRows rows{std::clamp(first, 0, all - count), count, all, {}};
+    if (count == 0 || count == all) return rows;
+    rows.column = {list.right - r / 2, list.top, list.right, list.top + height};
+    list.right = rows.column.left - g;
+    return rows;
+}
+
 void Layout::Inserts(const RECT& area) {
     if (!t.chain) return;
     const int fit = std::min<int>((area.Height() - g) / (r + g), INSERT_ROWS);
     if (fit < 2) return;
     const int all = t.effects + 1;  // the last one adds
     RECT column = Inset(area, g, g);
-    if (fit < all) {
-        out.insertScroll = {column.right - r / 2, column.top, column.right, column.top + fit * (r + g) - g};
-        column.right = out.insertScroll.left - g;
-    }
-    out.insertRows = std::min(fit, all);
-    out.firstInsert = std::clamp(t.firstInsert, 0, all - out.insertRows);
-    for (int i = 0; i < out.insertRows; i++) {
+    out.insertRows = ShowRows(column, t.firstInsert, std::min(fit, all), all, fit * (r + g) - g);
+    for (int i = 0; i < out.insertRows.count; i++) {
         const LONG top = column.top + i * (r + g);
         out.inserts[i] = {column.left, top, column.right, top + r};
     }
@@ -199,11 +204,12 @@ void Layout::Sends(const RECT& area) {
     if (!t.canSend) return;
     const LONG height = 3 * r + 4 * g;
     const int rows = std::min<int>({t.sends, SEND_ROWS, static_cast<int>(area.Height() / height)});
-    RECT rest = area;
+    RECT rest = area, column = Inset(area, g, g);
+    out.sendRows = ShowRows(column, t.firstSend, rows, t.sends, rows * height - 2 * g);
     for (int i = 0; i < rows; i++) {
         SendRects& send = out.sends[i];
         send.row = TakeTop(rest, height);
-        RECT inside = Inset(send.row, g, g);
+        RECT inside{column.left, send.row.top + g, column.right, send.row.bottom - g};
         send.target = TakeTop(inside, r);
         const RECT numbers = TakeBottom(inside, r);
         inside = Inset(inside, 0, g);
@@ -219,7 +225,7 @@ void Layout::Sends(const RECT& area) {
         send.value = {send.prePost.right + g, numbers.top, numbers.right, numbers.bottom};
         if (send.value.Width() < t.postWidth / 2) send.value = {};
     }
-    if (t.sends < SEND_ROWS && t.sends == rows && rest.Height() >= r + 2 * g)
+    if (out.sendRows.first + rows == t.sends && rest.Height() >= r + 2 * g)
         out.addSend = {rest.left + g, rest.top + g, rest.right - g, rest.top + g + r};
 }
 

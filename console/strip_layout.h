@@ -22,8 +22,8 @@ struct StripTraits {
 
     bool pan = false, surroundPan = false;
     bool chain = false;
-    int effects = 0, firstInsert = 0;
-    int sends = 0;  ///< that the channel has
+    int effects = 0, sends = 0;          ///< that the channel has
+    int firstInsert = 0, firstSend = 0;  ///< of those that are shown
     bool canSend = false, sendPan = false;
     bool input = false, midi = false;
     int outputs = 1;
@@ -38,6 +38,12 @@ struct SendRects {
     RECT row, target, pan, level, prePost, value;
 };
 
+/// Which rows of a list are on view.
+struct ShownRows {
+    int first, count, all;
+    RECT column;  ///< that tells it, where not all are
+};
+
 /// Pixels of the page; empty rectangles are absent parts.
 struct StripRects {
     RECT strip;
@@ -47,9 +53,9 @@ struct StripRects {
     RECT label[STRIP_REGIONS];
 
     RECT inserts[INSERT_ROWS];
-    int insertRows, firstInsert;
-    RECT insertScroll;
+    ShownRows insertRows;  ///< the last one adds
     SendRects sends[SEND_ROWS];
+    ShownRows sendRows;
     RECT addSend;
     RECT input, outputs[3], midiChannel;
     RECT scope, vu, peak;

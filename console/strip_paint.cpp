@@ -131,7 +131,7 @@ void Strip::PaintTitle(QPainter& painter) const {
              m_site.images.look.ChannelColour(m_entry.lookColour));
     const RECT& icon = m_rects.kindIcon;
     if (icon.IsEmpty()) return;
-    const ImageList& images = *m_site.images.kinds;
+    const ImageList& images = m_site.images.kinds;
     const SIZE size = images.Size();
     images.Draw(
         painter, ConsoleImages::KindIcon(m_entry.kind),
@@ -182,7 +182,7 @@ void Strip::PaintButton(QPainter& painter, const RECT& area, const std::u16strin
 
 /// An effect: a lamp that is lit while it works, and its name. The row behind the last one adds.
 void Strip::PaintInsert(QPainter& painter, uint32_t index, bool pressed) const {
-    const RECT& area = m_rects.inserts[static_cast<int>(index) - m_rects.firstInsert];
+    const RECT& area = m_rects.inserts[static_cast<int>(index) - m_rects.insertRows.first];
     if (index >= m_inserts.size()) {
         FillRounded(painter, area, 3, Well(), QmGetUIColor(COLOR_3DDKSHADOW));
         QmDrawStandardUIGlyph(painter, {area.left, area.top + 4, area.right, area.bottom - 4}, UIGLYPH_PLUS,
@@ -210,12 +210,11 @@ void Strip::PaintInsert(QPainter& painter, uint32_t index, bool pressed) const {
                  QmGetUIColor(COLOR_HIGHLIGHT));
 }
 
-void Strip::PaintInsertScroll(QPainter& painter) const {
-    const RECT& column = m_rects.insertScroll;
+void Strip::PaintScroll(QPainter& painter, const ShownRows& rows) {
+    const RECT& column = rows.column;
     FillRect(painter, column, Well());
-    const LONG all = static_cast<LONG>(m_inserts.size()) + 1;
-    const LONG top = column.top + column.Height() * m_rects.firstInsert / all;
-    const LONG bottom = column.top + column.Height() * (m_rects.firstInsert + m_rects.insertRows) / all;
+    const LONG top = column.top + column.Height() * rows.first / rows.all;
+    const LONG bottom = column.top + column.Height() * (rows.first + rows.count) / rows.all;
     FillRounded(painter, {column.left + 1, top, column.right - 1, bottom}, 2, QmGetUIColor(UICOLOR_TICK),
                 QmGetUIColor(COLOR_3DDKSHADOW));
 }
@@ -223,7 +222,7 @@ void Strip::PaintInsertScroll(QPainter& painter) const {
 /// The target's name, and below it what its level is in numbers.
 void Strip::PaintSend(QPainter& painter, uint32_t row, bool pressed) const {
     const SendRects& rects = m_rects.sends[row];
-    const StripSend& send = m_sends[row];
+    const StripSend& send = m_sends[SendOf(row)];
     const bool muted = send.switches & SENDSWITCH_10000;
     PaintButton(painter, rects.target, send.name, pressed, muted);
     if (const StripControl* level = Control(ELEMENT_SEND_LEVEL + row); level && !rects.value.IsEmpty())

@@ -22,15 +22,15 @@ inline constexpr uint32_t ELEMENT_NONE = 0, ELEMENT_EDGE = 0x101, ELEMENT_TITLE 
                           ELEMENT_INSERT = 0x112, ELEMENT_INSERTS_EDGE = 0x132, ELEMENT_SEND = 0x133,
                           ELEMENT_SEND_PAN = 0x137, ELEMENT_SEND_LEVEL = 0x13B, ELEMENT_ADD_SEND = 0x13F,
                           ELEMENT_SEND_PREPOST_BELOW = 0x140,  // of the second row and those after it
-
-    ELEMENT_SEND_PREPOST = 0x150, ELEMENT_SENDS_EDGE = 0x151, ELEMENT_SCOPE = 0x152, ELEMENT_VU = 0x153,
-                          ELEMENT_VU_EDGE = 0x154, ELEMENT_PEAK = 0x155, ELEMENT_PEAKS_EDGE = 0x156,
-                          ELEMENT_FADER = 0x15B, ELEMENT_VALUE = 0x15C, ELEMENT_VALUE_RIGHT = 0x15D,
-                          ELEMENT_METER = 0x15E, ELEMENT_REAR_FADER = 0x15F, ELEMENT_CENTER_FADER = 0x163,
-                          ELEMENT_LFE_FADER = 0x166, ELEMENT_PAN = 0x169, ELEMENT_SURROUND_PAN = 0x16A,
-                          ELEMENT_ARM = 0x16B, ELEMENT_MONITOR = 0x16C, ELEMENT_MUTE = 0x16D,
-                          ELEMENT_SOLO = 0x16E, ELEMENT_PHASE = 0x16F, ELEMENT_SOLO_SAFE = 0x170,
-                          ELEMENT_LOCK = 0x171, ELEMENT_REST = 0x174, ELEMENT_STRIP = 0x175;
+    ELEMENT_SEND_SCROLL = 0x143, ELEMENT_SEND_PREPOST = 0x150, ELEMENT_SENDS_EDGE = 0x151,
+                          ELEMENT_SCOPE = 0x152, ELEMENT_VU = 0x153, ELEMENT_VU_EDGE = 0x154,
+                          ELEMENT_PEAK = 0x155, ELEMENT_PEAKS_EDGE = 0x156, ELEMENT_FADER = 0x15B,
+                          ELEMENT_VALUE = 0x15C, ELEMENT_VALUE_RIGHT = 0x15D, ELEMENT_METER = 0x15E,
+                          ELEMENT_REAR_FADER = 0x15F, ELEMENT_CENTER_FADER = 0x163, ELEMENT_LFE_FADER = 0x166,
+                          ELEMENT_PAN = 0x169, ELEMENT_SURROUND_PAN = 0x16A, ELEMENT_ARM = 0x16B,
+                          ELEMENT_MONITOR = 0x16C, ELEMENT_MUTE = 0x16D, ELEMENT_SOLO = 0x16E,
+                          ELEMENT_PHASE = 0x16F, ELEMENT_SOLO_SAFE = 0x170, ELEMENT_LOCK = 0x171,
+                          ELEMENT_REST = 0x174, ELEMENT_STRIP = 0x175;
 
 /// What the mouse does with a part.
 enum class PartAction {
@@ -43,7 +43,7 @@ enum class PartAction {
     Meter,
     Menu,    ///< a press opens the part's menu
     Insert,  ///< an effect: lamp, drag, double-click
-    Scroll,  ///< the column beside the effects
+    Scroll,  ///< the column beside effects or sends
     Width,   ///< a drag changes the strip's width
     Resize,  ///< a drag changes the region above
 };
@@ -80,6 +80,10 @@ struct StripPart {
 
     bool Covers(uint32_t code) const { return element && code >= element && code < element + count; }
 };
+/// Of a row of sends.
+constexpr bool IsOfSend(uint32_t element) {
+    return (element >= ELEMENT_SEND && element <= ELEMENT_SEND_SCROLL) || element == ELEMENT_SEND_PREPOST;
+}
 /// In the order in which they are hit and offered.
 std::span<const StripPart> StripParts();
 /// Null for none.

@@ -3,6 +3,7 @@
 #include "console/strip.h"
 #include "console/texts.h"
 #include "kernel/ui/ui_colors.h"
+#include "platform/ui/window.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,6 +26,10 @@ RECT ThumbArea(const Strip& strip, uint32_t index) {
     const StripControl* control = strip.Control(Element + index);
     return control ? control->ThumbArea() : RECT{};
 }
+template <uint32_t Element>
+RECT ScrollArea(const Strip& strip, uint32_t) {
+    return strip.RowsOf(Element).column;
+}
 template <StripRegion Region>
 RECT BottomEdge(const Strip& strip, uint32_t) {
     const RECT& region = strip.Rects().Region(Region);
@@ -40,8 +45,8 @@ RECT EdgeArea(const Strip& strip, uint32_t) {
 }
 RECT InsertArea(const Strip& strip, uint32_t index) {
     const StripRects& rects = strip.Rects();
-    const auto row = static_cast<int>(index) - rects.firstInsert;
-    return row >= 0 && row < rects.insertRows ? rects.inserts[row] : RECT{};
+    const auto row = static_cast<int>(index) - rects.insertRows.first;
+    return row >= 0 && row < rects.insertRows.count ? rects.inserts[row] : RECT{};
 }
 RECT OutputArea(const Strip& strip, uint32_t index) { return strip.Rects().outputs[index]; }
 RECT SendArea(const Strip& strip, uint32_t index) { return strip.Rects().sends[index].target; }
@@ -104,10 +109,12 @@ std::u16string AutomationText(const Strip& strip, uint32_t) {
 }
 std::u16string InsertText(const Strip& strip, uint32_t index) { return strip.InsertText(index); }
 std::u16string SendText(const Strip& strip, uint32_t index) {
-    return index < strip.Sends().size() ? strip.Sends()[index].name : ConsoleText(IDS_ADD_SEND);
+    const size_t send = strip.SendOf(index);
+    return send < strip.Sends().size() ? strip.Sends()[send].name : ConsoleText(IDS_ADD_SEND);
 }
 std::u16string PrePostText(const Strip& strip, uint32_t index) {
-    const bool pre = index < strip.Sends().size() && strip.Sends()[index].switches & SENDSWITCH_PRE;
+    const size_t send = strip.SendOf(index);
+    const bool pre = send < strip.Sends().size() && strip.Sends()[send].switches & SENDSWITCH_PRE;
     return ConsoleText(pre ? IDS_PRE : IDS_POST);
 }
 std::u16string PrePostBelowText(const Strip& strip, uint32_t index) { return PrePostText(strip, index + 1); }
@@ -148,8 +155,8 @@ void PaintInsert(Strip& strip, QPainter& painter, const StripPart& part, uint32_
                  const StripLook& look) {
     strip.PaintInsert(painter, index, look.pressed == part.element + index);
 }
-void PaintInsertScroll(Strip& strip, QPainter& painter, const StripPart&, uint32_t, const StripLook&) {
-    strip.PaintInsertScroll(painter);
+void PaintScroll(Strip& strip, QPainter& painter, const StripPart& part, uint32_t, const StripLook&) {
+    Strip::PaintScroll(painter, strip.RowsOf(part.element));
 }
 void PaintSend(Strip& strip, QPainter& painter, const StripPart& part, uint32_t index,
                const StripLook& look) {
@@ -163,8 +170,8 @@ constexpr StripPart PARTS[] = {
     {.element = ELEMENT_VU_EDGE, .area = BottomEdge<StripRegion::Vu>, .action = PartAction::Resize},
     {.element = ELEMENT_PEAKS_EDGE, .area = BottomEdge<StripRegion::Peaks>, .action = PartAction::Resize},
     {.element = ELEMENT_INSERT_SCROLL,
-     .area = Area<&StripRects::insertScroll>,
-     .paint = PaintInsertScroll,
+     .area = ScrollArea<ELEMENT_INSERT_SCROLL>,
+     .paint = PaintScroll,
      .action = PartAction::Scroll},
     {.element = ELEMENT_INSERT,
      .count = INSERT_ROWS,
@@ -186,6 +193,10 @@ constexpr StripPart PARTS[] = {
      .name = IDS_SEND,
      .value = SendText,
      .identifier = "send"},
+    {.element = ELEMENT_SEND_SCROLL,
+     .area = ScrollArea<ELEMENT_SEND_SCROLL>,
+     .paint = PaintScroll,
+     .action = PartAction::Scroll},
     {.element = ELEMENT_SEND_PAN,
      .count = SEND_ROWS,
      .area = ControlArea<ELEMENT_SEND_PAN>,
@@ -482,7 +493,7 @@ public:
     std::u16string Name() const override {
         const std::u16string name = ConsoleText(m_part.name);
         if (m_part.count == 1 || m_part.element == ELEMENT_OUTPUT) return name;
-        const uint32_t number = m_index + 1;
+        const uint32_t number = Number();
         return name + u' ' +
                (number > 9 ? std::u16string(1, static_cast<char16_t>(u'0' + number / 10)) : u"") +
                static_cast<char16_t>(u'0' + number % 10);
@@ -492,7 +503,7 @@ public:
     }
     std::string Identifier() const override {
         const std::string word = m_part.identifier;
-        return m_part.count == 1 || word.empty() ? word : word + std::to_string(m_index + 1);
+        return m_part.count == 1 || word.empty() ? word : word + std::to_string(Number());
     }
     RECT Area() const override { return m_part.area(m_strip, m_index); }
     bool IsOn() const override {
@@ -522,6 +533,12 @@ public:
     char Key() const override { return m_part.key; }
 
 private:
+    /// Of an effect or a send among the channel's, from 1.
+    uint32_t Number() const {
+        const bool below = m_part.element == ELEMENT_SEND_PREPOST_BELOW;
+        const size_t first = IsOfSend(m_part.element) ? m_strip.SendOf(below) : 0;
+        return static_cast<uint32_t>(first) + m_index + 1;
+    }
     /// Positions in one of what a person reads: decibels, hundredths.
     double Unit() const {
         const StripControl* control = m_strip.Control(Element());
@@ -580,6 +597,12 @@ AccessibleNode* Strip::NodeOf(uint32_t element) {
     for (const auto& node : Nodes())
         if (static_cast<PartNode&>(*node).Element() == element) return node.get();
     return nullptr;
+}
+
+void Strip::TellChange(uint32_t element) const {
+    for (const auto& node : m_nodes)
+        if (static_cast<PartNode&>(*node).Element() == element)
+            ::TellChange(m_site.view.ThePageWindow(), *node);
 }
 
 std::vector<uint32_t> Strip::KeyElements() {

@@ -39,11 +39,31 @@ TEST(Metrics, FollowTheFontsAndKeepWidthsThatAreSet) {
 
 /// Every rectangle of a strip that a part can be hit in.
 std::vector<RECT> Parts(const StripRects& r) {
-    std::vector<RECT> parts = {r.title,  r.namePlate, r.insertScroll, r.addSend,    r.input,    r.midiChannel,
-                               r.scope,  r.vu,        r.peak,         r.automation, r.arm,      r.monitor,
-                               r.mute,   r.solo,      r.chain,        r.phase,      r.soloSafe, r.pan,
-                               r.panPad, r.panValue,  r.lock,         r.value[0],   r.value[1]};
-    parts.insert(parts.end(), r.inserts, r.inserts + r.insertRows);
+    std::vector<RECT> parts = {r.title,
+                               r.namePlate,
+                               r.insertRows.column,
+                               r.sendRows.column,
+                               r.addSend,
+                               r.input,
+                               r.midiChannel,
+                               r.scope,
+                               r.vu,
+                               r.peak,
+                               r.automation,
+                               r.arm,
+                               r.monitor,
+                               r.mute,
+                               r.solo,
+                               r.chain,
+                               r.phase,
+                               r.soloSafe,
+                               r.pan,
+                               r.panPad,
+                               r.panValue,
+                               r.lock,
+                               r.value[0],
+                               r.value[1]};
+    parts.insert(parts.end(), r.inserts, r.inserts + r.insertRows.count);
     parts.insert(parts.end(), std::begin(r.outputs), std::end(r.outputs));
     parts.insert(parts.end(), std::begin(r.label), std::end(r.label));
     for (const SendRects& send : r.sends) {

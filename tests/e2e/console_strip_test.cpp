@@ -160,9 +160,64 @@ TEST_F(ConsoleStrip, SendsAreMovedSwitchedLedElsewhereAddedAndRemoved) {
     Edit("Bass", [this](Channel& channel) { channel.sends.push_back({FreeSub(channel), hall, -6}); });
     Drag(Area("Bass", "Send Level 1").bottomLeft() + QPoint(0, 29),
          Area("Bass", "Send Level 1").bottomLeft() + QPoint(0, 129));
-    ASSERT_TRUE(Until([&] { return Node("Bass", "Send Before or After the Fader 1"); }));
-    Click(Centre("Bass", "Send Before or After the Fader 1"));
+    ASSERT_TRUE(Until([&] { return Node("Bass", "Send Before or After the Fader 2"); }));
+    Click(Centre("Bass", "Send Before or After the Fader 2"));
     EXPECT_TRUE(!Find("Bass").sends[0].pre_fader && Find("Bass").sends[1].pre_fader);
+}
+
+TEST_F(ConsoleStrip, SendsBeyondTheRowsAreScrolledToAndAreWhatTheySay) {
+    for (const char* name : {"A", "B", "C", "D"}) {
+        const ChannelId to = project.AddChannel(ChannelKind::Fx, name);
+        Edit("Drums", [&](Channel& channel) { channel.sends.push_back({FreeSub(channel), to, -20}); });
+    }
+    ASSERT_TRUE(Until([&] { return Text("Drums", "Send 1") == "Room"; }));
+    EXPECT_FALSE(Node("Drums", "Send 2")) << "there is room for one";
+    EXPECT_TRUE(Until([&] {
+        if (Text("Drums", "Send 2") == "A") return true;
+        Wheel(Centre("Drums", "Send 1"), -120);
+        return false;
+    }));
+    EXPECT_FALSE(Node("Drums", "Send 1"));
+    Page().setFocus();
+    Click(Title("Drums"));
+    const auto onPart = [&] {
+        return QAccessible::queryAccessibleInterface(&Page())->focusChild()->text(QAccessible::Name);
+    };
+    for (int i = 0; i < 40 && onPart() != "Send Level 4"; i++) Key(Qt::Key_Down, Qt::AltModifier);
+    ASSERT_EQ(onPart(), "Send Level 4") << "the keyboard goes on beyond the last row";
+    Key(Qt::Key_Right);
+    Click(Centre("Drums", "Send Before or After the Fader"));
+    const std::vector<Send> sends = Find("Drums").sends;
+    for (size_t i = 0; i < sends.size(); i++) {
+        EXPECT_EQ(sends[i].level_db > -19.99 && i > 0, i == 3) << i;
+        EXPECT_EQ(sends[i].pre_fader, i == 3) << i;
+    }
+    for (int i = 0; i < 40 && onPart() != "Send 1"; i++) Key(Qt::Key_Up, Qt::AltModifier);
+    EXPECT_EQ(onPart(), "Send 1") << "and back";
+    ClickMenu("Drums", "Send 1", "Add Send/Hall");
+    EXPECT_EQ(Find("Drums").sends.back().target, hall);
+    EXPECT_EQ(Find("Drums").sends.size(), 6u);
+}
+
+TEST_F(ConsoleStrip, InputsAndMidiRoutesAreChosenFromWhatFits) {
+    const ChannelId bus = project.AddChannel(ChannelKind::AudioBus, "Rhythm");
+    const ChannelId pad = project.AddChannel(ChannelKind::Synth, "Pad");
+    project.AddChannel(ChannelKind::MidiTrack, "Beat");
+    ASSERT_TRUE(Until([&] { return Channels().contains("Beat") && Channels().contains("Pad"); }));
+    ClickMenu("Drums", "Input", "Busses/Rhythm");
+    EXPECT_EQ(Find("Drums").input.source, InputSource::Channel);
+    EXPECT_EQ(Find("Drums").input.channel, bus);
+    ClickMenu("Drums", "Input", "Hardware/Mono/Input 2");
+    EXPECT_EQ(Find("Drums").input.source, InputSource::Device);
+    EXPECT_TRUE(Find("Drums").input.mono && Find("Drums").input.first == 1);
+    ClickMenu("Beat", "Output", "Pad");
+    EXPECT_EQ(Find("Beat").output, pad);
+    ClickMenu("Beat", "Output", "MIDI Channel/3");
+    EXPECT_EQ(Find("Beat").midi_channel, 3u);
+    EXPECT_EQ(Find("Beat").output, pad) << "and nothing else";
+    ClickMenu("Beat", "Input", "All MIDI inputs");
+    EXPECT_EQ(Find("Beat").input.source, InputSource::Device);
+    EXPECT_EQ(Find("Beat").input.midi_port, "");
 }
 
 TEST_F(ConsoleStrip, RoutesPanAutomationAndThePairReachTheSession) {
@@ -214,7 +269,7 @@ TEST_F(ConsoleStrip, NamesWidthsAndRegionsFollowTheHand) {
         QKeyEvent key(QEvent::KeyPress, kept ? Qt::Key_Return : Qt::Key_Escape, Qt::NoModifier);
         QApplication::sendEvent(edit(), &key);
         Settle();
-        EXPECT_EQ(Channels().contains("Kit"), kept);
+        EXPECT_TRUE(Until([&] { return Channels().contains("Kit") == kept; }));
         EXPECT_FALSE(edit());
     }
     Drag(plate, plate + QPoint(2 * strip.width(), 0));

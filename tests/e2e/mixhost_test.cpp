@@ -3,6 +3,7 @@
 #include "host/app/settings.h"
 #include "host/session/session.h"
 #include "tests/e2e/midi_cable.h"
+#include "tests/support/program.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -107,6 +108,54 @@ TEST(Mixhost, WorksInARealWindowSystem) {
     for (int y = 0; y < strips.height(); y++)
         for (int x = 0; x < strips.width(); x++) colours.insert(strips.pixel(x, y));
     EXPECT_GT(colours.size(), 20) << "strips are painted";
+}
+
+TEST(Mixhost, AScreenReaderReadsAndWorksTheConsoleOverItsBus) {
+    QTemporaryDir folder;
+    const std::string path = folder.filePath(QStringLiteral("x.tarn")).toStdString();
+    host::Project project;
+    project.AddChannel(host::ChannelKind::AudioTrack, "Drums");
+    project.SaveAs(path);
+    const auto ask = [&](const std::string& actions) {
+        return RunShell(
+            "XDG_CONFIG_HOME=" + folder.path().toStdString() +
+            " dbus-run-session -- xvfb-run -a sh -c 'QT_QPA_PLATFORM=xcb "
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 " TARN_MIXHOST " " +
+            path + " --null-device --midi none > /dev/null 2>&1 & host=$!; " TARN_AT_SPI_CLIENT " mixhost " +
+            actions + " 2>&1; code=$?; kill $host; wait; exit $code' 2> /dev/null");
+    };
+    const Outcome tree = ask("");
+    EXPECT_EQ(tree.code, 0);
+    for (const char* line : {"0\tpanel\tMixing Console", "1\tpanel\tDrums\t", "2\tslider\tVolume\t0.0\n",
+                             "2\tslider\tPan\t0.0\n", "2\tcheck box\tMute\toff\n", "2\tprogress bar\tLevel",
+                             "1\tpanel\tMaster\t", "1\ttool bar\t"})
+        EXPECT_NE(tree.text.find(line), std::string::npos) << line << " is not in\n" << tree.text;
+    const Outcome worked = ask("set Drums Volume -6 get Drums Volume press Drums Mute get Drums Mute");
+    EXPECT_EQ(worked.code, 0);
+    EXPECT_NE(worked.text.find("-6.0\non\n"), std::string::npos) << worked.text;
+}
+
+TEST(Mixhost, ASkinsImagesTakeThePlaceOfOurs) {
+    QTemporaryDir folder;
+    const std::string path = folder.filePath(QStringLiteral("x.tarn")).toStdString();
+    host::SaveSession(host::NewSession(), path);
+    const QString png = folder.filePath(QStringLiteral("x.png"));
+    const auto shown = [&](QSize strip) {
+        QImage images(strip, QImage::Format_ARGB32);
+        images.fill(QColor(255, 0, 255));
+        EXPECT_TRUE(images.save(folder.filePath(QStringLiteral("15-13x19.png"))));
+        const RunResult run = Mixhost({QString::fromStdString(path), "--headless", "--seconds", "0",
+                                       "--screenshot", png, "--skin", folder.path()});
+        if (run.code) return -1;
+        const QImage picture(png);
+        int count = 0;
+        for (int y = 0; y < picture.height(); y++)
+            for (int x = 0; x < picture.width(); x++) count += picture.pixel(x, y) == qRgb(255, 0, 255);
+        return count;
+    };
+    EXPECT_EQ(shown({13, 19}), 13 * 19) << "the thumb of the preview, and nothing else";
+    EXPECT_EQ(shown({52, 38}), 13 * 19) << "two images with twice the pixels";
+    EXPECT_EQ(shown({14, 19}), -1) << "is no row of such images";
 }
 
 TEST(Mixhost, AScriptedRunLeavesPictureRenderAndReport) {

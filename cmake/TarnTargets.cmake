@@ -29,6 +29,17 @@ function(tarn_compile_fast target)
   target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
 endfunction()
 
+# tarn_precompile(TARGET HEADERS header... WITHOUT source...): for its C++ units. Those WITHOUT have options of their own.
+function(tarn_precompile target)
+  cmake_parse_arguments(A "" "" "HEADERS;WITHOUT" ${ARGN})
+  set(headers)
+  foreach(h ${A_HEADERS})
+    list(APPEND headers "$<$<COMPILE_LANGUAGE:CXX>:${h}>")
+  endforeach()
+  target_precompile_headers(${target} PRIVATE ${headers})
+  set_source_files_properties(${A_WITHOUT} TARGET_DIRECTORY ${target} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+endfunction()
+
 # tarn_plugin_module(NAME OBJECTS): a module that hosts load. It stays loaded once it is: Qt keeps pointers into it.
 function(tarn_plugin_module name objects)
   add_library(${name} MODULE $<TARGET_OBJECTS:${objects}>)

@@ -4,10 +4,17 @@
 # makes. Takes half an hour on two cores, so that it is no part of ./test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-# Clang can't read the compiler's precompiled header and takes the header itself.
+# Clang can't read the compiler's precompiled headers and takes the headers themselves, from where no precompiled one lies
+# beside them.
 commands=$(mktemp -d)
 trap 'rm -rf "$commands"' EXIT
-sed -E "s#-include [^ ]*/cmake_pch.hxx#-include $PWD/platform/ui/pch.h#" build/dev/compile_commands.json > "$commands/compile_commands.json"
+cp build/dev/compile_commands.json "$commands/"
+count=0
+for header in $(grep -oE '[^ ]*/cmake_pch\.hxx' "$commands/compile_commands.json" | sort -u); do
+  count=$((count + 1))
+  cp "$header" "$commands/$count.hxx"
+  sed -i "s#$header#$commands/$count.hxx#" "$commands/compile_commands.json"
+done
 [ $# -gt 0 ] || { mapfile -t all < <(git ls-files '*.cpp' ':!tests' ':!bench' ':!fuzz') && set -- "${all[@]}"; }
 printf '%s\0' "$@" | xargs -0 -n 1 -P "$(nproc)" clang-tidy -p "$commands" --quiet --warnings-as-errors='*' \
   --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-return-type-c-linkage 2> >(grep -vE '^[0-9]+ warnings? ' >&2)

@@ -5,6 +5,7 @@ tarn_test(test-host
     contract_test.cpp
     engine_fixture.cpp
     engine_file_test.cpp
+    engine_midi_test.cpp
     engine_mix_test.cpp
     engine_play_test.cpp
     engine_render_test.cpp

@@ -265,12 +265,12 @@ void MainWindow::MakeMenus() {
 
 void MainWindow::MakeEditMenu() {
     QMenu* edit = menuBar()->addMenu(Text(IDS_MENU_EDIT));
-    const auto add = [&](const char* name, HostTextId text, const QKeySequence& keys,
+    const auto add = [&](const char* name, HostTextId text, QKeySequence::StandardKey keys,
                          bool (Project::*step)()) {
         QAction* action = edit->addAction(QString());
         action->setObjectName(QLatin1String(name));
         action->setIconText(Text(text).remove(QLatin1Char('&')));  // whatever it would undo
-        action->setShortcut(keys);
+        action->setShortcuts(keys);  // redo has two in use
         action->setShortcutContext(Qt::ApplicationShortcut);  // in the effects' windows too
         connect(action, &QAction::triggered, this, [this, step] {
             (m_project.*step)();

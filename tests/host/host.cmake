@@ -10,6 +10,7 @@ tarn_test(test-host
     engine_play_test.cpp
     engine_render_test.cpp
     engine_route_test.cpp
+    live_edit_test.cpp
     midi_message_test.cpp
     play_head_test.cpp
     seats_test.cpp

@@ -13,7 +13,7 @@ constexpr double kMicros = 1e6;
 constexpr uint32_t kFirstTempo = 500000;  ///< microseconds a quarter, until the file says another
 
 struct Fault {
-    std::string what;
+    const char* what;
     size_t at;
 };
 
@@ -24,7 +24,7 @@ public:
 
     bool AtEnd() const { return m_at == m_end; }
     size_t Left() const { return m_end - m_at; }
-    [[noreturn]] void Fail(std::string what) const { throw Fault{std::move(what), m_at}; }
+    [[noreturn]] void Fail(const char* what) const { throw Fault{what, m_at}; }
 
     Bytes Part(size_t n) {
         if (n > Left()) Fail("a chunk or an event is longer than what holds it");
@@ -32,7 +32,7 @@ public:
         return {m_file, m_at - n, m_at};
     }
     uint8_t Peek() const {
-        if (AtEnd()) Fail("an event is cut off");
+        if (AtEnd()) Fail("it ends too early");
         return static_cast<uint8_t>(m_file[m_at]);
     }
     uint8_t Byte() {
@@ -183,7 +183,7 @@ std::optional<std::vector<MidiFileEvent>> ReadMidiFile(std::string_view bytes, s
     try {
         return File(bytes).Read();
     } catch (const Fault& fault) {
-        why = fault.what + " (byte " + std::to_string(fault.at) + ")";
+        why = std::string(fault.what) + " (byte " + std::to_string(fault.at) + ")";
         return std::nullopt;
     }
 }

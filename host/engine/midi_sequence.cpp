@@ -52,15 +52,22 @@ void AddClip(const Clip& clip, const std::vector<MidiFileEvent>& events, int sam
             MomentOf(*event, first);
     }
     for (const auto& [key, moment] : before) out.push_back(moment);
+    // At one frame ends come before beginnings, so that a note has a frame at least, and no frame is left for
+    // one that begins with the last.
     std::bitset<16 * 128> held;
+    std::array<int64_t, 16 * 128> next;
+    next.fill(first);
     for (; event != events.end() && event->seconds < end; ++event) {
         const int64_t frame = FrameAt(clip.start + (event->seconds - clip.offset), sampleRate);
-        const MidiMoment moment = MomentOf(*event, std::clamp(frame, first, last));
+        MidiMoment moment = MomentOf(*event, std::clamp(frame, first, last));
         const uint8_t kind = moment.bytes[0] & 0xF0;
         if (kind == kNoteOn || kind == kNoteOff) {
             const size_t note = static_cast<size_t>(moment.bytes[0] & 15) * 128 + moment.bytes[1];
-            if (Ends(moment) && !held[note]) continue;
-            held[note] = !Ends(moment);
+            const bool begins = !Ends(moment);
+            moment.frame = std::max(moment.frame, next[note]);
+            if (begins ? moment.frame >= last : !held[note]) continue;
+            held[note] = begins;
+            next[note] = moment.frame + (begins ? 1 : 0);
         }
         out.push_back(moment);
     }

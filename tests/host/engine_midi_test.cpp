@@ -173,7 +173,7 @@ TEST(MidiFileEvents, AreReadFromEveryLegalFileAndFaultsAreNamed) {
         {"MThd:00 02 00 01 00 60", "it holds several songs, not one (byte 10)"},
         {"MThd:00 00 00 01 E7 00", "it has no unit of time (byte 14)"},
         {"MThd:00 01 00 02 00 60/MTrk:00 FF 2F 00", "it has fewer tracks than it says (byte 26)"},
-        {"MThd:00 00 00 01 00 60/MTrk:00 90 3C", "an event is cut off (byte 25)"},
+        {"MThd:00 00 00 01 00 60/MTrk:00 90 3C", "it ends too early (byte 25)"},
         {"MThd:00 00 00 01 00 60/MTrk:00 90 3C 80", "an event is cut off (byte 25)"},
         {"MThd:00 00 00 01 00 60/MTrk:00 F0 05 7E",
          "a chunk or an event is longer than what holds it (byte 25)"},
@@ -208,6 +208,18 @@ TEST_F(EngineMidi, SettingsFromBeforeTheClipHoldUntilItSetsThem) {
     EXPECT_EQ(moments[1].bytes[1], 2);
     EXPECT_EQ(moments[2].bytes[1], 3) << "what the clip sets itself comes last";
     for (const MidiMoment& moment : moments) EXPECT_EQ(moment.frame, 96000);
+}
+
+TEST_F(EngineMidi, NotesWithoutLengthSoundAndEnd) {
+    // Two of one key at one time, and one in the last half frame of the clip.
+    std::ofstream(folder / "tick.mid", std::ios::binary) << Chunks(
+        "MThd:00 00 00 01 7F FF/MTrk:00 99 24 40 00 24 00 00 24 40 00 24 00 83 FF 7D 26 40 01 26 00");
+    ProblemLog problems;
+    std::vector<std::pair<int64_t, int>> got;
+    for (const MidiMoment& m :
+         ReadMidiClips({{"tick.mid", 0, 0, 0.999985, 0}}, folder.Path(), 48000, problems))
+        got.emplace_back(m.frame, m.bytes[2]);
+    EXPECT_EQ(got, (std::vector<std::pair<int64_t, int>>{{0, 64}, {1, 0}, {1, 64}, {2, 0}}));
 }
 
 TEST_F(EngineMidi, DamagedFilesAreRefusedOrPlayedButNeverMore) {

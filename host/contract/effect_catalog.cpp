@@ -72,10 +72,11 @@ std::optional<std::string> UriOfClass(const EffectLibrary* library, const GUID& 
 HRESULT PlugInCatalogPart::Give(uint32_t level, uint32_t parent, size_t place, uint32_t* id,
                                 MPCATALOGREC* rec, uint32_t* more) {
     std::vector<Item> items = ItemsOf(*Core().effects);
+    const auto alike = [](const Item& a, const Item& b) { return a.family == b.family; };
     if (level == LEVEL_SUB_OBJECT)
         std::erase_if(items, [parent](const Item& item) { return item.family != parent; });
     else
-        items.erase(std::ranges::unique(items, {}, &Item::family).begin(), items.end());
+        items.erase(std::unique(items.begin(), items.end(), alike), items.end());
     if (place >= items.size()) return S_FALSE;
     const Item& item = items[place];
     *more = place + 1 < items.size();

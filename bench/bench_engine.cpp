@@ -189,10 +189,11 @@ void RenderMixed(benchmark::State& state) {
     TellSpeed(state);
 }
 
-// The same files by ffmpeg, without faders and pan.
-void RenderMixedByFfmpeg(benchmark::State& state) {
+// The same files by ffmpeg, without faders and pan: of one rate, or mixed.
+void RenderByFfmpeg(benchmark::State& state) {
     if (std::system("ffmpeg -version > /dev/null 2>&1") != 0) return state.SkipWithError("no ffmpeg");
-    std::string command = "cd " + MixedProject().folder.string() + " && ffmpeg -v error -y";
+    const Project& project = state.range(0) ? MixedProject() : TheProject(64);
+    std::string command = "cd " + project.folder.string() + " && ffmpeg -v error -y";
     for (int i = 0; i < 64; i++) command += " -i " + std::to_string(i) + ".wav";
     command += " -filter_complex amix=inputs=64:normalize=0 -ar 48000 -c:a pcm_s24le peer.wav";
     for (auto _ : state)
@@ -232,21 +233,16 @@ void Open(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(ParseSession(text));
 }
 
+void MixRows(benchmark::internal::Benchmark* rows) {
+    for (const int64_t block : {64, 4096}) rows->Args({64, block, 1, 0, 0});
+    for (const int64_t tracks : {64, 256, 500})
+        for (const auto& [sends, effects] : {std::pair<int64_t, int64_t>{0, 0}, {1, 0}, {0, 4}})
+            for (const int64_t threads : {1, 2}) rows->Args({tracks, 512, threads, sends, effects});
+}
+
 BENCHMARK(Mix)
     ->ArgNames({"tracks", "block", "threads", "sends", "effects"})
-    ->Args({64, 64, 1, 0, 0})
-    ->Args({64, 512, 1, 0, 0})
-    ->Args({64, 4096, 1, 0, 0})
-    ->Args({64, 512, 2, 0, 0})
-    ->Args({64, 512, 1, 1, 0})
-    ->Args({64, 512, 1, 0, 4})
-    ->Args({64, 512, 2, 0, 4})
-    ->Args({256, 512, 1, 0, 0})
-    ->Args({256, 512, 2, 0, 0})
-    ->Args({500, 512, 1, 0, 0})
-    ->Args({500, 512, 2, 0, 0})
-    ->Args({500, 512, 1, 1, 0})
-    ->Args({500, 512, 2, 1, 0})
+    ->Apply(MixRows)
     ->Unit(benchmark::kMicrosecond)
     ->UseRealTime();
 BENCHMARK(Render)
@@ -256,7 +252,7 @@ BENCHMARK(Render)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(RenderMixed)->ArgName("threads")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(RenderMixedByFfmpeg)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(RenderByFfmpeg)->ArgName("mixed")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(OpenInEngine)
     ->ArgNames({"tracks", "clips"})
     ->Args({2000, 0})

@@ -105,7 +105,7 @@ struct FADERTHUMB {
 
 inline constexpr uint32_t kFaderMaxTicks = 64;
 
-struct tQMFADER {  // NOLINT(cppcoreguidelines-pro-type-member-init): made with zeros
+struct tQMFADER {
     uint32_t style, state;
     FaderScale scale;
     int32_t def;  ///< what a double-click restores

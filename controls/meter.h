@@ -91,7 +91,7 @@ struct METERCHANNEL {
     int32_t shownClip;
 };
 
-struct tQMMETER {  // NOLINT(cppcoreguidelines-pro-type-member-init): made with zeros
+struct tQMMETER {
     uint32_t style, state;
     ControlHost* window;  ///< never null
     uint32_t id;

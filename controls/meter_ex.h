@@ -62,8 +62,8 @@ struct METEREXCHANNEL {
     float sample;                                       ///< of the owner
 };
 
-struct tQMMETEREX {  // NOLINT(cppcoreguidelines-pro-type-member-init): made with zeros
-    tQMMETER base;   ///< pixels, sticky values and everything that is drawn
+struct tQMMETEREX {
+    tQMMETER base;  ///< pixels, sticky values and everything that is drawn
     float bottom, top, floorLevel;
     char16_t secondFormat[16];  ///< of the labels
     const METERSEGMENT* segments;

@@ -29,7 +29,7 @@ inline constexpr uint32_t TRACKBARM_SETPOS = 1552,  ///< non-zero clamps it to t
     TRACKBARM_SETCENTRE = 1568,                     ///< -; zero: no mark at the default
     TRACKBARM_SETTHUMBIMAGES = 1579;                ///< const ImageList*; const SIZE*
 
-struct tQMTRACKBAR {  // NOLINT(cppcoreguidelines-pro-type-member-init): made with zeros
+struct tQMTRACKBAR {
     tQMFADER slider;
     uint32_t state;  ///< TRACKBARST_; everything else stands in the slider's
     TRACKBARSCROLLPROC scrollProc;

@@ -9,6 +9,7 @@
 #include <QDoubleSpinBox>
 #include <QEvent>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScrollArea>
@@ -43,6 +44,8 @@ public:
         setRange(parameter.minimum, parameter.maximum);
         setKeyboardTracking(false);
         setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        connect(this, &QAbstractSpinBox::editingFinished, lineEdit(),
+                [this] { lineEdit()->setModified(false); });
     }
     QString textFromValue(double value) const override {
         return TextOf(m_parameter, static_cast<float>(value), locale());
@@ -76,6 +79,19 @@ public:
     }
     QSize minimumSizeHint() const override { return sizeHint(); }
     bool IsBeingTyped() const { return hasFocus() && lineEdit()->isModified(); }
+
+protected:
+    /// A text that is being typed takes its own steps back; else they are the host's.
+    bool event(QEvent* event) override {
+        if (event->type() == QEvent::ShortcutOverride && !IsBeingTyped()) {
+            const auto* key = static_cast<QKeyEvent*>(event);
+            if (key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo)) {
+                event->ignore();
+                return true;
+            }
+        }
+        return QDoubleSpinBox::event(event);
+    }
 
 private:
     const EffectParameter& m_parameter;

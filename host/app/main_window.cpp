@@ -210,7 +210,7 @@ void MainWindow::ShowAudioProperties() {
     const Session session = m_project.Snapshot();
     const bool surround = session.mode == ChannelMode::Surround51;
     const QString rows[][2] = {
-        {Text(IDS_PROPERTY_FILE), m_project.Path().empty() ? QString() : FromPath(m_project.Path())},
+        {Text(IDS_PROPERTY_FILE), FromPath(m_project.Path())},
         {Text(IDS_PROPERTY_RATE), QStringLiteral("%L1 Hz").arg(session.sample_rate)},
         {Text(IDS_PROPERTY_MODE), Text(surround ? IDS_MODE_SURROUND : IDS_MODE_STEREO)},
         {Text(IDS_PROPERTY_CHANNELS), QString::number(session.channels.size())},
@@ -264,21 +264,20 @@ void MainWindow::MakeMenus() {
 
 void MainWindow::MakeEditMenu() {
     QMenu* edit = menuBar()->addMenu(Text(IDS_MENU_EDIT));
-    const auto add = [&](const char* name, HostTextId text, const QKeySequence& keys,
-                         bool (Project::*step)()) {
+    const auto add = [&](const char* name, HostTextId text, QKeySequence::StandardKey keys, auto step) {
         QAction* action = edit->addAction(QString());
         action->setObjectName(QLatin1String(name));
         action->setIconText(Text(text).remove(QLatin1Char('&')));  // whatever it would undo
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::ApplicationShortcut);  // in the effects' windows too
+        action->setShortcuts(keys);                                // redo has two in use
+        action->setShortcutContext(Qt::ApplicationShortcut);       // in the effects' windows too
         connect(action, &QAction::triggered, this, [this, step] {
-            (m_project.*step)();
+            step(m_project);
             Refresh();
         });
         return action;
     };
-    m_undo = add("Edit.Undo", IDS_EFFECT_UNDO, QKeySequence::Undo, &Project::Undo);
-    m_redo = add("Edit.Redo", IDS_EFFECT_REDO, QKeySequence::Redo, &Project::Redo);
+    m_undo = add("Edit.Undo", IDS_EFFECT_UNDO, QKeySequence::Undo, [](Project& p) { p.Undo(); });
+    m_redo = add("Edit.Redo", IDS_EFFECT_REDO, QKeySequence::Redo, [](Project& p) { p.Redo(); });
     RefreshUndo();
 }
 

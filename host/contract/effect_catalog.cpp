@@ -57,6 +57,11 @@ std::vector<Item> ItemsOf(const ProjectCore& core) {
     return items;
 }
 
+void OneOfEachFamily(std::vector<Item>& items) {
+    const auto alike = [](const Item& a, const Item& b) { return a.family == b.family; };
+    items.erase(std::unique(items.begin(), items.end(), alike), items.end());
+}
+
 HRESULT FillRecord(uint32_t id, uint32_t subKind, const std::string& name, MPCATALOGREC* rec) {
     if (!rec) return S_OK;
     *rec = {};
@@ -109,7 +114,7 @@ HRESULT PlugInCatalogPart::Give(uint32_t level, uint32_t parent, size_t place, u
     if (level == LEVEL_SUB_OBJECT)
         std::erase_if(items, [parent](const Item& item) { return item.family != parent; });
     else
-        items.erase(std::ranges::unique(items, {}, &Item::family).begin(), items.end());
+        OneOfEachFamily(items);
     if (place >= items.size()) return S_FALSE;
     const Item& item = items[place];
     *more = place + 1 < items.size();
@@ -131,7 +136,7 @@ HRESULT PlugInCatalogPart::Next(uint32_t* id, uint32_t level, MPCATALOGREC* rec,
     return Guarded([&] {
         std::vector<Item> items = ItemsOf(Core());
         if (level == LEVEL_CHANNEL) {
-            items.erase(std::ranges::unique(items, {}, &Item::family).begin(), items.end());
+            OneOfEachFamily(items);
             const auto at = std::ranges::find(items, *id, &Item::family);
             return at == items.end()
                        ? S_FALSE

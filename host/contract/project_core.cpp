@@ -445,23 +445,29 @@ HRESULT ProjectCore::UndoMoves(const std::vector<EffectMove>& moves, bool redo) 
 }
 
 HRESULT ProjectCore::Undo(bool redo) {
-    std::vector<EffectMove> moves;
-    {
-        std::lock_guard lock(m_lock);
-        if (const EditStep* step = m_undo.Next(redo)) {
-            moves = step->moves;
-            for (const Channel& channel : redo ? step->before : step->after) KeepStates(channel.id);
+    for (;;) {
+        std::vector<EffectMove> moves;
+        {
+            std::lock_guard lock(m_lock);
+            if (const EditStep* step = m_undo.Next(redo)) {
+                moves = step->moves;
+                for (const Channel& channel : redo ? step->before : step->after) KeepStates(channel.id);
+            }
+            if (!moves.empty()) m_undo.Done(redo);
         }
-        if (!moves.empty()) m_undo.Done(redo);
+        if (!moves.empty()) return UndoMoves(moves, redo);
+        bool moved = false;  // a parameter, by another hand since
+        const HRESULT hr = ChangeChannels(
+            [&](std::vector<Channel>& channels) {
+                const EditStep* step = m_undo.Next(redo);
+                moved = step && !step->moves.empty();
+                if (!step || moved) return false;
+                channels = m_undo.Changed(redo, std::move(channels));
+                return true;
+            },
+            [&](const std::vector<Channel>&) { m_undo.Done(redo); });
+        if (!moved) return hr;
     }
-    if (!moves.empty()) return UndoMoves(moves, redo);
-    return ChangeChannels(
-        [&](std::vector<Channel>& channels) {
-            if (!m_undo.Next(redo)) return false;
-            channels = m_undo.Changed(redo, std::move(channels));
-            return true;
-        },
-        [&](const std::vector<Channel>&) { m_undo.Done(redo); });
 }
 
 std::optional<EditKind> ProjectCore::NextUndo(bool redo) const {

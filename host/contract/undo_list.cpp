@@ -42,6 +42,7 @@ size_t BytesOf(const EditStep& step) {
 
 std::vector<ChannelId> OrderOf(const std::vector<Channel>& channels) {
     std::vector<ChannelId> order;
+    order.reserve(channels.size());
     for (const Channel& channel : channels) order.push_back(channel.id);
     return order;
 }

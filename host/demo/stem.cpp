@@ -62,10 +62,11 @@ bool Level(std::vector<float>& samples, int sampleRate) {
     if (!(peak > kSilentPeak) || !std::isfinite(peak)) return false;
     const auto gain = static_cast<float>(std::pow(10.0, kStemPeakDb / 20) / peak);
     for (float& s : samples) s *= gain;
-    const auto fade = std::min(samples.size(), static_cast<size_t>(kFadeSeconds * sampleRate) * kChannels);
-    for (size_t i = 0; i < fade; i++)
-        samples[samples.size() - 1 - i] *=
-            static_cast<float>(i / kChannels) / static_cast<float>(fade / kChannels);
+    const size_t fade = std::min(samples.size() / kChannels, static_cast<size_t>(kFadeSeconds * sampleRate));
+    for (size_t i = 0; i < fade * kChannels; i++) {
+        const size_t frame = i / kChannels;
+        samples[samples.size() - 1 - i] *= static_cast<float>(frame) / static_cast<float>(fade);
+    }
     return true;
 }
 }  // namespace

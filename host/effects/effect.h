@@ -123,9 +123,9 @@ public:
     virtual bool HasView() const { return false; }
     /// Opens it in a window of the X server. `resize` is told how large it wants to be, in pixels. What
     /// crashes there crashes the host. Throws EffectError.
-    virtual std::unique_ptr<EffectView> OpenView([[maybe_unused]] uintptr_t parent,
-                                                 [[maybe_unused]] EffectEdits edits,
-                                                 [[maybe_unused]] std::function<void(int, int)> resize) {
+    virtual std::unique_ptr<EffectView>
+    OpenView([[maybe_unused]] uintptr_t parent, [[maybe_unused]] const EffectEdits& edits,
+             [[maybe_unused]] const std::function<void(int, int)>& resize) {
         throw EffectError(Info().name + " has no interface of its own");
     }
 };

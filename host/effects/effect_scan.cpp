@@ -89,7 +89,7 @@ void EffectScan::RunOnce() {
         if (m_cancelled) child.Kill();
     }
     m_at = {};
-    ChildProcess::Answer answer;
+    auto answer = ChildProcess::Answer::Line;
     std::string line;
     while ((answer = child.ReadLine(line, m_order.patience)) == ChildProcess::Answer::Line) {
         const ordered_json message = line.starts_with(SCAN_MARK)

@@ -271,9 +271,9 @@ void Lv2Effect::TellView(Lv2ViewLink& link) {
     }
 }
 
-std::unique_ptr<EffectView> Lv2Effect::OpenView(uintptr_t parent, EffectEdits edits,
-                                                std::function<void(int, int)> resize) {
-    if (!m_viewCode) return Effect::OpenView(parent, std::move(edits), std::move(resize));
+std::unique_ptr<EffectView> Lv2Effect::OpenView(uintptr_t parent, const EffectEdits& edits,
+                                                const std::function<void(int, int)>& resize) {
+    if (!m_viewCode) return Effect::OpenView(parent, edits, resize);
     if (!m_viewLink) {
         m_viewLink = std::make_unique<Lv2ViewLink>();
         m_viewLinkInUse.store(m_viewLink.get(), std::memory_order_release);
@@ -284,7 +284,7 @@ std::unique_ptr<EffectView> Lv2Effect::OpenView(uintptr_t parent, EffectEdits ed
                                  lilv_instance_get_handle(m_instance.get()),
                                  *m_viewLink,
                                  static_cast<float>(m_sampleRate)};
-    return std::make_unique<Lv2View>(*m_viewCode, subject, parent, std::move(edits), std::move(resize));
+    return std::make_unique<Lv2View>(*m_viewCode, subject, parent, edits, resize);
 }
 
 void Lv2Effect::TakeLatency() {

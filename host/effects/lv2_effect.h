@@ -35,8 +35,8 @@ public:
     std::vector<std::string> Presets() const override;
     void LoadPreset(size_t index) override;
     bool HasView() const override { return m_viewCode.has_value(); }
-    std::unique_ptr<EffectView> OpenView(uintptr_t parent, EffectEdits edits,
-                                         std::function<void(int, int)> resize) override;
+    std::unique_ptr<EffectView> OpenView(uintptr_t parent, const EffectEdits& edits,
+                                         const std::function<void(int, int)>& resize) override;
 
 private:
     /// Lets one thread at a time run the plug-in's functions. The audio thread never waits for it.

@@ -228,6 +228,7 @@ Lv2StateFiles::Lv2StateFiles() {
     m_make = {this, [](LV2_State_Make_Path_Handle handle, const char* path) {
                   return static_cast<Lv2StateFiles*>(handle)->Make(path);
               }};
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): a plug-in may free the path itself
     m_free = {this, [](LV2_State_Free_Path_Handle, char* path) { std::free(path); }};
 }
 

@@ -34,7 +34,7 @@ constexpr const char* FEATURES[] = {
 
 std::string PathOf(const LilvNode* node) {
     char* path = node ? lilv_node_get_path(node, nullptr) : nullptr;
-    const std::string text = path ? path : "";
+    std::string text = path ? path : "";
     lilv_free(path);
     return text;
 }

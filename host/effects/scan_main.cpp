@@ -36,7 +36,7 @@ void Report(const char* name, const ordered_json& value) {
 
 std::string Start(const std::shared_ptr<host::Lv2World>& world, const host::EffectInfo& info) {
     try {
-        host::Lv2Effect(world, info.uri, host::SCAN_RATE);
+        const host::Lv2Effect started(world, info.uri, host::SCAN_RATE);
         return {};
     } catch (const host::EffectError& e) {
         // Its name goes before, as in all that is said of it.

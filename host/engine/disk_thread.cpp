@@ -10,7 +10,9 @@ namespace host {
 
 namespace {
 
-constexpr size_t kFillFrames = 4096;
+/// Read at a time for each stream. They have room at the same time, so that this much of all of them is one
+/// stretch of work, which must leave its core to the mix within a part of a block.
+constexpr size_t kFillFrames = 1024;
 constexpr double kPrimeSeconds = 0.15;  ///< read before a plan is offered
 constexpr double kLeadSeconds = 0.10;   ///< from the wish for a seamless change to the change
 constexpr auto kPoll = std::chrono::milliseconds(10);

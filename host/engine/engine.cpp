@@ -269,6 +269,7 @@ std::vector<ChannelMeter> Engine::TakeMeters() {
         }
     }
     std::vector<ChannelMeter> meters;
+    meters.reserve(strips.size());
     for (const auto& [id, strip] : strips) meters.push_back({id, strip->TakeMeter()});
     return meters;
 }

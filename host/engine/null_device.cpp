@@ -61,9 +61,10 @@ private:
             client.Render({}, sides, m_left.size());
             due += block;
             const auto now = Clock::now();
-            if (now > due) {
-                // A block that is not done when the next begins is a gap on a real device. The lost time is
-                // not made up for in a burst, and a mix that is too much leaves some time to everybody else.
+            // A device has room for two blocks: what is made is due when one of them has sounded, and late
+            // when the other has too. What is lost is not made up for in a burst, and a mix that is too much
+            // leaves some time to everybody else.
+            if (now > due + block) {
                 m_late.fetch_add(1, std::memory_order_relaxed);
                 due = now + block / 4;
             }

@@ -1,14 +1,17 @@
 // The program as a script runs it, and its window.
+#include "host/app/effect_window.h"
 #include "host/app/main_window.h"
 #include "host/app/settings.h"
 #include "host/session/session.h"
 #include "tests/e2e/midi_cable.h"
+#include "tests/host/test_effects.h"
 #include "tests/support/program.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <QApplication>
+#include <QDoubleSpinBox>
 #include <QFile>
 #include <QHelpEvent>
 #include <QImage>
@@ -17,6 +20,7 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QSet>
+#include <QSlider>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
@@ -262,6 +266,61 @@ TEST(Mixhost, ShortcutsWorkInTheSurfacesWindowToo) {
     project.RenameChannel(1, "other");
     QTest::keyClick(surface, Qt::Key_S, Qt::ControlModifier);
     EXPECT_FALSE(project.IsModified());
+}
+
+TEST(Mixhost, UndoIsTheHostsInAnEffectsWindowUnlessATextIsBeingTyped) {
+    host::EngineOptions options;
+    options.systemDevice = false;
+    options.effects = std::make_shared<host::test::TestEffects>();
+    host::Project project(options);
+    const host::ChannelId track = project.AddChannel(host::ChannelKind::AudioTrack, "Track");
+    const host::SubId gain = project.InsertEffect(track, "urn:gain");
+    const auto effect = project.FindEffect(track, gain);
+    host::MainWindow window(project, NO_SETTINGS, MODULES, ENGLISH);
+    window.show();
+    tarn::ComPtr<IMPCtrlChannels> channels;
+    project.PluginHost()->QueryInterface(IID_IMPCtrlChannels, channels.OutVoid());
+    const MPCHANNELID id{track, gain, 0};
+    MPCHANNELREC rec{};
+    rec.effectState = EFFECT_EDITOR;
+    ASSERT_EQ(channels->Set(&id, LEVEL_SUB_OBJECT, &rec, MASK_EFFECT_STATE), S_OK);
+    QWidget* editor = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor([&] {
+        for (QWidget* top : QApplication::topLevelWidgets())
+            if (dynamic_cast<host::EffectWindow*>(top)) editor = top;
+        return editor;
+    }));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(editor));
+    auto& slider = *editor->findChild<QSlider*>();
+    auto& box = *editor->findChild<QDoubleSpinBox*>();
+    const auto press = [](QWidget& at, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        at.setFocus();
+        QTest::keyClick(&at, key, modifiers);
+    };
+    const auto shows = [&](double value) {
+        return QTest::qWaitFor([&] { return box.value() == value && box.text().toDouble() == value; });
+    };
+    const auto type = [&](const char* text) {
+        box.setFocus();
+        box.selectAll();
+        QTest::keyClicks(&box, QLatin1String(text));
+    };
+    press(slider, Qt::Key_End);
+    EXPECT_EQ(effect->Value(0), 4);
+    press(slider, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(effect->Value(0), 1);
+    type("3");
+    press(box, Qt::Key_Return);
+    EXPECT_EQ(effect->Value(0), 3);
+    press(box, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(effect->Value(0), 1);
+    EXPECT_TRUE(shows(1));
+    press(box, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(shows(3));
+    type("2");
+    press(box, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(effect->Value(0), 3) << "the text alone went back";
+    EXPECT_EQ(project.NextRedo(), std::nullopt);
 }
 
 TEST(Mixhost, AnAudioServerThatEndsIsToldOf) {

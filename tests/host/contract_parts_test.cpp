@@ -489,6 +489,9 @@ TEST_F(ContractParts, EditsAreTakenBackAndDoneAgain) {
     project.Undo();
     project.RenameChannel(track, "Other");
     EXPECT_EQ(project.NextRedo(), std::nullopt) << "another way was taken";
+    project.SetLoop({0, 1, true});
+    project.SetMonitoring({.dim = true});
+    EXPECT_EQ(project.NextUndo(), EditKind::RenameChannel) << "how one listens is no edit of the mix";
     project.New();
     EXPECT_FALSE(project.Undo()) << "another document";
 }

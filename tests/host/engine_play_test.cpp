@@ -227,9 +227,11 @@ TEST(EngineThreads, EveryoneAtOnce) {
     EXPECT_GT(position, 0);
 }
 
-TEST(NullDevice, KeepsPaceAndStops) {
+TEST(NullDevice, KeepsPaceCountsWhatIsLateAndStops) {
     struct Counter final : DeviceClient {
         void Render(std::span<const float* const>, std::span<float* const>, size_t n) override {
+            if (frames == 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(21));  // two blocks and more
             frames += n;
         }
         std::atomic<size_t> frames{0};
@@ -240,6 +242,7 @@ TEST(NullDevice, KeepsPaceAndStops) {
     while (counter.frames < 9600) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     EXPECT_GT(seconds, 0.185) << "faster than the clock";  // how much slower is the machine's affair
+    EXPECT_GT(device->LateBlocks(), 0u);
     device->Stop();
     const size_t stopped = counter.frames;
     std::this_thread::sleep_for(std::chrono::milliseconds(30));

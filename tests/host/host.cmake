@@ -5,10 +5,12 @@ tarn_test(test-host
     contract_test.cpp
     engine_fixture.cpp
     engine_file_test.cpp
+    engine_midi_test.cpp
     engine_mix_test.cpp
     engine_play_test.cpp
     engine_render_test.cpp
     engine_route_test.cpp
+    live_edit_test.cpp
     midi_message_test.cpp
     play_head_test.cpp
     seats_test.cpp

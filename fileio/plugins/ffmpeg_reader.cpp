@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fcntl.h>
@@ -275,6 +276,68 @@ private:
     SwsContext* m_scaler = nullptr;
 };
 
+/// The words of a line of the decoders' own form: fields, and signs for how it looks.
+std::string PlainText(std::string_view line) {
+    constexpr int FIELDS = 8;
+    for (int i = 0; i < FIELDS && line.find(',') != line.npos; i++) line.remove_prefix(line.find(',') + 1);
+    std::string text;
+    while (!line.empty()) {
+        const size_t close = line.front() == '{' ? line.find('}') : line.npos;
+        if (close != line.npos) {
+            line.remove_prefix(close + 1);
+            continue;
+        }
+        const std::string_view sign = line.substr(0, 2);
+        const bool isBreak = sign == "\\N" || sign == "\\n", isSpace = sign == "\\h";
+        text += isBreak ? '\n' : isSpace ? ' ' : line.front();
+        line.remove_prefix(isBreak || isSpace ? 2 : 1);
+    }
+    while (text.ends_with('\n') || text.ends_with('\r')) text.pop_back();
+    return text;
+}
+
+bool IsText(AVCodecID codec) {
+    const AVCodecDescriptor* known = avcodec_descriptor_get(codec);
+    return known && known->props & AV_CODEC_PROP_TEXT_SUB;
+}
+
+class TextStream final : public Counted<IQmReadTextStream, IID_IQmReadStream, IID_IQmReadTextStream> {
+public:
+    bool Open(SharedFile file, int index) {
+        m_file = std::move(file);
+        return m_decoder.Open(m_file->descriptor, index);
+    }
+    HRESULT GetType(uint32_t* type) override { return type ? (*type = FIO_STREAM_TEXT, S_OK) : E_POINTER; }
+    HRESULT GetName(char16_t* text, uint32_t capacity) override {
+        return StreamName(m_decoder.Stream(), text, capacity);
+    }
+    HRESULT ReadNext(int64_t* start, int64_t* end, char16_t* text, uint32_t capacity) override {
+        if (!start || !end || !text) return E_POINTER;
+        return Guarded([&] {
+            constexpr int64_t UNITS = 10;  // of 100 ns in a microsecond
+            std::string words;
+            while (words.empty()) {
+                AVSubtitle shown{};
+                if (!m_decoder.NextText(&shown, start, end)) return S_FALSE;
+                for (unsigned i = 0; i < shown.num_rects; i++) {
+                    const AVSubtitleRect& part = *shown.rects[i];
+                    const std::string line = part.ass ? PlainText(part.ass) : part.text ? part.text : "";
+                    if (!line.empty()) words += (words.empty() ? "" : "\n") + line;
+                }
+                avsubtitle_free(&shown);
+            }
+            *start *= UNITS;
+            *end *= UNITS;
+            CopyText(text, capacity, Utf16FromUtf8(words).c_str());
+            return S_OK;
+        });
+    }
+
+private:
+    SharedFile m_file;
+    Decoder m_decoder;
+};
+
 struct TextRow {
     const char *tag, *key;
 };
@@ -300,9 +363,11 @@ public:
         if (index >= m_file->streams.size()) return E_INVALIDARG;
         return Guarded([&] {
             const int which = m_file->streams[index];
-            const bool isVideo =
-                m_file->container.Format().streams[which]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
-            return isVideo ? Give(new VideoStream, which, iid, out) : Give(new AudioStream, which, iid, out);
+            switch (m_file->container.Format().streams[which]->codecpar->codec_type) {
+            case AVMEDIA_TYPE_VIDEO: return Give(new VideoStream, which, iid, out);
+            case AVMEDIA_TYPE_SUBTITLE: return Give(new TextStream, which, iid, out);
+            default: return Give(new AudioStream, which, iid, out);
+            }
         });
     }
     HRESULT GetMeta(const GUID& iid, void** out) override {
@@ -362,7 +427,8 @@ public:
             const AVFormatContext& format = file->container.Format();
             for (unsigned i = 0; i < format.nb_streams; i++) {
                 const AVCodecParameters& p = *format.streams[i]->codecpar;
-                const bool isRead = p.codec_type == AVMEDIA_TYPE_AUDIO || p.codec_type == AVMEDIA_TYPE_VIDEO;
+                const bool isRead = p.codec_type == AVMEDIA_TYPE_AUDIO ||
+                                    p.codec_type == AVMEDIA_TYPE_VIDEO || IsText(p.codec_id);
                 const bool isCover = format.streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC;
                 if (isRead && !isCover && avcodec_find_decoder(p.codec_id))
                     file->streams.push_back(static_cast<int>(i));

@@ -20,13 +20,9 @@ namespace wave {
 
 namespace {
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-
 /// What the file and its stream, of which either may outlive the other, share.
 struct Opened {
-    std::unique_ptr<QMFILE, CloseFile> handle;
+    OwnedFile handle;
     std::optional<FileSource> source;
     MediaContents contents;
 };

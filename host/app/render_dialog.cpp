@@ -144,7 +144,8 @@ void RenderDialog::ShowTemplates(const std::u16string& chosen) {
         if (OwnedTemplate named = Named(*made, HostText(IDS_AS_MIX)))
             m_entries.push_back({std::move(named), false});
     }
-    for (const tagQMTEMPLATExV2* t : TemplateList(m_manager, kind.id).Items()) {
+    const TemplateList all(m_manager, kind.id);
+    for (const tagQMTEMPLATExV2* t : all.Items()) {
         tagQMTEMPLATExV2* copy = nullptr;
         if (Failed(QmFio_CopyTemplate(&copy, t))) continue;
         m_entries.push_back({OwnedTemplate(copy), !QmFio_IsTemplateAPreset(&m_manager, t)});

@@ -1,10 +1,20 @@
 // Files of every kind into a session and out of it.
+#include "host/app/render_dialog.h"
+#include "host/app/template_dialog.h"
 #include "host/media/import.h"
 #include "host/media/template_render.h"
 #include "tests/e2e/sine_files.h"
 #include "tests/fileio/file_manager.h"
 
 #include <sndfile.h>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
 
 #include <csignal>
 #include <fstream>
@@ -145,6 +155,133 @@ TEST_F(HostMedia, AnImportThatIsCancelledOrFailsLeavesNothing) {
     EXPECT_NE(result.problems[0].find("ended"), std::string::npos) << result.problems[0];
     EXPECT_EQ(result.tracks, 1u);
     EXPECT_EQ(Files("session/Imported"), std::vector<fs::path>{"film.wav"});
+}
+
+TEST_F(HostMedia, TheMixIsRenderedByAnyTemplateOrNotAtAll) {
+    ASSERT_EQ(Import({"plain.wav"}).tracks, 1u);
+    const auto render = [&](const std::string& name, const std::string& settings,
+                            const std::function<bool(double)>& progress = {}) {
+        const OwnedTemplate t = TemplateFor(*manager, project.Snapshot(), Path(name), settings);
+        return RenderByTemplate(project, *manager, Path(name), *t, 2.0, progress);
+    };
+    struct Row {
+        const char *name, *settings;
+        int format, rate, channels;
+    };
+    const Row rows[] = {
+        {"a.wav", "", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 48000, 2},
+        {"b.wav", "44,100 Hz, 16 Bit, Mono", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 1},
+        {"c.wav", "32 Bit (IEEE Float), as the source", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 48000, 2},
+        {"d.flac", "FLAC, level 5, 24 Bit", SF_FORMAT_FLAC | SF_FORMAT_PCM_24, 48000, 2},
+        {"e.ogg", "", SF_FORMAT_OGG | SF_FORMAT_VORBIS, 48000, 2},
+        {"f.opus", "Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, 48000, 2},
+        {"g.mp3", "MP3, 192 kbps", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, 48000, 2},
+        {"h.aiff", "", SF_FORMAT_AIFF | SF_FORMAT_PCM_24, 48000, 2},
+        {"i.w64", "", SF_FORMAT_W64 | SF_FORMAT_PCM_24, 48000, 2},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const RenderResult result = render(row.name, row.settings);
+        EXPECT_TRUE(result.finished && result.problems.empty());
+        EXPECT_NEAR(result.loudnessLufs, -12, 2);
+        const SF_INFO info = InfoOf(Path(row.name));
+        EXPECT_EQ(info.format & (SF_FORMAT_TYPEMASK | SF_FORMAT_SUBMASK), row.format);
+        EXPECT_EQ(info.samplerate, row.rate);
+        EXPECT_EQ(info.channels, row.channels);
+        EXPECT_NEAR(static_cast<double>(info.frames), 2.0 * row.rate, 3000);
+    }
+    // What the engine writes itself, to the sample.
+    project.Render(Path("own.wav"), 2.0);
+    for (const char* name : {"a.wav", "d.flac"}) {
+        std::vector<int> samples[2];
+        for (const std::string& file : {std::string("own.wav"), std::string(name)}) {
+            SF_INFO info{};
+            SNDFILE* in = sf_open(Path(file).c_str(), SFM_READ, &info);
+            std::vector<int>& to = samples[file == name];
+            to.resize(size_t{96000} * 2);
+            EXPECT_EQ(sf_readf_int(in, to.data(), 96000), 96000) << file;
+            sf_close(in);
+        }
+        EXPECT_EQ(samples[0], samples[1]) << name;
+    }
+    const Bytes before = Content("a.wav");
+    for (const double when : {0.0, 0.5})
+        EXPECT_THROW(render("a.wav", "", [&](double d) { return d < when; }), RenderError);
+    EXPECT_EQ(Content("a.wav"), before);
+    for (const auto& [name, settings] :
+         {std::pair{"x.wav", "FLAC, level 5"}, {"x.xyz", ""}, {"x.flac", "None"}})
+        EXPECT_THROW(render(name, settings), RenderError) << name;
+    EXPECT_FALSE(fs::exists(Path("x.wav")));
+}
+
+/// Does that in the window that comes up.
+template <class Dialog, class Work>
+void InWindow(Work work) {
+    QTimer::singleShot(0, [work] {
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* dialog = dynamic_cast<Dialog*>(widget); dialog && dialog->isVisible())
+                return work(*dialog);
+        ADD_FAILURE() << "no window";
+    });
+}
+template <class Widget>
+void Press(QWidget& in, const char* text) {
+    for (Widget* button : in.findChildren<Widget*>())
+        if (button->text().remove(QLatin1Char('&')) == QLatin1String(text)) return button->click();
+    ADD_FAILURE() << text;
+}
+
+TEST_F(HostMedia, TheUserKeepsTemplatesOfHisOwn) {
+    _qmwaveformat mix{};
+    mix.Init(48000, QMSAMPLE_PCM24, 2, 0, sizeof mix);
+    const auto open = [&] { return std::make_unique<RenderDialog>(*manager, Path("mix"), mix, nullptr); };
+    auto dialog = open();
+    EXPECT_EQ(dialog->File(), Path("mix.wav"));
+    const auto choose = [&](const char* text) {
+        auto* list = dialog->findChild<QListWidget*>();
+        const auto found = list->findItems(QLatin1String(text), Qt::MatchExactly);
+        ASSERT_EQ(found.size(), 1) << text;
+        list->setCurrentItem(found[0]);
+    };
+    auto* kinds = dialog->findChild<QComboBox*>();
+    kinds->setCurrentIndex(1);
+    emit kinds->activated(1);
+    choose("MP3, 192 kbps");
+    EXPECT_EQ(dialog->File(), Path("mix.mp3"));
+    InWindow<TemplateDialog>([](TemplateDialog& editor) {
+        const auto set = [&](FIO_FIELD field, uint32_t value) {
+            auto* combo = editor.findChild<QComboBox*>(QStringLiteral("field%1").arg(field));
+            ASSERT_TRUE(combo);
+            EXPECT_FALSE(combo->accessibleName().isEmpty());
+            combo->setCurrentIndex(combo->findData(value));
+            emit combo->activated(combo->currentIndex());
+            QApplication::processEvents();
+        };
+        set(FIO_FIELD_BIT_RATE, 0);
+        set(FIO_FIELD_QUALITY, 3);  // which was not there before
+        set(FIO_FIELD_RATE, 44100);
+        InWindow<QMessageBox>([](QMessageBox& box) { box.accept(); });
+        Press<QPushButton>(editor, "Save");  // under the preset's name
+        EXPECT_TRUE(editor.isVisible());
+        editor.findChild<QLineEdit*>()->setText(QStringLiteral("Small"));
+        Press<QPushButton>(editor, "Save");
+    });
+    Press<QPushButton>(*dialog, "Edit...");
+    ASSERT_TRUE(dialog->Template());
+    EXPECT_EQ(TemplateName(*dialog->Template()), u"Small");
+    EXPECT_EQ(dialog->Template()->audio.format.sampleRate, 44100u);
+    dialog->accept();
+    dialog = open();  // the last one used
+    ASSERT_TRUE(dialog->Template());
+    EXPECT_EQ(TemplateName(*dialog->Template()), u"Small");
+    ASSERT_EQ(dialog->File(), Path("mix.mp3"));
+    ASSERT_TRUE(Import({"plain.wav"}).tracks == 1);
+    RenderByTemplate(project, *manager, dialog->File(), *dialog->Template(), 1.0);
+    EXPECT_EQ(InfoOf(Path("mix.mp3")).samplerate, 44100);
+    InWindow<QMessageBox>([](QMessageBox& box) { Press<QPushButton>(box, "Yes"); });
+    Press<QPushButton>(*dialog, "Delete...");
+    EXPECT_TRUE(
+        dialog->findChild<QListWidget*>()->findItems(QStringLiteral("Small"), Qt::MatchStartsWith).empty());
 }
 
 }  // namespace

@@ -113,15 +113,17 @@ public:
     HRESULT Write(const void* samples, uint32_t frames) override {
         if (!samples) return E_POINTER;
         if (!m_sound) return E_UNEXPECTED;
-        return Guarded([&] {
-            const void* pass = samples;
-            if (m_way->type != m_way->passType) {
-                m_wide.resize(size_t{frames} * m_channels * m_way->passBytes);
-                QmAudio_GetCopyFunction2(m_way->passType, m_way->type)(
-                    m_wide.data(), samples, static_cast<int64_t>(uint64_t{frames} * m_channels), 1.0f);
-                pass = m_wide.data();
+        return Guarded([&]() -> HRESULT {
+            // Encoders take what they get at once onto their stack.
+            constexpr uint32_t MOST = 1 << 13;
+            const auto* from = static_cast<const uint8_t*>(samples);
+            const size_t frame = size_t{QmAudio_BytesFromSampleType(m_way->type)} * m_channels;
+            for (uint32_t done = 0; done < frames;) {
+                const uint32_t part = std::min(frames - done, MOST);
+                if (!WritePart(from + done * frame, part)) return MEDIA_E_WRITE;
+                done += part;
             }
-            return m_way->write(m_sound.get(), pass, frames) == frames ? S_OK : MEDIA_E_WRITE;
+            return S_OK;
         });
     }
     HRESULT SetMeta(IQmReadMeta* meta) override {
@@ -144,6 +146,17 @@ public:
     }
 
 private:
+    bool WritePart(const void* samples, uint32_t frames) {
+        const void* pass = samples;
+        if (m_way->type != m_way->passType) {
+            m_wide.resize(size_t{frames} * m_channels * m_way->passBytes);
+            QmAudio_GetCopyFunction2(m_way->passType, m_way->type)(
+                m_wide.data(), samples, static_cast<int64_t>(uint64_t{frames} * m_channels), 1.0f);
+            pass = m_wide.data();
+        }
+        return m_way->write(m_sound.get(), pass, frames) == frames;
+    }
+
     OwnedSound m_sound;
     const SampleWay* m_way = nullptr;
     uint32_t m_channels = 0;

@@ -572,8 +572,9 @@ void MainWindow::RenderMix() {
         format.Init(static_cast<uint32_t>(session.sample_rate), QMSAMPLE_PCM24, surround ? 6 : 2,
                     surround ? 0x3F : 0, sizeof format);
         const std::filesystem::path path = m_project.Path(), last = m_settings.RenderFolder();
-        const std::filesystem::path folder =
-            last.empty() ? std::filesystem::absolute(path.parent_path()) : last;
+        const std::filesystem::path folder = !last.empty()  ? last
+                                             : path.empty() ? std::filesystem::current_path()
+                                                            : std::filesystem::absolute(path).parent_path();
         RenderDialog dialog(manager, folder / (path.empty() ? "mix" : path.stem()), format, this);
         if (dialog.exec() != QDialog::Accepted) return;
         const std::filesystem::path file = dialog.File();

@@ -1,5 +1,7 @@
 // Files of every kind into a session and out of it.
+#include "host/app/main_window.h"
 #include "host/app/render_dialog.h"
+#include "host/app/settings.h"
 #include "host/app/template_dialog.h"
 #include "host/media/import.h"
 #include "host/media/template_render.h"
@@ -8,12 +10,16 @@
 
 #include <sndfile.h>
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QDropEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPushButton>
+#include <QTest>
 #include <QTimer>
 
 #include <csignal>
@@ -282,6 +288,27 @@ TEST_F(HostMedia, TheUserKeepsTemplatesOfHisOwn) {
     Press<QPushButton>(*dialog, "Delete...");
     EXPECT_TRUE(
         dialog->findChild<QListWidget*>()->findItems(QStringLiteral("Small"), Qt::MatchStartsWith).empty());
+}
+
+TEST_F(HostMedia, TheWindowTakesWhatIsDroppedAndRenders) {
+    Project fresh(EngineOptions{.systemDevice = false});  // one without a file
+    Settings none(false);
+    MainWindow window(fresh, none, fs::path(TARN_CONSOLE_MODULE).parent_path(), 1033);
+    QMimeData dropped;
+    dropped.setUrls({QUrl::fromLocalFile(QString::fromStdString(Path("film.flv")))});
+    QDragEnterEvent enter({}, Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    QDropEvent drop({}, Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &drop);
+    const auto hasTrack = [&] { return fresh.Length() > 0; };
+    ASSERT_TRUE(QTest::qWaitFor(hasTrack, 60000));
+    EXPECT_TRUE(fs::exists(Path("XDG_DATA_HOME/Tarn/Imported/film.wav")));
+    InWindow<RenderDialog>([&](RenderDialog& dialog) {
+        dialog.findChild<QLineEdit*>()->setText(QString::fromStdString(Path("w.wav")));
+        Press<QPushButton>(dialog, "Render");
+    });
+    window.findChild<QAction*>(QStringLiteral("File.Render"))->trigger();
+    EXPECT_EQ(InfoOf(Path("w.wav")).channels, 2);
 }
 
 }  // namespace

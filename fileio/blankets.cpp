@@ -1,14 +1,10 @@
 #include "fileio/blankets.h"
 
-#include "fileio/memory_token.h"
-#include "fileio/out_of_process.h"
+#include "fileio/audio_blanket.h"
 #include "mediafile/media_codes.h"
 #include "mediafile/meta/meta_stream.h"
-#include "platform/counted.h"
-#include "platform/text.h"
 
 #include <algorithm>
-#include <optional>
 #include <vector>
 
 namespace tarn {
@@ -16,85 +12,6 @@ namespace tarn {
 namespace {
 
 using namespace surrogate;  // NOLINT: the messages, generated
-
-class OpenDescriptor final : public Descriptor::Server {
-public:
-    explicit OpenDescriptor(int file) : m_file(file) {}
-    kj::Maybe<int> getFd() override { return m_file; }
-
-private:
-    const int m_file;
-};
-
-class CQmOutOfProcObj : public IQmOutOfProcObj {
-public:
-    HRESULT IsOutOfProc(uint32_t* flag) override {
-        return flag ? (*flag = m_word & 1 ? UINT32_MAX : 0, S_OK) : E_POINTER;
-    }
-
-private:
-    const uint32_t m_word = 1;
-};
-
-using Process = std::shared_ptr<SurrogateProcess>;
-
-/// An interface over what the other process has, and IQmOutOfProcObj. Made on the connection's thread.
-template <class Interface, class Client, const GUID&... Ids>
-class Blanket : public Interface, public CQmOutOfProcObj {
-public:
-    Blanket(Process process, Client client) : m_process(std::move(process)), m_client(kj::mv(client)) {}
-    virtual ~Blanket() {
-        m_process->RunPlain([this] { m_client.reset(); });
-    }
-    Blanket(const Blanket&) = delete;
-    Blanket& operator=(const Blanket&) = delete;
-
-    HRESULT QueryInterface(const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (((iid == Ids) || ... || (iid == IID_IUnknown)))
-            *out = static_cast<Interface*>(this);
-        else if (iid == IID_IQmOutOfProcObj)
-            *out = static_cast<IQmOutOfProcObj*>(this);
-        if (!*out) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    uint32_t AddRef() override { return m_count.Increment(); }
-    uint32_t Release() override {
-        const uint32_t left = m_count.Decrement();
-        if (left == 0) delete this;
-        return left;
-    }
-
-protected:
-    /// `make` fills in a request, `take` has the response unless it tells a failure.
-    template <class Make, class Take>
-    HRESULT Call(Make make, Take take) {
-        return m_process->Run([&]() -> kj::Promise<HRESULT> {
-            return make(*m_client).send().then([&take](auto&& response) -> HRESULT {
-                const HRESULT code = response.getCode();
-                if (Succeeded(code)) take(response);
-                return code;
-            });
-        });
-    }
-    template <class Make>
-    HRESULT Call(Make make) {
-        return Call(std::move(make), [](auto&) {});
-    }
-    const Process& Owner() const { return m_process; }
-
-private:
-    RefCount m_count;
-    const Process m_process;
-    std::optional<Client> m_client;  ///< empty only while it goes
-};
-
-HRESULT GiveText(const std::u16string& text, char16_t* out, uint32_t capacity) {
-    CopyText(out, capacity, text.c_str());
-    return S_OK;
-}
 
 class CQmReadMetaBlanket final : public Blanket<IQmReadMeta, ReadMeta::Client, IID_IQmReadMeta> {
 public:
@@ -123,106 +40,9 @@ public:
     }
 };
 
-/// What streams of all types share.
-template <class Interface, const GUID&... Ids>
-class StreamBlanket : public Blanket<Interface, ReadStream::Client, IID_IQmReadStream, Ids...> {
-public:
-    using Base = Blanket<Interface, ReadStream::Client, IID_IQmReadStream, Ids...>;
-    using Base::Base;
-    HRESULT GetType(uint32_t* type) override {
-        if (!type) return E_POINTER;
-        return this->Call([](auto& client) { return client.getTypeRequest(); },
-                          [&](auto& response) { *type = response.getType(); });
-    }
-    HRESULT GetName(char16_t* text, uint32_t capacity) override {
-        if (!text) return E_POINTER;
-        return this->Call(
-            [](auto& client) { return client.getNameRequest(); },
-            [&](auto& response) { GiveText(TextFromWire(response.getText()), text, capacity); });
-    }
-
-protected:
-    /// Memory of that size that the other side sees, made at the first call and where it has to grow.
-    HRESULT Share(uint32_t bytes) {
-        if (m_view && m_view->DataSize() >= bytes) return S_OK;
-        m_view.reset();
-        m_token.emplace(PlainMemoryToken(nullptr, bytes), QMMEMORY_COPY_NONE);
-        _qmmemorytoken token{};
-        if (const HRESULT hr = m_token->GetMemoryToken(&token); Failed(hr)) return hr;
-        const HRESULT hr = this->Call([&](auto& client) {
-            auto request = client.shareRequest();
-            request.setMemory(kj::heap<OpenDescriptor>(static_cast<int>(token.handle)));
-            request.setToken(WireRecord(token));
-            return request;
-        });
-        if (Succeeded(hr)) m_view.emplace(token);
-        return hr;
-    }
-    const void* Shared() const { return m_view->Pointer(); }
-
-private:
-    std::optional<COutOfProcessMemoryToken> m_token;
-    std::optional<CMappingOfQmMemoryToken> m_view;
-};
-
 class CQmReadStreamBlanket final : public StreamBlanket<IQmReadStream> {
 public:
     using StreamBlanket::StreamBlanket;
-};
-
-class CQmReadAudioStreamBlanket final : public StreamBlanket<IQmReadAudioStream, IID_IQmReadAudioStream> {
-public:
-    using StreamBlanket::StreamBlanket;
-    HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override {
-        if (!format) return E_POINTER;
-        QmWaveFormatBlock block{};
-        bool isWhole = false;
-        const HRESULT hr = Call([](auto& client) { return client.getAudioFormatRequest(); },
-                                [&](auto& response) { isWhole = FromWire(response.getFormat(), &block); });
-        if (Failed(hr) || !isWhole) return Failed(hr) ? hr : E_UNEXPECTED;
-        QmAudio_GeneralCopyQmWaveFormat(format, capacity, &block.format);
-        m_frameBytes = block.format.blockAlign;
-        return hr;
-    }
-    HRESULT GetFrames(uint64_t* frames) override {
-        if (!frames) return E_POINTER;
-        return Call([](auto& client) { return client.getFramesRequest(); },
-                    [&](auto& response) { *frames = response.getFrames(); });
-    }
-    HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
-        if (!samples || !got) return E_POINTER;
-        *got = 0;
-        _qmwaveformat format{};
-        if (m_frameBytes == 0)
-            if (const HRESULT hr = GetFormat(&format, sizeof format); Failed(hr)) return hr;
-        if (m_frameBytes == 0) return E_UNEXPECTED;
-        // In pieces, so that memory is bounded whatever is asked for.
-        const uint32_t most = std::max(MOST_SHARED / m_frameBytes, 1u);
-        HRESULT hr = S_OK;
-        while (*got < frames && hr == S_OK) {
-            const uint32_t part = std::min(frames - *got, most);
-            if (const HRESULT shared = Share(std::max(part * m_frameBytes, LEAST_SHARED)); Failed(shared))
-                return shared;
-            uint32_t read = 0;
-            hr = Call(
-                [&](auto& client) {
-                    auto request = client.readAudioRequest();
-                    request.setFrame(frame + *got);
-                    request.setFrames(part);
-                    return request;
-                },
-                [&](auto& response) { read = std::min<uint32_t>(response.getGot(), part); });
-            std::memcpy(static_cast<uint8_t*>(samples) + size_t{*got} * m_frameBytes, Shared(),
-                        size_t{read} * m_frameBytes);
-            *got += read;
-            if (read < part) break;
-        }
-        return hr;
-    }
-
-private:
-    static constexpr uint32_t LEAST_SHARED = 1 << 16, MOST_SHARED = 1 << 22;
-    uint32_t m_frameBytes = 0;
 };
 
 class CQmReadVideoStreamBlanket final : public StreamBlanket<IQmReadVideoStream, IID_IQmReadVideoStream> {
@@ -271,10 +91,10 @@ public:
 /// What the factory knows of a stream's interfaces.
 struct StreamRow {
     const GUID& iid;
-    void* (*make)(Process, ReadStream::Client);
+    void* (*make)(SharedProcess, ReadStream::Client);
 };
 template <class Made, class Interface>
-void* MakeStream(Process process, ReadStream::Client client) {
+void* MakeStream(SharedProcess process, ReadStream::Client client) {
     Interface* made = new Made(std::move(process), kj::mv(client));
     made->AddRef();
     return made;
@@ -364,7 +184,7 @@ public:
 
 class CQmRenderFileBlanket final : public Blanket<IQmRenderFile, RenderFile::Client, IID_IQmRenderFile> {
 public:
-    CQmRenderFileBlanket(Process process, RenderFile::Client client, uint32_t frameBytes)
+    CQmRenderFileBlanket(SharedProcess process, RenderFile::Client client, uint32_t frameBytes)
         : Blanket(std::move(process), kj::mv(client)), m_frameBytes(std::max(frameBytes, 1u)) {}
     HRESULT Write(const void* samples, uint32_t frames) override {
         if (!samples) return E_POINTER;
@@ -474,6 +294,42 @@ public:
             });
     }
 
+    HRESULT GetFields(const tagQMTEMPLATExV2* settings, uint32_t capacity, FIOTEMPLATEFIELD* fields,
+                      uint32_t* count) override {
+        if (!settings || !fields || !count) return E_POINTER;
+        *count = 0;
+        const HRESULT hr = Call(
+            [&](auto& client) {
+                auto request = client.getFieldsRequest();
+                request.setSettings(WireBytes(settings, settings->size));
+                return request;
+            },
+            [&](auto& response) {
+                const auto bytes = response.getFields();
+                *count = static_cast<uint32_t>(bytes.size() / sizeof *fields);
+                if (*count && *count <= capacity) std::memcpy(fields, bytes.begin(), *count * sizeof *fields);
+            });
+        for (uint32_t i = 0; Succeeded(hr) && i < std::min(*count, capacity); i++)
+            if (fields[i].count > FIO_MOST_CHOICES) return *count = 0, E_UNEXPECTED;
+        return Succeeded(hr) && *count > capacity ? MEDIA_E_NO_ROOM : hr;
+    }
+    HRESULT SetField(tagQMTEMPLATExV2** settings, uint32_t field, uint32_t value) override {
+        if (!settings || !*settings) return E_POINTER;
+        tagQMTEMPLATExV2* changed = nullptr;
+        const HRESULT hr = Call(
+            [&](auto& client) {
+                auto request = client.setFieldRequest();
+                request.setSettings(WireBytes(*settings, (*settings)->size));
+                request.setField(field);
+                request.setValue(value);
+                return request;
+            },
+            [&](auto& response) { changed = BlockOf(response.getChanged()); });
+        if (Succeeded(hr) && !changed) return E_UNEXPECTED;
+        if (changed) CoTaskMemFree(std::exchange(*settings, changed));
+        return hr;
+    }
+
 private:
     /// Null for none. What is in it is checked by who uses it, but for its own size.
     static tagQMTEMPLATExV2* BlockOf(capnp::Data::Reader bytes) {
@@ -488,7 +344,7 @@ private:
 
 class LibraryThere final : public PluginLibrary {
 public:
-    LibraryThere(Process process, const std::filesystem::path& library)
+    LibraryThere(SharedProcess process, const std::filesystem::path& library)
         : m_process(std::move(process)), m_library(library.string()) {}
 
     bool IsAlive() const override { return m_process->IsAlive(); }
@@ -547,7 +403,7 @@ private:
         *out = made;
     }
 
-    const Process m_process;
+    const SharedProcess m_process;
     const std::string m_library;
 };
 

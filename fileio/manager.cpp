@@ -6,6 +6,8 @@
 #include "fileio/hardware_decoders.h"
 #include "fileio/identify.h"
 #include "fileio/media_properties.h"
+#include "fileio/open_files.h"
+#include "fileio/template_list.h"
 #include "kernel/codes.h"
 #include "kernel/lang/lang.h"
 #include "kernel/metrics/metrics.h"
@@ -20,6 +22,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 using namespace tarn;
 
@@ -37,6 +40,8 @@ enum OwnMetric : int32_t {
     METRIC_CALL_LIMIT,  ///< milliseconds
 };
 constexpr int32_t CALL_LIMIT = 60000, LEAST_CALL_LIMIT = 100, MOST_CALL_LIMIT = 3600000;
+
+constexpr int64_t LONG_FILE = int64_t{256} << 20;  ///< to look through which takes a while
 
 const char HERE = 0;
 
@@ -211,11 +216,39 @@ public:
             const HRESULT hr = *reader == GUID{} ? m_identifier.Identify(path, LastUsedReader(), &found)
                                                  : m_identifier.OpenWith(path, *reader, &found);
             *reader = found.reader;
-            *out = found.file.Detach();
+            if (Succeeded(hr)) *out = OpenFiles::Track(m_open, std::move(found.file), found.reader, path);
             return hr;
         });
     }
-    HRESULT EditTemplate(const GUID&, tagQMTEMPLATExV2**) override { return E_NOTIMPL; }
+    HRESULT EditTemplate(const GUID& renderer, tagQMTEMPLATExV2** settings) override {
+        if (!settings) return E_POINTER;
+        TemplateEditor editor;
+        {
+            const CriticalSectionLock lock(m_logLock);
+            editor = m_editor;
+        }
+        if (!editor.proc) return E_NOTIMPL;
+        ComPtr<IQmRenderFileClass> code;
+        if (const HRESULT hr = GetRendererClass(renderer, code.Out()); Failed(hr)) return hr;
+        tagQMTEMPLATExV2* block = nullptr;
+        HRESULT hr = *settings ? QmFio_CopyTemplate(&block, *settings)
+                               : QmFio_MakeProjectDefaultTemplate(this, &renderer, &block);
+        if (Succeeded(hr) && block->renderer != renderer) hr = MEDIA_E_BAD_TEMPLATE;
+        if (Succeeded(hr)) hr = editor.proc(editor.context, code.Get(), &block);
+        OwnedTemplate edited(block);
+        if (hr != S_OK) return hr;
+        if (!IsSoundTemplate(block) || block->renderer != renderer || code->CheckTemplate(block) != S_OK)
+            return MEDIA_E_BAD_TEMPLATE;
+        hr = QmFio_InitGUIDFromTemplateMD5DataHash(&block->id, block, 1);
+        if (Failed(hr)) return hr;
+        CoTaskMemFree(std::exchange(*settings, edited.release()));
+        return S_OK;
+    }
+    HRESULT SetTemplateEditor(FIOEDITTEMPLATEPROC proc, uintptr_t context) override {
+        const CriticalSectionLock lock(m_logLock);
+        m_editor = {proc, context};
+        return S_OK;
+    }
 
     HRESULT Init(uint32_t flags) override {
         return Guarded([&] { return Start(flags, UsualFolders()); });
@@ -289,8 +322,29 @@ public:
             return MEDIA_E_UNSUPPORTED_FORMAT;
         });
     }
-    HRESULT FindLockedReader(const char16_t*, GUID*) override { return E_NOTIMPL; }
-    HRESULT IsOpenProgressNeeded(const char16_t*) override { return S_FALSE; }
+    HRESULT FindLockedReader(const char16_t* path, GUID* reader) override {
+        if (!path || !reader) return E_POINTER;
+        *reader = {};
+        return Guarded([&] {
+            const std::optional<GUID> held = m_open->ReaderOf(path);
+            if (held) *reader = *held;
+            return held ? S_OK : MEDIA_E_UNSUPPORTED_FORMAT;
+        });
+    }
+    HRESULT IsOpenProgressNeeded(const char16_t* path) override {
+        if (!path) return E_POINTER;
+        return Guarded([&]() -> HRESULT {
+            const auto stamp = StampOf(PathFromWide(path));
+            if (!stamp) return MEDIA_E_OPEN;
+            const std::string extension = ExtensionOf(path);
+            for (const PluginSummary& s : m_plugins.All()) {
+                if (!s.Has(PluginRole::Reader) || !HasExtension(s.readExtensions, extension)) continue;
+                // Another process may have to be started for it.
+                return s.group >= 0 || stamp->bytes > LONG_FILE ? S_OK : S_FALSE;
+            }
+            return S_OK;  // all readers are asked
+        });
+    }
     HRESULT GetPluginCount(uint32_t* count) override {
         if (!count) return E_POINTER;
         *count = static_cast<uint32_t>(m_plugins.Count());
@@ -370,7 +424,6 @@ public:
     HRESULT Reserved5() override { return E_NOTIMPL; }
     HRESULT Reserved6() override { return E_NOTIMPL; }
     HRESULT Reserved7() override { return E_NOTIMPL; }
-    HRESULT Reserved8() override { return E_NOTIMPL; }
     HRESULT Reserved9() override { return E_NOTIMPL; }
 
 private:
@@ -496,6 +549,10 @@ private:
     const uint32_t m_langId;
     CriticalSection m_lock, m_logLock;
     ComPtr<IQmFioLogger> m_logger;
+    struct TemplateEditor {
+        FIOEDITTEMPLATEPROC proc = nullptr;
+        uintptr_t context = 0;
+    } m_editor;
     HQMMETRIC m_metrics = nullptr;
     std::vector<HardwareDecoder> m_decoders;
     std::vector<fs::path> m_folders;
@@ -504,6 +561,7 @@ private:
     std::optional<Surrogates> m_surrogates;
     PluginList m_plugins;
     FileIdentifier m_identifier;
+    const std::shared_ptr<OpenFiles> m_open = std::make_shared<OpenFiles>();
     ComPtr<IQmReadFile> m_described;
 };
 

@@ -78,6 +78,10 @@ enum FIO_DECODERS : uint32_t {
     FIO_DECODER_NVIDIA = 8,
 };
 
+/// S_OK with a changed block in the place of *settings, S_FALSE where the person leaves it as it is.
+typedef HRESULT (*FIOEDITTEMPLATEPROC)(uintptr_t context, IQmRenderFileClass* renderer,
+                                       tagQMTEMPLATExV2** settings);
+
 struct IQmFileIOManager : IUnknown {
     virtual uint32_t GetLangID() = 0;
     virtual HRESULT Reserved1() = 0;
@@ -121,7 +125,10 @@ struct IQmFileIOManager : IUnknown {
     virtual HRESULT OpenReader(const char16_t* path, IQmReadFile** out) = 0;
     /// With one reader, or by identification where that is zeros; then *reader tells which it was.
     virtual HRESULT OpenReaderEx(const char16_t* path, GUID* reader, IQmReadFile** out) = 0;
-    /// E_NOTIMPL: programs have their own windows for it.
+    /// Has the program's editor change a template of the renderer, or its default where *settings is null.
+    /// S_OK with another block in its place, S_FALSE where the person wants none of it, and
+    /// MEDIA_E_BAD_TEMPLATE, which leaves *settings alone, where the renderer cannot work so. E_NOTIMPL
+    /// without an editor.
     virtual HRESULT EditTemplate(const GUID& renderer, tagQMTEMPLATExV2** settings) = 0;
 };
 
@@ -142,8 +149,11 @@ struct IQmFileIOMgrForApp : IQmFileIOManager {
     /// By the name that people see.
     virtual HRESULT FindRenderClassByName(const char16_t* name, IQmRenderFileClass** out) = 0;
     virtual HRESULT Reserved7() = 0;
-    virtual HRESULT FindLockedReader(const char16_t* path, GUID* reader) = 0;  ///< E_NOTIMPL
-    virtual HRESULT IsOpenProgressNeeded(const char16_t* path) = 0;            ///< S_FALSE: opening is quick
+    /// That which holds the file open now, through this manager and under any name.
+    virtual HRESULT FindLockedReader(const char16_t* path, GUID* reader) = 0;
+    /// S_OK where opening may take so long that a person wants to see that it goes on: in another process, of
+    /// a long file, or where the ending tells nothing. S_FALSE where it is quick.
+    virtual HRESULT IsOpenProgressNeeded(const char16_t* path) = 0;
     virtual HRESULT GetPluginCount(uint32_t* count) = 0;
     /// S_OK or S_FALSE, by the place in the list.
     virtual HRESULT IsPluginLoaded(uint32_t index) = 0;
@@ -155,7 +165,8 @@ struct IQmFileIOMgrForApp : IQmFileIOManager {
     virtual HRESULT IsRendererActive(const GUID& id) = 0;
     /// One of FIO_DECODERS that is supported, none or FIO_DECODER_AUTO; kept for the application.
     virtual HRESULT SetGPUAcceleration(uint32_t decoder) = 0;
-    virtual HRESULT Reserved8() = 0;
+    /// The window of a program for templates, called by EditTemplate on its thread. Null takes it back.
+    virtual HRESULT SetTemplateEditor(FIOEDITTEMPLATEPROC proc, uintptr_t context) = 0;
     /// Looks through these folders, with semicolons between them, and no others.
     virtual HRESULT Init(uint32_t flags, const char16_t* folders) = 0;
     /// Adds the libraries of a pointer list of texts.

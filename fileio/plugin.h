@@ -33,7 +33,7 @@ inline constexpr GUID IID_IQmReadTextStream = tarn::Guid("{5E1C2D47-8B1F-4B7E-8E
 inline constexpr GUID IID_IQmReadProjectLinkMeta = tarn::Guid("{5E1C2D48-8B1F-4B7E-8E55-3F6A91D0C701}");
 
 /// Of FIOPLUGININFO. One that tells another number is not used.
-inline constexpr uint32_t FIO_PLUGIN_API = 1;
+inline constexpr uint32_t FIO_PLUGIN_API = 2;
 
 enum FIO_PLUGIN_FLAGS : uint32_t {
     FIO_PLUGIN_IN_PROCESS = 0x10,  ///< may run in the program's own process
@@ -129,6 +129,25 @@ struct IQmRenderFile : IUnknown {
     virtual HRESULT End() = 0;
 };
 
+/// What of a template a person may choose, and the measure of its values. 0 of a rate and of channels is the
+/// source's, and of a bit rate that it varies.
+enum FIO_FIELD : uint32_t {
+    FIO_FIELD_TYPE = 1,  ///< QMSAMPLETYPE
+    FIO_FIELD_RATE,
+    FIO_FIELD_CHANNELS,
+    FIO_FIELD_BIT_RATE,  ///< bits a second
+    FIO_FIELD_QUALITY,   ///< 0 to 10, the best
+    FIO_FIELD_LEVEL,     ///< the higher the smaller, without loss
+};
+inline constexpr size_t FIO_MOST_CHOICES = 30;
+struct FIOTEMPLATEFIELD {
+    uint32_t field;
+    uint32_t value;  ///< one of the choices
+    uint32_t count;
+    uint32_t choices[FIO_MOST_CHOICES];
+};
+static_assert(sizeof(FIOTEMPLATEFIELD) == 132);
+
 struct IQmRenderFileClass : IUnknown {
     virtual HRESULT Start(uint32_t langId) = 0;
     /// The templates that come with the renderer. The block is CoTaskMem; S_FALSE behind the last.
@@ -144,6 +163,13 @@ struct IQmRenderFileClass : IUnknown {
     /// ending. `format` is that of the samples to come: the template's, with no zeros.
     virtual HRESULT CreateFile(int32_t descriptor, const char16_t* path, const tagQMTEMPLATExV2* settings,
                                const _qmwaveformat* format, IQmRenderFile** out) = 0;
+    /// What can be chosen in the template, in the order in which people read it. *count tells how many there
+    /// are; MEDIA_E_NO_ROOM where that is more than `capacity`.
+    virtual HRESULT GetFields(const tagQMTEMPLATExV2* settings, uint32_t capacity, FIOTEMPLATEFIELD* fields,
+                              uint32_t* count) = 0;
+    /// A template with that choice, and what follows from it, in the place of *settings. E_INVALIDARG for
+    /// what is no choice.
+    virtual HRESULT SetField(tagQMTEMPLATExV2** settings, uint32_t field, uint32_t value) = 0;
 };
 
 extern "C" {

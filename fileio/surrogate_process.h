@@ -37,6 +37,11 @@ public:
     /// The same without a promise, also when the process is gone: for capabilities to be released.
     void RunPlain(kj::Function<void()> work);
 
+    /// What a call may take.
+    std::chrono::milliseconds CallLimit() const { return m_callLimit; }
+    /// Ends the process: for one that takes longer.
+    void Kill();
+
     /// On the connection's thread, after Start.
     surrogate::Plugins::Client& Plugins() { return *m_plugins; }
 
@@ -44,7 +49,6 @@ private:
     int Spawn(const std::filesystem::path& program, uint32_t langId, int* socket);
     void Loop(int socket, std::promise<HRESULT>& ready);
     kj::Promise<HRESULT> Connect(int triesLeft);
-    void Kill();
 
     const std::chrono::milliseconds m_callLimit;
     int m_process = 0;

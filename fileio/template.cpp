@@ -17,11 +17,6 @@ constexpr uint32_t HEAD = sizeof(tagQMTEMPLATExV2), SMALLEST = HEAD + 4;
 /// No renderer's settings are so large; a number beyond it is a sign of damage.
 constexpr uint32_t LARGEST = uint32_t{64} << 20;
 
-struct FreeBlock {
-    void operator()(tagQMTEMPLATExV2* block) const { CoTaskMemFree(block); }
-};
-using OwnedTemplate = std::unique_ptr<tagQMTEMPLATExV2, FreeBlock>;
-
 uint64_t TextOffset(uint64_t dataSize) { return HEAD + ((dataSize + 3) & ~uint64_t{3}); }
 
 bool IsPart(uint32_t size) { return size == 0 || size == FIO_TEMPLATE_PART_BYTES; }
@@ -254,6 +249,15 @@ HRESULT QmFio_LoadRawUserTemplate(const GUID* renderer, const char16_t* file, ta
     OwnedTemplate block(loaded);
     *settings = nullptr;
     if (Failed(hr)) return hr;
+    if (loaded->version >> 24 == FIO_TEMPLATE_V1 >> 24) {
+        tagQMTEMPLATExV2* uplifted = nullptr;
+        hr = QmFio_UpliftTemplateV1(&uplifted, reinterpret_cast<const tagQMTEMPLATEV1*>(loaded));
+        block.reset(uplifted);
+        if (Failed(hr)) return hr;
+        if (uplifted->renderer != *renderer) return MEDIA_E_BAD_TEMPLATE;
+        *settings = block.release();
+        return S_OK;
+    }
     if (!IsSoundTemplate(loaded) || loaded->renderer != *renderer) return MEDIA_E_BAD_TEMPLATE;
     hr = QmFio_InitGUIDFromTemplateMD5DataHash(&loaded->id, loaded, 1);
     if (Failed(hr)) return hr;

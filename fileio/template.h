@@ -9,6 +9,7 @@
 #include "kernel/list.h"
 #include "mediafile/media_codes.h"
 
+#include <memory>
 #include <span>
 #include <string>
 
@@ -60,7 +61,8 @@ QM_API HRESULT QmFio_InitBasicAudioTemplate(tagQMTEMPLATExV2* settings, const _q
 
 /// Replaces the file.
 QM_API HRESULT QmFio_SaveTemplateData(const tagQMTEMPLATExV2* settings, const char16_t* file);
-/// A file of the user's for a renderer: checked as above, and its id is what its content makes it.
+/// A file of the user's for a renderer: checked as above, and its id is what its content makes it. One of the
+/// first version is made a block of today.
 QM_API HRESULT QmFio_LoadRawUserTemplate(const GUID* renderer, const char16_t* file,
                                          tagQMTEMPLATExV2** settings);
 
@@ -69,7 +71,14 @@ QM_API uint32_t QmFio_GetTemplateDataCRC32(const tagQMTEMPLATExV2* settings, BOO
 /// The same content always has the same id.
 QM_API HRESULT QmFio_InitGUIDFromTemplateMD5DataHash(GUID* id, const tagQMTEMPLATExV2* settings,
                                                      BOOL withTexts);
+/// Whether it was made of one of the first version, which its id tells.
 QM_API BOOL QmFio_IsUpliftedV1Template(const tagQMTEMPLATExV2* settings);
+/// A block of the first version from the stream's next `size` bytes; with `hasSize` its first word, which is
+/// `size`, has been read already. Statuses as of QmFio_LoadTemplateData.
+QM_API HRESULT QmFio_LoadTemplateDataV1(tagQMTEMPLATEV1** templateV1, IStream* stream, uint32_t size,
+                                        BOOL hasSize);
+/// The same settings as a block of today.
+QM_API HRESULT QmFio_UpliftTemplateV1(tagQMTEMPLATExV2** settings, const tagQMTEMPLATEV1* templateV1);
 
 /// The mask chooses the audio part, else the video part; S_FALSE where the template has none of it.
 /// E_INVALIDARG for null, a size other than 4, and what is no FIO_TEMPLATE_INFO.
@@ -92,6 +101,11 @@ QM_API HRESULT QmFio_LoadTemplateData(tagQMTEMPLATExV2** settings, IStream* stre
                                       const GUID* renderer);
 
 namespace tarn {
+
+struct FreeTemplate {
+    void operator()(tagQMTEMPLATExV2* block) const { CoTaskMemFree(block); }
+};
+using OwnedTemplate = std::unique_ptr<tagQMTEMPLATExV2, FreeTemplate>;
 
 /// Whether the bytes are a block of which every field can be used.
 QM_API bool IsSoundTemplate(std::span<const uint8_t> bytes);

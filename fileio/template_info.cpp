@@ -132,17 +132,6 @@ HRESULT QmFio_InitGUIDFromTemplateMD5DataHash(GUID* id, const tagQMTEMPLATExV2* 
     });
 }
 
-BOOL QmFio_IsUpliftedV1Template(const tagQMTEMPLATExV2* settings) {
-    constexpr uint64_t MARK = 0x110000801010;
-    constexpr size_t AT = 46 - offsetof(tagQMTEMPLATExV2, id);
-    if (!settings || settings->version != FIO_TEMPLATE_V2) return 0;
-    uint8_t id[sizeof(GUID)];
-    std::memcpy(id, &settings->id, sizeof id);
-    uint64_t mark = 0;
-    std::memcpy(&mark, id + AT, sizeof mark);
-    return mark == MARK && id[14] == 0 && id[15] == 0;
-}
-
 HRESULT QmFio_GetTemplateInfo(const tagQMTEMPLATExV2* settings, uint32_t mask, void* value, uint32_t size,
                               uint32_t which) {
     if (!settings || !value || size != sizeof(uint32_t)) return E_INVALIDARG;

@@ -4,7 +4,6 @@
 #include "platform/guarded.h"
 #include "platform/guid_text.h"
 #include "platform/memory.h"
-#include "platform/stream.h"
 #include "platform/text.h"
 #include "platform/user_folders.h"
 
@@ -27,16 +26,11 @@ struct FIOTEMPLATECACHE {
 
 namespace {
 
-constexpr uint32_t STREAM_HEAD = 12;
 /// A number beyond it is a sign of damage.
 constexpr uint32_t LARGEST = uint32_t{64} << 20;
 constexpr char ENDING[] = ".tarn-template";
 constexpr int32_t METRIC_LAST_TEMPLATE = 2010;
 
-struct FreeBlock {
-    void operator()(tagQMTEMPLATExV2* block) const { CoTaskMemFree(block); }
-};
-using OwnedTemplate = std::unique_ptr<tagQMTEMPLATExV2, FreeBlock>;
 using Templates = std::vector<OwnedTemplate>;
 
 fs::path FolderOf(const GUID& renderer) {
@@ -130,45 +124,6 @@ std::unique_ptr<FIOTEMPLATECACHE> MakeCache(IQmFileIOMgrForApp* manager, const G
 }  // namespace
 
 extern "C" {
-
-HRESULT QmFio_MakeTemplateListIStream(HQMLIST list, IStream** out) {
-    if (!list || !out) return E_POINTER;
-    *out = nullptr;
-    ComPtr<IStream> stream;
-    *stream.Out() = CreateMemoryStream();
-    if (!stream) return E_OUTOFMEMORY;
-    const uint32_t head[STREAM_HEAD / sizeof(uint32_t)] = {0, 0, static_cast<uint32_t>(list->count)};
-    HRESULT hr = stream->Write(head, sizeof head, nullptr);
-    for (const tagQMTEMPLATExV2* t : QmList_Pointers<tagQMTEMPLATExV2>(list))
-        if (Succeeded(hr)) hr = stream->Write(t, t->size, nullptr);
-    if (Succeeded(hr)) hr = stream->Seek(0, STREAM_SEEK_SET, nullptr);
-    if (Succeeded(hr)) *out = stream.Detach();
-    return hr;
-}
-
-HRESULT QmFio_AddTemplatesToListFromIStream(HQMLIST list, IStream* stream) {
-    if (!list || !stream) return E_POINTER;
-    if (const HRESULT hr = stream->Seek(0, STREAM_SEEK_SET, nullptr); Failed(hr)) return hr;
-    int32_t head[STREAM_HEAD / sizeof(int32_t)];
-    uint32_t got = 0;
-    if (Failed(stream->Read(head, sizeof head, &got)) || got != sizeof head) return E_FAIL;
-    if (head[2] < 1) return stream->Seek(0, STREAM_SEEK_SET, nullptr);
-    for (int32_t i = 0; i < head[2]; i++) {
-        uint32_t size = 0;
-        if (Failed(stream->Read(&size, sizeof size, &got)) || got != sizeof size) return E_FAIL;
-        if (size < sizeof(tagQMTEMPLATExV2) || size > LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
-        OwnedTemplate block(static_cast<tagQMTEMPLATExV2*>(CoTaskMemAlloc(size)));
-        if (!block) return E_OUTOFMEMORY;
-        block->size = size;
-        const uint32_t rest = size - sizeof size;
-        if (Failed(stream->Read(&block->version, rest, &got)) || got != rest) return MEDIA_E_UNKNOWN_FORMAT;
-        const void* item = block.get();
-        if (const HRESULT hr = QmList_InsertList(list, -1, static_cast<const void*>(&item), -1); Failed(hr))
-            return hr;
-        (void)block.release();  // the list's now
-    }
-    return S_OK;
-}
 
 HRESULT QmFio_GetTemplateList(IQmFileIOMgrForApp* manager, const GUID* renderer, HQMLIST list) {
     return QmFio_GetFilteredTemplateList(manager, renderer, list, 0, nullptr, 0, 0);

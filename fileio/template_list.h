@@ -20,7 +20,8 @@ struct FIOTEMPLATECACHE;
 
 extern "C" {
 
-/// A head of 12 bytes, of which the last four count the blocks, and the blocks. It stands at its start.
+/// A head of 12 bytes, of which the last four count the blocks, and the blocks as they are now. It stands at
+/// its start, is read alone, and can be cloned and copied to others.
 QM_API HRESULT QmFio_MakeTemplateListIStream(HQMLIST list, IStream** out);
 /// Adds the blocks of such a stream, from its start. What was added before a failure stays.
 QM_API HRESULT QmFio_AddTemplatesToListFromIStream(HQMLIST list, IStream* stream);

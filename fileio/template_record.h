@@ -53,7 +53,23 @@ struct tagQMTEMPLATExV2 {
     const uint8_t* Data() const { return reinterpret_cast<const uint8_t*>(this + 1); }
     uint8_t* Data() { return reinterpret_cast<uint8_t*>(this + 1); }
 };
+
+/// As it was once: of sound alone, with the data right behind the record, and the texts as above.
+struct tagQMTEMPLATEV1 {
+    uint32_t size;     ///< of the whole block
+    uint32_t version;  ///< FIO_TEMPLATE_V1
+    uint32_t identifier[2];
+    GUID renderer;
+    _qmwaveformat format;
+    uint16_t reserved;
+    uint32_t bitRate;
+    uint32_t textChars;
+    uint32_t dataSize;
+
+    const uint8_t* Data() const { return reinterpret_cast<const uint8_t*>(this + 1); }
+};
 #pragma pack(pop)
+static_assert(sizeof(tagQMTEMPLATEV1) == 80 && offsetof(tagQMTEMPLATEV1, textChars) == 72);
 
 static_assert(sizeof(FIOTEMPLATEAUDIO) == FIO_TEMPLATE_PART_BYTES &&
               sizeof(FIOTEMPLATEVIDEO) == FIO_TEMPLATE_PART_BYTES);

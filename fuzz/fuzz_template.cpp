@@ -31,6 +31,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (Succeeded(QmFio_LoadTemplateData(&t, fuzz.Path()))) Ask(t);
     CoTaskMemFree(t);
 
+    ComPtr<IStream> old;
+    *old.Out() = CreateMemoryStream();
+    old->Write(data, static_cast<uint32_t>(size), nullptr);
+    for (const BOOL hasSize : {0, 1}) {
+        tagQMTEMPLATEV1* v1 = nullptr;
+        tagQMTEMPLATExV2* uplifted = nullptr;
+        old->Seek(hasSize ? 4 : 0, STREAM_SEEK_SET, nullptr);
+        if (Succeeded(QmFio_LoadTemplateDataV1(&v1, old.Get(), static_cast<uint32_t>(size), hasSize)) &&
+            Succeeded(QmFio_UpliftTemplateV1(&uplifted, v1))) {
+            if (!QmFio_IsUpliftedV1Template(uplifted)) std::abort();
+            Ask(uplifted);
+        }
+        CoTaskMemFree(v1);
+        CoTaskMemFree(uplifted);
+    }
+
     tQMLIST record{};
     HQMLIST list = &record;
     QmList_CreateExZ(&list, 0, -1, -1, QMLIST_HEAP | QMLIST_IN_PLACE, 0, 0, 0);

@@ -14,10 +14,6 @@ using namespace tarn;
 
 namespace {
 
-struct Closing {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-using OwnedFile = std::unique_ptr<QMFILE, Closing>;
 struct Freeing {
     void operator()(WAVEFORMATEX* wfx) const { MemFree(wfx); }
 };

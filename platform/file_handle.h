@@ -4,6 +4,8 @@
 
 #include "platform/types.h"
 
+#include <memory>
+
 namespace tarn {
 struct FileStamp;
 }
@@ -59,6 +61,11 @@ QM_API uint64_t QmFile_SystemCalls(HQMFILE file);
 }  // extern "C"
 
 namespace tarn {
+struct CloseFile {
+    void operator()(QMFILE* file) const { QmFile_Close(file); }
+};
+using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
+
 /// Of platform/file.h, as it is now. [any-thread]
 QM_API FileStamp StampOf(HQMFILE file);
 }  // namespace tarn

@@ -94,6 +94,29 @@ const AVFrame* Decoder::Next() {
     }
 }
 
+bool Decoder::NextText(AVSubtitle* text, int64_t* start, int64_t* end) {
+    constexpr AVRational MICROSECONDS{1, AV_TIME_BASE};
+    while (av_read_frame(&m_container->Format(), m_packet.get()) >= 0) {
+        const AVPacket& packet = *m_packet;
+        int got = 0;
+        if (packet.stream_index == m_index &&
+            avcodec_decode_subtitle2(m_codec.get(), text, &got, m_packet.get()) < 0)
+            got = 0;
+        const AVRational clock = Stream().time_base;
+        const int64_t shown =
+            packet.pts == AV_NOPTS_VALUE ? 0 : av_rescale_q(packet.pts, clock, MICROSECONDS);
+        const int64_t length = av_rescale_q(packet.duration, clock, MICROSECONDS);
+        av_packet_unref(m_packet.get());
+        if (!got) continue;
+        constexpr int64_t MILLISECOND = 1000;
+        const bool isTold = text->end_display_time > 0 && text->end_display_time != UINT32_MAX;
+        *start = shown + text->start_display_time * MILLISECOND;
+        *end = shown + (isTold ? text->end_display_time * MILLISECOND : length);
+        return true;
+    }
+    return false;
+}
+
 bool Decoder::SeekBefore(int64_t time) {
     if (av_seek_frame(&m_container->Format(), m_index, time, AVSEEK_FLAG_BACKWARD) < 0) return false;
     avcodec_flush_buffers(m_codec.get());

@@ -43,6 +43,9 @@ public:
     AVCodecContext& Codec() const { return *m_codec; }
     /// The next frame, until the next call; null at the end and where the file cannot be read on.
     const AVFrame* Next();
+    /// Of a stream of texts, likewise, with its time in microseconds. *text is the caller's, for
+    /// avsubtitle_free.
+    bool NextText(AVSubtitle* text, int64_t* start, int64_t* end);
     /// To a frame at or before that time, of the stream's own clock. False where it cannot be reached.
     bool SeekBefore(int64_t time);
 

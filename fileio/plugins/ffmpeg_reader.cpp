@@ -1,17 +1,15 @@
 // The plug-in of what FFmpeg's libraries read: sound, pictures and texts of MP4, MOV, Matroska, WebM and
 // more.
 #include "audio/audio_copy.h"
-#include "fileio/meta_chunks.h"
 #include "fileio/plugins/ffmpeg_decoder.h"
 #include "fileio/plugins/plugin_entry.h"
-#include "mediafile/media_codes.h"
+#include "fileio/plugins/sound_reader.h"
 #include "mediafile/meta/meta_values.h"
-#include "platform/counted.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fcntl.h>
@@ -79,7 +77,7 @@ QMSAMPLETYPE TypeOf(int format) {
     return row == std::end(SAMPLES) ? QMSAMPLE_UNKNOWN : row->type;
 }
 
-class AudioStream final : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
+class AudioStream final : public SoundStream {
 public:
     bool Open(SharedFile file, int index) {
         m_file = std::move(file);
@@ -96,18 +94,25 @@ public:
         m_frameBytes = QmAudio_BytesFromSampleType(decoded) * m_channels;
         const AVStream& stream = m_decoder.Stream();
         const AVRational clock{1, static_cast<int>(m_rate)};
-        m_start = stream.start_time == AV_NOPTS_VALUE ? 0 : stream.start_time;
+        // The first sample that comes is frame 0, whatever time the container begins at.
+        const AVFrame* first = m_decoder.Next();
+        if (!first) return false;
+        m_start = first->pts != AV_NOPTS_VALUE          ? first->pts
+                  : stream.start_time != AV_NOPTS_VALUE ? stream.start_time
+                                                        : 0;
+        if (!TakeBlock(*first)) return false;
         m_frames = stream.duration > 0
                        ? av_rescale_q(stream.duration, stream.time_base, clock)
                        : av_rescale_q(std::max<int64_t>(m_file->container.Format().duration, 0), MICROSECONDS,
                                       clock);
+        const bool countsFrames = stream.time_base.den == clock.den && stream.time_base.num == 1;
+        if (stream.duration <= 0 || !countsFrames) FindEnd(index);
         // One channel needs no place.
         const bool hasPlaces = p.ch_layout.order == AV_CHANNEL_ORDER_NATIVE && m_channels > 1;
         m_layout = hasPlaces ? static_cast<uint32_t>(p.ch_layout.u.mask) : 0;
         return m_frames > 0;
     }
 
-    HRESULT GetType(uint32_t* type) override { return type ? (*type = FIO_STREAM_AUDIO, S_OK) : E_POINTER; }
     HRESULT GetName(char16_t* text, uint32_t capacity) override {
         return StreamName(m_decoder.Stream(), text, capacity);
     }
@@ -116,40 +121,32 @@ public:
         format->Init(m_rate, m_type, m_channels, m_layout, capacity);
         return S_OK;
     }
-    HRESULT GetFrames(uint64_t* frames) override {
-        return frames ? (*frames = static_cast<uint64_t>(m_frames), S_OK) : E_POINTER;
-    }
-    HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
-        if (!samples || !got) return E_POINTER;
-        *got = 0;
-        if (frame >= static_cast<uint64_t>(m_frames)) return S_OK;
-        return Guarded([&]() -> HRESULT {
-            const auto wanted =
-                static_cast<uint32_t>(std::min<uint64_t>(frames, static_cast<uint64_t>(m_frames) - frame));
-            const size_t bytes = size_t{wanted} * m_frameBytes;
-            m_wide.assign(bytes, 0);
-            if (m_type == QMSAMPLE_PCM8) std::ranges::fill(m_wide, uint8_t{0x80});
-            if (!MoveTo(static_cast<int64_t>(frame))) return MEDIA_E_READ;
-            // Where the last frames are fewer than the header tells there is silence.
-            for (uint32_t done = 0; done < wanted;) {
-                const int64_t at = static_cast<int64_t>(frame) + done;
-                if (at >= m_blockEnd && !NextBlock()) break;
-                if (at < m_blockAt) {  // a gap
-                    done += static_cast<uint32_t>(std::min<int64_t>(wanted - done, m_blockAt - at));
-                    continue;
-                }
-                const auto part = static_cast<uint32_t>(std::min<int64_t>(wanted - done, m_blockEnd - at));
-                if (at < m_blockEnd)
-                    std::memcpy(&m_wide[size_t{done} * m_frameBytes],
-                                &m_block[static_cast<size_t>(at - m_blockAt) * m_frameBytes],
-                                size_t{part} * m_frameBytes);
-                if (at < m_blockEnd) done += part;
+
+protected:
+    uint64_t Frames() const override { return static_cast<uint64_t>(m_frames); }
+    HRESULT ReadInside(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
+        m_wide.assign(size_t{frames} * m_frameBytes, 0);
+        if (m_type == QMSAMPLE_PCM8) std::ranges::fill(m_wide, uint8_t{0x80});
+        if (!MoveTo(static_cast<int64_t>(frame))) return MEDIA_E_READ;
+        // Where the last frames are fewer than the header tells there is silence.
+        for (uint32_t done = 0; done < frames;) {
+            const int64_t at = static_cast<int64_t>(frame) + done;
+            if (at >= m_blockEnd && !NextBlock()) break;
+            if (at < m_blockAt) {  // a gap
+                done += static_cast<uint32_t>(std::min<int64_t>(frames - done, m_blockAt - at));
+                continue;
             }
-            QmAudio_GetCopyFunction2(m_type, m_decodedType)(samples, m_wide.data(),
-                                                            int64_t{wanted} * m_channels, 1.0f);
-            *got = wanted;
-            return S_OK;
-        });
+            if (at >= m_blockEnd) continue;
+            const auto part = static_cast<uint32_t>(std::min<int64_t>(frames - done, m_blockEnd - at));
+            std::memcpy(&m_wide[size_t{done} * m_frameBytes],
+                        &m_block[static_cast<size_t>(at - m_blockAt) * m_frameBytes],
+                        size_t{part} * m_frameBytes);
+            done += part;
+        }
+        QmAudio_GetCopyFunction2(m_type, m_decodedType)(samples, m_wide.data(), int64_t{frames} * m_channels,
+                                                        1.0f);
+        *got = frames;
+        return S_OK;
     }
 
 private:
@@ -164,15 +161,38 @@ private:
         m_blockAt = m_blockEnd = frame == 0 ? 0 : -1;
         return m_decoder.SeekBefore(m_start + av_rescale_q(from, clock, m_decoder.Stream().time_base));
     }
+    /// By its time; below 0 where that is not told.
+    int64_t PlaceOf(const AVFrame& f) const {
+        const AVRational clock{1, static_cast<int>(m_rate)};
+        return f.pts == AV_NOPTS_VALUE ? -1
+                                       : av_rescale_q(f.pts - m_start, m_decoder.Stream().time_base, clock);
+    }
+    /// What containers tell of their length is too coarse to lose nothing at the end, so that is looked at.
+    void FindEnd(int index) {
+        Decoder tail;
+        if (!tail.Open(m_file->descriptor, index)) return;
+        const int64_t from = m_frames - int64_t{m_rate} * 3;
+        const AVRational clock{1, static_cast<int>(m_rate)};
+        if (from > 0 && !tail.SeekBefore(m_start + av_rescale_q(from, clock, tail.Stream().time_base)))
+            return;
+        int64_t end = from > 0 ? -1 : 0, left = int64_t{m_rate} * 60;
+        for (const AVFrame* f = tail.Next(); f && left > 0; f = tail.Next()) {
+            if (end < 0) end = PlaceOf(*f);
+            if (end >= 0) end += f->nb_samples;
+            left -= f->nb_samples;
+        }
+        if (end > 0) m_frames = end;
+    }
     bool NextBlock() {
         const AVFrame* f = m_decoder.Next();
-        if (!f || f->nb_samples <= 0 || TypeOf(f->format) != m_decodedType ||
+        return f && TakeBlock(*f);
+    }
+    bool TakeBlock(const AVFrame& frame) {
+        const AVFrame* const f = &frame;
+        if (f->nb_samples <= 0 || TypeOf(f->format) != m_decodedType ||
             f->ch_layout.nb_channels != static_cast<int>(m_channels))
             return false;
-        const AVRational clock{1, static_cast<int>(m_rate)};
-        const int64_t told = f->pts == AV_NOPTS_VALUE
-                                 ? -1
-                                 : av_rescale_q(f->pts - m_start, m_decoder.Stream().time_base, clock);
+        const int64_t told = PlaceOf(*f);
         // Clocks of a millisecond are too coarse to tell a frame; what follows without a gap goes on.
         const bool goesOn = m_blockEnd >= 0 && (told < 0 || std::abs(told - m_blockEnd) <= m_rate / 500 + 1);
         m_blockAt = goesOn ? m_blockEnd : std::max<int64_t>(told, 0);
@@ -275,6 +295,68 @@ private:
     SwsContext* m_scaler = nullptr;
 };
 
+/// The words of a line of the decoders' own form: fields, and signs for how it looks.
+std::string PlainText(std::string_view line) {
+    constexpr int FIELDS = 8;
+    for (int i = 0; i < FIELDS && line.find(',') != line.npos; i++) line.remove_prefix(line.find(',') + 1);
+    std::string text;
+    while (!line.empty()) {
+        const size_t close = line.front() == '{' ? line.find('}') : line.npos;
+        if (close != line.npos) {
+            line.remove_prefix(close + 1);
+            continue;
+        }
+        const std::string_view sign = line.substr(0, 2);
+        const bool isBreak = sign == "\\N" || sign == "\\n", isSpace = sign == "\\h";
+        text += isBreak ? '\n' : isSpace ? ' ' : line.front();
+        line.remove_prefix(isBreak || isSpace ? 2 : 1);
+    }
+    while (text.ends_with('\n') || text.ends_with('\r')) text.pop_back();
+    return text;
+}
+
+bool IsText(AVCodecID codec) {
+    const AVCodecDescriptor* known = avcodec_descriptor_get(codec);
+    return known && known->props & AV_CODEC_PROP_TEXT_SUB;
+}
+
+class TextStream final : public Counted<IQmReadTextStream, IID_IQmReadStream, IID_IQmReadTextStream> {
+public:
+    bool Open(SharedFile file, int index) {
+        m_file = std::move(file);
+        return m_decoder.Open(m_file->descriptor, index);
+    }
+    HRESULT GetType(uint32_t* type) override { return type ? (*type = FIO_STREAM_TEXT, S_OK) : E_POINTER; }
+    HRESULT GetName(char16_t* text, uint32_t capacity) override {
+        return StreamName(m_decoder.Stream(), text, capacity);
+    }
+    HRESULT ReadNext(int64_t* start, int64_t* end, char16_t* text, uint32_t capacity) override {
+        if (!start || !end || !text) return E_POINTER;
+        return Guarded([&] {
+            constexpr int64_t UNITS = 10;  // of 100 ns in a microsecond
+            std::string words;
+            while (words.empty()) {
+                AVSubtitle shown{};
+                if (!m_decoder.NextText(&shown, start, end)) return S_FALSE;
+                for (unsigned i = 0; i < shown.num_rects; i++) {
+                    const AVSubtitleRect& part = *shown.rects[i];
+                    const std::string line = part.ass ? PlainText(part.ass) : part.text ? part.text : "";
+                    if (!line.empty()) words += (words.empty() ? "" : "\n") + line;
+                }
+                avsubtitle_free(&shown);
+            }
+            *start *= UNITS;
+            *end *= UNITS;
+            CopyText(text, capacity, Utf16FromUtf8(words).c_str());
+            return S_OK;
+        });
+    }
+
+private:
+    SharedFile m_file;
+    Decoder m_decoder;
+};
+
 struct TextRow {
     const char *tag, *key;
 };
@@ -300,25 +382,22 @@ public:
         if (index >= m_file->streams.size()) return E_INVALIDARG;
         return Guarded([&] {
             const int which = m_file->streams[index];
-            const bool isVideo =
-                m_file->container.Format().streams[which]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
-            return isVideo ? Give(new VideoStream, which, iid, out) : Give(new AudioStream, which, iid, out);
+            switch (m_file->container.Format().streams[which]->codecpar->codec_type) {
+            case AVMEDIA_TYPE_VIDEO: return Give(new VideoStream, which, iid, out);
+            case AVMEDIA_TYPE_SUBTITLE: return Give(new TextStream, which, iid, out);
+            default: return Give(new AudioStream, which, iid, out);
+            }
         });
     }
     HRESULT GetMeta(const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        return Guarded([&]() -> HRESULT {
-            if (iid != IID_IQmReadMeta) return S_FALSE;
+        return GiveMeta(iid, out, [&] {
             MetaDocument document;
             document.container = MediaContainer::Wave;
             for (const TextRow& row : TEXTS)
                 if (const std::string text = TagOf(m_file->container.Format().metadata, row.tag);
                     !text.empty())
                     SetMetaValue(document, row.key, text);
-            IQmReadMeta* meta = MakeMeta(document);
-            *out = meta;
-            return meta ? S_OK : S_FALSE;
+            return document;
         });
     }
 
@@ -362,7 +441,8 @@ public:
             const AVFormatContext& format = file->container.Format();
             for (unsigned i = 0; i < format.nb_streams; i++) {
                 const AVCodecParameters& p = *format.streams[i]->codecpar;
-                const bool isRead = p.codec_type == AVMEDIA_TYPE_AUDIO || p.codec_type == AVMEDIA_TYPE_VIDEO;
+                const bool isRead = p.codec_type == AVMEDIA_TYPE_AUDIO ||
+                                    p.codec_type == AVMEDIA_TYPE_VIDEO || IsText(p.codec_id);
                 const bool isCover = format.streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC;
                 if (isRead && !isCover && avcodec_find_decoder(p.codec_id))
                     file->streams.push_back(static_cast<int>(i));

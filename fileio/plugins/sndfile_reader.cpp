@@ -1,15 +1,9 @@
 #include "audio/audio_copy.h"
-#include "fileio/meta_chunks.h"
 #include "fileio/plugins/sndfile_formats.h"
 #include "fileio/plugins/sndfile_texts.h"
-#include "mediafile/media_codes.h"
+#include "fileio/plugins/sound_reader.h"
 #include "mediafile/meta/meta_values.h"
-#include "platform/counted.h"
-#include "platform/guarded.h"
-#include "platform/text.h"
 
-#include <algorithm>
-#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -65,44 +59,32 @@ struct Opened {
     uint64_t at = 0;  ///< of the next frame that is read
 };
 
-class Stream final : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
+class Stream final : public SoundStream {
 public:
     explicit Stream(std::shared_ptr<Opened> file) : m_file(std::move(file)) {}
 
-    HRESULT GetType(uint32_t* type) override { return type ? (*type = FIO_STREAM_AUDIO, S_OK) : E_POINTER; }
-    HRESULT GetName(char16_t* text, uint32_t capacity) override {
-        CopyText(text, capacity, u"");
-        return S_FALSE;
-    }
     HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override {
         if (!format) return E_POINTER;
         format->Init(static_cast<uint32_t>(m_file->info.samplerate), m_file->way->type,
                      static_cast<uint32_t>(m_file->info.channels), 0, capacity);
         return S_OK;
     }
-    HRESULT GetFrames(uint64_t* frames) override {
-        return frames ? (*frames = static_cast<uint64_t>(m_file->info.frames), S_OK) : E_POINTER;
-    }
-    HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
-        if (!samples || !got) return E_POINTER;
-        *got = 0;
+
+protected:
+    uint64_t Frames() const override { return static_cast<uint64_t>(m_file->info.frames); }
+    HRESULT ReadInside(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
         Opened& f = *m_file;
-        const auto all = static_cast<uint64_t>(f.info.frames);
-        if (frame >= all) return S_OK;
-        return Guarded([&]() -> HRESULT {
-            if (!f.MoveTo(frame)) return MEDIA_E_READ;
-            const auto wanted = static_cast<sf_count_t>(std::min<uint64_t>(frames, all - frame));
-            const auto channels = static_cast<size_t>(f.info.channels);
-            const bool isDirect = f.way->type == f.way->passType;
-            if (!isDirect) m_wide.resize(static_cast<size_t>(wanted) * channels * f.way->passBytes);
-            const sf_count_t read = f.way->read(f.sound.get(), isDirect ? samples : m_wide.data(), wanted);
-            *got = static_cast<uint32_t>(std::clamp<sf_count_t>(read, 0, wanted));
-            f.at = frame + *got;
-            if (!isDirect)
-                QmAudio_GetCopyFunction2(f.way->type, f.way->passType)(
-                    samples, m_wide.data(), static_cast<int64_t>(*got * channels), 1.0f);
-            return *got < wanted ? MEDIA_E_READ : S_OK;
-        });
+        if (!f.MoveTo(frame)) return MEDIA_E_READ;
+        const auto channels = static_cast<size_t>(f.info.channels);
+        const bool isDirect = f.way->type == f.way->passType;
+        if (!isDirect) m_wide.resize(size_t{frames} * channels * f.way->passBytes);
+        const sf_count_t read = f.way->read(f.sound.get(), isDirect ? samples : m_wide.data(), frames);
+        *got = static_cast<uint32_t>(std::clamp<sf_count_t>(read, 0, frames));
+        f.at = frame + *got;
+        if (!isDirect)
+            QmAudio_GetCopyFunction2(f.way->type, f.way->passType)(
+                samples, m_wide.data(), static_cast<int64_t>(*got * channels), 1.0f);
+        return *got < frames ? MEDIA_E_READ : S_OK;
     }
 
 private:
@@ -110,42 +92,20 @@ private:
     std::vector<uint8_t> m_wide;
 };
 
-class File final : public Counted<IQmReadFile, IID_IQmReadFile> {
+class File final : public SoundFile<Stream, Opened> {
 public:
-    explicit File(std::shared_ptr<Opened> file) : m_file(std::move(file)) {}
+    using SoundFile::SoundFile;
 
-    HRESULT GetFormatName(char16_t* text, uint32_t capacity) override {
-        return Guarded([&] {
-            CopyText(text, capacity, Utf16FromUtf8(NameOfFormat(m_file->info.format)).c_str());
-            return S_OK;
-        });
+protected:
+    std::string Name(const Opened& file) const override { return NameOfFormat(file.info.format); }
+    MetaDocument Metadata(const Opened& file) const override {
+        MetaDocument document;
+        document.container = MediaContainer::Wave;
+        for (const TextRow& row : TEXTS)
+            if (const char* text = !file.sound ? nullptr : sf_get_string(file.sound.get(), row.which))
+                SetMetaValue(document, row.key, text);
+        return document;
     }
-    HRESULT GetStreamCount(uint32_t* count) override { return count ? (*count = 1, S_OK) : E_POINTER; }
-    HRESULT GetStream(uint32_t index, const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (index > 0) return E_INVALIDARG;
-        return Guarded([&] { return ComPtr(new Stream(m_file))->QueryInterface(iid, out); });
-    }
-    HRESULT GetMeta(const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        return Guarded([&]() -> HRESULT {
-            if (iid != IID_IQmReadMeta) return S_FALSE;
-            MetaDocument document;
-            document.container = MediaContainer::Wave;
-            for (const TextRow& row : TEXTS)
-                if (const char* text =
-                        !m_file->sound ? nullptr : sf_get_string(m_file->sound.get(), row.which))
-                    SetMetaValue(document, row.key, text);
-            IQmReadMeta* meta = MakeMeta(document);
-            *out = meta;
-            return meta ? S_OK : S_FALSE;
-        });
-    }
-
-private:
-    const std::shared_ptr<Opened> m_file;
 };
 
 constexpr std::string_view SIGNATURES[] = {

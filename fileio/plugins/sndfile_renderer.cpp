@@ -1,16 +1,11 @@
 #include "audio/audio_copy.h"
-#include "fileio/extensions.h"
 #include "fileio/meta_chunks.h"
-#include "fileio/plugins/preset.h"
 #include "fileio/plugins/sndfile_formats.h"
 #include "fileio/plugins/sndfile_texts.h"
+#include "fileio/plugins/sound_renderer.h"
 #include "mediafile/meta/meta_values.h"
-#include "platform/counted.h"
-#include "platform/guarded.h"
-#include "platform/text.h"
 
-#include <algorithm>
-#include <vector>
+#include <cmath>
 
 using namespace tarn;
 
@@ -51,7 +46,8 @@ const KindRow* KindOf(int format) {
 constexpr int MP3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, VORBIS = SF_FORMAT_OGG | SF_FORMAT_VORBIS,
               OPUS = SF_FORMAT_OGG | SF_FORMAT_OPUS, FLAC16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16,
               FLAC24 = SF_FORMAT_FLAC | SF_FORMAT_PCM_24;
-constexpr float FLAC_LEVELS = 8;
+constexpr float FLAC_LEVELS = 8, QUALITIES = 10, VARIABLE_MP3 = 0.2f;
+constexpr uint32_t OPUS_RATE = 48000, HIGHEST_MP3_RATE = 48000;
 
 struct PresetRow {
     const char16_t* name = nullptr;
@@ -66,11 +62,11 @@ constexpr PresetRow PRESETS[] = {
     {u"Ogg Vorbis, quality 4", {VORBIS, 0.6f, 0}},
     {u"Ogg Vorbis, quality 6", {VORBIS, 0.4f, 0}},
     {u"Ogg Vorbis, quality 9", {VORBIS, 0.1f, 0}},
-    {u"Opus", {OPUS, -1, 0}, 48000},
+    {u"Opus", {OPUS, 0.8f, 0}, OPUS_RATE},
     {u"MP3, 128 kbps", {MP3, -1, 128000}},
     {u"MP3, 192 kbps", {MP3, -1, 192000}},
     {u"MP3, 320 kbps", {MP3, -1, 320000}},
-    {u"MP3, variable", {MP3, 0.2f, 0}},
+    {u"MP3, variable", {MP3, VARIABLE_MP3, 0}},
     {u"CAF, 24 Bit", {SF_FORMAT_CAF | SF_FORMAT_PCM_24, -1, 0}},
     {u"CAF, 32 Bit (IEEE Float)", {SF_FORMAT_CAF | SF_FORMAT_FLOAT, -1, 0}},
     {u"AU, 16 Bit", {SF_FORMAT_AU | SF_FORMAT_PCM_16, -1, 0}},
@@ -117,15 +113,17 @@ public:
     HRESULT Write(const void* samples, uint32_t frames) override {
         if (!samples) return E_POINTER;
         if (!m_sound) return E_UNEXPECTED;
-        return Guarded([&] {
-            const void* pass = samples;
-            if (m_way->type != m_way->passType) {
-                m_wide.resize(size_t{frames} * m_channels * m_way->passBytes);
-                QmAudio_GetCopyFunction2(m_way->passType, m_way->type)(
-                    m_wide.data(), samples, static_cast<int64_t>(uint64_t{frames} * m_channels), 1.0f);
-                pass = m_wide.data();
+        return Guarded([&]() -> HRESULT {
+            // Encoders take what they get at once onto their stack.
+            constexpr uint32_t MOST = 1 << 13;
+            const auto* from = static_cast<const uint8_t*>(samples);
+            const size_t frame = size_t{QmAudio_BytesFromSampleType(m_way->type)} * m_channels;
+            for (uint32_t done = 0; done < frames;) {
+                const uint32_t part = std::min(frames - done, MOST);
+                if (!WritePart(from + done * frame, part)) return MEDIA_E_WRITE;
+                done += part;
             }
-            return m_way->write(m_sound.get(), pass, frames) == frames ? S_OK : MEDIA_E_WRITE;
+            return S_OK;
         });
     }
     HRESULT SetMeta(IQmReadMeta* meta) override {
@@ -148,80 +146,115 @@ public:
     }
 
 private:
+    bool WritePart(const void* samples, uint32_t frames) {
+        const void* pass = samples;
+        if (m_way->type != m_way->passType) {
+            m_wide.resize(size_t{frames} * m_channels * m_way->passBytes);
+            QmAudio_GetCopyFunction2(m_way->passType, m_way->type)(
+                m_wide.data(), samples, static_cast<int64_t>(uint64_t{frames} * m_channels), 1.0f);
+            pass = m_wide.data();
+        }
+        return m_way->write(m_sound.get(), pass, frames) == frames;
+    }
+
     OwnedSound m_sound;
     const SampleWay* m_way = nullptr;
     uint32_t m_channels = 0;
     std::vector<uint8_t> m_wide;
 };
 
-class Renderer final : public Counted<IQmRenderFileClass, IID_IQmRenderFileClass> {
+class Renderer final : public SoundRenderer<Settings> {
 public:
-    HRESULT Start(uint32_t) override { return S_OK; }
-    HRESULT GetPreset(uint32_t index, tagQMTEMPLATExV2** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (index >= std::size(PRESETS)) return S_FALSE;
+    Renderer() : SoundRenderer(RENDERER) {}
+
+protected:
+    const char16_t* Preset(uint32_t index, Parts* parts) const override {
+        if (index >= std::size(PRESETS)) return nullptr;
         const PresetRow& row = PRESETS[index];
-        const _qmwaveformat format = FormatOf(TypeOfEncoding(row.settings.format), row.rate, 0);
-        return MakePreset(RENDERER, row.name, format, row.settings.bitRate, row.settings, out);
+        *parts = {FormatOf(TypeOfEncoding(row.settings.format), row.rate, 0), row.settings.bitRate,
+                  row.settings};
+        return row.name;
     }
-    HRESULT GetDefault(const char16_t* extension, const _qmwaveformat* source,
-                       tagQMTEMPLATExV2** out) override {
-        if (!extension || !source || !out) return E_POINTER;
-        *out = nullptr;
-        return Guarded([&]() -> HRESULT {
-            const std::string ending = ExtensionOf(extension, true);
-            const auto* kind = std::ranges::find_if(
-                KINDS, [&](const KindRow& k) { return HasExtension(k.extensions, ending); });
-            if (kind == std::end(KINDS)) kind = KINDS;
-            const int coded = kind->kind & SF_FORMAT_SUBMASK;
-            const int format = coded ? kind->kind : EncodingFor(kind->kind, source->sampleType);
-            const bool isMp3 = kind->kind == SF_FORMAT_MPEG, isOpus = format == OPUS;
-            constexpr uint32_t USUAL_BIT_RATE = 192000, OPUS_RATE = 48000;
-            Settings settings{isMp3 ? MP3 : format, -1, isMp3 ? USUAL_BIT_RATE : 0};
-            if (kind->kind == SF_FORMAT_FLAC) settings.compression = 5 / FLAC_LEVELS;
-            if (format == VORBIS) settings.compression = 0.4f;
-            const _qmwaveformat made =
-                FormatOf(TypeOfEncoding(settings.format), isOpus ? OPUS_RATE : source->sampleRate,
-                         source->channels, source->channelMask);
-            return MakePreset(RENDERER, u"", made, settings.bitRate, settings, out);
-        });
+    Parts Default(const std::string& ending, const _qmwaveformat& source) const override {
+        const auto* kind =
+            std::ranges::find_if(KINDS, [&](const KindRow& k) { return HasExtension(k.extensions, ending); });
+        if (kind == std::end(KINDS)) kind = KINDS;
+        const int coded = kind->kind & SF_FORMAT_SUBMASK;
+        const int format = coded ? kind->kind : EncodingFor(kind->kind, source.sampleType);
+        const bool isMp3 = kind->kind == SF_FORMAT_MPEG;
+        constexpr uint32_t USUAL_BIT_RATE = 192000;
+        Settings settings{isMp3 ? MP3 : format, -1, isMp3 ? USUAL_BIT_RATE : 0};
+        if (kind->kind == SF_FORMAT_FLAC) settings.compression = 5 / FLAC_LEVELS;
+        if (format == VORBIS) settings.compression = 0.4f;
+        if (format == OPUS) settings.compression = 0.8f;
+        const uint32_t rate = format == OPUS ? OPUS_RATE
+                              : isMp3        ? std::min(source.sampleRate, HIGHEST_MP3_RATE)
+                                             : source.sampleRate;
+        return {FormatOf(TypeOfEncoding(settings.format), rate, source.channels, source.channelMask),
+                settings.bitRate, settings};
     }
-    HRESULT CheckTemplate(const tagQMTEMPLATExV2* t) override {
-        Settings settings{};
+    bool IsPossible(const Parts& parts) const override {
+        const Settings& settings = parts.settings;
+        const _qmwaveformat& format = parts.format;
+        if (!KindOf(settings.format) || !(settings.compression <= 1) ||
+            format.sampleType != TypeOfEncoding(settings.format))
+            return false;
         SF_INFO info{};
-        if (!DataOf(t, &settings) || t->renderer != RENDERER || t->audio.size == 0 || t->audio.streams != 1 ||
-            !KindOf(settings.format) || !(settings.compression <= 1) ||
-            t->audio.format.sampleType != TypeOfEncoding(settings.format))
-            return MEDIA_E_BAD_TEMPLATE;
-        const _qmwaveformat& format = t->audio.format;
         info.format = settings.format;
         info.channels = format.channels ? format.channels : 1;
         info.samplerate = format.sampleRate ? static_cast<int>(format.sampleRate) : 48000;
-        return sf_format_check(&info) ? S_OK : MEDIA_E_BAD_TEMPLATE;
+        return sf_format_check(&info) != 0;
     }
-    HRESULT GetExtensions(const tagQMTEMPLATExV2* t, char16_t* text, uint32_t capacity) override {
-        Settings settings{};
-        if (!text) return E_POINTER;
-        if (!DataOf(t, &settings) || !KindOf(settings.format)) return MEDIA_E_BAD_TEMPLATE;
-        return Guarded([&] {
-            const std::u16string list = Utf16FromUtf8(KindOf(settings.format)->extensions);
-            CopyText(text, capacity, list.c_str());
-            return list.size() < capacity ? S_OK : MEDIA_E_NO_ROOM;
-        });
+    std::string Extensions(const Settings& settings) const override {
+        const KindRow* kind = KindOf(settings.format);
+        return kind ? kind->extensions : std::string();
     }
-    HRESULT CreateFile(int32_t descriptor, const char16_t* path, const tagQMTEMPLATExV2* t,
-                       const _qmwaveformat* format, IQmRenderFile** out) override {
-        if (!path || !format || !out) return E_POINTER;
-        *out = nullptr;
-        if (const HRESULT hr = CheckTemplate(t); Failed(hr)) return hr;
-        return Guarded([&] {
-            Settings settings{};
-            DataOf(t, &settings);
-            const ComPtr<File> file(new File);
-            const HRESULT hr = file->Begin(descriptor, settings, *format);
-            return Failed(hr) ? hr : GiveOut(file.Get(), out);
-        });
+    std::vector<FIOTEMPLATEFIELD> Fields(const Parts& parts) const override {
+        const Settings& settings = parts.settings;
+        const _qmwaveformat& f = parts.format;
+        const int kind = KindOf(settings.format)->kind;
+        const bool isMp3 = kind == SF_FORMAT_MPEG, isCodec = isMp3 || kind & SF_FORMAT_SUBMASK;
+        std::vector<FIOTEMPLATEFIELD> fields;
+        std::vector<uint32_t> types, rates = USUAL_RATES, channels = USUAL_CHANNELS;
+        for (const QMSAMPLETYPE type : {QMSAMPLE_PCM16, QMSAMPLE_PCM24, QMSAMPLE_PCM32, QMSAMPLE_FLOAT32})
+            if (!isCodec && TypeOfEncoding(EncodingFor(kind, type)) == type) types.push_back(type);
+        if (isMp3) rates = {0, 32000, 44100, 48000}, channels = {0, 1, 2};
+        if (kind == OPUS) rates = {16000, 24000, OPUS_RATE};
+        if (!types.empty()) fields.push_back(FieldOf(FIO_FIELD_TYPE, f.sampleType, types));
+        fields.push_back(FieldOf(FIO_FIELD_RATE, f.sampleRate, rates));
+        fields.push_back(FieldOf(FIO_FIELD_CHANNELS, f.channels, channels));
+        const std::vector<uint32_t> steps = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+        if (isMp3)
+            fields.push_back(FieldOf(FIO_FIELD_BIT_RATE, settings.bitRate,
+                                     {0, 96000, 128000, 160000, 192000, 224000, 256000, 320000}));
+        if (kind == VORBIS || kind == OPUS || (isMp3 && settings.bitRate == 0))
+            fields.push_back(FieldOf(FIO_FIELD_QUALITY, Steps(1 - settings.compression, QUALITIES), steps));
+        if (kind == SF_FORMAT_FLAC)
+            fields.push_back(FieldOf(FIO_FIELD_LEVEL, Steps(settings.compression, FLAC_LEVELS),
+                                     {steps.begin(), steps.begin() + 9}));
+        return fields;
+    }
+    void Change(uint32_t field, uint32_t value, Parts& parts) const override {
+        Settings& settings = parts.settings;
+        const auto step = static_cast<float>(value);
+        if (field == FIO_FIELD_TYPE)
+            settings.format = EncodingFor(KindOf(settings.format)->kind, parts.format.sampleType);
+        if (field == FIO_FIELD_QUALITY) settings.compression = 1 - step / QUALITIES;
+        if (field == FIO_FIELD_LEVEL) settings.compression = step / FLAC_LEVELS;
+        if (field != FIO_FIELD_BIT_RATE) return;
+        settings.bitRate = value;
+        settings.compression = value ? -1 : VARIABLE_MP3;
+    }
+    HRESULT Begin(int descriptor, const std::string&, const Settings& settings, const _qmwaveformat& format,
+                  IQmRenderFile** out) const override {
+        const ComPtr<File> file(new File);
+        const HRESULT hr = file->Begin(descriptor, settings, format);
+        return Failed(hr) ? hr : GiveOut(file.Get(), out);
+    }
+
+private:
+    static uint32_t Steps(float share, float all) {
+        return static_cast<uint32_t>(std::lround(std::clamp(share, 0.0f, 1.0f) * all));
     }
 };
 

@@ -1,17 +1,10 @@
 #include "fileio/plugins/wave_reader.h"
 
-#include "fileio/meta_chunks.h"
-#include "mediafile/media_codes.h"
+#include "fileio/plugins/sound_reader.h"
 #include "mediafile/meta/meta_carry.h"
 #include "mediafile/meta/project_link.h"
 #include "mediafile/sample_reader.h"
-#include "platform/counted.h"
-#include "platform/guarded.h"
-#include "platform/text.h"
 
-#include <algorithm>
-#include <cstring>
-#include <memory>
 #include <optional>
 
 using namespace tarn;
@@ -20,26 +13,17 @@ namespace wave {
 
 namespace {
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-
 /// What the file and its stream, of which either may outlive the other, share.
 struct Opened {
-    std::unique_ptr<QMFILE, CloseFile> handle;
+    OwnedFile handle;
     std::optional<FileSource> source;
     MediaContents contents;
 };
 
-class Stream final : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
+class Stream final : public SoundStream {
 public:
     explicit Stream(std::shared_ptr<const Opened> file) : m_file(std::move(file)) {}
 
-    HRESULT GetType(uint32_t* type) override { return type ? (*type = FIO_STREAM_AUDIO, S_OK) : E_POINTER; }
-    HRESULT GetName(char16_t* text, uint32_t capacity) override {
-        CopyText(text, capacity, u"");
-        return S_FALSE;
-    }
     HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override {
         if (!format) return E_POINTER;
         const _qmwaveformat& stored = m_file->contents.format.format;
@@ -48,24 +32,18 @@ public:
                      capacity);
         return S_OK;
     }
-    HRESULT GetFrames(uint64_t* frames) override {
-        return frames ? (*frames = m_file->contents.frames, S_OK) : E_POINTER;
-    }
-    HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
-        if (!samples || !got) return E_POINTER;
-        *got = 0;
-        return Guarded([&]() -> HRESULT {
-            if (frame >= m_file->contents.frames) return S_OK;
-            if (!m_reader || frame < m_at) {
-                m_reader.emplace(*m_file->source, m_file->contents);
-                m_at = 0;
-            }
-            if (!m_reader->Skip(frame - m_at)) return m_reader.reset(), MEDIA_E_READ;
-            const uint64_t wanted = std::min<uint64_t>(frames, m_file->contents.frames - frame);
-            *got = static_cast<uint32_t>(m_reader->Read(samples, wanted));
-            m_at = frame + *got;
-            return *got < wanted ? MEDIA_E_READ : S_OK;
-        });
+
+protected:
+    uint64_t Frames() const override { return m_file->contents.frames; }
+    HRESULT ReadInside(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override {
+        if (!m_reader || frame < m_at) {
+            m_reader.emplace(*m_file->source, m_file->contents);
+            m_at = 0;
+        }
+        if (!m_reader->Skip(frame - m_at)) return m_reader.reset(), MEDIA_E_READ;
+        *got = static_cast<uint32_t>(m_reader->Read(samples, frames));
+        m_at = frame + *got;
+        return *got < frames ? MEDIA_E_READ : S_OK;
     }
 
 private:
@@ -74,35 +52,16 @@ private:
     uint64_t m_at = 0;
 };
 
-class File final : public Counted<IQmReadFile, IID_IQmReadFile> {
+class File final : public SoundFile<Stream, const Opened> {
 public:
-    explicit File(std::shared_ptr<const Opened> file) : m_file(std::move(file)) {}
+    using SoundFile::SoundFile;
 
-    HRESULT GetFormatName(char16_t* text, uint32_t capacity) override {
-        CopyText(text, capacity, Utf16FromUtf8(NameOf(m_file->contents.container)).c_str());
-        return S_OK;
+protected:
+    std::string Name(const Opened& file) const override { return NameOf(file.contents.container); }
+    MetaDocument Metadata(const Opened& file) const override {
+        const MetaDocument own = ReadMetaDocument(*file.source, file.contents);
+        return CarryMetadata(own, MediaContainer::Wave).document;
     }
-    HRESULT GetStreamCount(uint32_t* count) override { return count ? (*count = 1, S_OK) : E_POINTER; }
-    HRESULT GetStream(uint32_t index, const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (index > 0) return E_INVALIDARG;
-        return Guarded([&] { return ComPtr(new Stream(m_file))->QueryInterface(iid, out); });
-    }
-    HRESULT GetMeta(const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        return Guarded([&]() -> HRESULT {
-            if (iid != IID_IQmReadMeta) return S_FALSE;
-            const MetaDocument own = ReadMetaDocument(*m_file->source, m_file->contents);
-            IQmReadMeta* meta = MakeMeta(CarryMetadata(own, MediaContainer::Wave).document);
-            *out = meta;
-            return meta ? S_OK : S_FALSE;
-        });
-    }
-
-private:
-    const std::shared_ptr<const Opened> m_file;
 };
 
 class Reader final : public Counted<IQmReadFileClass, IID_IQmReadFileClass> {

@@ -1,16 +1,11 @@
 #include "fileio/plugins/wave_renderer.h"
 
 #include "audio/audio_copy.h"
-#include "fileio/extensions.h"
 #include "fileio/meta_chunks.h"
-#include "fileio/plugins/preset.h"
+#include "fileio/plugins/sound_renderer.h"
 #include "mediafile/meta/meta_carry.h"
 #include "mediafile/sample_file.h"
-#include "platform/counted.h"
-#include "platform/guarded.h"
-#include "platform/text.h"
 
-#include <algorithm>
 #include <memory>
 
 using namespace tarn;
@@ -67,10 +62,6 @@ constexpr PresetRow PRESETS[] = {
     {u"32 Bit (IEEE Float), as the source", QMSAMPLE_FLOAT32, 0, 0, 0, MediaContainer::Wave},
 };
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-
 class File final : public Counted<IQmRenderFile, IID_IQmRenderFile> {
 public:
     HRESULT Begin(int descriptor, MediaContainer container, const _qmwaveformat& format) {
@@ -121,7 +112,7 @@ public:
     }
 
 private:
-    std::unique_ptr<QMFILE, CloseFile> m_file;
+    OwnedFile m_file;
     std::unique_ptr<SampleFile> m_samples;
     MediaContainer m_container = MediaContainer::Unknown;
     uint32_t m_channels = 0, m_frameBytes = 1;
@@ -131,72 +122,59 @@ private:
     MetaDocument m_document;
 };
 
-class Renderer final : public Counted<IQmRenderFileClass, IID_IQmRenderFileClass> {
+class Renderer final : public SoundRenderer<Settings> {
 public:
-    HRESULT Start(uint32_t) override { return S_OK; }
-    HRESULT GetPreset(uint32_t index, tagQMTEMPLATExV2** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (index >= std::size(PRESETS)) return S_FALSE;
+    Renderer() : SoundRenderer(RENDERER) {}
+
+protected:
+    const char16_t* Preset(uint32_t index, Parts* parts) const override {
+        if (index >= std::size(PRESETS)) return nullptr;
         const PresetRow& row = PRESETS[index];
-        const Settings settings{static_cast<uint32_t>(row.container)};
-        return MakePreset(RENDERER, row.name, FormatOf(row.type, row.rate, row.channels, row.mask), 0,
-                          settings, out);
+        parts->format = FormatOf(row.type, row.rate, row.channels, row.mask);
+        parts->settings.container = static_cast<uint32_t>(row.container);
+        return row.name;
     }
-    HRESULT GetDefault(const char16_t* extension, const _qmwaveformat* source,
-                       tagQMTEMPLATExV2** out) override {
-        if (!extension || !source || !out) return E_POINTER;
-        *out = nullptr;
-        return Guarded([&]() -> HRESULT {
-            const MediaContainer named = ContainerOf(ExtensionOf(extension, true));
-            const MediaContainer container = named == MediaContainer::Unknown ? MediaContainer::Wave : named;
-            QMSAMPLETYPE type = StoredType(container, source->sampleType);
-            if (type == QMSAMPLE_UNKNOWN) type = StoredType(container, QMSAMPLE_PCM24);
-            const _qmwaveformat format =
-                FormatOf(type, source->sampleRate, source->channels, source->channelMask);
-            return MakePreset(RENDERER, u"", format, 0, Settings{static_cast<uint32_t>(named)}, out);
-        });
+    Parts Default(const std::string& ending, const _qmwaveformat& source) const override {
+        const MediaContainer named = ContainerOf(ending);
+        const MediaContainer container = named == MediaContainer::Unknown ? MediaContainer::Wave : named;
+        QMSAMPLETYPE type = StoredType(container, source.sampleType);
+        if (type == QMSAMPLE_UNKNOWN) type = StoredType(container, QMSAMPLE_PCM24);
+        return {FormatOf(type, source.sampleRate, source.channels, source.channelMask), 0,
+                Settings{static_cast<uint32_t>(named)}};
     }
-    HRESULT CheckTemplate(const tagQMTEMPLATExV2* t) override {
-        Settings settings{};
-        if (!DataOf(t, &settings) || t->renderer != RENDERER || !IsContainer(settings.container) ||
-            t->audio.size == 0 || t->audio.streams != 1)
-            return MEDIA_E_BAD_TEMPLATE;
+    bool IsPossible(const Parts& parts) const override {
+        return IsContainer(parts.settings.container) &&
+               StoredType(static_cast<MediaContainer>(parts.settings.container), parts.format.sampleType);
+    }
+    std::string Extensions(const Settings& settings) const override {
+        if (!IsContainer(settings.container)) return {};
         const auto container = static_cast<MediaContainer>(settings.container);
-        return StoredType(container, t->audio.format.sampleType) ? S_OK : MEDIA_E_BAD_TEMPLATE;
+        std::string list;
+        for (const ContainerRow& row : CONTAINERS)
+            if (row.container == container || container == MediaContainer::Unknown)
+                list += (list.empty() ? "" : ";") + std::string(row.extension);
+        // What is a wave to all but a few goes by its ending, too.
+        return IsLongWave(container) ? "wav;" + list : list;
     }
-    HRESULT GetExtensions(const tagQMTEMPLATExV2* t, char16_t* text, uint32_t capacity) override {
-        Settings settings{};
-        if (!text) return E_POINTER;
-        if (!DataOf(t, &settings) || !IsContainer(settings.container)) return MEDIA_E_BAD_TEMPLATE;
-        return Guarded([&]() -> HRESULT {
-            const auto container = static_cast<MediaContainer>(settings.container);
-            std::string list;
-            for (const ContainerRow& row : CONTAINERS)
-                if (row.container == container || container == MediaContainer::Unknown)
-                    list += (list.empty() ? "" : ";") + std::string(row.extension);
-            // What is a wave to all but a few goes by its ending, too.
-            if (IsLongWave(container)) list = "wav;" + list;
-            if (list.size() >= capacity) return MEDIA_E_NO_ROOM;
-            CopyText(text, capacity, Utf16FromUtf8(list).c_str());
-            return S_OK;
-        });
+    std::vector<FIOTEMPLATEFIELD> Fields(const Parts& parts) const override {
+        const auto container = static_cast<MediaContainer>(parts.settings.container);
+        const _qmwaveformat& f = parts.format;
+        std::vector<uint32_t> types;
+        for (const QMSAMPLETYPE type : {QMSAMPLE_PCM16, QMSAMPLE_PCM24, QMSAMPLE_PCM32, QMSAMPLE_FLOAT32})
+            if (StoredType(container, type) == type) types.push_back(type);
+        return {FieldOf(FIO_FIELD_TYPE, f.sampleType, types),
+                FieldOf(FIO_FIELD_RATE, f.sampleRate, USUAL_RATES),
+                FieldOf(FIO_FIELD_CHANNELS, f.channels, USUAL_CHANNELS)};
     }
-    HRESULT CreateFile(int32_t descriptor, const char16_t* path, const tagQMTEMPLATExV2* t,
-                       const _qmwaveformat* format, IQmRenderFile** out) override {
-        if (!path || !format || !out) return E_POINTER;
-        *out = nullptr;
-        if (const HRESULT hr = CheckTemplate(t); Failed(hr)) return hr;
-        return Guarded([&]() -> HRESULT {
-            Settings settings{};
-            DataOf(t, &settings);
-            auto container = static_cast<MediaContainer>(settings.container);
-            if (container == MediaContainer::Unknown) container = ContainerOf(ExtensionOf(path));
-            if (container == MediaContainer::Unknown) return MEDIA_E_UNSUPPORTED_TYPE;
-            const ComPtr<File> file(new File);
-            const HRESULT hr = file->Begin(descriptor, container, *format);
-            return Failed(hr) ? hr : GiveOut(file.Get(), out);
-        });
+    void Change(uint32_t, uint32_t, Parts&) const override {}
+    HRESULT Begin(int descriptor, const std::string& ending, const Settings& settings,
+                  const _qmwaveformat& format, IQmRenderFile** out) const override {
+        auto container = static_cast<MediaContainer>(settings.container);
+        if (container == MediaContainer::Unknown) container = ContainerOf(ending);
+        if (container == MediaContainer::Unknown) return MEDIA_E_UNSUPPORTED_TYPE;
+        const ComPtr<File> file(new File);
+        const HRESULT hr = file->Begin(descriptor, container, format);
+        return Failed(hr) ? hr : GiveOut(file.Get(), out);
     }
 };
 

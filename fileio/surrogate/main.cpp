@@ -4,6 +4,7 @@
 #include "fileio/plugin_library.h"
 #include "fileio/surrogate/fence.h"
 #include "fileio/surrogate/wire.h"
+#include "fileio/template.h"
 #include "mediafile/media_codes.h"
 #include "mediafile/meta/meta_stream.h"
 
@@ -52,7 +53,7 @@ GUID IdOf(capnp::Data::Reader bytes) {
 }
 
 /// A copy with its own size, which may still be wrong in all that is in it.
-std::unique_ptr<tagQMTEMPLATExV2, decltype(&CoTaskMemFree)> TemplateOf(capnp::Data::Reader bytes) {
+OwnedTemplate TemplateOf(capnp::Data::Reader bytes) {
     auto* block = bytes.size() < sizeof(tagQMTEMPLATExV2)
                       ? nullptr
                       : static_cast<tagQMTEMPLATExV2*>(CoTaskMemAlloc(bytes.size()));
@@ -60,7 +61,7 @@ std::unique_ptr<tagQMTEMPLATExV2, decltype(&CoTaskMemFree)> TemplateOf(capnp::Da
         std::memcpy(static_cast<void*>(block), bytes.begin(), bytes.size());
         block->size = static_cast<uint32_t>(bytes.size());
     }
-    return {block, CoTaskMemFree};
+    return OwnedTemplate(block);
 }
 
 class MetaServer final : public ReadMeta::Server {
@@ -136,9 +137,10 @@ public:
         auto results = context.getResults();
         uint32_t got = 0;
         if (!m_audio || !m_memory || m_frameBytes == 0 ||
-            uint64_t{params.getFrames()} * m_frameBytes > m_memory->DataSize())
+            uint64_t{params.getFrames()} * m_frameBytes + params.getOffset() > m_memory->DataSize())
             return Done(results, E_INVALIDARG);
-        const HRESULT hr = m_audio->Read(params.getFrame(), params.getFrames(), m_memory->Pointer(), &got);
+        auto* samples = static_cast<uint8_t*>(m_memory->Pointer()) + params.getOffset();
+        const HRESULT hr = m_audio->Read(params.getFrame(), params.getFrames(), samples, &got);
         results.setGot(got);
         return Done(results, hr);
     }
@@ -321,7 +323,31 @@ public:
         });
     }
 
+    kj::Promise<void> getFields(GetFieldsContext context) override {
+        const auto settings = TemplateOf(context.getParams().getSettings());
+        FIOTEMPLATEFIELD fields[MOST_FIELDS] = {};
+        uint32_t count = 0;
+        auto results = context.getResults();
+        const HRESULT hr = settings ? m_renderer->GetFields(settings.get(), MOST_FIELDS, fields, &count)
+                                    : MEDIA_E_BAD_TEMPLATE;
+        if (Succeeded(hr) && count <= MOST_FIELDS)
+            results.setFields(WireBytes(fields, count * sizeof *fields));
+        return Done(results, hr);
+    }
+    kj::Promise<void> setField(SetFieldContext context) override {
+        const auto params = context.getParams();
+        tagQMTEMPLATExV2* settings = TemplateOf(params.getSettings()).release();
+        const HRESULT hr = settings ? m_renderer->SetField(&settings, params.getField(), params.getValue())
+                                    : MEDIA_E_BAD_TEMPLATE;
+        const OwnedTemplate changed(settings);
+        auto results = context.getResults();
+        if (Succeeded(hr) && changed) results.setChanged(WireBytes(changed.get(), changed->size));
+        return Done(results, hr);
+    }
+
 private:
+    static constexpr uint32_t MOST_FIELDS = 64;
+
     template <class Results, class Make>
     static kj::Promise<void> Answer(Results& results, Make make) {
         tagQMTEMPLATExV2* block = nullptr;

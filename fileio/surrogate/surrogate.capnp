@@ -42,8 +42,8 @@ interface ReadStream {
   getName @1 () -> (code :Int32, text :Data);
   getAudioFormat @2 () -> (code :Int32, format :Data);
   getFrames @3 () -> (code :Int32, frames :UInt64);
-  # Into the memory of the last share.
-  readAudio @4 (frame :UInt64, frames :UInt32) -> (code :Int32, got :UInt32);
+  # Into the memory of the last share, from its byte `offset` on.
+  readAudio @4 (frame :UInt64, frames :UInt32, offset :UInt32) -> (code :Int32, got :UInt32);
   getVideoFormat @5 () -> (code :Int32, format :Data);
   readPicture @6 (frame :UInt64, bytes :UInt32) -> (code :Int32);
   readText @7 (capacity :UInt32) -> (code :Int32, start :Int64, end :Int64, text :Data);
@@ -56,6 +56,9 @@ interface RenderFileClass {
   checkTemplate @2 (settings :Data) -> (code :Int32);
   getExtensions @3 (settings :Data) -> (code :Int32, text :Data);
   createFile @4 (file :Descriptor, path :Data, settings :Data, format :Data) -> (code :Int32, made :RenderFile);
+  # Records, one behind the other.
+  getFields @5 (settings :Data) -> (code :Int32, fields :Data);
+  setField @6 (settings :Data, field :UInt32, value :UInt32) -> (code :Int32, changed :Data);
 }
 
 interface RenderFile {

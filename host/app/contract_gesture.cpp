@@ -152,6 +152,7 @@ bool PerformByContract(IUnknown& host, const Session& session, const Gesture& ge
     case Gesture::Kind::Fader:
     case Gesture::Kind::Mute:
     case Gesture::Kind::Solo:
+    case Gesture::Kind::Import:
     case Gesture::Kind::Command: break;  // the page's
     }
     return false;

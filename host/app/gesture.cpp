@@ -164,7 +164,7 @@ const char* const Gesture::FORMS =
     "NAME:fader=DECIBELS, NAME:pan=-1..1, NAME:width=mono|stereo|wide or 0..2; NAME:mute, NAME:solo, "
     "NAME:arm, "
     "NAME:monitor=on|off; NAME:send+=CHANNEL, NAME:send1=DECIBELS|pre|post|on|off|remove; NAME:insert+=URI, "
-    "NAME:insert1=bypass|on|remove; NAME:automation=off|read|touch|latch|write; command=NUMBER";
+    "NAME:insert1=bypass|on|remove; NAME:automation=off|read|touch|latch|write; command=NUMBER; import=FILE";
 
 bool Gesture::Parse(const QString& text, Gesture* out, QString* error) {
     *error = QStringLiteral("gesture \"%1\" is not one of: %2").arg(text, QLatin1String(FORMS));
@@ -173,6 +173,12 @@ bool Gesture::Parse(const QString& text, Gesture* out, QString* error) {
         out->kind = Kind::Command;
         out->number = command.captured(1).toDouble();
         return true;
+    }
+    static const QString importForm = QStringLiteral("import=");
+    if (text.startsWith(importForm)) {
+        out->kind = Kind::Import;
+        out->word = text.mid(importForm.size());
+        return !out->word.isEmpty();
     }
     // A value may hold anything, an address too; the control's name ends the channel's.
     static const QRegularExpression form(QStringLiteral(

@@ -27,15 +27,16 @@ struct Gesture {
         Arm,
         Monitor,
         Automation,
-        Command
+        Command,
+        Import
     };
 
-    QString channel{};  ///< see ChannelNamed; empty for commands
+    QString channel{};  ///< see ChannelNamed; empty for commands and imports
     Kind kind = Kind::Fader;
     uint32_t index = 0;  ///< of a send or an insert, from 0
     double number = 0;   ///< Fader, SendLevel: decibels; Pan: -1..1; Width: 0..2; Command: its number
     bool on = false;     ///< Mute, Solo, Arm, Monitor
-    QString word{};      ///< what is added, or what a switch is put to
+    QString word{};      ///< what is added or imported, or what a switch is put to
 
     /// Reads "NAME:fader=-6.0" and its like, as FORMS has them. On failure the reason is in *error.
     static bool Parse(const QString& text, Gesture* out, QString* error);

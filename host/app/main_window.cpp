@@ -3,12 +3,18 @@
 #include "host/app/key_actions.h"
 #include "host/app/mix_menu.h"
 #include "host/app/page_host.h"
+#include "host/app/progress.h"
+#include "host/app/render_dialog.h"
 #include "host/app/settings.h"
 #include "host/app/texts.h"
 #include "host/app/transport_bar.h"
+#include "host/media/import.h"
+#include "host/media/template_render.h"
 
+#include "fileio/convert/file_manager.h"
 #include "kernel/lang/languages.h"
 #include "kernel/time/position.h"
+#include "platform/file.h"
 #include "platform/text.h"
 #include "platform/ui/plain_text.h"
 
@@ -18,6 +24,7 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDockWidget>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -25,7 +32,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QProgressDialog>
+#include <QMimeData>
 #include <QStatusBar>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -69,8 +76,9 @@ constexpr HostTextId EDITS[] = {
     IDS_STEP_REMOVE_SEND,     IDS_STEP_VOLUME,         IDS_STEP_PAN,          IDS_STEP_SEND,
     IDS_STEP_EFFECT,          IDS_STEP_SWITCHES,       IDS_STEP_COLOUR,       IDS_STEP_ROUTE,
     IDS_STEP_AUTOMATION_MODE, IDS_STEP_AUTOMATION,     IDS_STEP_PARAMETER,    IDS_STEP_PRESET,
+    IDS_STEP_IMPORT,
 };
-static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Preset) + 1);
+static_assert(std::size(EDITS) == static_cast<size_t>(EditKind::Import) + 1);
 
 /// Before plug-ins come, or ask again.
 uint32_t UseLanguage(Project& project, uint32_t lcid) {
@@ -106,6 +114,7 @@ MainWindow::MainWindow(Project& project, Settings& settings, const std::filesyst
         plugin.SetLanguage(lcid);
         plugin.ProjectOpened();
     });
+    setAcceptDrops(true);
     m_transport->SetTimeFormat(settings.TimeFormat());
     addToolBar(m_transport);
     m_transport->ShowTexts();
@@ -249,6 +258,7 @@ void MainWindow::MakeMenus() {
     add(file, "File.Save", IDS_SAVE, QKeySequence::Save, [this] { Save(); });
     add(file, "File.SaveAs", IDS_SAVE_AS, QKeySequence::SaveAs, [this] { SaveAs(); });
     file->addSeparator();
+    add(file, "File.Import", IDS_IMPORT, Qt::CTRL | Qt::Key_I, [this] { Import(); });
     add(file, "File.Render", IDS_RENDER, Qt::CTRL | Qt::Key_R, [this] { RenderMix(); });
     file->addSeparator();
     add(file, "File.Quit", IDS_QUIT, QKeySequence::Quit, [this] { close(); });
@@ -489,25 +499,100 @@ bool MainWindow::SaveAs() {
     }
 }
 
-void MainWindow::RenderMix() {
-    const QString chosen = ChooseToWrite(IDS_TITLE_RENDER, QStringLiteral("mix.wav"), IDS_FILTER_WAVE);
+namespace {
+
+/// All that plug-ins read, a row each.
+QString ImportFilter(IQmFileIOMgrForApp& manager) {
+    ComPtr<IQmFioFilterBuilder2> builder;
+    std::u16string filter(1 << 14, 0);
+    if (Failed(manager.GetFilterBuilder2(builder.Out())) ||
+        Failed(builder->SetAllTypesName(HostText(IDS_FILTER_RECORDINGS))) || Failed(builder->AddReaders()) ||
+        Failed(builder->AddAnyFile(HostText(IDS_FILTER_ANY))) ||
+        Failed(builder->GetFilter(filter.data(), static_cast<uint32_t>(filter.size()))))
+        return {};
+    return QString::fromUtf16(filter.c_str());
+}
+
+std::vector<std::filesystem::path> LocalFiles(const QMimeData& dropped) {
+    std::vector<std::filesystem::path> files;
+    for (const QUrl& url : dropped.urls())
+        if (url.isLocalFile()) files.push_back(ToPath(url.toLocalFile()));
+    return files;
+}
+
+}  // namespace
+
+void MainWindow::Import() try {
+    const QStringList chosen = QFileDialog::getOpenFileNames(
+        this, Text(IDS_TITLE_IMPORT), FromPath(m_settings.ImportFolder()), ImportFilter(FileManager()));
     if (chosen.isEmpty()) return;
-    constexpr int STEPS = 1000;
-    QProgressDialog progress(PlainText(Format(IDS_RENDERING, chosen.toStdU16String().c_str())),
-                             Text(IDS_CANCEL), 0, STEPS, this);
-    progress.setWindowModality(Qt::WindowModal);
+    std::vector<std::filesystem::path> files;
+    for (const QString& file : chosen) files.push_back(ToPath(file));
+    m_settings.SetImportFolder(files.front().parent_path());
+    ImportFiles(files);
+} catch (const std::runtime_error& e) {
+    ShowProblem(Text(IDS_TITLE_IMPORT), QString::fromUtf8(e.what()));
+}
+
+void MainWindow::ImportFiles(const std::vector<std::filesystem::path>& files) try {
+    IQmFileIOMgrForApp& manager = FileManager();
+    const double start = m_project.Transport().seconds;
+    const bool isLong = std::ranges::any_of(files, [&](const std::filesystem::path& file) {
+        return manager.IsOpenProgressNeeded(WideFromPath(file).c_str()) == S_OK;
+    });
+    const QString text = files.size() == 1
+                             ? Format(IDS_IMPORTING, WideFromPath(files.front().filename()).c_str())
+                             : Format(IDS_IMPORTING_FILES, static_cast<int32_t>(files.size()));
+    ImportResult result;
+    RunWithProgress(this, Text(IDS_TITLE_IMPORT), text, isLong, [&](const auto& progress) {
+        result = ImportRecordings(m_project, manager, files, start, progress);
+    });
+    Refresh();
+    if (!result.problems.empty())
+        ShowProblem(Text(IDS_TITLE_IMPORT),
+                    Text(IDS_NOT_ALL_IMPORTED) + QStringLiteral("\n\n") + Lines(result.problems));
+} catch (const std::exception& e) {
+    ShowProblem(Text(IDS_TITLE_IMPORT), QString::fromUtf8(e.what()));
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!LocalFiles(*event->mimeData()).empty()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    // What is dropped from waits until this returns.
+    QTimer::singleShot(0, this, [this, files = LocalFiles(*event->mimeData())] { ImportFiles(files); });
+}
+
+void MainWindow::RenderMix() {
+    RenderResult mix;
     try {
-        const RenderResult mix = m_project.Render(ToPath(chosen), std::nullopt, [&](double done) {
-            progress.setValue(static_cast<int>(done * STEPS));
-            return !progress.wasCanceled();
-        });
-        progress.reset();
-        if (!mix.problems.empty())
-            ShowProblem(Text(IDS_TITLE_RENDER),
-                        Text(IDS_NOT_ALL_RENDERED) + QStringLiteral("\n\n") + Lines(mix.problems));
+        IQmFileIOMgrForApp& manager = FileManager();
+        const Session session = m_project.Snapshot();
+        const bool surround = session.mode == ChannelMode::Surround51;
+        _qmwaveformat format{};
+        format.Init(static_cast<uint32_t>(session.sample_rate), QMSAMPLE_PCM24, surround ? 6 : 2,
+                    surround ? 0x3F : 0, sizeof format);
+        const std::filesystem::path path = m_project.Path(), last = m_settings.RenderFolder();
+        const std::filesystem::path folder = !last.empty()  ? last
+                                             : path.empty() ? std::filesystem::current_path()
+                                                            : std::filesystem::absolute(path).parent_path();
+        RenderDialog dialog(manager, folder / (path.empty() ? "mix" : path.stem()), format, this);
+        if (dialog.exec() != QDialog::Accepted) return;
+        const std::filesystem::path file = dialog.File();
+        m_settings.SetRenderFolder(file.parent_path());
+        RunWithProgress(
+            this, Text(IDS_TITLE_RENDER), Format(IDS_RENDERING, WideFromPath(file.filename()).c_str()), true,
+            [&](const auto& progress) {
+                mix = RenderByTemplate(m_project, manager, file, *dialog.Template(), std::nullopt, progress);
+            });
     } catch (const std::exception& e) {
-        if (!progress.wasCanceled()) ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
+        ShowProblem(Text(IDS_TITLE_RENDER), QString::fromUtf8(e.what()));
     }
+    if (!mix.problems.empty())
+        ShowProblem(Text(IDS_TITLE_RENDER),
+                    Text(IDS_NOT_ALL_RENDERED) + QStringLiteral("\n\n") + Lines(mix.problems));
 }
 
 bool MainWindow::MayDiscard() {

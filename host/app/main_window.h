@@ -35,9 +35,13 @@ public:
     QWidget* ShowSurface();
     /// Has the console carry out one of its commands; false when it does not take it.
     bool RunCommand(uint32_t command);
+    /// New tracks of recordings, with what could not be read told at the end.
+    void ImportFiles(const std::vector<std::filesystem::path>& files);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void MakeMenus();
@@ -61,6 +65,7 @@ private:
     void OpenSession();
     bool Save();
     bool SaveAs();
+    void Import();
     void RenderMix();
     bool MayDiscard();
     void Refresh();

@@ -41,7 +41,12 @@ std::optional<int> ParseOptions(int argc, char** argv, Options* options) {
     app.add_option("--screenshot", options->screenshot, "save a picture of the window as PNG");
     app.add_option("--surface-screenshot", options->surfaceScreenshot,
                    "save a picture of the control surface's page as PNG; needs --midi");
-    app.add_option("--render", options->render, "render the mix to a 24-bit stereo wave file");
+    CLI::Option* render =
+        app.add_option("--render", options->render,
+                       "render the mix to a file of the kind that its ending tells; waves of 24 bits");
+    app.add_option("--template", options->renderTemplate,
+                   "with the settings of that name, like \"FLAC, level 8\"")
+        ->needs(render);
     app.add_option("--report", options->report, "write what was seen as JSON");
     app.add_option("--gesture", gestures, Gesture::FORMS)->take_all();
     CLI::Option* list =

@@ -19,6 +19,7 @@ struct Options {
     bool headless = false;
     std::optional<double> seconds;  ///< how long a scripted run plays, and how much of the project it renders
     std::string screenshot, surfaceScreenshot, render, report;
+    std::string renderTemplate;  ///< by its name; empty: what the file's ending makes of the mix
     std::vector<Gesture> gestures;
     HostFace face;  ///< which form of the plug-ins is shown
     bool listEffects = false;

@@ -4,7 +4,11 @@
 #include "host/app/main_window.h"
 #include "host/app/options.h"
 #include "host/contract/channel_words.h"
+#include "host/media/import.h"
+#include "host/media/template_render.h"
 
+#include "fileio/convert/file_manager.h"
+#include "fileio/extensions.h"
 #include "platform/file.h"
 
 #include <QBuffer>
@@ -110,6 +114,11 @@ bool Perform(MainWindow& window, Project& project, const Gesture& gesture, QStri
         *error = QStringLiteral("the console does not take the command %1").arg(command);
         return window.RunCommand(command);
     }
+    if (gesture.kind == Gesture::Kind::Import) {
+        const ImportResult result = ImportRecordings(project, FileManager(), {gesture.word.toStdString()}, 0);
+        if (!result.problems.empty()) *error = QString::fromStdString(result.problems.front());
+        return result.tracks > 0;
+    }
     const Session session = project.Snapshot();
     const ChannelId channel = ChannelNamed(session, gesture.channel, error);
     if (channel == kNoChannel) return false;
@@ -120,6 +129,17 @@ bool Perform(MainWindow& window, Project& project, const Gesture& gesture, QStri
     if (project.Refusal() != before)
         *error += QStringLiteral(": ") + QString::fromStdString(project.Refusal());
     return false;
+}
+
+/// A wave without a template is the engine's own, which tells its loudness, too.
+RenderResult Render(Project& project, const Options& options) {
+    const std::filesystem::path file = options.render;
+    const std::string ending = ExtensionOf(WideFromPath(file));
+    if (options.renderTemplate.empty() && (ending.empty() || ending == "wav"))
+        return project.Render(file, options.seconds);
+    IQmFileIOMgrForApp& manager = FileManager();
+    const OwnedTemplate settings = TemplateFor(manager, project.Snapshot(), file, options.renderTemplate);
+    return RenderByTemplate(project, manager, file, *settings, options.seconds);
 }
 
 bool WriteReport(Project& project, QWidget& page, int64_t frames, const std::optional<RenderResult>& mix,
@@ -187,7 +207,7 @@ int RunScript(MainWindow& window, Project& project, const Options& options) {
     std::optional<RenderResult> mix;
     if (!options.render.empty()) {
         try {
-            mix = project.Render(options.render, options.seconds);
+            mix = Render(project, options);
             frames = mix->frames;
             // The file is there, but it is not the whole mix.
             for (const std::string& problem : mix->problems) good = Complain(QString::fromStdString(problem));

@@ -20,6 +20,8 @@ enum Metric : int32_t {
     METRIC_SESSION_FOLDER = 3,
     METRIC_PLUGIN_PREFERENCES = 4,
     METRIC_KEYS = 5,
+    METRIC_IMPORT_FOLDER = 6,
+    METRIC_RENDER_FOLDER = 7,
 };
 
 constexpr uint32_t GEOMETRY_LIMIT = 1024, FOLDER_LIMIT = 4096, PREFERENCES_LIMIT = 1u << 20,
@@ -88,15 +90,27 @@ void Settings::SetText(int32_t metric, const std::string& text) {
     QmSetMetricBinary(m_metrics, metric, text.data(), static_cast<uint32_t>(text.size()));
 }
 
-std::filesystem::path Settings::SessionFolder() const {
+std::filesystem::path Settings::FolderOf(int32_t metric) const {
     char16_t folder[FOLDER_LIMIT];
-    const uint32_t length =
-        QmGetMetricStringEx(m_metrics, METRIC_SESSION_FOLDER, folder, FOLDER_LIMIT, nullptr, 0);
+    const uint32_t length = QmGetMetricStringEx(m_metrics, metric, folder, FOLDER_LIMIT, nullptr, 0);
     return Utf8FromUtf16({folder, length});
 }
 
+void Settings::SetFolder(int32_t metric, const std::filesystem::path& folder) {
+    QmSetMetricString(m_metrics, metric, Utf16FromUtf8(folder.string()).c_str());
+}
+
+std::filesystem::path Settings::SessionFolder() const { return FolderOf(METRIC_SESSION_FOLDER); }
 void Settings::SetSessionFolder(const std::filesystem::path& folder) {
-    QmSetMetricString(m_metrics, METRIC_SESSION_FOLDER, Utf16FromUtf8(folder.string()).c_str());
+    SetFolder(METRIC_SESSION_FOLDER, folder);
+}
+std::filesystem::path Settings::ImportFolder() const { return FolderOf(METRIC_IMPORT_FOLDER); }
+void Settings::SetImportFolder(const std::filesystem::path& folder) {
+    SetFolder(METRIC_IMPORT_FOLDER, folder);
+}
+std::filesystem::path Settings::RenderFolder() const { return FolderOf(METRIC_RENDER_FOLDER); }
+void Settings::SetRenderFolder(const std::filesystem::path& folder) {
+    SetFolder(METRIC_RENDER_FOLDER, folder);
 }
 
 }  // namespace host

@@ -40,10 +40,17 @@ public:
     /// Where the last session was opened or saved; empty at first.
     std::filesystem::path SessionFolder() const;
     void SetSessionFolder(const std::filesystem::path& folder);
+    /// Where recordings were imported from last, and where a mix was rendered to; likewise.
+    std::filesystem::path ImportFolder() const;
+    void SetImportFolder(const std::filesystem::path& folder);
+    std::filesystem::path RenderFolder() const;
+    void SetRenderFolder(const std::filesystem::path& folder);
 
 private:
     std::string TextOf(int32_t metric, uint32_t limit) const;
     void SetText(int32_t metric, const std::string& text);
+    std::filesystem::path FolderOf(int32_t metric) const;
+    void SetFolder(int32_t metric, const std::filesystem::path& folder);
 
     const bool m_used;
     HQMMETRIC m_metrics = nullptr;

@@ -35,7 +35,8 @@ enum class EditKind : uint8_t {
     AutomationMode,
     Automation,
     Parameter,
-    Preset
+    Preset,
+    Import
 };
 
 struct ChannelChanges {

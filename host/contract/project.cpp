@@ -132,6 +132,8 @@ Session Project::Snapshot() const {
     return m_impl->core->Read([](const Session& session) { return session; });
 }
 
+Session Project::CompleteSnapshot() { return m_impl->core->WithStates(); }
+
 double Project::Length() const {
     return m_impl->core->Read([](const Session& session) { return session.length; });
 }
@@ -143,6 +145,10 @@ std::vector<Channel> Project::CopySelected() { return m_impl->core->CopySelected
 
 bool Project::PasteChannels(const std::vector<Channel>& copied) {
     return m_impl->core->PasteChannels(copied) == S_OK;
+}
+
+bool Project::AddRecordings(const std::vector<Recording>& recordings, double start) {
+    return m_impl->core->AddRecordings(recordings, start) == S_OK;
 }
 
 bool Project::RemoveChannel(ChannelId id) { return m_impl->core->RemoveChannel(id) == S_OK; }
@@ -211,7 +217,7 @@ RenderResult Project::Render(const std::filesystem::path& path, std::optional<do
     options.end = seconds.value_or(0);
     options.progress = progress;
     options.effects = Effects();
-    RenderResult result = RenderToFile(m_impl->core->WithStates(), Path().parent_path(), path, options);
+    RenderResult result = RenderToFile(CompleteSnapshot(), Path().parent_path(), path, options);
     if (!result.finished) throw RenderError(path.string() + ": cancelled");
     return result;
 }

@@ -37,6 +37,13 @@ struct ChannelReport {
     std::vector<bool> missing;   ///< for each insert: it can't be had
 };
 
+/// A file that a new track plays.
+struct Recording {
+    std::string name;
+    std::filesystem::path file;  ///< absolute, or relative to the working directory
+    double seconds = 0;
+};
+
 /// What the host pretends to be, for those who want to see the other forms of a plug-in.
 struct HostFace {
     bool fullEditor = true;
@@ -72,13 +79,17 @@ public:
     TransportState Transport() const;
 
     Session Snapshot() const;
-    double Length() const;  ///< seconds
+    Session CompleteSnapshot();  ///< with the effects' present states
+    double Length() const;       ///< seconds
     /// A new channel of that kind at the end of its row; busses and tracks go to the master.
     ChannelId AddChannel(ChannelKind kind, const std::string& name);
     /// The selected channels as they are, and copies of such channels in the session: with names of their
     /// own, selected, at the ends of their rows.
     std::vector<Channel> CopySelected();
     bool PasteChannels(const std::vector<Channel>& copied);
+    /// A new audio track for each, selected, that plays it from `start` seconds on; the session becomes as
+    /// long as they are. False, with a Refusal, when nothing was added.
+    bool AddRecordings(const std::vector<Recording>& recordings, double start);
     bool RemoveChannel(ChannelId id);  ///< what fed it goes to the master; false for master and preview bus
     bool RenameChannel(ChannelId id, const std::string& name);
     bool MoveChannel(ChannelId id, size_t index);  ///< place in its row, of tracks or of busses

@@ -30,6 +30,15 @@ size_t PlaceInRow(const std::vector<Channel>& channels, ChannelKind kind, size_t
     return end;
 }
 
+/// At the ends of their rows, and nothing else selected.
+void InsertCopies(std::vector<Channel> made, std::vector<Channel>& channels) {
+    for (Channel& other : channels) other.selected = false;
+    for (Channel& channel : made) {
+        const size_t at = PlaceInRow(channels, channel.kind, SIZE_MAX);
+        channels.insert(channels.begin() + static_cast<std::ptrdiff_t>(at), std::move(channel));
+    }
+}
+
 /// A clip's file relative to another folder. Throws SessionError: a session that names another file than it
 /// plays must not be written.
 std::string SeenFrom(const std::filesystem::path& folder, const std::filesystem::path& file) {
@@ -305,15 +314,15 @@ HRESULT ProjectCore::ChangeChannels(const Change& change, const Keep& keep) {
     {
         std::lock_guard lock(m_lock);
         was = m_session;
-        if (!change(m_session.channels)) {
-            m_session.channels = std::move(was.channels);
-            return S_FALSE;
-        }
         try {
+            if (!change(m_session.channels)) {
+                m_session.channels = std::move(was.channels);
+                return S_FALSE;
+            }
             CheckSession(m_session);
             ApplyToEngine();
         } catch (const SessionError& e) {
-            m_session.channels = std::move(was.channels);
+            m_session = std::move(was);
             m_refusal = e.reason;
             return E_INVALIDARG;
         }
@@ -364,16 +373,37 @@ std::vector<Channel> ProjectCore::CopySelected() {
 HRESULT ProjectCore::PasteChannels(const std::vector<Channel>& copied) {
     if (copied.empty()) return S_FALSE;
     const auto paste = [&](std::vector<Channel>& channels) {
-        const std::vector<Channel> made =
-            CopiesOf(copied, channels, FirstOutput(m_session, ChannelKind::AudioTrack));
-        for (Channel& other : channels) other.selected = false;
-        for (const Channel& channel : made) {
-            const size_t at = PlaceInRow(channels, channel.kind, SIZE_MAX);
-            channels.insert(channels.begin() + static_cast<std::ptrdiff_t>(at), channel);
-        }
+        InsertCopies(CopiesOf(copied, channels, FirstOutput(m_session, ChannelKind::AudioTrack)), channels);
         return true;
     };
     return ChangeChannels(paste, Record(EditKind::AddChannel));
+}
+
+HRESULT ProjectCore::AddRecordings(const std::vector<Recording>& recordings, double start) {
+    double before = 0;
+    const auto add = [&](std::vector<Channel>& channels) {
+        before = m_session.length;
+        std::vector<Channel> tracks;
+        ChannelId last = kNoChannel;
+        for (const Channel& other : channels) last = std::max(last, other.id);
+        for (const Recording& recording : recordings) {
+            Channel track{.id = ++last, .name = recording.name};
+            track.output = FirstOutput(m_session, ChannelKind::AudioTrack);
+            track.colour = static_cast<uint32_t>((channels.size() + tracks.size()) % kTrackColours);
+            const std::filesystem::path folder = m_path.parent_path();
+            track.clips.push_back({SeenFrom(folder, recording.file), start, 0, recording.seconds, 0});
+            tracks.push_back(std::move(track));
+            m_session.length = std::max(m_session.length, start + recording.seconds);
+        }
+        InsertCopies(CopiesOf(std::move(tracks), channels, kNoChannel), channels);
+        return !recordings.empty();
+    };
+    return ChangeChannels(add, [&](const std::vector<Channel>& was) {
+        EditStep step = StepBetween(EditKind::Import, was, m_session.channels);
+        step.lengthBefore = before;
+        step.lengthAfter = m_session.length;
+        m_undo.Record(std::move(step), UndoList::Clock::now());
+    });
 }
 
 HRESULT ProjectCore::RemoveChannel(ChannelId id) {
@@ -462,6 +492,8 @@ HRESULT ProjectCore::Undo(bool redo) {
                 const EditStep* step = m_undo.Next(redo);
                 moved = step && !step->moves.empty();
                 if (!step || moved) return false;
+                if (step->lengthBefore != step->lengthAfter)
+                    m_session.length = redo ? step->lengthAfter : step->lengthBefore;
                 channels = m_undo.Changed(redo, std::move(channels));
                 return true;
             },

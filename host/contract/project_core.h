@@ -42,6 +42,7 @@ public:
     std::vector<Channel> CopySelected();
     /// Adds copies behind the last of their rows, and selects them alone.
     HRESULT PasteChannels(const std::vector<Channel>& copied);
+    HRESULT AddRecordings(const std::vector<Recording>& recordings, double start);
     HRESULT RemoveChannel(ChannelId id);
     bool MoveChannel(ChannelId id, size_t index);
     void SetMonitoring(const Monitoring& monitoring);

@@ -34,6 +34,7 @@ struct EditStep {
     std::vector<Channel> before{}, after{};              ///< one that is in `after` alone was added
     std::vector<ChannelId> orderBefore{}, orderAfter{};  ///< of all channels; empty where it stayed
     std::vector<EffectMove> moves{};
+    double lengthBefore = 0, lengthAfter = 0;  ///< of the session, in seconds; alike where it stayed
 };
 
 /// The step from one list of channels to another.

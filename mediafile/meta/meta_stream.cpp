@@ -18,11 +18,6 @@ namespace {
 
 using Span = std::span<const uint8_t>;
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
-
 OwnedFile OpenForWriting(const char16_t* path) {
     return OwnedFile(QmFile_Open(path, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING));
 }

@@ -28,11 +28,6 @@ constexpr Part PARTS[QMLINK_PARTS] = {
 };
 constexpr QMLINK_PART VERSION = QMLINK_VERSION;
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
-
 HRESULT Load(HQMFILE file, bool isWave64, CQmLinkProjectInfo* info) {
     return Guarded([&] {
         info->FreeMemory();

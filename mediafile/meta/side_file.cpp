@@ -16,11 +16,6 @@ constexpr uint32_t QMPI = FourCC("QMPI"), QMML = FourCC("QMML");
 constexpr size_t MOST_NAME = 259, LONGEST = size_t{1} << 30;
 constexpr std::u16string_view SUFFIX = u".qml";
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
-
 std::u16string_view NameOf(std::u16string_view path) {
     const size_t slash = path.find_last_of(u'/');
     return slash == path.npos ? path : path.substr(slash + 1);

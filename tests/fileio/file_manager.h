@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include <unistd.h>
+
 class LogLines final : public tarn::Counted<IQmFioLogger, IID_IQmFioLogger> {
 public:
     void Log(const char16_t* line) override { lines.push_back(tarn::Utf8FromUtf16(line)); }
@@ -48,6 +50,20 @@ protected:
     }
     /// With the plug-ins that come with the program.
     void StartOwn() { Start(0, OWN_PLUGINS); }
+
+    /// Processes that this one has started for plug-ins.
+    static std::vector<pid_t> Surrogates() {
+        std::vector<pid_t> found;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            std::ifstream status(entry.path() / "stat");
+            pid_t process = 0, parent = 0;
+            std::string name, state;
+            if (status >> process >> name >> state >> parent && parent == ::getpid() &&
+                name.starts_with("(FileIOSurr") && state != "Z")
+                found.push_back(process);
+        }
+        return found;
+    }
 
     std::string Loads() const {
         const Bytes marks = Content("loads");

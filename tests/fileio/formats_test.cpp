@@ -182,4 +182,108 @@ TEST_F(Formats, WhatLibsndfileWritesIsReadToTheSample) {
     }
 }
 
+/// By what is in them, whatever they are called.
+TEST_F(Formats, AHundredFilesOfAFolderFindTheirReaders) {
+    const GUID film = Guid("{C1B2A390-52D7-4E6B-8A8C-91D3E07F4B03}");
+    const std::string texts = "1\n00:00:01,000 --> 00:00:02,500\n<i>Hello</i>,\nyou there\n\n"
+                              "2\n00:00:03,000 --> 00:00:04,000\nBye\n\n";
+    Make("texts", Bytes(texts.begin(), texts.end()));
+    Make("junk", Bytes(5000, 'x'));
+    for (const auto& [kind, format] :
+         {std::pair{"wave", SF_FORMAT_WAV | SF_FORMAT_PCM_16}, {"flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16}}) {
+        SF_INFO info{0, 8000, 1, format, 0, 0};
+        SNDFILE* out = sf_open(Path(kind).c_str(), SFM_WRITE, &info);
+        sf_writef_short(out, std::vector<short>(100).data(), 100);
+        sf_close(out);
+    }
+    const std::pair<const char*, GUID> kinds[] = {{"wave", Guid("{2F6E4B10-94C7-4B0D-8E1A-6A0B5D3C9E01}")},
+                                                  {"flac", Guid("{7D0A3C50-1B8E-4C55-9F6B-2E4471A0BC02}")},
+                                                  {"texts", film},
+                                                  {"junk", GUID{}}};
+    const char* const endings[] = {"wav", "flac", "mkv", "txt", "mp3"};
+    for (size_t i = 0; i < 100; i++) {
+        const auto& [kind, reader] = kinds[i % 4];
+        const std::string name = std::to_string(i) + "." + endings[i % 5];
+        std::filesystem::copy_file(Path(kind), Path(name));
+        GUID found{};
+        HRESULT status = S_OK;
+        manager->IdentifyFileType(WidePath(name).c_str(), &found, &status);
+        EXPECT_EQ(status, reader == GUID{} ? MEDIA_E_UNSUPPORTED_FORMAT : S_OK) << name << " " << kind;
+        EXPECT_EQ(found, reader) << name << " " << kind;
+    }
+    ComPtr<IQmReadFile> file;
+    ComPtr<IQmReadTextStream> stream;
+    ASSERT_EQ(manager->OpenReader(WidePath("texts").c_str(), file.Out()), S_OK);
+    ASSERT_EQ(file->GetStream(0, IID_IQmReadTextStream, stream.OutVoid()), S_OK);
+    char16_t text[64];
+    int64_t start = 0, end = 0;
+    ASSERT_EQ(stream->ReadNext(&start, &end, text, 64), S_OK);
+    EXPECT_EQ(start, 10000000);
+    EXPECT_EQ(end, 25000000);
+    EXPECT_EQ(Utf8FromUtf16(text), "Hello,\nyou there");
+    EXPECT_EQ(stream->ReadNext(&start, &end, text, 4), S_OK);
+    EXPECT_EQ(Utf8FromUtf16(text), "Bye");
+    EXPECT_EQ(stream->ReadNext(&start, &end, text, 64), S_FALSE);
+
+    // Held by its reader under any name until it is let go.
+    std::filesystem::create_symlink(Path("texts"), Path("link"));
+    GUID holder{};
+    EXPECT_EQ(manager->FindLockedReader(WidePath("link").c_str(), &holder), S_OK);
+    EXPECT_EQ(holder, film);
+    EXPECT_EQ(manager->FindLockedReader(WidePath("wave").c_str(), &holder), MEDIA_E_UNSUPPORTED_FORMAT);
+    file.Reset();
+    EXPECT_EQ(manager->FindLockedReader(WidePath("texts").c_str(), &holder), MEDIA_E_UNSUPPORTED_FORMAT);
+    EXPECT_EQ(manager->IsOpenProgressNeeded(WidePath("0.wav").c_str()), S_FALSE);
+    EXPECT_EQ(manager->IsOpenProgressNeeded(WidePath("2.mkv").c_str()), S_OK);
+    EXPECT_EQ(manager->IsOpenProgressNeeded(WidePath("texts").c_str()), S_OK);
+    EXPECT_EQ(manager->IsOpenProgressNeeded(WidePath("none").c_str()), MEDIA_E_OPEN);
+}
+
+/// Each choice makes a template that the renderer takes and tells again, here and in another process.
+TEST_F(Formats, EveryChoiceOfATemplateCanBeMade) {
+    for (const char* group : {"-1", "1"}) {
+        std::string config = "[FileIO Plug-Ins]\n";
+        for (const char* plugin : {"wave", "sndfile"})
+            config += std::string(plugin) + "=" + OWN_PLUGINS + "/" + plugin + ".so\n";
+        for (const char* plugin : {"wave", "sndfile"})
+            config += std::string("[") + plugin + "]\nSurrogate=" + group + "\n";
+        Make("plugins/z.Fio2007-Config", Bytes(config.begin(), config.end()));
+        Start();
+        for (const GUID& id : RENDERERS) {
+            ComPtr<IQmRenderFileClass> renderer;
+            ASSERT_EQ(manager->GetRendererClass(id, renderer.Out()), S_OK);
+            tagQMTEMPLATExV2* block = nullptr;
+            for (uint32_t i = 0; renderer->GetPreset(i, &block) == S_OK; i++) {
+                OwnedTemplate preset(block);
+                FIOTEMPLATEFIELD fields[8];
+                uint32_t count = 0;
+                ASSERT_EQ(renderer->GetFields(block, 8, fields, &count), S_OK);
+                EXPECT_GE(count, 2u);
+                EXPECT_EQ(renderer->GetFields(block, count - 1, fields, &count), MEDIA_E_NO_ROOM);
+                for (uint32_t f = 0; f < count; f++)
+                    for (uint32_t c = 0; c < fields[f].count; c++) {
+                        tagQMTEMPLATExV2* changed = nullptr;
+                        ASSERT_EQ(QmFio_CopyTemplate(&changed, block), S_OK);
+                        EXPECT_EQ(renderer->SetField(&changed, fields[f].field, fields[f].choices[c]), S_OK);
+                        const OwnedTemplate owned(changed);
+                        EXPECT_EQ(renderer->CheckTemplate(changed), S_OK);
+                        EXPECT_EQ(TemplateName(*changed), TemplateName(*block));
+                        FIOTEMPLATEFIELD after[8];
+                        uint32_t now = 0;
+                        ASSERT_EQ(renderer->GetFields(changed, 8, after, &now), S_OK);
+                        const auto* at =
+                            std::ranges::find(after, after + now, fields[f].field, &FIOTEMPLATEFIELD::field);
+                        ASSERT_NE(at, after + now);
+                        EXPECT_EQ(at->value, fields[f].choices[c]) << fields[f].field;
+                    }
+                tagQMTEMPLATExV2* same = preset.release();
+                EXPECT_EQ(renderer->SetField(&same, FIO_FIELD_RATE, 12345), E_INVALIDARG);
+                EXPECT_EQ(renderer->SetField(&same, 99, 0), E_INVALIDARG);
+                EXPECT_EQ(same, block);
+                CoTaskMemFree(same);
+            }
+        }
+    }
+}
+
 }  // namespace

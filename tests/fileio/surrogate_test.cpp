@@ -5,7 +5,9 @@
 #include "tests/fileio/file_manager.h"
 
 #include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -128,6 +130,115 @@ TEST_F(Surrogate, EndsAloneAndTheNextFileHasANewOne) {
     file.Reset();
     manager->CleanUp();
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);  // none is left
+}
+
+/// Killed before each message in turn, or while it is under way: that file fails, and nothing else.
+TEST_F(Surrogate, MayBeKilledAtAnyMessage) {
+    Config("[FileIO Plug-Ins]\nwave=" + std::string(OWN_PLUGINS) + "/wave.so\n[wave]\nSurrogate=3\n");
+    Make("a.wav",
+         WaveForm(Builder().Chunk("fmt ", PcmFormat(2, 48000, 16)).Chunk("data", Bytes(4000000)).bytes));
+    Start();
+    struct Held {
+        ComPtr<IQmReadFile> file;
+        ComPtr<IQmReadAudioStream> stream;
+        Bytes samples = Bytes(4 << 16);
+        char16_t text[32];
+        uint32_t number = 0;
+        uint64_t frames = 0;
+        QmWaveFormatBlock format{};
+    };
+    using Step = std::function<HRESULT(Held&)>;
+    const auto read = [](Held& h, uint64_t at) {
+        return h.stream->Read(at, 1 << 16, h.samples.data(), &h.number);
+    };
+    const Step steps[] = {
+        [this](Held& h) { return manager->OpenReader(WidePath("a.wav").c_str(), h.file.Out()); },
+        [](Held& h) { return h.file->GetFormatName(h.text, 32); },
+        [](Held& h) { return h.file->GetStreamCount(&h.number); },
+        [](Held& h) { return h.file->GetStream(0, IID_IQmReadAudioStream, h.stream.OutVoid()); },
+        [](Held& h) { return h.stream->GetFormat(&h.format.format, sizeof h.format); },
+        [](Held& h) { return h.stream->GetFrames(&h.frames); },
+        [&](Held& h) { return read(h, 0); },
+        [&](Held& h) { return read(h, 1 << 16); },
+        [&](Held& h) { return read(h, 500000); },
+        [](Held& h) {
+            ComPtr<IQmReadMeta> meta;
+            return h.file->GetMeta(IID_IQmReadMeta, meta.OutVoid());
+        },
+        [](Held& h) { return h.stream.Reset(), S_OK; },
+        [](Held& h) { return h.file.Reset(), S_OK; },
+    };
+    // More by hand, to see whether memory grows.
+    const char* more = std::getenv("TARN_KILL_ROUNDS");
+    const int rounds = more ? std::atoi(more) : 2 * static_cast<int>(std::size(steps));
+    size_t before = 0;
+    {
+        Held first;
+        ASSERT_EQ(steps[0](first), S_OK);
+    }
+    for (int round = 0; round < rounds; round++) {
+        const size_t when = static_cast<size_t>(round) % std::size(steps);
+        SCOPED_TRACE(round);
+        Held held;
+        for (size_t i = 0; i < std::size(steps); i++) {
+            const bool isOfStream = i >= 4 && i <= 8;
+            if (isOfStream ? !held.stream : i > 0 && !held.file) continue;
+            std::thread killer;
+            for (const pid_t process : i == when ? Surrogates() : std::vector<pid_t>()) {
+                // A message that is sent meanwhile is never answered.
+                if (round % 2) ::kill(process, SIGSTOP);
+                killer = std::thread([process] { ::kill(process, SIGKILL); });
+            }
+            const HRESULT hr = steps[i](held);
+            if (killer.joinable()) killer.join();
+            // What is killed before it is asked for a file is replaced at once; what was read ahead is there.
+            EXPECT_TRUE(Succeeded(hr) ? i <= when || i > 6 || when == 0 : hr == GONE && i >= when)
+                << i << ": " << hr;
+        }
+        held = {};
+        ASSERT_EQ(steps[0](held), S_OK);
+        ASSERT_EQ(steps[3](held), S_OK);
+        ASSERT_EQ(read(held, 0), S_OK);
+        held = {};
+        EXPECT_EQ(Surrogates().size(), 1u);
+        if (round == 0) before = OpenFiles();
+        EXPECT_EQ(OpenFiles(), before);
+        if (more && (round % 100 == 0 || round == rounds - 1)) {
+            std::ifstream status("/proc/self/statm");
+            size_t pages = 0, resident = 0;
+            status >> pages >> resident;
+            std::printf("round %d: %zu descriptors, %zu KiB\n", round, OpenFiles(), resident * 4);
+        }
+    }
+}
+
+/// Each with a file of its own over the one connection, forwards and to and fro.
+TEST_F(Surrogate, ServesManyThreadsAtOnce) {
+    Config("[FileIO Plug-Ins]\nwave=" + std::string(OWN_PLUGINS) + "/wave.so\n[wave]\nSurrogate=3\n");
+    constexpr uint32_t FRAMES = 700001;
+    Bytes samples(size_t{FRAMES} * 4);
+    for (size_t i = 0; i < samples.size(); i++) samples[i] = static_cast<uint8_t>(i * 31 + i / 977);
+    Make("a.wav", WaveForm(Builder().Chunk("fmt ", PcmFormat(2, 48000, 16)).Chunk("data", samples).bytes));
+    Start();
+    const auto read = [&](uint32_t block, uint32_t stride) {
+        ComPtr<IQmReadFile> file;
+        ComPtr<IQmReadAudioStream> stream;
+        ASSERT_EQ(manager->OpenReader(WidePath("a.wav").c_str(), file.Out()), S_OK);
+        ASSERT_EQ(file->GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
+        Bytes back(size_t{block} * 4);
+        uint32_t got = 0;
+        for (uint32_t at = 0, next = 0; next < FRAMES; next += block, at = (next * stride) % FRAMES) {
+            ASSERT_EQ(stream->Read(at, block, back.data(), &got), S_OK);
+            ASSERT_EQ(got, std::min(block, FRAMES - at)) << at;
+            ASSERT_EQ(std::memcmp(back.data(), &samples[size_t{at} * 4], size_t{got} * 4), 0) << at;
+        }
+    };
+    std::vector<std::thread> threads;
+    using Way = std::pair<uint32_t, uint32_t>;
+    for (const Way& way :
+         {Way{1000, 1}, Way{16384, 1}, Way{65536, 1}, Way{300000, 1}, Way{50000, 3}, Way{65536, 7}})
+        threads.emplace_back([&read, way] { read(way.first, way.second); });
+    for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(Surrogate, AsksThoseThatNobodyKnowsWhereTheyDoNoHarm) {

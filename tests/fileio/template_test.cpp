@@ -14,10 +14,7 @@ namespace {
 
 constexpr GUID RENDERER = Guid("{2F6E4B11-94C7-4B0D-8E1A-6A0B5D3C9E01}");
 
-struct FreeBlock {
-    void operator()(tagQMTEMPLATExV2* block) const { CoTaskMemFree(block); }
-};
-using Owned = std::unique_ptr<tagQMTEMPLATExV2, FreeBlock>;
+using Owned = OwnedTemplate;
 
 Owned Made(const std::string& data = "d", const char16_t* name = u"Name", const char16_t* notes = u"Notes") {
     tagQMTEMPLATExV2* made = nullptr;
@@ -241,19 +238,24 @@ TEST(TemplateStream, GoesThereAndBackAndIsCutAnywhere) {
     uint64_t whole = 0;
     ASSERT_EQ(stream->Seek(0, STREAM_SEEK_CUR, &whole), S_OK);
     EXPECT_EQ(whole, 12u + made[0]->size + made[1]->size);
+    const auto cut = [&](uint64_t size) {
+        ComPtr<IStream> again, copy;
+        *copy.Out() = CreateMemoryStream();
+        EXPECT_EQ(stream->Clone(again.Out()), S_OK);
+        EXPECT_EQ(again->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+        EXPECT_EQ(again->CopyTo(copy.Get(), size, nullptr, nullptr), S_OK);
+        return copy;
+    };
     for (uint64_t size = 0; size < whole; size++) {
-        ASSERT_EQ(stream->SetSize(size), S_OK);
         ListOf part;
         const uint64_t second = 12u + made[0]->size;
         const bool isHead = size < 16 || (size >= second && size < second + 4);
-        ASSERT_EQ(QmFio_AddTemplatesToListFromIStream(part.Get(), stream.Get()),
+        ASSERT_EQ(QmFio_AddTemplatesToListFromIStream(part.Get(), cut(size).Get()),
                   isHead ? E_FAIL : MEDIA_E_UNKNOWN_FORMAT)
             << size;
         ASSERT_EQ(part.Get()->count, size >= second ? 1 : 0);
-        // What is cut off comes back as zeros, which are no template.
-        stream.Reset();
-        ASSERT_EQ(QmFio_MakeTemplateListIStream(list.Get(), stream.Out()), S_OK);
     }
+    stream = cut(whole);
     const auto with = [&](uint32_t at, uint32_t value) {
         stream->Seek(at, STREAM_SEEK_SET, nullptr);
         stream->Write(&value, sizeof value, nullptr);
@@ -327,6 +329,85 @@ TEST_F(TemplatesOfRenderers, TheUsersAreKeptBesideThePresets) {
     EXPECT_EQ(QmFio_GetTemplateByNameNoCopy(cache, name), nullptr);
     EXPECT_NE(QmFio_GetTemplateByNameNoCopy(cache, u"16 Bit, as the source"), nullptr);
     QmFio_FreeTemplateCache(cache);
+}
+
+TEST_F(TemplatesOfRenderers, OfTheFirstVersionAreReadAndUplifted) {
+    StartOwn();
+    tagQMTEMPLATEV1 head{};
+    head.version = FIO_TEMPLATE_V1;
+    head.identifier[1] = 7;
+    head.renderer = RENDERER;
+    head.format.Init(44100, QMSAMPLE_PCM16, 2, 0, sizeof head.format);
+    head.bitRate = 96000;
+    head.dataSize = 5;
+    head.textChars = 8;
+    head.size = sizeof head + 8 + 16;
+    Bytes bytes(head.size);
+    std::memcpy(bytes.data(), &head, sizeof head);
+    std::memcpy(&bytes[sizeof head], "settn", 5);
+    std::memcpy(&bytes[sizeof head + 8], u"Old\0New", 16);
+    const auto load = [&](const Bytes& from, uint32_t size, bool hasSize, tagQMTEMPLATEV1** out) {
+        ComPtr<IStream> stream;
+        *stream.Out() = CreateMemoryStream();
+        stream->Write(from.data(), static_cast<uint32_t>(from.size()), nullptr);
+        stream->Seek(hasSize ? 4 : 0, STREAM_SEEK_SET, nullptr);
+        return QmFio_LoadTemplateDataV1(out, stream.Get(), size, hasSize);
+    };
+    for (const bool hasSize : {false, true}) {
+        tagQMTEMPLATEV1* old = nullptr;
+        ASSERT_EQ(load(bytes, head.size, hasSize, &old), S_OK);
+        tagQMTEMPLATExV2* made = nullptr;
+        ASSERT_EQ(QmFio_UpliftTemplateV1(&made, old), S_OK);
+        CoTaskMemFree(old);
+        const Owned owned(made);
+        EXPECT_TRUE(QmFio_IsUpliftedV1Template(made));
+        EXPECT_EQ(TemplateName(*made), u"Old");
+        EXPECT_EQ(TemplateNotes(*made), u"New");
+        EXPECT_EQ(std::string(made->Data(), made->Data() + made->dataSize), "settn");
+        EXPECT_EQ(made->audio.format.sampleRate, 44100u);
+        EXPECT_EQ(made->audio.bitRate, 96000u);
+        EXPECT_EQ(made->identifier[1], 7u);
+    }
+    // A number that cannot be, or an end that comes too early.
+    tagQMTEMPLATEV1* none = nullptr;
+    for (const size_t at : {offsetof(tagQMTEMPLATEV1, size), offsetof(tagQMTEMPLATEV1, version),
+                            offsetof(tagQMTEMPLATEV1, textChars), offsetof(tagQMTEMPLATEV1, dataSize)})
+        for (const uint32_t value : {uint32_t{200}, UINT32_MAX}) {
+            Bytes bad = bytes;
+            std::memcpy(&bad[at], &value, sizeof value);
+            EXPECT_EQ(load(bad, head.size, false, &none), MEDIA_E_UNKNOWN_FORMAT) << at;
+        }
+    EXPECT_EQ(load(bytes, head.size + 1, false, &none), MEDIA_E_READ);
+    EXPECT_EQ(load(bytes, sizeof head - 1, false, &none), MEDIA_E_UNKNOWN_FORMAT);
+    // And one that lies in the user's folder for long.
+    bytes.resize(600);
+    Make("old", bytes);
+    tagQMTEMPLATExV2* made = nullptr;
+    ASSERT_EQ(QmFio_LoadRawUserTemplate(&RENDERER, WidePath("old").c_str(), &made), S_OK);
+    EXPECT_TRUE(QmFio_IsUpliftedV1Template(Owned(made).get()));
+}
+
+HRESULT Rename(uintptr_t answer, IQmRenderFileClass*, tagQMTEMPLATExV2** settings) {
+    if (answer == 1) (*settings)->audio.streams = 9;
+    if (answer != 2) return S_OK;
+    return S_FALSE;
+}
+
+TEST_F(TemplatesOfRenderers, AreChangedByTheProgramsEditor) {
+    StartOwn();
+    tagQMTEMPLATExV2* settings = nullptr;
+    EXPECT_EQ(manager->EditTemplate(RENDERER, &settings), E_NOTIMPL);
+    const std::pair<uintptr_t, HRESULT> answers[] = {{0, S_OK}, {1, MEDIA_E_BAD_TEMPLATE}, {2, S_FALSE}};
+    for (const auto& [answer, result] : answers) {
+        manager->SetTemplateEditor(Rename, answer);
+        const tagQMTEMPLATExV2* before = settings;
+        EXPECT_EQ(manager->EditTemplate(RENDERER, &settings), result);
+        EXPECT_EQ(settings != before, result == S_OK);
+    }
+    EXPECT_EQ(TemplateName(*settings), u"Default Template");
+    settings->renderer = GUID{};
+    EXPECT_EQ(manager->EditTemplate(RENDERER, &settings), MEDIA_E_BAD_TEMPLATE);
+    CoTaskMemFree(settings);
 }
 
 }  // namespace

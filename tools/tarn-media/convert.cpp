@@ -1,10 +1,10 @@
+#include "fileio/convert/loudness.h"
+#include "fileio/convert/sample_chain.h"
 #include "mediafile/meta/meta_carry.h"
 #include "mediafile/meta/meta_retime.h"
 #include "mediafile/sample_file.h"
 #include "tools/tarn-media/convert_file.h"
-#include "tools/tarn-media/loudness.h"
 #include "tools/tarn-media/media_tool.h"
-#include "tools/tarn-media/sample_chain.h"
 
 #include <algorithm>
 #include <cmath>
@@ -68,16 +68,12 @@ void SetPart(const ConvertOptions& options, uint64_t frames, ChainPlan& plan) {
     plan.frames = std::min({length, end - plan.start, frames - plan.start});
 }
 
-/// Integers that have fewer steps than what they are made of are made with noise.
 bool Dithers(const ConvertOptions& options, const ChainPlan& plan, QMSAMPLETYPE from) {
-    const auto isFloat = [](QMSAMPLETYPE t) { return t == QMSAMPLE_FLOAT32 || t == QMSAMPLE_FLOAT64; };
-    constexpr uint32_t FINEST = 24;  // beyond it the noise is below any converter's own
-    const uint32_t bits = QmAudio_BitsFromSampleType(plan.type);
-    if (isFloat(plan.type) || bits > FINEST || options.dither == "none") return false;
-    if (options.dither == "tpdf") return true;
-    const bool isLess = isFloat(from) || QmAudio_BitsFromSampleType(from) > bits;
-    const bool isReckoned = plan.gain != 1 || plan.fromRate != plan.toRate || !plan.matrix.MovesOnly();
-    return isLess || isReckoned || options.normalize.kind != Normalize::Nothing;
+    if (options.dither == "none") return false;
+    ChainPlan reckoned = plan;
+    // Asked for, or with a level that is not known yet.
+    if (options.dither == "tpdf" || options.normalize.kind != Normalize::Nothing) reckoned.gain = 0;
+    return reckoned.LosesSteps(from);
 }
 
 /// The gain that brings the whole to the level asked for.

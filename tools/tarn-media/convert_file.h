@@ -1,11 +1,11 @@
 // The two ends of a conversion: what is read, by this library or a plug-in, and what is written.
 #pragma once
 
+#include "fileio/convert/sample_source.h"
 #include "fileio/template.h"
 #include "mediafile/meta/meta_carry.h"
 #include "tools/tarn-media/file_plugins.h"
 #include "tools/tarn-media/media_tool.h"
-#include "tools/tarn-media/sample_source.h"
 
 #include <memory>
 #include <optional>
@@ -25,7 +25,7 @@ public:
     QMSAMPLETYPE Type() const { return m_type; }
     uint64_t Frames() const { return m_frames; }
     /// From the first frame.
-    std::unique_ptr<SampleSource> Samples() const;
+    std::unique_ptr<tarn::SampleSource> Samples() const;
     tarn::MetaDocument Metadata() const;
     /// Someone has written it since it was opened.
     bool HasChanged() const;
@@ -35,26 +35,22 @@ public:
 private:
     bool OpenByPlugin(const std::string& path);
 
-    OwnedFile m_file;
+    tarn::OwnedFile m_file;
     tarn::FileStamp m_stamp;
     tarn::FileSource m_source;
     tarn::MediaContents m_contents;
-    tarn::ComPtr<IQmReadFile> m_opened;         ///< by a plug-in
-    tarn::ComPtr<IQmReadAudioStream> m_stream;  ///< likewise
+    tarn::ComPtr<IQmReadFile> m_opened;  ///< by a plug-in
+    tarn::PluginSound m_sound;           ///< likewise
     _qmwaveformat m_format{};
     QMSAMPLETYPE m_type = QMSAMPLE_UNKNOWN;
     uint64_t m_frames = 0;
-};
-
-struct FreeTemplate {
-    void operator()(tagQMTEMPLATExV2* block) const { CoTaskMemFree(block); }
 };
 
 /// As what the output is written.
 struct Target {
     tarn::MediaContainer container = tarn::MediaContainer::Unknown;  ///< of our own; else by the renderer
     tarn::ComPtr<IQmRenderFileClass> renderer;
-    std::unique_ptr<tagQMTEMPLATExV2, FreeTemplate> settings;
+    tarn::OwnedTemplate settings;
 
     bool IsOwn() const { return container != tarn::MediaContainer::Unknown; }
     /// "AIFF", "'flac'".

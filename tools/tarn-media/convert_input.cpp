@@ -51,26 +51,21 @@ Input::Input(const std::string& path)
 
 bool Input::OpenByPlugin(const std::string& path) {
     const std::u16string wide = path == STANDARD_STREAM ? PathOf(m_file.get()) : WideFromPath(path);
-    const HRESULT hr = FileManager().OpenReader(wide.c_str(), m_opened.Out());
-    if (hr == FIO_E_SURROGATE_GONE) throw Refused{path, "what reads it ended, or took too long"};
+    HRESULT hr = FileManager().OpenReader(wide.c_str(), m_opened.Out());
+    if (Succeeded(hr)) hr = m_sound.Open(*m_opened);
+    if (hr == FIO_E_SURROGATE_GONE) throw Refused{path, ReasonOfStatus(hr)};
     if (Failed(hr)) return false;
-    uint32_t count = 0;
-    m_opened->GetStreamCount(&count);
-    for (uint32_t i = 0; i < count && !m_stream; i++)
-        if (m_opened->GetStream(i, IID_IQmReadAudioStream, m_stream.OutVoid()) != S_OK) m_stream.Reset();
-    if (!m_stream || Failed(m_stream->GetFormat(&m_format, sizeof m_format)) ||
-        Failed(m_stream->GetFrames(&m_frames)))
-        return false;
+    m_format = m_sound.format;
+    m_frames = m_sound.frames;
     m_type = m_format.sampleType;
-    const uint32_t frame = QmAudio_BytesFromSampleType(m_type) * m_format.channels;
     m_contents = {};
-    return frame > 0 && frame == m_format.blockAlign && m_format.sampleRate > 0;
+    return true;
 }
 
 bool Input::HasChanged() const { return StampOf(m_file.get()) != m_stamp; }
 
 std::unique_ptr<SampleSource> Input::Samples() const {
-    if (m_stream) return std::make_unique<PluginSamples>(m_stream, m_format, m_frames);
+    if (m_sound.stream) return std::make_unique<PluginSamples>(m_sound);
     return std::make_unique<OwnSamples>(m_source, m_contents);
 }
 

@@ -4,10 +4,8 @@
 #include "fileio/template_list.h"
 #include "platform/counted.h"
 #include "platform/text.h"
-#include "tools/tarn-media/sample_source.h"
 
 #include <cstdio>
-#include <stdexcept>
 
 using namespace tarn;
 
@@ -17,15 +15,6 @@ class ErrorLog final : public Counted<IQmFioLogger, IID_IQmFioLogger> {
 public:
     void Log(const char16_t* line) override { std::fprintf(stderr, "%s\n", Utf8FromUtf16(line).c_str()); }
 };
-
-ComPtr<IQmFileIOMgrForApp> MakeManager(uint32_t flags, IQmFioLogger* logger) {
-    ComPtr<IQmFileIOMgrForApp> manager;
-    if (const HRESULT hr = QMFileIO_CreateInstance(u"Tarn", 0, logger, manager.Out()); Failed(hr))
-        throw std::runtime_error("file plug-ins: " + ReasonOf(hr));
-    if (const HRESULT hr = manager->Init(flags); Failed(hr))
-        throw std::runtime_error("file plug-ins: " + ReasonOf(hr));
-    return manager;
-}
 
 std::string Text(const char16_t* text) { return Utf8FromUtf16(text); }
 
@@ -145,30 +134,8 @@ std::string StreamText(const nlohmann::json& s) {
 
 }  // namespace
 
-IQmFileIOMgrForApp& FileManager() {
-    // Never released: other threads may be at work in plug-ins when the program ends.
-    static IQmFileIOMgrForApp* const manager = MakeManager(0, nullptr).Detach();
-    return *manager;
-}
-
 std::u16string PathOf(HQMFILE file) {
     return Utf16FromUtf8("/proc/self/fd/" + std::to_string(QmFile_Descriptor(file)));
-}
-
-uint64_t PluginSamples::Read(void* samples, uint64_t frames) {
-    auto* out = static_cast<uint8_t*>(samples);
-    uint64_t done = 0;
-    while (done < frames) {
-        constexpr uint64_t MOST = 1 << 16;
-        const auto part = static_cast<uint32_t>(std::min(MOST, frames - done));
-        uint32_t got = 0;
-        const HRESULT hr = m_stream->Read(m_at, part, out + done * m_frameBytes, &got);
-        got = std::min(got, part);
-        done += got;
-        m_at += got;
-        if (Failed(hr) || got < part) break;
-    }
-    return done;
 }
 
 bool DescribeByPlugin(const std::string& name, const OwnedFile& file, FileResult& result) {
@@ -202,7 +169,7 @@ bool DescribeByPlugin(const std::string& name, const OwnedFile& file, FileResult
 int ListPlugins(const PluginsOptions& options) {
     ComPtr<IQmFioLogger> log(options.log ? new ErrorLog : nullptr);
     const ComPtr<IQmFileIOMgrForApp> manager =
-        MakeManager(options.fresh ? uint32_t{FIO_INIT_NO_CACHE} : 0, log.Get());
+        MakeFileManager(options.fresh ? uint32_t{FIO_INIT_NO_CACHE} : 0, log.Get());
     auto all = nlohmann::json::array();
     std::string text;
     for (const FIOPLUGINSTATE& state : StatesOf(*manager)) {

@@ -1,21 +1,17 @@
-// The manager of file plug-ins, and what the commands ask of it. Throws std::runtime_error where it cannot be
-// made.
+// What the commands ask of the manager of file plug-ins. Throws std::runtime_error where it cannot be made.
 #pragma once
 
-#include "fileio/manager.h"
+#include "fileio/convert/file_manager.h"
 #include "tools/tarn-media/info.h"
 #include "tools/tarn-media/media_tool.h"
 
 #include <optional>
 
-/// Made at the first call, for as long as the program runs. [any-thread]
-IQmFileIOMgrForApp& FileManager();
-
 /// The path by which plug-ins reach an open file, also one without a name.
 std::u16string PathOf(HQMFILE file);
 
 /// What a plug-in tells of a file; false, and nothing changes, where no plug-in reads it.
-bool DescribeByPlugin(const std::string& name, const OwnedFile& file, FileResult& result);
+bool DescribeByPlugin(const std::string& name, const tarn::OwnedFile& file, FileResult& result);
 
 struct PluginsOptions {
     bool json = false, templates = false, log = false, fresh = false;

@@ -1,5 +1,6 @@
 // Media files from the command line: tarn-media info take.wav
 #include "tools/tarn-media/file_plugins.h"
+#include "tools/tarn-media/film.h"
 #include "tools/tarn-media/meta.h"
 
 #include <CLI/CLI.hpp>
@@ -297,6 +298,23 @@ int main(int argc, char** argv) {
         command->add_flag("--log", plugins.log, "what the manager does, on standard error");
         command->add_flag("--fresh", plugins.fresh, "ask each again, whatever is known from before");
         command->callback([&] { code = ListPlugins(plugins); });
+    }
+
+    FrameOptions frame;
+    if (CLI::App* command = commands.Add(app, "frame", "a picture of a film as a PNG")) {
+        command->add_option("FILE", frame.input)->required();
+        command->add_option("OUTPUT", frame.output)->required();
+        command->add_option("--frame", frame.frame, "which, from 0");
+        command->add_option("--stream", frame.stream, "of the film's streams of pictures, from 0");
+        command->add_flag("-f,--force", frame.force, "replace the output");
+        command->callback([&] { code = SaveFrame(frame); });
+    }
+
+    TextsOptions texts;
+    if (CLI::App* command = commands.Add(app, "texts", "the subtitles of a film, with their times")) {
+        command->add_option("FILE", texts.input)->required();
+        command->add_option("--stream", texts.stream, "of the film's streams of texts, from 0");
+        command->callback([&] { code = PrintTexts(texts); });
     }
 
     RepairOptions repair;

@@ -1,5 +1,6 @@
 #include "tools/tarn-media/media_tool.h"
 
+#include "fileio/convert/sample_source.h"
 #include "mediafile/media_codes.h"
 #include "platform/sole_writer.h"
 #include "platform/text.h"
@@ -114,8 +115,7 @@ std::string ReasonOf(HRESULT status) {
     if (status == MEDIA_E_OPEN && QmFile_LastError() == ESPIPE)
         return "it is a pipe or a device, and a file is needed";
     if (QmFile_LastError() != 0 && (status == MEDIA_E_OPEN || status == MEDIA_E_WRITE)) return SystemReason();
-    const char16_t* text = QmMedia_StatusText(status);
-    return text ? Utf8FromUtf16(text) : "status " + std::to_string(status);
+    return ReasonOfStatus(status);
 }
 
 OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation) {

@@ -18,18 +18,13 @@ int Complain(const std::string& file, const std::string& reason, int code = EXIT
 /// By status, with the system's own reason where there is one.
 std::string ReasonOf(HRESULT status);
 
-struct CloseFile {
-    void operator()(QMFILE* file) const { QmFile_Close(file); }
-};
-using OwnedFile = std::unique_ptr<QMFILE, CloseFile>;
-
 /// Stands for standard input, which is read to its end into a file without a name, and standard output.
 inline constexpr const char* STANDARD_STREAM = "-";
 
-OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation);
+tarn::OwnedFile OpenFile(const std::string& path, QmFileAccess access, QmFileCreation creation);
 /// To be changed in its place, as it was when it was read. Throws std::runtime_error with the reason, such as
 /// another program that writes to it or has done so since.
-OwnedFile OpenToEdit(const std::string& path, const tarn::FileStamp& whenRead);
+tarn::OwnedFile OpenToEdit(const std::string& path, const tarn::FileStamp& whenRead);
 
 /// "pcm16" and its like; 0 for no such name.
 QMSAMPLETYPE TypeByName(const std::string& name);
@@ -54,7 +49,7 @@ public:
 private:
     const bool m_isStream;
     tarn::ReplacingFile m_new;
-    OwnedFile m_file;
+    tarn::OwnedFile m_file;
 };
 
 /// "1,234 of 5,678 MB" on a terminal while long work goes on; silent elsewhere.

@@ -3,9 +3,15 @@
 #pragma once
 
 #include "fileio/plugin.h"
+#include "mediafile/media_codes.h"
 #include "mediafile/sample_reader.h"
 
 #include <string>
+
+namespace tarn {
+
+/// What the status of a file or of a plug-in means, for a person.
+std::string ReasonOfStatus(HRESULT status);
 
 class SampleSource {
 public:
@@ -18,6 +24,8 @@ public:
     virtual bool Skip(uint64_t frames) = 0;
     /// Where that was, as a message begins: "at 44: ".
     virtual std::string Place() const = 0;
+    /// Why.
+    virtual HRESULT Status() const { return MEDIA_E_READ; }
     /// Blocks of a codec that cannot be, so far.
     virtual uint64_t DamagedBlocks() const { return 0; }
 };
@@ -26,8 +34,7 @@ public:
 class OwnSamples final : public SampleSource {
 public:
     /// Both outlive this.
-    OwnSamples(const tarn::ByteSource& source, const tarn::MediaContents& contents)
-        : m_reader(source, contents) {}
+    OwnSamples(const ByteSource& source, const MediaContents& contents) : m_reader(source, contents) {}
 
     QMSAMPLETYPE Type() const override { return m_reader.Type(); }
     uint32_t FrameBytes() const override { return m_reader.FrameBytes(); }
@@ -37,29 +44,38 @@ public:
     uint64_t DamagedBlocks() const override { return m_reader.DamagedBlocks(); }
 
 private:
-    tarn::SampleReader m_reader;
+    SampleReader m_reader;
+};
+
+/// The first sound among a file's streams, of which every number may be wrong that a plug-in tells.
+struct PluginSound {
+    ComPtr<IQmReadAudioStream> stream;
+    _qmwaveformat format{};
+    uint64_t frames = 0;
+
+    /// MEDIA_E_UNSUPPORTED_FORMAT where there is none, or none that makes sense; or what the plug-in says.
+    HRESULT Open(IQmReadFile& file);
 };
 
 /// Of a stream of a plug-in.
 class PluginSamples final : public SampleSource {
 public:
-    PluginSamples(const tarn::ComPtr<IQmReadAudioStream>& stream, const _qmwaveformat& format,
-                  uint64_t frames)
-        : m_stream(stream), m_type(format.sampleType), m_frameBytes(format.blockAlign), m_frames(frames) {}
+    explicit PluginSamples(PluginSound sound) : m_sound(std::move(sound)) {}
 
-    QMSAMPLETYPE Type() const override { return m_type; }
-    uint32_t FrameBytes() const override { return m_frameBytes; }
+    QMSAMPLETYPE Type() const override { return m_sound.format.sampleType; }
+    uint32_t FrameBytes() const override { return m_sound.format.blockAlign; }
     uint64_t Read(void* samples, uint64_t frames) override;
     bool Skip(uint64_t frames) override {
         m_at += frames;
-        return m_at <= m_frames;
+        return m_at <= m_sound.frames;
     }
     std::string Place() const override { return "at frame " + std::to_string(m_at) + ": "; }
+    HRESULT Status() const override { return m_status; }
 
 private:
-    const tarn::ComPtr<IQmReadAudioStream> m_stream;
-    const QMSAMPLETYPE m_type;
-    const uint32_t m_frameBytes;
-    const uint64_t m_frames;
+    const PluginSound m_sound;
     uint64_t m_at = 0;
+    HRESULT m_status = MEDIA_E_READ;
 };
+
+}  // namespace tarn

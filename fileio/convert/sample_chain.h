@@ -5,17 +5,19 @@
 #include "audio/dither.h"
 #include "audio/mix_matrix.h"
 #include "audio/rate/resampler.h"
-#include "tools/tarn-media/sample_source.h"
+#include "fileio/convert/sample_source.h"
 
 #include <optional>
 #include <vector>
+
+namespace tarn {
 
 /// Of integers, the value of 1.0; 0 for floats.
 double FullScaleOf(QMSAMPLETYPE type);
 
 struct ChainPlan {
     uint64_t start = 0, frames = 0;  ///< of the file
-    tarn::MixMatrix matrix;
+    MixMatrix matrix;
     uint32_t fromRate = 0, toRate = 0;
     double gain = 1;
     QMSAMPLETYPE type = QMSAMPLE_UNKNOWN;  ///< that is stored
@@ -23,6 +25,9 @@ struct ChainPlan {
 
     /// Values stay what they are, but for the type.
     bool IsPlain() const { return matrix.IsSame() && fromRate == toRate && gain == 1 && !dithers; }
+    /// Integers that have fewer steps than what they are made of, or that are reckoned, want noise before
+    /// they are rounded.
+    bool LosesSteps(QMSAMPLETYPE from) const;
 };
 
 class SampleChain {
@@ -46,10 +51,12 @@ private:
 
     SampleSource& m_source;
     const ChainPlan& m_plan;
-    std::optional<tarn::Resampler> m_resampler;
-    std::optional<tarn::Dither> m_dither;
+    std::optional<Resampler> m_resampler;
+    std::optional<Dither> m_dither;
     uint64_t m_read = 0, m_clipped = 0;
     bool m_isEnd = false;
     std::vector<uint8_t> m_piece, m_stored;
     std::vector<double> m_read64, m_mixed, m_resampled;
 };
+
+}  // namespace tarn

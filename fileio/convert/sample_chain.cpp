@@ -1,23 +1,33 @@
-#include "tools/tarn-media/sample_chain.h"
+#include "fileio/convert/sample_chain.h"
 
 #include "audio/audio_copy.h"
-#include "tools/tarn-media/media_tool.h"
 
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
-using namespace tarn;
+namespace tarn {
 
 namespace {
 
 constexpr uint64_t PIECE_BYTES = 1 << 20;
 
+std::string Failure(const SampleSource& source) { return source.Place() + ReasonOfStatus(source.Status()); }
+
+bool IsFloat(QMSAMPLETYPE type) { return type == QMSAMPLE_FLOAT32 || type == QMSAMPLE_FLOAT64; }
+
 }  // namespace
 
 double FullScaleOf(QMSAMPLETYPE type) {
-    const bool isFloat = type == QMSAMPLE_FLOAT32 || type == QMSAMPLE_FLOAT64;
-    return isFloat ? 0 : QmAudio_GetNormalizeFactor(QmAudio_BitsFromSampleType(type));
+    return IsFloat(type) ? 0 : QmAudio_GetNormalizeFactor(QmAudio_BitsFromSampleType(type));
+}
+
+bool ChainPlan::LosesSteps(QMSAMPLETYPE from) const {
+    constexpr uint32_t FINEST = 24;  // beyond it the noise is below any converter's own
+    const uint32_t bits = QmAudio_BitsFromSampleType(type);
+    if (IsFloat(type) || bits > FINEST) return false;
+    const bool isReckoned = gain != 1 || fromRate != toRate || !matrix.MovesOnly();
+    return IsFloat(from) || QmAudio_BitsFromSampleType(from) > bits || isReckoned;
 }
 
 SampleChain::SampleChain(SampleSource& source, const ChainPlan& plan) : m_source(source), m_plan(plan) {
@@ -25,7 +35,7 @@ SampleChain::SampleChain(SampleSource& source, const ChainPlan& plan) : m_source
         m_resampler.emplace(plan.fromRate, plan.toRate, plan.matrix.to, Resampler::Samples::Doubles,
                             Resampler::Quality::Highest);
     if (plan.dithers) m_dither.emplace(1 / FullScaleOf(plan.type));
-    if (!source.Skip(plan.start)) throw std::runtime_error(source.Place() + ReasonOf(MEDIA_E_READ));
+    if (!source.Skip(plan.start)) throw std::runtime_error(Failure(source));
 }
 
 uint64_t SampleChain::ReadPiece() {
@@ -33,8 +43,7 @@ uint64_t SampleChain::ReadPiece() {
     const uint64_t most = std::max<uint64_t>(PIECE_BYTES / widest, 1);
     const uint64_t frames = std::min(most, m_plan.frames - m_read);
     m_piece.resize(frames * m_source.FrameBytes());
-    if (m_source.Read(m_piece.data(), frames) < frames)
-        throw std::runtime_error(m_source.Place() + ReasonOf(MEDIA_E_READ));
+    if (m_source.Read(m_piece.data(), frames) < frames) throw std::runtime_error(Failure(m_source));
     m_read += frames;
     return frames;
 }
@@ -102,3 +111,5 @@ const std::vector<uint8_t>& SampleChain::NextStored() {
                                                             static_cast<long>(samples.size()), 1.0f);
     return m_stored;
 }
+
+}  // namespace tarn

@@ -1,11 +1,23 @@
-#include "tools/tarn-media/loudness.h"
+#include "fileio/convert/loudness.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <stdexcept>
 
-LoudnessMeter::LoudnessMeter(uint32_t channels, uint32_t rate, uint32_t mask)
-    : m_state(ebur128_init(channels, rate, EBUR128_MODE_I)), m_channels(channels) {
+namespace tarn {
+
+namespace {
+
+void Check(int status) {
+    if (status != EBUR128_SUCCESS) throw std::runtime_error("out of memory");
+}
+
+}  // namespace
+
+LoudnessMeter::LoudnessMeter(uint32_t channels, uint32_t rate, uint32_t mask, bool withPeaks)
+    : m_state(ebur128_init(channels, rate, EBUR128_MODE_I | (withPeaks ? EBUR128_MODE_TRUE_PEAK : 0))),
+      m_channels(channels) {
     if (!m_state)
         throw std::runtime_error("the loudness of such channels and such a rate cannot be measured");
     // By the bits of the mask.
@@ -22,10 +34,11 @@ LoudnessMeter::LoudnessMeter(uint32_t channels, uint32_t rate, uint32_t mask)
                                 bit < std::size(SPEAKERS) ? SPEAKERS[bit] : EBUR128_UNUSED);
 }
 
-void LoudnessMeter::Add(const std::vector<double>& samples) {
-    if (ebur128_add_frames_double(m_state.get(), samples.data(), samples.size() / m_channels) !=
-        EBUR128_SUCCESS)
-        throw std::runtime_error("out of memory");
+void LoudnessMeter::Add(const double* samples, size_t frames) {
+    Check(ebur128_add_frames_double(m_state.get(), samples, frames));
+}
+void LoudnessMeter::Add(const float* samples, size_t frames) {
+    Check(ebur128_add_frames_float(m_state.get(), samples, frames));
 }
 
 std::optional<double> LoudnessMeter::Loudness() const {
@@ -34,4 +47,13 @@ std::optional<double> LoudnessMeter::Loudness() const {
     return isTold && std::isfinite(loudness) ? std::optional(loudness) : std::nullopt;
 }
 
+double LoudnessMeter::TruePeak() const {
+    double highest = 0, peak = 0;
+    for (unsigned c = 0; c < m_channels; c++)
+        if (ebur128_true_peak(m_state.get(), c, &peak) == EBUR128_SUCCESS) highest = std::max(highest, peak);
+    return highest;
+}
+
 void LoudnessMeter::Delete::operator()(ebur128_state* state) const { ebur128_destroy(&state); }
+
+}  // namespace tarn

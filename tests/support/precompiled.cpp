@@ -1,0 +1,2 @@
+// The programs that this is of exist for their precompiled headers.
+int main() {}

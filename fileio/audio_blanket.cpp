@@ -4,7 +4,7 @@
 
 namespace tarn {
 
-CQmReadAudioStreamBlanket::~CQmReadAudioStreamBlanket() { Stop(); }
+CQmReadAudioStreamBlanket::~CQmReadAudioStreamBlanket() noexcept { Stop(); }
 
 HRESULT CQmReadAudioStreamBlanket::GetFormat(_qmwaveformat* format, uint32_t capacity) {
     if (!format) return E_POINTER;

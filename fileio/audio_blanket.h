@@ -15,7 +15,7 @@ class CQmReadAudioStreamBlanket final : public StreamBlanket<IQmReadAudioStream,
                                         private kj::TaskSet::ErrorHandler {
 public:
     using StreamBlanket::StreamBlanket;
-    ~CQmReadAudioStreamBlanket() override;
+    ~CQmReadAudioStreamBlanket() noexcept override;
 
     HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override;
     HRESULT GetFrames(uint64_t* frames) override;

@@ -39,7 +39,7 @@ class Blanket : public Counted<Interface, Ids...>, public CQmOutOfProcObj {
 
 public:
     Blanket(SharedProcess process, Client client) : m_process(std::move(process)), m_client(kj::mv(client)) {}
-    ~Blanket() override {
+    ~Blanket() noexcept override {  // whatever the messages' library says of what it holds
         m_process->RunPlain([this] { m_client.reset(); });
     }
 

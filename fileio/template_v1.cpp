@@ -64,7 +64,7 @@ HRESULT QmFio_UpliftTemplateV1(tagQMTEMPLATExV2** settings, const tagQMTEMPLATEV
         if (Failed(hr)) return hr;
         std::ranges::copy(old.identifier, made->identifier);
         _qmwaveformat format = old.format;
-        format.size = sizeof format;  // nothing of a codec's lies behind it here
+        format.extraSize = 0;  // nothing of a codec's lies behind it here
         QmFio_InitBasicAudioTemplate(made, &format);
         made->audio.bitRate = old.bitRate;
         GUID id{};

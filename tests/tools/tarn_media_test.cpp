@@ -26,7 +26,7 @@ protected:
         for (const char* folder : {"XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
             ::setenv(folder, Path(folder).c_str(), 1);
     }
-    Outcome Run(const std::string& arguments) { return RunShell(std::string(TARN_MEDIA) + " " + arguments); }
+    Outcome Run(const std::string& arguments) { return RunShell(TARN_MEDIA " " + arguments); }
     /// While something happens at its n-th step: it is killed, or the command is run.
     Outcome RunMeddled(int step, const std::string& arguments, const std::string& with = {}) {
         return RunShell("exec env MEDDLE_AT=" + std::to_string(step) +

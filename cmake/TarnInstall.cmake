@@ -46,6 +46,7 @@ foreach(room platform kernel audio image mediafile fileio contract)
     PATTERN rate EXCLUDE
     PATTERN rows EXCLUDE
     PATTERN opencl EXCLUDE
+    PATTERN convert EXCLUDE
     PATTERN plugins EXCLUDE
     PATTERN surrogate EXCLUDE
     ${own_headers})

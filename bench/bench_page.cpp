@@ -123,7 +123,9 @@ void ScrollByAStrip(benchmark::State& state) {
     scene.ShowAll();
     int turn = -120;
     for (auto _ : state) {
-        scene.page->Wheel({20, 30}, turn);  // over a title, where no control takes it
+        scene.page->Wheel({static_cast<int>(state.range(1)) / 2, 60},
+                          turn);  // over a title: no control takes it
+        QApplication::processEvents();
         turn = -turn;
     }
 }

@@ -232,7 +232,8 @@ void Strip::Layout() {
     const RECT strip = m_rects.strip;
     m_rects = LayoutStrip(strip, m, m_traits, m_site.plugin.View());
     m_firstInsert = m_rects.insertRows.first;
-    if (std::exchange(m_firstSend, m_rects.sendRows.first) != m_firstSend) {
+    const int firstSend = m_rects.sendRows.first;
+    if (std::exchange(m_firstSend, firstSend) != firstSend) {
         MakeSendControls();
         ReadBack();
     }

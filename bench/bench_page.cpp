@@ -1,7 +1,7 @@
 // The whole page with 100 to 2,000 strips: one meter tick from the worker's call to the pixels, with peak
-// meters beside the faders and with every region shown, one full paint, scrolling by a strip, laying strips
-// out, opening it, and reading all that a screen reader is offered. With the name of a PNG as the argument
-// it saves what was painted, to be looked at.
+// meters beside the faders and with every region shown, one full paint, scrolling by a strip, zooming, laying
+// strips out, opening it, and reading all that a screen reader is offered. With the name of a PNG as the
+// argument it saves what was painted, to be looked at.
 #include "console/console_plugin.h"
 #include "console/strip_layout.h"
 #include "platform/ui/window.h"
@@ -130,6 +130,18 @@ void ScrollByAStrip(benchmark::State& state) {
     }
 }
 
+/// Ctrl and the wheel: all strips become wider or narrower.
+void ZoomByANotch(benchmark::State& state) {
+    Scene scene(static_cast<int>(state.range(0)), QSize(static_cast<int>(state.range(1)), 1000));
+    scene.ShowAll();
+    int turn = 120;
+    for (auto _ : state) {
+        scene.page->Wheel({static_cast<int>(state.range(1)) / 2, 60}, turn, Qt::ControlModifier);
+        QApplication::processEvents();
+        turn = -turn;
+    }
+}
+
 void LayoutStrips(benchmark::State& state) {
     const tConsoleMetrics& m = MeasuredConsoleMetrics();
     StripView view;
@@ -197,6 +209,7 @@ BENCHMARK(MeterTick)->Apply(Sizes);
 BENCHMARK(AllMetersTick)->Apply(Sizes);
 BENCHMARK(FullPaint)->Apply(Sizes);
 BENCHMARK(ScrollByAStrip)->Apply(Sizes);
+BENCHMARK(ZoomByANotch)->Apply(Sizes);
 BENCHMARK(LayoutStrips)->ArgName("strips")->Arg(500)->Unit(benchmark::kMicrosecond);
 BENCHMARK(OpenPage)->ArgName("strips")->Arg(100)->Arg(2000)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReadAccessible)->ArgName("strips")->Arg(100)->Arg(2000)->Unit(benchmark::kMillisecond);

@@ -522,8 +522,10 @@ void CConsoleMixerPage::OnRefresh(uintptr_t wparam, intptr_t lparam) {
     }
     if (wparam & (REFRESH_REGION | REFRESH_REDRAW))  // the pointer is only compared
         for (const auto& region : m_regions)
-            if (region.get() == reinterpret_cast<const CViewRegion*>(lparam))
+            if (region.get() == reinterpret_cast<const CViewRegion*>(lparam)) {
                 ThePageWindow().Invalidate(region->Bounds());
+                if (wparam & REFRESH_REDRAW) ThePageWindow().repaint(ToQRect(region->Bounds()));
+            }
     if (wparam & REFRESH_ALL) InvalidateAll();
     if (wparam & REFRESH_IMAGES) OnLookChanged(static_cast<uint32_t>(lparam));
 }

@@ -128,9 +128,13 @@ void CMixerView::ViewChanged(bool rebuild) {
 void CMixerView::SetScroll(LONG offset) {
     offset = std::clamp<LONG>(offset, 0, std::max<LONG>(0, m_totalWidth - m_bounds.Width()));
     if (offset == m_offset) return;
+    const LONG distance = m_offset - offset;
     m_offset = offset;
     LayoutStrips();
-    m_site.InvalidateAll();
+    RECT shifted = m_bounds;
+    if (!m_scroll.Bounds().IsEmpty()) shifted.bottom = m_scroll.Bounds().top;
+    m_site.ThePageWindow().Scroll(shifted, distance);
+    m_site.Host().Invalidate(m_scroll.Bounds());
 }
 
 void CMixerView::ZoomTo(LONG offset, LONG length) {
@@ -176,11 +180,13 @@ bool CMixerView::IsOffBySolo(const Strip& strip) const {
 void CMixerView::Paint(QPainter& painter, const RECT& area) {
     if (m_bounds.IsEmpty()) return;
     const ClipScope clip(painter, m_bounds);
+    // What is due need not fill `area`: a scrolled view has its bar and the strip that came in.
+    const QRegion due = painter.clipRegion();
     const bool focusShown = m_site.HasKeyboardFocus();
     LONG right = m_bounds.left;
     for (Strip* strip : OnView()) {
         right = strip->Rects().strip.right;
-        if (!strip->Rects().strip.Intersects(area)) continue;
+        if (!due.intersects(ToQRect(strip->Rects().strip))) continue;
         strip->Prepare();
         const bool focused = focusShown && m_focus == &strip->Entry();
         StripLook look{};

@@ -187,9 +187,11 @@ std::optional<StripParameter> Strip::Alike(Strip& source, const StripParameter& 
 }
 
 void Strip::Place(const RECT& rect) {
-    if (m_laidOut && m_rects.strip == rect) return;
+    const RECT& before = m_rects.strip;
+    if (m_laidOut && before == rect) return;
+    m_laidOut = m_laidOut && before.Width() == rect.Width() && before.Height() == rect.Height();
+    m_moved = true;
     m_rects.strip = rect;
-    m_laidOut = false;
 }
 
 void Strip::ViewChanged(bool rebuild) {
@@ -211,11 +213,15 @@ void Strip::Prepare() {
         m_laidOut = false;
         ReadBack();
     }
-    if (!m_laidOut) Layout();
+    if (!m_laidOut)
+        Layout();
+    else if (m_moved)
+        Shift();
 }
 
 void Strip::Layout() {
     m_laidOut = true;
+    m_moved = false;
     const tConsoleMetrics& m = ConsoleMetrics();
     const LONG standard = m_traits.fourFaders ? m.cxSurroundDefault : m.cxChannelDefault;
     const bool narrow = m_rects.strip.Width() < standard || m_traits.fourFaders;
@@ -245,8 +251,27 @@ void Strip::Layout() {
                 control->SetThumbs(thumb);
                 control->SetLabels(m_rects.fader[group].Width() >=
                                    thumb.Size().cx + 2 * m.nSurroundTextWidth);
-                control->Move(m_rects.fader[group]);
             }
+    }
+    PlaceControls();
+    m_meters.Layout(m_rects, m_site.plugin.View());
+    m_nodes.clear();
+}
+
+/// As it was laid out, elsewhere.
+void Strip::Shift() {
+    m_moved = false;
+    const RECT strip = m_rects.strip;
+    m_rects = LayoutStrip(strip, ConsoleMetrics(), m_traits, m_site.plugin.View());
+    PlaceControls();
+    m_meters.Move(m_rects);
+}
+
+void Strip::PlaceControls() {
+    for (const auto& control : m_controls) {
+        const uint32_t element = control->Element();
+        for (size_t group = 0; group < SPEAKER_GROUPS; group++)
+            if (element == SPEAKERS[group].element) control->Move(m_rects.fader[group]);
         if (element == ELEMENT_PAN) control->Move(m_rects.pan);
         if (element == ELEMENT_SURROUND_PAN) control->Move(m_rects.panPad);
         for (uint32_t row = 0; row < SEND_ROWS; row++) {
@@ -254,8 +279,6 @@ void Strip::Layout() {
             if (element == ELEMENT_SEND_PAN + row) control->Move(m_rects.sends[row].pan);
         }
     }
-    m_meters.Layout(m_rects, m_site.plugin.View());
-    m_nodes.clear();
 }
 
 uint32_t Strip::HitTest(POINT at, std::u16string& tip, RECT& area) const {

@@ -175,7 +175,7 @@ public:
                      bool empty) const;
     void PaintInsert(QPainter& painter, uint32_t row, bool pressed) const;
     static void PaintScroll(QPainter& painter, const ShownRows& rows);
-    void PaintValue(QPainter& painter, size_t part, bool offBySolo) const;
+    void PaintValue(QPainter& painter, const RECT& area, size_t part, bool offBySolo) const;
     void PaintSend(QPainter& painter, uint32_t row, bool pressed) const;
 
     int place = -1;  ///< among the strips that are shown
@@ -188,6 +188,8 @@ private:
     void MakeSendControls();
     void MeasureTraits();
     void Layout();
+    void Shift();
+    void PlaceControls();
     void PaintRegions(QPainter& painter) const;
     void PaintNumber(QPainter& painter, const RECT& at, const std::u16string& text, bool silent) const;
     bool ReadSwitches();
@@ -203,7 +205,7 @@ private:
     std::vector<std::unique_ptr<StripControl>> m_controls;
     StripTraits m_traits;
     StripRects m_rects{};
-    bool m_made = false, m_read = false, m_laidOut = false;
+    bool m_made = false, m_read = false, m_laidOut = false, m_moved = false;
 
     uint32_t m_switches = 0, m_automation = 0, m_panModel = 0;
     std::vector<StripInsert> m_inserts;

@@ -85,7 +85,6 @@ void StripMeters::Layout(const StripRects& rects, const StripView& view) {
             MeterInst_Message(&meter->meter, METERM_CHANGESTYLE, bit, on);
         }
         MeterInst_Message(&meter->meter, METERM_SETDISPLAYRANGE, 0, static_cast<intptr_t>(view.meterRange));
-        MeterInst_Move(&meter->meter, &rect);
     };
     for (size_t i = 0; i < SPEAKER_GROUPS; i++)
         put(m_beside[i], rects.meter[i], std::min(i, m_groups.size() - 1), rects.meter[i].Width() >= 60);
@@ -104,7 +103,6 @@ void StripMeters::Layout(const StripRects& rects, const StripView& view) {
     if (m_vu) {
         if (std::exchange(m_vuScale, view.vuScale) != view.vuScale)
             MeterExInst_SetScale(m_vu.get(), &MeterScaleOf(VuScaleIndex(view.vuScale)));
-        MeterExInst_Move(m_vu.get(), &rects.vu);
     }
     if (!rects.scope.IsEmpty() && !m_scope && !m_entry.IsMidi()) {
         const RECT none{};
@@ -117,9 +115,17 @@ void StripMeters::Layout(const StripRects& rects, const StripView& view) {
         constexpr uint32_t STYLES = SCOPES_ROTATED | SCOPES_POLAR_LINEAR | SCOPES_POLAR_CIRCULAR;
         ScopeInst_SetStyle(m_scope.get(), STYLES & ~view.scopeStyle, false);
         ScopeInst_SetStyle(m_scope.get(), view.scopeStyle, true);
-        ScopeInst_Move(m_scope.get(), &rects.scope);
     }
+    Move(rects);
     m_painted = false;
+}
+
+void StripMeters::Move(const StripRects& rects) {
+    for (size_t i = 0; i < SPEAKER_GROUPS; i++)
+        if (m_beside[i]) MeterInst_Move(&m_beside[i]->meter, &rects.meter[i]);
+    if (m_peak) MeterInst_Move(&m_peak->meter, &rects.peak);
+    if (m_vu) MeterExInst_Move(m_vu.get(), &rects.vu);
+    if (m_scope) ScopeInst_Move(m_scope.get(), &rects.scope);
 }
 
 /// True when a level is another than before.

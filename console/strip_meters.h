@@ -28,6 +28,8 @@ public:
 
     /// Makes those that the strip has room for, and puts them in their places.
     void Layout(const StripRects& rects, const StripView& view);
+    /// They keep their sizes and their looks.
+    void Move(const StripRects& rects);
     /// Drops all; Layout makes them anew, in new colours.
     void Drop();
     void LeaveView() { m_painted = false; }

@@ -10,21 +10,53 @@
 #include "kernel/ui/ui_glyphs.h"
 #include "platform/ui/paint.h"
 
+#include <map>
+#include <tuple>
+
 namespace {
 
 constexpr int32_t FONT_TEXT = 100, FONT_SMALL = 110, FONT_BOLD = 104;
 
-void FillRounded(QPainter& painter, const RECT& rect, qreal radius, COLORREF fill, COLORREF frame) {
-    painter.save();
+/// Pixels of the device.
+struct Rounded {
+    QSize size;
+    qreal scale, radius;
+    COLORREF fill, frame;
+    auto Fields() const { return std::tuple(size.width(), size.height(), scale, radius, fill, frame); }
+    bool operator<(const Rounded& other) const { return Fields() < other.Fields(); }
+};
+
+QImage DrawRounded(const Rounded& box, qreal line) {
+    QImage image(box.size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.scale(box.scale, box.scale);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ToColor(frame));
-    const QRectF outer = SnapRect(painter, ToQRect(rect));
-    painter.drawRoundedRect(outer, radius, radius);
-    const qreal line = LineWidth(painter);
-    painter.setBrush(ToColor(fill));
-    painter.drawRoundedRect(outer.adjusted(line, line, -line, -line), radius - line / 2, radius - line / 2);
-    painter.restore();
+    painter.setBrush(ToColor(box.frame));
+    const QRectF outer(QPointF(), QSizeF(box.size) / box.scale);
+    painter.drawRoundedRect(outer, box.radius, box.radius);
+    painter.setBrush(ToColor(box.fill));
+    painter.drawRoundedRect(outer.adjusted(line, line, -line, -line), box.radius - line / 2,
+                            box.radius - line / 2);
+    return image;
+}
+
+/// Strips have the same boxes by the hundred, and round corners take longer to draw than to copy.
+void FillRounded(QPainter& painter, const RECT& rect, qreal radius, COLORREF fill, COLORREF frame) {
+    constexpr size_t MOST = 512;
+    static std::map<Rounded, QImage> drawn;
+    const qreal line = LineWidth(painter), scale = painter.deviceTransform().m22();
+    const DevicePixels device(painter);
+    const QRect area = device.Map(rect);
+    if (area.isEmpty()) return;
+    const Rounded box{area.size(), scale, radius, fill, frame};
+    auto found = drawn.find(box);
+    if (found == drawn.end()) {
+        if (drawn.size() >= MOST) drawn.clear();
+        found = drawn.emplace(box, DrawRounded(box, line)).first;
+    }
+    painter.drawImage(area.topLeft(), found->second);
 }
 
 COLORREF Face() { return QmGetUIColor(COLOR_BTNFACE); }
@@ -33,13 +65,6 @@ COLORREF Well() { return QmSkin_BlendColor(Face(), QmGetUIColor(COLOR_3DDKSHADOW
 COLORREF ButtonFace(bool pressed) {
     const COLORREF face = QmSkin_BlendColor(Face(), QmGetUIColor(UICOLOR_STRONG), 22, 0);
     return pressed ? QmSkin_BlendColor(face, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0) : face;
-}
-
-/// What is too wide for its place keeps its beginning and its end, where names differ.
-std::u16string ElidedInTheMiddle(const std::u16string& text, const QFont& font, LONG width) {
-    const QString shown = QFontMetrics(font).elidedText(QString::fromStdU16String(text), Qt::ElideMiddle,
-                                                        static_cast<int>(width));
-    return shown.toStdU16String();
 }
 
 RECT Inner(const RECT& rect, LONG x) { return {rect.left + x, rect.top, rect.right - x, rect.bottom}; }
@@ -117,11 +142,8 @@ void Strip::PaintNumber(QPainter& painter, const RECT& at, const std::u16string&
              QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
-void Strip::PaintValue(QPainter& painter, size_t part, bool offBySolo) const {
-    const bool silent = Has(SWITCH_MUTE) || offBySolo;
-    RECT at = m_rects.value[part];
-    if (!HasTwoValues() && !m_rects.value[1].IsEmpty()) at.right = m_rects.value[1].right;
-    PaintNumber(painter, at, ValueText(offBySolo, part), silent);
+void Strip::PaintValue(QPainter& painter, const RECT& area, size_t part, bool offBySolo) const {
+    PaintNumber(painter, area, ValueText(offBySolo, part), Has(SWITCH_MUTE) || offBySolo);
 }
 
 void Strip::PaintTitle(QPainter& painter) const {
@@ -155,9 +177,8 @@ void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
         FrameRect(painter, {plate.left + 1, plate.top + BAND, plate.right - 1, plate.bottom}, accent);
     const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3,
                     m_rects.name.bottom + 1};
-    const QFont& font = QmGetUIFont(FONT_TEXT);
-    DrawText(painter, text, ElidedInTheMiddle(m_entry.Name(), font, text.Width()), font,
-             QmGetUIColor(IsSelected() ? UICOLOR_STRONG : COLOR_BTNTEXT), TEXT_CENTER);
+    DrawText(painter, text, m_entry.Name(), QmGetUIFont(FONT_TEXT),
+             QmGetUIColor(IsSelected() ? UICOLOR_STRONG : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE_MIDDLE);
 }
 
 void Strip::PaintSwitch(QPainter& painter, const StripPart& part, const RECT& area, bool on,
@@ -174,10 +195,8 @@ void Strip::PaintSwitch(QPainter& painter, const StripPart& part, const RECT& ar
 void Strip::PaintButton(QPainter& painter, const RECT& area, const std::u16string& text, bool pressed,
                         bool empty) const {
     FillRounded(painter, area, 3, empty ? Well() : ButtonFace(pressed), QmGetUIColor(COLOR_3DDKSHADOW));
-    const QFont& font = QmGetUIFont(FONT_SMALL);
-    const RECT inside = Inner(area, 4);
-    DrawText(painter, inside, ElidedInTheMiddle(text, font, inside.Width()), font,
-             QmGetUIColor(empty ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER);
+    DrawText(painter, Inner(area, 4), text, QmGetUIFont(FONT_SMALL),
+             QmGetUIColor(empty ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE_MIDDLE);
 }
 
 /// An effect: a lamp that is lit while it works, and its name. The row behind the last one adds.
@@ -201,9 +220,8 @@ void Strip::PaintInsert(QPainter& painter, uint32_t index, bool pressed) const {
                         : Well(),
                 QmGetUIColor(COLOR_3DDKSHADOW));
     RECT text{light.right + 4, area.top, area.right - 3, area.bottom};
-    const QFont& font = QmGetUIFont(FONT_SMALL);
-    DrawText(painter, text, ElidedInTheMiddle(insert.name, font, text.Width()), font,
-             QmGetUIColor(works ? COLOR_BTNTEXT : COLOR_GRAYTEXT));
+    DrawText(painter, text, insert.name, QmGetUIFont(FONT_SMALL),
+             QmGetUIColor(works ? COLOR_BTNTEXT : COLOR_GRAYTEXT), TEXT_ELIDE_MIDDLE);
     // Behind the fader: a bar at the right end.
     if (insert.state & EFFECT_POST_FADER)
         FillRect(painter, {area.right - 3, area.top + 3, area.right - 1, area.bottom - 3},

@@ -52,7 +52,12 @@ RECT OutputArea(const Strip& strip, uint32_t index) { return strip.Rects().outpu
 RECT SendArea(const Strip& strip, uint32_t index) { return strip.Rects().sends[index].target; }
 RECT PrePostArea(const Strip& strip, uint32_t index) { return strip.Rects().sends[index].prePost; }
 RECT PrePostBelowArea(const Strip& strip, uint32_t index) { return PrePostArea(strip, index + 1); }
-RECT ValueArea(const Strip& strip, uint32_t index) { return strip.Rects().value[index]; }
+/// Two parts at one value share one number.
+RECT ValueArea(const Strip& strip, uint32_t index) {
+    const RECT(&value)[2] = strip.Rects().value;
+    if (strip.HasTwoValues() || value[1].IsEmpty()) return value[index];
+    return index == 0 ? RECT{value[0].left, value[0].top, value[1].right, value[0].bottom} : RECT{};
+}
 RECT MeterArea(const Strip& strip, uint32_t) { return strip.Rects().meter[0]; }
 
 // Tips.
@@ -143,7 +148,7 @@ void PaintMeter(Strip& strip, QPainter& painter, const StripPart& part, uint32_t
     strip.Meters().Draw(painter, part.element);
 }
 void PaintValue(Strip& strip, QPainter& painter, const StripPart&, uint32_t index, const StripLook& look) {
-    if (index == 0 || strip.HasTwoValues()) strip.PaintValue(painter, index, look.offBySolo);
+    strip.PaintValue(painter, ValueArea(strip, index), index, look.offBySolo);
 }
 void PaintNamePlate(Strip& strip, QPainter& painter, const StripPart&, uint32_t, const StripLook& look) {
     strip.PaintNamePlate(painter, look.focused);

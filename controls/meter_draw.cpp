@@ -171,7 +171,10 @@ void PaintNames(const tQMMETER& m, QPainter& p, const RECT& names) {
 }
 
 bool IsCovered(const QPainter& p, const RECT& area) {
-    return !p.hasClipping() || (QRegion(ToQRect(area)) - p.clipRegion()).isEmpty();
+    if (!p.hasClipping()) return true;
+    // A region takes memory, and at each tick the meters that the window cuts come here.
+    const QRect rect = ToQRect(area);
+    return p.clipBoundingRect().contains(rect) && (QRegion(rect) - p.clipRegion()).isEmpty();
 }
 
 int32_t DeviceLine(const QPainter& p) {

@@ -7,6 +7,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 using namespace tarn;
@@ -15,11 +16,16 @@ namespace {
 constexpr COLORREF kClipGround = 0x2C35B3;  // dark red
 
 double Luminance(COLORREF color) {
-    const auto linear = [&](int shift) {
-        const double c = (color >> shift & 0xFF) / 255.0;
-        return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(0) + 0.7152 * linear(8) + 0.0722 * linear(16);
+    static const auto linear = [] {
+        std::array<double, 256> values{};
+        for (size_t i = 0; i < values.size(); i++) {
+            const double c = static_cast<double>(i) / 255.0;
+            values[i] = c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+        }
+        return values;
+    }();
+    return 0.2126 * linear[color & 0xFF] + 0.7152 * linear[color >> 8 & 0xFF] +
+           0.0722 * linear[color >> 16 & 0xFF];
 }
 
 COLORREF FarFrom(COLORREF ground) {

@@ -1,10 +1,11 @@
 #include "kernel/ui/ui_fonts.h"
 
-#include "platform/ui/paint.h"
+#include "platform/ui/shaped_text.h"
 
 #include <QFontMetrics>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <map>
 #include <string>
@@ -92,8 +93,7 @@ SIZE QmGetFontSize(const QFont& font) {
 SIZE QmGetTextExtent(const QFont& font, const char16_t* text, int32_t length) {
     const std::u16string_view view =
         length < 0 ? std::u16string_view(text) : std::u16string_view(text, static_cast<size_t>(length));
-    const QFontMetrics metrics(font);
-    return {metrics.horizontalAdvance(ViewText(view)), metrics.height()};
+    return {static_cast<LONG>(std::lround(ShapeText(font, view).advance)), QFontMetrics(font).height()};
 }
 
 uint32_t QmGetUIFontCharset() { return 1; }

@@ -1,5 +1,8 @@
 #include "platform/ui/back_image.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <utility>
 
 QRegion Simplified(const QRegion& region) {
@@ -18,6 +21,31 @@ bool BackImage::Fit(QSize size, qreal scale) {
 
 bool BackImage::IsFit(QSize size, qreal scale) const {
     return size == m_size && !m_image.isNull() && m_image.devicePixelRatio() == scale;
+}
+
+bool BackImage::Scroll(const QRect& area, int distance) {
+    const QRect inside = area & QRect(QPoint(), m_size);
+    const qreal scale = m_image.devicePixelRatio();
+    const QRectF exact(inside.x() * scale, inside.y() * scale, inside.width() * scale,
+                       inside.height() * scale);
+    const QRect pixels = exact.toRect();
+    const int shift = qRound(distance * scale);
+    if (m_image.isNull() || exact != QRectF(pixels) || shift != distance * scale) return false;
+    if (std::abs(shift) >= pixels.width()) {
+        m_invalid += inside;
+        return true;
+    }
+    constexpr size_t PIXEL = sizeof(QRgb);
+    const auto kept = static_cast<size_t>(pixels.width() - std::abs(shift));
+    const auto from = static_cast<size_t>(pixels.x() + std::max(-shift, 0)),
+               to = static_cast<size_t>(pixels.x() + std::max(shift, 0));
+    for (int y = pixels.top(); y <= pixels.bottom(); y++) {
+        uchar* line = m_image.scanLine(y);
+        std::memmove(line + to * PIXEL, line + from * PIXEL, kept * PIXEL);
+    }
+    const QRegion stale = (m_invalid & inside).translated(distance, 0) & inside;
+    m_invalid = (m_invalid - inside) | stale | (QRegion(inside) - inside.translated(distance, 0));
+    return true;
 }
 
 QRegion BackImage::TakeInvalid() {

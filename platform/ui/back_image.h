@@ -20,6 +20,9 @@ public:
     bool IsFit(QSize size, qreal scale) const;
 
     void Invalidate(const QRect& area) { m_invalid += area; }
+    /// Shifts the pixels of an area to the right, and what of it is out of date; what comes in is out of
+    /// date. False, and nothing is done, where the shift is no whole number of device pixels.
+    bool Scroll(const QRect& area, int distance);
     /// What is out of date; afterwards nothing is.
     QRegion TakeInvalid();
 

@@ -1,8 +1,9 @@
 #include "platform/ui/paint.h"
 
-#include <QFontMetrics>
+#include "platform/ui/shaped_text.h"
 
 #include <cmath>
+#include <optional>
 
 QRectF SnapRect(const QPainter& painter, const QRectF& rect) {
     const QTransform t = painter.deviceTransform();
@@ -56,16 +57,21 @@ void FrameRect(QPainter& painter, const RECT& rect, COLORREF color) {
 void DrawText(QPainter& painter, const RECT& rect, std::u16string_view text, const QFont& font,
               COLORREF color, uint32_t flags) {
     if (rect.IsEmpty() || text.empty()) return;
-    constexpr Qt::Alignment kAlign[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight, Qt::AlignLeft};
-    painter.setFont(font);
+    const Qt::TextElideMode where = flags & TEXT_ELIDE          ? Qt::ElideRight
+                                    : flags & TEXT_ELIDE_MIDDLE ? Qt::ElideMiddle
+                                                                : Qt::ElideNone;
+    const ShapedText line =
+        where == Qt::ElideNone ? ShapeText(font, text) : ShapeText(font, text, {where, rect.Width()});
+    const QRectF box = ToQRect(rect);
+    const qreal spare = box.width() - line.advance;
+    const uint32_t side = flags & TEXT_SIDES;
+    const qreal left = side == TEXT_RIGHT ? spare : side == TEXT_CENTER ? spare / 2 : 0;
+    const QPointF at = box.topLeft() + QPointF(left, (box.height() - line.height) / 2);
+    const bool cut = !box.contains(QRectF(at, QSizeF(line.width, line.height)));
+    std::optional<ClipScope> clip;
+    if (cut) clip.emplace(painter, rect);
     painter.setPen(ToColor(color));
-    // The side is the caller's to say, and the words run as their letters do: neither is the program's
-    // language.
-    painter.setLayoutDirection(Qt::LayoutDirectionAuto);
-    QString shown = ViewText(text);
-    if (flags & TEXT_ELIDE) shown = QFontMetrics(font).elidedText(shown, Qt::ElideRight, rect.Width());
-    painter.drawText(ToQRect(rect),
-                     static_cast<int>(kAlign[flags & 3] | Qt::AlignVCenter) | Qt::TextSingleLine, shown);
+    for (const QGlyphRun& run : line.runs) painter.drawGlyphRun(at, run);
 }
 
 DevicePixels::DevicePixels(QPainter& painter)

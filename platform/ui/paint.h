@@ -56,9 +56,10 @@ void DrawSides(QPainter& painter, const RECT& rect, uint32_t sides, COLORREF lef
 /// Lines along the inside of the rectangle.
 void FrameRect(QPainter& painter, const RECT& rect, COLORREF color);
 
-inline constexpr uint32_t TEXT_LEFT = 0, TEXT_CENTER = 1, TEXT_RIGHT = 2;
-inline constexpr uint32_t TEXT_ELIDE =
-    4;  ///< a text that is too wide ends in an ellipsis; else it is cut at the edge
+inline constexpr uint32_t TEXT_LEFT = 0, TEXT_CENTER = 1, TEXT_RIGHT = 2, TEXT_SIDES = 3;
+/// A text that is too wide ends in an ellipsis, or keeps its beginning and its end, where names differ;
+/// without either it is cut at the edge.
+inline constexpr uint32_t TEXT_ELIDE = 4, TEXT_ELIDE_MIDDLE = 8;
 
 /// One line of text, centred vertically in the rectangle and clipped to it.
 void DrawText(QPainter& painter, const RECT& rect, std::u16string_view text, const QFont& font,

@@ -90,6 +90,12 @@ void MessageWindow::Invalidate(const RECT& area) {
     update(ToQRect(area));
 }
 
+void MessageWindow::Scroll(const RECT& area, LONG distance) {
+    if (area.IsEmpty()) return;
+    if (!m_back.Scroll(ToQRect(area), distance)) m_back.Invalidate(ToQRect(area));
+    update(ToQRect(area));
+}
+
 // A pressed button already keeps the mouse here, so the capture is a state of ours and needs no grab.
 void MessageWindow::SetCapture(bool on) {
     if (on == m_captured) return;
@@ -182,12 +188,14 @@ WindowPainter::WindowPainter(MessageWindow& window) : m_window(window) {
 WindowPainter::~WindowPainter() {
     if (!m_painter.isActive()) return;
     m_painter.end();
+    std::vector<QRect>& drawn = m_window.m_drawn;
     QRect bounds;
-    if (m_drawn.size() <= kMaxRects)
-        for (const QRect& r : m_drawn) m_window.update(r);
+    if (drawn.size() <= kMaxRects)
+        for (const QRect& r : drawn) m_window.update(r);
     else
-        for (const QRect& r : m_drawn) bounds |= r;
+        for (const QRect& r : drawn) bounds |= r;
     if (!bounds.isEmpty()) m_window.update(bounds);
+    drawn.clear();
 }
 
-void WindowPainter::Drawn(const RECT& area) { m_drawn.push_back(ToQRect(area)); }
+void WindowPainter::Drawn(const RECT& area) { m_window.m_drawn.push_back(ToQRect(area)); }

@@ -58,6 +58,8 @@ public:
     Caret& CaretService() { return m_caret; }
     bool HasCapture() const { return m_captured; }
     void InvalidateAll() { Invalidate(ClientRect()); }
+    /// What the window shows within an area goes to the right; what comes in is painted.
+    void Scroll(const RECT& area, LONG distance);
 
     void Invalidate(const RECT& area) override;
     void SetCapture(bool on) override;
@@ -102,6 +104,7 @@ private:
     std::unique_ptr<QWindow> m_foreignParent;
     std::vector<Timer> m_timers;
     BackImage m_back;
+    std::vector<QRect> m_drawn;  ///< a WindowPainter's, kept for the next one's
     Caret m_caret;
     Tips m_tips;
     bool m_alive = false;
@@ -129,5 +132,4 @@ public:
 private:
     MessageWindow& m_window;
     QPainter m_painter;
-    std::vector<QRect> m_drawn;
 };

@@ -3,6 +3,7 @@
 #include "console/console_plugin.h"
 #include "console/gain.h"
 #include "contract/guided_tour.h"
+#include "platform/ui/window.h"
 #include "tests/support/page_harness.h"
 
 #include <QAbstractItemView>
@@ -364,6 +365,29 @@ TEST_F(Page, AMeterTickChangesTheMetersAloneOnTheScreen) {
     for (int y = 0; y < after.height(); y++)
         for (int x = 0; x < after.width(); x++)
             ASSERT_TRUE(after.pixel(x, y) == before.pixel(x, y) || meter.contains(x, y)) << x << ", " << y;
+}
+
+TEST_F(Page, WhatIsScrolledIsAsIfItWerePaintedThere) {
+    for (const int regions : {50059, 50061}) page->RunCommand(static_cast<uint32_t>(regions));
+    for (uint64_t id = 1; id <= 5; id++)
+        Edit(id, [&](FakeChannel& c) { c.level = 0.1f * static_cast<float>(id); });
+    page->Page().clearFocus();  // the caret blinks
+    page->Page().resize(430, 500);
+    const auto picture = [&] { return page->top.grab().toImage(); };
+    host.Control(MPCTRL_METERS);
+    PageHarness::Settle();
+    QImage last = picture();
+    const QPoint title(300, 40);
+    for (const int turn : {-120, -60, -25, 40, 240, -1000, 120}) {
+        page->Wheel(title, turn);
+        host.Control(MPCTRL_METERS);
+        PageHarness::Settle();
+        const QImage scrolled = picture();
+        EXPECT_NE(scrolled, last) << turn;
+        dynamic_cast<MessageWindow&>(page->Page()).InvalidateAll();
+        last = picture();
+        EXPECT_EQ(scrolled, last) << turn;
+    }
 }
 
 }  // namespace

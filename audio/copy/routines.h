@@ -171,9 +171,10 @@ inline void CopyVectors(uint8_t* d, const uint8_t* s, int64_t vectors, float sca
         for (int64_t i = 0; i < vectors; i++) CopyVector<V, DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);
 }
 
-/// Samples `from` to `to`, one by one.
+/// Samples `from` to `to`, one by one: the few beside the vectors. A call costs them nothing, and in line
+/// they would be most of the code.
 template <QMSAMPLETYPE DST, QMSAMPLETYPE SRC, bool UNITY>
-inline void CopySamples(uint8_t* d, const uint8_t* s, int64_t from, int64_t to, float scale) {
+[[gnu::noinline]] void CopySamples(uint8_t* d, const uint8_t* s, int64_t from, int64_t to, float scale) {
     constexpr int64_t TO = Sample<DST>::BYTES, FROM = Sample<SRC>::BYTES;
     if constexpr (TO > FROM)
         for (int64_t i = to - 1; i >= from; i--) CopySample<DST, SRC, UNITY>(d + i * TO, s + i * FROM, scale);

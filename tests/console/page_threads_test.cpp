@@ -48,7 +48,7 @@ TEST(PageThreads, EightThreadsOfCallbacksWhileThePageOpensAndCloses) {
         });
     {
         PageHarness page(console->Object(), QSize(500, 300));
-        for (int round = 0; round < 300 || callbacks < 20000; round++) {
+        for (int round = 0; round < 75 || callbacks < 5000; round++) {
             page.Close();
             ASSERT_EQ(page.Open(console->Object()), S_OK);
             if (round % 8 == 0) PageHarness::Settle();

@@ -52,8 +52,9 @@ public:
     }
     QAccessible::Role role() const override {
         constexpr std::array ROLES = {
-            QAccessible::NoRole,      QAccessible::Grouping, QAccessible::Slider,     QAccessible::Indicator,
-            QAccessible::ProgressBar, QAccessible::CheckBox, QAccessible::ButtonMenu, QAccessible::ToolBar};
+            QAccessible::NoRole,     QAccessible::Grouping,    QAccessible::Slider,
+            QAccessible::Indicator,  QAccessible::ProgressBar, QAccessible::CheckBox,
+            QAccessible::ButtonMenu, QAccessible::ToolBar,     QAccessible::Graphic};
         return ROLES[static_cast<size_t>(m_node.TheRole())];
     }
     QAccessible::State state() const override;

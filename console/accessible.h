@@ -11,7 +11,7 @@
 /// One thing that is offered. Whoever shows it owns it; with it goes what was handed out about it.
 class AccessibleNode {
 public:
-    enum class Role { None, Group, Slider, Thumb, Meter, Switch, Button, ToolBar };
+    enum class Role { None, Group, Slider, Thumb, Meter, Switch, Button, ToolBar, Picture };
 
     AccessibleNode() = default;
     AccessibleNode(const AccessibleNode&) = delete;

@@ -71,7 +71,7 @@ void CMixerView::SetHot(Strip* strip, uint32_t element) {
     const auto refresh = [this] {
         if (!m_hotStrip) return;
         const RECT at = AreaOfElement(*m_hotStrip, m_hot);
-        m_site.Host().Invalidate({at.left - 1, at.top - 1, at.right + 1, at.bottom + 1});
+        m_site.Host().Invalidate(at);
     };
     refresh();
     m_hotStrip = strip;

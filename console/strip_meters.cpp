@@ -234,10 +234,15 @@ void StripMeters::ResetPeaks() {
     if (m_vu) MeterExInst_Message(m_vu.get(), METEREXM_RESETCLIP, 1, 0);
 }
 
-double StripMeters::PeakDb() const {
-    double loudest = 0;
-    for (const Group& group : m_groups)
-        for (const float level : group.levels)
-            loudest = std::max<double>(loudest, static_cast<double>(level));
-    return loudest > 0 ? std::max(20.0 * std::log10(loudest), METER_SILENCE_DB) : METER_SILENCE_DB;
+double StripMeters::LoudestDb(uint32_t element) const {
+    float loudest = 0;
+    const auto read = [&](const Group& group) {
+        for (const float level : group.levels) loudest = std::max(loudest, level);
+    };
+    if (element == ELEMENT_VU)
+        read(m_vuGroup);
+    else
+        std::ranges::for_each(m_groups, read);
+    const double level = static_cast<double>(loudest);
+    return level > 0 ? std::max(20.0 * std::log10(level), METER_SILENCE_DB) : METER_SILENCE_DB;
 }

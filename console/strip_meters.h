@@ -39,8 +39,8 @@ public:
     void Draw(QPainter& painter, uint32_t element);
     intptr_t Message(uint32_t element, uint32_t message, uintptr_t wparam, intptr_t lparam);
     void ResetPeaks();
-    /// The loudest of the strip's speakers as last read, METER_SILENCE_DB at least.
-    double PeakDb() const;
+    /// The loudest speaker of a meter as last read, METER_SILENCE_DB at least.
+    double LoudestDb(uint32_t element) const;
 
 private:
     /// Bars that are fed alike. A level is asked for by the speaker that it stands at.

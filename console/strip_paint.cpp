@@ -88,12 +88,15 @@ void Strip::Paint(QPainter& painter, const RECT& area, const StripLook& look) {
             if (!at.IsEmpty() && at.Intersects(area)) part.paint(*this, painter, part, i, look);
         }
     }
-    for (const auto& [element, colour] :
-         {std::pair(look.hot, UICOLOR_TICK), {look.marked, COLOR_HIGHLIGHT}}) {
+    const auto frame = [&](uint32_t element, LONG outside, uint32_t colour) {
         const RECT at = AreaOfElement(*this, element);
-        const RECT outside{at.left - 1, at.top - 1, at.right + 1, at.bottom + 1};
-        if (element != ELEMENT_NONE && !at.IsEmpty()) FrameRect(painter, outside, QmGetUIColor(colour));
-    }
+        if (element == ELEMENT_NONE || at.IsEmpty()) return;
+        FrameRect(painter, {at.left - outside, at.top - outside, at.right + outside, at.bottom + outside},
+                  QmGetUIColor(colour));
+    };
+    constexpr LONG HOT_WIDTH = 2;
+    for (LONG i = 0; i < HOT_WIDTH; i++) frame(look.hot, -i, UICOLOR_TICK);
+    frame(look.marked, 1, COLOR_HIGHLIGHT);
 }
 
 /// A line above each region, its name, and the wells of lists and send rows.

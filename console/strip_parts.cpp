@@ -278,8 +278,15 @@ constexpr StripPart PARTS[] = {
     {.element = ELEMENT_SCOPE,
      .area = Area<&StripRects::scope>,
      .paint = PaintMeter,
-     .action = PartAction::Meter},
-    {.element = ELEMENT_VU, .area = Area<&StripRects::vu>, .paint = PaintMeter, .action = PartAction::Meter},
+     .action = PartAction::Meter,
+     .role = Role::Picture,
+     .name = IDS_REGION_SCOPE},
+    {.element = ELEMENT_VU,
+     .area = Area<&StripRects::vu>,
+     .paint = PaintMeter,
+     .action = PartAction::Meter,
+     .role = Role::Meter,
+     .name = IDS_REGION_VU},
     {.element = ELEMENT_PEAK,
      .area = Area<&StripRects::peak>,
      .paint = PaintMeter,
@@ -516,7 +523,8 @@ public:
     }
     Range Value() const override {
         const StripControl* control = m_strip.Control(Element());
-        if (m_part.role != Role::Slider || !control) return {m_strip.Meters().PeakDb(), METER_SILENCE_DB, 0};
+        if (m_part.role != Role::Slider || !control)
+            return {m_strip.Meters().LoudestDb(m_part.element), METER_SILENCE_DB, 0};
         const StripParameter& p = control->Parameter();
         const double unit = Unit();
         return {control->Positions()[0] / unit, p.Least() / unit, p.Most() / unit};
@@ -613,7 +621,8 @@ void Strip::TellChange(uint32_t element) const {
 std::vector<uint32_t> Strip::KeyElements() {
     std::vector<uint32_t> elements;
     for (const auto& node : Nodes())
-        if (node->TheRole() != Role::Meter) elements.push_back(static_cast<PartNode&>(*node).Element());
+        if (node->TheRole() != Role::Meter && node->TheRole() != Role::Picture)
+            elements.push_back(static_cast<PartNode&>(*node).Element());
     std::ranges::stable_sort(elements, {}, [this](uint32_t element) {
         const RECT area = AreaOfElement(*this, element);
         return std::pair(area.top, area.left);

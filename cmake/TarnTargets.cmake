@@ -25,9 +25,15 @@ if(TARN_FUZZ)
   target_compile_options(tarn-flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# tarn_compile_fast(TARGET): for units that run once and are compiled often: tests, command lines.
+# tarn_compile_fast(TARGET [source...]): for units, all of the target or these, that run once and take long to compile:
+# tests, command lines, what reads and writes JSON.
 function(tarn_compile_fast target)
-  target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+  set(fast $<$<NOT:$<CONFIG:Debug>>:-O1>)
+  if(ARGN)
+    set_property(SOURCE ${ARGN} TARGET_DIRECTORY ${target} APPEND PROPERTY COMPILE_OPTIONS ${fast})
+  else()
+    target_compile_options(${target} PRIVATE ${fast})
+  endif()
 endfunction()
 
 # tarn_precompile(TARGET HEADERS header... WITHOUT source...): for its C++ units. Those WITHOUT have options of their own.

@@ -70,7 +70,7 @@ bool CopyDeep(const DibView& dst, const DibView& src) {
     for (int32_t y = 0; y < dst.height; y++)
         for (int32_t x = 0; x < dst.width; x++) {
             const auto at = static_cast<size_t>(x);
-            uint32_t gray;
+            uint32_t gray = 0;
             float c[4];
             if (toFloat) {
                 std::memcpy(&gray, src.Row(y) + at * sizeof gray, sizeof gray);

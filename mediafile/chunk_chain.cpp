@@ -64,7 +64,7 @@ std::optional<uint64_t> FindTrailingChunks(const ByteSource& source, const Chunk
         const uint32_t got = source.ReadSome(start, block.data(), static_cast<uint32_t>(block.size()));
         for (uint32_t i = 0; i < BLOCK && i + g.header <= got; i++) {  // at any byte: pads are forgotten
             constexpr uint32_t NOT_ASCII = 0x80808080;                 // no known id has any; most samples do
-            uint32_t first;
+            uint32_t first = 0;
             std::memcpy(&first, &block[i], sizeof first);
             uint64_t size = 0;
             if ((first & NOT_ASCII) || !g.IsKnown(&block[i])) continue;

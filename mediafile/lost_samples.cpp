@@ -18,8 +18,8 @@ struct Layout {
     const void* data;  ///< label of the samples' chunk
 };
 
-const Layout WAVE = {20, 38, WAVE_GRAMMAR, "data"};
-const Layout WAVE64 = {64, 88, WAVE64_GRAMMAR, &W64_DATA};
+constexpr Layout WAVE = {20, 38, WAVE_GRAMMAR, "data"};
+constexpr Layout WAVE64 = {64, 88, WAVE64_GRAMMAR, &W64_DATA};
 
 WAVEFORMATEX DefaultHint() {
     WAVEFORMATEX hint;

@@ -94,7 +94,7 @@ HRESULT SampleFile::BeginAiff() {
     // The compression and its name, a counted text; 8 bits have no byte order.
     uint8_t bytes[24] = {};
     WriteComm(bytes, comm);
-    std::memcpy(bytes + AIFF_COMM_BYTES, m_format.sampleType == QMSAMPLE_SIGNED8 ? "NONE" : "sowt", 4);
+    std::copy_n(m_format.sampleType == QMSAMPLE_SIGNED8 ? "NONE" : "sowt", 4, bytes + AIFF_COMM_BYTES);
     const uint32_t commBytes = isAifc ? 24 : AIFF_COMM_BYTES;
     HRESULT hr = iff_WriteFileID(m_file, isAifc ? BigFourCC("AIFC") : BigFourCC("AIFF"), 4);
     if (isAifc) {

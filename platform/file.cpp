@@ -42,7 +42,7 @@ private:
 };
 
 int OpenToRead(const fs::path& path, int flags = 0) {
-    int fd;
+    int fd = -1;
     do fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
     while (fd < 0 && errno == EINTR);
     return fd;
@@ -230,7 +230,7 @@ std::u16string WideFromPath(const fs::path& path) {
     const auto size = static_cast<int32_t>(name.size());
     for (int32_t i = 0; i < size;) {
         const int32_t start = i;
-        UChar32 c;
+        UChar32 c = 0;
         U8_NEXT(name.data(), i, size, c);
         if (c >= 0) {
             char16_t units[2];

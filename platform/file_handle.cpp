@@ -91,7 +91,7 @@ HQMFILE QmFile_Open(const char16_t* path, QmFileAccess access, QmFileCreation cr
     const std::string name = PathFromWide(path).native();
     const int flags = OpenFlags(access, creation);
     if (flags < 0) return Fail(EINVAL), nullptr;
-    int fd;
+    int fd = -1;
     do fd = ::open(name.c_str(), flags, 0666);
     while (fd < 0 && errno == EINTR);
     return Handle(fd, access);

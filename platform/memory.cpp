@@ -21,6 +21,8 @@ bool MayAllocate(size_t bytes) {
 
 MemGate SetMemGate(MemGate gate) { return g_gate.exchange(gate); }
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): blocks of C callers, who resize them and ask for their size
+
 void* MemAlloc(size_t bytes) { return MayAllocate(bytes) ? std::calloc(1, bytes ? bytes : 1) : nullptr; }
 
 void* MemResize(void* block, size_t oldBytes, size_t newBytes) {
@@ -31,6 +33,8 @@ void* MemResize(void* block, size_t oldBytes, size_t newBytes) {
 }
 
 void MemFree(void* block) { std::free(block); }
+
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 size_t MemSize(const void* block) { return malloc_usable_size(const_cast<void*>(block)); }
 

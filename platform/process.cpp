@@ -48,6 +48,7 @@ int FileOf(std::string_view content) {
 bool ChildProcess::Start(const std::vector<std::string>& arguments, std::string_view input,
                          std::string& error) {
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
 

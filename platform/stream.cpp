@@ -1,5 +1,7 @@
 #include "platform/stream.h"
 
+#include "platform/counted.h"
+
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -11,22 +13,8 @@ namespace {
 
 constexpr uint64_t MOST_BYTES = INT32_MAX;
 
-class MemoryStream final : public IStream {
+class MemoryStream final : public Counted<IStream, IID_ISequentialStream, IID_IStream> {
 public:
-    HRESULT QueryInterface(const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        const bool known = iid == IID_IUnknown || iid == IID_ISequentialStream || iid == IID_IStream;
-        *out = known ? this : nullptr;
-        if (known) AddRef();
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    uint32_t AddRef() override { return m_count.Increment(); }
-    uint32_t Release() override {
-        const uint32_t count = m_count.Decrement();
-        if (count == 0) delete this;
-        return count;
-    }
-
     HRESULT Read(void* out, uint32_t bytes, uint32_t* done) override {
         const uint64_t rest = m_at < m_bytes.size() ? m_bytes.size() - m_at : 0;
         const auto count = static_cast<uint32_t>(std::min<uint64_t>(bytes, rest));
@@ -72,7 +60,6 @@ public:
     HRESULT Clone(IStream**) override { return E_NOTIMPL; }
 
 private:
-    RefCount m_count;
     std::vector<uint8_t> m_bytes;
     uint64_t m_at = 0;
 };

@@ -215,7 +215,7 @@ HRESULT CSurfacePlugin::OnCaptureEvent(const MPEVENTREC* event) {
 bool CSurfacePlugin::FinishLearning() {
     std::optional<MPEVENTREC> learnt;
     LearnTarget target;
-    ControlKind kind;
+    ControlKind kind = ControlKind::Absolute;
     {
         const std::scoped_lock lock(m_seenLock);
         learnt = m_learnt;

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Fails on a function that a header of the kernel library declares as exported and the library does not have:
-# tools/check_definitions.sh LIBRARY.
+# tools/check_definitions.sh [LIBRARY], that of the development build without one.
 set -euo pipefail
-library=$(realpath "$1")
+library=$(realpath -e "${1:-$(dirname "$0")/../build/dev/bin/libtarn-kernel.so}")
 cd "$(dirname "$0")/.."
 known=$(mktemp)
 trap 'rm -f "$known"' EXIT

@@ -449,8 +449,8 @@ QString MainWindow::StartFolder() const {
 
 // The dialog's own question whether to replace takes the file's name for rich text.
 QString MainWindow::ChooseToWrite(HostTextId title, const QString& start, HostTextId filter) {
-    const QString chosen = QFileDialog::getSaveFileName(this, Text(title), start, Text(filter), nullptr,
-                                                        QFileDialog::DontConfirmOverwrite);
+    QString chosen = QFileDialog::getSaveFileName(this, Text(title), start, Text(filter), nullptr,
+                                                  QFileDialog::DontConfirmOverwrite);
     if (chosen.isEmpty() || !QFileInfo::exists(chosen)) return chosen;
     const QString ask = Format(IDS_ASK_REPLACE, QFileInfo(chosen).fileName().toStdU16String().c_str());
     const auto answer = QMessageBox::question(this, Text(title), PlainText(ask),

@@ -1,5 +1,7 @@
 #include "host/app/page_host.h"
 
+#include "platform/counted.h"
+
 using namespace tarn;
 
 namespace host {
@@ -13,24 +15,9 @@ QString TakeText(char16_t* text) {
 
 }  // namespace
 
-class PageHost::Site final : public IPropertyPageSite {
+class PageHost::Site final : public Counted<IPropertyPageSite, IID_IPropertyPageSite> {
 public:
     explicit Site(PageWishes wishes) : m_wishes(std::move(wishes)) {}
-    virtual ~Site() = default;
-    HRESULT QueryInterface(const GUID& iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (iid != IID_IUnknown && iid != IID_IPropertyPageSite) return E_NOINTERFACE;
-        *out = static_cast<IPropertyPageSite*>(this);
-        AddRef();
-        return S_OK;
-    }
-    uint32_t AddRef() override { return m_refs.Increment(); }
-    uint32_t Release() override {
-        const uint32_t left = m_refs.Decrement();
-        if (left == 0) delete this;
-        return left;
-    }
     HRESULT OnStatusChange(uint32_t) override { return S_OK; }
     HRESULT GetLocaleID(uint32_t* lcid) override {
         if (!lcid) return E_POINTER;
@@ -54,7 +41,6 @@ public:
 
 private:
     const PageWishes m_wishes;
-    RefCount m_refs;
 };
 
 PageHost::PageHost(QWidget* parent, PageWishes wishes)

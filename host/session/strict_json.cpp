@@ -32,6 +32,11 @@ constexpr size_t kMaxDepth = 8, kMaxMembers = 32, kMaxElements = kMaxClips, kMax
 // that comes twice is refused as well, where the library would silently keep the last one.
 class TreeBuilder final : public nlohmann::json_sax<json> {
 public:
+    // NOLINTNEXTLINE(bugprone-exception-escape): null, which the tree is at first, is not allocated
+    TreeBuilder() = default;
+    TreeBuilder(const TreeBuilder&) = delete;  // levels point into the tree
+    TreeBuilder& operator=(const TreeBuilder&) = delete;
+
     json Take() { return std::move(m_root); }
 
     bool null() override { return Put(nullptr); }

@@ -66,7 +66,7 @@ private:
 
     template <class T>
     void Add(const T& value) {
-        m_arguments.push_back({&value, sizeof value});
+        m_arguments.push_back({&value, sizeof(T)});
     }
     void Add(const struct ImageArgument& image);
     bool Enqueue(const char* kernel, int32_t width, int32_t height);

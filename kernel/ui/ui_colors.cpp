@@ -135,13 +135,13 @@ COLORREF TableColor(int32_t index) {
 }  // namespace
 
 COLORREF QmGetUIColorAbsolute(int32_t index) {
-    if (COLORREF color; T().skinAbsolute && T().skinAbsolute(index, &color)) return color;
+    if (COLORREF color = 0; T().skinAbsolute && T().skinAbsolute(index, &color)) return color;
     return TableColor(index);
 }
 
 // Every screen of today shows the colour itself, so there is no nearest one to look for.
 COLORREF QmGetUIColor(int32_t index) {
-    if (COLORREF color; T().skin && T().skin(index, &color)) return color;
+    if (COLORREF color = 0; T().skin && T().skin(index, &color)) return color;
     return TableColor(index);
 }
 

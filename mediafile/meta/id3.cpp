@@ -128,7 +128,7 @@ bool IsComment(const Frame& frame) { return frame.id == "COMM"; }
 
 std::string TextOf(const Tag& tag, const Frame& frame) {
     Bytes bytes = frame.payload;
-    const std::string size = std::to_string(bytes.size()) + " bytes";
+    std::string size = std::to_string(bytes.size()) + " bytes";
     const bool hasText = IsText(frame) || IsComment(frame) || frame.id == "TXXX";
     if (!hasText || IsPacked(tag, frame) || bytes.empty()) return size;
     const uint8_t encoding = bytes[0];

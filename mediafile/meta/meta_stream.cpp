@@ -6,6 +6,7 @@
 #include "mediafile/meta/side_file.h"
 #include "mediafile/meta/summary.h"
 #include "mediafile/riff64.h"
+#include "platform/counted.h"
 #include "platform/guarded.h"
 #include "platform/text.h"
 
@@ -22,22 +23,10 @@ OwnedFile OpenForWriting(const char16_t* path) {
     return OwnedFile(QmFile_Open(path, FILE_ACCESS_READ_WRITE, FILE_OPEN_EXISTING));
 }
 
-class MemoryMeta final : public IQmReadMeta {
+class MemoryMeta final : public Counted<IQmReadMeta, IID_IQmReadMeta> {
 public:
     explicit MemoryMeta(Span bytes) : m_bytes(bytes.begin(), bytes.end()) {}
 
-    HRESULT QueryInterface(const GUID& iid, void** out) override {
-        *out = iid == IID_IUnknown || iid == IID_IQmReadMeta ? this : nullptr;
-        if (!*out) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    uint32_t AddRef() override { return m_count.Increment(); }
-    uint32_t Release() override {
-        const uint32_t left = m_count.Decrement();
-        if (left == 0) delete this;
-        return left;
-    }
     HRESULT Read(void* buffer, uint32_t size, uint32_t* got) override {
         *got = static_cast<uint32_t>(std::min<size_t>(size, m_bytes.size() - m_at));
         if (*got) std::memcpy(buffer, &m_bytes[m_at], *got);
@@ -50,7 +39,6 @@ public:
     }
 
 private:
-    RefCount m_count;
     const MetaBytes m_bytes;
     size_t m_at = 0;
 };

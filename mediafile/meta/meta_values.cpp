@@ -182,7 +182,7 @@ std::string SetBext(MetaDocument& document, const std::string& name, const std::
     BroadcastInfo info = ReadBroadcastInfo(old);
     if (old.empty()) info.version = BroadcastInfo::VERSION;
     const std::string history = info.codingHistory;
-    if (const std::string refusal = SetBextField(info, name, text); !refusal.empty()) return refusal;
+    if (std::string refusal = SetBextField(info, name, text); !refusal.empty()) return refusal;
     MetaBytes payload = BroadcastBytes(info);
     // What the fixed part has beyond its fields, and behind the history, stays.
     if (old.size() >= BEXT_FIXED_BYTES) {

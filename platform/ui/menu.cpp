@@ -69,7 +69,7 @@ private:
         clear();
         int index = 0;
         for (MenuItem& item : m_menu.items) {
-            QAction* action;
+            QAction* action = nullptr;
             if (item.type & (MF_MENUBARBREAK | MF_MENUBREAK) && index > 0)
                 addSeparator()->setProperty("item", -1);
             if (item.IsSeparator())

@@ -44,11 +44,8 @@ ImageList HostImages(CConsoleControlPlugin& plugin, uint32_t role, ImageList own
     if (normal.isNull() || high % images.height) return own;
     const uint32_t image = images.width * (high / images.height);
     if (wide < image || wide % image) return own;
-    const auto orOther = [&](const MPIMAGESTRIP* strip, auto&& other) {
-        const QImage copy = CopyStrip(strip);
-        return copy.size() == normal.size() ? copy : other();
-    };
-    return {{normal, orOther(images.hot, [&] { return normal; }),
-             orOther(images.disabled, [&] { return Pale(normal); })},
-            {static_cast<LONG>(images.width), static_cast<LONG>(images.height)}};
+    QImage hot = CopyStrip(images.hot), disabled = CopyStrip(images.disabled);
+    if (hot.size() != normal.size()) hot = normal;
+    if (disabled.size() != normal.size()) disabled = Pale(normal);
+    return {{normal, hot, disabled}, {static_cast<LONG>(images.width), static_cast<LONG>(images.height)}};
 }

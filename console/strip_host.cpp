@@ -117,12 +117,8 @@ void Strip::ReadParts() {
             inserts.push_back({id, TakeText(texts.effectShortName), texts.effectState});
         }
     }
-    const auto ids = [](const std::vector<StripSend>& list) {
-        std::vector<uint64_t> out;
-        for (const StripSend& send : list) out.push_back(send.id.sub);
-        return out;
-    };
-    const bool otherSends = ids(sends) != ids(m_sends);
+    const auto id = [](const StripSend& send) { return send.id.sub; };
+    const bool otherSends = !std::ranges::equal(sends, m_sends, {}, id, id);
     m_inserts = std::move(inserts);
     m_sends = std::move(sends);
     if (!m_made) return;

@@ -503,7 +503,7 @@ public:
     AccessibleNode* Child(int index) override { return m_below[static_cast<size_t>(index)].get(); }
     Role TheRole() const override { return m_part.role; }
     std::u16string Name() const override {
-        const std::u16string name = ConsoleText(m_part.name);
+        std::u16string name = ConsoleText(m_part.name);
         if (m_part.count == 1 || m_part.element == ELEMENT_OUTPUT) return name;
         const uint32_t number = Number();
         return name + u' ' +

@@ -41,6 +41,16 @@ kj::Promise<void> Done(Results& results, HRESULT code) {
     return kj::READY_NOW;
 }
 
+/// A text that `get` writes, whether it ends it or not.
+template <class Context, class Get>
+kj::Promise<void> GiveText(Context& context, Get get) {
+    char16_t text[512] = {};
+    auto results = context.getResults();
+    const HRESULT hr = get(text, static_cast<uint32_t>(std::size(text) - 1));
+    results.setText(WireText(text));
+    return Done(results, hr);
+}
+
 /// The number that came with a message; -1 for none.
 kj::Promise<int> FileOf(bool isThere, Descriptor::Client file) {
     if (!isThere) return -1;
@@ -100,11 +110,8 @@ public:
         return Done(results, hr);
     }
     kj::Promise<void> getName(GetNameContext context) override {
-        char16_t text[256] = {};
-        auto results = context.getResults();
-        const HRESULT hr = m_stream->GetName(text, std::size(text));
-        results.setText(WireText(text));
-        return Done(results, hr);
+        return GiveText(context,
+                        [&](char16_t* text, uint32_t most) { return m_stream->GetName(text, most); });
     }
     kj::Promise<void> getAudioFormat(GetAudioFormatContext context) override {
         QmWaveFormatBlock block{};
@@ -219,11 +226,8 @@ class FileServer final : public ReadFile::Server {
 public:
     explicit FileServer(ComPtr<IQmReadFile> file) : m_file(std::move(file)) {}
     kj::Promise<void> getFormatName(GetFormatNameContext context) override {
-        char16_t text[256] = {};
-        auto results = context.getResults();
-        const HRESULT hr = m_file->GetFormatName(text, std::size(text));
-        results.setText(WireText(text));
-        return Done(results, hr);
+        return GiveText(context,
+                        [&](char16_t* text, uint32_t most) { return m_file->GetFormatName(text, most); });
     }
     kj::Promise<void> getStreamCount(GetStreamCountContext context) override {
         uint32_t count = 0;
@@ -333,12 +337,9 @@ public:
     }
     kj::Promise<void> getExtensions(GetExtensionsContext context) override {
         const auto settings = TemplateOf(context.getParams().getSettings());
-        char16_t text[512] = {};
-        auto results = context.getResults();
-        const HRESULT hr = settings ? m_renderer->GetExtensions(settings.get(), text, std::size(text))
-                                    : MEDIA_E_BAD_TEMPLATE;
-        results.setText(WireText(text));
-        return Done(results, hr);
+        return GiveText(context, [&](char16_t* text, uint32_t most) {
+            return settings ? m_renderer->GetExtensions(settings.get(), text, most) : MEDIA_E_BAD_TEMPLATE;
+        });
     }
     kj::Promise<void> createFile(CreateFileContext context) override {
         Fence();

@@ -28,7 +28,7 @@ HRESULT CQmReadAudioStreamBlanket::Prepare() {
     _qmwaveformat format{};
     if (m_frameBytes == 0)
         if (const HRESULT hr = GetFormat(&format, sizeof format); Failed(hr)) return hr;
-    return m_frameBytes ? Share(SLOTS * SLOT_BYTES) : E_UNEXPECTED;
+    return m_frameBytes ? Share(AudioRing::BYTES) : E_UNEXPECTED;
 }
 
 HRESULT CQmReadAudioStreamBlanket::Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) {
@@ -53,7 +53,7 @@ HRESULT CQmReadAudioStreamBlanket::Read(uint64_t frame, uint32_t frames, void* s
 // In pieces, so that memory is bounded whatever is asked for.
 HRESULT CQmReadAudioStreamBlanket::ReadHere(uint64_t frame, uint32_t frames, uint8_t* samples,
                                             uint32_t* got) {
-    const uint32_t most = SLOTS * SLOT_BYTES / m_frameBytes;
+    const uint32_t most = AudioRing::BYTES / m_frameBytes;
     HRESULT hr = S_OK;
     while (*got < frames && hr == S_OK) {
         const uint32_t part = std::min(frames - *got, most);
@@ -75,109 +75,72 @@ HRESULT CQmReadAudioStreamBlanket::ReadHere(uint64_t frame, uint32_t frames, uin
 
 HRESULT CQmReadAudioStreamBlanket::Begin(uint64_t frame) {
     if (!Owner()->IsAlive()) return FIO_E_SURROGATE_GONE;
-    m_slots = {};
-    m_first = m_used = m_outstanding = 0;
-    m_toAsk = frame;
-    m_isEnd = false;
+    m_ring.emplace(Shared());
+    m_ring->Clear();
+    m_piece.reset();
+    m_isOver = false;
     m_isAhead = true;
-    Owner()->RunPlain([this] {
+    Owner()->RunPlain([&] {
         m_tasks.emplace(static_cast<kj::TaskSet::ErrorHandler&>(*this));
-        AskMore();
+        auto request = Remote().readAheadRequest();
+        request.setFrame(frame);
+        Send(kj::mv(request));
     });
     return S_OK;
 }
 
-// What was asked for is answered to nobody. The other side does one thing after the other, so that it has
-// written it before it writes what is asked for next.
+// What is being filled is given up. The other side does one thing after the other, so that it has let go of
+// the memory before it does what is asked for next.
 void CQmReadAudioStreamBlanket::Stop() {
     if (!m_isAhead) return;
     m_isAhead = false;
     Owner()->RunPlain([this] { m_tasks.reset(); });
 }
 
-HRESULT CQmReadAudioStreamBlanket::WaitForFirst(std::unique_lock<std::mutex>& lock) {
-    const auto isReady = [this] { return m_slots[m_first].state == Slot::Ready; };
-    if (m_answered.wait_for(lock, Owner()->CallLimit(), isReady)) return S_OK;
+HRESULT CQmReadAudioStreamBlanket::WaitForPiece() {
+    m_used = 0;
+    m_piece = m_ring->Wait(std::chrono::steady_clock::now() + Owner()->CallLimit(), m_isOver);
+    if (m_piece) return S_OK;
+    if (m_isOver) return m_end;
     Owner()->Kill();
     return FIO_E_SURROGATE_GONE;
 }
 
 HRESULT CQmReadAudioStreamBlanket::Take(uint32_t frames, uint8_t* samples, uint32_t* got) {
-    std::unique_lock lock(m_lock);
+    const uint32_t most = AudioRing::SLOT_BYTES / m_frameBytes;
     while (*got < frames) {
-        Slot& slot = m_slots[m_first];
-        if (const HRESULT hr = WaitForFirst(lock); Failed(hr)) return hr;
-        const uint32_t part = std::min(frames - *got, slot.got - m_used);
-        const uint8_t* from = Shared() + size_t{m_first} * SLOT_BYTES + size_t{m_used} * m_frameBytes;
-        lock.unlock();
-        std::memcpy(samples + size_t{*got} * m_frameBytes, from, size_t{part} * m_frameBytes);
-        lock.lock();
+        if (!m_piece)
+            if (const HRESULT hr = WaitForPiece(); Failed(hr)) return hr;
+        const uint32_t all = std::min(m_piece->frames, most), part = std::min(frames - *got, all - m_used);
+        std::memcpy(samples + size_t{*got} * m_frameBytes, m_piece->samples + size_t{m_used} * m_frameBytes,
+                    size_t{part} * m_frameBytes);
         *got += part;
         m_used += part;
-        if (m_used < slot.got) continue;
-        if (Failed(slot.status)) return slot.status;
-        if (slot.got < slot.frames) return S_FALSE;
-        slot.state = Slot::Free;
-        m_first = (m_first + 1) % SLOTS;
-        m_used = 0;
-        // Else the next answer asks for more.
-        if (m_outstanding > 0 || m_isEnd) continue;
-        lock.unlock();
-        Owner()->RunPlain([this] { AskMore(); });
-        lock.lock();
+        if (m_used < all) continue;
+        if (Failed(m_piece->status)) return m_piece->status;
+        if (all < most) return S_FALSE;
+        m_piece.reset();
+        if (m_ring->Release()) Owner()->RunPlain([this] { Send(Remote().readOnRequest()); });
     }
     return S_OK;
 }
 
-void CQmReadAudioStreamBlanket::AskMore() {
-    const uint32_t frames = SLOT_BYTES / m_frameBytes;
-    for (uint32_t i = 0; i < SLOTS; i++) {
-        const std::unique_lock lock(m_lock);
-        const uint32_t slot = (m_first + i) % SLOTS;
-        if (m_isEnd) return;
-        if (m_slots[slot].state != Slot::Free) continue;
-        m_slots[slot] = {Slot::Asked, frames, 0, S_OK};
-        m_outstanding++;
-        Ask(slot, m_toAsk, frames);
-        m_toAsk += frames;
-    }
-}
-
-void CQmReadAudioStreamBlanket::Ask(uint32_t slot, uint64_t frame, uint32_t frames) {
-    auto request = Remote().readAudioRequest();
-    request.setFrame(frame);
-    request.setFrames(frames);
-    request.setOffset(slot * SLOT_BYTES);
-    m_tasks->add(request.send().then([this, slot](auto&& response) {
-        Answered(slot, response.getCode(), response.getGot());
-        AskMore();
+template <class Request>
+void CQmReadAudioStreamBlanket::Send(Request request) {
+    m_tasks->add(request.send().then([this](auto&& response) {
+        if (const HRESULT code = response.getCode(); Failed(code)) End(code);
     }));
 }
 
-void CQmReadAudioStreamBlanket::Answered(uint32_t slot, HRESULT status, uint32_t got) {
-    {
-        const std::lock_guard lock(m_lock);
-        Slot& s = m_slots[slot];
-        s.state = Slot::Ready;
-        s.status = status;
-        s.got = std::min(got, s.frames);
-        m_outstanding--;
-        m_isEnd = m_isEnd || Failed(status) || s.got < s.frames;
-    }
-    m_answered.notify_one();
+void CQmReadAudioStreamBlanket::End(HRESULT status) {
+    m_end = status;
+    m_isOver = true;
+    m_ring->Wake();
 }
 
 void CQmReadAudioStreamBlanket::taskFailed(kj::Exception&& exception) {
     const bool isGone = exception.getType() == kj::Exception::Type::DISCONNECTED;
-    {
-        const std::lock_guard lock(m_lock);
-        for (Slot& slot : m_slots)
-            if (slot.state == Slot::Asked)
-                slot = {Slot::Ready, slot.frames, 0, isGone ? FIO_E_SURROGATE_GONE : E_UNEXPECTED};
-        m_outstanding = 0;
-        m_isEnd = true;
-    }
-    m_answered.notify_one();
+    End(isGone ? FIO_E_SURROGATE_GONE : E_UNEXPECTED);
 }
 
 }  // namespace tarn

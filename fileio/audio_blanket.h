@@ -1,11 +1,10 @@
 // A stream of sound of another process, which reads ahead while this one uses what it has read.
 #pragma once
 
+#include "fileio/audio_ring.h"
 #include "fileio/blanket.h"
 
-#include <array>
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
 
 namespace tarn {
 
@@ -22,40 +21,28 @@ public:
     HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) override;
 
 private:
-    static constexpr uint32_t SLOTS = 4, SLOT_BYTES = 1 << 18;
-
-    /// A part of the shared memory with frames that follow those of the slot before.
-    struct Slot {
-        enum State { Free, Asked, Ready } state = Free;
-        uint32_t frames = 0, got = 0;
-        HRESULT status = S_OK;
-    };
-
     HRESULT Prepare();
     HRESULT ReadHere(uint64_t frame, uint32_t frames, uint8_t* samples, uint32_t* got);
     HRESULT Begin(uint64_t frame);
     void Stop();
-    /// From the slots, until they end. S_FALSE where they have.
+    /// From the ring, until it ends. S_FALSE where it has.
     HRESULT Take(uint32_t frames, uint8_t* samples, uint32_t* got);
-    HRESULT WaitForFirst(std::unique_lock<std::mutex>& lock);
-    /// On the connection's thread, as all of these.
-    void AskMore();
-    void Ask(uint32_t slot, uint64_t frame, uint32_t frames);
-    void Answered(uint32_t slot, HRESULT status, uint32_t got);
+    HRESULT WaitForPiece();
+    /// What fills the ring, on the connection's thread, as the rest.
+    template <class Request>
+    void Send(Request request);
+    void End(HRESULT status);
     void taskFailed(kj::Exception&& exception) override;
 
     uint32_t m_frameBytes = 0;
-    uint64_t m_next = 0;                 ///< frame behind the last one that was read
-    bool m_isAhead = false;              ///< the slots begin with it
+    uint64_t m_next = 0;              ///< frame behind the last one that was read
+    bool m_isAhead = false;           ///< the ring begins with it
+    std::optional<AudioRing> m_ring;  ///< in the shared memory
+    std::optional<AudioRing::Piece> m_piece;
+    uint32_t m_used = 0;                 ///< frames of the piece
     std::optional<kj::TaskSet> m_tasks;  ///< the connection's thread's
-
-    std::mutex m_lock;  ///< of what follows
-    std::condition_variable m_answered;
-    std::array<Slot, SLOTS> m_slots;
-    uint32_t m_first = 0, m_used = 0;  ///< the slot that is being used, and its frames that have been
-    uint64_t m_toAsk = 0;              ///< frame that is asked for next
-    uint32_t m_outstanding = 0;
-    bool m_isEnd = false;  ///< nothing more is asked for
+    std::atomic<HRESULT> m_end = S_OK;   ///< how the filling has failed
+    std::atomic<bool> m_isOver = false;  ///< it has
 };
 
 }  // namespace tarn

@@ -118,7 +118,7 @@ protected:
         if (Succeeded(hr)) m_view.emplace(token);
         return hr;
     }
-    const uint8_t* Shared() const { return static_cast<const uint8_t*>(m_view->Pointer()); }
+    uint8_t* Shared() const { return static_cast<uint8_t*>(m_view->Pointer()); }
 
 private:
     std::optional<COutOfProcessMemoryToken> m_token;

@@ -2,6 +2,7 @@
 
 #include "platform/text.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace tarn {
@@ -13,7 +14,7 @@ ComPtr<Stream> StreamOf(IQmReadFile& file, const GUID& iid, uint32_t which) {
     uint32_t count = 0;
     ComPtr<Stream> stream;
     if (file.GetStreamCount(&count) != S_OK) return stream;
-    for (uint32_t i = 0; i < count; i++) {
+    for (uint32_t i = 0; i < std::min(count, FIO_MOST_STREAMS); i++) {
         if (file.GetStream(i, iid, stream.OutVoid()) != S_OK || !stream) continue;
         if (which-- == 0) return stream;
     }
@@ -23,7 +24,7 @@ ComPtr<Stream> StreamOf(IQmReadFile& file, const GUID& iid, uint32_t which) {
 
 std::string FormatName(IQmReadFile& file) {
     char16_t text[128] = {};
-    file.GetFormatName(text, std::size(text));
+    file.GetFormatName(text, std::size(text) - 1);  // it may end without a zero
     return Utf8FromUtf16(text);
 }
 

@@ -98,6 +98,9 @@ struct IQmReadTextStream : IQmReadStream {
 /// The chunks that lead back to the project that a file was rendered from.
 struct IQmReadProjectLinkMeta : IQmReadMeta {};
 
+/// Of a file; what is told beyond them is not looked at.
+inline constexpr uint32_t FIO_MOST_STREAMS = 1024;
+
 struct IQmReadFile : IUnknown {
     /// "FLAC", "Wave": the kind of file, for people.
     virtual HRESULT GetFormatName(char16_t* text, uint32_t capacity) = 0;

@@ -17,10 +17,9 @@ std::string ReasonOfStatus(HRESULT status) {
 }
 
 HRESULT PluginSound::Open(IQmReadFile& file) {
-    constexpr uint32_t MOST_STREAMS = 1024;
     uint32_t count = 0;
     HRESULT hr = file.GetStreamCount(&count);
-    for (uint32_t i = 0; Succeeded(hr) && i < std::min(count, MOST_STREAMS) && !stream; i++)
+    for (uint32_t i = 0; Succeeded(hr) && i < std::min(count, FIO_MOST_STREAMS) && !stream; i++)
         // Of another type, or one that cannot be decoded: the next may do.
         if (const HRESULT got = file.GetStream(i, IID_IQmReadAudioStream, stream.OutVoid()); got != S_OK) {
             stream.Reset();

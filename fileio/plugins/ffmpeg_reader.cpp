@@ -106,7 +106,7 @@ public:
                        : av_rescale_q(std::max<int64_t>(m_file->container.Format().duration, 0), MICROSECONDS,
                                       clock);
         const bool countsFrames = stream.time_base.den == clock.den && stream.time_base.num == 1;
-        if (stream.duration <= 0 || !countsFrames) FindEnd(index);
+        FindEnd(index, stream.duration <= 0 || !countsFrames);
         // One channel needs no place.
         const bool hasPlaces = p.ch_layout.order == AV_CHANNEL_ORDER_NATIVE && m_channels > 1;
         m_layout = hasPlaces ? static_cast<uint32_t>(p.ch_layout.u.mask) : 0;
@@ -167,8 +167,9 @@ private:
         return f.pts == AV_NOPTS_VALUE ? -1
                                        : av_rescale_q(f.pts - m_start, m_decoder.Stream().time_base, clock);
     }
-    /// What containers tell of their length is too coarse to lose nothing at the end, so that is looked at.
-    void FindEnd(int index) {
+    /// What containers tell of their length is too coarse to lose nothing at the end, or counts frames that
+    /// are not there, so that is looked at.
+    void FindEnd(int index, bool mayBeLater) {
         Decoder tail;
         if (!tail.Open(m_file->descriptor, index)) return;
         const int64_t from = m_frames - int64_t{m_rate} * 3;
@@ -176,12 +177,14 @@ private:
         if (from > 0 && !tail.SeekBefore(m_start + av_rescale_q(from, clock, tail.Stream().time_base)))
             return;
         int64_t end = from > 0 ? -1 : 0, left = int64_t{m_rate} * 60;
-        for (const AVFrame* f = tail.Next(); f && left > 0; f = tail.Next()) {
+        const AVFrame* f = tail.Next();
+        for (; f && left > 0; f = tail.Next()) {
             if (end < 0) end = PlaceOf(*f);
             if (end >= 0) end += f->nb_samples;
             left -= f->nb_samples;
         }
-        if (end > 0) m_frames = end;
+        const bool isEnd = !f && end > 0;
+        if (isEnd && (mayBeLater || end < m_frames)) m_frames = end;
     }
     bool NextBlock() {
         const AVFrame* f = m_decoder.Next();

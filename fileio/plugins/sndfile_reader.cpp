@@ -33,7 +33,19 @@ struct Opened {
         info = {};
         sound.reset();
         if (::lseek(descriptor, 0, SEEK_SET) == 0) sound = OpenSound(descriptor, SFM_READ, &info);
-        return sound != nullptr;
+        return sound && FindEnd();
+    }
+    /// MPEG audio ends before the frames that its header tells, by what the coder needs to begin.
+    bool FindEnd() {
+        constexpr sf_count_t NEAR_END = 1 << 14, PIECE = 4096;
+        if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_MPEG || !info.seekable) return true;
+        std::vector<float> samples(PIECE * static_cast<size_t>(std::max(info.channels, 1)));
+        sf_count_t end = std::max<sf_count_t>(info.frames - NEAR_END, 0);
+        if (sf_seek(sound.get(), end, SEEK_SET) != end) return true;
+        for (sf_count_t got = PIECE; got > 0 && end < info.frames; end += got)
+            got = sf_readf_float(sound.get(), samples.data(), PIECE);
+        info.frames = std::min(end, info.frames);
+        return sf_seek(sound.get(), 0, SEEK_SET) == 0;
     }
     /// Some codecs can only be read from their start on.
     bool MoveTo(uint64_t frame) {

@@ -1,5 +1,6 @@
 // The process that plug-ins of one group run in: FileIOSurrogate LANGUAGE, with the connection to the program
 // as its descriptor. What it is asked for it does one after the other.
+#include "fileio/audio_ring.h"
 #include "fileio/memory_token.h"
 #include "fileio/plugin_library.h"
 #include "fileio/surrogate/fence.h"
@@ -38,6 +39,16 @@ template <class Results>
 kj::Promise<void> Done(Results& results, HRESULT code) {
     results.setCode(code);
     return kj::READY_NOW;
+}
+
+/// A text that `get` writes, whether it ends it or not.
+template <class Context, class Get>
+kj::Promise<void> GiveText(Context& context, Get get) {
+    char16_t text[512] = {};
+    auto results = context.getResults();
+    const HRESULT hr = get(text, static_cast<uint32_t>(std::size(text) - 1));
+    results.setText(WireText(text));
+    return Done(results, hr);
 }
 
 /// The number that came with a message; -1 for none.
@@ -99,11 +110,8 @@ public:
         return Done(results, hr);
     }
     kj::Promise<void> getName(GetNameContext context) override {
-        char16_t text[256] = {};
-        auto results = context.getResults();
-        const HRESULT hr = m_stream->GetName(text, std::size(text));
-        results.setText(WireText(text));
-        return Done(results, hr);
+        return GiveText(context,
+                        [&](char16_t* text, uint32_t most) { return m_stream->GetName(text, most); });
     }
     kj::Promise<void> getAudioFormat(GetAudioFormatContext context) override {
         QmWaveFormatBlock block{};
@@ -125,6 +133,7 @@ public:
         return FileOf(params.hasMemory(), params.getMemory()).then([this, context](int file) mutable {
             _qmmemorytoken token{};
             auto results = context.getResults();
+            m_ring.reset();
             m_memory.reset();
             if (file < 0 || !FromWire(context.getParams().getToken(), &token))
                 return Done(results, E_INVALIDARG);
@@ -137,13 +146,24 @@ public:
         auto results = context.getResults();
         uint32_t got = 0;
         if (!m_audio || !m_memory || m_frameBytes == 0 ||
-            uint64_t{params.getFrames()} * m_frameBytes + params.getOffset() > m_memory->DataSize())
+            uint64_t{params.getFrames()} * m_frameBytes > m_memory->DataSize())
             return Done(results, E_INVALIDARG);
-        auto* samples = static_cast<uint8_t*>(m_memory->Pointer()) + params.getOffset();
+        m_ring.reset();
+        auto* samples = static_cast<uint8_t*>(m_memory->Pointer());
         const HRESULT hr = m_audio->Read(params.getFrame(), params.getFrames(), samples, &got);
         results.setGot(got);
         return Done(results, hr);
     }
+    kj::Promise<void> readAhead(ReadAheadContext context) override {
+        if (!m_audio || !m_memory || m_memory->DataSize() < AudioRing::BYTES || m_frameBytes == 0) {
+            auto results = context.getResults();
+            return Done(results, E_INVALIDARG);
+        }
+        m_ahead = context.getParams().getFrame();
+        m_ring.emplace(m_memory->Pointer());
+        return Fill(context);
+    }
+    kj::Promise<void> readOn(ReadOnContext context) override { return Fill(context); }
     kj::Promise<void> getVideoFormat(GetVideoFormatContext context) override {
         FIOVIDEOFORMAT format{};
         auto results = context.getResults();
@@ -172,11 +192,33 @@ public:
     }
 
 private:
+    template <class Context>
+    kj::Promise<void> Fill(Context context) {
+        // Who does not wait for it any longer wants other pieces, or none.
+        context.allowCancellation();
+        return FillSlots().then([context]() mutable { context.getResults().setCode(S_OK); });
+    }
+    kj::Promise<void> FillSlots() {
+        uint8_t* slot = m_ring ? m_ring->FreeSlot() : nullptr;
+        if (!slot) return kj::READY_NOW;
+        const uint32_t frames = AudioRing::SLOT_BYTES / m_frameBytes;
+        uint32_t got = 0;
+        const HRESULT hr = m_audio->Read(m_ahead, frames, slot, &got);
+        got = std::min(got, frames);
+        m_ahead += got;
+        m_ring->Give(got, hr);
+        if (Failed(hr) || got < frames) return kj::READY_NOW;
+        // What else was asked meanwhile comes first.
+        return kj::evalLater([this] { return FillSlots(); });
+    }
+
     const ComPtr<IQmReadStream> m_stream;
     ComPtr<IQmReadAudioStream> m_audio;
     ComPtr<IQmReadVideoStream> m_video;
     ComPtr<IQmReadTextStream> m_text;
     std::optional<CMappingOfQmMemoryToken> m_memory;
+    std::optional<AudioRing> m_ring;
+    uint64_t m_ahead = 0;  ///< frame that is read into the ring next
     uint32_t m_frameBytes = 0;
 };
 
@@ -184,11 +226,8 @@ class FileServer final : public ReadFile::Server {
 public:
     explicit FileServer(ComPtr<IQmReadFile> file) : m_file(std::move(file)) {}
     kj::Promise<void> getFormatName(GetFormatNameContext context) override {
-        char16_t text[256] = {};
-        auto results = context.getResults();
-        const HRESULT hr = m_file->GetFormatName(text, std::size(text));
-        results.setText(WireText(text));
-        return Done(results, hr);
+        return GiveText(context,
+                        [&](char16_t* text, uint32_t most) { return m_file->GetFormatName(text, most); });
     }
     kj::Promise<void> getStreamCount(GetStreamCountContext context) override {
         uint32_t count = 0;
@@ -298,12 +337,9 @@ public:
     }
     kj::Promise<void> getExtensions(GetExtensionsContext context) override {
         const auto settings = TemplateOf(context.getParams().getSettings());
-        char16_t text[512] = {};
-        auto results = context.getResults();
-        const HRESULT hr = settings ? m_renderer->GetExtensions(settings.get(), text, std::size(text))
-                                    : MEDIA_E_BAD_TEMPLATE;
-        results.setText(WireText(text));
-        return Done(results, hr);
+        return GiveText(context, [&](char16_t* text, uint32_t most) {
+            return settings ? m_renderer->GetExtensions(settings.get(), text, most) : MEDIA_E_BAD_TEMPLATE;
+        });
     }
     kj::Promise<void> createFile(CreateFileContext context) override {
         Fence();
@@ -424,6 +460,7 @@ int main() {
     RaiseFirstFence(SURROGATE_SOCKET);
     try {
         kj::AsyncIoContext io = kj::setupAsyncIo();
+        io.waitScope.setBusyPollInterval(1);
         auto stream = io.lowLevelProvider->wrapUnixSocketFd(SURROGATE_SOCKET,
                                                             kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
         capnp::ReaderOptions options;

@@ -42,12 +42,17 @@ interface ReadStream {
   getName @1 () -> (code :Int32, text :Data);
   getAudioFormat @2 () -> (code :Int32, format :Data);
   getFrames @3 () -> (code :Int32, frames :UInt64);
-  # Into the memory of the last share, from its byte `offset` on.
-  readAudio @4 (frame :UInt64, frames :UInt32, offset :UInt32) -> (code :Int32, got :UInt32);
+  # Into the memory of the last share.
+  readAudio @4 (frame :UInt64, frames :UInt32) -> (code :Int32, got :UInt32);
   getVideoFormat @5 () -> (code :Int32, format :Data);
   readPicture @6 (frame :UInt64, bytes :UInt32) -> (code :Int32);
   readText @7 (capacity :UInt32) -> (code :Int32, start :Int64, end :Int64, text :Data);
   share @8 (memory :Descriptor, token :Data) -> (code :Int32);
+  # Lays pieces from that frame on into the memory of the last share as a ring, until it is full or the sound ends. Answered when
+  # it is.
+  readAhead @9 (frame :UInt64) -> (code :Int32);
+  # Goes on where the ring was full.
+  readOn @10 () -> (code :Int32);
 }
 
 interface RenderFileClass {

@@ -184,7 +184,7 @@ QStringList RenderDialog::Endings() const {
     ComPtr<IQmRenderFileClass> renderer;
     char16_t endings[512] = {};
     if (!entry || Failed(m_manager.GetRendererClass(entry->settings->renderer, renderer.Out())) ||
-        Failed(renderer->GetExtensions(entry->settings.get(), endings, std::size(endings))))
+        Failed(renderer->GetExtensions(entry->settings.get(), endings, std::size(endings) - 1)))
         return {};
     return FromWide(endings).split(QLatin1Char(';'));
 }

@@ -69,6 +69,7 @@ std::vector<FIOTEMPLATEFIELD> FieldsOf(IQmRenderFileClass& renderer, const tagQM
     const HRESULT hr =
         renderer.GetFields(&settings, static_cast<uint32_t>(fields.size()), fields.data(), &count);
     fields.resize(Succeeded(hr) ? std::min<size_t>(count, fields.size()) : 0);
+    std::erase_if(fields, [](const FIOTEMPLATEFIELD& f) { return f.count > FIO_MOST_CHOICES; });
     return fields;
 }
 

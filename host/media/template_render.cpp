@@ -100,8 +100,8 @@ void Check(const fs::path& file, HRESULT hr) {
 
 std::string Endings(IQmRenderFileClass& renderer, const tagQMTEMPLATExV2& settings) {
     char16_t text[256] = {};
-    return Succeeded(renderer.GetExtensions(&settings, text, std::size(text))) ? Utf8FromUtf16(text)
-                                                                               : std::string();
+    return Succeeded(renderer.GetExtensions(&settings, text, std::size(text) - 1)) ? Utf8FromUtf16(text)
+                                                                                   : std::string();
 }
 
 ChainPlan PlanOf(const fs::path& file, const Session& session, const FIOTEMPLATEAUDIO& audio) {

@@ -132,6 +132,37 @@ TEST_F(Surrogate, EndsAloneAndTheNextFileHasANewOne) {
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);  // none is left
 }
 
+/// What a plug-in tells may be anything, here and there.
+TEST_F(Surrogate, BelievesNoCountAndNoText) {
+    InstallApart(0);
+    Install("signed");
+    MakeText("lies", "LIES");
+    MakeText("lies.acme", "LIES");
+    Start();
+    ComPtr<IQmReadFile> file;
+    ASSERT_EQ(Open("lies", &file), S_OK);
+    char16_t text[600] = {};
+    EXPECT_EQ(file->GetFormatName(text, std::size(text)), S_OK);
+    EXPECT_EQ(std::u16string(text), std::u16string(511, u'x'));
+    ComPtr<IQmReadAudioStream> stream;
+    EXPECT_EQ(file->GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), E_NOINTERFACE);
+    ASSERT_EQ(file->GetStream(1, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
+    Bytes samples(4000);
+    for (const uint64_t at : {0, 1000, 7}) {
+        uint32_t got = 0;
+        EXPECT_EQ(stream->Read(at, 1000, samples.data(), &got), S_OK);
+        EXPECT_EQ(got, 1000u);
+    }
+    for (const char* name : {"lies", "lies.acme"}) {
+        ASSERT_EQ(manager->MediaInfo_Open(WidePath(name).c_str()), S_OK);
+        EXPECT_EQ(manager->MediaInfo_GetAudioProperty(0, u"Format", text, std::size(text)), S_OK) << name;
+        EXPECT_EQ(std::u16string_view(text).find_first_not_of(u'x'), std::u16string_view::npos);
+        EXPECT_EQ(manager->MediaInfo_GetAudioProperty(9, u"Format", text, std::size(text)),
+                  MEDIA_E_NOT_FOUND);
+        manager->MediaInfo_Close();
+    }
+}
+
 /// Killed before each message in turn, or while it is under way: that file fails, and nothing else.
 TEST_F(Surrogate, MayBeKilledAtAnyMessage) {
     Config("[FileIO Plug-Ins]\nwave=" + std::string(OWN_PLUGINS) + "/wave.so\n[wave]\nSurrogate=3\n");

@@ -52,7 +52,8 @@ TEST_F(TarnMedia, TellsWhatIsThere) {
     Make("bad.wav", {'R', 'I', 'F', 'F'});
     const Outcome bad = Run("info " + Path("bad.wav"));
     EXPECT_EQ(bad.code, 2);
-    EXPECT_EQ(bad.text, "tarn-media: " + Path("bad.wav") + ": at 0: the file ends within its header\n");
+    EXPECT_EQ(bad.text, "tarn-media: " + Path("bad.wav") +
+                            ": at 0: the file ends within its header; no plug-in reads it\n");
     EXPECT_EQ(Run("info " + Path("none.wav")).code, 2);
     EXPECT_EQ(Run("convert " + Path("a.wav")).code, 3);
 }
@@ -479,6 +480,13 @@ TEST_F(TarnMedia, ManyFilesAtOnce) {
                   std::string::npos);
         EXPECT_NE(shown.text.find("/" + std::to_string(i) + ".wav"), std::string::npos);
     }
+    // What plug-ins read is gone through, too.
+    ASSERT_EQ(Run("convert " + Path("in/8.wav") + " " + Path("in/9.flac")).code, 0);
+    Make("in/cut.flac", {'f', 'L', 'a', 'C'});
+    const Outcome told = Run("info --json-lines -r " + Path("in"));
+    EXPECT_EQ(told.code, 2);
+    EXPECT_EQ(std::ranges::count(told.text, '\n'), 11) << told.text;
+    EXPECT_NE(told.text.find("no plug-in reads it"), std::string::npos);
 }
 
 /// Whatever of a new file was written, the old ones are there to the byte, or what takes their place is.

@@ -1,8 +1,10 @@
 #include "tools/tarn-media/batch.h"
 
+#include "fileio/extensions.h"
+#include "platform/file.h"
+
 #include <algorithm>
 #include <atomic>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -16,23 +18,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsMediaName(const fs::path& path) {
-    constexpr const char* EXTENSIONS[] = {".wav", ".wave", ".bwf", ".w64", ".rf64", ".aif", ".aiff", ".aifc"};
-    std::string extension = path.extension().string();
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::ranges::find(EXTENSIONS, extension) != std::end(EXTENSIONS);
-}
+constexpr char OWN_ENDINGS[] = "wav;wave;bwf;w64;rf64;aif;aiff;aifc;";
 
 /// The files below a folder, sorted, so that every run has one order.
-void AddFolder(const std::string& folder, std::vector<std::string>& files) {
+void AddFolder(const std::string& folder, const std::string& endings, std::vector<std::string>& files) {
     std::vector<std::string> found;
     std::error_code error;
     for (fs::recursive_directory_iterator at(folder, fs::directory_options::skip_permission_denied, error),
          end;
          at != end; at.increment(error)) {
         if (error) break;
-        if (at->is_regular_file(error) && IsMediaName(at->path())) found.push_back(at->path().string());
+        if (at->is_regular_file(error) &&
+            tarn::HasExtension(endings, tarn::ExtensionOf(tarn::WideFromPath(at->path()))))
+            found.push_back(at->path().string());
     }
     std::ranges::sort(found);
     files.insert(files.end(), found.begin(), found.end());
@@ -43,10 +41,13 @@ std::vector<std::string> AllFiles(const BatchOptions& options) {
     if (options.fromInput || options.byZeros)
         for (std::string name; std::getline(std::cin, name, options.byZeros ? '\0' : '\n');)
             if (!name.empty()) named.push_back(name);
+    std::string endings;
     for (const std::string& name : named) {
         std::error_code error;
-        if (options.recursive && fs::is_directory(name, error))
-            AddFolder(name, files);
+        const bool isFolder = options.recursive && fs::is_directory(name, error);
+        if (isFolder && endings.empty()) endings = OWN_ENDINGS + (options.endings ? options.endings() : "");
+        if (isFolder)
+            AddFolder(name, endings, files);
         else
             files.push_back(name);
     }

@@ -13,6 +13,8 @@
 struct BatchOptions {
     std::vector<std::string> files;
     bool recursive = false;  ///< folders stand for the media files below them
+    /// Of more kinds of media files than the library's own; asked where a folder is gone through.
+    std::function<std::string()> endings;
     bool fromInput = false;  ///< names come on standard input, one a line
     bool byZeros = false;    ///< and end with a zero there
     bool jsonLines = false;  ///< one object a file, on a line of its own

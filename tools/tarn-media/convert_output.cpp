@@ -122,12 +122,12 @@ Target TargetOf(const ConvertOptions& options, const _qmwaveformat& source) {
         target.settings.reset(made);
         char16_t endings[256] = {};
         return made && Succeeded(target.renderer->CheckTemplate(made)) &&
-               Succeeded(target.renderer->GetExtensions(made, endings, std::size(endings))) &&
+               Succeeded(target.renderer->GetExtensions(made, endings, std::size(endings) - 1)) &&
                HasExtension(Utf8FromUtf16(endings), ending);
     });
     if (!isRenderer) throw usage("nothing writes " + target.name + " files; 'plugins' lists what does");
     char16_t endings[256] = {};
-    if (target.settings && Succeeded(target.renderer->GetExtensions(target.settings.get(), endings, 256)) &&
+    if (target.settings && Succeeded(target.renderer->GetExtensions(target.settings.get(), endings, 255)) &&
         !HasExtension(Utf8FromUtf16(endings), ending))
         throw usage("the template is for " + Utf8FromUtf16(endings) + " files");
     if (!target.settings)

@@ -1,6 +1,7 @@
 #include "tools/tarn-media/file_plugins.h"
 
 #include "audio/format_text.h"
+#include "fileio/convert/sample_source.h"
 #include "fileio/template_list.h"
 #include "platform/counted.h"
 #include "platform/text.h"
@@ -67,7 +68,7 @@ std::vector<TemplateRow> TemplatesOf(IQmFileIOMgrForApp& manager, const GUID& re
     QmFio_GetTemplateList(&manager, &renderer, list);
     for (const tagQMTEMPLATExV2* t : QmList_Pointers<tagQMTEMPLATExV2>(list)) {
         char16_t extensions[256] = {}, info[256] = {};
-        code->GetExtensions(t, extensions, std::size(extensions));
+        code->GetExtensions(t, extensions, std::size(extensions) - 1);
         QmFio_GetTemplateInfoText(t, info, std::size(info));
         rows.push_back({Text(TemplateName(*t).c_str()), Text(extensions), Text(info)});
     }
@@ -87,7 +88,8 @@ std::string Duration(uint64_t frames, uint32_t rate) {
 nlohmann::json AudioJson(IQmReadAudioStream& stream) {
     QmWaveFormatBlock block{};
     uint64_t frames = 0;
-    if (Failed(stream.GetFormat(&block.format, sizeof block)) || Failed(stream.GetFrames(&frames))) return {};
+    if (Failed(stream.GetFormat(&block.format, sizeof block)) || Failed(stream.GetFrames(&frames)))
+        return {{"type", "audio"}};
     const _qmwaveformat& f = block.format;
     char16_t text[256];
     QmAudio_GetFormatText(&f, text, std::size(text), FORMAT_TEXT_BIT_RATE);
@@ -102,7 +104,7 @@ nlohmann::json AudioJson(IQmReadAudioStream& stream) {
 
 nlohmann::json VideoJson(IQmReadVideoStream& stream) {
     FIOVIDEOFORMAT f{};
-    if (Failed(stream.GetFormat(&f))) return {};
+    if (Failed(stream.GetFormat(&f))) return {{"type", "video"}};
     f.codec[std::size(f.codec) - 1] = 0;
     return {{"type", "video"}, {"codec", Text(f.codec)}, {"width", f.width},  {"height", f.height},
             {"rate", f.rate},  {"scale", f.scale},       {"frames", f.frames}};
@@ -110,18 +112,22 @@ nlohmann::json VideoJson(IQmReadVideoStream& stream) {
 
 nlohmann::json StreamJson(IQmReadFile& file, uint32_t index) {
     ComPtr<IQmReadAudioStream> audio;
-    if (file.GetStream(index, IID_IQmReadAudioStream, audio.OutVoid()) == S_OK) return AudioJson(*audio);
+    if (file.GetStream(index, IID_IQmReadAudioStream, audio.OutVoid()) == S_OK && audio)
+        return AudioJson(*audio);
     ComPtr<IQmReadVideoStream> video;
-    if (file.GetStream(index, IID_IQmReadVideoStream, video.OutVoid()) == S_OK) return VideoJson(*video);
+    if (file.GetStream(index, IID_IQmReadVideoStream, video.OutVoid()) == S_OK && video)
+        return VideoJson(*video);
     return {{"type", "text"}};
 }
 
 std::string StreamText(const nlohmann::json& s) {
-    if (s.value("type", "") == "audio")
+    const std::string type = s.value("type", "");
+    if (type != "text" && s.size() == 1) return type + "      cannot be read\n";
+    if (type == "audio")
         return "audio      " + s["format"].get<std::string>() + "\nlength     " +
                std::to_string(s["frames"].get<uint64_t>()) + " frames, " + s["length"].get<std::string>() +
                "\n";
-    if (s.value("type", "") != "video") return "text\n";
+    if (type != "video") return "text\n";
     char text[128];
     const uint32_t scale = s["scale"];
     std::snprintf(text, sizeof text, "video      %s, %u x %u, %.3f frames a second, %llu frames\n",
@@ -143,10 +149,13 @@ bool DescribeByPlugin(const std::string& name, const OwnedFile& file, FileResult
     GUID reader{};
     ComPtr<IQmReadFile> opened;
     const std::u16string path = name == STANDARD_STREAM ? PathOf(file.get()) : WideFromPath(name);
-    if (Failed(manager.OpenReaderEx(path.c_str(), &reader, opened.Out()))) return false;
+    if (const HRESULT hr = manager.OpenReaderEx(path.c_str(), &reader, opened.Out()); Failed(hr)) {
+        result.error = hr == MEDIA_E_UNSUPPORTED_FORMAT ? "no plug-in reads it" : ReasonOfStatus(hr);
+        return false;
+    }
     char16_t kind[128] = {};
     uint32_t count = 0;
-    opened->GetFormatName(kind, std::size(kind));
+    opened->GetFormatName(kind, std::size(kind) - 1);  // it may end without a zero
     opened->GetStreamCount(&count);
     std::string plugin;
     for (const FIOPLUGINSTATE& s : StatesOf(manager))
@@ -156,14 +165,19 @@ bool DescribeByPlugin(const std::string& name, const OwnedFile& file, FileResult
     result.text = "file       " + name + "\ncontainer  " + Text(kind) + ", " + std::to_string(bytes) +
                   " bytes\nread by    " + plugin + "\n";
     auto streams = nlohmann::json::array();
-    constexpr uint32_t MOST_STREAMS = 1024;
-    for (uint32_t i = 0; i < std::min(count, MOST_STREAMS); i++) {
+    for (uint32_t i = 0; i < std::min(count, FIO_MOST_STREAMS); i++) {
         streams.push_back(StreamJson(*opened, i));
         result.text += StreamText(streams.back());
     }
     result.json["streams"] = streams;
     result.code = EXIT_FINE;
     return true;
+}
+
+std::string EndingsOfReaders() {
+    std::string endings;
+    for (const FIOPLUGINSTATE& s : StatesOf(FileManager())) endings += Text(s.info.readExtensions) + ";";
+    return endings;
 }
 
 int ListPlugins(const PluginsOptions& options) {

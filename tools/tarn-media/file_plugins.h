@@ -10,8 +10,11 @@
 /// The path by which plug-ins reach an open file, also one without a name.
 std::u16string PathOf(HQMFILE file);
 
-/// What a plug-in tells of a file; false, and nothing changes, where no plug-in reads it.
+/// What a plug-in tells of a file; false, and the reason in `result.error` alone, where no plug-in reads it.
 bool DescribeByPlugin(const std::string& name, const tarn::OwnedFile& file, FileResult& result);
+
+/// Of the files that plug-ins read, "flac;ogg".
+std::string EndingsOfReaders();
 
 struct PluginsOptions {
     bool json = false, templates = false, log = false, fresh = false;

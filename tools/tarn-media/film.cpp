@@ -6,6 +6,7 @@
 #include "platform/memory.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 
@@ -24,9 +25,9 @@ ComPtr<Stream> StreamOf(const std::string& path, const GUID& iid, uint32_t which
     Check(FileManager().OpenReader(WideFromPath(path).c_str(), file.Out()));
     uint32_t count = 0, seen = 0;
     Check(file->GetStreamCount(&count));
-    for (uint32_t i = 0; i < count; i++) {
+    for (uint32_t i = 0; i < std::min(count, FIO_MOST_STREAMS); i++) {
         ComPtr<Stream> stream;
-        if (file->GetStream(i, iid, stream.OutVoid()) == S_OK && seen++ == which) return stream;
+        if (file->GetStream(i, iid, stream.OutVoid()) == S_OK && stream && seen++ == which) return stream;
     }
     throw std::runtime_error("has " + std::to_string(seen) + " streams of " + what);
 }

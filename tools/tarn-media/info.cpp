@@ -103,7 +103,8 @@ int Inspect(const InfoOptions& options, Otherwise otherwise, Describe describe) 
         }
         if (!isKnown && !options.json) {
             const MediaProblem& reason = contents.problems.front();
-            result.error = "at " + std::to_string(reason.offset) + ": " + reason.text;
+            const std::string plugins = result.error.empty() ? "" : "; " + result.error;
+            result.error = "at " + std::to_string(reason.offset) + ": " + reason.text + plugins;
             return result;
         }
         describe(name, contents, result);
@@ -116,7 +117,9 @@ int Inspect(const InfoOptions& options, Otherwise otherwise, Describe describe) 
 }  // namespace
 
 int Info(const InfoOptions& options) {
-    return Inspect(options, DescribeByPlugin,
+    InfoOptions all = options;
+    all.batch.endings = EndingsOfReaders;
+    return Inspect(all, DescribeByPlugin,
                    [&](const std::string& file, const MediaContents& c, FileResult& result) {
                        result.json = ContentsJson(file, c);
                        result.text = ContentsText(file, c);

@@ -101,6 +101,7 @@ int ConvertAll(const ConvertOptions& options, BatchOptions batch, const std::str
         output = batch.files.back();
         batch.files.pop_back();
     }
+    batch.endings = EndingsOfReaders;
     return RunBatch(batch, [&](const std::string& input) {
         ConvertOptions one = options;
         one.input = input;

@@ -4,6 +4,7 @@
 #include "platform/counted.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -32,15 +33,38 @@ __attribute__((constructor)) void Mark() {
     }
 }
 
+/// Tells of more than there is, and ends no text.
+class Lies final : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
+public:
+    HRESULT GetType(uint32_t* type) override { return *type = UINT32_MAX, S_OK; }
+    HRESULT GetName(char16_t* text, uint32_t capacity) override {
+        return std::fill_n(text, capacity, u'x'), S_OK;
+    }
+    HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override {
+        return format->Init(48000, QMSAMPLE_PCM16, 2, 0, capacity), S_OK;
+    }
+    HRESULT GetFrames(uint64_t* frames) override { return *frames = UINT64_MAX, S_OK; }
+    HRESULT Read(uint64_t, uint32_t, void*, uint32_t* got) override { return *got = UINT32_MAX, S_OK; }
+};
+
 /// A file of "ACME" or "ZED!"; only its first bytes count.
 class File final : public Counted<IQmReadFile, IID_IQmReadFile> {
 public:
+    explicit File(bool lies = false) : m_lies(lies) {}
     HRESULT GetFormatName(char16_t* text, uint32_t capacity) override {
+        if (m_lies) return std::fill_n(text, capacity, u'x'), S_OK;
         return CopyText(text, capacity, u"Probe"), S_OK;
     }
-    HRESULT GetStreamCount(uint32_t* count) override { return *count = 0, S_OK; }
-    HRESULT GetStream(uint32_t, const GUID&, void** out) override { return *out = nullptr, E_INVALIDARG; }
-    HRESULT GetMeta(const GUID&, void** out) override { return *out = nullptr, S_FALSE; }
+    HRESULT GetStreamCount(uint32_t* count) override { return *count = m_lies ? UINT32_MAX : 0, S_OK; }
+    HRESULT GetStream(uint32_t index, const GUID& iid, void** out) override {
+        *out = nullptr;
+        if (!m_lies) return E_INVALIDARG;
+        return index == 1 ? ComPtr(new Lies)->QueryInterface(iid, out) : S_OK;
+    }
+    HRESULT GetMeta(const GUID&, void** out) override { return *out = nullptr, m_lies ? S_OK : S_FALSE; }
+
+private:
+    const bool m_lies;
 };
 
 /// Ends the process, never ends, or tries what a surrogate must not.
@@ -72,6 +96,7 @@ public:
         if (PROBE == ALOOF) return E_FAIL;
         char head[4] = {};
         if (::read(descriptor, head, sizeof head) != sizeof head) return E_FAIL;
+        if (std::memcmp(head, "LIES", 4) == 0) return GiveOut(new File(true), out);
         if (PROBE == APART && std::memcmp(head, "ZED!", 4) != 0)
             return Misbehaves(head) || std::memcmp(head, "TRYS", 4) != 0 ? E_FAIL : GiveOut(new File, out);
         if (std::memcmp(head, PROBE == SIGNED ? "ACME" : PROBE == COMPOUND ? "BOTH" : "ZED!", 4) != 0)

@@ -154,6 +154,7 @@ RenderResult RenderToFile(const Session& session, const std::filesystem::path& f
     const size_t block = std::max<size_t>(1, options.blockFrames);
     std::vector<std::vector<float>> sides(channels, std::vector<float>(block));
     std::vector<float*> into;
+    into.reserve(channels);
     for (auto& side : sides) into.push_back(side.data());
     std::vector<float> frames(block * channels);
     std::vector<int> samples(block * channels);

@@ -82,7 +82,7 @@ public:
 
     HRESULT Run() {
         const auto count = static_cast<uint64_t>(m_x.count);
-        const auto across = static_cast<uint64_t>(m_x.srcLast - m_x.srcFirst + 1);
+        const auto across = static_cast<uint64_t>(int64_t{m_x.srcLast} - m_x.srcFirst + 1);
         const uint64_t work = static_cast<uint64_t>(m_y.count) * (count + across) * 4 * sizeof(Channel);
         const int32_t bands = BandCount(m_y.count, work);
         const uint64_t between = (across + BEFORE + BEHIND) * 4, line = count * 4;

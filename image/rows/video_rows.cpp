@@ -16,7 +16,7 @@ struct Weights {
 };
 
 uint32_t LoadWord(const uint8_t* p) {
-    uint32_t word;
+    uint32_t word = 0;
     std::memcpy(&word, p, sizeof word);
     return word;
 }
@@ -107,7 +107,7 @@ uint32_t VideoRows::Sample(int channel, int32_t x, int32_t y) const {
     }
     const uint8_t* p = row + m_step[channel] * static_cast<size_t>(x);
     if (m_layout.bytes == 1) return up(*p);
-    uint16_t word;
+    uint16_t word = 0;
     std::memcpy(&word, p, sizeof word);
     return up(static_cast<uint32_t>(word >> m_layout.shift) & ((1u << m_layout.depth) - 1));
 }

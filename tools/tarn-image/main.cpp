@@ -53,7 +53,7 @@ void AddSize(CLI::App* command, Options& o, const char* help) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     // Numbers on the command line are read in one way everywhere.
     std::setlocale(LC_CTYPE, "");
     CLI::App app("Looks at, converts, scales and composites images.", "tarn-image");
@@ -132,4 +132,7 @@ int main(int argc, char** argv) {
     } catch (const std::exception& e) {
         return Complaint(o.input, e.what()).Print();
     }
+} catch (const std::exception& e) {
+    std::fprintf(stderr, "tarn-image: %s\n", e.what());
+    return EXIT_UNREADABLE;
 }

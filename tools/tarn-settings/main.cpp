@@ -125,7 +125,7 @@ int PrintPath(const Arguments&) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     Arguments a;
     CLI::App app{"Lists and edits the settings that Tarn's programs keep for you.", "tarn-settings"};
     app.footer("Examples:\n  tarn-settings list\n"
@@ -157,4 +157,7 @@ int main(int argc, char** argv) {
     for (const auto& row : commands)
         if (*row.command) return row.run(a);
     return 2;
+} catch (const std::exception& e) {
+    std::fprintf(stderr, "tarn-settings: %s\n", e.what());
+    return 1;
 }

@@ -55,7 +55,7 @@ void PartsView::ShowMenu(POINT screen) {
 }
 
 intptr_t PartsView::OnMessage(uint32_t message, uintptr_t wparam, intptr_t lparam) {
-    intptr_t result;
+    intptr_t result = 0;
     if (MenuMan_HandleMessage(this, message, wparam, lparam, &result)) return result;
     switch (message) {
     case WM_PAINT: Paint(reinterpret_cast<PaintInfo*>(wparam)->painter); return 0;

@@ -364,8 +364,8 @@ void GalleryWindow::ApplyScale() {
 }
 
 void GalleryWindow::timerEvent(QTimerEvent*) {
-    const float* frames;
-    size_t count;
+    const float* frames = nullptr;
+    size_t count = 0;
     const auto passed = static_cast<unsigned>(std::min<qint64>(m_clock.restart(), 200));
     const Levels levels = m_walk.Advance(passed, &frames, &count);
     for (ControlWindow* meter : m_peakMeters) {

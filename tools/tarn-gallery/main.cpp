@@ -66,7 +66,7 @@ int Run(const Options& o, int argc, char** argv) {
 }
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app{"Shows every control of the console in every style, live.", "tarn-gallery"};
     Options o;
     app.add_option("recording", o.recording, "audio file that the meters and scopes follow");
@@ -87,4 +87,7 @@ int main(int argc, char** argv) {
         return app.exit(e);
     }
     return Run(o, argc, argv);
+} catch (const std::exception& e) {
+    std::fprintf(stderr, "tarn-gallery: %s\n", e.what());
+    return 1;
 }

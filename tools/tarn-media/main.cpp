@@ -201,7 +201,7 @@ void AddMeta(CLI::App& app, const Commands& commands, int& code) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     std::setlocale(LC_CTYPE, "");  // all of them are thirteen files
     const Commands commands(argc, argv);
     CLI::App app("Looks at, converts and mends wave, Wave64 and AIFF files.", "tarn-media");
@@ -367,9 +367,9 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? EXIT_FINE : EXIT_USAGE;
-    } catch (const std::exception& e) {
-        std::fprintf(stderr, "tarn-media: %s\n", e.what());
-        return EXIT_UNREADABLE;
     }
     return code;
+} catch (const std::exception& e) {
+    std::fprintf(stderr, "tarn-media: %s\n", e.what());
+    return EXIT_UNREADABLE;
 }

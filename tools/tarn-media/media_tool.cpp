@@ -145,7 +145,7 @@ bool ParseTime(const std::string& text, TimePoint* time) {
         return time->isGiven;
     }
     size_t from = 0, parts = 1;
-    for (size_t colon; (colon = text.find(':', from)) != text.npos; from = colon + 1, parts++) {
+    for (size_t colon = 0; (colon = text.find(':', from)) != text.npos; from = colon + 1, parts++) {
         uint32_t value = 0;
         if (!number(text.substr(from, colon - from), &value)) return false;
         time->seconds = (time->seconds + value) * 60;

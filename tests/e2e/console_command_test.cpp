@@ -222,7 +222,7 @@ TEST_F(ConsoleCommand, ChannelsAreAddedRenamedHiddenRemovedAndMonitored) {
     EXPECT_FALSE(Find("Drums").hidden);
     ASSERT_TRUE(Until([&] { return !Channels().contains("Keys"); }));
     ASSERT_TRUE(place.RunCommand(50047));
-    ASSERT_TRUE(Until([&] { return Channels().contains("Keys"); }));
+    ASSERT_TRUE(Until([&] { return Channels().contains("Keys") && Channels().contains("Contrabass"); }));
     Key(Qt::Key_Delete);
     EXPECT_TRUE(Find("Contrabass").name.empty() && Find("Keys").name.empty());
     EXPECT_FALSE(Find("Drums").name.empty());

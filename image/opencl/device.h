@@ -66,7 +66,8 @@ private:
 
     template <class T>
     void Add(const T& value) {
-        m_arguments.push_back({&value, sizeof(T)});
+        // Of a handle, too, it is the handle itself that is passed.
+        m_arguments.push_back({&value, sizeof(T)});  // NOLINT(bugprone-sizeof-expression)
     }
     void Add(const struct ImageArgument& image);
     bool Enqueue(const char* kernel, int32_t width, int32_t height);

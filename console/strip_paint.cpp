@@ -26,7 +26,7 @@ struct Rounded {
     bool operator<(const Rounded& other) const { return Fields() < other.Fields(); }
 };
 
-QImage DrawRounded(const Rounded& box, qreal line) {
+QImage DrawRounded(const Rounded& box) {
     QImage image(box.size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
@@ -35,6 +35,7 @@ QImage DrawRounded(const Rounded& box, qreal line) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(ToColor(box.frame));
     const QRectF outer(QPointF(), QSizeF(box.size) / box.scale);
+    const qreal line = LineWidth(painter);
     painter.drawRoundedRect(outer, box.radius, box.radius);
     painter.setBrush(ToColor(box.fill));
     painter.drawRoundedRect(outer.adjusted(line, line, -line, -line), box.radius - line / 2,
@@ -46,7 +47,7 @@ QImage DrawRounded(const Rounded& box, qreal line) {
 void FillRounded(QPainter& painter, const RECT& rect, qreal radius, COLORREF fill, COLORREF frame) {
     constexpr size_t MOST = 512;
     static std::map<Rounded, QImage> drawn;
-    const qreal line = LineWidth(painter), scale = painter.deviceTransform().m22();
+    const qreal scale = painter.deviceTransform().m22();
     const DevicePixels device(painter);
     const QRect area = device.Map(rect);
     if (area.isEmpty()) return;
@@ -54,7 +55,7 @@ void FillRounded(QPainter& painter, const RECT& rect, qreal radius, COLORREF fil
     auto found = drawn.find(box);
     if (found == drawn.end()) {
         if (drawn.size() >= MOST) drawn.clear();
-        found = drawn.emplace(box, DrawRounded(box, line)).first;
+        found = drawn.emplace(box, DrawRounded(box)).first;
     }
     painter.drawImage(area.topLeft(), found->second);
 }

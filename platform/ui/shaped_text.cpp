@@ -9,6 +9,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace {
 
@@ -39,23 +40,20 @@ struct Equal {
     }
 };
 
-/// The fonts must be given back before the program's font engine goes, and may not be asked for later when
-/// the module is unloaded first.
+/// The fonts must be given back before a program's font engine goes, and may not be asked for later when the
+/// module is unloaded first.
 class Cache {
 public:
-    Cache() { qAddPostRoutine(Clear); }
-    ~Cache() {
-        qRemovePostRoutine(Clear);
-        s_cache = nullptr;
-    }
+    ~Cache() { qRemovePostRoutine(Clear); }
     static Cache& Get() {
         static Cache cache;
-        s_cache = &cache;
         return cache;
     }
     const ShapedText& Find(const KeyView& key, ShapedText (&make)(const KeyView&)) {
         constexpr size_t MOST = 4096;
         if (const auto found = m_lines.find(key); found != m_lines.end()) return found->second;
+        // A process may have one program after the other.
+        if (!std::exchange(m_isWatched, true)) qAddPostRoutine(Clear);
         if (m_lines.size() >= MOST) m_lines.clear();
         return m_lines.emplace(Key{key.font, key.shortening, std::u16string(key.text)}, make(key))
             .first->second;
@@ -63,12 +61,12 @@ public:
 
 private:
     static void Clear() {
-        if (s_cache) s_cache->m_lines.clear();
+        Get().m_lines.clear();
+        Get().m_isWatched = false;
     }
-    static Cache* s_cache;
     std::unordered_map<Key, ShapedText, Hash, Equal> m_lines;
+    bool m_isWatched = false;
 };
-Cache* Cache::s_cache = nullptr;
 
 ShapedText Shape(const KeyView& key) {
     QString line(reinterpret_cast<const QChar*>(key.text.data()), static_cast<qsizetype>(key.text.size()));

@@ -19,7 +19,7 @@ inline constexpr GUID IID_IQmFioFilterBuilder = tarn::Guid("{A6F0E2D4-57C3-4E0B-
 inline constexpr GUID IID_IQmFioFilterBuilder2 = tarn::Guid("{A6F0E2D5-57C3-4E0B-9C3B-1B3B8F6A4E11}");
 inline constexpr GUID IID_IQmFioLogger = tarn::Guid("{A6F0E2D6-57C3-4E0B-9C3B-1B3B8F6A4E11}");
 
-/// What the manager does and why, a line a step, in English. Called on any thread.
+/// What the manager does and why, a line a step, in English. Called on any thread, on several at once.
 struct IQmFioLogger : IUnknown {
     virtual void Log(const char16_t* line) = 0;
 };

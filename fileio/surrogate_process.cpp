@@ -75,16 +75,17 @@ void SurrogateProcess::Loop(int socket, std::promise<HRESULT>& ready) {
     capnp::MallocMessageBuilder side;
     auto vat = side.initRoot<capnp::rpc::twoparty::VatId>();
     vat.setSide(capnp::rpc::twoparty::Side::SERVER);
-    auto stop = kj::newPromiseAndFulfiller<void>();
-    m_stop = kj::mv(stop.fulfiller);
     m_timer = &io.provider->getTimer();
-    m_executor = &kj::getCurrentThreadExecutor();
     m_entry = rpc.bootstrap(vat).castAs<surrogate::Entry>();
     m_isAlive = true;
     const auto gone = network.onDisconnect().then([this] { m_isAlive = false; }).eagerlyEvaluate(nullptr);
+    m_isServed = true;
     ready.set_value(S_OK);
-    stop.promise.wait(io.waitScope);
-    m_stop = nullptr;
+    m_calls.Serve(io, [this](const kj::Exception& e) -> HRESULT {
+        if (e.getType() != kj::Exception::Type::DISCONNECTED) return E_UNEXPECTED;
+        m_isAlive = false;
+        return FIO_E_SURROGATE_GONE;
+    });
     m_entry.reset();
     m_plugins.reset();
 }
@@ -105,7 +106,7 @@ kj::Promise<HRESULT> SurrogateProcess::Connect(int triesLeft) {
 
 SurrogateProcess::~SurrogateProcess() {
     Kill();
-    if (m_executor) RunPlain([this] { m_stop->fulfill(); });
+    if (m_isServed) m_calls.Stop();
     if (m_thread.joinable()) m_thread.join();
     while (m_process > 0 && ::waitpid(m_process, nullptr, 0) < 0 && errno == EINTR) {
     }
@@ -117,22 +118,23 @@ void SurrogateProcess::Kill() {
     if (m_process > 0) ::kill(m_process, SIGKILL);
 }
 
-HRESULT SurrogateProcess::Run(kj::Function<kj::Promise<HRESULT>()> work) try {
+HRESULT SurrogateProcess::Run(CallQueue::Work work) {
     if (!m_isAlive) return FIO_E_SURROGATE_GONE;
-    return m_executor->executeSync([&]() -> kj::Promise<HRESULT> {
+    return m_calls.Run([&]() -> kj::Promise<HRESULT> {
         auto late = m_timer->afterDelay(m_callLimit.count() * kj::MILLISECONDS).then([this]() -> HRESULT {
             Kill();
             return FIO_E_SURROGATE_GONE;
         });
         return kj::evalNow([&] { return work(); }).exclusiveJoin(kj::mv(late));
     });
-} catch (const kj::Exception& e) {
-    if (e.getType() == kj::Exception::Type::DISCONNECTED) m_isAlive = false;
-    return e.getType() == kj::Exception::Type::DISCONNECTED ? FIO_E_SURROGATE_GONE : E_UNEXPECTED;
 }
 
 void SurrogateProcess::RunPlain(kj::Function<void()> work) {
-    m_executor->executeSync([&] { work(); });
+    if (std::this_thread::get_id() == m_thread.get_id()) return work();
+    m_calls.Run([&]() -> kj::Promise<HRESULT> {
+        work();
+        return S_OK;
+    });
 }
 
 }  // namespace tarn

@@ -2,6 +2,7 @@
 // with the object, and with the program, however that ends.
 #pragma once
 
+#include "fileio/call_queue.h"
 #include "fileio/plugin_library.h"
 #include "fileio/surrogate/wire.h"
 
@@ -33,7 +34,7 @@ public:
 
     /// Runs on the connection's thread and waits for what comes of it. FIO_E_SURROGATE_GONE where the process
     /// ends meanwhile, or takes longer than the limit, and then it is ended. [any-thread]
-    HRESULT Run(kj::Function<kj::Promise<HRESULT>()> work);
+    HRESULT Run(CallQueue::Work work);
     /// The same without a promise, also when the process is gone: for capabilities to be released.
     void RunPlain(kj::Function<void()> work);
 
@@ -54,9 +55,9 @@ private:
     int m_process = 0;
     std::thread m_thread;
     std::atomic<bool> m_isAlive = false;
-    const kj::Executor* m_executor = nullptr;
+    CallQueue m_calls;
+    bool m_isServed = false;  ///< set before Start returns
     kj::Timer* m_timer = nullptr;
-    kj::Own<kj::PromiseFulfiller<void>> m_stop;
     std::optional<surrogate::Entry::Client> m_entry;
     std::optional<surrogate::Plugins::Client> m_plugins;
 };

@@ -7,16 +7,23 @@
 #include "tests/mediafile/media_support.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include <unistd.h>
 
 class LogLines final : public tarn::Counted<IQmFioLogger, IID_IQmFioLogger> {
 public:
-    void Log(const char16_t* line) override { lines.push_back(tarn::Utf8FromUtf16(line)); }
+    void Log(const char16_t* line) override {
+        const std::lock_guard lock(m_lock);
+        lines.push_back(tarn::Utf8FromUtf16(line));
+    }
     bool Has(const std::string& text) const {
         return std::ranges::any_of(lines, [&](const std::string& l) { return l.find(text) != l.npos; });
     }
     std::vector<std::string> lines;
+
+private:
+    std::mutex m_lock;
 };
 
 class FileManagerTest : public MediaTest {

@@ -34,7 +34,7 @@ foreach(own platform/store_file kernel/block_heap kernel/list_internal kernel/me
     kernel/print/directive kernel/print/group kernel/print/text_writer kernel/time/time_math audio/cells audio/codec_names
     audio/sub_format mediafile/meta/big_endian mediafile/meta/id3 fileio/enumerators fileio/filter_builder
     fileio/hardware_decoders fileio/identify fileio/media_properties fileio/plugin_cache fileio/plugin_config
-    fileio/plugin_library fileio/plugin_list fileio/audio_blanket fileio/audio_ring fileio/blanket fileio/blankets fileio/call_queue fileio/open_files
+    fileio/plugin_library fileio/plugin_list fileio/audio_blanket fileio/audio_ring fileio/blanket fileio/blankets fileio/call_queue fileio/find_stream fileio/open_files
     fileio/surrogate_process fileio/surrogates)
   list(APPEND own_headers REGEX "/${own}[.]h$" EXCLUDE)
 endforeach()

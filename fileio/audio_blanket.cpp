@@ -1,20 +1,34 @@
 #include "fileio/audio_blanket.h"
 
+#include "mediafile/media_codes.h"
+
 #include <algorithm>
 
 namespace tarn {
 
 CQmReadAudioStreamBlanket::~CQmReadAudioStreamBlanket() noexcept { Stop(); }
 
+void CQmReadAudioStreamBlanket::Know(surrogate::SoundFormat::Reader sound) {
+    QmWaveFormatBlock block{};
+    if (!FromWire(sound.getFormat(), &block)) return;
+    m_format = block;
+    m_frameBytes = block.format.blockAlign;
+    m_storedAt = sound.getStoredAt();
+    m_storedFrames = m_file ? sound.getStoredFrames() : 0;
+}
+
+// Once: a buffer that was made for it is filled by it, whatever is told later.
+HRESULT CQmReadAudioStreamBlanket::LearnFormat() {
+    if (m_format) return S_OK;
+    const HRESULT hr = Call([](auto& client) { return client.getAudioFormatRequest(); },
+                            [&](auto& response) { Know(response.getSound()); });
+    return Failed(hr) || m_format ? hr : E_UNEXPECTED;
+}
+
 HRESULT CQmReadAudioStreamBlanket::GetFormat(_qmwaveformat* format, uint32_t capacity) {
     if (!format) return E_POINTER;
-    QmWaveFormatBlock block{};
-    bool isWhole = false;
-    const HRESULT hr = Call([](auto& client) { return client.getAudioFormatRequest(); },
-                            [&](auto& response) { isWhole = FromWire(response.getFormat(), &block); });
-    if (Failed(hr) || !isWhole) return Failed(hr) ? hr : E_UNEXPECTED;
-    QmAudio_GeneralCopyQmWaveFormat(format, capacity, &block.format);
-    m_frameBytes = block.format.blockAlign;
+    const HRESULT hr = LearnFormat();
+    if (Succeeded(hr)) QmAudio_GeneralCopyQmWaveFormat(format, capacity, &m_format->format);
     return hr;
 }
 
@@ -24,19 +38,16 @@ HRESULT CQmReadAudioStreamBlanket::GetFrames(uint64_t* frames) {
                 [&](auto& response) { *frames = response.getFrames(); });
 }
 
-HRESULT CQmReadAudioStreamBlanket::Prepare() {
-    _qmwaveformat format{};
-    if (m_frameBytes == 0)
-        if (const HRESULT hr = GetFormat(&format, sizeof format); Failed(hr)) return hr;
-    return m_frameBytes ? Share(AudioRing::BYTES) : E_UNEXPECTED;
-}
-
 HRESULT CQmReadAudioStreamBlanket::Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) {
     if (!samples || !got) return E_POINTER;
     *got = 0;
-    if (const HRESULT hr = Prepare(); Failed(hr)) return hr;
+    HRESULT hr = LearnFormat();
+    if (Succeeded(hr) && m_frameBytes == 0) hr = E_UNEXPECTED;
+    if (Failed(hr)) return hr;
     auto* out = static_cast<uint8_t*>(samples);
-    HRESULT hr = S_OK;
+    if (IsStored()) return ReadStored(frame, frames, out, got);
+    hr = Share(AudioRing::BYTES);
+    if (Failed(hr)) return hr;
     if (frame != m_next) {
         Stop();
         hr = ReadHere(frame, frames, out, got);
@@ -48,6 +59,28 @@ HRESULT CQmReadAudioStreamBlanket::Read(uint64_t frame, uint32_t frames, void* s
     }
     m_next = frame + *got;
     return hr;
+}
+
+HRESULT CQmReadAudioStreamBlanket::ReadStored(uint64_t frame, uint32_t frames, uint8_t* samples,
+                                              uint32_t* got) const {
+    if (frame >= m_storedFrames) return S_OK;
+    frames = static_cast<uint32_t>(std::min<uint64_t>(frames, m_storedFrames - frame));
+    uint64_t at = 0;
+    // What is told of the place may be anything; beyond the file there is nothing.
+    if (__builtin_mul_overflow(frame, m_frameBytes, &at) || __builtin_add_overflow(at, m_storedAt, &at))
+        return MEDIA_E_READ;
+    const FileSource source(m_file.get());
+    constexpr uint32_t MOST_BYTES = 1u << 30;
+    const uint32_t most = MOST_BYTES / m_frameBytes;
+    while (*got < frames) {
+        const uint32_t part = std::min(frames - *got, most);
+        const uint32_t read = source.ReadSome(at + uint64_t{*got} * m_frameBytes,
+                                              samples + size_t{*got} * m_frameBytes, part * m_frameBytes) /
+                              m_frameBytes;
+        *got += read;
+        if (read < part) return MEDIA_E_READ;
+    }
+    return S_OK;
 }
 
 // In pieces, so that memory is bounded whatever is asked for.

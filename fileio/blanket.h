@@ -32,16 +32,14 @@ private:
 
 using SharedProcess = std::shared_ptr<SurrogateProcess>;
 
-/// An interface over what the other process has, and IQmOutOfProcObj. Made on the connection's thread.
+/// An interface over what the other process has, and IQmOutOfProcObj.
 template <class Interface, class Client, const GUID&... Ids>
 class Blanket : public Counted<Interface, Ids...>, public CQmOutOfProcObj {
     using Object = Counted<Interface, Ids...>;
 
 public:
     Blanket(SharedProcess process, Client client) : m_process(std::move(process)), m_client(kj::mv(client)) {}
-    ~Blanket() noexcept override {  // whatever the messages' library says of what it holds
-        m_process->RunPlain([this] { m_client.reset(); });
-    }
+    ~Blanket() noexcept override { m_process->Drop(kj::mv(m_client)); }
 
     HRESULT QueryInterface(const GUID& iid, void** out) override {
         const HRESULT hr = Object::QueryInterface(iid, out);
@@ -58,7 +56,7 @@ protected:
     template <class Make, class Take>
     HRESULT Call(Make make, Take take) {
         return m_process->Run([&]() -> kj::Promise<HRESULT> {
-            return make(*m_client).send().then([&take](auto&& response) -> HRESULT {
+            return make(m_client).send().then([&take](auto&& response) -> HRESULT {
                 const HRESULT code = response.getCode();
                 if (Succeeded(code)) take(response);
                 return code;
@@ -71,11 +69,11 @@ protected:
     }
     const SharedProcess& Owner() const { return m_process; }
     /// On the connection's thread.
-    Client& Remote() { return *m_client; }
+    Client& Remote() { return m_client; }
 
 private:
     const SharedProcess m_process;
-    std::optional<Client> m_client;  ///< empty only while it goes
+    Client m_client;
 };
 
 inline HRESULT GiveText(const std::u16string& text, char16_t* out, uint32_t capacity) {

@@ -91,24 +91,37 @@ public:
 /// What the factory knows of a stream's interfaces.
 struct StreamRow {
     const GUID& iid;
-    void* (*make)(SharedProcess, ReadStream::Client);
+    void* (*make)(SharedProcess, ReadStream::Client, SharedFile);
 };
-template <class Made, class Interface>
-void* MakeStream(SharedProcess process, ReadStream::Client client) {
-    Interface* made = new Made(std::move(process), kj::mv(client));
+template <class Interface>
+void* Given(Interface* made) {
     made->AddRef();
     return made;
 }
+template <class Made, class Interface>
+void* MakeStream(SharedProcess process, ReadStream::Client client, SharedFile) {
+    return Given<Interface>(new Made(std::move(process), kj::mv(client)));
+}
+void* MakeAudioStream(SharedProcess process, ReadStream::Client client, SharedFile file) {
+    return Given<IQmReadAudioStream>(
+        new CQmReadAudioStreamBlanket(std::move(process), kj::mv(client), std::move(file)));
+}
 const StreamRow STREAMS[] = {
     {IID_IQmReadStream, MakeStream<CQmReadStreamBlanket, IQmReadStream>},
-    {IID_IQmReadAudioStream, MakeStream<CQmReadAudioStreamBlanket, IQmReadAudioStream>},
+    {IID_IQmReadAudioStream, MakeAudioStream},
     {IID_IQmReadVideoStream, MakeStream<CQmReadVideoStreamBlanket, IQmReadVideoStream>},
     {IID_IQmReadTextStream, MakeStream<CQmReadTextStreamBlanket, IQmReadTextStream>},
 };
 
 class CQmReadFileBlanket final : public Blanket<IQmReadFile, ReadFile::Client, IID_IQmReadFile> {
 public:
-    using Blanket::Blanket;
+    CQmReadFileBlanket(SharedProcess process, ReadFileClass::OpenFileResults::Reader results, SharedFile file)
+        : Blanket(std::move(process), results.getOpened()), m_file(std::move(file)) {
+        if (!results.hasFirst()) return;
+        auto* first = new CQmReadAudioStreamBlanket(Owner(), results.getFirst(), m_file);
+        GiveOut(first, m_first.Out());
+        first->Know(results.getFirstSound());
+    }
     HRESULT GetFormatName(char16_t* text, uint32_t capacity) override {
         if (!text) return E_POINTER;
         return Call([](auto& client) { return client.getFormatNameRequest(); },
@@ -122,6 +135,10 @@ public:
     HRESULT GetStream(uint32_t index, const GUID& iid, void** out) override {
         if (!out) return E_POINTER;
         *out = nullptr;
+        if (index == 0 && iid == IID_IQmReadAudioStream && m_first) {
+            *out = m_first.Detach();
+            return S_OK;
+        }
         const auto* row = std::ranges::find_if(STREAMS, [&](const StreamRow& r) { return r.iid == iid; });
         if (row == std::end(STREAMS)) return E_NOINTERFACE;
         return Call(
@@ -131,7 +148,7 @@ public:
                 request.setIid(WireRecord(iid));
                 return request;
             },
-            [&](auto& response) { *out = row->make(Owner(), response.getStream()); });
+            [&](auto& response) { *out = row->make(Owner(), response.getStream(), m_file); });
     }
     HRESULT GetMeta(const GUID& iid, void** out) override {
         if (!out) return E_POINTER;
@@ -150,6 +167,10 @@ public:
                 *out = made;
             });
     }
+
+private:
+    const SharedFile m_file;
+    ComPtr<IQmReadAudioStream> m_first;  ///< until it is asked for
 };
 
 class CQmReadFileClassBlanket final
@@ -169,6 +190,7 @@ public:
     HRESULT OpenFile(int32_t descriptor, const char16_t* path, IQmReadFile** out) override {
         if (!path || !out) return E_POINTER;
         *out = nullptr;
+        SharedFile file(OwnedFile(descriptor >= 0 ? QmFile_OpenDescriptor(descriptor) : nullptr));
         return Call(
             [&](auto& client) {
                 auto request = client.openFileRequest();
@@ -177,7 +199,7 @@ public:
                 return request;
             },
             [&](auto& response) {
-                if (response.hasOpened()) GiveOut(new CQmReadFileBlanket(Owner(), response.getOpened()), out);
+                if (response.hasOpened()) GiveOut(new CQmReadFileBlanket(Owner(), response, file), out);
             });
     }
 };

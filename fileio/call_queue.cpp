@@ -17,11 +17,18 @@ CallQueue::~CallQueue() { ::close(m_wake); }
 
 HRESULT CallQueue::Run(Work work) {
     Call call(work);
+    Add({&call, nullptr});
     std::unique_lock lock(m_lock);
-    m_calls.push_back(&call);
-    ::eventfd_write(m_wake, 1);
     call.done.wait(lock, [&] { return call.isDone; });
     return call.result;
+}
+
+void CallQueue::Drop(std::shared_ptr<void> kept) { Add({nullptr, std::move(kept)}); }
+
+void CallQueue::Add(Entry entry) {
+    const std::lock_guard lock(m_lock);
+    m_entries.push_back(std::move(entry));
+    ::eventfd_write(m_wake, 1);
 }
 
 void CallQueue::Stop() {
@@ -38,13 +45,18 @@ void CallQueue::Serve(kj::AsyncIoContext& io, kj::Function<HRESULT(const kj::Exc
         // Only the change from zero is told, so that it is made zero before it is looked at what there is.
         eventfd_t count = 0;
         ::eventfd_read(m_wake, &count);
-        std::vector<Call*> calls;
+        std::vector<Entry> entries;
+        bool isStopped = false;
         {
             const std::lock_guard lock(m_lock);
-            if (m_isStopped) return;
-            calls.swap(m_calls);
+            entries.swap(m_entries);
+            isStopped = m_isStopped;
         }
-        for (Call* call : calls) running.add(Begin(*call));
+        for (Entry& entry : entries) {
+            if (entry.call) running.add(Begin(*entry.call));
+            entry.dropped.reset();
+        }
+        if (isStopped) return;
         wake.whenBecomesReadable().wait(io.waitScope);
     }
 }

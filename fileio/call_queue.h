@@ -10,6 +10,7 @@
 #include <kj/function.h>
 
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -28,6 +29,10 @@ public:
     /// it promises is there. [any thread but that of Serve]
     HRESULT Run(Work work);
 
+    /// Lets go of what belongs to the thread of Serve there, after the calls before it. The caller has no
+    /// other reference, and does not wait. [any-thread]
+    void Drop(std::shared_ptr<void> kept);
+
     /// Does what is asked for until it is stopped. `failed` makes a code of what the work throws.
     void Serve(kj::AsyncIoContext& io, kj::Function<HRESULT(const kj::Exception&)> failed);
     /// After the last call has come back. [any-thread]
@@ -41,6 +46,11 @@ private:
         bool isDone = false;
         std::condition_variable done;
     };
+    struct Entry {  ///< one or the other
+        Call* call;
+        std::shared_ptr<void> dropped;
+    };
+    void Add(Entry entry);
     kj::Promise<void> Begin(Call& call);
     void Finish(Call& call, HRESULT result);
     void taskFailed(kj::Exception&&) override {}  // told by Begin
@@ -48,8 +58,8 @@ private:
     const int m_wake;
     kj::Function<HRESULT(const kj::Exception&)> m_failed = [](const kj::Exception&) { return E_FAIL; };
     std::mutex m_lock;
-    std::vector<Call*> m_calls;  ///< under m_lock, as the calls themselves
-    bool m_isStopped = false;    ///< under m_lock
+    std::vector<Entry> m_entries;  ///< under m_lock, as the calls themselves
+    bool m_isStopped = false;      ///< under m_lock
 };
 
 }  // namespace tarn

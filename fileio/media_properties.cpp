@@ -1,24 +1,20 @@
 #include "fileio/media_properties.h"
 
+#include "fileio/find_stream.h"
 #include "platform/text.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace tarn {
 
 namespace {
 
+/// Null where it has none.
 template <class Stream>
 ComPtr<Stream> StreamOf(IQmReadFile& file, const GUID& iid, uint32_t which) {
-    uint32_t count = 0;
     ComPtr<Stream> stream;
-    if (file.GetStreamCount(&count) != S_OK) return stream;
-    for (uint32_t i = 0; i < std::min(count, FIO_MOST_STREAMS); i++) {
-        if (file.GetStream(i, iid, stream.OutVoid()) != S_OK || !stream) continue;
-        if (which-- == 0) return stream;
-    }
-    stream.Reset();
+    uint32_t seen = 0;
+    FindStream(file, iid, which, &stream, &seen);
     return stream;
 }
 

@@ -30,6 +30,7 @@ inline constexpr GUID IID_IQmReadStream = tarn::Guid("{5E1C2D44-8B1F-4B7E-8E55-3
 inline constexpr GUID IID_IQmReadAudioStream = tarn::Guid("{5E1C2D45-8B1F-4B7E-8E55-3F6A91D0C701}");
 inline constexpr GUID IID_IQmReadVideoStream = tarn::Guid("{5E1C2D46-8B1F-4B7E-8E55-3F6A91D0C701}");
 inline constexpr GUID IID_IQmReadTextStream = tarn::Guid("{5E1C2D47-8B1F-4B7E-8E55-3F6A91D0C701}");
+inline constexpr GUID IID_IQmReadStoredAudio = tarn::Guid("{5E1C2D49-8B1F-4B7E-8E55-3F6A91D0C701}");
 inline constexpr GUID IID_IQmReadProjectLinkMeta = tarn::Guid("{5E1C2D48-8B1F-4B7E-8E55-3F6A91D0C701}");
 
 /// Of FIOPLUGININFO. One that tells another number is not used.
@@ -82,6 +83,13 @@ struct IQmReadAudioStream : IQmReadStream {
     /// Bytes of `frames` from `frame` on. `*got` frames are fewer at the end; a failure may leave it at those
     /// that could be read.
     virtual HRESULT Read(uint64_t frame, uint32_t frames, void* samples, uint32_t* got) = 0;
+};
+
+/// Of a stream of sound, where it has it: for samples that lie in the file as Read gives them, one frame
+/// behind the other. Who has the file open may read them there, so that they do not pass between processes.
+struct IQmReadStoredAudio : IUnknown {
+    /// Of frame 0, and how many follow it. S_FALSE where Read has to be asked.
+    virtual HRESULT GetPlace(uint64_t* offset, uint64_t* frames) = 0;
 };
 
 struct IQmReadVideoStream : IQmReadStream {

@@ -130,7 +130,6 @@ HRESULT SurrogateProcess::Run(CallQueue::Work work) {
 }
 
 void SurrogateProcess::RunPlain(kj::Function<void()> work) {
-    if (std::this_thread::get_id() == m_thread.get_id()) return work();
     m_calls.Run([&]() -> kj::Promise<HRESULT> {
         work();
         return S_OK;

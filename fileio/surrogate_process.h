@@ -35,8 +35,13 @@ public:
     /// Runs on the connection's thread and waits for what comes of it. FIO_E_SURROGATE_GONE where the process
     /// ends meanwhile, or takes longer than the limit, and then it is ended. [any-thread]
     HRESULT Run(CallQueue::Work work);
-    /// The same without a promise, also when the process is gone: for capabilities to be released.
+    /// The same without a promise, also when the process is gone.
     void RunPlain(kj::Function<void()> work);
+    /// Lets go of a capability. Whatever it throws is lost. [any-thread]
+    template <class Client>
+    void Drop(Client client) {
+        m_calls.Drop(std::make_shared<Client>(kj::mv(client)));
+    }
 
     /// What a call may take.
     std::chrono::milliseconds CallLimit() const { return m_callLimit; }

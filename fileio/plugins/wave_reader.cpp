@@ -20,9 +20,28 @@ struct Opened {
     MediaContents contents;
 };
 
-class Stream final : public SoundStream {
+class Stream final : public SoundStream, public IQmReadStoredAudio {
 public:
     explicit Stream(std::shared_ptr<const Opened> file) : m_file(std::move(file)) {}
+
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        const HRESULT hr = SoundStream::QueryInterface(iid, out);
+        if (hr != E_NOINTERFACE || iid != IID_IQmReadStoredAudio) return hr;
+        *out = static_cast<IQmReadStoredAudio*>(this);
+        AddRef();
+        return S_OK;
+    }
+    uint32_t AddRef() override { return SoundStream::AddRef(); }
+    uint32_t Release() override { return SoundStream::Release(); }
+
+    HRESULT GetPlace(uint64_t* offset, uint64_t* frames) override {
+        if (!offset || !frames) return E_POINTER;
+        const MediaContents& c = m_file->contents;
+        if (c.coding.codec != SampleCodec::Plain) return S_FALSE;
+        *offset = c.dataOffset;
+        *frames = c.frames;
+        return S_OK;
+    }
 
     HRESULT GetFormat(_qmwaveformat* format, uint32_t capacity) override {
         if (!format) return E_POINTER;

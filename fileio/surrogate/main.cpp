@@ -102,6 +102,20 @@ public:
         if (iid == IID_IQmReadVideoStream) stream->QueryInterface(iid, m_video.OutVoid());
         if (iid == IID_IQmReadTextStream) stream->QueryInterface(iid, m_text.OutVoid());
     }
+    HRESULT TellFormat(SoundFormat::Builder sound) {
+        QmWaveFormatBlock block{};
+        const HRESULT hr = m_audio ? m_audio->GetFormat(&block.format, sizeof block) : E_NOINTERFACE;
+        sound.setFormat(WireRecord(block));
+        m_frameBytes = block.format.blockAlign;
+        ComPtr<IQmReadStoredAudio> stored;
+        uint64_t offset = 0, frames = 0;
+        if (hr == S_OK && Succeeded(m_audio->QueryInterface(IID_IQmReadStoredAudio, stored.OutVoid())) &&
+            stored && stored->GetPlace(&offset, &frames) == S_OK) {
+            sound.setStoredAt(offset);
+            sound.setStoredFrames(frames);
+        }
+        return hr;
+    }
     kj::Promise<void> getType(GetTypeContext context) override {
         uint32_t type = 0;
         auto results = context.getResults();
@@ -114,12 +128,8 @@ public:
                         [&](char16_t* text, uint32_t most) { return m_stream->GetName(text, most); });
     }
     kj::Promise<void> getAudioFormat(GetAudioFormatContext context) override {
-        QmWaveFormatBlock block{};
         auto results = context.getResults();
-        const HRESULT hr = m_audio ? m_audio->GetFormat(&block.format, sizeof block) : E_NOINTERFACE;
-        results.setFormat(WireRecord(block));
-        m_frameBytes = block.format.blockAlign;
-        return Done(results, hr);
+        return Done(results, TellFormat(results.initSound()));
     }
     kj::Promise<void> getFrames(GetFramesContext context) override {
         uint64_t frames = 0;
@@ -236,14 +246,21 @@ public:
         results.setCount(count);
         return Done(results, hr);
     }
-    kj::Promise<void> getStream(GetStreamContext context) override {
-        const GUID iid = IdOf(context.getParams().getIid());
+    /// Sets `made` where that is S_OK.
+    HRESULT MakeStream(uint32_t index, const GUID& iid, kj::Own<StreamServer>* made) {
         ComPtr<IUnknown> any;
         ComPtr<IQmReadStream> stream;
-        auto results = context.getResults();
-        HRESULT hr = m_file->GetStream(context.getParams().getIndex(), iid, any.OutVoid());
+        HRESULT hr = m_file->GetStream(index, iid, any.OutVoid());
         if (hr == S_OK) hr = any ? any->QueryInterface(IID_IQmReadStream, stream.OutVoid()) : E_NOINTERFACE;
-        if (hr == S_OK) results.setStream(kj::heap<StreamServer>(stream, iid));
+        if (hr == S_OK) *made = kj::heap<StreamServer>(stream, iid);
+        return hr;
+    }
+    kj::Promise<void> getStream(GetStreamContext context) override {
+        const auto params = context.getParams();
+        kj::Own<StreamServer> made;
+        auto results = context.getResults();
+        const HRESULT hr = MakeStream(params.getIndex(), IdOf(params.getIid()), &made);
+        if (hr == S_OK) results.setStream(kj::mv(made));
         return Done(results, hr);
     }
     kj::Promise<void> getMeta(GetMetaContext context) override {
@@ -275,7 +292,13 @@ public:
             auto results = context.getResults();
             const HRESULT hr =
                 m_reader->OpenFile(file, TextFromWire(context.getParams().getPath()).c_str(), opened.Out());
-            if (Succeeded(hr) && opened) results.setOpened(kj::heap<FileServer>(std::move(opened)));
+            if (Failed(hr) || !opened) return Done(results, hr);
+            auto server = kj::heap<FileServer>(std::move(opened));
+            kj::Own<StreamServer> first;
+            if (server->MakeStream(0, IID_IQmReadAudioStream, &first) == S_OK &&
+                first->TellFormat(results.initFirstSound()) == S_OK)
+                results.setFirst(kj::mv(first));
+            results.setOpened(kj::mv(server));
             return Done(results, hr);
         });
     }

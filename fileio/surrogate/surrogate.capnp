@@ -21,7 +21,8 @@ interface Plugins {
 
 interface ReadFileClass {
   recognize @0 (head :Data) -> (code :Int32);
-  openFile @1 (file :Descriptor, path :Data) -> (code :Int32, opened :ReadFile);
+  # With the first stream where that is of sound, since next to nobody asks for anything else.
+  openFile @1 (file :Descriptor, path :Data) -> (code :Int32, opened :ReadFile, first :ReadStream, firstSound :SoundFormat);
 }
 
 interface ReadFile {
@@ -36,11 +37,18 @@ interface ReadMeta {
   seek @1 (position :UInt64) -> (code :Int32);
 }
 
+struct SoundFormat {
+  format @0 :Data;
+  # Frames that lie in the file as they are read, from that byte on; none where they do not.
+  storedAt @1 :UInt64;
+  storedFrames @2 :UInt64;
+}
+
 # Of any type; what a type does not have is refused.
 interface ReadStream {
   getType @0 () -> (code :Int32, type :UInt32);
   getName @1 () -> (code :Int32, text :Data);
-  getAudioFormat @2 () -> (code :Int32, format :Data);
+  getAudioFormat @2 () -> (code :Int32, sound :SoundFormat);
   getFrames @3 () -> (code :Int32, frames :UInt64);
   # Into the memory of the last share.
   readAudio @4 (frame :UInt64, frames :UInt32) -> (code :Int32, got :UInt32);

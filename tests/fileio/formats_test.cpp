@@ -239,6 +239,61 @@ TEST_F(Formats, AHundredFilesOfAFolderFindTheirReaders) {
     EXPECT_EQ(manager->IsOpenProgressNeeded(WidePath("none").c_str()), MEDIA_E_OPEN);
 }
 
+/// What a header tells beyond its samples is neither silence nor a sound that cannot be read to its end.
+TEST_F(Formats, ASoundEndsWhereItsSamplesDo) {
+    constexpr uint32_t FRAMES = 48000, PIECE = 1600, RATE = 48000, FRAME = 4;
+    const Bytes samples = Sound(QMSAMPLE_PCM16, 2, FRAMES);
+    Builder movi;
+    movi.Text("movi");
+    for (size_t at = 0; at < samples.size(); at += PIECE * FRAME)
+        movi.Chunk("00wb", Bytes(&samples[at], &samples[at] + PIECE * FRAME));
+    const Bytes strh = Builder()
+                           .Text("auds")
+                           .Zeros(16)
+                           .Little(FRAME)
+                           .Little(RATE * FRAME)
+                           .Little(0u)
+                           .Little(FRAMES + 20000)
+                           .Little(PIECE * FRAME)
+                           .Little(0u)
+                           .Little(FRAME)
+                           .Zeros(8)
+                           .bytes;
+    const Bytes strl = Builder().Text("strl").Chunk("strh", strh).Chunk("strf", PcmFormat(2, RATE, 16)).bytes;
+    const Bytes hdrl = Builder().Text("hdrl").Chunk("avih", Bytes(56)).Chunk("LIST", strl).bytes;
+    const Bytes avi = Builder().Text("AVI ").Chunk("LIST", hdrl).Chunk("LIST", movi.bytes).bytes;
+    Make("told.avi", Builder().Chunk("RIFF", avi).bytes);
+    // Layer II, 192 kbit/s, 44.1 kHz: 626 bytes for 1152 frames, or a byte more, by which their number is
+    // told wrong from the first; nothing is allotted, so that it is silence.
+    Builder mpeg;
+    mpeg.Big(0xFFFDA000u).Zeros(622);
+    for (int i = 1; i < 400; i++) mpeg.Big(0xFFFDA200u).Zeros(623);
+    Make("silence.mp2", mpeg.bytes);
+    for (const char* name : {"told.avi", "silence.mp2"}) {
+        SCOPED_TRACE(name);
+        ComPtr<IQmReadFile> file;
+        ComPtr<IQmReadAudioStream> stream;
+        _qmwaveformat format{};
+        uint64_t frames = 0;
+        ASSERT_EQ(manager->OpenReader(WidePath(name).c_str(), file.Out()), S_OK);
+        ASSERT_EQ(file->GetStream(0, IID_IQmReadAudioStream, stream.OutVoid()), S_OK);
+        ASSERT_EQ(stream->GetFormat(&format, sizeof format), S_OK);
+        ASSERT_EQ(stream->GetFrames(&frames), S_OK);
+        ASSERT_GT(frames, 0u);
+        Bytes back((frames + PIECE) * format.blockAlign);
+        uint32_t got = 0;
+        EXPECT_EQ(stream->Read(0, static_cast<uint32_t>(frames) + PIECE, back.data(), &got), S_OK);
+        EXPECT_EQ(got, frames);
+        back.resize(size_t{got} * format.blockAlign);
+        if (name == std::string("told.avi")) {
+            EXPECT_TRUE(back == samples) << frames;
+        } else {
+            EXPECT_EQ(frames, 400u * 1152);
+            EXPECT_EQ(std::ranges::count(back, 0), static_cast<ptrdiff_t>(back.size()));
+        }
+    }
+}
+
 /// Each choice makes a template that the renderer takes and tells again, here and in another process.
 TEST_F(Formats, EveryChoiceOfATemplateCanBeMade) {
     for (const char* group : {"-1", "1"}) {

@@ -2,6 +2,7 @@
 
 #include "fileio/convert/file_manager.h"
 #include "fileio/convert/sample_source.h"
+#include "fileio/find_stream.h"
 #include "image/pictures.h"
 #include "platform/memory.h"
 #include "platform/text.h"
@@ -23,12 +24,11 @@ template <class Stream>
 ComPtr<Stream> StreamOf(const std::string& path, const GUID& iid, uint32_t which, const char* what) {
     ComPtr<IQmReadFile> file;
     Check(FileManager().OpenReader(WideFromPath(path).c_str(), file.Out()));
-    uint32_t count = 0, seen = 0;
-    Check(file->GetStreamCount(&count));
-    for (uint32_t i = 0; i < std::min(count, FIO_MOST_STREAMS); i++) {
-        ComPtr<Stream> stream;
-        if (file->GetStream(i, iid, stream.OutVoid()) == S_OK && stream && seen++ == which) return stream;
-    }
+    ComPtr<Stream> stream;
+    uint32_t seen = 0;
+    const HRESULT hr = FindStream(*file, iid, which, &stream, &seen);
+    Check(hr);
+    if (hr == S_OK) return stream;
     throw std::runtime_error("has " + std::to_string(seen) + " streams of " + what);
 }
 

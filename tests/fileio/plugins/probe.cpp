@@ -34,7 +34,7 @@ __attribute__((constructor)) void Mark() {
 }
 
 /// Tells of more than there is, and ends no text.
-class Lies final : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
+class Lies : public Counted<IQmReadAudioStream, IID_IQmReadStream, IID_IQmReadAudioStream> {
 public:
     HRESULT GetType(uint32_t* type) override { return *type = UINT32_MAX, S_OK; }
     HRESULT GetName(char16_t* text, uint32_t capacity) override {
@@ -45,6 +45,21 @@ public:
     }
     HRESULT GetFrames(uint64_t* frames) override { return *frames = UINT64_MAX, S_OK; }
     HRESULT Read(uint64_t, uint32_t, void*, uint32_t* got) override { return *got = UINT32_MAX, S_OK; }
+};
+
+/// Its samples lie where there is no file.
+class LiesOfPlace final : public Lies, public IQmReadStoredAudio {
+public:
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        if (iid != IID_IQmReadStoredAudio) return Lies::QueryInterface(iid, out);
+        *out = static_cast<IQmReadStoredAudio*>(this);
+        return AddRef(), S_OK;
+    }
+    uint32_t AddRef() override { return Lies::AddRef(); }
+    uint32_t Release() override { return Lies::Release(); }
+    HRESULT GetPlace(uint64_t* offset, uint64_t* frames) override {
+        return *offset = uint64_t{1} << 40, *frames = UINT64_MAX, S_OK;
+    }
 };
 
 /// A file of "ACME" or "ZED!"; only its first bytes count.
@@ -59,6 +74,7 @@ public:
     HRESULT GetStream(uint32_t index, const GUID& iid, void** out) override {
         *out = nullptr;
         if (!m_lies) return E_INVALIDARG;
+        if (index == 2) return ComPtr<Lies>(new LiesOfPlace)->QueryInterface(iid, out);
         return index == 1 ? ComPtr(new Lies)->QueryInterface(iid, out) : S_OK;
     }
     HRESULT GetMeta(const GUID&, void** out) override { return *out = nullptr, m_lies ? S_OK : S_FALSE; }

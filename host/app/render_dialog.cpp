@@ -141,8 +141,8 @@ void RenderDialog::ShowTemplates(const std::u16string& chosen) {
     if (Succeeded(m_manager.GetRendererClass(kind.id, renderer.Out())) &&
         Succeeded(renderer->GetDefault(endings.substr(0, endings.find(u';')).c_str(), &m_mix, &plain))) {
         const OwnedTemplate made(plain);
-        if (OwnedTemplate named = Named(*made, HostText(IDS_AS_MIX)))
-            m_entries.push_back({std::move(named), false});
+        OwnedTemplate named = IsSoundTemplate(plain) ? Named(*made, HostText(IDS_AS_MIX)) : nullptr;
+        if (named) m_entries.push_back({std::move(named), false});
     }
     const TemplateList all(m_manager, kind.id);
     for (const tagQMTEMPLATExV2* t : all.Items()) {

@@ -89,12 +89,15 @@ TemplateDialog::TemplateDialog(IQmFileIOMgrForApp& manager, IQmRenderFileClass& 
     connect(buttons, &QDialogButtonBox::accepted, this, &TemplateDialog::Save);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(m_name, &QLineEdit::textChanged, save,
-            [save](const QString& text) { save->setEnabled(!text.trimmed().isEmpty()); });
+            [this, save](const QString& text) { save->setEnabled(m_settings && !text.trimmed().isEmpty()); });
     auto* column = new QVBoxLayout(this);
     column->addLayout(name);
     column->addLayout(m_form);
     column->addWidget(buttons);
-    if (m_settings) ShowFields();
+    if (m_settings)
+        ShowFields();
+    else
+        save->setEnabled(false);
     m_name->selectAll();
     m_name->setFocus();
 }
@@ -121,9 +124,11 @@ void TemplateDialog::ShowFields() {
 }
 
 void TemplateDialog::Choose(uint32_t field, uint32_t value) {
-    tagQMTEMPLATExV2* block = m_settings.release();
-    m_renderer.SetField(&block, field, value);
-    m_settings.reset(block);
+    // Of a copy, since a renderer may leave anything there.
+    tagQMTEMPLATExV2* block = CopyOf(*m_settings).release();
+    const bool isChanged = block && Succeeded(m_renderer.SetField(&block, field, value));
+    OwnedTemplate changed(block);
+    if (isChanged && IsSoundTemplate(block)) m_settings = std::move(changed);
     ShowFields();
     if (auto* combo = findChild<QComboBox*>(QStringLiteral("field%1").arg(field))) combo->setFocus();
 }

@@ -1,4 +1,5 @@
 // Files of every kind into a session and out of it.
+#include "fileio/template_list.h"
 #include "host/app/main_window.h"
 #include "host/app/render_dialog.h"
 #include "host/app/settings.h"
@@ -288,6 +289,46 @@ TEST_F(HostMedia, TheUserKeepsTemplatesOfHisOwn) {
     Press<QPushButton>(*dialog, "Delete...");
     EXPECT_TRUE(
         dialog->findChild<QListWidget*>()->findItems(QStringLiteral("Small"), Qt::MatchStartsWith).empty());
+}
+
+/// Has more fields than it was asked for, and more choices than fit.
+struct LyingRenderer final : Counted<IQmRenderFileClass, IID_IQmRenderFileClass> {
+    HRESULT Start(uint32_t) override { return S_OK; }
+    HRESULT GetPreset(uint32_t, tagQMTEMPLATExV2**) override { return S_FALSE; }
+    HRESULT GetDefault(const char16_t*, const _qmwaveformat*, tagQMTEMPLATExV2**) override { return E_FAIL; }
+    HRESULT CheckTemplate(const tagQMTEMPLATExV2*) override { return S_OK; }
+    HRESULT GetExtensions(const tagQMTEMPLATExV2*, char16_t*, uint32_t) override { return S_FALSE; }
+    HRESULT CreateFile(int32_t, const char16_t*, const tagQMTEMPLATExV2*, const _qmwaveformat*,
+                       IQmRenderFile**) override {
+        return E_FAIL;
+    }
+    HRESULT GetFields(const tagQMTEMPLATExV2*, uint32_t capacity, FIOTEMPLATEFIELD* fields,
+                      uint32_t* count) override {
+        for (uint32_t i = 0; i < capacity; i++) fields[i] = {i + 1, i, i == 3 ? 2 : UINT32_MAX, {i, 7}};
+        return *count = UINT32_MAX, S_OK;
+    }
+    HRESULT SetField(tagQMTEMPLATExV2** settings, uint32_t, uint32_t) override {
+        CoTaskMemFree(*settings);
+        return *settings = nullptr, S_OK;
+    }
+};
+
+TEST_F(HostMedia, TheEditorOfTemplatesBelievesNoRenderer) {
+    const ComPtr<LyingRenderer> renderer(new LyingRenderer);
+    const OwnedTemplate settings = TemplateFor(*manager, project.Snapshot(), Path("a.wav"), "");
+    TemplateDialog editor(*manager, *renderer, *settings, nullptr);
+    const auto combos = editor.findChildren<QComboBox*>();
+    ASSERT_EQ(combos.size(), 1);
+    EXPECT_EQ(combos[0]->count(), 2);
+    emit combos[0]->activated(1);  // which leaves nothing
+    QApplication::processEvents();
+    editor.findChild<QLineEdit*>()->setText(QStringLiteral("Mine"));
+    Press<QPushButton>(editor, "Save");
+    tagQMTEMPLATExV2* kept = nullptr;
+    EXPECT_EQ(QmFio_GetTemplateByName(manager.Get(), &settings->renderer, u"Mine", &kept), S_OK);
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->audio.format.sampleRate, settings->audio.format.sampleRate);
+    CoTaskMemFree(kept);
 }
 
 TEST_F(HostMedia, TheWindowTakesWhatIsDroppedAndRenders) {

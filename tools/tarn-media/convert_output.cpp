@@ -121,7 +121,7 @@ Target TargetOf(const ConvertOptions& options, const _qmwaveformat& source) {
             QmFio_GetTemplateByName(&FileManager(), &id, Utf16FromUtf8(options.settings).c_str(), &made);
         target.settings.reset(made);
         char16_t endings[256] = {};
-        return made && Succeeded(target.renderer->CheckTemplate(made)) &&
+        return IsSoundTemplate(made) && Succeeded(target.renderer->CheckTemplate(made)) &&
                Succeeded(target.renderer->GetExtensions(made, endings, std::size(endings) - 1)) &&
                HasExtension(Utf8FromUtf16(endings), ending);
     });

@@ -113,57 +113,50 @@ struct Opened {
     _qmwaveformat format{};
 };
 
-/// What each round takes in ms, in this process and in the other in turn: a machine that gives its time to
-/// others meanwhile is as slow for both.
-class Rounds {
-public:
-    void Add(double here, double there) {
-        m_here.push_back(here);
-        m_there.push_back(there);
-        m_ratios.push_back(there / here);
+/// What a round takes in ms, in this process and in the other in turn. The least, since the machine may give
+/// its time to others meanwhile.
+struct Least {
+    double here = 1e9, there = 1e9;
+    void Add(const double (&round)[2]) {
+        here = std::min(here, round[0]);
+        there = std::min(there, round[1]);
     }
-    void Tell(benchmark::State& state, const std::string& what) {
-        state.counters[what + " here"] = Median(m_here);
-        state.counters[what + " there"] = Median(m_there);
-        state.counters[what + " ratio"] = Median(m_ratios);
+    void Tell(benchmark::State& state, const std::string& what) const {
+        state.counters[what + " here"] = here;
+        state.counters[what + " there"] = there;
+        state.counters[what + " ratio"] = there / here;
     }
-
-private:
-    static double Median(std::vector<double>& all) {
-        std::ranges::sort(all);
-        return all.empty() ? 0 : all[all.size() / 2];
-    }
-    std::vector<double> m_here, m_there, m_ratios;
 };
 
-/// Blocks of 0 bytes: it is opened alone.
+/// Blocks of 0 bytes: it is opened and closed alone.
 void ReadMinute(benchmark::State& state, const char* file) {
     using Clock = std::chrono::steady_clock;
-    using Ms = std::chrono::duration<double, std::milli>;
+    const auto since = [](Clock::time_point begin) {
+        return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+    };
     const Manager managers[] = {StartManager(Folder() / "here"), StartManager(Folder() / "there")};
     const fs::path path = Folder() / file;
     std::vector<uint8_t> block(static_cast<size_t>(state.range(0)));
-    Rounds opening, reading, all;
+    Least reading, all;
     for (auto _ : state) {
-        double opens[2] = {}, reads[2] = {};
+        double reads[2] = {}, wholes[2] = {};
         for (size_t i = 0; i < 2; i++) {
             const auto begin = Clock::now();
-            const Opened opened(*managers[i], path);
-            const auto isOpen = Clock::now();
-            const auto frames = static_cast<uint32_t>(block.size() / opened.format.blockAlign);
-            uint32_t got = frames;
-            for (uint64_t at = 0; frames > 0 && got == frames; at += got)
-                Check(opened.stream->Read(at, frames, block.data(), &got));
-            opens[i] = Ms(isOpen - begin).count();
-            reads[i] = Ms(Clock::now() - isOpen).count();
+            {
+                const Opened opened(*managers[i], path);
+                const auto isOpen = Clock::now();
+                const auto frames = static_cast<uint32_t>(block.size() / opened.format.blockAlign);
+                uint32_t got = frames;
+                for (uint64_t at = 0; frames > 0 && got == frames; at += got)
+                    Check(opened.stream->Read(at, frames, block.data(), &got));
+                reads[i] = since(isOpen);
+            }
+            wholes[i] = since(begin);
         }
-        opening.Add(opens[0], opens[1]);
-        reading.Add(reads[0], reads[1]);
-        all.Add(opens[0] + reads[0], opens[1] + reads[1]);
+        reading.Add(reads);
+        all.Add(wholes);
     }
-    opening.Tell(state, "open");
-    if (block.empty()) return;
-    reading.Tell(state, "read");
+    if (!block.empty()) reading.Tell(state, "read");
     all.Tell(state, "all");
 }
 

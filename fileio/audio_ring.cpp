@@ -13,6 +13,7 @@ struct AudioRing::Head {
     std::atomic<uint32_t> given, released;
     std::atomic<uint32_t> news;  ///< another number whenever the taker has to look again
     std::atomic<uint32_t> isTakerAsleep, isGiverResting;
+    std::atomic<uint32_t> wakeAt;  ///< pieces given for which a taker that sleeps is woken
     struct {
         std::atomic<uint32_t> frames;
         std::atomic<HRESULT> status;
@@ -43,13 +44,14 @@ uint8_t* AudioRing::FreeSlot() {
     return SlotOf(m_number);
 }
 
-void AudioRing::Give(uint32_t frames, HRESULT status) {
+void AudioRing::Give(uint32_t frames, HRESULT status, bool isLast) {
     Head& head = Shared();
     head.pieces[m_number % SLOTS].frames = frames;
     head.pieces[m_number % SLOTS].status = status;
     head.given = ++m_number;
     head.news++;
-    if (head.isTakerAsleep.exchange(0)) Futex(head.news, FUTEX_WAKE, INT_MAX);
+    const bool isEnough = static_cast<int32_t>(m_number - head.wakeAt) >= 0;
+    if ((isEnough || isLast) && head.isTakerAsleep.exchange(0)) Futex(head.news, FUTEX_WAKE, INT_MAX);
 }
 
 void AudioRing::Clear() {
@@ -71,6 +73,9 @@ std::optional<AudioRing::Piece> AudioRing::Wait(std::chrono::steady_clock::time_
         if (isOver || left <= left.zero()) return std::nullopt;
         const auto whole = duration_cast<seconds>(left);
         const timespec limit{whole.count(), static_cast<long>(nanoseconds(left - whole).count())};
+        // The first is for somebody who waits to hear it. Else a wake-up, which costs as much as a piece, is
+        // for several.
+        head.wakeAt = m_number + (m_number ? SLOTS / 2 : 1);
         head.isTakerAsleep = 1;
         Futex(head.news, FUTEX_WAIT, news, &limit);
     }

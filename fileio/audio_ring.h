@@ -12,7 +12,7 @@ namespace tarn {
 
 class QM_API AudioRing {
 public:
-    static constexpr uint32_t SLOTS = 4, SLOT_BYTES = 1 << 17, HEAD_BYTES = 4096,
+    static constexpr uint32_t SLOTS = 8, SLOT_BYTES = 1 << 17, HEAD_BYTES = 4096,
                               BYTES = HEAD_BYTES + SLOTS * SLOT_BYTES;
 
     /// Memory of BYTES at least, that outlives this.
@@ -23,8 +23,9 @@ public:
     /// For the next piece. Null where all slots are full; then the other side asks for more when it has use
     /// for it.
     uint8_t* FreeSlot();
-    /// What was laid into the free slot, and how its reading went.
-    void Give(uint32_t frames, HRESULT status);
+    /// What was laid into the free slot, and how its reading went. After the last there is none before the
+    /// other side has asked for more.
+    void Give(uint32_t frames, HRESULT status, bool isLast);
 
     // The side that takes, one thread at a time.
 

@@ -216,8 +216,9 @@ private:
         const HRESULT hr = m_audio->Read(m_ahead, frames, slot, &got);
         got = std::min(got, frames);
         m_ahead += got;
-        m_ring->Give(got, hr);
-        if (Failed(hr) || got < frames) return kj::READY_NOW;
+        const bool isLast = Failed(hr) || got < frames;
+        m_ring->Give(got, hr, isLast);
+        if (isLast) return kj::READY_NOW;
         // What else was asked meanwhile comes first.
         return kj::evalLater([this] { return FillSlots(); });
     }

@@ -37,7 +37,7 @@ public:
     HRESULT Run(CallQueue::Work work);
     /// The same without a promise, also when the process is gone.
     void RunPlain(kj::Function<void()> work);
-    /// Lets go of a capability. Whatever it throws is lost. [any-thread]
+    /// Lets go of a capability, later. [any-thread]
     template <class Client>
     void Drop(Client client) {
         m_calls.Drop(std::make_shared<Client>(kj::mv(client)));

@@ -8,32 +8,32 @@ namespace tarn {
 
 namespace {
 
-constexpr int32_t STEPS[] = {
+constexpr int32_t IMA_STEPS[] = {
     7,    8,     9,     10,    11,    12,    13,    14,    16,    17,    19,    21,    23,    25,   28,
     31,   34,    37,    41,    45,    50,    55,    60,    66,    73,    80,    88,    97,    107,  118,
     130,  143,   157,   173,   190,   209,   230,   253,   279,   307,   337,   371,   408,   449,  494,
     544,  598,   658,   724,   796,   876,   963,   1060,  1166,  1282,  1411,  1552,  1707,  1878, 2066,
     2272, 2499,  2749,  3024,  3327,  3660,  4026,  4428,  4871,  5358,  5894,  6484,  7132,  7845, 8630,
     9493, 10442, 11487, 12635, 13899, 15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767};
-constexpr int32_t LAST_STEP = static_cast<int32_t>(std::size(STEPS)) - 1;
+constexpr int32_t LAST_STEP = static_cast<int32_t>(std::size(IMA_STEPS)) - 1;
 constexpr int32_t STEP_CHANGES[] = {-1, -1, -1, -1, 2, 4, 6, 8};
 
-int32_t Clamped(int64_t sample) {
+int32_t Clamped16(int64_t sample) {
     return static_cast<int32_t>(std::clamp<int64_t>(sample, INT16_MIN, INT16_MAX));
 }
 
 int16_t Take(ImaState& state, int32_t difference, unsigned code) {
-    state.sample = Clamped(code & 8 ? state.sample - difference : state.sample + difference);
+    state.sample = Clamped16(code & 8 ? state.sample - difference : state.sample + difference);
     state.step = std::clamp(state.step + STEP_CHANGES[code & 7], 0, LAST_STEP);
     return static_cast<int16_t>(state.sample);
 }
 /// The difference as one product, rounded once.
 int16_t NextOfBlock(ImaState& state, unsigned code) {
-    return Take(state, (static_cast<int32_t>(2 * (code & 7) + 1) * STEPS[state.step]) >> 3, code);
+    return Take(state, (static_cast<int32_t>(2 * (code & 7) + 1) * IMA_STEPS[state.step]) >> 3, code);
 }
 /// The difference as a sum of shifted steps, each rounded: what those who write packets reckon with.
 int16_t NextOfPacket(ImaState& state, unsigned code) {
-    const int32_t step = STEPS[state.step];
+    const int32_t step = IMA_STEPS[state.step];
     int32_t difference = step >> 3;
     if (code & 4) difference += step;
     if (code & 2) difference += step >> 1;
@@ -58,7 +58,7 @@ struct MicrosoftState {
         const int32_t step = static_cast<int32_t>(code) - (code & 8 ? 16 : 0);
         const int64_t expected = (int64_t{last} * pair.first + int64_t{before} * pair.second) / 256;
         before = last;
-        last = Clamped(expected + int64_t{step} * scale);
+        last = Clamped16(expected + int64_t{step} * scale);
         scale = std::clamp((SCALES[code] * scale) >> 8, LEAST, MOST);
         return static_cast<int16_t>(last);
     }

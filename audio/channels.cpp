@@ -26,11 +26,11 @@ void Move(Cell* dst, int64_t dstStep, const Cell* src, int64_t srcStep, int64_t 
     for (int64_t i = 0; i < frames; i++) dst[i * dstStep] = src[i * srcStep];
 }
 
-constexpr int64_t LINE = 64, PIECE_FRAMES = 8 * LINE;
+constexpr int64_t CACHE_LINE = 64, PIECE_FRAMES = 8 * CACHE_LINE;
 
 /// Whether two destinations begin on lines and are too long for the caches.
 bool IsWorthStreaming(const void* a, const void* b, int64_t bytes) {
-    const auto isOnLine = [](const void* p) { return reinterpret_cast<uintptr_t>(p) % LINE == 0; };
+    const auto isOnLine = [](const void* p) { return reinterpret_cast<uintptr_t>(p) % CACHE_LINE == 0; };
     return BestStereo().stream && bytes >= STREAMED_BYTES && isOnLine(a) && isOnLine(b);
 }
 
@@ -38,7 +38,7 @@ bool IsWorthStreaming(const void* a, const void* b, int64_t bytes) {
 template <int WIDTH>
 int64_t JoinStreamed(uint8_t* dst, const uint8_t* left, const uint8_t* right, int64_t frames) {
     const StereoTables& tables = BestStereo();
-    alignas(LINE) uint8_t piece[PIECE_FRAMES * 2 * WIDTH];
+    alignas(CACHE_LINE) uint8_t piece[PIECE_FRAMES * 2 * WIDTH];
     int64_t i = 0;
     for (; i + PIECE_FRAMES <= frames; i += PIECE_FRAMES) {
         Stereo(WIDTH).join(piece, left + i * WIDTH, right + i * WIDTH, PIECE_FRAMES);
@@ -50,7 +50,7 @@ int64_t JoinStreamed(uint8_t* dst, const uint8_t* left, const uint8_t* right, in
 template <int WIDTH>
 int64_t SplitStreamed(uint8_t* left, uint8_t* right, const uint8_t* src, int64_t frames) {
     const StereoTables& tables = BestStereo();
-    alignas(LINE) uint8_t first[PIECE_FRAMES * WIDTH], second[PIECE_FRAMES * WIDTH];
+    alignas(CACHE_LINE) uint8_t first[PIECE_FRAMES * WIDTH], second[PIECE_FRAMES * WIDTH];
     int64_t i = 0;
     for (; i + PIECE_FRAMES <= frames; i += PIECE_FRAMES) {
         Stereo(WIDTH).split(first, second, src + i * 2 * WIDTH, PIECE_FRAMES);

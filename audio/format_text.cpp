@@ -82,7 +82,7 @@ const TypeTextRow TYPE_TEXTS[] = {
     {QMSAMPLE_RA24, KS_Audio_Bit_RightAligned, 24, 24, 32},
 };
 
-const TypeTextRow* TypeRow(QMSAMPLETYPE type) {
+const TypeTextRow* TypeText(QMSAMPLETYPE type) {
     const auto* row = std::ranges::find(TYPE_TEXTS, type, &TypeTextRow::type);
     return row == std::end(TYPE_TEXTS) ? nullptr : row;
 }
@@ -180,14 +180,14 @@ void QmAudio_GetChannelsText(uint32_t channels, uint32_t mask, char16_t* out, ui
 }
 
 void QmAudio_GetSampleTypeText(QMSAMPLETYPE type, char16_t* out, uint32_t length) {
-    if (const TypeTextRow* row = TypeRow(type))
+    if (const TypeTextRow* row = TypeText(type))
         Print(out, length, row->text, row->bits);
     else
         CopyText(out, length, u"");
 }
 
 void QmAudio_GetBitDepthText(QMSAMPLETYPE type, char16_t* out, uint32_t length, BOOL isShort) {
-    if (const TypeTextRow* row = TypeRow(type))
+    if (const TypeTextRow* row = TypeText(type))
         Print(out, length, KS_Audio_Bit, isShort ? row->shortDepth : row->depth);
     else
         CopyText(out, length, u"");

@@ -10,12 +10,14 @@ using namespace tarn;
 
 namespace {
 
-constexpr uint32_t HEAD = 32, HEAD_WITH_EXTRA = 34;
+constexpr uint32_t FORMAT_HEAD = 32, HEAD_WITH_EXTRA = 34;
 constexpr uint32_t LARGEST = HEAD_WITH_EXTRA + QMWAVEFORMAT_MOST_EXTRA;
 
 bool KnowsNoExtra(uint32_t tag) { return tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT; }
 
-void Clear(_qmwaveformat* format, uint32_t capacity) { std::memset(format, 0, std::max(capacity, HEAD)); }
+void Clear(_qmwaveformat* format, uint32_t capacity) {
+    std::memset(format, 0, std::max(capacity, FORMAT_HEAD));
+}
 
 /// An old writer left the sub-format empty and took bits for bytes; what it meant by the bits.
 QMSAMPLETYPE TypeOfDefectiveRecord(const WAVEFORMATEX* wfx) {
@@ -104,7 +106,7 @@ uint32_t _qmwaveformat::DefaultMask() const { return DefaultChannelMask(channels
 void _qmwaveformat::Init(uint32_t rate, QMSAMPLETYPE type, uint32_t channelCount, uint32_t mask,
                          uint32_t capacity) {
     Clear(this, capacity);
-    size = HEAD;
+    size = FORMAT_HEAD;
     sampleType = type;
     sampleRate = rate;
     channels = static_cast<uint16_t>(channelCount);
@@ -127,7 +129,7 @@ void _qmwaveformat::InitAsWfx(uint32_t tag, uint32_t rate, uint32_t bits, uint32
 
 void _qmwaveformat::Init(uint32_t capacity, const WAVEFORMATEX* wfx) {
     Clear(this, capacity);
-    size = HEAD;
+    size = FORMAT_HEAD;
     sampleType = QmAudio_GetSampleType(wfx);
     sampleRate = wfx->nSamplesPerSec;
     channels = wfx->nChannels;
@@ -152,7 +154,7 @@ void _qmwaveformat::Init(uint32_t capacity, const WAVEFORMATEX* wfx) {
     if (copied == 0) return;
     extraSize = static_cast<uint16_t>(copied);
     std::memcpy(ExtraData(), extra.bytes, copied);
-    size = HEAD + copied;
+    size = FORMAT_HEAD + copied;
 }
 
 void _qmwaveformat::UpdateBlockAlign() {
@@ -230,15 +232,15 @@ HRESULT QmAudio_GeneralCopyWfx(WAVEFORMATEX* target, uint32_t capacity, const _q
 }
 
 void QmAudio_GeneralCopyQmWaveFormat(_qmwaveformat* target, uint32_t capacity, const _qmwaveformat* source) {
-    if (capacity == 0) capacity = HEAD;
+    if (capacity == 0) capacity = FORMAT_HEAD;
     const uint32_t room = capacity < HEAD_WITH_EXTRA || capacity > LARGEST ? QMWAVEFORMAT_MOST_EXTRA
                                                                            : capacity - HEAD_WITH_EXTRA;
     uint32_t extra = source->ExtraSize();
     if (extra > room || capacity < HEAD_WITH_EXTRA) extra = 0;
-    const uint32_t copied = std::min(capacity, extra ? HEAD_WITH_EXTRA + extra : HEAD);
+    const uint32_t copied = std::min(capacity, extra ? HEAD_WITH_EXTRA + extra : FORMAT_HEAD);
     std::memmove(target, source, copied);
     std::memset(reinterpret_cast<uint8_t*>(target) + copied, 0, capacity - copied);
-    if (capacity >= sizeof target->size) target->size = HEAD + extra;
+    if (capacity >= sizeof target->size) target->size = FORMAT_HEAD + extra;
 }
 
 }  // extern "C"

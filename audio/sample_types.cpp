@@ -40,7 +40,7 @@ constexpr TypeRow READ_ALIKE[] = {
     {QMSAMPLE_RA24, WAVE_TAG_PCM_RIGHT_ALIGNED, 24},
 };
 
-const TypeRow* Row(QMSAMPLETYPE type) {
+const TypeRow* RowOfType(QMSAMPLETYPE type) {
     const auto* row = std::ranges::find(TYPES, type, &TypeRow::type);
     return row == std::end(TYPES) ? nullptr : row;
 }
@@ -55,7 +55,7 @@ const TypeRow* FindPair(std::span<const TypeRow> rows, uint32_t tag, uint32_t bi
 constexpr uint8_t TAG_PATTERN[14] = {0, 0, 0, 0, 0x10, 0, 0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
 
 /// Frames are samples side by side.
-bool IsPacked(const WAVEFORMATEX* wfx) {
+bool AreBytesPacked(const WAVEFORMATEX* wfx) {
     return wfx->nBlockAlign == (wfx->wBitsPerSample >> 3) * wfx->nChannels;
 }
 
@@ -101,11 +101,11 @@ QMSAMPLETYPE QmAudio_GetSampleType(const WAVEFORMATEX* wfx) {
 }
 
 uint32_t QmAudio_FormatTagFromSampleType(QMSAMPLETYPE type) {
-    const TypeRow* row = Row(type);
+    const TypeRow* row = RowOfType(type);
     return row ? row->tag : 0;
 }
 uint32_t QmAudio_BitsFromSampleType(QMSAMPLETYPE type) {
-    const TypeRow* row = Row(type);
+    const TypeRow* row = RowOfType(type);
     return row ? row->bits : 0;
 }
 uint32_t QmAudio_BytesFromSampleType(QMSAMPLETYPE type) { return QmAudio_BitsFromSampleType(type) >> 3; }
@@ -143,7 +143,7 @@ BOOL QmAudio_IsCompressed(const WAVEFORMATEX* wfx) {
     case WAVE_TAG_IEEE_FLOAT:
     case WAVE_TAG_PCM_UNPACKED:
     case WAVE_TAG_PCM_SIGNED:
-    case WAVE_TAG_PCM_BIG_ENDIAN: return !IsPacked(wfx);
+    case WAVE_TAG_PCM_BIG_ENDIAN: return !AreBytesPacked(wfx);
     default: return 1;
     }
 }
@@ -171,7 +171,7 @@ BOOL QmAudio_FixBadWfx(WAVEFORMATEX* wfx) {
     if (wfx->wFormatTag != WAVE_TAG_PCM) return 0;
     const bool isOdd = wfx->wBitsPerSample == 20;
     if (isOdd) wfx->wBitsPerSample = 24;
-    if (!isOdd && IsPacked(wfx)) return 0;
+    if (!isOdd && AreBytesPacked(wfx)) return 0;
     wfx->nBlockAlign = static_cast<uint16_t>((wfx->wBitsPerSample >> 3) * wfx->nChannels);
     return 1;
 }

@@ -22,8 +22,7 @@
 
 namespace {
 
-constexpr int32_t FONT_TEXT = 100, FONT_SMALL = 110;
-constexpr int WINDOW_ID = 5001;
+constexpr int LIST_WINDOW_ID = 5001;
 
 /// Keys that move between rows.
 constexpr int MOVES[] = {Qt::Key_Up,  Qt::Key_Down,   Qt::Key_Home,
@@ -62,7 +61,7 @@ public:
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         QStyledItemDelegate::initStyleOption(option, index);
-        option->font = QmGetUIFont(FONT_TEXT);
+        option->font = QmGetUIFont(UIFONT_TEXT);
         option->textElideMode = Qt::ElideMiddle;
         if (index.data(Qt::CheckStateRole) == Qt::Unchecked)
             option->palette.setColor(QPalette::Text, option->palette.color(QPalette::PlaceholderText));
@@ -92,7 +91,7 @@ private:
         FillRect(painter, box, images.look.ChannelColour(entry.lookColour));
         const std::string digits = std::to_string(entry.order + 1);
         const std::u16string number(digits.begin(), digits.end());
-        QFont font = QmGetUIFont(FONT_SMALL);
+        QFont font = QmGetUIFont(UIFONT_SMALL);
         constexpr int SMALLEST = 6;
         while (QmGetTextExtent(font, number.c_str(), -1).cx > box.Width() - 2 && font.pixelSize() > SMALLEST)
             font.setPixelSize(font.pixelSize() - 1);
@@ -110,7 +109,7 @@ private:
 ChannelListView::ChannelListView(QWidget& page, ChannelRows& rows, ChannelListSite& site)
     : QTreeView(&page), m_rows(rows), m_site(site) {
     setObjectName(QStringLiteral("ChannelList"));
-    setProperty("windowId", WINDOW_ID);
+    setProperty("windowId", LIST_WINDOW_ID);
     setAccessibleName(QString::fromUtf16(ConsoleText(IDS_CHANNEL_LIST)));
     setItemDelegate(new RowDelegate(*this, rows));
     setModel(&rows);

@@ -9,13 +9,13 @@
 namespace {
 
 /// The places are those of a host's strip of images, so that either strip serves.
-struct Row {
+struct ImageRow {
     uint32_t command;
     int32_t place;
     std::string_view image;
     bool inMenus;
 };
-constexpr Row ROWS[] = {
+constexpr ImageRow IMAGE_ROWS[] = {
     {CMD_SHOW_AUDIO, 72, "kind_audio", true},
     {CMD_SHOW_MIDI, 78, "kind_midi", true},
     {CMD_SHOW_BUSSES, 73, "kind_bus", true},
@@ -55,16 +55,16 @@ constexpr size_t STRIP_LENGTH = 128;
 
 ImageList CommandImages() {
     std::string_view names[STRIP_LENGTH] = {};
-    for (const Row& row : ROWS) names[row.place] = row.image;
+    for (const ImageRow& row : IMAGE_ROWS) names[row.place] = row.image;
     return ImageList(names, {16, 16}, IconTones());
 }
 
 int32_t ButtonImage(uint32_t command) {
-    const auto* at = std::ranges::find(ROWS, command, &Row::command);
-    return at == std::end(ROWS) ? -1 : at->place;
+    const auto* at = std::ranges::find(IMAGE_ROWS, command, &ImageRow::command);
+    return at == std::end(IMAGE_ROWS) ? -1 : at->place;
 }
 
 int32_t MenuImage(uint32_t command) {
-    const auto* at = std::ranges::find(ROWS, command, &Row::command);
-    return at == std::end(ROWS) || !at->inMenus ? -1 : at->place;
+    const auto* at = std::ranges::find(IMAGE_ROWS, command, &ImageRow::command);
+    return at == std::end(IMAGE_ROWS) || !at->inMenus ? -1 : at->place;
 }

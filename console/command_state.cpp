@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr InsertCommand INSERTS[] = {
+constexpr InsertCommand INSERT_COMMANDS[] = {
     {CMD_ADD_AUDIO, INSERT_AUDIO_TRACK, KIND_AUDIO_TRACK},
     {CMD_ADD_MIDI, INSERT_MIDI_TRACK, KIND_MIDI_TRACK},
     {CMD_ADD_BUS, INSERT_AUDIO_BUS, KIND_AUDIO_BUS},
@@ -65,8 +65,8 @@ const ChannelKind* KindOfCommand(uint32_t command) {
 }  // namespace
 
 const InsertCommand* InsertOfCommand(uint32_t command) {
-    const auto* at = std::ranges::find(INSERTS, command, &InsertCommand::command);
-    return at == std::end(INSERTS) ? nullptr : at;
+    const auto* at = std::ranges::find(INSERT_COMMANDS, command, &InsertCommand::command);
+    return at == std::end(INSERT_COMMANDS) ? nullptr : at;
 }
 
 int32_t StripShow::*const* RegionOfCommand(uint32_t command) {

@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+/// Stands between commands in a menu and on a bar.
+inline constexpr uint32_t CMD_SEPARATOR = 0;
+
 inline constexpr uint32_t
     // Objects.
     CMD_CUT = 50090,

@@ -16,7 +16,7 @@ struct KindRow {
     int32_t image;
 };
 /// The first row that fits a kind word names its image.
-constexpr KindRow KINDS[] = {
+constexpr KindRow KIND_IMAGES[] = {
     {KIND_SPECIAL, KIND_SPECIAL, -1},      {KIND_AUDIO_TRACK, KIND_AUDIO_TRACK, 0},
     {KIND_MIDI_TRACK, KIND_MIDI_TRACK, 5}, {KIND_MASTER, KIND_MASTER, 2},
     {KIND_AUDIO_BUS, KIND_AUDIO_BUS, 1},   {KIND_FX, KIND_FX, 3},
@@ -43,7 +43,7 @@ ConsoleImages::ConsoleImages(CConsoleControlPlugin& plugin)
       look(ReadHostLook(plugin)) {}
 
 int32_t ConsoleImages::KindIcon(uint32_t kind) {
-    for (const KindRow& row : KINDS)
+    for (const KindRow& row : KIND_IMAGES)
         if ((kind & row.mask) == row.value) return row.image;
     return -1;
 }

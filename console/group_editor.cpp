@@ -10,8 +10,6 @@ using namespace tarn;
 
 namespace {
 
-constexpr size_t MOST_GROUPS = 255;
-
 ViewGroups Copy(const ViewGroups& groups) {
     ViewGroups copy;
     for (const auto& group : groups) copy.push_back(std::make_unique<tConsoleGroup>(*group));
@@ -36,7 +34,7 @@ bool GroupEditor::Remember(bool layout) {
 size_t GroupEditor::Make(uint32_t flags) {
     ViewGroups& groups = m_plugin.Groups();
     std::unique_ptr<tConsoleGroup> made;
-    if (groups.size() > MOST_GROUPS || !Remember(false)) return 0;
+    if (groups.size() >= MOST_GROUPS || !Remember(false)) return 0;
     if (CreateGroup(m_plugin, flags, &made) != S_OK) {
         m_before.clear();
         return 0;

@@ -18,26 +18,24 @@
 
 namespace {
 
-constexpr int32_t FONT_TEXT = 100;
-constexpr uint32_t RANGE_ID = 1000, WIDTH_ID = 1001, SLIDER_STYLE = 2056;
-static_assert(SLIDER_STYLE == TRACKBARS_USUAL);
+constexpr uint32_t RANGE_ID = 1000, WIDTH_ID = 1001;
 constexpr int32_t USUAL_RANGE = 2, WIDTH_STEP = 8;
-constexpr LONG IMAGE = 16, IMAGE_ROOM = IMAGE + 3 * 4;
+constexpr LONG IMAGE_ROOM = COMMAND_IMAGE + 3 * 4;
 
-struct Row {
+struct ColumnButton {
     uint32_t command;
     ConsoleTextId text;
     ConsoleTextId tip;
 };
 /// Side by side in one row each.
-constexpr Row WIDTHS[] = {{CMD_NARROW, IDS_MENU_NARROW, IDS_SET_NARROW_WIDTH},
-                          {CMD_DEFAULT_WIDTH, IDS_MENU_DEFAULT, IDS_SET_DEFAULT_WIDTH},
-                          {CMD_WIDE, IDS_MENU_WIDE, IDS_SET_WIDE_WIDTH},
-                          {CMD_SHOW_ALL_CHANNELS, IDS_SHOW_ALL_CHANNELS, IDS_TIP_SHOW_ALL}};
-constexpr Row STEPS[] = {{CMD_NARROWER, IDS_ZOOM_OUT_WIDTH, IDS_ZOOM_OUT_WIDTH},
-                         {CMD_WIDER, IDS_ZOOM_IN_WIDTH, IDS_ZOOM_IN_WIDTH}};
+constexpr ColumnButton WIDTHS[] = {{CMD_NARROW, IDS_MENU_NARROW, IDS_SET_NARROW_WIDTH},
+                                   {CMD_DEFAULT_WIDTH, IDS_MENU_DEFAULT, IDS_SET_DEFAULT_WIDTH},
+                                   {CMD_WIDE, IDS_MENU_WIDE, IDS_SET_WIDE_WIDTH},
+                                   {CMD_SHOW_ALL_CHANNELS, IDS_SHOW_ALL_CHANNELS, IDS_TIP_SHOW_ALL}};
+constexpr ColumnButton STEPS[] = {{CMD_NARROWER, IDS_ZOOM_OUT_WIDTH, IDS_ZOOM_OUT_WIDTH},
+                                  {CMD_WIDER, IDS_ZOOM_IN_WIDTH, IDS_ZOOM_IN_WIDTH}};
 /// A row each.
-constexpr Row SHOWN[] = {
+constexpr ColumnButton SHOWN[] = {
     {CMD_SHOW_INSERTS, IDS_MENU_INSERTS, {}}, {CMD_SHOW_SENDS, IDS_MENU_SENDS, {}},
     {CMD_SHOW_IO, IDS_MENU_IO, {}},           {CMD_SHOW_VU, IDS_MENU_VU, {}},
     {CMD_SHOW_PEAKS, IDS_MENU_PEAKS, {}},     {CMD_SHOW_FADERS, IDS_MENU_FADERS, {}},
@@ -58,7 +56,7 @@ public:
     Slider(CLeftToolBar& bar, uint32_t id, uint32_t element, ConsoleTextId name, int32_t most, int32_t usual)
         : m_bar(bar), m_element(element), m_name(name), m_most(most) {
         const RECT none{};
-        TrackbarInst_Init(&m_slider, SLIDER_STYLE | FADERS_UI_COLORS | FADERS_SELF_KEYS, &none,
+        TrackbarInst_Init(&m_slider, TRACKBARS_USUAL | FADERS_UI_COLORS | FADERS_SELF_KEYS, &none,
                           &bar.m_site.Host(), id, OnScroll, reinterpret_cast<uintptr_t>(this), 1.0f);
         FADERSETUP setup{};
         setup.max = most;
@@ -130,8 +128,8 @@ CLeftToolBar::~CLeftToolBar() = default;
 
 HRESULT CLeftToolBar::Create() {
     const CommandStates states(m_site.Console());
-    const auto add = [&](std::span<const Row> rows, bool label) {
-        for (const Row& row : rows)
+    const auto add = [&](std::span<const ColumnButton> rows, bool label) {
+        for (const ColumnButton& row : rows)
             if (states.IsThere(row.command)) m_buttons.Add(row.command, row.text, label).tip = row.tip;
     };
     add(STEPS, false);
@@ -154,7 +152,7 @@ void CLeftToolBar::ShowStates() {
 }
 
 LONG CLeftToolBar::PreferredWidth() const {
-    const QFontMetrics font(QmGetUIFont(FONT_TEXT));
+    const QFontMetrics font(QmGetUIFont(UIFONT_TEXT));
     LONG width = 0;
     for (const auto& button : m_buttons.All())
         if (button->label)
@@ -322,7 +320,7 @@ void CLeftToolBar::Paint(QPainter& painter, const RECT& area) {
     m_range->Draw(painter);
     m_width->Draw(painter);
     if (const RECT range = m_range->Area(); !range.IsEmpty()) {
-        const LONG row = range.Height(), inset = (row - IMAGE) / 2;
+        const LONG row = range.Height(), inset = (row - COMMAND_IMAGE) / 2;
         m_site.Images().commands.Draw(painter, ButtonImage(CMD_SHOW_PEAKS),
                                       {range.left - ConsoleMetrics().nGap - row + inset, range.top + inset});
     }

@@ -26,7 +26,7 @@ using namespace tarn;
 
 namespace {
 
-constexpr int WINDOW_ID = 1000;
+constexpr int PAGE_WINDOW_ID = 1000;
 constexpr SIZE SMALLEST_PAGE{400, 300};
 constexpr const char* EDIT_OVER = "over";
 
@@ -65,7 +65,7 @@ class CConsoleMixerPage::PageWindow final : public MessageWindow {
 public:
     explicit PageWindow(CConsoleMixerPage& page) : m_page(page) {
         setObjectName(QStringLiteral("QM.ConsoleMixerChannel"));
-        setProperty("windowId", WINDOW_ID);
+        setProperty("windowId", PAGE_WINDOW_ID);
         setProperty(ACCESSIBLE_PAGE_PROPERTY, QVariant::fromValue(reinterpret_cast<quintptr>(&page)));
         setFocusPolicy(Qt::StrongFocus);
         // A desk has the same order everywhere; a list or an edit box that was mirrored alone would stand

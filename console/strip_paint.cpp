@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr int32_t FONT_TEXT = 100, FONT_SMALL = 110, FONT_BOLD = 104;
-
 /// Pixels of the device.
 struct Rounded {
     QSize size;
@@ -119,7 +117,7 @@ void Strip::PaintRegions(QPainter& painter) const {
         const RECT& label = m_rects.label[IndexOf(row.region)];
         if (label.IsEmpty()) continue;
         FillRect(painter, {label.left + 1, label.top + 1, label.right - 1, label.bottom}, Well());
-        DrawText(painter, Inner(label, 5), ConsoleText(row.name), QmGetUIFont(FONT_SMALL), ink, TEXT_ELIDE);
+        DrawText(painter, Inner(label, 5), ConsoleText(row.name), QmGetUIFont(UIFONT_SMALL), ink, TEXT_ELIDE);
     }
     for (const SendRects& send : m_rects.sends) {
         if (send.row.IsEmpty()) continue;
@@ -128,13 +126,13 @@ void Strip::PaintRegions(QPainter& painter) const {
                   QmGetUIColor(COLOR_BTNSHADOW));
     }
     if (const StripControl* pan = Control(ELEMENT_PAN); pan && !m_rects.panValue.IsEmpty())
-        DrawText(painter, m_rects.panValue, pan->ValueText(), QmGetUIFont(FONT_SMALL),
+        DrawText(painter, m_rects.panValue, pan->ValueText(), QmGetUIFont(UIFONT_SMALL),
                  QmGetUIColor(COLOR_BTNTEXT), TEXT_CENTER);
     constexpr ConsoleTextId GROUPS[SPEAKER_GROUPS] = {IDS_GROUP_FRONT, IDS_GROUP_REAR, IDS_GROUP_CENTER,
                                                       IDS_GROUP_LFE};
     for (size_t i = 0; i < SPEAKER_GROUPS; i++)
         if (!m_rects.groupName[i].IsEmpty()) {
-            DrawText(painter, m_rects.groupName[i], ConsoleText(GROUPS[i]), QmGetUIFont(FONT_SMALL),
+            DrawText(painter, m_rects.groupName[i], ConsoleText(GROUPS[i]), QmGetUIFont(UIFONT_SMALL),
                      QmGetUIColor(COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
             PaintNumber(painter, m_rects.groupValue[i], m_controls[i]->ValueText(), Has(SWITCH_MUTE));
         }
@@ -142,7 +140,7 @@ void Strip::PaintRegions(QPainter& painter) const {
 
 void Strip::PaintNumber(QPainter& painter, const RECT& at, const std::u16string& text, bool silent) const {
     FillRounded(painter, at, 2, QmGetUIColor(COLOR_WINDOW), QmGetUIColor(COLOR_BTNSHADOW));
-    DrawText(painter, at, text, QmGetUIFont(FONT_SMALL),
+    DrawText(painter, at, text, QmGetUIFont(UIFONT_SMALL),
              QmGetUIColor(silent ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE);
 }
 
@@ -165,7 +163,7 @@ void Strip::PaintTitle(QPainter& painter) const {
     RECT word = m_rects.kindWord;
     word.top += BAND / 2;
     word.bottom += BAND / 2;
-    DrawText(painter, word, KindWord(), QmGetUIFont(FONT_SMALL), QmGetUIColor(COLOR_GRAYTEXT), TEXT_ELIDE);
+    DrawText(painter, word, KindWord(), QmGetUIFont(UIFONT_SMALL), QmGetUIColor(COLOR_GRAYTEXT), TEXT_ELIDE);
 }
 
 void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
@@ -181,7 +179,7 @@ void Strip::PaintNamePlate(QPainter& painter, bool focused) const {
         FrameRect(painter, {plate.left + 1, plate.top + BAND, plate.right - 1, plate.bottom}, accent);
     const RECT text{m_rects.name.left + 3, m_rects.name.top + 1, m_rects.name.right - 3,
                     m_rects.name.bottom + 1};
-    DrawText(painter, text, m_entry.Name(), QmGetUIFont(FONT_TEXT),
+    DrawText(painter, text, m_entry.Name(), QmGetUIFont(UIFONT_TEXT),
              QmGetUIColor(IsSelected() ? UICOLOR_STRONG : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE_MIDDLE);
 }
 
@@ -192,14 +190,14 @@ void Strip::PaintSwitch(QPainter& painter, const StripPart& part, const RECT& ar
                 pressed ? QmSkin_BlendColor(fill, QmGetUIColor(COLOR_3DDKSHADOW), 70, 0) : fill,
                 QmGetUIColor(COLOR_3DDKSHADOW));
     const bool small = std::u16string_view(part.letter).size() > 1;
-    DrawText(painter, area, part.letter, QmGetUIFont(small ? FONT_SMALL : FONT_BOLD),
+    DrawText(painter, area, part.letter, QmGetUIFont(small ? UIFONT_SMALL : UIFONT_BOLD),
              ReadableOn(QmGetUIColor(on ? UICOLOR_STRONG : COLOR_GRAYTEXT), fill), TEXT_CENTER);
 }
 
 void Strip::PaintButton(QPainter& painter, const RECT& area, const std::u16string& text, bool pressed,
                         bool empty) const {
     FillRounded(painter, area, 3, empty ? Well() : ButtonFace(pressed), QmGetUIColor(COLOR_3DDKSHADOW));
-    DrawText(painter, Inner(area, 4), text, QmGetUIFont(FONT_SMALL),
+    DrawText(painter, Inner(area, 4), text, QmGetUIFont(UIFONT_SMALL),
              QmGetUIColor(empty ? COLOR_GRAYTEXT : COLOR_BTNTEXT), TEXT_CENTER | TEXT_ELIDE_MIDDLE);
 }
 
@@ -224,7 +222,7 @@ void Strip::PaintInsert(QPainter& painter, uint32_t index, bool pressed) const {
                         : Well(),
                 QmGetUIColor(COLOR_3DDKSHADOW));
     RECT text{light.right + 4, area.top, area.right - 3, area.bottom};
-    DrawText(painter, text, insert.name, QmGetUIFont(FONT_SMALL),
+    DrawText(painter, text, insert.name, QmGetUIFont(UIFONT_SMALL),
              QmGetUIColor(works ? COLOR_BTNTEXT : COLOR_GRAYTEXT), TEXT_ELIDE_MIDDLE);
     // Behind the fader: a bar at the right end.
     if (insert.state & EFFECT_POST_FADER)
@@ -249,6 +247,6 @@ void Strip::PaintSend(QPainter& painter, uint32_t row, bool pressed) const {
     PaintButton(painter, rects.target, send.name, pressed, muted);
     if (const StripControl* level = Control(ELEMENT_SEND_LEVEL + row); level && !rects.value.IsEmpty())
         DrawText(painter, rects.value, muted ? ConsoleText(IDS_MUTED) : level->ValueText(),
-                 QmGetUIFont(FONT_SMALL), QmGetUIColor(muted ? COLOR_GRAYTEXT : COLOR_BTNTEXT),
+                 QmGetUIFont(UIFONT_SMALL), QmGetUIColor(muted ? COLOR_GRAYTEXT : COLOR_BTNTEXT),
                  TEXT_RIGHT | TEXT_ELIDE);
 }

@@ -13,8 +13,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int32_t FONT_TEXT = 100;
-constexpr LONG IMAGE = 16, PADDING = 4, DROP_ARROW = 10;
+constexpr LONG PADDING = 4;
 }  // namespace
 
 std::u16string ToolBarNode::Name() const { return ConsoleText(m_name); }
@@ -116,16 +115,18 @@ void ToolButtons::Paint(QPainter& painter, const RECT& area, const ImageList& im
         const int32_t image = ButtonImage(button->command);
         const LONG middle = (at.top + at.bottom) / 2;
         LONG x = at.left + PADDING;
-        const LONG inside = at.Width() - (button->dropDown ? DROP_ARROW : 0);
-        if (!button->label) x = at.left + (inside - IMAGE) / 2;
-        if (image >= 0) images.Draw(painter, image, {x, middle - IMAGE / 2}, state);
+        const LONG inside = at.Width() - (button->dropDown ? DROP_ARROW_WIDTH : 0);
+        if (!button->label) x = at.left + (inside - COMMAND_IMAGE) / 2;
+        if (image >= 0) images.Draw(painter, image, {x, middle - COMMAND_IMAGE / 2}, state);
         const COLORREF ink =
             ReadableOn(QmGetUIColor(button->enabled ? COLOR_BTNTEXT : COLOR_GRAYTEXT), ground);
         if (button->label)
-            DrawText(painter, {image >= 0 ? x + IMAGE + PADDING : x, at.top, at.right - PADDING, at.bottom},
-                     button->Name(), QmGetUIFont(FONT_TEXT), ink, TEXT_ELIDE);
+            DrawText(painter,
+                     {image >= 0 ? x + COMMAND_IMAGE + PADDING : x, at.top, at.right - PADDING, at.bottom},
+                     button->Name(), QmGetUIFont(UIFONT_TEXT), ink, TEXT_ELIDE);
         if (button->dropDown)
-            QmDrawStandardUIGlyph(painter, {at.right - DROP_ARROW - 1, middle - 4, at.right - 2, middle + 4},
+            QmDrawStandardUIGlyph(painter,
+                                  {at.right - DROP_ARROW_WIDTH - 1, middle - 4, at.right - 2, middle + 4},
                                   UIGLYPH_DOWN, COLOR_BTNTEXT);
         if (m_focused == button.get() && m_site.HasKeyboardFocus())
             FrameRect(painter, {at.left + 1, at.top + 1, at.right - 1, at.bottom - 1}, accent);

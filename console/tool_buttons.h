@@ -13,6 +13,9 @@
 
 class ImageList;
 
+/// Sides of a command's image, and the room of the arrow that says that a button opens a menu.
+inline constexpr LONG COMMAND_IMAGE = 16, DROP_ARROW_WIDTH = 10;
+
 /// A bar, and in it what has room on it.
 class ToolBarNode final : public AccessibleNode {
 public:

@@ -17,18 +17,18 @@
 
 namespace {
 
-constexpr uint32_t SEPARATOR = 0, CMD_MORE = 3000;
-struct Row {
+constexpr uint32_t CMD_MORE = 3000;
+struct BarButton {
     uint32_t command;
     ConsoleTextId text;
 };
-constexpr Row FULL[] = {
+constexpr BarButton FULL[] = {
     {CMD_VIEW_MENU, IDS_CMD_VIEW_MENU},
     {CMD_AUDIO_PROPERTIES, IDS_CMD_AUDIO_PROPERTIES},
-    {SEPARATOR, {}},
+    {CMD_SEPARATOR, {}},
     {CMD_DOWNMIX, IDS_CMD_DOWNMIX},
     {CMD_DIM, IDS_CMD_DIM},
-    {SEPARATOR, {}},
+    {CMD_SEPARATOR, {}},
     {CMD_ADD_AUDIO, IDS_CMD_ADD_AUDIO},
     {CMD_ADD_MIDI, IDS_CMD_ADD_MIDI},
     {CMD_ADD_FX, IDS_CMD_ADD_FX},
@@ -36,10 +36,10 @@ constexpr Row FULL[] = {
     {CMD_ADD_INPUT, IDS_CMD_ADD_INPUT},
     {CMD_ADD_SYNTH, IDS_CMD_ADD_SYNTH},
 };
-constexpr Row REDUCED[] = {
+constexpr BarButton REDUCED[] = {
     {CMD_VIEW_MENU, IDS_CMD_VIEW_MENU},
     {CMD_AUDIO_PROPERTIES, IDS_CMD_AUDIO_PROPERTIES},
-    {SEPARATOR, {}},
+    {CMD_SEPARATOR, {}},
     {CMD_ADD_AUDIO, IDS_CMD_ADD_AUDIO},
     {CMD_ADD_MIDI, IDS_CMD_ADD_MIDI},
     {CMD_ADD_FX, IDS_CMD_ADD_FX},
@@ -48,7 +48,7 @@ constexpr Row REDUCED[] = {
 };
 
 constexpr int32_t FONT_VALUE = 145, FONT_TITLE = 146;
-constexpr LONG DROP_ARROW = 10, SEPARATOR_WIDTH = 9, FORMAT_GAP = 12;
+constexpr LONG SEPARATOR_WIDTH = 9, FORMAT_GAP = 12;
 
 }  // namespace
 
@@ -61,8 +61,8 @@ HRESULT CUpperToolBar::Create() {
     m_format = ReadFormat();
     const CommandStates states(m_site.Console());
     const bool full = !m_site.Console().HostFeatures().limited;
-    for (const Row& row : full ? std::span<const Row>(FULL) : REDUCED) {
-        if (row.command != SEPARATOR && !states.IsThere(row.command)) continue;
+    for (const BarButton& row : full ? std::span<const BarButton>(FULL) : REDUCED) {
+        if (row.command != CMD_SEPARATOR && !states.IsThere(row.command)) continue;
         m_buttons.Add(row.command, row.text).dropDown = row.command == CMD_VIEW_MENU;
     }
     m_buttons.Add(CMD_MORE, IDS_MORE_BUTTONS).dropDown = true;
@@ -80,8 +80,8 @@ void CUpperToolBar::ReSize(RECT& rect) {
     const RECT row{m_bounds.left + m.nGap, m_bounds.top + m.nGap, m_bounds.right - m.nGap,
                    m_bounds.bottom - m.nGap - 1};
     const auto widthOf = [&](const ToolButton& button) {
-        if (button.command == SEPARATOR) return SEPARATOR_WIDTH;
-        return row.Height() + (button.dropDown ? DROP_ARROW : 0);
+        if (button.command == CMD_SEPARATOR) return SEPARATOR_WIDTH;
+        return row.Height() + (button.dropDown ? DROP_ARROW_WIDTH : 0);
     };
     auto& all = m_buttons.All();
     ToolButton& more = *all.back();
@@ -102,11 +102,11 @@ void CUpperToolBar::ReSize(RECT& rect) {
         const bool hasRoom = i < shown || (i == count && shown < count);
         button.area = {};
         if (!hasRoom) {
-            if (i < count && button.command != SEPARATOR) m_hidden.push_back(button.command);
+            if (i < count && button.command != CMD_SEPARATOR) m_hidden.push_back(button.command);
             continue;
         }
         const LONG right = x + widthOf(button);
-        if (button.command == SEPARATOR) {
+        if (button.command == CMD_SEPARATOR) {
             m_separators.push_back(x + SEPARATOR_WIDTH / 2);
         } else {
             button.area = {x, row.top, right, row.bottom};

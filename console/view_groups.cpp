@@ -11,7 +11,6 @@ using namespace tarn;
 
 namespace {
 constexpr uint32_t KEY_COUNT = 1000, KEY_FIRST = 2000, KEYS_A_GROUP = 100, NO_GROUPS = 0xFFFFFFFE;
-constexpr uint32_t MOST_GROUPS = 256;
 
 struct Word {
     uint32_t offset;
@@ -22,7 +21,7 @@ constexpr Word WORDS[] = {
     {4, &tConsoleGroup::meterRange}, {5, &tConsoleGroup::vuScale},    {6, &tConsoleGroup::peakFlags},
     {7, &tConsoleGroup::vuFlags},    {8, &tConsoleGroup::scopeStyle},
 };
-constexpr uint32_t NAME = 9, WIDTHS = 10, SIZES = 18, PANES = 24, CHANNELS = 30;
+constexpr uint32_t NAME = 9, GROUP_WIDTHS = 10, SIZES = 18, PANES = 24, CHANNELS = 30;
 // Places in the widths.
 constexpr size_t DEFAULT = 0, NARROW = 1, WIDE = 2, CURRENT = 3, SURROUND = 4;
 
@@ -89,7 +88,7 @@ void LoadGroup(tConsoleGroup& group, size_t n, const GroupStore& store) {
     std::copy(std::begin(widths), std::end(widths), group.widths);
     for (const size_t kind : {size_t{0}, SURROUND}) {
         int32_t* w = group.widths + kind;
-        const uint32_t offset = WIDTHS + static_cast<uint32_t>(kind + CURRENT);
+        const uint32_t offset = GROUP_WIDTHS + static_cast<uint32_t>(kind + CURRENT);
         w[CURRENT] = std::clamp(get(offset, w[DEFAULT]), w[NARROW], std::max(w[NARROW], w[WIDE]));
     }
 
@@ -112,7 +111,7 @@ void SaveGroup(const tConsoleGroup& group, size_t n, const GroupStore& store) {
     const auto set = [&](uint32_t offset, std::span<const int32_t> values) {
         for (const int32_t value : values) store.set(KeyOf(n, offset++), static_cast<uint32_t>(value));
     };
-    set(WIDTHS, group.widths);
+    set(GROUP_WIDTHS, group.widths);
     set(SIZES, group.sizes);
     const int32_t panes[] = {group.paneWidth,     group.listHeight,     group.groupSizes[0],
                              group.groupSizes[1], group.buttonSizes[0], group.buttonSizes[1]};
@@ -125,7 +124,7 @@ void ClearGroup(size_t n, const GroupStore& store) {
     for (const Word& word : WORDS) store.set(KeyOf(n, word.offset), 0);
     store.setText(KeyOf(n, NAME), {});
     store.setText(KeyOf(n, CHANNELS), {});
-    for (uint32_t offset = WIDTHS; offset < PANES + 6; offset++) store.set(KeyOf(n, offset), 0);
+    for (uint32_t offset = GROUP_WIDTHS; offset < PANES + 6; offset++) store.set(KeyOf(n, offset), 0);
 }
 }  // namespace
 

@@ -15,6 +15,8 @@
 #include <vector>
 
 inline constexpr size_t GROUP_NAME_SIZE = 256;
+/// With the state of the console.
+inline constexpr uint32_t MOST_GROUPS = 256;
 
 /// tConsoleGroup::flags: what a record stores.
 inline constexpr uint32_t GROUP_CURRENT_STATE = 0x1, GROUP_MIX = 0x1000, GROUP_VIEW = 0x2000;

@@ -8,7 +8,6 @@
 #include <QWidget>
 
 void UseConsoleColours(QWidget& window, COLORREF selection) {
-    constexpr int32_t FONT_TEXT = 100;
     const COLORREF ground = QmGetUIColor(COLOR_WINDOW), face = QmGetUIColor(COLOR_BTNFACE);
     const COLORREF text = ReadableOn(QmGetUIColor(COLOR_WINDOWTEXT), ground);
     const struct {
@@ -26,5 +25,5 @@ void UseConsoleColours(QWidget& window, COLORREF selection) {
     QPalette colours = window.palette();
     for (const auto& row : rows) colours.setColor(row.role, ToColor(row.colour));
     window.setPalette(colours);
-    window.setFont(QmGetUIFont(FONT_TEXT));
+    window.setFont(QmGetUIFont(UIFONT_TEXT));
 }

@@ -12,7 +12,7 @@ using namespace tarn;
 
 namespace {
 constexpr uint32_t VALUE_EVENTS = MPNRPN | MPRPN | MPCNTRL_CHNG | MPAFTER_TOUCH | MPPITCH_BEND;
-constexpr int32_t SEVEN_BITS = 127, FOURTEEN_BITS = 16383, BEND_MIDDLE = 8192;
+constexpr int32_t SEVEN_BITS = 127;
 
 const MixerParameter* ParameterOf(const LearnTarget& target, uint32_t MixerParameter::*function) {
     if (target.group != ECONTROL_GRP_INSERT) return nullptr;

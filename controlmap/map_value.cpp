@@ -4,8 +4,6 @@
 #include <cmath>
 
 namespace {
-constexpr int32_t FOURTEEN_BITS = 16383, BEND_MIDDLE = 8192;
-
 struct Raw {
     int32_t value, min, max;
 };

@@ -6,6 +6,9 @@
 
 #include <string>
 
+/// The most that two bytes of a message hold, and what a pitch bend holds at rest.
+inline constexpr int32_t FOURTEEN_BITS = 16383, BEND_MIDDLE = 8192;
+
 /// 0..1 of the row's events. Without EFUNCFLAG_VALUE the given number, unchanged.
 float ValueFromEvent(float value, const MPFUNCTIONMAP& row);
 /// The number in the row's events, within MinValue..MaxValue.

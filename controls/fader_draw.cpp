@@ -15,7 +15,6 @@
 #include <utility>
 
 namespace {
-constexpr int32_t kFont = 110;
 constexpr int32_t kTickReach = 3;  // beyond the thumb's edge
 constexpr int32_t kEndReach = 4;   // of the marks at the slot's ends
 constexpr int32_t kLinearTickDistance = 10;
@@ -28,8 +27,6 @@ COLORREF Face(const tQMFADER& f) { return Color(f, COLOR_BTNFACE); }
 COLORREF TickColor(const tQMFADER& f) {
     return VisibleOn(Color(f, f.style & FADERS_UI_COLORS ? UICOLOR_TICK : COLOR_BTNSHADOW), Face(f));
 }
-
-bool IsVertical(const tQMFADER& f) { return f.state & FADERST_VERTICAL; }
 
 // Coordinates along and across the axis, so that one drawing serves both directions.
 RECT AxisRect(const tQMFADER& f, int32_t along1, int32_t along2, int32_t across1, int32_t across2) {
@@ -85,7 +82,7 @@ void DrawLabel(const tQMFADER& f, QPainter& p, int32_t value, int32_t pixel, COL
     const RECT box = IsVertical(f)
                          ? RECT{side - size.cx, pixel - size.cy / 2, side, pixel - size.cy / 2 + size.cy}
                          : RECT{pixel - size.cx / 2, side - size.cy, pixel - size.cx / 2 + size.cx, side};
-    DrawText(p, box, NumberText(value / 10.0), QmGetUIFont(kFont), color,
+    DrawText(p, box, NumberText(value / 10.0), QmGetUIFont(UIFONT_SMALL), color,
              IsVertical(f) ? TEXT_RIGHT : TEXT_CENTER);
 }
 
@@ -167,7 +164,7 @@ void FaderDrawMark(const tQMFADER& f, QPainter& painter, int32_t value, int32_t 
 }
 
 SIZE FaderLabelSize() {
-    static const SIZE size = QmGetTextExtent(QmGetUIFont(kFont), u"-72.0", -1);
+    static const SIZE size = QmGetTextExtent(QmGetUIFont(UIFONT_SMALL), u"-72.0", -1);
     return size;
 }
 

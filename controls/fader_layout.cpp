@@ -16,8 +16,6 @@ int32_t Scaled(const tQMFADER& f, int32_t pixels) {
     return static_cast<int32_t>(std::floor(static_cast<float>(pixels) * f.interfaceScale));
 }
 
-bool IsVertical(const tQMFADER& f) { return f.state & FADERST_VERTICAL; }
-
 int32_t Across(const tQMFADER& f) { return IsVertical(f) ? f.client.Width() : f.client.Height(); }
 
 int32_t ThumbAcross(const tQMFADER& f) {

@@ -18,12 +18,9 @@ int32_t FaderPixel(const tQMFADER& fader, int32_t value);
 int32_t FaderValue(const tQMFADER& fader, int32_t pixel);
 POINT FaderThumbCentre(const tQMFADER& fader, uint32_t channel);
 
-inline int32_t FaderAlong(const tQMFADER& fader, POINT p) {
-    return fader.state & FADERST_VERTICAL ? p.y : p.x;
-}
-inline int32_t FaderAcross(const tQMFADER& fader, POINT p) {
-    return fader.state & FADERST_VERTICAL ? p.x : p.y;
-}
+inline bool IsVertical(const tQMFADER& fader) { return fader.state & FADERST_VERTICAL; }
+inline int32_t FaderAlong(const tQMFADER& fader, POINT p) { return IsVertical(fader) ? p.y : p.x; }
+inline int32_t FaderAcross(const tQMFADER& fader, POINT p) { return IsVertical(fader) ? p.x : p.y; }
 inline uint32_t FaderAllChannels(const tQMFADER& fader) { return fader.channels == 2 ? 3 : 1; }
 
 struct FaderHit {

@@ -207,10 +207,10 @@ intptr_t Wheel(tQMFADER& f, int32_t counts, bool control) {
     return FADER_WHEEL_USED;
 }
 
-struct KeyRow {
+struct StepKeyRow {
     uint32_t key, code;
 };
-constexpr KeyRow kStepKeys[] = {
+constexpr StepKeyRow kStepKeys[] = {
     {VK_PRIOR, FADER_PAGE_UP},  {VK_NEXT, FADER_PAGE_DOWN}, {VK_END, FADER_BOTTOM},   {VK_HOME, FADER_TOP},
     {VK_LEFT, FADER_LINE_DOWN}, {VK_DOWN, FADER_LINE_DOWN}, {VK_F3, FADER_LINE_DOWN}, {VK_UP, FADER_LINE_UP},
     {VK_RIGHT, FADER_LINE_UP},  {VK_F9, FADER_LINE_UP},
@@ -227,12 +227,12 @@ const Row* FindKey(const Row (&rows)[N], uint32_t key) {
     return row == std::end(rows) ? nullptr : row;
 }
 
-// The stick's way is the whole travel of the fader, whatever its size on the screen.
-constexpr int32_t kStickTravel = 65535;
 uint32_t StickAxis(const tQMFADER& f) { return f.state & FADERST_VERTICAL ? 1 : 0; }
 
+// The stick's way is the whole travel of the fader, whatever its size on the screen.
 void PullStick(const tQMFADER& f, uint32_t saturation) {
-    const int32_t at = std::clamp(f.scale.Distance(f.pos[f.activeChannel], kStickTravel), 0, kStickTravel);
+    const int32_t at =
+        std::clamp(f.scale.Distance(f.pos[f.activeChannel], kControllerTravel), 0, kControllerTravel);
     PullController(StickAxis(f), at, saturation);
 }
 
@@ -240,7 +240,7 @@ bool FollowStick(tQMFADER& f) {
     const auto position = ControllerPosition(StickAxis(f));
     f.state = position ? f.state & ~FADERST_NO_AXIS : f.state | FADERST_NO_AXIS;
     if (!position) return false;
-    const int32_t value = f.scale.Value(*position, kStickTravel);
+    const int32_t value = f.scale.Value(*position, kControllerTravel);
     ForMeant(f, [&](uint32_t) { return value; });
     FaderShowValues(f);
     return true;
@@ -259,7 +259,7 @@ void KeyDown(tQMFADER& f, uint32_t key, uint32_t data) {
         return FaderEndDrag(f);
     }
     if (!IsIdle(f)) return;
-    if (const KeyRow* row = FindKey(kStepKeys, key)) {
+    if (const StepKeyRow* row = FindKey(kStepKeys, key)) {
         if (f.style & FADERS_SELF_KEYS) FaderScroll(f, row->code, f.line, f.page);
         return Scrolled(f, row->code);
     }

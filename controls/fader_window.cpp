@@ -18,7 +18,7 @@ void Report(tQMFADER* f, uint32_t, uintptr_t, uint32_t code, const int32_t*, uin
                     reinterpret_cast<intptr_t>(f->window));
 }
 
-void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+void InitFaderWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
     FaderInst_Init(static_cast<tQMFADER*>(record), style, rect, window, id, Report, 0, 1.0f);
     F(record).state &= ~FADERST_INSTANCE;
 }
@@ -27,7 +27,7 @@ void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, u
 double Unit(const tQMFADER& f) { return f.scale.taper ? 0.1 : 1; }
 double Active(const void* record) { return F(record).pos[F(record).activeChannel] * Unit(F(record)); }
 
-constexpr ControlFace kFace = {
+constexpr ControlFace kFaderFace = {
     ControlFace::Kind::Slider,
     [] { return std::u16string(KernelText(KS_Control_Fader)); },
     Active,
@@ -40,15 +40,15 @@ constexpr ControlFace kFace = {
     [](void* r, double value) {
         FaderSetByUser(F(r), static_cast<int32_t>(std::lround(value / Unit(F(r)))));
     }};
-constexpr ControlClass kClass =
+constexpr ControlClass kFaderClass =
     ControlClassOf<tQMFADER, FaderInst_Deinit, FaderInst_Move, FaderInst_Draw, FaderInst_Message>(
-        u"GUICS_Fader_Class", Init, kFace, true);
+        u"GUICS_Fader_Class", InitFaderWindow, kFaderFace, true);
 }  // namespace
 
-BOOL FaderInitialize() { return RegisterControlClass(kClass); }
-void FaderTerminate() { UnregisterControlClass(kClass); }
+BOOL FaderInitialize() { return RegisterControlClass(kFaderClass); }
+void FaderTerminate() { UnregisterControlClass(kFaderClass); }
 
 int32_t Fader_DefScrollProc(uintptr_t, uint32_t code, ControlWindow* window, int32_t line, int32_t page) {
-    tQMFADER* fader = RecordOf<tQMFADER>(window, kClass);
+    tQMFADER* fader = RecordOf<tQMFADER>(window, kFaderClass);
     return fader ? FaderInst_DefScrollProc(fader, code, line, page) : 0;
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int32_t kUnit = 10000, kMiddle = 32768, kFull = 65535;
+constexpr int32_t kUnit = 10000, kMiddle = 32768;
 
 GAMECONTROLLER*& Device() {
     static GAMECONTROLLER* device = nullptr;
@@ -34,13 +34,13 @@ std::optional<int32_t> ControllerPosition(uint32_t axis) {
     if (!device || device->unusable & 1) return {};
     const int64_t reading = axis == 0 ? device->axisX : device->axisY;
     return static_cast<int32_t>(
-        std::clamp<int64_t>((reading - kMiddle) * device->gain / kUnit + kMiddle, 0, kFull));
+        std::clamp<int64_t>((reading - kMiddle) * device->gain / kUnit + kMiddle, 0, kControllerTravel));
 }
 
 void PullController(uint32_t axis, int32_t position, uint32_t saturation) {
     const GAMECONTROLLER* device = Device();
     if (!device || !device->setSpring) return;
-    const int32_t center = static_cast<int32_t>(int64_t{position} * 2 * kUnit / kFull) - kUnit;
+    const int32_t center = static_cast<int32_t>(int64_t{position} * 2 * kUnit / kControllerTravel) - kUnit;
     const GAMEEFFECT effect{std::clamp(center, -kUnit, kUnit), kUnit, kUnit, saturation};
     device->setSpring(device->context, axis, &effect);
 }

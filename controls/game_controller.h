@@ -47,8 +47,10 @@ struct StickBits {
 StickEvent TrackStick(uint32_t& state, StickBits bits, bool mayStart, uint32_t message, uintptr_t wparam,
                       intptr_t lparam);
 
-/// Where an axis stands, 0..65535; nothing without a usable device.
+/// An axis goes from 0 to this.
+inline constexpr int32_t kControllerTravel = 65535;
+/// Where an axis stands; nothing without a usable device.
 std::optional<int32_t> ControllerPosition(uint32_t axis);
-/// Pulls an axis to `position` of 0..65535.
+/// Pulls an axis to `position`.
 void PullController(uint32_t axis, int32_t position, uint32_t saturation);
 inline constexpr uint32_t kSpringMoving = 10000, kSpringResting = 5000;

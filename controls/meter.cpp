@@ -154,7 +154,7 @@ intptr_t AskForMenu(tQMMETER& m, uintptr_t wparam, intptr_t lparam) {
 }
 
 // For who has no mouse: what a click on the readouts does.
-void Key(tQMMETER& m, uint32_t key) {
+void KeyDown(tQMMETER& m, uint32_t key) {
     if (!(m.style & METERS_CLIP_CLICK) || (key != VK_SPACE && key != VK_DELETE)) return;
     ResetClip(m, 0, m.channels);
     m.window->Invalidate(m.client);
@@ -220,7 +220,7 @@ intptr_t MeterInst_Message(tQMMETER* meter, uint32_t message, uintptr_t wparam, 
     switch (message) {
     case WM_LBUTTONDOWN:
     case WM_LBUTTONDBLCLK: return Click(m, UnpackPoint(lparam));
-    case WM_KEYDOWN: return Key(m, bits), 0;
+    case WM_KEYDOWN: return KeyDown(m, bits), 0;
     case WM_CONTEXTMENU: return AskForMenu(m, wparam, lparam);
     case WM_NCHITTEST: return HitTest(m, UnpackPoint(lparam));
     case METERM_GETLEVELS: return GetEach(m, count, lparam, &METERCHANNEL::level);

@@ -10,9 +10,7 @@
 #include <cmath>
 
 namespace {
-constexpr int32_t kFont = 110;
-constexpr LONG kTickRoom = 5;
-constexpr LONG kLabelGap = 2, kLabelSpace = 4;  // between labels, one above the other and side by side
+constexpr LONG kMarkGap = 2, kMarkSpace = 4;  // between labels, one above the other and side by side
 constexpr COLORREF kNoBitmaps = 0xFF0000;
 // The bitmaps and the pixels of the scale belong to a size of the bars: made when that is first seen.
 bool Prepare(tQMMETER& m, const MeterBars& bars) {
@@ -105,7 +103,7 @@ void PaintStrip(const tQMMETER& m, QPainter& p, const RECT& strips, uint32_t str
     const MeterReadout readout = m.model->readout(m, m.channel[strip].shownClip);
     FillRect(p, r, readout.clipped ? m.clipTextBackground : m.background);
     if (readout.clipped) FrameRect(p, r, m.clipBackground);
-    const QFont& font = QmGetUIFont(kFont);
+    const QFont& font = QmGetUIFont(UIFONT_SMALL);
     std::u16string text = readout.text;
     const auto width = [&] {
         return QmGetTextExtent(font, text.data(), static_cast<int32_t>(text.size())).cx;
@@ -126,7 +124,7 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
     const RECT& box = layout.labels;
     const COLORREF face = QmGetUIColor(COLOR_BTNFACE);
     const COLORREF tickColor = VisibleOn(QmSkin_BlendColor(m.text, face, 120, 0), face);
-    const LONG labelUnits = vertical ? size.cy + kLabelGap : size.cx + kLabelSpace;
+    const LONG labelUnits = vertical ? size.cy + kMarkGap : size.cx + kMarkSpace;
     // A line of the well at each end.
     const LONG units = std::max((vertical ? layout.bars.Height() : layout.bars.Width()) - 2, 0);
     const auto line = [&](LONG at, LONG reach) {
@@ -151,13 +149,13 @@ void PaintLabels(const tQMMETER& m, QPainter& p, const MeterLayout& layout, cons
             static_cast<LONG>(std::lround(vertical ? layout.bars.bottom - pixel : layout.bars.left + pixel));
         const RECT text = textBox(at);
         line(at, mark.text.empty() ? 2 : 4);
-        DrawText(p, text, mark.text, QmGetUIFont(kFont), m.text, vertical ? TEXT_RIGHT : TEXT_CENTER);
+        DrawText(p, text, mark.text, QmGetUIFont(UIFONT_SMALL), m.text, vertical ? TEXT_RIGHT : TEXT_CENTER);
     }
 }
 
 // The first list's name where it fits, else the second's.
 void PaintNames(const tQMMETER& m, QPainter& p, const RECT& names) {
-    const QFont& font = QmGetUIFont(kFont);
+    const QFont& font = QmGetUIFont(UIFONT_SMALL);
     for (uint32_t i = 0; i < m.channels; i++) {
         const RECT r = MeterBarRect(m, names, i);
         for (const size_t list : {size_t{0}, size_t{1}}) {

@@ -267,38 +267,40 @@ intptr_t MeterExInst_Message(tQMMETEREX* meter, uint32_t message, uintptr_t wpar
 }
 
 namespace {
-tQMMETEREX& Of(void* record) { return *static_cast<tQMMETEREX*>(record); }
-const tQMMETEREX& Of(const void* record) { return *static_cast<const tQMMETEREX*>(record); }
+tQMMETEREX& MeterExOf(void* record) { return *static_cast<tQMMETEREX*>(record); }
+const tQMMETEREX& MeterExOf(const void* record) { return *static_cast<const tQMMETEREX*>(record); }
 
 double Highest(const void* r) {
-    float level = Of(r).bottom;
-    for (uint32_t i = 0; i < Of(r).base.channels; i++) level = std::max(level, Of(r).channel[i].displayed);
+    float level = MeterExOf(r).bottom;
+    for (uint32_t i = 0; i < MeterExOf(r).base.channels; i++)
+        level = std::max(level, MeterExOf(r).channel[i].displayed);
     return static_cast<double>(level);
 }
 
-void InitWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
-    MeterExInst_Init(&Of(record), style, rect, window, id, 0, 0);
-    Of(record).base.state &= ~METERST_INSTANCE;
-    TakeThemeColors(Of(record).base);
+void InitMeterExWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+    MeterExInst_Init(&MeterExOf(record), style, rect, window, id, 0, 0);
+    MeterExOf(record).base.state &= ~METERST_INSTANCE;
+    TakeThemeColors(MeterExOf(record).base);
 }
 
-constexpr ControlFace kFace = {ControlFace::Kind::Meter,
-                               MeterName,
-                               Highest,
-                               [](const void* r) { return static_cast<double>(Of(r).bottom); },
-                               [](const void* r) { return static_cast<double>(Of(r).top); },
-                               [](const void*) { return 0.1; },
-                               [](const void* r) { return NumberText(Highest(r)); },
-                               nullptr};
-constexpr ControlClass kClass = [] {
-    ControlClass type = ControlClassOf<tQMMETEREX, MeterExInst_Deinit, MeterExInst_Move, MeterExInst_Draw,
-                                       MeterExInst_Message>(u"GUICS_MeterEx_Class", InitWindow, kFace, false);
+constexpr ControlFace kMeterExFace = {ControlFace::Kind::Meter,
+                                      MeterName,
+                                      Highest,
+                                      [](const void* r) { return static_cast<double>(MeterExOf(r).bottom); },
+                                      [](const void* r) { return static_cast<double>(MeterExOf(r).top); },
+                                      [](const void*) { return 0.1; },
+                                      [](const void* r) { return NumberText(Highest(r)); },
+                                      nullptr};
+constexpr ControlClass kMeterExClass = [] {
+    ControlClass type =
+        ControlClassOf<tQMMETEREX, MeterExInst_Deinit, MeterExInst_Move, MeterExInst_Draw,
+                       MeterExInst_Message>(u"GUICS_MeterEx_Class", InitMeterExWindow, kMeterExFace, false);
     type.drawChanges = [](void* r, QPainter* painter, RECT* changed) {
-        return MeterExInst_DrawChanges(&Of(r), painter, changed);
+        return MeterExInst_DrawChanges(&MeterExOf(r), painter, changed);
     };
     return type;
 }();
 }  // namespace
 
-BOOL MeterExInitialize() { return RegisterControlClass(kClass); }
-void MeterExTerminate() { UnregisterControlClass(kClass); }
+BOOL MeterExInitialize() { return RegisterControlClass(kMeterExClass); }
+void MeterExTerminate() { UnregisterControlClass(kMeterExClass); }

@@ -6,7 +6,6 @@
 
 namespace {
 constexpr int32_t kGap = 2;
-constexpr int32_t kTickRoom = 5;     // between labels and bars
 constexpr int32_t kLeastWidth = 32;  // of a meter that has labels
 constexpr int32_t kLeastBar = 3;
 constexpr int32_t kLeastLength = 24;
@@ -41,13 +40,13 @@ RECT Share(const RECT& r, bool across, uint32_t index, uint32_t count) {
 }  // namespace
 
 SIZE MeterLabelSize(const tQMMETER& m) {
-    static const SIZE usual = QmGetTextExtent(QmGetUIFont(110), u" -00.0", -1);
-    static const SIZE wide = QmGetTextExtent(QmGetUIFont(110), u"-100.0", -1);
+    static const SIZE usual = QmGetTextExtent(QmGetUIFont(UIFONT_SMALL), u" -00.0", -1);
+    static const SIZE wide = QmGetTextExtent(QmGetUIFont(UIFONT_SMALL), u"-100.0", -1);
     return m.scale.Decibels() < 100 ? usual : wide;
 }
 
 SIZE MeterStripSize() {
-    static const SIZE size = QmGetTextExtent(QmGetUIFont(110), u"-138.0", -1);
+    static const SIZE size = QmGetTextExtent(QmGetUIFont(UIFONT_SMALL), u"-138.0", -1);
     return {size.cx + 4, size.cy + 2};
 }
 

@@ -6,6 +6,9 @@
 
 #include <QRect>
 
+/// Between labels and bars.
+inline constexpr int32_t kTickRoom = 5;
+
 struct MeterLayout {
     RECT strip;   ///< all readouts; empty without
     RECT labels;  ///< empty when they are off or do not fit

@@ -20,7 +20,7 @@ struct DefaultBand {
 constexpr DefaultBand kDefaultBands[] = {
     {-1440, UICOLOR_METER_LOW}, {-120, UICOLOR_METER_MID}, {-30, UICOLOR_METER_HIGH}};
 
-void Look(const tQMMETER& m, MeterLook& look) {
+void PeakLook(const tQMMETER& m, MeterLook& look) {
     const auto add = [&](int32_t threshold, COLORREF lit, COLORREF unlit) {
         const int32_t pixel = m.scale.Pixel(std::pow(10.0, threshold / 200.0), m.scalePixels);
         const int32_t from = look.bands.empty() ? 0 : MeterBarPixel(m, look.length, pixel);
@@ -34,7 +34,7 @@ void Look(const tQMMETER& m, MeterLook& look) {
     }
 }
 
-std::vector<MeterMark> Marks(const tQMMETER& m, int32_t length, int32_t units, int32_t labelUnits) {
+std::vector<MeterMark> PeakMarks(const tQMMETER& m, int32_t length, int32_t units, int32_t labelUnits) {
     const int32_t step = MeterTickStep(m.scale.Decibels(), units);
     const int32_t hidden = m.scale.ScalePixels(units) - units;
     std::vector<MeterMark> marks;
@@ -51,7 +51,7 @@ std::vector<MeterMark> Marks(const tQMMETER& m, int32_t length, int32_t units, i
 }
 }  // namespace
 
-const MeterModel kPeakMeterModel = {MeterRescale, MeterAdvance, Look, Marks, MeterClipText};
+const MeterModel kPeakMeterModel = {MeterRescale, MeterAdvance, PeakLook, PeakMarks, MeterClipText};
 
 int32_t MeterLabelPlace(int32_t pixel, int32_t units, int32_t labelUnits) {
     const int32_t half = std::min(labelUnits, units) / 2;

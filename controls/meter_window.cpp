@@ -18,24 +18,24 @@ double Decibels(const tQMMETER& m) {
     return std::max(20 * std::log10(share), Floor(&m));
 }
 
-void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+void InitMeterWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
     MeterInst_Init(&M(record), style, rect, window, id, 0, 0);
     M(record).state &= ~METERST_INSTANCE;
     TakeThemeColors(M(record));
 }
 
-constexpr ControlFace kFace = {ControlFace::Kind::Meter,
-                               MeterName,
-                               [](const void* r) { return Decibels(M(r)); },
-                               Floor,
-                               [](const void*) { return 0.0; },
-                               [](const void*) { return 0.1; },
-                               [](const void* r) { return DecibelText(Decibels(M(r))); },
-                               nullptr};
-constexpr ControlClass kClass = [] {
+constexpr ControlFace kMeterFace = {ControlFace::Kind::Meter,
+                                    MeterName,
+                                    [](const void* r) { return Decibels(M(r)); },
+                                    Floor,
+                                    [](const void*) { return 0.0; },
+                                    [](const void*) { return 0.1; },
+                                    [](const void* r) { return DecibelText(Decibels(M(r))); },
+                                    nullptr};
+constexpr ControlClass kMeterClass = [] {
     ControlClass type =
         ControlClassOf<tQMMETER, MeterInst_Deinit, MeterInst_Move, MeterInst_Draw, MeterInst_Message>(
-            u"GUICS_Meter_Class", Init, kFace, false);
+            u"GUICS_Meter_Class", InitMeterWindow, kMeterFace, false);
     type.drawChanges = [](void* r, QPainter* painter, RECT* changed) {
         return MeterInst_DrawChanges(&M(r), painter, changed);
     };
@@ -43,5 +43,5 @@ constexpr ControlClass kClass = [] {
 }();
 }  // namespace
 
-BOOL MeterInitialize() { return RegisterControlClass(kClass); }
-void MeterTerminate() { UnregisterControlClass(kClass); }
+BOOL MeterInitialize() { return RegisterControlClass(kMeterClass); }
+void MeterTerminate() { UnregisterControlClass(kMeterClass); }

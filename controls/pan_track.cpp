@@ -11,8 +11,6 @@
 #include <iterator>
 
 namespace {
-constexpr int32_t kStickTravel = 65535;
-
 void Report(tQMPAN& p, uint32_t code) {
     const double values[] = {p.at.x, p.at.y};
     if (p.callback) p.callback(&p, p.id, p.userData, code, values, 3, 0);
@@ -33,8 +31,8 @@ void InvalidatePuck(const tQMPAN& p) {
 }
 
 void PullStick(const tQMPAN& p, uint32_t saturation) {
-    PullController(0, static_cast<int32_t>((p.at.x + 1) / 2 * kStickTravel), saturation);
-    PullController(1, static_cast<int32_t>((p.at.y + 1) / 2 * kStickTravel), saturation);
+    PullController(0, static_cast<int32_t>((p.at.x + 1) / 2 * kControllerTravel), saturation);
+    PullController(1, static_cast<int32_t>((p.at.y + 1) / 2 * kControllerTravel), saturation);
 }
 
 void Place(tQMPAN& p, PanPoint point) {
@@ -201,7 +199,7 @@ void KeyUp(tQMPAN& p, uint32_t key) {
 void FollowStick(tQMPAN& p) {
     const auto x = ControllerPosition(0), y = ControllerPosition(1);
     if (!x || !y) return;
-    Place(p, {*x / (kStickTravel / 2.0) - 1, *y / (kStickTravel / 2.0) - 1});
+    Place(p, {*x / (kControllerTravel / 2.0) - 1, *y / (kControllerTravel / 2.0) - 1});
     Report(p, PAN_TRACK);
 }
 

@@ -15,26 +15,26 @@ void Report(tQMPAN* p, uint32_t, uintptr_t, uint32_t code, const double*, uint32
     p->window->Send(WM_HSCROLL, PackWords(code, 0), reinterpret_cast<intptr_t>(p->window));
 }
 
-void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+void InitPanWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
     PanInst_Init(&P(record), style, rect, window, id, Report, 0);
     P(record).state &= ~PANST_INSTANCE;
 }
 
 // A slider has one value, which is x; the text tells both.
-constexpr ControlFace kFace = {ControlFace::Kind::Slider,
-                               [] { return std::u16string(KernelText(KS_Control_Pan)); },
-                               [](const void* r) { return P(r).at.x; },
-                               [](const void*) { return -1.0; },
-                               [](const void*) { return 1.0; },
-                               [](const void*) { return 0.01; },
-                               [](const void* r) {
-                                   return PanText({P(r).at.x, P(r).at.y});
-                               },
-                               [](void* r, double x) { PanSet(P(r), x, P(r).at.y, PAN_SET); }};
-constexpr ControlClass kClass =
-    ControlClassOf<tQMPAN, PanInst_Deinit, PanInst_Move, PanInst_Draw, PanInst_Message>(u"GUICS_Pan_Class",
-                                                                                        Init, kFace, true);
+constexpr ControlFace kPanFace = {ControlFace::Kind::Slider,
+                                  [] { return std::u16string(KernelText(KS_Control_Pan)); },
+                                  [](const void* r) { return P(r).at.x; },
+                                  [](const void*) { return -1.0; },
+                                  [](const void*) { return 1.0; },
+                                  [](const void*) { return 0.01; },
+                                  [](const void* r) {
+                                      return PanText({P(r).at.x, P(r).at.y});
+                                  },
+                                  [](void* r, double x) { PanSet(P(r), x, P(r).at.y, PAN_SET); }};
+constexpr ControlClass kPanClass =
+    ControlClassOf<tQMPAN, PanInst_Deinit, PanInst_Move, PanInst_Draw, PanInst_Message>(
+        u"GUICS_Pan_Class", InitPanWindow, kPanFace, true);
 }  // namespace
 
-BOOL PanInitialize() { return RegisterControlClass(kClass); }
-void PanTerminate() { UnregisterControlClass(kClass); }
+BOOL PanInitialize() { return RegisterControlClass(kPanClass); }
+void PanTerminate() { UnregisterControlClass(kPanClass); }

@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 namespace {
-constexpr float kDefaultTicks[] = {-1, 0, 1};
+constexpr float kScopeTicks[] = {-1, 0, 1};
 constexpr LONG kLeastSpacing = 6;
 
 void Halve(std::vector<int32_t>& marks, int32_t from, int32_t to, int32_t least) {
@@ -57,9 +57,9 @@ private:
 
 std::vector<int32_t> Marks(const tQMSCOPE& s, size_t list, int32_t length, double scale) {
     const bool own = s.ticks[list];
-    const LONG least = std::max(QmGetUIFontSize(110).cy, kLeastSpacing);
-    return ScopeMarks(own ? s.ticks[list] : kDefaultTicks,
-                      own ? s.tickCounts[list] : static_cast<uint32_t>(std::size(kDefaultTicks)), length,
+    const LONG least = std::max(QmGetUIFontSize(UIFONT_SMALL).cy, kLeastSpacing);
+    return ScopeMarks(own ? s.ticks[list] : kScopeTicks,
+                      own ? s.tickCounts[list] : static_cast<uint32_t>(std::size(kScopeTicks)), length,
                       static_cast<int32_t>(std::lround(least * scale)));
 }
 

@@ -7,7 +7,6 @@
 #include <numbers>
 
 namespace {
-constexpr float kPi = std::numbers::pi_v<float>;
 constexpr int32_t kSines = 512;
 
 const std::array<float, kSines>& Sines() {

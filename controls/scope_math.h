@@ -2,6 +2,10 @@
 // hundredths. [any-thread]
 #pragma once
 
+#include <numbers>
+
+inline constexpr float kPi = std::numbers::pi_v<float>;
+
 struct ScopeMath {
     float (*sqrt)(float value);
     float (*sin)(float angle);

@@ -6,8 +6,8 @@
 #include <cmath>
 
 namespace {
-constexpr float kQuarter = 0.7853982f, kHalf = 1.5707964f, kThreeQuarters = 2.3561945f, kPi = 3.1415927f,
-                kTwoPi = 6.2831855f, kRootHalf = 0.70710677f, kRoot = 1.4142135f;
+constexpr float kQuarter = 0.7853982f, kHalf = 1.5707964f, kThreeQuarters = 2.3561945f, kTwoPi = 6.2831855f,
+                kRootHalf = 0.70710677f, kRoot = 1.4142135f;
 
 // What is beyond any image, or no number, stays beyond it and fits an integer.
 int32_t Trunc(float v) { return static_cast<int32_t>(v > -1e6f ? std::min(v, 1e6f) : -1e6f); }

@@ -6,34 +6,34 @@
 using namespace tarn;
 
 namespace {
-void Init(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+void InitScopeWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
     auto* scope = static_cast<tQMSCOPE*>(record);
     ScopeInst_Init(scope, style, rect, window, id, 0);
     scope->state &= ~SCOPEST_INSTANCE;
 }
 
-constexpr ControlFace kFace = {ControlFace::Kind::Picture,
-                               [] { return std::u16string(KernelText(KS_Control_Scope)); },
-                               nullptr,
-                               nullptr,
-                               nullptr,
-                               nullptr,
-                               nullptr,
-                               nullptr};
-constexpr ControlClass kClass =
+constexpr ControlFace kScopeFace = {ControlFace::Kind::Picture,
+                                    [] { return std::u16string(KernelText(KS_Control_Scope)); },
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr};
+constexpr ControlClass kScopeClass =
     ControlClassOf<tQMSCOPE, ScopeInst_Deinit, ScopeInst_Move, ScopeInst_Draw, ScopeInst_Message>(
-        u"GUICS_Scope_Class", Init, kFace, false);
+        u"GUICS_Scope_Class", InitScopeWindow, kScopeFace, false);
 
 template <class Function, class... Arguments>
 auto On(ControlWindow* window, Function function, Arguments... arguments) {
     using Result = decltype(function(nullptr, arguments...));
-    tQMSCOPE* scope = RecordOf<tQMSCOPE>(window, kClass);
+    tQMSCOPE* scope = RecordOf<tQMSCOPE>(window, kScopeClass);
     return scope ? function(scope, arguments...) : Result();
 }
 }  // namespace
 
-BOOL ScopeInitialize() { return RegisterControlClass(kClass); }
-void ScopeTerminate() { UnregisterControlClass(kClass); }
+BOOL ScopeInitialize() { return RegisterControlClass(kScopeClass); }
+void ScopeTerminate() { UnregisterControlClass(kScopeClass); }
 
 void QmScope_SetPos(ControlWindow* w, const SCOPESAMPLES* samples) { On(w, ScopeInst_SetPos, samples); }
 void QmScope_SetRange(ControlWindow* w, uint32_t range) { On(w, ScopeInst_SetRange, range); }

@@ -79,10 +79,10 @@ bool IsIdle(const tQMTRACKBAR& t) {
     return t.slider.dragPart == FADER_NOWHERE && !(t.slider.state & (FADERST_DISABLED | FADERST_TOO_SMALL));
 }
 
-struct KeyRow {
+struct ScrollKeyRow {
     uint32_t key, vertical, horizontal;
 };
-constexpr KeyRow kKeys[] = {
+constexpr ScrollKeyRow kScrollKeys[] = {
     {VK_PRIOR, FADER_PAGE_UP, FADER_PAGE_DOWN},   {VK_NEXT, FADER_PAGE_DOWN, FADER_PAGE_UP},
     {VK_END, FADER_BOTTOM, FADER_BOTTOM},         {VK_HOME, FADER_TOP, FADER_TOP},
     {VK_LEFT, FADER_LINE_UP, FADER_LINE_UP},      {VK_F3, FADER_LINE_UP, FADER_LINE_UP},
@@ -92,8 +92,8 @@ constexpr KeyRow kKeys[] = {
 
 // True when the key is one of the trackbar's own.
 bool KeyDown(tQMTRACKBAR& t, uint32_t key) {
-    const auto* row = std::ranges::find(kKeys, key, &KeyRow::key);
-    if (row == std::end(kKeys)) return false;
+    const auto* row = std::ranges::find(kScrollKeys, key, &ScrollKeyRow::key);
+    if (row == std::end(kScrollKeys)) return false;
     if (IsIdle(t)) Scroll(t, IsVertical(t) ? row->vertical : row->horizontal);
     return true;
 }
@@ -211,38 +211,40 @@ intptr_t TrackbarInst_Message(tQMTRACKBAR* trackbar, uint32_t message, uintptr_t
 }
 
 namespace {
-tQMTRACKBAR& Of(void* record) { return *static_cast<tQMTRACKBAR*>(record); }
-const tQMTRACKBAR& Of(const void* record) { return *static_cast<const tQMTRACKBAR*>(record); }
+tQMTRACKBAR& TrackbarOf(void* record) { return *static_cast<tQMTRACKBAR*>(record); }
+const tQMTRACKBAR& TrackbarOf(const void* record) { return *static_cast<const tQMTRACKBAR*>(record); }
 
 void ReportToParent(tQMTRACKBAR* t, uint32_t, uintptr_t, uint32_t code, int32_t) {
     t->slider.window->Send(IsVertical(*t) ? WM_VSCROLL : WM_HSCROLL, PackWords(code, 0),
                            reinterpret_cast<intptr_t>(t->slider.window));
 }
 
-void InitWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
-    TrackbarInst_Init(&Of(record), style, rect, window, id, ReportToParent, 0, 1.0f);
-    Of(record).slider.state &= ~FADERST_INSTANCE;
+void InitTrackbarWindow(void* record, uint32_t style, const RECT* rect, ControlHost* window, uint32_t id) {
+    TrackbarInst_Init(&TrackbarOf(record), style, rect, window, id, ReportToParent, 0, 1.0f);
+    TrackbarOf(record).slider.state &= ~FADERST_INSTANCE;
 }
 
-constexpr ControlFace kFace = {
+constexpr ControlFace kTrackbarFace = {
     ControlFace::Kind::Slider,
     [] { return std::u16string(KernelText(KS_Control_Slider)); },
-    [](const void* r) { return static_cast<double>(Of(r).slider.pos[0]); },
-    [](const void* r) { return static_cast<double>(Of(r).slider.scale.min); },
-    [](const void* r) { return static_cast<double>(Of(r).slider.scale.max); },
+    [](const void* r) { return static_cast<double>(TrackbarOf(r).slider.pos[0]); },
+    [](const void* r) { return static_cast<double>(TrackbarOf(r).slider.scale.min); },
+    [](const void* r) { return static_cast<double>(TrackbarOf(r).slider.scale.max); },
     [](const void*) { return 1.0; },
-    [](const void* r) { return NumberText(Of(r).slider.pos[0], u"$.0f"); },
-    [](void* r, double value) { FaderSetByUser(Of(r).slider, static_cast<int32_t>(std::lround(value))); }};
-constexpr ControlClass kClass =
+    [](const void* r) { return NumberText(TrackbarOf(r).slider.pos[0], u"$.0f"); },
+    [](void* r, double value) {
+        FaderSetByUser(TrackbarOf(r).slider, static_cast<int32_t>(std::lround(value)));
+    }};
+constexpr ControlClass kTrackbarClass =
     ControlClassOf<tQMTRACKBAR, TrackbarInst_Deinit, TrackbarInst_Move, TrackbarInst_Draw,
-                   TrackbarInst_Message>(u"GUICS_Trackbar_Class", InitWindow, kFace, true);
+                   TrackbarInst_Message>(u"GUICS_Trackbar_Class", InitTrackbarWindow, kTrackbarFace, true);
 }  // namespace
 
-BOOL TrackbarInitialize() { return RegisterControlClass(kClass); }
-void TrackbarTerminate() { UnregisterControlClass(kClass); }
+BOOL TrackbarInitialize() { return RegisterControlClass(kTrackbarClass); }
+void TrackbarTerminate() { UnregisterControlClass(kTrackbarClass); }
 
 int32_t Trackbar_DefScrollProc(uintptr_t, uint32_t code, ControlWindow* window, int32_t line, int32_t page) {
-    tQMTRACKBAR* t = RecordOf<tQMTRACKBAR>(window, kClass);
+    tQMTRACKBAR* t = RecordOf<tQMTRACKBAR>(window, kTrackbarClass);
     if (!t) return 0;
     SetValue(*t, Scrolled(*t, code, line, page, window->IsKeyDown(VK_CONTROL)), true);
     return t->slider.pos[0];

@@ -43,7 +43,7 @@ using CQmFileIOTypeEnum = Enumerator<IQmFileIOTypeEnum, IID_IQmFileIOTypeEnum, F
 using CQmFIOPluginEnum = Enumerator<IQmFIOPluginEnum, IID_IQmFIOPluginEnum, FIOPLUGINSTATE>;
 
 template <size_t N>
-void Copy(char16_t (&to)[N], const std::string& from) {
+void FillText(char16_t (&to)[N], const std::string& from) {
     CopyText(to, N, Utf16FromUtf8(from).c_str());
 }
 
@@ -52,10 +52,10 @@ void Copy(char16_t (&to)[N], const std::string& from) {
 FIOPLUGINSTATE StateOf(const PluginSummary& s) {
     FIOPLUGINSTATE state{};
     state.info = s.info;
-    Copy(state.info.readExtensions, s.readExtensions);
+    FillText(state.info.readExtensions, s.readExtensions);
     if (s.group >= 0) state.info.flags |= FIO_PLUGIN_OUT_OF_PROCESS;
     CopyText(state.library, std::size(state.library), WideFromPath(s.library).c_str());
-    Copy(state.failure, s.failure);
+    FillText(state.failure, s.failure);
     state.group = s.group;
     state.isFromCache = s.isFromCache;
     state.isLoaded = s.isLoaded;
@@ -69,7 +69,7 @@ IQmFileIOTypeEnum* MakeTypeEnum(IUnknown* manager, const PluginList& plugins, Pl
         FIOTYPEINFO& item = items.emplace_back();
         item.id = s.Id(role);
         CopyText(item.name, std::size(item.name), s.info.name);
-        Copy(item.extensions, s.Extensions(role));
+        FillText(item.extensions, s.Extensions(role));
     }
     return new CQmFileIOTypeEnum(manager, std::move(items));
 }

@@ -7,11 +7,11 @@ namespace tarn {
 namespace fs = std::filesystem;
 
 namespace {
-struct Row {
+struct Decoder {
     const char* vendor;  ///< the number of its maker on the bus
     HardwareDecoder decoder;
 };
-constexpr Row ROWS[] = {
+constexpr Decoder DECODERS[] = {
     {"0x10de", {FIO_DECODER_NVIDIA, "NVDEC", "NVIDIA GPU"}},
     {"0x1002", {FIO_DECODER_AMD, "UVD/VCN", "AMD GPU"}},
     {"0x8086", {FIO_DECODER_INTEL, "Quick Sync", "Intel GPU"}},
@@ -29,7 +29,7 @@ std::vector<HardwareDecoder> DetectHardwareDecoders(const fs::path& devices) {
         vendors.push_back(vendor.substr(0, vendor.find('\n')));
     }
     std::vector<HardwareDecoder> found = {{FIO_DECODER_NONE, "None", ""}};
-    for (const Row& row : ROWS)
+    for (const Decoder& row : DECODERS)
         for (const std::string& vendor : vendors)
             if (vendor == row.vendor) {
                 if (found.size() == 1) found.push_back({FIO_DECODER_AUTO, "Auto", ""});

@@ -28,11 +28,11 @@ struct AudioFacts {
     QmWaveFormatBlock format{};
     uint64_t frames = 0;
 };
-struct AudioRow {
+struct AudioProperty {
     std::string_view name;
     uint64_t (*value)(const AudioFacts&);
 };
-constexpr AudioRow AUDIO_ROWS[] = {
+constexpr AudioProperty AUDIO_PROPERTIES[] = {
     {"SamplingRate", [](const AudioFacts& f) -> uint64_t { return f.format.format.sampleRate; }},
     {"Channels", [](const AudioFacts& f) -> uint64_t { return f.format.format.channels; }},
     {"BitDepth", [](const AudioFacts& f) -> uint64_t { return f.format.format.BitsPerSample(); }},
@@ -44,11 +44,11 @@ constexpr AudioRow AUDIO_ROWS[] = {
      }},
 };
 
-struct VideoRow {
+struct VideoProperty {
     std::string_view name;
     double (*value)(const FIOVIDEOFORMAT&);
 };
-constexpr VideoRow VIDEO_ROWS[] = {
+constexpr VideoProperty VIDEO_PROPERTIES[] = {
     {"Width", [](const FIOVIDEOFORMAT& f) -> double { return f.width; }},
     {"Height", [](const FIOVIDEOFORMAT& f) -> double { return f.height; }},
     {"FrameCount", [](const FIOVIDEOFORMAT& f) { return static_cast<double>(f.frames); }},
@@ -69,7 +69,7 @@ std::optional<std::string> AudioPropertyOf(IQmReadFile& file, uint32_t stream, s
     if (audio->GetFormat(&facts.format.format, sizeof facts.format) != S_OK ||
         audio->GetFrames(&facts.frames) != S_OK)
         return {};
-    for (const AudioRow& row : AUDIO_ROWS)
+    for (const AudioProperty& row : AUDIO_PROPERTIES)
         if (row.name == name) return std::to_string(row.value(facts));
     return {};
 }
@@ -80,7 +80,7 @@ std::optional<std::string> VideoPropertyOf(IQmReadFile& file, uint32_t stream, s
     if (!video || video->GetFormat(&format) != S_OK) return {};
     format.codec[std::size(format.codec) - 1] = 0;
     if (name == "Format") return Utf8FromUtf16(format.codec);
-    for (const VideoRow& row : VIDEO_ROWS) {
+    for (const VideoProperty& row : VIDEO_PROPERTIES) {
         if (row.name != name) continue;
         char text[40];
         std::snprintf(text, sizeof text, "%.10g", row.value(format));

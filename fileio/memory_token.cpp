@@ -23,7 +23,7 @@ bool IsPossible(const _qmmemorytoken& t) { return t.size >= 0 && t.offset >= 0 &
 uint32_t OrBoth(uint32_t flags) { return flags ? flags : QMMEMORY_COPY_IN | QMMEMORY_COPY_OUT; }
 
 /// Another process's open file as one of ours; -1 where the system does not permit it.
-int FileOf(uint32_t process, uint64_t handle) {
+int MemoryFileOf(uint32_t process, uint64_t handle) {
     const auto pid = static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(process), 0));
     if (pid < 0) return -1;
     const auto file = static_cast<int>(::syscall(SYS_pidfd_getfd, pid, static_cast<int>(handle), 0));
@@ -31,7 +31,7 @@ int FileOf(uint32_t process, uint64_t handle) {
     return file;
 }
 
-iovec Span(void* at, size_t size) { return {at, size}; }
+iovec Stretch(void* at, size_t size) { return {at, size}; }
 void* RemoteAddress(const _qmmemorytoken& t) {
     return reinterpret_cast<void*>(t.base + static_cast<uint64_t>(t.offset));
 }
@@ -56,7 +56,7 @@ CMappingOfQmMemoryToken::CMappingOfQmMemoryToken(const _qmmemorytoken& token, ui
         return;
     }
     if (token.kind == QMMEMORY_MAPPING) {
-        const int own = descriptor >= 0 ? -1 : FileOf(token.processId, token.handle);
+        const int own = descriptor >= 0 ? -1 : MemoryFileOf(token.processId, token.handle);
         MapFile(descriptor >= 0 ? descriptor : own);
         if (own >= 0) ::close(own);
         return;
@@ -65,7 +65,7 @@ CMappingOfQmMemoryToken::CMappingOfQmMemoryToken(const _qmmemorytoken& token, ui
     void* block = MemAlloc(size);
     if (!block) return;
     if (m_flags & QMMEMORY_COPY_IN) {
-        const iovec here = Span(block, size), there = Span(RemoteAddress(token), size);
+        const iovec here = Stretch(block, size), there = Stretch(RemoteAddress(token), size);
         if (::process_vm_readv(static_cast<pid_t>(token.processId), &here, 1, &there, 1, 0) !=
             static_cast<ssize_t>(size)) {
             MemFree(block);
@@ -106,7 +106,7 @@ HRESULT CMappingOfQmMemoryToken::Dispose() {
     if (m_mapped) ::munmap(m_mapped, m_mappedBytes);
     if (m_isBlock) {
         const auto size = static_cast<size_t>(m_token.size);
-        const iovec here = Span(m_pointer, size), there = Span(RemoteAddress(m_token), size);
+        const iovec here = Stretch(m_pointer, size), there = Stretch(RemoteAddress(m_token), size);
         if ((m_flags & QMMEMORY_COPY_OUT) &&
             ::process_vm_writev(static_cast<pid_t>(m_token.processId), &here, 1, &there, 1, 0) !=
                 static_cast<ssize_t>(size))

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr size_t MOST_BYTES = 1 << 22;
+constexpr size_t MOST_CACHE_BYTES = 1 << 22;
 
 /// Headings are compared without case, and end at a bracket or a line; paths may hold anything.
 std::string SectionOf(const fs::path& library) {
@@ -70,7 +70,7 @@ int64_t ModTimeOf(const fs::path& library) {
 
 PluginCache::PluginCache(fs::path file) : m_file(std::move(file)) {
     std::string error;
-    if (ReadWholeFile(m_file, MOST_BYTES, m_stored, error)) m_ini = IniFile(m_stored);
+    if (ReadWholeFile(m_file, MOST_CACHE_BYTES, m_stored, error)) m_ini = IniFile(m_stored);
 }
 
 std::optional<FIOPLUGININFO> PluginCache::Find(const fs::path& library, int64_t modTime,

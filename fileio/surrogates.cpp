@@ -13,11 +13,11 @@ namespace tarn {
 namespace fs = std::filesystem;
 
 namespace {
-const char HERE = 0;
+const char BESIDE = 0;
 }  // namespace
 
 fs::path Surrogates::Program() {
-    const fs::path own = Module::FolderOf(&HERE);
+    const fs::path own = Module::FolderOf(&BESIDE);
     // Beside the library where it is built, else where it is installed.
     for (const fs::path& folder : {own, own / "tarn"})
         if (fs::path program = folder / "FileIOSurrogate"; ::access(program.c_str(), X_OK) == 0)

@@ -14,8 +14,6 @@ using namespace tarn;
 namespace {
 
 constexpr uint32_t HEAD = sizeof(tagQMTEMPLATExV2), SMALLEST = HEAD + 4;
-/// No renderer's settings are so large; a number beyond it is a sign of damage.
-constexpr uint32_t LARGEST = uint32_t{64} << 20;
 
 uint64_t TextOffset(uint64_t dataSize) { return HEAD + ((dataSize + 3) & ~uint64_t{3}); }
 
@@ -43,7 +41,7 @@ void SetTexts(tagQMTEMPLATExV2& t, std::u16string_view name, std::u16string_view
 
 OwnedTemplate NewBlock(uint64_t dataSize, size_t texts) {
     const uint64_t size = TextOffset(dataSize) + (texts + 2) * sizeof(char16_t);
-    if (size > LARGEST) throw std::bad_alloc();
+    if (size > FIO_TEMPLATE_LARGEST) throw std::bad_alloc();
     OwnedTemplate block(static_cast<tagQMTEMPLATExV2*>(CoTaskMemAlloc(size)));
     if (!block) throw std::bad_alloc();
     block->size = static_cast<uint32_t>(size);
@@ -121,7 +119,7 @@ HRESULT QmFio_LoadTemplateData(tagQMTEMPLATExV2** settings, IStream* stream, uin
                                const GUID* renderer) {
     if (!settings || !stream) return E_POINTER;
     *settings = nullptr;
-    if (size < HEAD || size > LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
+    if (size < HEAD || size > FIO_TEMPLATE_LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
     return Guarded([&]() -> HRESULT {
         OwnedTemplate block(static_cast<tagQMTEMPLATExV2*>(CoTaskMemAlloc(size)));
         uint32_t got = 0;

@@ -15,6 +15,9 @@
 
 struct IStream;
 
+/// No renderer's settings are so large; a size beyond it is a sign of damage.
+inline constexpr uint32_t FIO_TEMPLATE_LARGEST = uint32_t{64} << 20;
+
 inline constexpr uint32_t FIO_TEMPLATE_AUDIO = 1;
 inline constexpr uint32_t FIO_TEMPLATE_VIDEO = 2;
 

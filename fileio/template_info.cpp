@@ -41,11 +41,11 @@ _qmwaveformat FormatOf(const tagQMTEMPLATExV2& t) {
     return format;
 }
 
-struct AudioRow {
+struct TemplateValue {
     FIO_TEMPLATE_INFO which;
     uint32_t (*value)(const tagQMTEMPLATExV2&);
 };
-constexpr AudioRow AUDIO_ROWS[] = {
+constexpr TemplateValue AUDIO_VALUES[] = {
     {FIO_TEMPLATE_STREAMS, [](const tagQMTEMPLATExV2& t) { return t.audio.streams; }},
     {FIO_TEMPLATE_BIT_RATE, [](const tagQMTEMPLATExV2& t) { return t.audio.bitRate; }},
     {FIO_TEMPLATE_QUALITY, [](const tagQMTEMPLATExV2& t) { return t.audio.quality; }},
@@ -63,7 +63,7 @@ constexpr AudioRow AUDIO_ROWS[] = {
     {FIO_TEMPLATE_BYTES_PER_SECOND,
      [](const tagQMTEMPLATExV2& t) -> uint32_t { return t.audio.format.avgBytesPerSec; }},
 };
-constexpr AudioRow VIDEO_ROWS[] = {
+constexpr TemplateValue VIDEO_VALUES[] = {
     {FIO_TEMPLATE_STREAMS, [](const tagQMTEMPLATExV2& t) { return t.video.streams; }},
     {FIO_TEMPLATE_BIT_RATE, [](const tagQMTEMPLATExV2& t) { return t.video.bitRate; }},
     {FIO_TEMPLATE_WIDTH, [](const tagQMTEMPLATExV2& t) { return t.video.width; }},
@@ -140,10 +140,10 @@ HRESULT QmFio_GetTemplateInfo(const tagQMTEMPLATExV2* settings, uint32_t mask, v
     const bool isAudio = (mask & FIO_TEMPLATE_AUDIO) && HasAudio(*settings),
                isVideo = (mask & FIO_TEMPLATE_VIDEO) && HasVideo(*settings);
     uint32_t number = 0;
-    const std::span<const AudioRow> rows = isAudio   ? std::span<const AudioRow>(AUDIO_ROWS)
-                                           : isVideo ? std::span<const AudioRow>(VIDEO_ROWS)
-                                                     : std::span<const AudioRow>();
-    for (const AudioRow& row : rows)
+    const std::span<const TemplateValue> rows = isAudio   ? std::span<const TemplateValue>(AUDIO_VALUES)
+                                                : isVideo ? std::span<const TemplateValue>(VIDEO_VALUES)
+                                                          : std::span<const TemplateValue>();
+    for (const TemplateValue& row : rows)
         if (row.which == which) number = row.value(*settings);
     std::memcpy(value, &number, sizeof number);
     return rows.empty() ? S_FALSE : S_OK;

@@ -26,8 +26,6 @@ struct FIOTEMPLATECACHE {
 
 namespace {
 
-/// A number beyond it is a sign of damage.
-constexpr uint32_t LARGEST = uint32_t{64} << 20;
 constexpr char ENDING[] = ".tarn-template";
 constexpr int32_t METRIC_LAST_TEMPLATE = 2010;
 
@@ -246,7 +244,7 @@ HRESULT QmFio_LoadAppLastUsedTemplate(IQmFileIOMgrForApp* manager, tagQMTEMPLATE
         for (int i = 0; i < 2; i++) {
             hr = manager->GetMetricBinary(METRIC_LAST_TEMPLATE, bytes.data(),
                                           static_cast<uint32_t>(bytes.size()), &size);
-            if (hr != MEDIA_E_NO_ROOM || size > LARGEST) break;
+            if (hr != MEDIA_E_NO_ROOM || size > FIO_TEMPLATE_LARGEST) break;
             bytes.resize(size);
         }
         if (hr != S_OK) return MEDIA_E_NOT_FOUND;

@@ -11,9 +11,7 @@ using namespace tarn;
 
 namespace {
 
-constexpr uint32_t HEAD = 12, COUNT = 8;  ///< bytes, and where among them the number of blocks stands
-/// A number beyond it is a sign of damage.
-constexpr uint32_t LARGEST = uint32_t{64} << 20;
+constexpr uint32_t STREAM_HEAD = 12, COUNT = 8;  ///< bytes, and where among them the number of blocks stands
 
 /// A list of templates as it was when the stream was made, for reading; clones share it.
 class CQmTemplateStream final : public Counted<IStream, IID_ISequentialStream, IID_IStream> {
@@ -23,7 +21,7 @@ public:
         : m_bytes(std::move(bytes)), m_at(at) {}
 
     static std::shared_ptr<const Bytes> BytesOf(HQMLIST list) {
-        auto bytes = std::make_shared<Bytes>(HEAD);
+        auto bytes = std::make_shared<Bytes>(STREAM_HEAD);
         const auto count = static_cast<uint32_t>(list->count);
         std::memcpy(&(*bytes)[COUNT], &count, sizeof count);
         for (const tagQMTEMPLATExV2* t : QmList_Pointers<tagQMTEMPLATExV2>(list)) {
@@ -94,14 +92,14 @@ HRESULT QmFio_MakeTemplateListIStream(HQMLIST list, IStream** out) {
 HRESULT QmFio_AddTemplatesToListFromIStream(HQMLIST list, IStream* stream) {
     if (!list || !stream) return E_POINTER;
     if (const HRESULT hr = stream->Seek(0, STREAM_SEEK_SET, nullptr); Failed(hr)) return hr;
-    int32_t head[HEAD / sizeof(int32_t)];
+    int32_t head[STREAM_HEAD / sizeof(int32_t)];
     uint32_t got = 0;
     if (Failed(stream->Read(head, sizeof head, &got)) || got != sizeof head) return E_FAIL;
     if (head[COUNT / sizeof(int32_t)] < 1) return stream->Seek(0, STREAM_SEEK_SET, nullptr);
     for (int32_t i = 0; i < head[COUNT / sizeof(int32_t)]; i++) {
         uint32_t size = 0;
         if (Failed(stream->Read(&size, sizeof size, &got)) || got != sizeof size) return E_FAIL;
-        if (size < sizeof(tagQMTEMPLATExV2) || size > LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
+        if (size < sizeof(tagQMTEMPLATExV2) || size > FIO_TEMPLATE_LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
         OwnedTemplate block(static_cast<tagQMTEMPLATExV2*>(CoTaskMemAlloc(size)));
         if (!block) return E_OUTOFMEMORY;
         block->size = size;

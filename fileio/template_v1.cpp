@@ -9,17 +9,17 @@ using namespace tarn;
 
 namespace {
 
-constexpr uint32_t HEAD = sizeof(tagQMTEMPLATEV1), LARGEST = uint32_t{64} << 20;
+constexpr uint32_t HEAD_V1 = sizeof(tagQMTEMPLATEV1);
 
 /// In an id of one that was made of the first version, and behind it two zeros.
-constexpr uint64_t MARK = 0x110000801010;
+constexpr uint64_t MARK_V1 = 0x110000801010;
 constexpr size_t MARK_AT = 46 - offsetof(tagQMTEMPLATExV2, id);
 
-size_t TextOffset(const tagQMTEMPLATEV1& t) { return HEAD + ((size_t{t.dataSize} + 3) & ~size_t{3}); }
+size_t TextOffset(const tagQMTEMPLATEV1& t) { return HEAD_V1 + ((size_t{t.dataSize} + 3) & ~size_t{3}); }
 
 /// By the block's own size, which the memory has.
 bool IsSound(const tagQMTEMPLATEV1& t) {
-    return t.size >= HEAD && t.size <= LARGEST && t.version >> 24 == FIO_TEMPLATE_V1 >> 24 &&
+    return t.size >= HEAD_V1 && t.size <= FIO_TEMPLATE_LARGEST && t.version >> 24 == FIO_TEMPLATE_V1 >> 24 &&
            t.dataSize <= t.size && TextOffset(t) + uint64_t{t.textChars} * sizeof(char16_t) <= t.size;
 }
 
@@ -30,7 +30,7 @@ extern "C" {
 HRESULT QmFio_LoadTemplateDataV1(tagQMTEMPLATEV1** templateV1, IStream* stream, uint32_t size, BOOL hasSize) {
     if (!templateV1 || !stream) return E_POINTER;
     *templateV1 = nullptr;
-    if (size < HEAD || size > LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
+    if (size < HEAD_V1 || size > FIO_TEMPLATE_LARGEST) return MEDIA_E_UNKNOWN_FORMAT;
     auto* block = static_cast<tagQMTEMPLATEV1*>(CoTaskMemAlloc(size));
     if (!block) return E_OUTOFMEMORY;
     block->size = size;
@@ -70,8 +70,8 @@ HRESULT QmFio_UpliftTemplateV1(tagQMTEMPLATExV2** settings, const tagQMTEMPLATEV
         GUID id{};
         if (hr = QmFio_InitGUIDFromTemplateMD5DataHash(&id, made, 1); Failed(hr)) return hr;
         auto* bytes = reinterpret_cast<uint8_t*>(&id);
-        std::memcpy(bytes + MARK_AT, &MARK, sizeof MARK);
-        std::memset(bytes + MARK_AT + sizeof MARK, 0, sizeof id - MARK_AT - sizeof MARK);
+        std::memcpy(bytes + MARK_AT, &MARK_V1, sizeof MARK_V1);
+        std::memset(bytes + MARK_AT + sizeof MARK_V1, 0, sizeof id - MARK_AT - sizeof MARK_V1);
         std::memcpy(&made->id, &id, sizeof id);
         *settings = block.release();
         return S_OK;
@@ -84,7 +84,7 @@ BOOL QmFio_IsUpliftedV1Template(const tagQMTEMPLATExV2* settings) {
     std::memcpy(id, &settings->id, sizeof id);
     uint64_t mark = 0;
     std::memcpy(&mark, id + MARK_AT, sizeof mark);
-    return mark == MARK && id[14] == 0 && id[15] == 0;
+    return mark == MARK_V1 && id[14] == 0 && id[15] == 0;
 }
 
 }  // extern "C"

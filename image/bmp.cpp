@@ -30,7 +30,7 @@ size_t TableBytes(const BITMAPINFOHEADER& header) {
     return static_cast<size_t>(static_cast<uint8_t*>(QmDibBits(&header)) - none) - sizeof header;
 }
 
-constexpr uint32_t MOST_COLORS = 256;
+constexpr uint32_t MOST_TABLE_COLORS = 256;
 
 }  // namespace
 
@@ -42,7 +42,7 @@ HRESULT QmDibFromBmp(BITMAPINFOHEADER** dib, const void* bytes, size_t size) {
     struct {
         FileHeader file;
         BITMAPINFOHEADER head;
-        uint8_t table[MOST_COLORS * sizeof(RGBQUAD)];
+        uint8_t table[MOST_TABLE_COLORS * sizeof(RGBQUAD)];
     } start{};
     constexpr size_t HEADS = sizeof(FileHeader) + sizeof(BITMAPINFOHEADER);
     if (size < HEADS || std::memcmp(bytes, "BM", 2) != 0) return QM_E_UNKNOWN_FORMAT;
@@ -52,7 +52,7 @@ HRESULT QmDibFromBmp(BITMAPINFOHEADER** dib, const void* bytes, size_t size) {
     BITMAPINFOHEADER& head = start.head;
     // Later forms of the head are longer, and begin as this one does; their masks stand where its do.
     const uint32_t headBytes = head.biSize;
-    if (headBytes < sizeof head || headBytes > 124 || head.biClrUsed > MOST_COLORS)
+    if (headBytes < sizeof head || headBytes > 124 || head.biClrUsed > MOST_TABLE_COLORS)
         return QM_E_UNKNOWN_FORMAT;
     const size_t table = TableBytes(head);
     const size_t tableAt =

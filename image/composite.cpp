@@ -41,7 +41,7 @@ HRESULT Checked(const QMCOMPOSITEPARAMS* params) {
 }
 
 /// One direction of two rectangles; wide enough for any difference of coordinates.
-struct Range {
+struct Extent {
     int64_t low, high;
     int64_t Width() const { return high - low; }
 };
@@ -49,7 +49,7 @@ struct Range {
 int64_t Bound(LONG side) { return std::clamp<int64_t>(side, 0, INT32_MAX / Q14_ONE) * Q14_ONE; }
 
 /// Cuts `range` to 0..bound and the other by as much times `factor`.
-void Clip(Range& range, int64_t bound, Range& other, double factor) {
+void Clip(Extent& range, int64_t bound, Extent& other, double factor) {
     const auto carried = [=](int64_t cut) { return static_cast<int64_t>(static_cast<double>(cut) * factor); };
     if (range.low < 0) {
         other.low += carried(-range.low);
@@ -61,9 +61,9 @@ void Clip(Range& range, int64_t bound, Range& other, double factor) {
     }
 }
 
-bool PrepareAxis(Range& dst, LONG dstSide, Range& src, LONG srcSide, int64_t& scale, int64_t& step) {
+bool PrepareAxis(Extent& dst, LONG dstSide, Extent& src, LONG srcSide, int64_t& scale, int64_t& step) {
     constexpr int64_t LEAST = Q14_ONE / 16;
-    const Range asked = src;
+    const Extent asked = src;
     if (dst.Width() < LEAST || asked.Width() < Q14_ONE) return false;
     const double factor = static_cast<double>(asked.Width()) / static_cast<double>(dst.Width());
     scale = static_cast<int64_t>(factor * Q14_ONE);
@@ -109,17 +109,17 @@ int32_t QmPrepareSubpixelParam(QMSUBPIXELPARAM* param, void* dstBits, const SIZE
                                const RECT* dstRect, const void* srcBits, const SIZE* srcSize,
                                int32_t srcStride, const RECT* srcRect) {
     const auto range = [](const LONG RECT::*low, const LONG RECT::*high, const RECT* rect, LONG side) {
-        return rect ? Range{rect->*low, rect->*high} : Range{0, Bound(side)};
+        return rect ? Extent{rect->*low, rect->*high} : Extent{0, Bound(side)};
     };
-    Range dstX = range(&RECT::left, &RECT::right, dstRect, dstSize->cx),
-          dstY = range(&RECT::top, &RECT::bottom, dstRect, dstSize->cy),
-          srcX = range(&RECT::left, &RECT::right, srcRect, srcSize->cx),
-          srcY = range(&RECT::top, &RECT::bottom, srcRect, srcSize->cy);
+    Extent dstX = range(&RECT::left, &RECT::right, dstRect, dstSize->cx),
+           dstY = range(&RECT::top, &RECT::bottom, dstRect, dstSize->cy),
+           srcX = range(&RECT::left, &RECT::right, srcRect, srcSize->cx),
+           srcY = range(&RECT::top, &RECT::bottom, srcRect, srcSize->cy);
     QMSUBPIXELPARAM made{};
     if (!PrepareAxis(dstX, dstSize->cx, srcX, srcSize->cx, made.scaleX, made.stepX) ||
         !PrepareAxis(dstY, dstSize->cy, srcY, srcSize->cy, made.scaleY, made.stepY))
         return 0;
-    const auto rect = [](const Range& x, const Range& y) {
+    const auto rect = [](const Extent& x, const Extent& y) {
         return RECT{static_cast<LONG>(x.low), static_cast<LONG>(y.low), static_cast<LONG>(x.high),
                     static_cast<LONG>(y.high)};
     };

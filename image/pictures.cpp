@@ -68,13 +68,13 @@ void WriteBytes(png_structp png, png_bytep from, size_t count) {
 void Silent(png_structp, png_const_charp) {}
 [[noreturn]] void Return(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 
-struct Reader {
+struct PngReader {
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, Return, Silent);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
-    Reader() = default;
-    ~Reader() { png_destroy_read_struct(&png, &info, nullptr); }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
+    PngReader() = default;
+    ~PngReader() { png_destroy_read_struct(&png, &info, nullptr); }
+    PngReader(const PngReader&) = delete;
+    PngReader& operator=(const PngReader&) = delete;
 };
 struct Writer {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Return, Silent);
@@ -120,7 +120,7 @@ QMPIXELTYPE TypeOf(png_structp png, png_infop info, bool isAsked) {
 }
 
 /// The steps to the header, in a function without objects that a jump would leave behind.
-bool ReadPngHeader(Reader& reader, Source& source, bool isAsked, QMPIXELTYPE& type) {
+bool ReadPngHeader(PngReader& reader, Source& source, bool isAsked, QMPIXELTYPE& type) {
     if (setjmp(png_jmpbuf(reader.png))) return false;
     png_set_read_fn(reader.png, &source, ReadBytes);
     png_set_user_limits(reader.png, DIB_MAX_SIDE, DIB_MAX_SIDE);
@@ -128,7 +128,7 @@ bool ReadPngHeader(Reader& reader, Source& source, bool isAsked, QMPIXELTYPE& ty
     type = TypeOf(reader.png, reader.info, isAsked);
     return true;
 }
-bool ReadPngPixels(Reader& reader, uint8_t** rows, size_t rowBytes) {
+bool ReadPngPixels(PngReader& reader, uint8_t** rows, size_t rowBytes) {
     if (setjmp(png_jmpbuf(reader.png))) return false;
     png_set_interlace_handling(reader.png);
     png_read_update_info(reader.png, reader.info);
@@ -139,7 +139,7 @@ bool ReadPngPixels(Reader& reader, uint8_t** rows, size_t rowBytes) {
     return true;
 }
 
-int32_t PaletteOf(const Reader& reader, RGBQUAD palette[256]) {
+int32_t PaletteOf(const PngReader& reader, RGBQUAD palette[256]) {
     png_colorp colors = nullptr;
     int count = 0;
     if (png_get_PLTE(reader.png, reader.info, &colors, &count) == 0) return 0;
@@ -149,7 +149,7 @@ int32_t PaletteOf(const Reader& reader, RGBQUAD palette[256]) {
 }
 
 HRESULT FromPng(OwnedDib& dib, const void* bytes, size_t size) {
-    Reader reader;
+    PngReader reader;
     if (!reader.info) return E_OUTOFMEMORY;
     Source source{static_cast<const uint8_t*>(bytes), size};
     QMPIXELTYPE type = QMPIXEL_UNKNOWN;
@@ -295,7 +295,7 @@ bool WritePng(Writer& writer, Sink& sink, const DibView& view, const PngForm& fo
 HRESULT QmDibPictureInfo(BITMAPINFOHEADER* header, const void* bytes, size_t size) {
     if (!header || !bytes) return E_POINTER;
     if (IsPng(bytes, size)) {
-        Reader reader;
+        PngReader reader;
         if (!reader.info) return E_OUTOFMEMORY;
         Source source{static_cast<const uint8_t*>(bytes), size};
         QMPIXELTYPE type = QMPIXEL_UNKNOWN;

@@ -6,14 +6,14 @@ using namespace tarn;
 
 namespace {
 
-struct Row {
+struct LayoutRow {
     QMPIXELTYPE type;
     VideoLayout layout;
 };
 
 // Samples of 10 and 12 bits lie in the high bits of their words, but for PL10, the three-plane form of P010,
 // where they are plain numbers.
-constexpr Row ROWS[] = {
+constexpr LayoutRow LAYOUTS[] = {
     {QMPIXEL_UYVY, {VideoKind::Packed422, 8, 0, 1, 1, 0, false, 1, 0, 2}},
     {QMPIXEL_YUYV, {VideoKind::Packed422, 8, 0, 1, 1, 0, false, 0, 1, 3}},
     {QMPIXEL_Y210, {VideoKind::Packed422, 10, 6, 2, 1, 0, false, 0, 1, 3}},
@@ -38,7 +38,7 @@ constexpr Row ROWS[] = {
 }  // namespace
 
 const VideoLayout* tarn::FindVideoLayout(QMPIXELTYPE type) {
-    for (const Row& row : ROWS)
+    for (const LayoutRow& row : LAYOUTS)
         if (row.type == type) return &row.layout;
     return nullptr;
 }

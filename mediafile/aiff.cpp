@@ -15,14 +15,14 @@ constexpr uint32_t COMM = BigFourCC("COMM"), SSND = BigFourCC("SSND"), MARK = Bi
 constexpr uint32_t CHUNK_HEADER = 8;
 constexpr int64_t FIRST_CHUNK = 12;
 
-FileStream On(HQMFILE file) { return FileStream{file}; }
+FileStream AiffOn(HQMFILE file) { return FileStream{file}; }
 ChunkIo<FileStream> ChunksOf(HQMFILE file) { return {FileStream{file}, AIFF_GRAMMAR}; }
 void Move(HQMFILE file, int64_t bytes) { QmFile_Seek(file, bytes, FILE_FROM_CURRENT); }
 
 template <class Number>
 HRESULT ReadNumber(HQMFILE file, Number* value) {
     uint8_t bytes[sizeof *value] = {};
-    const bool read = On(file).Read(bytes, sizeof bytes);
+    const bool read = AiffOn(file).Read(bytes, sizeof bytes);
     *value = FromBigEndian<Number>(bytes);
     return read ? S_OK : MEDIA_E_READ;
 }
@@ -30,7 +30,7 @@ template <class Number>
 HRESULT WriteNumber(HQMFILE file, Number value) {
     uint8_t bytes[sizeof value];
     ToBigEndian(bytes, value);
-    return On(file).Write(bytes, sizeof bytes) ? S_OK : MEDIA_E_WRITE;
+    return AiffOn(file).Write(bytes, sizeof bytes) ? S_OK : MEDIA_E_WRITE;
 }
 
 template <class Number>
@@ -45,7 +45,7 @@ void SwapAll(void* buffer, uint32_t count) {
 /// Among the chunks of the form, from its first.
 HRESULT FindInForm(HQMFILE file, uint32_t formSize, uint32_t id, uint32_t* size) {
     uint32_t left = formSize - std::min(formSize, 4u);
-    if (!On(file).Seek(FIRST_CHUNK)) return MEDIA_E_READ;
+    if (!AiffOn(file).Seek(FIRST_CHUNK)) return MEDIA_E_READ;
     return iff_FindChunkHeader(file, id, size, &left);
 }
 
@@ -114,7 +114,7 @@ HRESULT iff_SeekChunkHeader(HQMFILE file, uint32_t id, uint32_t* size) {
 HRESULT iff_FindChunkFromStart(HQMFILE file, uint32_t id, uint32_t* size) {
     IFFCHUNKHEADER header{};
     uint32_t form = 0;
-    On(file).Seek(0);
+    AiffOn(file).Seek(0);
     if (Failed(iff_ReadFormType(file, &header, &form))) return MEDIA_E_NO_RIFF;
     return Succeeded(iff_SeekChunkHeader(file, id, size)) ? S_OK : MEDIA_E_NOT_FOUND;
 }
@@ -127,7 +127,7 @@ HRESULT iff_FindMarker(HQMFILE file, IFFMARKER* record, uint32_t id) {
     int64_t left = int64_t{size} - 2;
     for (; count > 0 && left > 0; count--) {
         uint8_t bytes[sizeof *record];
-        if (!On(file).Read(bytes, sizeof bytes)) return MEDIA_E_NO_RIFF;
+        if (!AiffOn(file).Read(bytes, sizeof bytes)) return MEDIA_E_NO_RIFF;
         *record = {FromBigEndian<uint16_t>(bytes), FromBigEndian<uint32_t>(bytes + 2), bytes[6]};
         if (record->id == id) return S_OK;
         // The length byte and the name are even together.
@@ -172,7 +172,7 @@ BOOL iff_IsAIFFFileEx(HQMFILE file, uint32_t* formSize, BOOL* isAifc, BOOL* isLi
     *isAifc = *isLittleEndian = 0;
     IFFCHUNKHEADER header{};
     uint32_t form = 0;
-    if (!On(file).Seek(0) || Failed(iff_ReadFormType(file, &header, &form))) return 0;
+    if (!AiffOn(file).Seek(0) || Failed(iff_ReadFormType(file, &header, &form))) return 0;
     *formSize = header.size;
     if (form == AIFF) return 1;
     if (form != AIFC) return 0;
@@ -180,8 +180,8 @@ BOOL iff_IsAIFFFileEx(HQMFILE file, uint32_t* formSize, BOOL* isAifc, BOOL* isLi
     uint32_t size = 0;
     uint8_t comm[AIFC_COMM_BYTES];
     const bool read =
-        Succeeded(FindInForm(file, header.size, COMM, &size)) && On(file).Read(comm, sizeof comm);
-    On(file).Seek(FIRST_CHUNK);
+        Succeeded(FindInForm(file, header.size, COMM, &size)) && AiffOn(file).Read(comm, sizeof comm);
+    AiffOn(file).Seek(FIRST_CHUNK);
     if (!read) return 0;
     const auto compression = FromBigEndian<uint32_t>(comm + 18);
     *isLittleEndian = compression == BigFourCC("sowt");
@@ -194,7 +194,7 @@ HRESULT iff_GetAIFFWfx(HQMFILE file, WAVEFORMATEX* wfx, uint64_t* frames, uint64
     if (!iff_IsAIFFFileEx(file, &formSize, &isAifc, &isLittleEndian)) return MEDIA_E_UNKNOWN_FORMAT;
     if (const HRESULT hr = FindInForm(file, formSize, COMM, &size); Failed(hr)) return hr;
     uint8_t bytes[AIFC_COMM_BYTES];
-    if (!On(file).Read(bytes, isAifc ? AIFC_COMM_BYTES : AIFF_COMM_BYTES)) return MEDIA_E_READ;
+    if (!AiffOn(file).Read(bytes, isAifc ? AIFC_COMM_BYTES : AIFF_COMM_BYTES)) return MEDIA_E_READ;
     const AiffComm comm = ReadComm(bytes);
 
     const uint32_t frameBytes = (comm.bits >> 3) * uint32_t{comm.channels};

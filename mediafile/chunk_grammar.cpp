@@ -54,13 +54,13 @@ struct KnownLabel {
     const GUID& guid;
     const char* name;
 };
-const KnownLabel LABELS[] = {{W64_RIFF, "riff"}, {W64_LIST, "list"}, {W64_WAVE, "wave"},
-                             {W64_FMT, "fmt "},  {W64_DATA, "data"}, {W64_JUNK, "junk"}};
+const KnownLabel KNOWN_LABELS[] = {{W64_RIFF, "riff"}, {W64_LIST, "list"}, {W64_WAVE, "wave"},
+                                   {W64_FMT, "fmt "},  {W64_DATA, "data"}, {W64_JUNK, "junk"}};
 
 std::string LabelText(const uint8_t* bytes) {
     GUID guid;
     std::memcpy(&guid, bytes, sizeof guid);
-    for (const KnownLabel& label : LABELS)
+    for (const KnownLabel& label : KNOWN_LABELS)
         if (label.guid == guid) return label.name;
     return GuidText(guid);
 }

@@ -12,7 +12,7 @@ namespace {
 constexpr uint32_t RECORD = 16;         // of plain samples, without the count of codec bytes
 constexpr uint64_t MOST_RECORD = 4096;  // with codec bytes
 constexpr uint64_t SEARCHED = 1 << 20;  // a header is found again within so many bytes
-constexpr uint32_t MOST_CHUNKS = 1000;
+constexpr uint32_t MOST_HEAD_CHUNKS = 1000;
 
 /// What a format begins with that a search came upon.
 bool IsLikelyFormat(const uint8_t* record) {
@@ -151,7 +151,7 @@ private:
     void FindAiff() {
         Chunk chunk;
         uint64_t at = m_head.formBytes;
-        for (uint32_t n = 0; n < MOST_CHUNKS && ReadChunk(at, &chunk); n++, at = Behind(chunk)) {
+        for (uint32_t n = 0; n < MOST_HEAD_CHUNKS && ReadChunk(at, &chunk); n++, at = Behind(chunk)) {
             if (!m_g->IsPlausible(chunk.bytes)) break;
             if (chunk.id == m_g->format && !m_head.format) {
                 m_head.format = chunk.body;
@@ -179,7 +179,7 @@ private:
         if (isAtUsual && ReadChunk(at, &chunk) && chunk.id != m_g->format && !LeadsOn(chunk) &&
             IsConsistentFormat(record))
             at = TakeBareRecord(usual);
-        for (uint32_t n = 0; n < MOST_CHUNKS && m_head.refusal.empty(); n++) {
+        for (uint32_t n = 0; n < MOST_HEAD_CHUNKS && m_head.refusal.empty(); n++) {
             if (!ReadChunk(at, &chunk)) return (void)Refused("the file ends within its header");
             if (chunk.id == m_g->samples) {
                 if (!HasFormat() && !TakeHint(chunk.at, chunk.at)) return;
@@ -281,7 +281,7 @@ private:
         return std::nullopt;
     }
     bool LeadsToSamples(Chunk chunk) const {
-        for (uint32_t n = 0; n < MOST_CHUNKS && chunk.id != m_g->samples; n++)
+        for (uint32_t n = 0; n < MOST_HEAD_CHUNKS && chunk.id != m_g->samples; n++)
             if (chunk.id == m_g->format || !m_g->IsKnown(chunk.bytes) || !LeadsOn(chunk) ||
                 !ReadChunk(Behind(chunk), &chunk))
                 return false;

@@ -14,7 +14,7 @@ namespace tarn {
 namespace {
 
 /// A file with more of them is reported up to here.
-constexpr size_t MOST_CHUNKS = 100000, MOST_PROBLEMS = 1000;
+constexpr size_t MOST_LISTED = 100000, MOST_PROBLEMS = 1000;
 constexpr uint32_t MOST_FORMAT = sizeof(WAVEFORMATEX) + UINT16_MAX;
 
 class Inspector {
@@ -89,7 +89,7 @@ private:
         ChunkIo<SourceStream> chunks(SourceStream(m_source), g, &m_longSizes);
         ChunkHead head;
         while (at < end) {
-            if (m_contents.chunks.size() >= MOST_CHUNKS) return Note(at, "more chunks than are looked at");
+            if (m_contents.chunks.size() >= MOST_LISTED) return Note(at, "more chunks than are looked at");
             if (end - at < g.header) {
                 if (end - at >= g.multiple) Note(at, std::to_string(end - at) + " bytes that are no chunk");
                 return;

@@ -18,8 +18,8 @@ struct Layout {
     const void* data;  ///< label of the samples' chunk
 };
 
-constexpr Layout WAVE = {20, 38, WAVE_GRAMMAR, "data"};
-constexpr Layout WAVE64 = {64, 88, WAVE64_GRAMMAR, &W64_DATA};
+constexpr Layout WAVE_LAYOUT = {20, 38, WAVE_GRAMMAR, "data"};
+constexpr Layout WAVE64_LAYOUT = {64, 88, WAVE64_GRAMMAR, &W64_DATA};
 
 WAVEFORMATEX DefaultHint() {
     WAVEFORMATEX hint;
@@ -68,8 +68,8 @@ HRESULT SearchData(FileStream s, const Layout& layout, int64_t scanEnd, int64_t*
     }
 }
 
-HRESULT Find(HQMFILE file, const Layout& layout, const WAVEFORMATEX* hint, int64_t limit,
-             LostSamples* found) {
+HRESULT FindSamples(HQMFILE file, const Layout& layout, const WAVEFORMATEX* hint, int64_t limit,
+                    LostSamples* found) {
     const FileStream s{file};
     const PositionKeeper keeper(s);
     const int64_t length = s.Size(), scanEnd = std::min(length, limit);
@@ -91,10 +91,10 @@ int64_t Bounded(uint64_t limit) { return static_cast<int64_t>(std::min<uint64_t>
 }  // namespace
 
 HRESULT FindLostWavSamples(HQMFILE file, const WAVEFORMATEX* hint, uint64_t limit, LostSamples* found) {
-    return Find(file, WAVE, hint, Bounded(limit), found);
+    return FindSamples(file, WAVE_LAYOUT, hint, Bounded(limit), found);
 }
 HRESULT FindLostW64Samples(HQMFILE file, const WAVEFORMATEX* hint, uint64_t limit, LostSamples* found) {
-    return Find(file, WAVE64, hint, Bounded(limit - limit % 8), found);
+    return FindSamples(file, WAVE64_LAYOUT, hint, Bounded(limit - limit % 8), found);
 }
 
 }  // namespace tarn

@@ -8,11 +8,11 @@
 using namespace tarn;
 
 namespace {
-struct Row {
+struct CodeRow {
     HRESULT status;
     const QMLANGSTRINGID& text;
 };
-const Row ROWS[] = {
+const CodeRow CODES[] = {
     {MEDIA_E_UNSUPPORTED_TYPE, KS_Media_UnsupportedType},
     {MEDIA_E_OPEN, KS_Media_Open},
     {MEDIA_E_READ, KS_Media_Read},
@@ -38,6 +38,6 @@ const Row ROWS[] = {
 }  // namespace
 
 const char16_t* QmMedia_StatusText(HRESULT status) {
-    const auto* row = std::ranges::find(ROWS, status, &Row::status);
-    return row == std::end(ROWS) ? nullptr : KernelText(row->text);
+    const auto* row = std::ranges::find(CODES, status, &CodeRow::status);
+    return row == std::end(CODES) ? nullptr : KernelText(row->text);
 }

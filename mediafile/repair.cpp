@@ -21,9 +21,9 @@ bool IsPacked(uint32_t tag) {
     return tag == WAVE_TAG_PCM || tag == WAVE_TAG_IEEE_FLOAT || tag == ALAW || tag == MULAW;
 }
 
-class Planner {
+class RepairPlanner {
 public:
-    Planner(const ByteSource& source, const MediaRepairOptions& options)
+    RepairPlanner(const ByteSource& source, const MediaRepairOptions& options)
         : m_source(source), m_options(options), m_length(source.Size()) {}
 
     MediaRepairPlan Plan() {
@@ -269,7 +269,7 @@ private:
 }  // namespace
 
 MediaRepairPlan PlanMediaRepair(HQMFILE file, const MediaRepairOptions& options) {
-    return Planner(FileSource(file), options).Plan();
+    return RepairPlanner(FileSource(file), options).Plan();
 }
 
 HRESULT ApplyMediaRepair(HQMFILE file, const MediaRepairPlan& plan) {

@@ -6,7 +6,7 @@
 using namespace tarn;
 
 namespace {
-Riff<FileStream> On(HQMFILE file) { return Riff<FileStream>(FileStream{file}); }
+Riff<FileStream> RiffOn(HQMFILE file) { return Riff<FileStream>(FileStream{file}); }
 }  // namespace
 
 extern "C" {
@@ -23,63 +23,65 @@ HRESULT riff_RestoreLocation(HQMFILE file, uint32_t position) {
     return QmFile_Seek(file, position, FILE_FROM_START) >= 0 ? S_OK : MEDIA_E_READ;
 }
 
-uint32_t riff_SkipChunk(HQMFILE file, uint32_t size) { return On(file).SkipChunk(size); }
-HRESULT riff_ReadData(HQMFILE file, void* buffer, uint32_t bytes) { return On(file).ReadData(buffer, bytes); }
-HRESULT riff_ReadDataBounded(HQMFILE file, void* buffer, uint32_t room, uint32_t size) {
-    return On(file).ReadDataBounded(buffer, room, size);
+uint32_t riff_SkipChunk(HQMFILE file, uint32_t size) { return RiffOn(file).SkipChunk(size); }
+HRESULT riff_ReadData(HQMFILE file, void* buffer, uint32_t bytes) {
+    return RiffOn(file).ReadData(buffer, bytes);
 }
-HRESULT riff_ReadDataAlloc(HQMFILE file, RIFFDATABLOCK* block) { return On(file).ReadDataAlloc(block); }
-HRESULT riff_SetRIFFSize(HQMFILE file, uint32_t size) { return On(file).SetRiffSize(size); }
-HRESULT riff_GetFileSize(HQMFILE file, uint32_t* size) { return On(file).GetFileSize(size); }
-HRESULT riff_UpdateRIFFSize(HQMFILE file, int64_t delta) { return On(file).UpdateRiffSize(delta); }
+HRESULT riff_ReadDataBounded(HQMFILE file, void* buffer, uint32_t room, uint32_t size) {
+    return RiffOn(file).ReadDataBounded(buffer, room, size);
+}
+HRESULT riff_ReadDataAlloc(HQMFILE file, RIFFDATABLOCK* block) { return RiffOn(file).ReadDataAlloc(block); }
+HRESULT riff_SetRIFFSize(HQMFILE file, uint32_t size) { return RiffOn(file).SetRiffSize(size); }
+HRESULT riff_GetFileSize(HQMFILE file, uint32_t* size) { return RiffOn(file).GetFileSize(size); }
+HRESULT riff_UpdateRIFFSize(HQMFILE file, int64_t delta) { return RiffOn(file).UpdateRiffSize(delta); }
 HRESULT riff_WriteChunkHeader(HQMFILE file, uint32_t id, uint32_t size) {
-    return On(file).WriteChunkHeader(id, size);
+    return RiffOn(file).WriteChunkHeader(id, size);
 }
 HRESULT riff_WriteChunk(HQMFILE file, uint32_t id, const void* buffer, uint32_t size, uint32_t* written) {
-    return On(file).WriteChunk(id, buffer, size, written);
+    return RiffOn(file).WriteChunk(id, buffer, size, written);
 }
 HRESULT riff_WriteListHeader(HQMFILE file, uint32_t type, uint32_t size) {
-    return On(file).WriteListHeader(type, size);
+    return RiffOn(file).WriteListHeader(type, size);
 }
 HRESULT riff_WriteFileID(HQMFILE file, uint32_t form, uint32_t size) {
-    return On(file).WriteFileId(form, size);
+    return RiffOn(file).WriteFileId(form, size);
 }
 HRESULT riff_ReadChunkHeader(HQMFILE file, uint32_t* id, uint32_t* size) {
-    return On(file).ReadChunkHeader(id, size);
+    return RiffOn(file).ReadChunkHeader(id, size);
 }
 HRESULT riff_ReadListHeader(HQMFILE file, uint32_t* type, uint32_t* size) {
-    return On(file).ReadListHeader(type, size);
+    return RiffOn(file).ReadListHeader(type, size);
 }
 HRESULT riff_ReadFileID(HQMFILE file, uint32_t* size, uint32_t* form) {
-    return On(file).ReadFileId(size, form);
+    return RiffOn(file).ReadFileId(size, form);
 }
-HRESULT riff_SeekDataStart(HQMFILE file) { return On(file).SeekDataStart(); }
+HRESULT riff_SeekDataStart(HQMFILE file) { return RiffOn(file).SeekDataStart(); }
 HRESULT riff_FindChunkHeader(HQMFILE file, uint32_t id, uint32_t* size, uint32_t* remaining) {
-    return On(file).FindChunkHeader(id, size, remaining);
+    return RiffOn(file).FindChunkHeader(id, size, remaining);
 }
 HRESULT riff_FindChunkHeaderInRIFF(HQMFILE file, uint32_t id, uint32_t* size, uint32_t* remaining) {
-    return On(file).FindChunkHeaderInRiff(id, size, remaining);
+    return RiffOn(file).FindChunkHeaderInRiff(id, size, remaining);
 }
 HRESULT riff_FindListChunk(HQMFILE file, uint32_t type, uint32_t* size, uint32_t* remaining) {
-    return On(file).FindListChunk(type, size, remaining);
+    return RiffOn(file).FindListChunk(type, size, remaining);
 }
 HRESULT riff_FindListChunkFromStart(HQMFILE file, uint32_t type, uint32_t* size) {
-    return On(file).FindListChunkFromStart(type, size);
+    return RiffOn(file).FindListChunkFromStart(type, size);
 }
 HRESULT riff_GetNumListEntries(HQMFILE file, uint32_t* count, uint32_t* remaining) {
-    return On(file).GetNumListEntries(count, remaining);
+    return RiffOn(file).GetNumListEntries(count, remaining);
 }
 HRESULT riff_SeekListEntry(HQMFILE file, uint32_t entry, uint32_t* remaining) {
-    return On(file).SeekListEntry(entry, remaining);
+    return RiffOn(file).SeekListEntry(entry, remaining);
 }
 HRESULT riff_DeleteChunk(HQMFILE file, uint32_t id, uint32_t* removed, BOOL isList) {
-    return On(file).DeleteChunk(id, removed, isList);
+    return RiffOn(file).DeleteChunk(id, removed, isList);
 }
 HRESULT riff_WriteANSIString(HQMFILE file, const char16_t* text, uint32_t* written) {
-    return On(file).WriteAnsiString(text, written);
+    return RiffOn(file).WriteAnsiString(text, written);
 }
 HRESULT riff_ReadANSIString(HQMFILE file, char16_t* text, uint32_t capacity, uint32_t* size) {
-    return On(file).ReadAnsiString(text, capacity, size);
+    return RiffOn(file).ReadAnsiString(text, capacity, size);
 }
 
 HRESULT riff_ReadRIFFCDDA(HQMFILE file, RIFFCDDA* record) {

@@ -7,7 +7,7 @@ using namespace tarn;
 
 namespace {
 
-ChunkIo<FileStream> On(HQMFILE file) { return {FileStream{file}, WAVE64_GRAMMAR}; }
+ChunkIo<FileStream> Riff64On(HQMFILE file) { return {FileStream{file}, WAVE64_GRAMMAR}; }
 HRESULT Written(bool done) { return done ? S_OK : MEDIA_E_WRITE; }
 HRESULT Read(bool done) { return done ? S_OK : MEDIA_E_READ; }
 
@@ -27,48 +27,50 @@ HRESULT riff64_SaveLocation(HQMFILE file, uint64_t* position) {
 HRESULT riff64_RestoreLocation(HQMFILE file, uint64_t position) {
     return Read(QmFile_Seek(file, static_cast<int64_t>(position), FILE_FROM_START) >= 0);
 }
-uint64_t riff64_SkipChunk(HQMFILE file, uint64_t size) { return On(file).Skip(size); }
+uint64_t riff64_SkipChunk(HQMFILE file, uint64_t size) { return Riff64On(file).Skip(size); }
 const char16_t* riff64_getGUIDLabel(const GUID*) { return nullptr; }
 const char16_t* riff64_getGUIDLabelProperly(const GUID*) { return nullptr; }
 
 HRESULT riff64_ReadData(HQMFILE file, void* buffer, uint64_t bytes) {
-    return On(file).ReadData(buffer, static_cast<uint32_t>(bytes));
+    return Riff64On(file).ReadData(buffer, static_cast<uint32_t>(bytes));
 }
 HRESULT riff64_ReadDataBounded(HQMFILE file, void* buffer, uint32_t room, uint32_t size) {
-    return On(file).ReadDataBounded(buffer, room, size);
+    return Riff64On(file).ReadDataBounded(buffer, room, size);
 }
-HRESULT riff64_ReadDataAlloc(HQMFILE file, RIFFDATABLOCK* block) { return On(file).ReadDataAlloc(block); }
+HRESULT riff64_ReadDataAlloc(HQMFILE file, RIFFDATABLOCK* block) {
+    return Riff64On(file).ReadDataAlloc(block);
+}
 
 HRESULT riff64_SetRIFFSize(HQMFILE file, uint64_t size) {
-    return Written(On(file).StoreFormSize(size + RIFF64_CHUNK_HEADER));
+    return Written(Riff64On(file).StoreFormSize(size + RIFF64_CHUNK_HEADER));
 }
 HRESULT riff64_GetFileSize(HQMFILE file, uint64_t* size) {
     uint64_t behindType = 0;
     GUID form;
     *size = 0;
-    if (const HRESULT hr = On(file).ReadForm(&behindType, &form); Failed(hr)) return hr;
-    return Read(On(file).StoredFormSize(size));
+    if (const HRESULT hr = Riff64On(file).ReadForm(&behindType, &form); Failed(hr)) return hr;
+    return Read(Riff64On(file).StoredFormSize(size));
 }
-HRESULT riff64_UpdateRIFFSize(HQMFILE file, int64_t delta) { return On(file).AddToFormSize(delta); }
+HRESULT riff64_UpdateRIFFSize(HQMFILE file, int64_t delta) { return Riff64On(file).AddToFormSize(delta); }
 
 HRESULT riff64_WriteChunkHeader(HQMFILE file, const GUID* label, uint64_t size) {
-    return Written(On(file).WriteHead(label, size));
+    return Written(Riff64On(file).WriteHead(label, size));
 }
 HRESULT riff64_WriteChunk(HQMFILE file, const GUID* label, const void* buffer, uint64_t size,
                           uint64_t* written) {
-    if (!On(file).Write(label, buffer, size)) return MEDIA_E_WRITE;
+    if (!Riff64On(file).Write(label, buffer, size)) return MEDIA_E_WRITE;
     if (written) *written = WAVE64_GRAMMAR.Padded(size) + RIFF64_CHUNK_HEADER;
     return S_OK;
 }
 HRESULT riff64_WriteListHeader(HQMFILE file, const GUID* type, uint64_t size) {
-    return Written(On(file).WriteListHead(type, size));
+    return Written(Riff64On(file).WriteListHead(type, size));
 }
 HRESULT riff64_WriteFileID(HQMFILE file, const GUID* form, uint64_t size) {
-    On(file).WriteHead(&W64_RIFF, size);
+    Riff64On(file).WriteHead(&W64_RIFF, size);
     return riff64_WriteToFile(file, form, sizeof *form);
 }
 HRESULT riff64_WriteData(HQMFILE file, const void* buffer, uint64_t bytes, uint64_t* written) {
-    if (!On(file).WritePayload(buffer, bytes)) return MEDIA_E_WRITE;
+    if (!Riff64On(file).WritePayload(buffer, bytes)) return MEDIA_E_WRITE;
     if (written) *written = WAVE64_GRAMMAR.Padded(bytes);
     return S_OK;
 }
@@ -91,15 +93,15 @@ HRESULT riff64_CompleteChunk(HQMFILE file, uint64_t start) {
 }
 HRESULT riff64_WriteChunkToFile(HQMFILE file, const GUID* label, const void* buffer, uint64_t bytes) {
     uint64_t start = 0;
-    if (Failed(riff64_PrepareChunk(file, label, &start)) || !On(file).WritePayload(buffer, bytes))
+    if (Failed(riff64_PrepareChunk(file, label, &start)) || !Riff64On(file).WritePayload(buffer, bytes))
         return MEDIA_E_WRITE;
     return riff64_CompleteChunk(file, start);
 }
 HRESULT riff64_WriteToFile(HQMFILE file, const void* buffer, uint64_t bytes) {
-    return Written(On(file).WriteBytes(buffer, bytes));
+    return Written(Riff64On(file).WriteBytes(buffer, bytes));
 }
 HRESULT riff64_Pad(HQMFILE file, uint64_t start) {
-    return Written(On(file).WritePad(riff64_AmountWritten(file, start)));
+    return Written(Riff64On(file).WritePad(riff64_AmountWritten(file, start)));
 }
 uint64_t riff64_AmountWritten(HQMFILE file, uint64_t start) {
     return static_cast<uint64_t>(QmFile_Tell(file)) - start;
@@ -107,39 +109,39 @@ uint64_t riff64_AmountWritten(HQMFILE file, uint64_t start) {
 
 HRESULT riff64_ReadChunkHeader(HQMFILE file, GUID* label, uint64_t* size) {
     ChunkHead head;
-    if (!On(file).ReadHead(&head)) return MEDIA_E_READ;
+    if (!Riff64On(file).ReadHead(&head)) return MEDIA_E_READ;
     std::memcpy(label, head.bytes, sizeof *label);
     *size = head.isValid ? head.size : 0;
     return S_OK;
 }
 HRESULT riff64_ReadListHeader(HQMFILE file, GUID* type, uint64_t* size) {
-    return On(file).ReadListHead(type, size);
+    return Riff64On(file).ReadListHead(type, size);
 }
 HRESULT riff64_ReadFileID(HQMFILE file, uint64_t* size, GUID* form) {
-    return On(file).ReadFormHere(size, form);
+    return Riff64On(file).ReadFormHere(size, form);
 }
 HRESULT riff64_SeekDataStart(HQMFILE file) { return Read(FileStream{file}.Seek(RIFF64_DATA_START)); }
 
 HRESULT riff64_FindChunkHeader(HQMFILE file, const GUID* label, uint64_t* size, uint64_t* remaining) {
-    return On(file).Find(label, size, remaining);
+    return Riff64On(file).Find(label, size, remaining);
 }
 HRESULT riff64_FindChunkHeaderInRIFF(HQMFILE file, const GUID* label, uint64_t* size, uint64_t* remaining) {
-    return On(file).FindInForm(label, size, remaining);
+    return Riff64On(file).FindInForm(label, size, remaining);
 }
 HRESULT riff64_FindListChunk(HQMFILE file, const GUID* type, uint64_t* size, uint64_t* remaining) {
-    return On(file).FindList(type, size, remaining);
+    return Riff64On(file).FindList(type, size, remaining);
 }
 HRESULT riff64_FindListChunkFromStart(HQMFILE file, const GUID* type, uint64_t* size) {
-    return On(file).FindListInForm(type, size);
+    return Riff64On(file).FindListInForm(type, size);
 }
 HRESULT riff64_GetNumListEntries(HQMFILE file, uint32_t* count, uint64_t* remaining) {
-    return On(file).Count(count, remaining);
+    return Riff64On(file).Count(count, remaining);
 }
 HRESULT riff64_SeekListEntry(HQMFILE file, uint32_t entry, uint64_t* remaining) {
-    return On(file).SeekEntry(entry, remaining);
+    return Riff64On(file).SeekEntry(entry, remaining);
 }
 HRESULT riff64_DeleteChunk(HQMFILE file, const GUID* label, uint64_t* removed) {
-    return On(file).Delete(label, removed);
+    return Riff64On(file).Delete(label, removed);
 }
 
 }  // extern "C"

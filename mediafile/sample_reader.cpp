@@ -26,7 +26,7 @@ std::vector<AdpcmPair> PairsOf(const QmWaveFormatBlock& block) {
 }
 
 template <class Number>
-void Reverse(uint8_t* samples, uint64_t count) {
+void ReverseBytes(uint8_t* samples, uint64_t count) {
     for (uint64_t i = 0; i < count; i++, samples += sizeof(Number))
         ToLittleEndian(samples, FromBigEndian<Number>(samples));
 }
@@ -97,8 +97,8 @@ uint64_t SampleReader::ReadPlain(uint8_t* samples, uint64_t frames) {
     auto* words = reinterpret_cast<int16_t*>(samples);
     switch (m_coding.codec) {
     case SampleCodec::Reversed:
-        m_coding.type == QMSAMPLE_FLOAT32 ? Reverse<uint32_t>(samples, count)
-                                          : Reverse<uint64_t>(samples, count);
+        m_coding.type == QMSAMPLE_FLOAT32 ? ReverseBytes<uint32_t>(samples, count)
+                                          : ReverseBytes<uint64_t>(samples, count);
         break;
     case SampleCodec::Pcm64: DoublesOf(samples, count); break;
     case SampleCodec::MuLaw: DecodeMuLaw(stored, count, words); break;

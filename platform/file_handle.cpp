@@ -20,7 +20,7 @@ constexpr uint32_t WINDOW = 8192;
 
 thread_local int32_t lastError = 0;
 
-bool Fail(int32_t code = errno) {
+bool FailWith(int32_t code = errno) {
     lastError = code;
     return false;
 }
@@ -62,7 +62,7 @@ struct QMFILE {
             const ssize_t n =
                 ::pread(fd, static_cast<uint8_t*>(buffer) + done, bytes - done, position + done);
             if (n < 0 && errno == EINTR) continue;
-            if (n < 0) return Fail(), -1;
+            if (n < 0) return FailWith(), -1;
             if (n == 0) break;
             done += static_cast<uint32_t>(n);
         }
@@ -73,7 +73,7 @@ struct QMFILE {
 /// Takes the descriptor. Opening a folder or a pipe for reading succeeds, and every read at a place fails:
 /// say so here. A disk may be read, but what writes files must not write over one.
 static HQMFILE Handle(int fd, QmFileAccess access) {
-    if (fd < 0) return Fail(), nullptr;
+    if (fd < 0) return FailWith(), nullptr;
     struct stat info {};
     const bool isTold = ::fstat(fd, &info) == 0,
                isDiskToRead = S_ISBLK(info.st_mode) && access == FILE_ACCESS_READ;
@@ -82,7 +82,7 @@ static HQMFILE Handle(int fd, QmFileAccess access) {
     if (file) return file->fd = fd, file;
     const int code = !isTold ? errno : isFile ? ENOMEM : S_ISDIR(info.st_mode) ? EISDIR : ESPIPE;
     ::close(fd);
-    return Fail(code), nullptr;
+    return FailWith(code), nullptr;
 }
 
 extern "C" {
@@ -90,13 +90,13 @@ extern "C" {
 HQMFILE QmFile_Open(const char16_t* path, QmFileAccess access, QmFileCreation creation) try {
     const std::string name = PathFromWide(path).native();
     const int flags = OpenFlags(access, creation);
-    if (flags < 0) return Fail(EINVAL), nullptr;
+    if (flags < 0) return FailWith(EINVAL), nullptr;
     int fd = -1;
     do fd = ::open(name.c_str(), flags, 0666);
     while (fd < 0 && errno == EINTR);
     return Handle(fd, access);
 } catch (const std::exception&) {
-    return Fail(ENOMEM), nullptr;
+    return FailWith(ENOMEM), nullptr;
 }
 
 HQMFILE QmFile_OpenDescriptor(int descriptor) {
@@ -107,7 +107,7 @@ int QmFile_Descriptor(HQMFILE file) { return file->fd; }
 
 BOOL QmFile_Close(HQMFILE file) {
     if (!file) return 1;
-    const bool closed = ::close(file->fd) == 0 || Fail();
+    const bool closed = ::close(file->fd) == 0 || FailWith();
     delete file;
     return closed;
 }
@@ -150,7 +150,7 @@ BOOL QmFile_Write(HQMFILE file, const void* buffer, uint32_t bytes, uint32_t* pu
         const ssize_t n = ::pwrite(file->fd, data + done, bytes - done, file->position + done);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
-            Fail();
+            FailWith();
             break;
         }
         done += static_cast<uint32_t>(n);
@@ -167,28 +167,28 @@ int64_t QmFile_Seek(HQMFILE file, int64_t offset, QmFileOrigin origin) {
                                                        : QmFile_Size(file);
     int64_t target = 0;
     if (from < 0) return -1;
-    if (__builtin_add_overflow(from, offset, &target) || target < 0) return Fail(EINVAL), -1;
+    if (__builtin_add_overflow(from, offset, &target) || target < 0) return FailWith(EINVAL), -1;
     return file->position = target;
 }
 
 int64_t QmFile_Size(HQMFILE file) {
     struct stat info;
     file->systemCalls++;
-    if (::fstat(file->fd, &info) != 0) return Fail(), -1;
+    if (::fstat(file->fd, &info) != 0) return FailWith(), -1;
     if (S_ISREG(info.st_mode)) return info.st_size;
     const off_t end = ::lseek(file->fd, 0, SEEK_END);  // devices have an end, too
-    return end < 0 ? (Fail(), -1) : end;
+    return end < 0 ? (FailWith(), -1) : end;
 }
 
 BOOL QmFile_SetEnd(HQMFILE file) {
     file->systemCalls++;
     file->windowBytes = 0;
-    return ::ftruncate(file->fd, file->position) == 0 || Fail();
+    return ::ftruncate(file->fd, file->position) == 0 || FailWith();
 }
 
 BOOL QmFile_Flush(HQMFILE file) {
     file->systemCalls++;
-    return ::fsync(file->fd) == 0 || Fail();
+    return ::fsync(file->fd) == 0 || FailWith();
 }
 
 int32_t QmFile_LastError() { return lastError; }

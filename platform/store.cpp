@@ -21,11 +21,11 @@ namespace {
 
 /// The process has one connection to a file, which its keys share.
 std::shared_ptr<StoreFile> FileOf(StoreScope scope) {
-    static std::mutex guard;
+    static std::mutex opening;
     static std::weak_ptr<StoreFile> open[2];
     const std::filesystem::path path = StorePath(scope);
     if (path.empty()) return nullptr;
-    const std::lock_guard lock(guard);
+    const std::lock_guard lock(opening);
     std::weak_ptr<StoreFile>& slot = open[scope == StoreScope::Machine];
     std::shared_ptr<StoreFile> file = slot.lock();
     if (!file || file->Path() != path)
@@ -42,7 +42,7 @@ std::string_view ColumnBytes(sqlite3_stmt* statement, int column) {
     return {bytes, static_cast<size_t>(sqlite3_column_bytes(statement, column))};
 }
 
-constexpr size_t MOST_BYTES = 1 << 28;
+constexpr size_t MOST_VALUE_BYTES = 1 << 28;
 
 }  // namespace
 
@@ -102,7 +102,8 @@ HRESULT StoreRead(StoreKey* key, std::u16string_view name, void* buffer, size_t 
 }
 
 HRESULT StoreWrite(StoreKey* key, std::u16string_view name, uint32_t type, const void* data, size_t size) {
-    if (!key || (size && !data) || size > MOST_BYTES || (type == STORE_NUMBER && size != sizeof(uint32_t)))
+    if (!key || (size && !data) || size > MOST_VALUE_BYTES ||
+        (type == STORE_NUMBER && size != sizeof(uint32_t)))
         return E_INVALIDARG;
     return Guarded([&] {
         const std::string utf8 = Utf8FromUtf16(name);

@@ -8,15 +8,15 @@ using namespace tarn;
 
 namespace {
 
-using Handler = HRESULT (COPTControlPlugin::*)(const MPCTRLREC*, uint32_t);
+using ControlHandler = HRESULT (COPTControlPlugin::*)(const MPCTRLREC*, uint32_t);
 
-struct Dispatch {
+struct ControlRow {
     GUID id;
-    Handler handler;
+    ControlHandler handler;
 };
 
 /// Handled only while the plug-in is active in an open project.
-constexpr Dispatch DISPATCH[] = {
+constexpr ControlRow CONTROLS[] = {
     {MPCTRL_CHANNEL, &COPTControlPlugin::OnChannelChange},
     {MPCTRL_METERS, &COPTControlPlugin::OnMeterTick},
     {MPCTRL_MAP, &COPTControlPlugin::OnMapChange},
@@ -53,7 +53,7 @@ HRESULT COPTControlPlugin::OnControl(const MPCTRLREC* rec, uint32_t post) {
     else if (rec->id == MPCTRL_PROJECT)
         hr = OnProjectOpen(rec);
     else if ((ControlState() & WORKING) == WORKING)
-        for (const Dispatch& row : DISPATCH)
+        for (const ControlRow& row : CONTROLS)
             if (row.id == rec->id) {
                 hr = (this->*row.handler)(rec, post);
                 break;

@@ -6,14 +6,14 @@ using namespace tarn;
 
 namespace {
 
-using Handler = HRESULT (COPTPlugin::*)(const MPNOTIFYREC*, uint32_t);
+using NotifyHandler = HRESULT (COPTPlugin::*)(const MPNOTIFYREC*, uint32_t);
 
-struct Dispatch {
+struct NotifyRow {
     GUID id;
-    Handler handler;
+    NotifyHandler handler;
 };
 
-constexpr Dispatch DISPATCH[] = {
+constexpr NotifyRow NOTIFICATIONS[] = {
     {MPNOTIFY_OBJECT, &COPTPlugin::OnObjectChange},
     {MPNOTIFY_E4, &COPTPlugin::OnNotifyE4},
     {MPNOTIFY_E5, &COPTPlugin::OnNotifyE5},
@@ -29,8 +29,8 @@ constexpr Dispatch DISPATCH[] = {
     {MPNOTIFY_PROJECT_RELOAD, &COPTPlugin::OnProjectReload},
 };
 
-Handler HandlerFor(const GUID& id) {
-    for (const Dispatch& row : DISPATCH)
+NotifyHandler HandlerFor(const GUID& id) {
+    for (const NotifyRow& row : NOTIFICATIONS)
         if (row.id == id) return row.handler;
     return &COPTPlugin::OnNotifyOther;
 }

@@ -20,12 +20,12 @@ std::vector<uint8_t> Ramp(QMSAMPLETYPE type) {
     return ramp;
 }
 
-struct Row {
+struct TestRow {
     QMSAMPLETYPE type, floatType;
     uint32_t needs;
     const CopyTable* table;
 };
-constexpr Row ROWS[] = {
+constexpr TestRow TEST_ROWS[] = {
     {QMSAMPLE_PCM8, QMSAMPLE_FLOAT32, 0, &COPY_PLAIN},
     {QMSAMPLE_PCM8, QMSAMPLE_FLOAT64, 0, &COPY_PLAIN},
     {QMSAMPLE_SIGNED8, QMSAMPLE_FLOAT32, 0, &COPY_PLAIN},
@@ -47,7 +47,7 @@ constexpr Row ROWS[] = {
 #endif
 };
 
-bool ComesBack(const Row& row) {
+bool ComesBack(const TestRow& row) {
     const std::vector<uint8_t> ramp = Ramp(row.type);
     const auto count = static_cast<int64_t>(ramp.size() / QmAudio_BytesFromSampleType(row.type));
     std::vector<double> floats(static_cast<size_t>(count));
@@ -61,10 +61,10 @@ bool ComesBack(const Row& row) {
 
 HRESULT QmAudioCopy_UnitTest(uint32_t) try {
     HRESULT result = S_OK;
-    for (const Row& row : ROWS) {
+    for (const TestRow& row : TEST_ROWS) {
         if ((QmGetCPUSupport() & row.needs) != row.needs || ComesBack(row)) continue;
         if (Succeeded(result)) std::fputs("INTERNAL: AudioCopy unit test failed!\n", stderr);
-        std::fprintf(stderr, "QmAudioCopy_UnitTest node[%d] failed.\n", static_cast<int>(&row - ROWS));
+        std::fprintf(stderr, "QmAudioCopy_UnitTest node[%d] failed.\n", static_cast<int>(&row - TEST_ROWS));
         result = E_FAIL;
     }
     return result;

@@ -7,14 +7,14 @@
 
 namespace {
 
-constexpr int64_t PIECE = 512, WIDTH = 3;
+constexpr int64_t PIECE_FRAMES = 512, WIDTH = 3;
 
 /// A piece of frames as words.
 struct Words {
     QMAUDIOCOPYFN widen = QmAudio_GetCopyFunction2(QMSAMPLE_PCM24IN32, QMSAMPLE_PCM24);
     QMAUDIOCOPYFN narrow = QmAudio_GetCopyFunction2(QMSAMPLE_PCM24, QMSAMPLE_PCM24IN32);
     const StereoTable& loops = BestStereo().width[3];
-    int32_t mono[PIECE], other[PIECE], stereo[2 * PIECE];
+    int32_t mono[PIECE_FRAMES], other[PIECE_FRAMES], stereo[2 * PIECE_FRAMES];
 
     void In(int32_t* words, const uint8_t* samples, int64_t count) const { widen(words, samples, count, 1); }
     void Out(uint8_t* samples, const int32_t* words, int64_t count) const {
@@ -25,7 +25,7 @@ struct Words {
 /// Calls `work` for each piece with its first frame and its length.
 template <class Work>
 void ForPieces(int64_t frames, Work work) {
-    for (int64_t i = 0; i < frames; i += PIECE) work(i, std::min(PIECE, frames - i));
+    for (int64_t i = 0; i < frames; i += PIECE_FRAMES) work(i, std::min(PIECE_FRAMES, frames - i));
 }
 
 void Extract(void* mono, const void* channel, int64_t frames) {
@@ -45,7 +45,7 @@ void Spread(void* stereo, const void* mono, int64_t frames) {
     Words w;
     // From the last piece to the first, since it may be one buffer.
     for (int64_t end = frames; end > 0;) {
-        const int64_t count = std::min(PIECE, end), i = end - count;
+        const int64_t count = std::min(PIECE_FRAMES, end), i = end - count;
         w.In(w.mono, s + WIDTH * i, count);
         w.loops.join(w.stereo, w.mono, w.mono, count);
         w.Out(d + 2 * WIDTH * i, w.stereo, 2 * count);

@@ -84,7 +84,7 @@ double Mp3Compression(uint32_t bitRate, int sampleRate) {
     return std::clamp((range.most - bitRate) / (range.most - range.least), 0.0, 1.0);
 }
 
-class File final : public Counted<IQmRenderFile, IID_IQmRenderFile> {
+class RenderedFile final : public Counted<IQmRenderFile, IID_IQmRenderFile> {
 public:
     HRESULT Begin(int descriptor, const Settings& settings, const _qmwaveformat& format) {
         SF_INFO info{};
@@ -247,7 +247,7 @@ protected:
     }
     HRESULT Begin(int descriptor, const std::string&, const Settings& settings, const _qmwaveformat& format,
                   IQmRenderFile** out) const override {
-        const ComPtr<File> file(new File);
+        const ComPtr<RenderedFile> file(new RenderedFile);
         const HRESULT hr = file->Begin(descriptor, settings, format);
         return Failed(hr) ? hr : GiveOut(file.Get(), out);
     }

@@ -62,7 +62,7 @@ constexpr PresetRow PRESETS[] = {
     {u"32 Bit (IEEE Float), as the source", QMSAMPLE_FLOAT32, 0, 0, 0, MediaContainer::Wave},
 };
 
-class File final : public Counted<IQmRenderFile, IID_IQmRenderFile> {
+class RenderedFile final : public Counted<IQmRenderFile, IID_IQmRenderFile> {
 public:
     HRESULT Begin(int descriptor, MediaContainer container, const _qmwaveformat& format) {
         const QMSAMPLETYPE type = StoredType(container, format.sampleType);
@@ -172,7 +172,7 @@ protected:
         auto container = static_cast<MediaContainer>(settings.container);
         if (container == MediaContainer::Unknown) container = ContainerOf(ending);
         if (container == MediaContainer::Unknown) return MEDIA_E_UNSUPPORTED_TYPE;
-        const ComPtr<File> file(new File);
+        const ComPtr<RenderedFile> file(new RenderedFile);
         const HRESULT hr = file->Begin(descriptor, container, format);
         return Failed(hr) ? hr : GiveOut(file.Get(), out);
     }

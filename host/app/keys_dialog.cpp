@@ -20,7 +20,7 @@ using namespace tarn;
 namespace host {
 namespace {
 
-constexpr QSize SIZE{640, 560};
+constexpr QSize KEYS_SIZE{640, 560};
 constexpr int COLUMN_TEXT = 0, COLUMN_KEYS = 1, COLUMN_WIDTH = 400;
 
 }  // namespace
@@ -31,7 +31,7 @@ KeysDialog::KeysDialog(CommandKeys& keys, std::function<void()> changed, QWidget
       m_add(new QPushButton(Text(IDS_KEYS_ADD))), m_remove(new QPushButton(Text(IDS_KEYS_REMOVE))),
       m_reset(new QPushButton(Text(IDS_KEYS_RESET))) {
     setWindowTitle(Text(IDS_TITLE_KEYS));
-    resize(SIZE);
+    resize(KEYS_SIZE);
     m_search->setClearButtonEnabled(true);
     m_search->setPlaceholderText(Text(IDS_KEYS_SEARCH));
     m_search->setAccessibleName(Text(IDS_KEYS_SEARCH));

@@ -21,7 +21,7 @@ using namespace tarn;
 namespace host {
 namespace {
 
-constexpr int STEPS = 1000, WIDTH = 420;
+constexpr int BAR_STEPS = 1000, WIDTH = 420;
 constexpr int LOOK_MILLISECONDS = 40, PATIENCE_MILLISECONDS = 400;
 
 /// Stays until the work has ended, also when that takes a while after it was asked to.
@@ -34,7 +34,7 @@ public:
         QLabel* label = MakePlainLabel(this);
         label->setText(text);
         label->setWordWrap(true);
-        m_bar->setRange(0, STEPS);
+        m_bar->setRange(0, BAR_STEPS);
         m_bar->setAccessibleName(text);
         auto* buttons = new QDialogButtonBox;
         buttons->addButton(m_cancel, QDialogButtonBox::RejectRole);
@@ -45,7 +45,7 @@ public:
         column->addWidget(buttons);
         setMinimumWidth(WIDTH);
     }
-    void Show(double done) { m_bar->setValue(static_cast<int>(done * STEPS)); }
+    void Show(double done) { m_bar->setValue(static_cast<int>(done * BAR_STEPS)); }
     void reject() override {
         m_wantsEnd = true;
         m_cancel->setEnabled(false);

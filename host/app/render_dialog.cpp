@@ -26,7 +26,7 @@ using namespace tarn;
 namespace host {
 namespace {
 
-constexpr QSize SIZE{560, 480};
+constexpr QSize RENDER_SIZE{560, 480};
 
 QString FromWide(const char16_t* text) { return QString::fromUtf16(text); }
 
@@ -62,7 +62,7 @@ RenderDialog::RenderDialog(IQmFileIOMgrForApp& manager, const std::filesystem::p
       m_list(new QListWidget), m_about(MakePlainLabel(this)),
       m_edit(new QPushButton(Text(IDS_TEMPLATE_EDIT))), m_delete(new QPushButton(Text(IDS_TEMPLATE_DELETE))) {
     setWindowTitle(Text(IDS_TITLE_RENDER));
-    resize(SIZE);
+    resize(RENDER_SIZE);
     m_file->setText(QString::fromStdString(start.string()));
     m_file->setObjectName(QStringLiteral("file"));
     m_list->setObjectName(QStringLiteral("templates"));

@@ -50,8 +50,6 @@ constexpr ModeRow MODES[] = {
     {AutomationMode::Write, AUTOMATION_WRITE},
 };
 
-bool IsTrack(ChannelKind kind) { return kind == ChannelKind::AudioTrack || kind == ChannelKind::MidiTrack; }
-
 constexpr int COMPANION_SHIFT = 53;  // above every id of the document
 static_assert(kMaxChannelId < uint64_t{1} << COMPANION_SHIFT);
 
@@ -79,6 +77,8 @@ bool IsPlaced(const Session& session, const Channel& channel) {
     return session.mode == ChannelMode::Surround51 && channel.output != kNoChannel &&
            channel.kind != ChannelKind::MidiTrack && !IsWide(session, channel.kind);
 }
+
+bool IsTrack(ChannelKind kind) { return kind == ChannelKind::AudioTrack || kind == ChannelKind::MidiTrack; }
 
 bool ShareRow(ChannelKind a, ChannelKind b) { return a == b || (IsTrack(a) && IsTrack(b)); }
 

@@ -20,6 +20,7 @@ bool IsWide(const Session& session, ChannelKind kind);
 /// Two channels that are placed in a room of 5.1.
 bool IsPlaced(const Session& session, const Channel& channel);
 
+bool IsTrack(ChannelKind kind);
 /// Whether two kinds stand in one row: tracks do, busses only with their own kind.
 bool ShareRow(ChannelKind a, ChannelKind b);
 /// Order index of a channel: each row from 0, the master behind the busses, -2 for the preview bus.

@@ -16,8 +16,6 @@ namespace {
 
 constexpr float SILENCE = 1e-5f;  // -100 dB: nothing of it shows
 
-bool IsTrack(ChannelKind kind) { return ShareRow(kind, ChannelKind::AudioTrack); }
-
 /// Position in the session's list of the index-th channel of a row, or where the row ends.
 size_t PlaceInRow(const std::vector<Channel>& channels, ChannelKind kind, size_t index) {
     size_t end = IsTrack(kind) ? 0 : channels.size();

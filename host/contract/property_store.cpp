@@ -92,8 +92,9 @@ HRESULT GetFeatures(ProjectCore& core, void* buffer) {
 }
 
 HRESULT GetAutomation(ProjectCore& core, void* buffer) {
-    constexpr uint32_t MODES = AUTOMATION_READ | AUTOMATION_TOUCH_MODE | AUTOMATION_LATCH | AUTOMATION_WRITE;
-    return Give(MPAUTOMATIONCAPS{sizeof(MPAUTOMATIONCAPS), core.face.limited ? 0 : MODES << 16}, buffer);
+    constexpr uint32_t OFFERED =
+        AUTOMATION_READ | AUTOMATION_TOUCH_MODE | AUTOMATION_LATCH | AUTOMATION_WRITE;
+    return Give(MPAUTOMATIONCAPS{sizeof(MPAUTOMATIONCAPS), core.face.limited ? 0 : OFFERED << 16}, buffer);
 }
 
 /// Hues far apart for neighbours, all of one calm saturation and lightness.

@@ -15,7 +15,7 @@ using namespace tarn;
 namespace host {
 namespace {
 
-constexpr const char* FEATURES[] = {
+constexpr const char* VIEW_FEATURES[] = {
     LV2_UI__parent,
     LV2_UI__resize,
     LV2_UI__portMap,
@@ -64,8 +64,9 @@ std::optional<Lv2ViewCode> FindX11View(Lv2World& world, const LilvPlugin* plugin
         lilv_world_load_resource(world.Get(), uri);
         LilvNodeList(lilv_world_find_nodes(world.Get(), uri, world.Uri(LV2_CORE__requiredFeature), nullptr))
             .ForEach([&](const LilvNode* feature) {
-                fits &= std::ranges::any_of(
-                    FEATURES, [&](const char* f) { return !std::strcmp(f, lilv_node_as_string(feature)); });
+                fits &= std::ranges::any_of(VIEW_FEATURES, [&](const char* f) {
+                    return !std::strcmp(f, lilv_node_as_string(feature));
+                });
             });
         if (fits)
             code = {lilv_node_as_uri(uri), PathOf(lilv_ui_get_binary_uri(ui)),

@@ -15,7 +15,7 @@ namespace host {
 
 namespace {
 
-constexpr size_t kBlockFrames = 1024;
+constexpr size_t kReadFrames = 1024;
 constexpr int kMaxFileChannels = 64;
 constexpr int kMinFileRate = 1000, kMaxFileRate = 1000000;
 
@@ -64,7 +64,7 @@ AudioFile::AudioFile(const std::filesystem::path& path) : m_handle(std::make_uni
     m_sampleRate = info.samplerate;
     m_channels = info.channels;
     m_frames = std::max<int64_t>(0, info.frames);
-    m_block.resize(kBlockFrames * static_cast<size_t>(m_channels));
+    m_block.resize(kReadFrames * static_cast<size_t>(m_channels));
 }
 
 AudioFile::~AudioFile() = default;
@@ -94,7 +94,7 @@ size_t AudioFile::ReadInside(int64_t frame, size_t n, float* left, float* right)
     }
     const size_t stride = static_cast<size_t>(m_channels), second = m_channels > 1 ? 1 : 0;
     for (size_t done = 0; done < n;) {
-        const size_t want = std::min(n - done, kBlockFrames);
+        const size_t want = std::min(n - done, kReadFrames);
         const auto got = static_cast<size_t>(std::max<sf_count_t>(
             0, sf_readf_float(m_handle->file, m_block.data(), static_cast<sf_count_t>(want))));
         for (size_t i = 0; i < got; i++) {

@@ -6,7 +6,7 @@ namespace host {
 
 namespace {
 
-constexpr uint8_t kNoteOff = 0x80, kProgram = 0xC0, kPitch = 0xE0, kExclusive = 0xF0, kEscape = 0xF7,
+constexpr uint8_t kFirstStatus = 0x80, kProgram = 0xC0, kPitch = 0xE0, kExclusive = 0xF0, kEscape = 0xF7,
                   kMeta = 0xFF;
 constexpr uint8_t kEndOfTrack = 0x2F, kTempo = 0x51;
 constexpr double kMicros = 1e6;
@@ -124,7 +124,7 @@ private:
                 if (const uint32_t micros = content.Number(3)) m_tempos.push_back({tick, micros});
             } else if (status == kExclusive || status == kEscape) {
                 track.Part(track.SevenBits());
-            } else if (status >= kNoteOff && status < kExclusive) {
+            } else if (status >= kFirstStatus && status < kExclusive) {
                 running = status;
                 ReadMessage(track, tick, status);
             } else {

@@ -7,7 +7,6 @@ namespace host {
 
 namespace {
 
-constexpr uint8_t kNoteOff = 0x80, kNoteOn = 0x90, kController = 0xB0;
 constexpr uint8_t kVolume = 7, kPan = 10, kSustain = 64;
 
 bool IsNote(const MidiMoment& m) { return (m.bytes[0] & 0xE0) == 0x80; }

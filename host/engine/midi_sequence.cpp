@@ -18,7 +18,6 @@ namespace host {
 namespace {
 
 constexpr size_t kMaxMidiBytes = size_t{16} << 20;
-constexpr uint8_t kNoteOff = 0x80, kNoteOn = 0x90, kController = 0xB0;
 
 bool Ends(const MidiMoment& m) {
     const uint8_t kind = m.bytes[0] & 0xF0;

@@ -10,6 +10,9 @@
 
 namespace host {
 
+/// The upper half of a first byte; the lower one is the channel.
+inline constexpr uint8_t kNoteOff = 0x80, kNoteOn = 0x90, kController = 0xB0;
+
 struct MidiMoment {
     int64_t frame = 0;  ///< of the project
     uint8_t size = 0;   ///< 1..3

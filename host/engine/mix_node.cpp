@@ -7,7 +7,7 @@ namespace host {
 namespace {
 
 // What a device records may be anything.
-float Tame(float x) {
+float TameInput(float x) {
     constexpr float limit = 1000.0f;
     return x >= -limit && x <= limit ? x : 0.0f;
 }
@@ -86,7 +86,7 @@ bool MixNode::Fetch(const Block& block, MixBuffer& buffer) {
             const size_t from = firstInput + s * inputStep;
             if (from >= block.place.recorded.size()) continue;
             const float* samples = block.place.recorded[from];
-            for (size_t i = 0; i < block.n; i++) buffer.side[s][i] = Tame(samples[i]);
+            for (size_t i = 0; i < block.n; i++) buffer.side[s][i] = TameInput(samples[i]);
         }
         break;
     }

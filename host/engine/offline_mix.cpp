@@ -8,8 +8,8 @@
 namespace host {
 
 namespace {
-constexpr size_t kFillFrames = 4096;
-static_assert(kFillFrames % kChunkFrames == 0);
+constexpr size_t kOfflineFill = 4096;
+static_assert(kOfflineFill % kChunkFrames == 0);
 constexpr int kRing = 0;
 }  // namespace
 
@@ -34,8 +34,8 @@ void OfflineMix::MixChunk(float* const* sides, size_t n) {
     const auto wants = [&](const auto& stream) { return stream->Ahead(kRing) < static_cast<int64_t>(n); };
     if (std::ranges::any_of(m_streams, wants))
         m_pool.Run(m_streams.size(), [&](size_t i) {
-            if (m_streams[i]->Ahead(kRing) < static_cast<int64_t>(kFillFrames))
-                m_streams[i]->Fill(kRing, m_plan, kFillFrames);
+            if (m_streams[i]->Ahead(kRing) < static_cast<int64_t>(kOfflineFill))
+                m_streams[i]->Fill(kRing, m_plan, kOfflineFill);
         });
     m_graph->Mix({.serial = m_plan.serial, .ring = kRing, .at = m_at, .plan = m_plan, .offline = true}, n,
                  sides, m_pool);

@@ -30,7 +30,7 @@ uint16_t FromFloat(float value) {
 }
 
 template <class Word>
-Word Load(const uint8_t* p, int32_t i) {
+Word LoadWord(const uint8_t* p, int32_t i) {
     Word word;
     std::memcpy(&word, p + static_cast<size_t>(i) * sizeof word, sizeof word);
     return word;
@@ -52,7 +52,7 @@ void StorePart(uint8_t* row, int32_t i, uint32_t bits, uint32_t value) {
     row[at / 8] = static_cast<uint8_t>((row[at / 8] & ~mask) | value << shift);
 }
 
-Pixel64 Gray(uint16_t value) { return {value, value, value, 65535}; }
+Pixel64 GrayPixel(uint16_t value) { return {value, value, value, 65535}; }
 
 Pixel64 FromWord(uint32_t word, const RowColors& c) {
     const auto channel = [&](int i) {
@@ -68,7 +68,7 @@ uint32_t ToWord(const Pixel64& p, const RowColors& c) {
     return word;
 }
 
-uint8_t Multiplied(uint16_t color, uint16_t alpha) {
+uint8_t TimesAlpha(uint16_t color, uint16_t alpha) {
     constexpr uint64_t UNIT = 65535 * 257;
     return static_cast<uint8_t>((uint64_t{color} * alpha + UNIT / 2) / UNIT);
 }
@@ -122,21 +122,22 @@ void ReadRow(const DibView& view, const RowColors& colors, const uint8_t* row, i
     if (HasPalette(view.type))
         return each([&](int32_t i) -> Pixel64 {
             const uint32_t index = LoadPart(row, i, bits);
-            if (index >= colors.colors) return Gray(0);
+            if (index >= colors.colors) return GrayPixel(0);
             const RGBQUAD c = colors.palette[index];
             return {Widened(c.rgbRed), Widened(c.rgbGreen), Widened(c.rgbBlue), 65535};
         });
     if (IsGray(view.type) && bits <= 8)
-        return each([&](int32_t i) { return Gray(FromBits(LoadPart(row, i, bits), bits)); });
+        return each([&](int32_t i) { return GrayPixel(FromBits(LoadPart(row, i, bits), bits)); });
     switch (view.type) {
-    case QMPIXEL_GRAY16: return each([&](int32_t i) { return Gray(Load<uint16_t>(row, i)); });
+    case QMPIXEL_GRAY16: return each([&](int32_t i) { return GrayPixel(LoadWord<uint16_t>(row, i)); });
     case QMPIXEL_GRAY32:
-        return each([&](int32_t i) { return Gray(static_cast<uint16_t>(Load<uint32_t>(row, i) >> 16)); });
+        return each(
+            [&](int32_t i) { return GrayPixel(static_cast<uint16_t>(LoadWord<uint32_t>(row, i) >> 16)); });
     case QMPIXEL_RGB555:
-    case QMPIXEL_RGB565: return each([&](int32_t i) { return FromWord(Load<uint16_t>(row, i), colors); });
+    case QMPIXEL_RGB565: return each([&](int32_t i) { return FromWord(LoadWord<uint16_t>(row, i), colors); });
     case QMPIXEL_RGB10A2:
     case QMPIXEL_RGB10A2_ALT:
-    case QMPIXEL_RGBA32: return each([&](int32_t i) { return FromWord(Load<uint32_t>(row, i), colors); });
+    case QMPIXEL_RGBA32: return each([&](int32_t i) { return FromWord(LoadWord<uint32_t>(row, i), colors); });
     case QMPIXEL_RGB24:
         return each([&](int32_t i) -> Pixel64 {
             const uint8_t* p = row + static_cast<size_t>(i) * 3;
@@ -147,7 +148,7 @@ void ReadRow(const DibView& view, const RowColors& colors, const uint8_t* row, i
             const uint8_t* p = row + static_cast<size_t>(i) * 4;
             return {Divided(p[2], p[3]), Divided(p[1], p[3]), Divided(p[0], p[3]), Widened(p[3])};
         });
-    case QMPIXEL_RGBA64: return each([&](int32_t i) { return Load<Pixel64>(row, i); });
+    case QMPIXEL_RGBA64: return each([&](int32_t i) { return LoadWord<Pixel64>(row, i); });
     case QMPIXEL_RGBAFLOAT:
         return each([&](int32_t i) -> Pixel64 {
             float c[4];
@@ -188,8 +189,8 @@ void WriteRow(const DibView& view, const RowColors& colors, uint8_t* row, int32_
     case QMPIXEL_RGBA32_ALT:
         return each([&](int32_t i, const Pixel64& p) {
             uint8_t* to = row + static_cast<size_t>(i) * 4;
-            to[0] = Multiplied(p.blue, p.alpha), to[1] = Multiplied(p.green, p.alpha);
-            to[2] = Multiplied(p.red, p.alpha), to[3] = Narrowed(p.alpha);
+            to[0] = TimesAlpha(p.blue, p.alpha), to[1] = TimesAlpha(p.green, p.alpha);
+            to[2] = TimesAlpha(p.red, p.alpha), to[3] = Narrowed(p.alpha);
         });
     case QMPIXEL_RGBA64: return each([&](int32_t i, const Pixel64& p) { Store(row, i, p); });
     case QMPIXEL_RGBAFLOAT:

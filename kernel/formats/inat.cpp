@@ -12,8 +12,8 @@ using namespace tarn;
 
 namespace {
 
-std::atomic<const Inat*> current = nullptr;
-std::atomic<void (*)()> reader = nullptr;
+std::atomic<const Inat*> currentInat = nullptr;
+std::atomic<void (*)()> inatReader = nullptr;
 
 const std::u16string* NameOf(const Inat& inat, uint32_t index) {
     return index == INAT_LANGUAGE_NAME           ? &inat.languageName
@@ -65,10 +65,10 @@ tarn::Separator::Separator(std::u16string_view source) {
 
 const Inat& tarn::CurrentInat() {
     static const Inat plain;  // until a language is open, and where memory is out
-    const Inat* inat = current;
-    if (void (*const read)() = inat ? nullptr : reader.load()) {
+    const Inat* inat = currentInat;
+    if (void (*const read)() = inat ? nullptr : inatReader.load()) {
         read();
-        inat = current;
+        inat = currentInat;
     }
     return inat ? *inat : plain;
 }
@@ -80,12 +80,12 @@ void tarn::PublishInat(std::unique_ptr<Inat> inat) {
     static auto& all = *new std::vector<std::unique_ptr<const Inat>>;
     const std::lock_guard lock(guard);
     for (const std::unique_ptr<const Inat>& known : all)
-        if (*known == *inat) return (void)(current = known.get());
+        if (*known == *inat) return (void)(currentInat = known.get());
     all.push_back(std::move(inat));
-    current = all.back().get();
+    currentInat = all.back().get();
 }
 
-void tarn::SetInatReader(void (*read)()) { reader = read; }
+void tarn::SetInatReader(void (*read)()) { inatReader = read; }
 
 extern "C" {
 

@@ -11,7 +11,7 @@ namespace {
 
 // Modules register while they are loaded, so neither may need an initialiser of this file to have run.
 constinit std::shared_mutex guard;
-constinit ModuleStrings* first = nullptr;
+constinit ModuleStrings* firstStrings = nullptr;
 
 const char16_t* FindIn(std::span<const StringRow> rows, uint32_t id) {
     const auto at = std::ranges::lower_bound(rows, id, {}, &StringRow::id);
@@ -23,19 +23,19 @@ const char16_t* FindIn(std::span<const StringRow> rows, uint32_t id) {
 tarn::ModuleStrings::ModuleStrings(HINSTANCE module, std::span<const StringTable> tables)
     : m_module(module), m_tables(tables) {
     const std::lock_guard lock(guard);
-    m_next = std::exchange(first, this);
+    m_next = std::exchange(firstStrings, this);
 }
 
 tarn::ModuleStrings::~ModuleStrings() {
     const std::lock_guard lock(guard);
-    ModuleStrings** at = &first;
+    ModuleStrings** at = &firstStrings;
     while (*at != this) at = &(*at)->m_next;
     *at = m_next;
 }
 
 const char16_t* tarn::FindStringResource(HINSTANCE module, uint32_t slot, uint32_t id) {
     const std::shared_lock lock(guard);
-    for (const ModuleStrings* strings = first; strings; strings = strings->m_next) {
+    for (const ModuleStrings* strings = firstStrings; strings; strings = strings->m_next) {
         if (strings->m_module != module) continue;
         for (const StringTable& table : strings->m_tables)
             if (table.slot == slot)
@@ -46,7 +46,7 @@ const char16_t* tarn::FindStringResource(HINSTANCE module, uint32_t slot, uint32
 
 bool tarn::HasStringResources(HINSTANCE module, uint32_t slot) {
     const std::shared_lock lock(guard);
-    for (const ModuleStrings* strings = first; strings; strings = strings->m_next)
+    for (const ModuleStrings* strings = firstStrings; strings; strings = strings->m_next)
         if (strings->m_module == module && std::ranges::count(strings->m_tables, slot, &StringTable::slot))
             return true;
     return false;

@@ -9,13 +9,14 @@
 
 #include <span>
 
-/// The runtime's own name for the module that a piece of code was linked into.
-extern "C" __attribute__((visibility("hidden"))) void* __dso_handle;
+/// The runtime's own mark of the module that a piece of code was linked into. The compiler declares it by
+/// that name, too, where a unit has objects to destroy.
+extern "C" __attribute__((visibility("hidden"))) void* ModuleMark __asm__("__dso_handle");
 
 namespace tarn {
 
 /// The module of the caller.
-static inline HINSTANCE ThisInstance() { return &__dso_handle; }
+static inline HINSTANCE ThisInstance() { return &ModuleMark; }
 
 struct StringRow {
     uint32_t id;

@@ -61,7 +61,7 @@ HRESULT Write(HQMMETRIC handle, int32_t id, uint32_t type, const void* data, siz
 }
 
 /// A read text ends inside its buffer of `capacity` bytes.
-HRESULT Terminate(void* buffer, size_t capacity, size_t& size) {
+HRESULT TerminateText(void* buffer, size_t capacity, size_t& size) {
     auto* text = static_cast<char16_t*>(buffer);
     const size_t characters = size / sizeof(char16_t), room = capacity / sizeof(char16_t);
     if (std::find(text, text + characters, u'\0') != text + characters) return S_OK;
@@ -79,7 +79,7 @@ HRESULT ReadAny(StoreKey* key, const char16_t* name, uint32_t type, void* buffer
     size_t stored = 0;
     if (!buffer) capacity = 0;
     HRESULT hr = Read(key, name, type, buffer, capacity, stored);
-    if (hr == S_OK && type == QMMETRIC_TEXT) hr = Terminate(buffer, capacity, stored);
+    if (hr == S_OK && type == QMMETRIC_TEXT) hr = TerminateText(buffer, capacity, stored);
     if (size) *size = static_cast<uint32_t>(stored);
     return hr;
 }

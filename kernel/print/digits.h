@@ -6,6 +6,8 @@
 
 namespace digits {
 
+constexpr bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+
 struct Pairs {
     char16_t text[200];
 };

@@ -1,13 +1,12 @@
 #include "kernel/print/group.h"
 
+#include "kernel/print/digits.h"
 #include "kernel/print/number_text.h"
 #include "platform/text.h"
 
 using namespace tarn;
 
 namespace {
-
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 /// The number's digits, rounded to `decimals`. A number has as many of them as a double can print, and a few.
 class Decimal {
@@ -64,7 +63,7 @@ void PutGrouped(TextWriter& out, std::u16string_view whole, const Inat& inat) {
 }
 
 void PutNumber(TextWriter& out, std::u16string_view number, bool group, int32_t decimals, const Inat& inat) {
-    const auto isStart = [](char16_t c) { return IsDigit(c) || c == u'-' || c == u'.'; };
+    const auto isStart = [](char16_t c) { return digits::IsDigit(c) || c == u'-' || c == u'.'; };
     size_t at = 0;
     while (at < number.size() && !isStart(number[at])) at++;
     out.Put(number.substr(0, at));
@@ -73,7 +72,7 @@ void PutNumber(TextWriter& out, std::u16string_view number, bool group, int32_t 
 
     const auto digits = [&] {
         const size_t from = at;
-        while (at < number.size() && IsDigit(number[at])) at++;
+        while (at < number.size() && digits::IsDigit(number[at])) at++;
         return number.substr(from, at - from);
     };
     const std::u16string_view whole = digits();

@@ -15,10 +15,10 @@ constexpr uint32_t LABEL_CHARACTERS = 26;
 constexpr int32_t MOST_DECIMALS = 9;
 
 /// "$.3z" and its like; "$d" without decimals.
-struct Format {
+struct LabelFormat {
     char16_t text[5];
 
-    Format(int32_t decimals, char16_t conversion)
+    LabelFormat(int32_t decimals, char16_t conversion)
         : text{u'$', u'.', static_cast<char16_t>(u'0' + std::clamp(decimals, 0, MOST_DECIMALS)), conversion,
                0} {
         if (decimals <= 0) text[1] = u'd', text[2] = 0;
@@ -26,7 +26,7 @@ struct Format {
 };
 
 template <class Value>
-const char16_t* Labeled(HQMLANG lang, const Format& format, Value value, const char16_t* unit) {
+const char16_t* Labeled(HQMLANG lang, const LabelFormat& format, Value value, const char16_t* unit) {
     char16_t* slot = QmLang_TemporaryText(lang, LABEL_CHARACTERS);
     if (!slot) return KernelText(KS_Value_Error);
     uint32_t length = 0;
@@ -58,13 +58,13 @@ extern "C" {
 const char16_t* QmGetLabeledStringFixed(HQMLANG lang, int32_t value, int32_t decimals, int32_t floor,
                                         const char16_t* unit) {
     if (floor != 0 && value <= floor) return KernelText(KS_Value_MinusInfinity);
-    return Labeled(lang, Format(decimals, u'z'), value, unit);
+    return Labeled(lang, LabelFormat(decimals, u'z'), value, unit);
 }
 
 const char16_t* QmGetLabeledStringFloat(HQMLANG lang, double value, int32_t decimals, double floor,
                                         const char16_t* unit) {
     if (floor != 0 && floor >= value) return KernelText(KS_Value_MinusInfinity);
-    const Format format(decimals, u'f');
+    const LabelFormat format(decimals, u'f');
     if (decimals > 0) return Labeled(lang, format, value, unit);
     using Limits = std::numeric_limits<int32_t>;
     const bool isNumber = value == value;

@@ -11,7 +11,7 @@ using namespace tarn;
 
 namespace {
 
-using Token = std::u16string_view;
+using TokenText = std::u16string_view;
 
 bool IsSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r') || c == u'\u00A0'; }
 
@@ -20,23 +20,23 @@ const char16_t* SkipSpace(const char16_t* text) {
     return text;
 }
 
-Token TakeToken(const char16_t* text, const char16_t** end, const char16_t* delimiters) {
-    const Token stops(delimiters ? delimiters : u"");
+TokenText TakeToken(const char16_t* text, const char16_t** end, const char16_t* delimiters) {
+    const TokenText stops(delimiters ? delimiters : u"");
     const char16_t* const begin = SkipSpace(text ? text : u"");
     const char16_t* at = begin;
-    while (*at && !IsSpace(*at) && stops.find(*at) == Token::npos) at++;
+    while (*at && !IsSpace(*at) && stops.find(*at) == TokenText::npos) at++;
     if (end) *end = text ? at : nullptr;
     return {begin, static_cast<size_t>(at - begin)};
 }
 
-bool TakePrefix(Token& token, char16_t c) {
+bool TakePrefix(TokenText& token, char16_t c) {
     if (token.empty() || token[0] != c) return false;
     token.remove_prefix(1);
     return true;
 }
 
 /// The digits that the token begins with, held at `limit`.
-uint64_t Digits(Token& token, uint32_t base, uint64_t limit) {
+uint64_t Digits(TokenText& token, uint32_t base, uint64_t limit) {
     uint64_t value = 0;
     for (; !token.empty(); token.remove_prefix(1)) {
         const char16_t c = token[0], letter = c | 0x20;
@@ -50,7 +50,7 @@ uint64_t Digits(Token& token, uint32_t base, uint64_t limit) {
 }
 
 template <class Number>
-Number Whole(Token token) {
+Number Whole(TokenText token) {
     using Limits = std::numeric_limits<Number>;
     constexpr auto most = static_cast<uint64_t>(Limits::max());
     if constexpr (Limits::is_signed) {
@@ -64,14 +64,14 @@ Number Whole(Token token) {
 }
 
 template <class Number>
-Number Hexadecimal(Token token) {
+Number Hexadecimal(TokenText token) {
     if (token.starts_with(u"0x") || token.starts_with(u"0X")) token.remove_prefix(2);
     return static_cast<Number>(Digits(token, 16, std::numeric_limits<Number>::max()));
 }
 
-double Decimal(Token token) {
+double ParseDecimal(TokenText token) {
     const Inat& inat = CurrentInat();
-    const Token separator(inat.decimal.text, inat.decimal.length);
+    const TokenText separator(inat.decimal.text, inat.decimal.length);
     TakePrefix(token, u'+');
     char ascii[512];
     size_t length = 0;
@@ -109,7 +109,7 @@ COLORREF Color(const char16_t* text, const char16_t** end, const char16_t* delim
     }
     uint32_t parts[3];
     for (size_t i = 0; i < 3; i++) {
-        Token rest(at);
+        TokenText rest(at);
         const size_t before = rest.size();
         parts[i] = static_cast<uint32_t>(std::min<uint64_t>(Digits(rest, 10, UINT32_MAX), 255));
         const bool hasDigits = rest.size() < before;
@@ -154,7 +154,7 @@ uint64_t QmHexToDWordLongToken(const char16_t* text, const char16_t** end, const
     return Hexadecimal<uint64_t>(TakeToken(text, end, delimiters));
 }
 double QmTextToDoubleToken(const char16_t* text, const char16_t** end, const char16_t* delimiters) {
-    return Decimal(TakeToken(text, end, delimiters));
+    return ParseDecimal(TakeToken(text, end, delimiters));
 }
 COLORREF QmTextToColorrefToken(const char16_t* text, const char16_t** end, const char16_t* delimiters) {
     return Color(text, end, delimiters);

@@ -10,17 +10,17 @@ namespace {
 
 constexpr uint32_t LIMIT = 1024;
 
-const WindowTextService* current = nullptr;
+const WindowTextService* windowTexts = nullptr;
 
 const char16_t* PlainText(const char16_t* text) { return text ? QmGetStringSmart(KernelLang(), text) : u""; }
 
 bool Set(HWND window, int32_t control, const char16_t* text) {
-    return current && current->set(window, control, PlainText(text));
+    return windowTexts && windowTexts->set(window, control, PlainText(text));
 }
 
 bool SetIfChanged(HWND window, int32_t control, const char16_t* text) {
     char16_t shown[LIMIT];
-    if (current && current->get(window, control, shown, LIMIT) &&
+    if (windowTexts && windowTexts->get(window, control, shown, LIMIT) &&
         std::u16string_view(shown) == std::u16string_view(PlainText(text)))
         return true;
     return Set(window, control, text);
@@ -36,7 +36,7 @@ bool Print(Setter* set, HWND window, int32_t control, const char16_t* format, va
 
 }  // namespace
 
-void tarn::SetWindowTextService(const WindowTextService* service) { current = service; }
+void tarn::SetWindowTextService(const WindowTextService* service) { windowTexts = service; }
 
 extern "C" {
 

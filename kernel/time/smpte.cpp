@@ -6,13 +6,13 @@
 
 namespace {
 
-struct Format {
+struct FormatRow {
     uint32_t labels;  ///< a second
     double rate;      ///< frames a second
     uint32_t dayFrames;
 };
 
-constexpr Format FORMATS[] = {
+constexpr FormatRow FORMATS[] = {
     {30, 30, 2592000},
     {30, 30, 2592000},
     {30, 30000.0 / 1001, 2589408},
@@ -23,7 +23,7 @@ constexpr Format FORMATS[] = {
 };
 
 bool IsKnown(uint32_t format) { return format >= SMPTE_30 && format <= SMPTE_23_976; }
-const Format& FormatOf(uint32_t format) { return FORMATS[IsKnown(format) ? format : 0]; }
+const FormatRow& FormatOf(uint32_t format) { return FORMATS[IsKnown(format) ? format : 0]; }
 
 constexpr uint32_t DROP_PER_MINUTE = 2, DROP_PER_HOUR = 108;
 constexpr uint32_t DROP_MINUTE = 1798, DROP_TEN_MINUTES = 17982;
@@ -38,7 +38,7 @@ uint32_t LabelOfDropFrame(uint32_t frame) {
     return frame + tens * dropsInTen + minutes * DROP_PER_MINUTE;
 }
 
-uint32_t WrapToDay(int64_t frames, const Format& format) {
+uint32_t WrapToDay(int64_t frames, const FormatRow& format) {
     const int64_t day = format.dayFrames, rest = frames % day;
     return static_cast<uint32_t>(rest < 0 ? rest + day : rest);
 }
@@ -103,7 +103,7 @@ int64_t QMSMPTE_SMPTEToFrameCount(const _smpteval* value) {
 
 void QMSMPTE_FrameCountToSMPTE(_smpteval* value, int64_t frames) {
     if (!value) return;
-    const Format& format = FormatOf(value->format);
+    const FormatRow& format = FormatOf(value->format);
     uint32_t label = WrapToDay(frames, format);
     if (value->format == SMPTE_DROP) label = LabelOfDropFrame(label);
     const uint32_t seconds = label / format.labels;

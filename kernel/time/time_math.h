@@ -1,10 +1,14 @@
 // Arithmetic shared by the sources of time.
 #pragma once
 
+#include "kernel/time/smpte.h"
+
 #include <cmath>
 #include <cstdint>
 
 namespace timemath {
+
+inline constexpr double PER_SECOND = static_cast<double>(NANO_TIME_PER_SECOND);
 
 /// Cut to an integer; held where 64 bits end, 0 for NaN.
 inline int64_t Truncate(double x) {

@@ -1,6 +1,7 @@
 #include "kernel/time/time_parse.h"
 
 #include "kernel/formats/inat.h"
+#include "kernel/print/digits.h"
 #include "kernel/print/parse_text.h"
 #include "kernel/time/time_math.h"
 #include "kernel/time/time_text.h"
@@ -14,21 +15,18 @@ using namespace tarn;
 
 namespace {
 
-constexpr double PER_SECOND = static_cast<double>(NANO_TIME_PER_SECOND);
-
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-bool IsSpace(char16_t c) {
+bool IsBlank(char16_t c) {
     return c == u' ' || (c >= u'\t' && c <= u'\r') || c == u'\u00A0' || c == u'\u202F';
 }
 
 /// A place in a text.
-class Reader {
+class TimeReader {
 public:
-    explicit Reader(const char16_t* text) : m_at(text ? text : u"") {}
+    explicit TimeReader(const char16_t* text) : m_at(text ? text : u"") {}
 
     const char16_t* At() const { return m_at; }
     void SkipSpace() {
-        while (IsSpace(*m_at)) m_at++;
+        while (IsBlank(*m_at)) m_at++;
     }
     bool Take(char16_t c) {
         if (*m_at != c) return false;
@@ -38,9 +36,9 @@ public:
 
     /// Digits, held at the largest number; false without one.
     bool Digits(uint64_t& value, bool grouped = false) {
-        if (!IsDigit(*m_at)) return false;
+        if (!digits::IsDigit(*m_at)) return false;
         value = 0;
-        for (; IsDigit(*m_at) || (grouped && TakeGroup()); m_at++) {
+        for (; digits::IsDigit(*m_at) || (grouped && TakeGroup()); m_at++) {
             const auto digit = static_cast<uint64_t>(*m_at - u'0');
             value = value > (UINT64_MAX - digit) / 10 ? UINT64_MAX : value * 10 + digit;
         }
@@ -50,10 +48,10 @@ public:
     bool Real(double& value) {
         char16_t plain[400];
         size_t length = 0;
-        while ((IsDigit(*m_at) || (length && TakeGroup())) && length < 300) plain[length++] = *m_at++;
+        while ((digits::IsDigit(*m_at) || (length && TakeGroup())) && length < 300) plain[length++] = *m_at++;
         const bool hasPoint = TakePoint();
         if (hasPoint) plain[length++] = u'.';
-        while (hasPoint && IsDigit(*m_at) && length < 390) plain[length++] = *m_at++;
+        while (hasPoint && digits::IsDigit(*m_at) && length < 390) plain[length++] = *m_at++;
         plain[length] = 0;
         value = QmTextToDoubleToken(plain, nullptr, nullptr);
         return length > (hasPoint ? 1 : 0);
@@ -74,7 +72,7 @@ private:
     /// A thousands separator counts as one only with a digit behind it.
     bool TakeGroup() {
         const char16_t* const before = m_at;
-        if (TakeText(CurrentInat().thousands) && IsDigit(*m_at)) return true;
+        if (TakeText(CurrentInat().thousands) && digits::IsDigit(*m_at)) return true;
         m_at = before;
         return false;
     }
@@ -89,7 +87,7 @@ struct Groups {
     bool isClock = true;  ///< two digits each, and time separators between
 };
 
-Groups ReadGroups(Reader& reader) {
+Groups ReadGroups(TimeReader& reader) {
     Groups groups;
     uint64_t value = 0;
     for (const char16_t* from = reader.At(); groups.count < 4 && reader.Digits(value); from = reader.At()) {
@@ -98,8 +96,8 @@ Groups ReadGroups(Reader& reader) {
         groups.values[3] = value;
         groups.count++;
         // What lies between belongs to the text only when another group follows.
-        Reader ahead = reader;
-        while (*ahead.At() && !IsDigit(*ahead.At())) ahead = Reader(ahead.At() + 1);
+        TimeReader ahead = reader;
+        while (*ahead.At() && !digits::IsDigit(*ahead.At())) ahead = TimeReader(ahead.At() + 1);
         if (!*ahead.At() || groups.count == 4) break;
         const Separator& time = CurrentInat().time;
         groups.isClock &= std::u16string_view(reader.At(), static_cast<size_t>(ahead.At() - reader.At())) ==
@@ -114,7 +112,7 @@ double SecondsOf(uint64_t hours, uint64_t minutes, uint64_t seconds) {
            static_cast<double>(seconds);
 }
 
-int64_t NanosOf(double seconds) { return timemath::Truncate(seconds * PER_SECOND + 0.5); }
+int64_t NanosOf(double seconds) { return timemath::Truncate(seconds * timemath::PER_SECOND + 0.5); }
 
 uint32_t To32(uint64_t value) { return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX)); }
 
@@ -125,15 +123,16 @@ struct MusicTime {
 
 /// Where the user groups digits by points, a measure's groups can't be told from the beats behind it: what is
 /// more than three numbers then belongs to the measure.
-MusicTime ReadMusic(Reader& reader) {
+MusicTime ReadMusic(TimeReader& reader) {
     const bool ambiguous = CurrentInat().thousands.text[0] == CurrentInat().measureBeat.text[0];
     uint64_t values[5] = {};
     size_t count = 0;
     while (count < std::size(values) && reader.Digits(values[count], count == 0 && !ambiguous)) {
         count++;
-        Reader ahead = reader;
-        while (*ahead.At() && !IsDigit(*ahead.At()) && !IsSpace(*ahead.At())) ahead = Reader(ahead.At() + 1);
-        if (!IsDigit(*ahead.At()) || (!ambiguous && count == 3)) break;
+        TimeReader ahead = reader;
+        while (*ahead.At() && !digits::IsDigit(*ahead.At()) && !IsBlank(*ahead.At()))
+            ahead = TimeReader(ahead.At() + 1);
+        if (!digits::IsDigit(*ahead.At()) || (!ambiguous && count == 3)) break;
         reader = ahead;
     }
     size_t at = 0;
@@ -156,11 +155,11 @@ void CountFromZero(MusicTime& music) {
 }
 
 /// Reads a time without its sign and offset; false, with the reader at the stop, when there is none.
-using ReadTime = bool (*)(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos);
+using ReadTime = bool (*)(TimeReader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos);
 
 int64_t Hold(uint64_t value) { return static_cast<int64_t>(std::min<uint64_t>(value, INT64_MAX)); }
 
-bool ReadSamples(Reader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
+bool ReadSamples(TimeReader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
     uint64_t samples = 0;
     if (!reader.Digits(samples, true)) return false;
     if (format.rate == 0) return true;
@@ -175,7 +174,7 @@ bool ReadSamples(Reader& reader, const _qmposfmt& format, uint32_t, int64_t& nan
 }
 
 template <bool hasMillis>
-bool ReadClock(Reader& reader, const _qmposfmt&, uint32_t flags, int64_t& nanos) {
+bool ReadClock(TimeReader& reader, const _qmposfmt&, uint32_t flags, int64_t& nanos) {
     const Groups g = ReadGroups(reader);
     if (g.count == 0) return false;
     const auto& v = g.values;
@@ -186,8 +185,8 @@ bool ReadClock(Reader& reader, const _qmposfmt&, uint32_t flags, int64_t& nanos)
 }
 
 /// From a day on the text shows days, and no milliseconds.
-bool ReadDaysOrClock(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
-    Reader ahead = reader;
+bool ReadDaysOrClock(TimeReader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+    TimeReader ahead = reader;
     const Groups g = ReadGroups(ahead);
     if (!g.isClock || g.count < 4) return ReadClock<true>(reader, format, flags, nanos);
     reader = ahead;
@@ -196,28 +195,28 @@ bool ReadDaysOrClock(Reader& reader, const _qmposfmt& format, uint32_t flags, in
     return true;
 }
 
-bool ReadSeconds(Reader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
+bool ReadSeconds(TimeReader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
     double value = 0;
     if (!reader.Real(value)) return false;
     nanos = NanosOf(value);
     return true;
 }
 
-bool ReadFrames(Reader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
+bool ReadFrames(TimeReader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
     double value = 0;
     if (!reader.Real(value)) return false;
     if (format.framesPerSecond > 0) nanos = NanosOf(value / format.framesPerSecond);
     return true;
 }
 
-bool ReadBeats(Reader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
+bool ReadBeats(TimeReader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
     double value = 0;
     if (!reader.Real(value)) return false;
     if (format.tempo > 0) nanos = NanosOf(value * 60 / format.tempo);
     return true;
 }
 
-bool ReadLabel(Reader& reader, _smpteval label, double rate, int64_t& nanos) {
+bool ReadLabel(TimeReader& reader, _smpteval label, double rate, int64_t& nanos) {
     const Groups g = ReadGroups(reader);
     label.hours = To32(g.values[0]);
     label.minutes = To32(g.values[1]);
@@ -227,23 +226,23 @@ bool ReadLabel(Reader& reader, _smpteval label, double rate, int64_t& nanos) {
     return g.count > 0;
 }
 
-bool ReadTimeAndFrames(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+bool ReadTimeAndFrames(TimeReader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
     if (flags & TIME_TEXT_SHORT) return ReadClock<false>(reader, format, flags, nanos);
     return ReadLabel(reader, {}, format.framesPerSecond, nanos);
 }
 
-bool ReadCd(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+bool ReadCd(TimeReader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
     if (flags & TIME_TEXT_SHORT) return ReadClock<false>(reader, format, flags, nanos);
     return ReadLabel(reader, {}, 75, nanos);
 }
 
 template <SmpteFormat smpte>
-bool ReadSmpte(Reader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
+bool ReadSmpte(TimeReader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
     return ReadLabel(reader, {smpte, 0, 0, 0, 0, 0}, 0, nanos);
 }
 
 template <bool fromOne>
-bool ReadMeasures(Reader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
+bool ReadMeasures(TimeReader& reader, const _qmposfmt& format, uint32_t flags, int64_t& nanos) {
     MusicTime music = ReadMusic(reader);
     if (fromOne && !(flags & TIME_TEXT_DURATION)) CountFromZero(music);
     nanos = NanosOfMusic(music, format);
@@ -251,17 +250,17 @@ bool ReadMeasures(Reader& reader, const _qmposfmt& format, uint32_t flags, int64
 }
 
 template <uint32_t framesPerFoot>
-bool ReadFeet(Reader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
+bool ReadFeet(TimeReader& reader, const _qmposfmt& format, uint32_t, int64_t& nanos) {
     const char16_t* end = nullptr;
     const auto frames = static_cast<double>(QmTextToFeetAndFramesToken(reader.At(), framesPerFoot, &end));
     const bool any = end != reader.At();
-    reader = Reader(end);
+    reader = TimeReader(end);
     if (format.framesPerSecond > 0) nanos = NanosOf(frames / format.framesPerSecond);
     return any;
 }
 
 template <int64_t unit>
-bool ReadUnits(Reader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
+bool ReadUnits(TimeReader& reader, const _qmposfmt&, uint32_t, int64_t& nanos) {
     uint64_t value = 0;
     if (!reader.Digits(value, true)) return false;
     if (__builtin_mul_overflow(Hold(value), unit, &nanos)) nanos = INT64_MAX;
@@ -292,14 +291,14 @@ constexpr ReadTime READERS[POSITION_FORMATS] = {
 };
 
 /// Skips what stands before a number; true for a minus.
-bool TakeSign(Reader& reader) {
+bool TakeSign(TimeReader& reader) {
     reader.SkipSpace();
     return reader.Take(u'-');
 }
 
 bool ReadPosition(const char16_t* text, const _qmposfmt& format, uint32_t flags, const char16_t** end,
                   int64_t& nanos) {
-    Reader reader(text);
+    TimeReader reader(text);
     const bool negative = TakeSign(reader);
     nanos = 0;
     const ReadTime read = format.format < POSITION_FORMATS ? READERS[format.format] : ReadUnits<1>;
@@ -335,7 +334,7 @@ int64_t QmTextToNanoTimeTokenEx(int64_t defaultValue, const char16_t* text, cons
 }
 
 int64_t QmTextToTimeToken(const char16_t* text, const _qmposfmt* format, BOOL frames, const char16_t** end) {
-    Reader reader(text);
+    TimeReader reader(text);
     const bool negative = TakeSign(reader);
     int64_t nanos = 0;
     const bool any =
@@ -345,7 +344,7 @@ int64_t QmTextToTimeToken(const char16_t* text, const _qmposfmt* format, BOOL fr
 }
 
 BOOL QmTextToHMSFToken(const char16_t* text, _smpteval* value, const char16_t** end) {
-    Reader reader(text);
+    TimeReader reader(text);
     reader.SkipSpace();
     const Groups g = ReadGroups(reader);
     if (end) *end = reader.At();
@@ -357,11 +356,11 @@ BOOL QmTextToHMSFToken(const char16_t* text, _smpteval* value, const char16_t** 
 }
 
 int64_t QmTextToFeetAndFramesToken(const char16_t* text, uint32_t framesPerFoot, const char16_t** end) {
-    Reader reader(text);
+    TimeReader reader(text);
     reader.SkipSpace();
     uint64_t feet = 0, frames = 0;
     if (reader.Digits(feet, true)) {
-        Reader ahead = reader;
+        TimeReader ahead = reader;
         if (ahead.Take(u'+') && ahead.Digits(frames, true)) reader = ahead;
     }
     if (end) *end = reader.At();
@@ -371,7 +370,7 @@ int64_t QmTextToFeetAndFramesToken(const char16_t* text, uint32_t framesPerFoot,
 }
 
 int64_t QmTextToMusicTimeToken(const char16_t* text, const _qmposfmt* format, const char16_t** end) {
-    Reader reader(text);
+    TimeReader reader(text);
     const bool negative = TakeSign(reader);
     int64_t nanos = 0;
     const bool any = ReadMeasures<true>(reader, *format, 0, nanos);
@@ -381,7 +380,7 @@ int64_t QmTextToMusicTimeToken(const char16_t* text, const _qmposfmt* format, co
 
 int32_t QmTextToMeasuresBeatsTicks(const char16_t* text, uint32_t* measures, uint32_t* beats,
                                    uint32_t* ticks) {
-    Reader reader(text);
+    TimeReader reader(text);
     reader.SkipSpace();
     const MusicTime music = ReadMusic(reader);
     *measures = To32(music.measure);

@@ -12,7 +12,6 @@ using namespace tarn;
 namespace {
 
 constexpr uint32_t TEXT_CAPACITY = 64;
-constexpr double PER_SECOND = static_cast<double>(NANO_TIME_PER_SECOND);
 constexpr int64_t PER_MILLISECOND = NANO_TIME_PER_SECOND / 1000;
 constexpr int64_t LAST_WITHOUT_DAYS = 863999000000;
 constexpr double CD_FRAMES = 75;
@@ -27,7 +26,7 @@ struct Kind {
                      int64_t nanos, uint32_t flags);
 };
 
-double Seconds(int64_t nanos) { return static_cast<double>(nanos) / PER_SECOND; }
+double Seconds(int64_t nanos) { return static_cast<double>(nanos) / timemath::PER_SECOND; }
 
 int32_t PrintWhole(char16_t* out, uint32_t capacity, int64_t value) {
     return QmCchPrintF(out, capacity, nullptr, WHOLE, value);

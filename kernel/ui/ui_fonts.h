@@ -16,6 +16,9 @@
 
 class QFont;
 
+/// What controls and pages are written in.
+inline constexpr int32_t UIFONT_TEXT = 100, UIFONT_SMALL = 110, UIFONT_BOLD = 104;
+
 extern "C" {
 QM_API const QFont& QmGetUIFont(int32_t id);
 /// Width of the average character and height of a line.

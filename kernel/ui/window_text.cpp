@@ -48,6 +48,6 @@ bool Set(HWND window, int32_t control, const char16_t* text) {
 
 constexpr WindowTextService SERVICE = {Get, Set};
 
-[[maybe_unused]] const bool connected = (SetWindowTextService(&SERVICE), true);
+[[maybe_unused]] const bool serves = (SetWindowTextService(&SERVICE), true);
 
 }  // namespace

@@ -8,13 +8,13 @@ namespace tarn {
 namespace {
 
 /// Where numbers stand: digits are those of so many bytes, other characters a byte that stays.
-struct Layout {
+struct ChunkNumbers {
     const char* id;
     size_t skipped;        ///< bytes of texts before
     const char* numbers;   ///< once
     const char* repeated;  ///< up to the end
 };
-constexpr Layout LAYOUTS[] = {
+constexpr ChunkNumbers NUMBERED[] = {
     {"cue ", 0, "4", "44____444"},
     {"plst", 0, "4", "444"},
     {"smpl", 0, "444444444", "444444"},
@@ -31,9 +31,9 @@ constexpr Layout LAYOUTS[] = {
     {"_PMX", 0, "", ""},
 };
 
-const Layout* Find(const std::string& id) {
-    const auto* found = std::ranges::find(LAYOUTS, id, &Layout::id);
-    return found == std::end(LAYOUTS) ? nullptr : found;
+const ChunkNumbers* NumbersOf(const std::string& id) {
+    const auto* found = std::ranges::find(NUMBERED, id, &ChunkNumbers::id);
+    return found == std::end(NUMBERED) ? nullptr : found;
 }
 
 /// False at the end of the bytes.
@@ -66,7 +66,7 @@ MetaBytes TurnItems(const MetaBytes& list) {
 
 MetaBytes TurnBigEndian(uint32_t id, MetaBytes payload) {
     if (id == FourCC("LIST")) return TurnItems(payload);
-    const Layout* layout = Find({reinterpret_cast<const char*>(&id), 4});
+    const ChunkNumbers* layout = NumbersOf({reinterpret_cast<const char*>(&id), 4});
     if (!layout) return payload;
     size_t at = layout->skipped;
     if (Turn(payload, at, layout->numbers))
@@ -75,6 +75,6 @@ MetaBytes TurnBigEndian(uint32_t id, MetaBytes payload) {
     return payload;
 }
 
-bool IsBigEndianKnown(const std::string& id) { return id.starts_with("LIST:") || Find(id); }
+bool IsBigEndianKnown(const std::string& id) { return id.starts_with("LIST:") || NumbersOf(id); }
 
 }  // namespace tarn

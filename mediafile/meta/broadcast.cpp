@@ -10,7 +10,7 @@ using namespace tarn;
 
 namespace {
 
-constexpr uint32_t IDS[] = {FourCC("bext"), FourCC("iXML")};
+constexpr uint32_t BROADCAST_IDS[] = {FourCC("bext"), FourCC("iXML")};
 constexpr size_t TIME_AT = 338, VERSION_AT = 346, UMID_AT = 348;
 
 constexpr BroadcastField FIELDS[] = {
@@ -34,7 +34,7 @@ Number NumberAt(std::span<const uint8_t> payload, size_t at) {
 HRESULT Load(HQMFILE file, bool isWave64, BWFINFO* info) {
     return Guarded([&] {
         MetaBytes payload;
-        if (const HRESULT hr = MetaForm(file, isWave64).Read(IDS[BWF_CHUNK_BEXT], false, &payload);
+        if (const HRESULT hr = MetaForm(file, isWave64).Read(BROADCAST_IDS[BWF_CHUNK_BEXT], false, &payload);
             Failed(hr))
             return hr;
         if (payload.empty()) return *info = {}, MEDIA_E_NOT_FOUND;
@@ -46,7 +46,7 @@ HRESULT LoadTime(HQMFILE file, bool isWave64, uint64_t* time) {
     MetaForm form(file, isWave64);
     uint64_t size = 0;
     uint8_t bytes[8];
-    if (const HRESULT hr = form.Find(IDS[BWF_CHUNK_BEXT], false, &size); Failed(hr)) return hr;
+    if (const HRESULT hr = form.Find(BROADCAST_IDS[BWF_CHUNK_BEXT], false, &size); Failed(hr)) return hr;
     form.Io().SkipBytes(TIME_AT);
     if (size < TIME_AT + sizeof bytes || !FileStream{file}.Read(bytes, sizeof bytes)) return MEDIA_E_READ;
     *time = FromLittleEndian<uint64_t>(bytes);
@@ -55,10 +55,10 @@ HRESULT LoadTime(HQMFILE file, bool isWave64, uint64_t* time) {
 
 HRESULT Delete(uint32_t kind, HQMFILE file, bool isWave64, uint64_t* removed) {
     *removed = 0;
-    if (kind >= std::size(IDS)) return E_INVALIDARG;
+    if (kind >= std::size(BROADCAST_IDS)) return E_INVALIDARG;
     MetaForm form(file, isWave64);
     uint64_t size = 0;
-    const HRESULT found = form.Find(IDS[kind], false, &size);
+    const HRESULT found = form.Find(BROADCAST_IDS[kind], false, &size);
     if (found == MEDIA_E_NOT_FOUND) return S_OK;
     return Failed(found) ? found : form.Io().DeleteFound(size, form.Grammar().header, removed);
 }
@@ -73,11 +73,11 @@ HRESULT DeleteAll(HQMFILE file, bool isWave64) {
 HRESULT Update(uint32_t kind, HQMFILE file, bool isWave64, const void* buffer, uint32_t size,
                uint64_t* added) {
     *added = 0;
-    if (kind >= std::size(IDS)) return E_INVALIDARG;
+    if (kind >= std::size(BROADCAST_IDS)) return E_INVALIDARG;
     MetaForm form(file, isWave64);
     const FileStream s{file};
     uint64_t old = 0;
-    const HRESULT found = form.Find(IDS[kind], false, &old);
+    const HRESULT found = form.Find(BROADCAST_IDS[kind], false, &old);
     if (Failed(found) && found != MEDIA_E_NOT_FOUND) return found;
     MetaBytes payload(static_cast<const uint8_t*>(buffer), static_cast<const uint8_t*>(buffer) + size);
     if (Succeeded(found) && old >= size) {
@@ -92,7 +92,7 @@ HRESULT Update(uint32_t kind, HQMFILE file, bool isWave64, const void* buffer, u
     uint64_t before = 0, after = 0;
     payload.resize(size + (size & 1));
     const bool isTold = form.Io().StoredFormSize(&before);
-    const HRESULT hr = form.Append(IDS[kind], false, payload);
+    const HRESULT hr = form.Append(BROADCAST_IDS[kind], false, payload);
     if (isTold && Succeeded(hr) && form.Io().StoredFormSize(&after)) *added = after - before;
     return hr;
 }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint32_t CUE = FourCC("cue "), ADTL = FourCC("adtl"), LABL = FourCC("labl"), NOTE = FourCC("note"),
                    LTXT = FourCC("ltxt"), RGN = FourCC("rgn ");
-constexpr size_t CUE_BYTES = 24, LTXT_BYTES = 20;
+constexpr size_t LTXT_BYTES = 20;
 
 using Span = std::span<const uint8_t>;
 
@@ -33,12 +33,12 @@ struct Labels {
     }
 };
 
-std::u16string TextOf(const std::map<uint32_t, Span>& texts, uint32_t cue) {
+std::u16string CueText(const std::map<uint32_t, Span>& texts, uint32_t cue) {
     const auto found = texts.find(cue);
     return found == texts.end() ? std::u16string() : Utf16FromWindows1252(AnsiUpToZero(found->second));
 }
 
-void PutText(MetaWriter& out, uint32_t kind, uint32_t cue, const std::u16string& text) {
+void PutCueText(MetaWriter& out, uint32_t kind, uint32_t cue, const std::u16string& text) {
     if (text.empty()) return;
     MetaWriter payload;
     payload.Put(cue).Text(Windows1252FromUtf16(text) + '\0');
@@ -117,8 +117,8 @@ HRESULT ReadMediaCues(Span cues, Span adtl, size_t mostLabel, std::vector<MediaC
         const auto label = labels.label.find(cue.id);
         if (label != labels.label.end() && AnsiUpToZero(label->second).size() > mostLabel)
             return MEDIA_E_MALFORMED;
-        cue.label = TextOf(labels.label, cue.id);
-        cue.note = TextOf(labels.note, cue.id);
+        cue.label = CueText(labels.label, cue.id);
+        cue.note = CueText(labels.note, cue.id);
         if (const auto region = labels.region.find(cue.id); region != labels.region.end()) {
             cue.length = FromLittleEndian<uint32_t>(region->second.data());
             cue.purpose = FromLittleEndian<uint32_t>(region->second.data() + 4);
@@ -141,8 +141,8 @@ std::vector<uint8_t> MediaCueBytes(std::span<const MediaCue> cues) {
 std::vector<uint8_t> MediaLabelBytes(std::span<const MediaCue> cues) {
     MetaWriter out;
     for (const MediaCue& cue : cues) {
-        PutText(out, LABL, cue.id, cue.label);
-        PutText(out, NOTE, cue.id, cue.note);
+        PutCueText(out, LABL, cue.id, cue.label);
+        PutCueText(out, NOTE, cue.id, cue.note);
         if (!cue.length) continue;
         MetaWriter region;
         region.Put(cue.id).Put(*cue.length).Put(cue.purpose ? cue.purpose : RGN).Put(uint64_t{0});

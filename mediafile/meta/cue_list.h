@@ -21,6 +21,9 @@ inline constexpr size_t QM_MOST_LABEL = 1023;
 
 namespace tarn {
 
+/// Of a cue in its chunk.
+inline constexpr size_t CUE_BYTES = 24;
+
 struct MediaCue {
     uint32_t id = 0;
     uint32_t position = 0;           ///< in frames

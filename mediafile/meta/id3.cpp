@@ -13,7 +13,7 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-constexpr size_t HEAD = 10;
+constexpr size_t ID3_HEAD = 10;
 enum : uint8_t { LATIN1, UTF16_WITH_ORDER, UTF16_BIG, UTF8 };
 /// Of the tag, and of a frame in its second byte of flags: how what follows is packed.
 constexpr uint8_t UNSYNCHRONISED = 0x80, EXTENDED = 0x40, PACKED_V3 = 0xE0, PACKED_V4 = 0x4F;
@@ -52,13 +52,13 @@ MetaBytes Synchronised(Bytes bytes) {
 Tag ReadTag(Bytes bytes) {
     Tag tag;
     if (bytes.empty()) return tag;
-    tag.isKnown =
-        bytes.size() >= HEAD && std::memcmp(bytes.data(), "ID3", 3) == 0 && bytes[3] >= 3 && bytes[3] <= 4;
+    tag.isKnown = bytes.size() >= ID3_HEAD && std::memcmp(bytes.data(), "ID3", 3) == 0 && bytes[3] >= 3 &&
+                  bytes[3] <= 4;
     tag.refusal = "the tag is of a version that is shown and kept";
     if (!tag.isKnown) return tag;
     tag.version = bytes[3];
     const uint8_t flags = bytes[5];
-    Bytes rest = bytes.subspan(HEAD, std::min<size_t>(Synchsafe(&bytes[6]), bytes.size() - HEAD));
+    Bytes rest = bytes.subspan(ID3_HEAD, std::min<size_t>(Synchsafe(&bytes[6]), bytes.size() - ID3_HEAD));
     MetaBytes unpacked;
     if (flags & UNSYNCHRONISED) rest = unpacked = Synchronised(rest);
     if ((flags & EXTENDED) && rest.size() >= 4) {
@@ -67,10 +67,10 @@ Tag ReadTag(Bytes bytes) {
         rest = rest.subspan(std::min(size, rest.size()));
     }
     tag.refusal = flags ? "the tag has a form that is shown and kept" : "";
-    while (rest.size() >= HEAD && rest[0] != 0) {
+    while (rest.size() >= ID3_HEAD && rest[0] != 0) {
         Frame frame{std::string(rest.begin(), rest.begin() + 4), {rest[8], rest[9]}, {}};
         const uint32_t size = tag.version >= 4 ? Synchsafe(&rest[4]) : FromBigEndian<uint32_t>(&rest[4]);
-        rest = rest.subspan(HEAD);
+        rest = rest.subspan(ID3_HEAD);
         if (size > rest.size()) {
             tag.refusal = "a frame reaches beyond the end of the tag";
             break;
@@ -108,7 +108,7 @@ std::string TakeText(uint8_t encoding, Bytes& bytes) {
     }
     return Utf8FromUtf16(text);
 }
-void PutText(uint8_t encoding, const std::string& text, bool isTerminated, MetaBytes& out) {
+void PutId3Text(uint8_t encoding, const std::string& text, bool isTerminated, MetaBytes& out) {
     if (encoding == UTF8 || encoding == LATIN1) {
         const std::string bytes = encoding == UTF8 ? text : Windows1252FromUtf16(Utf16FromUtf8(text));
         out.insert(out.end(), bytes.begin(), bytes.end());
@@ -151,7 +151,7 @@ MetaBytes PayloadOf(const Tag& tag, const Frame& old, const std::string& text) {
     MetaBytes payload;
     if (!IsComment(old)) {
         payload.push_back(EncodingOf(tag, text));
-        PutText(payload[0], text, false, payload);
+        PutId3Text(payload[0], text, false, payload);
         return payload;
     }
     std::string about;
@@ -163,23 +163,23 @@ MetaBytes PayloadOf(const Tag& tag, const Frame& old, const std::string& text) {
     payload.push_back(EncodingOf(tag, about + text));
     const char* language = hasHead ? reinterpret_cast<const char*>(&old.payload[1]) : "und";
     payload.insert(payload.end(), language, language + 3);
-    PutText(payload[0], about, true, payload);
-    PutText(payload[0], text, false, payload);
+    PutId3Text(payload[0], about, true, payload);
+    PutId3Text(payload[0], text, false, payload);
     return payload;
 }
 
 MetaBytes TagBytes(const Tag& tag) {
     MetaBytes out = {'I', 'D', '3', tag.version, 0, 0, 0, 0, 0, 0};
     for (const Frame& frame : tag.frames) {
-        uint8_t head[HEAD] = {};
+        uint8_t head[ID3_HEAD] = {};
         std::memcpy(head, frame.id.data(), 4);
         const auto size = static_cast<uint32_t>(frame.payload.size());
         tag.version >= 4 ? PutSynchsafe(head + 4, size) : ToBigEndian(head + 4, size);
         std::memcpy(head + 8, frame.flags, sizeof frame.flags);
-        out.insert(out.end(), head, head + HEAD);
+        out.insert(out.end(), head, head + ID3_HEAD);
         out.insert(out.end(), frame.payload.begin(), frame.payload.end());
     }
-    PutSynchsafe(&out[6], out.size() - HEAD);
+    PutSynchsafe(&out[6], out.size() - ID3_HEAD);
     return out;
 }
 

@@ -19,7 +19,7 @@ struct IxmlContent::Document {
 
 namespace {
 
-constexpr const char *ROOT = "BWFXML", *VERSION = "1.52";
+constexpr const char *ROOT = "BWFXML", *NEWEST = "1.52";
 constexpr unsigned MOST_INDEX = 10000;
 
 constexpr const char* SPEED_FPS[] = {"24000/1001", "24/1",       "25/1", "30000/1001", "30/1",
@@ -127,7 +127,7 @@ std::string WithoutNumbers(const std::string& path) {
     return plain;
 }
 
-std::span<const char* const> TextsOf(IxmlType type) {
+std::span<const char* const> WordsOf(IxmlType type) {
     switch (type) {
     case IxmlType::Bool: return BOOLS;
     case IxmlType::SpeedFps: return SPEED_FPS;
@@ -173,7 +173,7 @@ bool IxmlContent::Set(const std::string& path, const std::string& text) {
         pugi::xml_node declaration = xml.prepend_child(pugi::node_declaration);
         declaration.append_attribute("version") = "1.0";
         declaration.append_attribute("encoding") = "UTF-8";
-        xml.append_child(ROOT).append_child("IXML_VERSION").text().set(VERSION);
+        xml.append_child(ROOT).append_child("IXML_VERSION").text().set(NEWEST);
     }
     pugi::xml_node node = xml.document_element();
     std::vector<std::string> names;
@@ -233,7 +233,7 @@ std::vector<std::string> IxmlDeviations(const IxmlContent& content) {
         if (path == "TRACK_LIST.TRACK_COUNT") told = value.text;
         const auto* node = std::ranges::find_if(NODES, [&](const IxmlNodeInfo& n) { return path == n.path; });
         if (node == std::end(NODES) || value.text.empty()) continue;
-        const auto texts = TextsOf(node->type);
+        const auto texts = WordsOf(node->type);
         const bool isKnown = std::ranges::any_of(texts, [&](const char* text) { return value.text == text; });
         if (node->type == IxmlType::Number && value.text.find_first_not_of("0123456789") != value.text.npos)
             found.push_back(value.path + " is no number: '" + value.text + "'");

@@ -17,7 +17,7 @@ namespace {
 struct TextPair {
     const char *info, *aiff;
 };
-constexpr TextPair TEXTS[] = {{"INAM", "NAME"}, {"IART", "AUTH"}, {"ICOP", "(c) "}, {"ICMT", "ANNO"}};
+constexpr TextPair SHARED_TEXTS[] = {{"INAM", "NAME"}, {"IART", "AUTH"}, {"ICOP", "(c) "}, {"ICMT", "ANNO"}};
 constexpr size_t MOST_AIFF_NAME = 255;
 
 class Carrier {
@@ -67,7 +67,7 @@ private:
     void Texts(const MetaBlock& block) {
         std::string others;
         ForEachChunk(block.payload, [&](uint32_t id, std::span<const uint8_t> payload) {
-            for (const TextPair& pair : TEXTS)
+            for (const TextPair& pair : SHARED_TEXTS)
                 if (std::memcmp(&id, pair.info, 4) == 0) {
                     const std::string text = AnsiUpToZero(payload);
                     return Add(pair.aiff, {text.begin(), text.end()});
@@ -103,7 +103,7 @@ private:
     }
 
     void FromAiff(const MetaBlock& block) {
-        for (const TextPair& pair : TEXTS)
+        for (const TextPair& pair : SHARED_TEXTS)
             if (block.id == pair.aiff) return Text(block, pair.info);
         if (block.id == "MARK") return SetMetaCues(m_out.document, MetaCues(m_from));
         if (block.id == "INST") return AiffInstrument(block);

@@ -14,7 +14,7 @@ namespace tarn {
 
 namespace {
 
-using Found = std::vector<std::string>;
+using Findings = std::vector<std::string>;
 using Bytes = std::span<const uint8_t>;
 
 bool IsPrintableAscii(const std::string& text) {
@@ -35,7 +35,7 @@ bool AreZeros(Bytes bytes) {
     return std::ranges::all_of(bytes, [](uint8_t b) { return b == 0; });
 }
 
-void CheckBext(const MetaDocument&, const MetaBlock& block, uint64_t, Found& found) {
+void CheckBext(const MetaDocument&, const MetaBlock& block, uint64_t, Findings& found) {
     constexpr size_t UMID = 348, LOUDNESS = 412, RESERVED = 422;
     const Bytes bytes = block.payload;
     const auto add = [&](const std::string& text) { found.push_back("bext: " + text + " (EBU Tech 3285)"); };
@@ -65,7 +65,7 @@ void CheckBext(const MetaDocument&, const MetaBlock& block, uint64_t, Found& fou
     if (!IsPrintableAscii(info.codingHistory)) add("the coding history has characters beyond ASCII");
 }
 
-void CheckIxml(const MetaDocument&, const MetaBlock& block, uint64_t, Found& found) {
+void CheckIxml(const MetaDocument&, const MetaBlock& block, uint64_t, Findings& found) {
     IxmlContent content;
     std::string error;
     if (!ExtractIxmlContent(block.payload, &content, &error))
@@ -76,7 +76,7 @@ void CheckIxml(const MetaDocument&, const MetaBlock& block, uint64_t, Found& fou
     if (!hasVersion) found.push_back("iXML: there is no IXML_VERSION");
 }
 
-void CheckCues(const MetaDocument& document, const MetaBlock& block, uint64_t frames, Found& found) {
+void CheckCues(const MetaDocument& document, const MetaBlock& block, uint64_t frames, Findings& found) {
     const Bytes bytes = block.payload;
     const uint64_t told = bytes.size() < 4 ? 0 : FromLittleEndian<uint32_t>(bytes.data());
     if (bytes.size() < 4 || bytes.size() - 4 != told * 24)
@@ -91,7 +91,7 @@ void CheckCues(const MetaDocument& document, const MetaBlock& block, uint64_t fr
             found.push_back(name + " ends behind the samples");
     }
 }
-void CheckLabels(const MetaDocument& document, const MetaBlock& block, uint64_t, Found& found) {
+void CheckLabels(const MetaDocument& document, const MetaBlock& block, uint64_t, Findings& found) {
     std::set<uint32_t> ids;
     for (const MediaCue& cue : MetaCues(document)) ids.insert(cue.id);
     const bool isWhole = ForEachChunk(block.payload, [&](uint32_t id, Bytes payload) {
@@ -107,7 +107,7 @@ void CheckLabels(const MetaDocument& document, const MetaBlock& block, uint64_t,
     if (!isWhole) found.push_back("adtl: its items do not fill it");
 }
 
-void CheckInfo(const MetaDocument&, const MetaBlock& block, uint64_t, Found& found) {
+void CheckInfo(const MetaDocument&, const MetaBlock& block, uint64_t, Findings& found) {
     std::set<uint32_t> ids;
     const bool isWhole = ForEachChunk(block.payload, [&](uint32_t id, Bytes payload) {
         const std::string name = "INFO: '" + std::string(reinterpret_cast<const char*>(&id), 4) + "'";
@@ -117,7 +117,7 @@ void CheckInfo(const MetaDocument&, const MetaBlock& block, uint64_t, Found& fou
     if (!isWhole) found.push_back("INFO: its items do not fill it");
 }
 
-void CheckSampler(const MetaDocument&, const MetaBlock& block, uint64_t frames, Found& found) {
+void CheckSampler(const MetaDocument&, const MetaBlock& block, uint64_t frames, Findings& found) {
     constexpr size_t HEAD = 36, LOOP = 24;
     const Bytes bytes = block.payload;
     if (bytes.size() < HEAD)
@@ -134,14 +134,14 @@ void CheckSampler(const MetaDocument&, const MetaBlock& block, uint64_t frames, 
     }
 }
 
-void CheckChna(const MetaDocument&, const MetaBlock& block, uint64_t, Found& found) {
+void CheckChna(const MetaDocument&, const MetaBlock& block, uint64_t, Findings& found) {
     const Bytes bytes = block.payload;
     const uint64_t uids = bytes.size() < 4 ? 0 : FromLittleEndian<uint16_t>(&bytes[2]);
     if (bytes.size() < 4 + uids * 40)
         found.push_back("chna: it tells of " + std::to_string(uids) +
                         " tracks and is too short (ITU-R BS.2088)");
 }
-void CheckAxml(const MetaDocument&, const MetaBlock& block, uint64_t, Found& found) {
+void CheckAxml(const MetaDocument&, const MetaBlock& block, uint64_t, Findings& found) {
     pugi::xml_document xml;
     const pugi::xml_parse_result result = xml.load_buffer(block.payload.data(), block.payload.size());
     if (!result)
@@ -149,21 +149,21 @@ void CheckAxml(const MetaDocument&, const MetaBlock& block, uint64_t, Found& fou
                         std::to_string(result.offset));
 }
 
-struct Check {
+struct ChunkCheck {
     const char* id;
-    void (*check)(const MetaDocument&, const MetaBlock&, uint64_t frames, Found&);
+    void (*check)(const MetaDocument&, const MetaBlock&, uint64_t frames, Findings&);
 };
-constexpr Check CHECKS[] = {{"bext", CheckBext},        {"iXML", CheckIxml},      {"cue ", CheckCues},
-                            {"LIST:adtl", CheckLabels}, {"LIST:INFO", CheckInfo}, {"smpl", CheckSampler},
-                            {"chna", CheckChna},        {"axml", CheckAxml}};
+constexpr ChunkCheck CHECKS[] = {{"bext", CheckBext},        {"iXML", CheckIxml},      {"cue ", CheckCues},
+                                 {"LIST:adtl", CheckLabels}, {"LIST:INFO", CheckInfo}, {"smpl", CheckSampler},
+                                 {"chna", CheckChna},        {"axml", CheckAxml}};
 
 }  // namespace
 
 std::vector<std::string> MetaDeviations(const MetaDocument& document, uint64_t frames) {
-    Found found;
+    Findings found;
     std::set<std::string> seen;
     for (const MetaBlock& block : document.blocks)
-        for (const Check& check : CHECKS) {
+        for (const ChunkCheck& check : CHECKS) {
             if (block.id != check.id) continue;
             if (!seen.insert(block.id).second)
                 found.push_back(block.id + ": it stands there twice");

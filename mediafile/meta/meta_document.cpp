@@ -9,6 +9,15 @@
 
 namespace tarn {
 
+uint32_t IdOf(const std::string& text) {
+    return FromLittleEndian<uint32_t>(reinterpret_cast<const uint8_t*>(text.data()));
+}
+std::string IdText(uint32_t id) {
+    char text[4];
+    std::memcpy(text, &id, 4);
+    return {text, 4};
+}
+
 namespace {
 
 constexpr const char* TECHNICAL[] = {"JUNK", "junk", "FLLR", "PAD ", "ds64", "fact", "FVER", "PEAK", "CHAN",
@@ -18,15 +27,6 @@ const GUID MARKERS = Wave64LabelOf(FourCC("cue "));
 
 bool IsAmong(std::span<const char* const> ids, const std::string& id) {
     return std::ranges::find(ids, id) != ids.end();
-}
-
-uint32_t IdOf(const std::string& text) {
-    return FromLittleEndian<uint32_t>(reinterpret_cast<const uint8_t*>(text.data()));
-}
-std::string TextOf(uint32_t id) {
-    char text[4];
-    std::memcpy(text, &id, 4);
-    return {text, 4};
 }
 
 bool IsListId(const std::string& id) { return id.size() == 9 && id.starts_with("LIST:"); }
@@ -50,9 +50,10 @@ bool IsListKind(uint32_t id) {
     return false;
 }
 
-class Reader {
+class DocumentReader {
 public:
-    Reader(const ByteSource& source, const MediaContents& contents) : m_source(source), m_contents(contents) {
+    DocumentReader(const ByteSource& source, const MediaContents& contents)
+        : m_source(source), m_contents(contents) {
         m_document.container = contents.container;
     }
 
@@ -86,9 +87,9 @@ private:
     void TakeRiff(const uint8_t* head, MetaBytes payload, size_t chunk) {
         const uint32_t id = FromLittleEndian<uint32_t>(head);
         if (id == FourCC("LIST") && payload.size() >= 4)
-            return Add("LIST:" + TextOf(FromLittleEndian<uint32_t>(payload.data())),
+            return Add("LIST:" + IdText(FromLittleEndian<uint32_t>(payload.data())),
                        Turned(FourCC("LIST"), WithoutType(payload)), chunk);
-        Add(TextOf(id), Turned(id, std::move(payload)), chunk);
+        Add(IdText(id), Turned(id, std::move(payload)), chunk);
     }
     MetaBytes Turned(uint32_t id, MetaBytes payload) const {
         return m_contents.container == MediaContainer::Rifx ? TurnBigEndian(id, std::move(payload)) : payload;
@@ -100,10 +101,10 @@ private:
         const uint32_t id = RiffIdOf(label);
         if (label == MARKERS && TakeMarkers(payload, chunk)) return;
         if (IsListKind(id) && payload.size() >= 4 && FromLittleEndian<uint32_t>(payload.data()) == id)
-            return Add("LIST:" + TextOf(id), WithoutType(payload), chunk);
+            return Add("LIST:" + IdText(id), WithoutType(payload), chunk);
         const bool isKnown = id != 0 && label != MARKERS && !IsListKind(id);
         // A label that is not known is shown as it is.
-        Add(isKnown ? TextOf(id) : m_contents.chunks[chunk].id, std::move(payload), chunk);
+        Add(isKnown ? IdText(id) : m_contents.chunks[chunk].id, std::move(payload), chunk);
     }
     bool TakeMarkers(const MetaBytes& payload, size_t chunk) {
         std::vector<MetaBlock> inner;
@@ -112,7 +113,7 @@ private:
             const uint32_t type = isList ? FromLittleEndian<uint32_t>(bytes.data()) : id;
             const auto body = bytes.subspan(isList ? 4 : 0);
             inner.push_back(
-                {(isList ? "LIST:" : "") + TextOf(type), {body.begin(), body.end()}, chunk, false});
+                {(isList ? "LIST:" : "") + IdText(type), {body.begin(), body.end()}, chunk, false});
         });
         const bool isOurs = isWhole && !inner.empty() && std::ranges::all_of(inner, [](const MetaBlock& b) {
                                 return IsAmong(MARKER_IDS, b.id);
@@ -159,9 +160,9 @@ std::vector<MetaBlock> Joined(const std::vector<MetaBlock>& blocks) {
     return joined;
 }
 
-class Planner {
+class EditPlanner {
 public:
-    Planner(const ByteSource& source, const MediaContents& contents, const MetaDocument& wanted)
+    EditPlanner(const ByteSource& source, const MediaContents& contents, const MetaDocument& wanted)
         : m_source(source), m_contents(contents), m_wanted(wanted), m_g(GrammarOf(contents.container)) {}
 
     MetaEditPlan Plan() {
@@ -383,7 +384,7 @@ void MetaDocument::Remove(const std::string& id) {
 }
 
 MetaDocument ReadMetaDocument(const ByteSource& source, const MediaContents& contents) {
-    return Reader(source, contents).Read();
+    return DocumentReader(source, contents).Read();
 }
 MetaDocument ReadMetaDocument(HQMFILE file) {
     const FileSource source(file);
@@ -408,7 +409,7 @@ MetaBytes MetaChunkBytes(MediaContainer container, const MetaBlock& block) {
 
 MetaEditPlan PlanMetaEdit(const ByteSource& source, const MediaContents& contents,
                           const MetaDocument& wanted) {
-    return Planner(source, contents, wanted).Plan();
+    return EditPlanner(source, contents, wanted).Plan();
 }
 
 HRESULT ApplyMetaEdit(HQMFILE file, const MetaEditPlan& plan) {

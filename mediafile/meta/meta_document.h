@@ -14,6 +14,10 @@
 
 namespace tarn {
 
+/// A chunk's number of its four characters, and the way back.
+uint32_t IdOf(const std::string& text);
+std::string IdText(uint32_t id);
+
 struct MetaBlock {
     std::string id;  ///< four characters; "LIST:" and a list's type; a GUID where a Wave64 label is not known
     MetaBytes payload;   ///< of a list without its type; of a RIFX file with its numbers turned

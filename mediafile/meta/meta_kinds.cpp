@@ -28,7 +28,7 @@ constexpr MetaChunkRow CHUNKS[] = {
     {QMFIO_META_CD_INFO, FourCC("CDif"), false, true},
 };
 
-constexpr MetaLabelRow LABELS[] = {
+constexpr MetaLabelRow KIND_LABELS[] = {
     {QMFIO_META_SUMMARY, FourCC("INFO"), Guid("{925F94BC-525A-11D2-86DC-00C04F8EDB8A}")},
     {QMFIO_META_WAVE64_ONLY, 0, Guid("{C42554A2-0DE9-41F5-BFF2-C32573F905E3}")},
     {QMFIO_META_MARKERS, FourCC("cue "), Guid("{ABF76256-392D-11D2-86C7-00C04F8EDB8A}")},
@@ -52,10 +52,10 @@ constexpr MetaLabelRow LABELS[] = {
 }  // namespace
 
 std::span<const MetaChunkRow> MetaChunkRows() { return CHUNKS; }
-std::span<const MetaLabelRow> MetaLabelRows() { return LABELS; }
+std::span<const MetaLabelRow> MetaLabelRows() { return KIND_LABELS; }
 
 GUID Wave64LabelOf(uint32_t id) {
-    for (const MetaLabelRow& row : LABELS)
+    for (const MetaLabelRow& row : KIND_LABELS)
         if (row.id == id) return row.label;
     GUID label = W64_FMT;
     label.Data1 = id;
@@ -63,7 +63,7 @@ GUID Wave64LabelOf(uint32_t id) {
 }
 
 uint32_t RiffIdOf(const GUID& label) {
-    for (const MetaLabelRow& row : LABELS)
+    for (const MetaLabelRow& row : KIND_LABELS)
         if (row.label == label) return row.id;
     return Wave64LabelOf(label.Data1) == label ? label.Data1 : 0;
 }

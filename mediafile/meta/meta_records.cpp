@@ -28,35 +28,36 @@ struct Record {
     std::span<const Field> entryFields = {};
 };
 
-constexpr Field SMPL[] = {
+constexpr Field SMPL_FIELDS[] = {
     {"Manufacturer", 0, 4},       {"Product", 4, 4},      {"SamplePeriod", 8, 4}, {"MIDIUnityNote", 12, 4},
     {"MIDIPitchFraction", 16, 4}, {"SMPTEFormat", 20, 4}, {"SMPTEOffset", 24, 4}};
-constexpr Field LOOP[] = {{"id", 0, 4},   {"type", 4, 4},      {"start", 8, 4},
-                          {"end", 12, 4}, {"fraction", 16, 4}, {"count", 20, 4}};
-constexpr Field INST[] = {{"UnshiftedNote", 0, 1}, {"FineTune", 1, -1}, {"Gain", 2, -1},
-                          {"LowNote", 3, 1},       {"HighNote", 4, 1},  {"LowVelocity", 5, 1},
-                          {"HighVelocity", 6, 1}};
+constexpr Field LOOP_FIELDS[] = {{"id", 0, 4},   {"type", 4, 4},      {"start", 8, 4},
+                                 {"end", 12, 4}, {"fraction", 16, 4}, {"count", 20, 4}};
+constexpr Field INST_FIELDS[] = {{"UnshiftedNote", 0, 1}, {"FineTune", 1, -1}, {"Gain", 2, -1},
+                                 {"LowNote", 3, 1},       {"HighNote", 4, 1},  {"LowVelocity", 5, 1},
+                                 {"HighVelocity", 6, 1}};
 constexpr Field PLAY[] = {{"cue", 0, 4}, {"length", 4, 4}, {"repeats", 8, 4}};
-constexpr Field AIFF_INST[] = {{"BaseNote", 0, 1},    {"Detune", 1, -1},      {"LowNote", 2, 1},
-                               {"HighNote", 3, 1},    {"LowVelocity", 4, 1},  {"HighVelocity", 5, 1},
-                               {"Gain", 6, -2},       {"SustainMode", 8, 2},  {"SustainBegin", 10, 2},
-                               {"SustainEnd", 12, 2}, {"ReleaseMode", 14, 2}, {"ReleaseBegin", 16, 2},
-                               {"ReleaseEnd", 18, 2}};
-constexpr Field ACID[] = {{"Flags", 0, 4},
-                          {"RootNote", 4, 2},
-                          {"Beats", 12, 4},
-                          {"MeterDenominator", 16, 2},
-                          {"MeterNumerator", 18, 2}};
+constexpr Field AIFF_INST_FIELDS[] = {{"BaseNote", 0, 1},    {"Detune", 1, -1},      {"LowNote", 2, 1},
+                                      {"HighNote", 3, 1},    {"LowVelocity", 4, 1},  {"HighVelocity", 5, 1},
+                                      {"Gain", 6, -2},       {"SustainMode", 8, 2},  {"SustainBegin", 10, 2},
+                                      {"SustainEnd", 12, 2}, {"ReleaseMode", 14, 2}, {"ReleaseBegin", 16, 2},
+                                      {"ReleaseEnd", 18, 2}};
+constexpr Field ACID_FIELDS[] = {{"Flags", 0, 4},
+                                 {"RootNote", 4, 2},
+                                 {"Beats", 12, 4},
+                                 {"MeterDenominator", 16, 2},
+                                 {"MeterNumerator", 18, 2}};
 constexpr Field CHNA_HEAD[] = {{"Tracks", 0, 2}};
-constexpr Field CHNA[] = {{"track", 0, 2}, {"uid", 2, 0, 12}, {"format", 14, 0, 14}, {"pack", 28, 0, 11}};
+constexpr Field CHNA_FIELDS[] = {
+    {"track", 0, 2}, {"uid", 2, 0, 12}, {"format", 14, 0, 14}, {"pack", 28, 0, 11}};
 
 const Record RECORDS[] = {
-    {"smpl", "smpl", false, 36, SMPL, "loop", 28, 4, 24, LOOP},
-    {"inst", "inst", false, 7, INST},
+    {"smpl", "smpl", false, 36, SMPL_FIELDS, "loop", 28, 4, 24, LOOP_FIELDS},
+    {"inst", "inst", false, 7, INST_FIELDS},
     {"plst", "plst", false, 4, {}, "entry", 0, 4, 12, PLAY},
-    {"instrument", "INST", true, 20, AIFF_INST},
-    {"acid", "acid", false, 24, ACID},
-    {"chna", "chna", false, 4, CHNA_HEAD, "entry", 2, 2, 40, CHNA},
+    {"instrument", "INST", true, 20, AIFF_INST_FIELDS},
+    {"acid", "acid", false, 24, ACID_FIELDS},
+    {"chna", "chna", false, 4, CHNA_HEAD, "entry", 2, 2, 40, CHNA_FIELDS},
 };
 
 uint64_t Number(const uint8_t* at, uint32_t bytes, bool isBig) {
@@ -77,7 +78,7 @@ std::string TextOf(const Field& field, const uint8_t* record, bool isBig) {
     const uint32_t unused = 64 - 8 * width;
     return std::to_string(static_cast<int64_t>(value << unused) >> unused);
 }
-std::string Put(const Field& field, uint8_t* record, bool isBig, const std::string& text) {
+std::string SetField(const Field& field, uint8_t* record, bool isBig, const std::string& text) {
     if (field.bytes == 0) {
         const std::string bytes = MetaTextTo(text);
         if (bytes.size() > field.textBytes) return "it holds " + std::to_string(field.textBytes) + " bytes";
@@ -102,7 +103,7 @@ size_t EntriesOf(const Record& record, std::span<const uint8_t> payload) {
     return static_cast<size_t>(std::min<uint64_t>(told, (payload.size() - record.bytes) / record.entryBytes));
 }
 
-const Field* Find(std::span<const Field> fields, const std::string& name) {
+const Field* FindField(std::span<const Field> fields, const std::string& name) {
     const auto found = std::ranges::find_if(fields, [&](const Field& f) { return name == f.name; });
     return found == fields.end() ? nullptr : &*found;
 }
@@ -133,8 +134,8 @@ std::string SetMetaRecord(MetaDocument& document, const std::string& kind, const
     MetaBytes payload = document.PayloadOf(record.id);
     if (payload.size() < record.bytes) payload.resize(record.bytes);
     std::string refusal = "there is no such field";
-    if (const Field* field = Find(record.fields, name)) {
-        refusal = Put(*field, payload.data(), record.isBigEndian, text);
+    if (const Field* field = FindField(record.fields, name)) {
+        refusal = SetField(*field, payload.data(), record.isBigEndian, text);
     } else if (record.entries && name.starts_with(std::string(record.entries) + ".")) {
         const std::string rest = name.substr(std::string(record.entries).size() + 1);
         size_t number = 0;
@@ -148,10 +149,10 @@ std::string SetMetaRecord(MetaDocument& document, const std::string& kind, const
             payload.insert(at, record.entryBytes, 0);
             PutNumber(&payload[record.countAt], record.countBytes, record.isBigEndian, count + 1);
         }
-        const Field* entryField = *end == '.' ? Find(record.entryFields, end + 1) : nullptr;
+        const Field* entryField = *end == '.' ? FindField(record.entryFields, end + 1) : nullptr;
         if (entryField)
-            refusal = Put(*entryField, &payload[record.bytes + (number - 1) * record.entryBytes],
-                          record.isBigEndian, text);
+            refusal = SetField(*entryField, &payload[record.bytes + (number - 1) * record.entryBytes],
+                               record.isBigEndian, text);
     }
     if (refusal.empty()) document.Set(record.id, std::move(payload));
     return refusal;

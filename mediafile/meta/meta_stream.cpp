@@ -48,10 +48,10 @@ bool ReadAll(IQmReadMeta* meta, void* buffer, uint32_t size) {
     return Succeeded(meta->Read(buffer, size, &got)) && got == size;
 }
 
-/// Items of a kind, taken from the front.
-class Items {
+/// ItemReader of a kind, taken from the front.
+class ItemReader {
 public:
-    explicit Items(Span bytes) : m_bytes(bytes) {}
+    explicit ItemReader(Span bytes) : m_bytes(bytes) {}
     template <class Number>
     Number Take() {
         uint8_t bytes[sizeof(Number)] = {};
@@ -80,7 +80,7 @@ private:
     bool m_isShort = false;
 };
 
-HRESULT WriteSummary(MetaForm& form, Items& items, uint32_t count, bool) {
+HRESULT WriteSummary(MetaForm& form, ItemReader& items, uint32_t count, bool) {
     MetaWriter list;
     for (; count > 0 && !items.IsShort(); count--) {
         const auto id = items.Take<uint32_t>();
@@ -90,7 +90,7 @@ HRESULT WriteSummary(MetaForm& form, Items& items, uint32_t count, bool) {
     return items.IsShort() ? MEDIA_E_READ : form.Append(FourCC("INFO"), true, list.Bytes());
 }
 
-HRESULT WriteMarkers(MetaForm& form, Items& items, uint32_t count, bool isWave64) {
+HRESULT WriteMarkers(MetaForm& form, ItemReader& items, uint32_t count, bool isWave64) {
     std::vector<MediaCue> cues;
     for (; count > 0 && !items.IsShort(); count--) {
         MediaCue cue;
@@ -116,7 +116,7 @@ HRESULT WriteMarkers(MetaForm& form, Items& items, uint32_t count, bool isWave64
     return Failed(hr) || labels.empty() ? hr : form.Append(FourCC("adtl"), true, labels);
 }
 
-HRESULT WritePlayList(MetaForm& form, Items& items, uint32_t count, bool) {
+HRESULT WritePlayList(MetaForm& form, ItemReader& items, uint32_t count, bool) {
     MetaWriter entries;
     uint32_t number = 0;
     for (; count > 0 && !items.IsShort(); count--) {
@@ -133,7 +133,7 @@ HRESULT WritePlayList(MetaForm& form, Items& items, uint32_t count, bool) {
     return form.Append(FourCC("plst"), false, payload.Bytes());
 }
 
-HRESULT WriteOpaque(MetaForm& form, Items& items, uint32_t count, bool) {
+HRESULT WriteOpaque(MetaForm& form, ItemReader& items, uint32_t count, bool) {
     constexpr uint32_t SCOT = FourCC("scot"), MOST_SCOT = 424;
     for (; count > 0; count--) {
         const auto id = items.Take<uint32_t>();
@@ -150,7 +150,7 @@ HRESULT WriteOpaque(MetaForm& form, Items& items, uint32_t count, bool) {
 
 struct KindWriter {
     uint32_t kind;
-    HRESULT (*write)(MetaForm&, Items&, uint32_t count, bool isWave64);
+    HRESULT (*write)(MetaForm&, ItemReader&, uint32_t count, bool isWave64);
 };
 constexpr KindWriter WRITERS[] = {{QMFIO_META_SUMMARY, WriteSummary},
                                   {QMFIO_META_MARKERS, WriteMarkers},
@@ -171,7 +171,7 @@ HRESULT WriteKind(HQMFILE file, IQmReadMeta* meta, uint32_t kinds, bool isWave64
     }
     if (header.count == 0 || !(header.kind & kinds)) return S_OK;
     MetaForm form(file, isWave64);
-    Items items(bytes);
+    ItemReader items(bytes);
     const auto* writer = std::ranges::find(WRITERS, header.kind, &KindWriter::kind);
     return (writer == std::end(WRITERS) ? WriteOpaque : writer->write)(form, items, header.count, isWave64);
 }
@@ -224,7 +224,7 @@ HRESULT ReadMarkerKind(HQMFILE file, bool isWave64, MetaWriter& out) {
 HRESULT ReadPlayListKind(MetaForm& form, MetaWriter& out) {
     MetaBytes payload;
     if (const HRESULT hr = form.Read(FourCC("plst"), false, &payload); Failed(hr)) return hr;
-    Items entries(payload);
+    ItemReader entries(payload);
     MetaWriter items;
     uint32_t count = 0;
     for (auto told = entries.Take<uint32_t>(); count < told; count++) {

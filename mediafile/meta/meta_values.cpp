@@ -15,7 +15,7 @@ namespace tarn {
 namespace {
 
 using Bytes = std::span<const uint8_t>;
-using Values = std::vector<MetaValue>;
+using MetaValues = std::vector<MetaValue>;
 
 bool IsUtf8(Bytes bytes) {
     const std::string text(bytes.begin(), bytes.end());
@@ -34,7 +34,7 @@ bool IsNumber(const std::string& text, Number* value) {
     return error == std::errc() && end == text.data() + text.size();
 }
 /// "a.b.c" to "a" and "b.c".
-std::pair<std::string, std::string> Split(const std::string& key) {
+std::pair<std::string, std::string> SplitKey(const std::string& key) {
     const size_t dot = key.find('.');
     return dot == key.npos ? std::pair(key, std::string())
                            : std::pair(key.substr(0, dot), key.substr(dot + 1));
@@ -60,14 +60,6 @@ MetaBytes ListOf(const std::vector<Item>& items) {
 void SetOrRemove(MetaDocument& document, const std::string& id, MetaBytes payload) {
     payload.empty() ? document.Remove(id) : document.Set(id, std::move(payload));
 }
-std::string IdText(uint32_t id) {
-    char text[4];
-    std::memcpy(text, &id, 4);
-    return {text, 4};
-}
-uint32_t IdOf(const std::string& text) {
-    return FromLittleEndian<uint32_t>(reinterpret_cast<const uint8_t*>(text.data()));
-}
 MetaBytes Terminated(const std::string& text) {
     const std::string bytes = MetaTextTo(text);
     MetaBytes payload(bytes.begin(), bytes.end());
@@ -77,7 +69,7 @@ MetaBytes Terminated(const std::string& text) {
 
 // Summary: info.INAM
 
-void ListInfo(const MetaDocument&, const MetaBlock& block, Values& out) {
+void ListInfo(const MetaDocument&, const MetaBlock& block, MetaValues& out) {
     for (const Item& item : Items(block.payload))
         out.push_back({"info." + IdText(item.id), MetaTextFrom(item.payload)});
 }
@@ -126,7 +118,7 @@ bool FromHex(const std::string& text, MetaBytes* bytes) {
 }
 Bytes View(const std::string& text) { return {reinterpret_cast<const uint8_t*>(text.data()), text.size()}; }
 
-void ListBext(const MetaDocument&, const MetaBlock& block, Values& out) {
+void ListBext(const MetaDocument&, const MetaBlock& block, MetaValues& out) {
     const BroadcastInfo info = ReadBroadcastInfo(block.payload);
     for (const BroadcastField& field : BroadcastFields()) {
         if (field.text)
@@ -201,7 +193,7 @@ std::string SetBext(MetaDocument& document, const std::string& name, const std::
 
 // iXML: ixml.SCENE
 
-void ListIxml(const MetaDocument&, const MetaBlock& block, Values& out) {
+void ListIxml(const MetaDocument&, const MetaBlock& block, MetaValues& out) {
     IxmlContent content;
     std::string error;
     if (!ExtractIxmlContent(block.payload, &content, &error))
@@ -221,7 +213,7 @@ std::string SetIxml(MetaDocument& document, const std::string& path, const std::
 
 // Markers: cue.1.label
 
-void ListCues(const MetaDocument& document, const MetaBlock& block, Values& out) {
+void ListCues(const MetaDocument& document, const MetaBlock& block, MetaValues& out) {
     if (block.id == "LIST:adtl") return;
     size_t number = 1;
     for (const MediaCue& cue : MetaCues(document)) {
@@ -232,8 +224,6 @@ void ListCues(const MetaDocument& document, const MetaBlock& block, Values& out)
         if (!cue.note.empty()) out.push_back({key + "note", Utf8FromUtf16(cue.note)});
     }
 }
-
-constexpr size_t CUE_BYTES = 24;
 
 /// The text, or the length, of one cue; all else that the list has stays.
 void SetLabel(MetaDocument& document, const char* kind, uint32_t cue, MetaBytes behindId) {
@@ -282,7 +272,7 @@ std::string SetMark(MetaDocument& document, size_t number, const std::string& fi
 }
 
 std::string SetCue(MetaDocument& document, const std::string& key, const std::string& text) {
-    const auto [number, field] = Split(key);
+    const auto [number, field] = SplitKey(key);
     size_t index = 0;
     if (!IsIndex(number, &index)) return "markers are numbered from 1: cue.1.label";
     if (IsAiff(document.container)) return SetMark(document, index, field, text);
@@ -335,7 +325,7 @@ std::string SetCue(MetaDocument& document, const std::string& key, const std::st
 constexpr const char* AIFF_TEXTS[] = {"NAME", "AUTH", "(c) ", "ANNO"};
 
 std::string TextKey(const std::string& id) { return id == "(c) " ? "(c)" : id; }
-void ListText(const MetaDocument& document, const MetaBlock& block, Values& out) {
+void ListText(const MetaDocument& document, const MetaBlock& block, MetaValues& out) {
     size_t number = 1, count = 0;
     for (const MetaBlock& other : document.blocks) {
         if (other.id != block.id) continue;
@@ -359,7 +349,7 @@ std::string SetText(MetaDocument& document, const std::string& name, const std::
 
 // Records of numbers: smpl.MIDIUnityNote, inst.Gain
 
-void ListRecord(const MetaDocument&, const MetaBlock& block, Values& out) { ListMetaRecord(block, out); }
+void ListRecord(const MetaDocument&, const MetaBlock& block, MetaValues& out) { ListMetaRecord(block, out); }
 template <const char* PREFIX>
 std::string SetRecord(MetaDocument& document, const std::string& name, const std::string& text) {
     return SetMetaRecord(document, PREFIX, name, text);
@@ -369,7 +359,7 @@ constexpr char SMPL[] = "smpl", INST[] = "inst", PLST[] = "plst", AIFF_INST[] = 
 
 // Texts that are one chunk
 
-void ListAxml(const MetaDocument&, const MetaBlock& block, Values& out) {
+void ListAxml(const MetaDocument&, const MetaBlock& block, MetaValues& out) {
     out.push_back({"axml", MetaTextFrom(block.payload)});
 }
 std::string SetAxml(MetaDocument& document, const std::string&, const std::string& text) {
@@ -377,21 +367,23 @@ std::string SetAxml(MetaDocument& document, const std::string&, const std::strin
     return {};
 }
 
-void ListId3(const MetaDocument&, const MetaBlock& block, Values& out) { ListId3Frames(block, out); }
-void ListComments(const MetaDocument&, const MetaBlock& block, Values& out) { ListAiffComments(block, out); }
+void ListId3(const MetaDocument&, const MetaBlock& block, MetaValues& out) { ListId3Frames(block, out); }
+void ListComments(const MetaDocument&, const MetaBlock& block, MetaValues& out) {
+    ListAiffComments(block, out);
+}
 
 std::string SetComment(MetaDocument& document, const std::string& number, const std::string& text) {
     size_t index = 0;
     return IsIndex(number, &index) ? SetAiffComment(document, index, text) : "comments are numbered from 1";
 }
 
-struct Kind {
+struct EditedKind {
     const char* name;
     const char* id;  ///< of the block
-    void (*list)(const MetaDocument&, const MetaBlock&, Values&);
+    void (*list)(const MetaDocument&, const MetaBlock&, MetaValues&);
     std::string (*set)(MetaDocument&, const std::string& rest, const std::string& text);
 };
-constexpr Kind KINDS[] = {
+constexpr EditedKind EDITED_KINDS[] = {
     {"bext", "bext", ListBext, SetBext},
     {"info", "LIST:INFO", ListInfo, SetInfo},
     {"ixml", "iXML", ListIxml, SetIxml},
@@ -414,9 +406,10 @@ constexpr Kind KINDS[] = {
     {"id3", "ID3 ", ListId3, SetId3Frame},
 };
 
-const Kind* KindOf(const MetaBlock& block) {
-    const auto* kind = std::ranges::find_if(KINDS, [&](const Kind& k) { return block.id == k.id; });
-    return kind == std::end(KINDS) ? nullptr : kind;
+const EditedKind* KindOf(const MetaBlock& block) {
+    const auto* kind =
+        std::ranges::find_if(EDITED_KINDS, [&](const EditedKind& k) { return block.id == k.id; });
+    return kind == std::end(EDITED_KINDS) ? nullptr : kind;
 }
 
 }  // namespace
@@ -431,9 +424,9 @@ std::string MetaTextTo(const std::string& text) {
 }
 
 std::vector<MetaValue> ListMetaValues(const MetaDocument& document) {
-    Values values;
+    MetaValues values;
     for (const MetaBlock& block : document.blocks) {
-        if (const Kind* kind = KindOf(block))
+        if (const EditedKind* kind = KindOf(block))
             kind->list(document, block, values);
         else
             values.push_back({"chunk." + block.id, std::to_string(block.payload.size()) + " bytes", false});
@@ -442,21 +435,21 @@ std::vector<MetaValue> ListMetaValues(const MetaDocument& document) {
 }
 
 std::string SetMetaValue(MetaDocument& document, const std::string& key, const std::string& text) {
-    const auto [name, rest] = Split(key);
-    for (const Kind& kind : KINDS)
+    const auto [name, rest] = SplitKey(key);
+    for (const EditedKind& kind : EDITED_KINDS)
         if (name == kind.name) return kind.set(document, rest, text);
     return "there is no kind " + Quoted(name);
 }
 
 std::vector<std::string> MetaKinds() {
     std::vector<std::string> names;
-    for (const Kind& kind : KINDS)
+    for (const EditedKind& kind : EDITED_KINDS)
         if (names.empty() || std::ranges::find(names, kind.name) == names.end())
             names.emplace_back(kind.name);
     return names;
 }
 bool IsMetaKind(const std::string& name, const MetaBlock& block) {
-    const Kind* kind = KindOf(block);
+    const EditedKind* kind = KindOf(block);
     return block.id == name || (kind && name == kind->name);
 }
 void StripMetaKind(MetaDocument& document, const std::string& name) {

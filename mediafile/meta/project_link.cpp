@@ -26,14 +26,14 @@ constexpr Part PARTS[QMLINK_PARTS] = {
     {FourCC("spca"), 64, false}, {FourCC("spcc"), 256, false}, {FourCC("spem"), 128, false},
     {FourCC("splv"), 0, false},
 };
-constexpr QMLINK_PART VERSION = QMLINK_VERSION;
+constexpr QMLINK_PART VERSION_PART = QMLINK_VERSION;
 
 HRESULT Load(HQMFILE file, bool isWave64, CQmLinkProjectInfo* info) {
     return Guarded([&] {
         info->FreeMemory();
         MetaForm form(file, isWave64);
         uint64_t size = 0;
-        if (Failed(form.Find(PARTS[VERSION].id, false, &size))) return MEDIA_E_NOT_FOUND;
+        if (Failed(form.Find(PARTS[VERSION_PART].id, false, &size))) return MEDIA_E_NOT_FOUND;
         MetaBytes payload;
         for (uint32_t part = 0; part < QMLINK_PARTS; part++) {
             if (const HRESULT hr = form.Read(PARTS[part].id, false, &payload); Failed(hr)) return hr;
@@ -156,7 +156,7 @@ HRESULT ProjectLinkReadMeta_LoadInfo(IQmReadMeta* meta, CQmLinkProjectInfo* info
         ForEachChunk(bytes, [&](uint32_t id, std::span<const uint8_t> payload) {
             const auto* part = std::ranges::find(PARTS, id, &Part::id);
             if (part == std::end(PARTS) || payload.empty() || Failed(hr)) return;
-            isLink = isLink || id == PARTS[VERSION].id;
+            isLink = isLink || id == PARTS[VERSION_PART].id;
             hr = info->SetPart(static_cast<QMLINK_PART>(part - PARTS), payload.data(),
                                static_cast<uint32_t>(payload.size()));
         });

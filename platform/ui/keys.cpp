@@ -9,11 +9,11 @@
 #include <iterator>
 
 namespace {
-struct KeyRow {
+struct QtKeyRow {
     int qt;
     uint32_t vk;
 };
-constexpr KeyRow kKeys[] = {
+constexpr QtKeyRow kKeys[] = {
     {Qt::Key_Backspace, VK_BACK},  {Qt::Key_Tab, VK_TAB},          {Qt::Key_Backtab, VK_TAB},
     {Qt::Key_Clear, VK_CLEAR},     {Qt::Key_Return, VK_RETURN},    {Qt::Key_Enter, VK_RETURN},
     {Qt::Key_Shift, VK_SHIFT},     {Qt::Key_Control, VK_CONTROL},  {Qt::Key_Alt, VK_MENU},
@@ -24,15 +24,15 @@ constexpr KeyRow kKeys[] = {
     {Qt::Key_QuoteLeft, VK_OEM_3}, {Qt::Key_AsciiTilde, VK_OEM_3}, {Qt::Key_Insert, VK_INSERT},
     {Qt::Key_Delete, VK_DELETE},   {Qt::Key_Menu, VK_APPS},
 };
-constexpr KeyRow kKeypad[] = {
+constexpr QtKeyRow kKeypad[] = {
     {Qt::Key_Asterisk, VK_MULTIPLY}, {Qt::Key_Plus, VK_ADD},      {Qt::Key_Minus, VK_SUBTRACT},
     {Qt::Key_Period, VK_DECIMAL},    {Qt::Key_Comma, VK_DECIMAL}, {Qt::Key_Slash, VK_DIVIDE},
 };
 
 template <size_t N>
-uint32_t Lookup(const KeyRow (&rows)[N], int key) {
+uint32_t Lookup(const QtKeyRow (&rows)[N], int key) {
     const auto* row =
-        std::find_if(std::begin(rows), std::end(rows), [key](const KeyRow& r) { return r.qt == key; });
+        std::find_if(std::begin(rows), std::end(rows), [key](const QtKeyRow& r) { return r.qt == key; });
     return row == std::end(rows) ? 0 : row->vk;
 }
 

@@ -76,15 +76,6 @@ std::vector<TemplateRow> TemplatesOf(IQmFileIOMgrForApp& manager, const GUID& re
     return rows;
 }
 
-std::string Duration(uint64_t frames, uint32_t rate) {
-    char text[64];
-    const uint64_t millis = rate ? frames / rate * 1000 + frames % rate * 1000 / rate : 0;
-    std::snprintf(text, sizeof text, "%llu:%02u:%02u.%03u", static_cast<unsigned long long>(millis / 3600000),
-                  static_cast<unsigned>(millis / 60000 % 60), static_cast<unsigned>(millis / 1000 % 60),
-                  static_cast<unsigned>(millis % 1000));
-    return text;
-}
-
 nlohmann::json AudioJson(IQmReadAudioStream& stream) {
     QmWaveFormatBlock block{};
     uint64_t frames = 0;

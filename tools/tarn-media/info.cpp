@@ -20,15 +20,6 @@ std::string FormatText(const _qmwaveformat& format) {
 
 const char* FaultName(MediaFault fault) { return fault == MediaFault::Error ? "error" : "note"; }
 
-std::string Duration(uint64_t frames, uint32_t rate) {
-    char text[64];
-    const uint64_t millis = rate ? frames / rate * 1000 + frames % rate * 1000 / rate : 0;
-    std::snprintf(text, sizeof text, "%" PRIu64 ":%02u:%02u.%03u", millis / 3600000,
-                  static_cast<unsigned>(millis / 60000 % 60), static_cast<unsigned>(millis / 1000 % 60),
-                  static_cast<unsigned>(millis % 1000));
-    return text;
-}
-
 nlohmann::json ProblemsJson(const MediaContents& c) {
     auto problems = nlohmann::json::array();
     for (const MediaProblem& p : c.problems)

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cinttypes>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -131,6 +132,15 @@ OwnedFile OpenToEdit(const std::string& path, const FileStamp& whenRead) {
     if (StampOf(file.get()) != whenRead)
         throw std::runtime_error("another program has written it meanwhile; nothing was changed");
     return file;
+}
+
+std::string Duration(uint64_t frames, uint32_t rate) {
+    char text[64];
+    const uint64_t millis = rate ? frames / rate * 1000 + frames % rate * 1000 / rate : 0;
+    std::snprintf(text, sizeof text, "%" PRIu64 ":%02u:%02u.%03u", millis / 3600000,
+                  static_cast<unsigned>(millis / 60000 % 60), static_cast<unsigned>(millis / 1000 % 60),
+                  static_cast<unsigned>(millis % 1000));
+    return text;
 }
 
 bool ParseTime(const std::string& text, TimePoint* time) {

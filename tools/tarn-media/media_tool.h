@@ -79,6 +79,8 @@ struct TimePoint {
     double seconds = 0;
     uint64_t frames = 0;
 };
+/// "0:01:02.500".
+std::string Duration(uint64_t frames, uint32_t rate);
 /// "12.5", "1:02.5", "1:00:00" or "48000s", which are frames; false for any other text.
 bool ParseTime(const std::string& text, TimePoint* time);
 

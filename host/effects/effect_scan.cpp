@@ -2,6 +2,8 @@
 
 #include "host/effects/lv2_description.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <stdexcept>
 

@@ -5,7 +5,7 @@
 #include "host/effects/effect.h"
 #include "platform/process.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <atomic>
 #include <chrono>

@@ -5,6 +5,8 @@
 #include "platform/module.h"
 #include "platform/user_folders.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstdlib>
 #include <tuple>

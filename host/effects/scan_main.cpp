@@ -4,6 +4,8 @@
 #include "host/effects/effect_scan.h"
 #include "host/effects/lv2_effect.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>

@@ -2,6 +2,7 @@
 #include "tests/host/effects/bundles.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 

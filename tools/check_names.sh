@@ -28,6 +28,7 @@ perl -e '
   sub declaration {
     my ($file, $names, $in, $text) = @_;
     my $whole = $text;
+    if ($text =~ /^\s*enum\s+(?!class\b|struct\b)[^{;]*\{(.*)\}/s) { own($file, $names, $_) for $1 =~ /(?:^|,)\s*(\w+)/g }
     1 while $text =~ s/$block/ /;
     $text =~ s/\[\[.*?\]\]//g;
     $text =~ s/^\s*template\s*$angle//;

@@ -70,7 +70,7 @@ std::vector<Clip> VoiceClips() {
     return clips;
 }
 
-AutomationCurve Ride() {
+AutomationCurve FaderRide() {
     AutomationCurve curve{{AutomationTarget::Volume}, {}};
     for (const RideRow& r : kRide) curve.points.push_back({r.bar * kBarSeconds, r.db});
     return curve;
@@ -123,7 +123,7 @@ Channel MakeTrack(const TrackRow& r, ChannelId id, ChannelId master, double leng
     if (r.roomDb > kNoSend) c.sends = {{.id = kFirstSend, .target = Room, .level_db = r.roomDb}};
     if (r.name == kDemoVoice) c.inserts = {VoiceEqualiser()};
     if (r.name == std::string_view(kRidden)) {
-        c.automation = {Ride()};
+        c.automation = {FaderRide()};
         c.automation_mode = AutomationMode::Read;
     }
     return c;

@@ -60,6 +60,7 @@ TEST(Names, ThatSourcesOfATargetShareAreFound) {
         {"namespace {\nint a = 1;\n}\nint B();\n", "namespace {\nvoid B() {}\n}\nint A::a = 2;\n", ""},
         {"namespace {\nconstexpr int A = 1, X[] = {2};\n}\n",
          "namespace n {\nnamespace {\nstruct X {};\n}\n}\n", "have X"},
+        {"namespace {\nenum E { A, X = 2 };\n}\n", "static int X;\n", "have X"},
         {"namespace {\nvoid F(int a) {}\n}\n", "static void F(int other) {}\n", "have F"},
         {"namespace {\nvoid F(int a) {}\n}\n", "static void F(char a) {}\n", ""},
         {"namespace n {\nnamespace {\nvoid F(int a) {}\n}\n}\n", "static void F(char a) {}\n", "have F"},

@@ -17,6 +17,11 @@ if(TARN_ASSERTS)
   # CMake's optimised configurations define NDEBUG; the development build wants both speed and checks.
   target_compile_options(tarn-flags INTERFACE -UNDEBUG)
 endif()
+if(CMAKE_UNITY_BUILD)
+  # Of several sources in a unit, one may have a class with members of its unnamed namespace, and another a local name that
+  # is a name of the first. The development build warns of both within a source.
+  target_compile_options(tarn-flags INTERFACE -Wno-shadow $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()
 if(TARN_SANITIZE)
   target_compile_options(tarn-flags INTERFACE -fsanitize=${TARN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tarn-flags INTERFACE -fsanitize=${TARN_SANITIZE})
@@ -34,6 +39,12 @@ function(tarn_compile_fast target)
   else()
     target_compile_options(${target} PRIVATE ${fast})
   endif()
+endfunction()
+
+# tarn_compile_alone(TARGET source...): sources that make units of their own where others are joined: those whose speed is
+# measured, so that what the compiler inlines does not depend on their neighbours, and one that others would wait for.
+function(tarn_compile_alone target)
+  set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 # tarn_precompile(TARGET HEADERS header... WITHOUT source...): for its C++ units. Those WITHOUT have options of their own.

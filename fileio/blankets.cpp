@@ -91,7 +91,7 @@ public:
 /// What the factory knows of a stream's interfaces.
 struct StreamRow {
     const GUID& iid;
-    void* (*make)(SharedProcess, ReadStream::Client, SharedFile);
+    void* (*make)(SharedProcess, ReadStream::Client, const SharedFile&);
 };
 template <class Interface>
 void* Given(Interface* made) {
@@ -99,12 +99,11 @@ void* Given(Interface* made) {
     return made;
 }
 template <class Made, class Interface>
-void* MakeStream(SharedProcess process, ReadStream::Client client, SharedFile) {
+void* MakeStream(SharedProcess process, ReadStream::Client client, const SharedFile&) {
     return Given<Interface>(new Made(std::move(process), kj::mv(client)));
 }
-void* MakeAudioStream(SharedProcess process, ReadStream::Client client, SharedFile file) {
-    return Given<IQmReadAudioStream>(
-        new CQmReadAudioStreamBlanket(std::move(process), kj::mv(client), std::move(file)));
+void* MakeAudioStream(SharedProcess process, ReadStream::Client client, const SharedFile& file) {
+    return Given<IQmReadAudioStream>(new CQmReadAudioStreamBlanket(std::move(process), kj::mv(client), file));
 }
 const StreamRow STREAMS[] = {
     {IID_IQmReadStream, MakeStream<CQmReadStreamBlanket, IQmReadStream>},
@@ -115,7 +114,8 @@ const StreamRow STREAMS[] = {
 
 class CQmReadFileBlanket final : public Blanket<IQmReadFile, ReadFile::Client, IID_IQmReadFile> {
 public:
-    CQmReadFileBlanket(SharedProcess process, ReadFileClass::OpenFileResults::Reader results, SharedFile file)
+    CQmReadFileBlanket(SharedProcess process, const ReadFileClass::OpenFileResults::Reader& results,
+                       SharedFile file)
         : Blanket(std::move(process), results.getOpened()), m_file(std::move(file)) {
         if (!results.hasFirst()) return;
         auto* first = new CQmReadAudioStreamBlanket(Owner(), results.getFirst(), m_file);

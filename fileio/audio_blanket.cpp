@@ -1,5 +1,6 @@
 #include "fileio/audio_blanket.h"
 
+#include "mediafile/byte_source.h"
 #include "mediafile/media_codes.h"
 
 #include <algorithm>

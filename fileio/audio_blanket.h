@@ -3,7 +3,7 @@
 
 #include "fileio/audio_ring.h"
 #include "fileio/blanket.h"
-#include "mediafile/byte_source.h"
+#include "platform/file_handle.h"
 
 #include <atomic>
 

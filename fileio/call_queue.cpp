@@ -9,7 +9,8 @@
 
 namespace tarn {
 
-CallQueue::CallQueue() : m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+CallQueue::CallQueue(kj::Function<HRESULT(const kj::Exception&)> failed)
+    : m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_failed(kj::mv(failed)) {
     if (m_wake < 0) throw std::system_error(errno, std::generic_category());
 }
 
@@ -37,8 +38,7 @@ void CallQueue::Stop() {
     ::eventfd_write(m_wake, 1);
 }
 
-void CallQueue::Serve(kj::AsyncIoContext& io, kj::Function<HRESULT(const kj::Exception&)> failed) {
-    m_failed = kj::mv(failed);
+void CallQueue::Serve(kj::AsyncIoContext& io) {
     kj::UnixEventPort::FdObserver wake(io.unixEventPort, m_wake, kj::UnixEventPort::FdObserver::OBSERVE_READ);
     kj::TaskSet running(static_cast<kj::TaskSet::ErrorHandler&>(*this));
     for (;;) {

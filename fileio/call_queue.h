@@ -20,7 +20,8 @@ class CallQueue final : private kj::TaskSet::ErrorHandler {
 public:
     using Work = kj::Function<kj::Promise<HRESULT>()>;
 
-    CallQueue();
+    /// `failed` makes a code of what work throws, on the thread of Serve.
+    explicit CallQueue(kj::Function<HRESULT(const kj::Exception&)> failed);
     ~CallQueue();
     CallQueue(const CallQueue&) = delete;
     CallQueue& operator=(const CallQueue&) = delete;
@@ -33,9 +34,9 @@ public:
     /// other reference, and does not wait. [any-thread]
     void Drop(std::shared_ptr<void> kept);
 
-    /// Does what is asked for until it is stopped. `failed` makes a code of what the work throws.
-    void Serve(kj::AsyncIoContext& io, kj::Function<HRESULT(const kj::Exception&)> failed);
-    /// After the last call has come back. [any-thread]
+    /// Does what is asked for until it is stopped.
+    void Serve(kj::AsyncIoContext& io);
+    /// After the last call has come back, or where there is no Serve. [any-thread]
     void Stop();
 
 private:
@@ -56,7 +57,7 @@ private:
     void taskFailed(kj::Exception&&) override {}  // told by Begin
 
     const int m_wake;
-    kj::Function<HRESULT(const kj::Exception&)> m_failed = [](const kj::Exception&) { return E_FAIL; };
+    kj::Function<HRESULT(const kj::Exception&)> m_failed;
     std::mutex m_lock;
     std::vector<Entry> m_entries;  ///< under m_lock, as the calls themselves
     bool m_isStopped = false;      ///< under m_lock

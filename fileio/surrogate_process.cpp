@@ -79,13 +79,8 @@ void SurrogateProcess::Loop(int socket, std::promise<HRESULT>& ready) {
     m_entry = rpc.bootstrap(vat).castAs<surrogate::Entry>();
     m_isAlive = true;
     const auto gone = network.onDisconnect().then([this] { m_isAlive = false; }).eagerlyEvaluate(nullptr);
-    m_isServed = true;
     ready.set_value(S_OK);
-    m_calls.Serve(io, [this](const kj::Exception& e) -> HRESULT {
-        if (e.getType() != kj::Exception::Type::DISCONNECTED) return E_UNEXPECTED;
-        m_isAlive = false;
-        return FIO_E_SURROGATE_GONE;
-    });
+    m_calls.Serve(io);
     m_entry.reset();
     m_plugins.reset();
 }
@@ -104,9 +99,15 @@ kj::Promise<HRESULT> SurrogateProcess::Connect(int triesLeft) {
     });
 }
 
+HRESULT SurrogateProcess::CodeOf(const kj::Exception& exception) {
+    if (exception.getType() != kj::Exception::Type::DISCONNECTED) return E_UNEXPECTED;
+    m_isAlive = false;
+    return FIO_E_SURROGATE_GONE;
+}
+
 SurrogateProcess::~SurrogateProcess() {
     Kill();
-    if (m_isServed) m_calls.Stop();
+    m_calls.Stop();
     if (m_thread.joinable()) m_thread.join();
     while (m_process > 0 && ::waitpid(m_process, nullptr, 0) < 0 && errno == EINTR) {
     }

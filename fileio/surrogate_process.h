@@ -21,7 +21,8 @@ namespace tarn {
 
 class SurrogateProcess {
 public:
-    explicit SurrogateProcess(std::chrono::milliseconds callLimit) : m_callLimit(callLimit) {}
+    explicit SurrogateProcess(std::chrono::milliseconds callLimit)
+        : m_callLimit(callLimit), m_calls([this](const kj::Exception& e) { return CodeOf(e); }) {}
     ~SurrogateProcess();
     SurrogateProcess(const SurrogateProcess&) = delete;
     SurrogateProcess& operator=(const SurrogateProcess&) = delete;
@@ -55,13 +56,14 @@ private:
     int Spawn(const std::filesystem::path& program, uint32_t langId, int* socket);
     void Loop(int socket, std::promise<HRESULT>& ready);
     kj::Promise<HRESULT> Connect(int triesLeft);
+    /// Of what a call throws.
+    HRESULT CodeOf(const kj::Exception& exception);
 
     const std::chrono::milliseconds m_callLimit;
     int m_process = 0;
     std::thread m_thread;
     std::atomic<bool> m_isAlive = false;
     CallQueue m_calls;
-    bool m_isServed = false;  ///< set before Start returns
     kj::Timer* m_timer = nullptr;
     std::optional<surrogate::Entry::Client> m_entry;
     std::optional<surrogate::Plugins::Client> m_plugins;

@@ -15,7 +15,7 @@ constexpr uint32_t TIMEFORMAT_SAMPLES = 1;
 std::vector<MPCHANNELID> Children(const Session& session, const MPCHANNELID& parent, uint32_t level) {
     std::vector<MPCHANNELID> ids;
     for (const Channel& channel : session.channels) {
-        if (!ShareRow(channel.kind, ChannelKind::AudioTrack)) continue;
+        if (!IsTrack(channel.kind)) continue;
         if (level == LEVEL_TRACK) ids.push_back({channel.id, 0, 0});
         if (level == LEVEL_TRACK || channel.id != parent.channel) continue;
         for (uint64_t event = 1; event <= channel.clips.size(); event++) {
@@ -28,7 +28,7 @@ std::vector<MPCHANNELID> Children(const Session& session, const MPCHANNELID& par
 
 HRESULT Fill(const Session& session, const MPCHANNELID& id, uint32_t level, MPEVENTREC& rec) {
     const Channel* channel = FindChannel(session, id.channel);
-    if (!channel || !ShareRow(channel->kind, ChannelKind::AudioTrack)) return S_FALSE;
+    if (!channel || !IsTrack(channel->kind)) return S_FALSE;
     rec = {};
     rec.type = MPNULL;
     rec.format = TIMEFORMAT_NANO;
